@@ -1,0 +1,64 @@
+// Looking a type up by name: makes sure that it can exist, then asks the runtime.
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "classloader/failure_bridge.h"
+#include "classloader/natives.h"
+#include "classloader/type_names.h"
+#include "runtime_api/compiler.h"
+#include "runtime_api/reflection.h"
+#include "runtime_api/runtime.h"
+
+using orva::compiler::Compiler;
+using orva::compiler::Context;
+
+/// Compares a compacted generic name with a record's names in the order in which the runtime spells
+/// instances: the generic spellings first.
+static bool spells(const TypeRecord& record, const std::string& key) {
+  return key == compactTypeName(recordName(record, 3)) || key == compactTypeName(recordName(record, 4)) ||
+         key == compactTypeName(recordName(record, 1)) || key == compactTypeName(recordName(record, 2));
+}
+
+/// Tells whether the type table holds a ready record of a generic instance, whatever its spacing.
+/// Throws `std::system_error` when the lock fails.
+static bool isInstanceReady(const std::string& requestedName) {
+  const std::string key = compactTypeName(requestedName);
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  return std::any_of(gTypes.begin(), gTypes.end(),
+                     [&](const TypeRecord& record) { return isReady(record) && spells(record, key); });
+}
+
+/// Has the compiler generate and load the source of a generic instance that is not there yet.
+static void ensureGenericInstance(const std::string& requestedName) {
+  if (isInstanceReady(requestedName)) return;
+  std::shared_ptr<Context> context = Compiler::activeRuntimeContext();
+  std::string instanceName;
+  std::string sourceFile;
+  if (orva::compiler::ClassLoader::materializeRuntimeGenericType(requestedName, instanceName, sourceFile, context)) {
+    // An empty path is passed on too: what a true answer without a source means is the compiler's to say.
+    Compiler::ensureSourceLoadedInActiveJit(sourceFile, context);
+  }
+}
+
+/// Compiles the source of a class that is not registered, where the class path holds one.
+static void ensureClass(const std::string& plainName) {
+  if (reflectedTypeMatch(plainName)) return;
+  const std::shared_ptr<Context> context = Compiler::activeRuntimeContext();
+  const std::string sourceFile = orva::compiler::ClassLoader::sourceFileForClass(plainName, context, nullptr);
+  if (!sourceFile.empty()) Compiler::ensureSourceLoadedInActiveJit(sourceFile, context);
+}
+
+void* orva_ClassLoader_getTypeByName(const char* typeName) {
+  if (typeName == nullptr || *typeName == '\0') return Orva_typeByName(typeName);
+  const bool looked = bridged("ClassNotFoundException", [typeName] {
+    const std::string name(typeName);
+    const bool opens = name.find('<') != std::string::npos;
+    const bool closes = name.find('>') != std::string::npos;
+    if (opens && closes) ensureGenericInstance(name);
+    if (!opens) ensureClass(name);
+  });
+  // Outside the bridge: the runtime's own failures are not ours to convert.
+  return looked ? Orva_typeByName(typeName) : nullptr;
+}
