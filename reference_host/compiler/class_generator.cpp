@@ -1,0 +1,184 @@
+// Methods, natives, invokers, and the descriptor that the initialiser hands to the registry.
+#include "reference_host/compiler/class_generator.h"
+
+#include <utility>
+
+#include "reference_host/compiler/method_generator.h"
+#include "reference_host/compiler/module_builder.h"
+
+namespace orva::compiler {
+
+using language::ClassDeclaration;
+using language::MethodDeclaration;
+using language::SourceFile;
+using language::TypeName;
+using runtime::MethodSignature;
+
+namespace {
+
+/// A type's spelling with the short names of its arguments, and of itself.
+std::string shortSpelling(const TypeName& type) {
+  TypeName shortened{type.name.substr(type.name.rfind('.') + 1), {}, {}};
+  for (const TypeName& argument : type.arguments) shortened.arguments.push_back({shortSpelling(argument), {}, {}});
+  return shortened.text();
+}
+
+class ClassGenerator {
+ public:
+  ClassGenerator(const language::SourceText& source, const SourceFile& file, const ClassDeclaration& declared,
+                 const ClassCatalog& catalog, llvm::LLVMContext& context,
+                 std::vector<language::Diagnostic>& diagnostics)
+      : declared_(declared),
+        builder_(file.qualify(declared.name.text()), source, context),
+        scope_{file, file.qualify(declared.name.text()), catalog, builder_, {}, diagnostics, {}} {}
+
+  GeneratedClass generate() {
+    GeneratedClass generated;
+    generated.fullName = scope_.fullName;
+    generated.initialiser = "orva.initialise:" + scope_.fullName;
+    if (declared_.typeParameters.empty()) {
+      summariseFile();
+      for (const MethodSignature& signature : signatures_) addFunction(signature);
+      for (std::size_t i = 0; i < signatures_.size(); ++i) generateMethod(i, generated.natives);
+    }
+    buildInitialiser(generated.initialiser);
+    generated.module = builder_.take();
+    return generated;
+  }
+
+ private:
+  /// Notes the signatures of all classes of the file: they are not registered while it is compiled.
+  void summariseFile() {
+    for (const ClassDeclaration& each : scope_.file.classes) {
+      ClassSummary summary{scope_.file.qualify(each.name.text()), {}};
+      for (const MethodDeclaration& method : each.methods) {
+        summary.methods.push_back(scope_.catalog.signatureOf(method, scope_.file));
+      }
+      if (&each == &declared_) signatures_ = summary.methods;
+      scope_.summaries.emplace(summary.fullName,
+                               each.typeParameters.empty() ? summary : ClassSummary{summary.fullName, {}});
+    }
+  }
+
+  void addFunction(const MethodSignature& signature) {
+    scope_.functions[signature.name] =
+        builder_.addFunction(builder_.functionType(signature), scope_.fullName + "." + signature.name);
+  }
+
+  void generateMethod(std::size_t index, std::vector<NativeBinding>& natives) {
+    const MethodDeclaration& method = declared_.methods[index];
+    if (!hasKnownTypes(method)) return;
+    if (!method.isNative) {
+      MethodGenerator(scope_, method, signatures_[index]).generate();
+      return;
+    }
+    if (!declared_.name.arguments.empty()) {
+      scope_.diagnostics.push_back({method.position, "a generic class cannot have native methods"});
+      return;
+    }
+    natives.push_back(
+        {scope_.fullName + "." + method.name, "orva_" + declared_.name.name + "_" + method.name, method.position});
+    generateNative(signatures_[index], natives.back().symbol);
+  }
+
+  bool hasKnownTypes(const MethodDeclaration& method) {
+    const std::size_t before = scope_.diagnostics.size();
+    requireType(method.result);
+    for (const language::Parameter& parameter : method.parameters) {
+      requireType(parameter.type);
+      if (parameter.type.text() == "void") {
+        scope_.diagnostics.push_back({parameter.type.position, "a parameter cannot be void"});
+      }
+    }
+    return scope_.diagnostics.size() == before;
+  }
+
+  void requireType(const TypeName& type) {
+    if (!scope_.catalog.resolveType(type, scope_.file)) {
+      scope_.diagnostics.push_back({type.position, "unknown type '" + type.text() + "'"});
+    }
+  }
+
+  llvm::BasicBlock* entryOf(llvm::Function* function) {
+    return llvm::BasicBlock::Create(builder_.module().getContext(), "entry", function);
+  }
+
+  /// Calls the C function and throws the exception that it left pending, if any.
+  void generateNative(const MethodSignature& signature, const std::string& symbol) {
+    llvm::Function* function = scope_.functions.at(signature.name);
+    llvm::IRBuilder<> ir(entryOf(function));
+    ir.CreateCall(builder_.operation("enterNative", builder_.typeOf("void"), {}));
+    std::vector<llvm::Value*> arguments;
+    std::vector<llvm::Type*> types;
+    for (std::size_t i = 0; i + 1 < function->arg_size(); ++i) {
+      arguments.push_back(function->getArg(static_cast<unsigned>(i)));
+      types.push_back(arguments.back()->getType());
+    }
+    auto* type = llvm::FunctionType::get(builder_.typeOf(signature.result), types, false);
+    llvm::Value* result = ir.CreateCall(builder_.module().getOrInsertFunction(symbol, type), arguments);
+    ir.CreateCall(builder_.operation("leaveNative", builder_.typeOf("void"), {builder_.pointer()}),
+                  {function->getArg(static_cast<unsigned>(function->arg_size() - 1))});
+    if (signature.result == "void") {
+      ir.CreateRetVoid();
+    } else if (signature.result == "boolean") {
+      ir.CreateRet(ir.CreateZExt(ir.CreateICmpNE(result, builder_.number(0)), builder_.word()));
+    } else {
+      ir.CreateRet(result);
+    }
+  }
+
+  /// A function that takes arguments and result as words, for calls whose method is found while the program runs.
+  llvm::Constant* invoker(const MethodSignature& signature) {
+    if (!signature.isStatic) return llvm::ConstantPointerNull::get(builder_.pointer());
+    auto* type = llvm::FunctionType::get(builder_.word(), {builder_.pointer(), builder_.pointer()}, false);
+    llvm::Function* function = builder_.addFunction(type, "invoke:" + signature.name);
+    llvm::IRBuilder<> ir(entryOf(function));
+    std::vector<llvm::Value*> arguments;
+    for (unsigned i = 0; i < signature.parameters.size(); ++i) {
+      llvm::Value* place = ir.CreateConstInBoundsGEP1_64(builder_.word(), function->getArg(0), i);
+      arguments.push_back(builder_.fromWord(ir, ir.CreateLoad(builder_.word(), place), signature.parameters[i]));
+    }
+    arguments.push_back(function->getArg(1));
+    llvm::Value* result = ir.CreateCall(scope_.functions.at(signature.name), arguments);
+    ir.CreateRet(signature.result == "void" ? builder_.number(0) : builder_.toWord(ir, result));
+    return function;
+  }
+
+  void buildInitialiser(const std::string& symbol) {
+    std::vector<llvm::Constant*> methods;
+    for (const MethodSignature& signature : signatures_) {
+      methods.push_back(
+          builder_.structure({builder_.text(signature.name), builder_.text(joinTypes(signature.parameters)),
+                              builder_.text(signature.result), builder_.number(signature.isStatic ? 1 : 0),
+                              scope_.functions.at(signature.name), invoker(signature)}));
+    }
+    const TypeName& name = declared_.name;
+    const bool isInstance = !name.arguments.empty();
+    const TypeName withShortArguments{shortSpelling(name), {}, {}};
+    llvm::Constant* descriptor = builder_.constant(
+        builder_.structure({builder_.text(name.text()), builder_.text(scope_.fullName),
+                            builder_.text(isInstance ? scope_.file.qualify(withShortArguments.name) : ""),
+                            builder_.text(isInstance ? withShortArguments.name : ""),
+                            builder_.number(static_cast<int64_t>(methods.size())), builder_.array(methods)}));
+    llvm::Function* function = builder_.addFunction(llvm::FunctionType::get(builder_.typeOf("void"), false), symbol,
+                                                    llvm::GlobalValue::ExternalLinkage);
+    llvm::IRBuilder<> ir(entryOf(function));
+    ir.CreateCall(builder_.operation("registerType", builder_.typeOf("void"), {builder_.pointer()}), {descriptor});
+    ir.CreateRetVoid();
+  }
+
+  const ClassDeclaration& declared_;
+  ModuleBuilder builder_;
+  ClassScope scope_;
+  std::vector<MethodSignature> signatures_;
+};
+
+}  // namespace
+
+GeneratedClass generateClass(const language::SourceText& source, const SourceFile& file,
+                             const ClassDeclaration& declared, const ClassCatalog& catalog, llvm::LLVMContext& context,
+                             std::vector<language::Diagnostic>& diagnostics) {
+  return ClassGenerator(source, file, declared, catalog, context, diagnostics).generate();
+}
+
+}  // namespace orva::compiler

@@ -1,0 +1,36 @@
+// Turns a class into an LLVM module whose initialiser registers the class's type.
+#pragma once
+
+#include <llvm/IR/LLVMContext.h>
+#include <llvm/IR/Module.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "reference_host/compiler/class_catalog.h"
+#include "reference_host/language/syntax_tree.h"
+
+namespace orva::compiler {
+
+/// A native method and the C symbol that it is bound to.
+struct NativeBinding {
+  std::string method;
+  std::string symbol;
+  language::Position position;
+};
+
+struct GeneratedClass {
+  std::unique_ptr<llvm::Module> module;
+  std::string fullName;
+  std::string initialiser;  ///< symbol of a function without arguments
+  std::vector<NativeBinding> natives;
+};
+
+/// Generates a class of a file. What is wrong with it is added to `diagnostics`; then the result must not be used.
+/// A generic class gets a type without methods: only its instances can be called.
+GeneratedClass generateClass(const language::SourceText& source, const language::SourceFile& file,
+                             const language::ClassDeclaration& declared, const ClassCatalog& catalog,
+                             llvm::LLVMContext& context, std::vector<language::Diagnostic>& diagnostics);
+
+}  // namespace orva::compiler

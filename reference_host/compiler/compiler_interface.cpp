@@ -1,0 +1,71 @@
+// The compiler's interface as natives know it, each operation in a few words of the rooms that do it.
+#include "reference_host/compiler/context.h"
+#include "reference_host/compiler/object_file.h"
+#include "runtime_api/compiler.h"
+
+namespace orva::compiler {
+
+/// Told after each precompiled source.
+struct Compiler::CompilationProgress {
+  std::string sourceFile;
+  std::size_t done;
+  std::size_t total;
+};
+
+/// With a context, a source belongs to the class path; without one, it is named directly and may lie anywhere.
+static Placement placementIn(const std::shared_ptr<Context>& context) {
+  return context == nullptr ? Placement::anywhere : Placement::underRoot;
+}
+
+int32_t Compiler::objectAbiVersion() { return currentObjectAbi; }
+
+void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context) {
+  activeContext().loader.load(sourcePath, placementIn(context));
+}
+
+void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string>& objectPaths,
+                                                   const std::vector<std::string>& sourceIdentities) {
+  activeContext().loader.loadBundle(objectPaths, sourceIdentities);
+}
+
+void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, std::shared_ptr<Context> context,
+                                 const std::function<void(const CompilationProgress&)>& progress) {
+  std::size_t done = 0;
+  for (const std::string& file : sourceFiles) {
+    activeContext().loader.precompile(file, placementIn(context));
+    ++done;
+    if (progress) progress({file, done, sourceFiles.size()});
+  }
+}
+
+Runtime& Runtime::getInstance() {
+  // Without state of its own: what the runtime knows of classes is in the active context.
+  static Runtime runtime;
+  return runtime;
+}
+
+std::string Runtime::getStandardLibraryPath() const { return activeContext().classPath.standardLibrary(); }
+
+const std::vector<std::string>& Runtime::getKlassPaths() const { return activeContext().classPath.roots(); }
+
+bool Runtime::addKlassPath(const std::string& root) { return activeContext().classPath.add(root); }
+
+std::string ClassLoader::sourceFileForClass(const std::string& className, const std::shared_ptr<Context>& /*context*/,
+                                            const std::shared_ptr<Token>& /*token*/) {
+  return activeContext().classPath.find(className);
+}
+
+bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std::string& instanceName,
+                                                std::string& sourceFile, std::shared_ptr<Context>& /*context*/) {
+  const auto instance = activeContext().generics.materialize(typeName);
+  if (!instance) return false;
+  instanceName = instance->name;
+  sourceFile = instance->sourceFile;
+  return true;
+}
+
+void ClassLoader::invalidateKlassPathCaches() { activeContext().classPath.dropCaches(); }
+
+bool PackageLayout::isValidPackageName(std::string_view packageName) { return isPackageName(packageName); }
+
+}  // namespace orva::compiler

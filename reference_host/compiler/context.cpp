@@ -1,0 +1,38 @@
+// The active context of the process.
+#include "reference_host/compiler/context.h"
+
+#include <stdexcept>
+
+#include "reference_host/runtime/type_registry.h"
+
+namespace orva::compiler {
+
+static std::shared_ptr<Context>& active() {
+  static std::shared_ptr<Context> context;
+  return context;
+}
+
+void startHost(const std::string& standardLibrary) { active() = std::make_shared<Context>(standardLibrary); }
+
+Context& activeContext() {
+  if (active() == nullptr) throw std::logic_error("The host is not started");
+  return *active();
+}
+
+const runtime::Type* Context::findOrLoad(const std::string& fullName) {
+  if (const runtime::Type* loaded = runtime::findTypeByFullName(fullName)) return loaded;
+  if (fullName.find('<') != std::string::npos) {
+    const auto instance = generics.materialize(fullName);
+    if (!instance) return nullptr;
+    loader.load(instance->sourceFile, Placement::underRoot);
+    return runtime::findTypeByFullName(instance->name);
+  }
+  const std::string source = classPath.find(fullName);
+  if (source.empty()) return nullptr;
+  loader.load(source, Placement::underRoot);
+  return runtime::findTypeByFullName(fullName);
+}
+
+std::shared_ptr<Context> Compiler::activeRuntimeContext() { return active(); }
+
+}  // namespace orva::compiler

@@ -1,0 +1,51 @@
+// The compilation context: everything that compiling and loading needs, put together.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "reference_host/compiler/class_catalog.h"
+#include "reference_host/compiler/class_path.h"
+#include "reference_host/compiler/engine.h"
+#include "reference_host/compiler/generic_instances.h"
+#include "reference_host/compiler/loader.h"
+#include "reference_host/language/source_text.h"
+#include "runtime_api/compiler.h"
+
+namespace orva::compiler {
+
+/// A place in a source that a request comes from.
+class Token {
+ public:
+  language::Position position;
+};
+
+/// One context serves the whole process; threads may use it at once.
+class Context {
+ public:
+  /// @param standardLibrary root directory of the standard library; empty when there is none.
+  explicit Context(const std::string& standardLibrary)
+      : classPath(standardLibrary),
+        catalog(classPath),
+        loader(classPath, catalog, engine, generics),
+        generics(classPath, loader) {}
+
+  ClassPath classPath;
+  ClassCatalog catalog;
+  Engine engine;
+  Loader loader;
+  GenericInstances generics;
+
+  /// Finds a loaded type by its full name, or loads it: a class from its source, a generic instance from its generic
+  /// class. Null when there is none. Throws `std::runtime_error` when its source cannot be loaded.
+  const runtime::Type* findOrLoad(const std::string& fullName);
+};
+
+/// Makes a context with a standard library the active one; once in a process, before anything else is asked of the
+/// host.
+void startHost(const std::string& standardLibrary);
+
+/// The active context. Throws `std::logic_error` before the host was started.
+Context& activeContext();
+
+}  // namespace orva::compiler

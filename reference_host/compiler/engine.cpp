@@ -1,0 +1,134 @@
+// LLVM's ORC with JITLink; every unit is a library of its own, so that units cannot meet each other's symbols.
+#include "reference_host/compiler/engine.h"
+
+#include <llvm/ADT/SmallVector.h>
+#include <llvm/ExecutionEngine/JITLink/EHFrameSupport.h>
+#include <llvm/ExecutionEngine/Orc/EPCEHFrameRegistrar.h>
+#include <llvm/ExecutionEngine/Orc/ObjectLinkingLayer.h>
+#include <llvm/IR/LegacyPassManager.h>
+#include <llvm/Support/TargetSelect.h>
+#include <llvm/Support/raw_ostream.h>
+#include <llvm/Target/TargetMachine.h>
+#include <llvm/TargetParser/Host.h>
+
+#include <stdexcept>
+#include <utility>
+
+#include "reference_host/compiler/linkage.h"
+#include "reference_host/runtime/operations.h"
+
+namespace orva::compiler {
+
+namespace orc = llvm::orc;
+
+static orc::JITTargetMachineBuilder baselineMachine() {
+  llvm::InitializeNativeTarget();
+  llvm::InitializeNativeTargetAsmPrinter();
+  orc::JITTargetMachineBuilder machine(llvm::Triple(llvm::sys::getProcessTriple()));
+  machine.setRelocationModel(llvm::Reloc::PIC_);
+  machine.setCodeModel(llvm::CodeModel::Small);
+  machine.setCodeGenOptLevel(llvm::CodeGenOptLevel::Less);
+  return machine;
+}
+
+/// JITLink, with unwind tables made known to the process, so that C++ exceptions can cross compiled frames.
+static llvm::Expected<std::unique_ptr<orc::ObjectLayer>> makeLinkingLayer(orc::ExecutionSession& session,
+                                                                          const llvm::Triple& /*triple*/) {
+  auto layer = std::make_unique<orc::ObjectLinkingLayer>(session);
+  auto registrar = orc::EPCEHFrameRegistrar::Create(session);
+  if (!registrar) return registrar.takeError();
+  layer->addPlugin(std::make_shared<orc::EHFrameRegistrationPlugin>(session, std::move(*registrar)));
+  return std::unique_ptr<orc::ObjectLayer>(std::move(layer));
+}
+
+/// The value itself, which may be a reference.
+template <typename Value>
+static Value valueOrThrow(llvm::Expected<Value> expected) {
+  if (!expected) throw std::runtime_error(llvm::toString(expected.takeError()));
+  return static_cast<Value&&>(*expected);
+}
+
+Engine::Engine() : machine_(baselineMachine()) {
+  jit_ = valueOrThrow(
+      orc::LLJITBuilder().setJITTargetMachineBuilder(machine_).setObjectLinkingLayerCreator(makeLinkingLayer).create());
+  // The session tells the cause apart from the failed look-up; they are put together again in `require`.
+  jit_->getExecutionSession().setErrorReporter([this](llvm::Error error) {
+    if (!reported_.empty()) reported_ += "; ";
+    reported_ += llvm::toString(std::move(error));
+  });
+  operations_ = &jit_->getExecutionSession().createBareJITDylib("orva.operations");
+  orc::SymbolMap symbols;
+  for (const auto& list : {runtime::operations(), linkOperations()}) {
+    for (const runtime::NamedOperation& operation : list) {
+      symbols[jit_->mangleAndIntern(operation.name)] = {orc::ExecutorAddr::fromPtr(operation.address),
+                                                        llvm::JITSymbolFlags::Exported};
+    }
+  }
+  require(operations_->define(orc::absoluteSymbols(std::move(symbols))));
+}
+
+Engine::~Engine() = default;
+
+void Engine::require(llvm::Error error) {
+  const std::string cause = std::exchange(reported_, {});
+  if (error) {
+    const std::string failed = llvm::toString(std::move(error));
+    throw std::runtime_error(cause.empty() ? failed : cause);
+  }
+}
+
+std::unique_ptr<CodeUnit> Engine::newUnit() {
+  orc::JITDylib& library = valueOrThrow(jit_->createJITDylib("orva.unit." + std::to_string(units_++)));
+  library.addToLinkOrder(*operations_);
+  return std::make_unique<CodeUnit>(*this, library);
+}
+
+bool Engine::defines(const std::string& symbol) {
+  auto found =
+      jit_->getExecutionSession().lookup({jit_->getProcessSymbolsJITDylib().get()}, jit_->mangleAndIntern(symbol));
+  if (found) return true;
+  llvm::consumeError(found.takeError());
+  reported_.clear();
+  return false;
+}
+
+std::string Engine::target() const { return machine_.getTargetTriple().str(); }
+
+std::string Engine::emitObject(llvm::Module& module) {
+  orc::JITTargetMachineBuilder builder = machine_;
+  const auto machine = valueOrThrow(builder.createTargetMachine());
+  module.setTargetTriple(target());
+  module.setDataLayout(machine->createDataLayout());
+  llvm::SmallVector<char, 0> bytes;
+  llvm::raw_svector_ostream out(bytes);
+  llvm::legacy::PassManager passes;
+  if (machine->addPassesToEmitFile(passes, out, nullptr, llvm::CodeGenFileType::ObjectFile)) {
+    throw std::runtime_error("LLVM cannot write object files for " + target());
+  }
+  passes.run(module);
+  return {bytes.begin(), bytes.end()};
+}
+
+CodeUnit::~CodeUnit() {
+  // Removing what was added to a session that is alive does not fail; there is nobody to tell either.
+  if (!isKept_) llvm::consumeError(engine_.jit_->getExecutionSession().removeJITDylib(library_));
+}
+
+void CodeUnit::add(std::unique_ptr<llvm::Module> module, orc::ThreadSafeContext context) {
+  module->setTargetTriple(engine_.target());
+  module->setDataLayout(engine_.jit_->getDataLayout());
+  engine_.require(engine_.jit_->addIRModule(library_, orc::ThreadSafeModule(std::move(module), std::move(context))));
+}
+
+void CodeUnit::add(std::unique_ptr<llvm::MemoryBuffer> object) {
+  engine_.require(engine_.jit_->addObjectFile(library_, std::move(object)));
+}
+
+void CodeUnit::run(const std::string& function) {
+  auto address = engine_.jit_->lookupLinkerMangled(library_, function);
+  if (!address) engine_.require(address.takeError());
+  engine_.reported_.clear();
+  address->toPtr<void (*)()>()();
+}
+
+}  // namespace orva::compiler

@@ -1,0 +1,58 @@
+// Generic instances: generates the source of `Box<Circle>` from the source of `Box<T>`.
+#pragma once
+
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "reference_host/compiler/class_path.h"
+#include "reference_host/language/syntax_tree.h"
+
+namespace orva::compiler {
+
+class Loader;
+
+/// A generic instance and the file that its source was written to.
+struct GenericInstance {
+  std::string name;  ///< full name, with the full names of the arguments
+  std::string sourceFile;
+};
+
+/// Keeps generated sources in a directory of its own, which nobody else may read, until the process ends.
+class GenericInstances {
+ public:
+  GenericInstances(ClassPath& classPath, Loader& loader) : classPath_(classPath), loader_(loader) {}
+  ~GenericInstances();
+  GenericInstances(const GenericInstances&) = delete;
+  GenericInstances& operator=(const GenericInstances&) = delete;
+
+  /// Writes the source of an instance and loads the generic class itself.
+  /// @param typeName the instance, with any blanks, as in `collections.Box< Circle >`.
+  /// @return nothing when the text is no generic type, or its class or an argument is unknown.
+  /// Throws `std::runtime_error` when the class does not take these arguments, or a file cannot be read or written.
+  std::optional<GenericInstance> materialize(const std::string& typeName);
+
+  /// Tells whether a file is a generated source.
+  bool isGenerated(const std::string& file) const;
+
+ private:
+  struct GenericClass {
+    std::string fullName;
+    std::string source;
+  };
+
+  std::optional<GenericClass> findClass(const std::string& name);
+  /// The argument's spelling with full names; nothing when it is unknown.
+  std::optional<language::TypeName> resolveArgument(const language::TypeName& argument);
+  std::filesystem::path directory();
+  void write(const std::filesystem::path& file, const std::string& text);
+
+  ClassPath& classPath_;
+  Loader& loader_;
+  mutable std::mutex mutex_;
+  std::filesystem::path directory_;  // made when it is needed first
+  int written_ = 0;
+};
+
+}  // namespace orva::compiler

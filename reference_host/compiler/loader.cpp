@@ -1,0 +1,169 @@
+// One load at a time: compile or check everything, link it, then register it all at once.
+#include "reference_host/compiler/loader.h"
+
+#include <llvm/ExecutionEngine/Orc/ThreadSafeModule.h>
+#include <llvm/Linker/Linker.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+#include <utility>
+
+#include "reference_host/compiler/generic_instances.h"
+#include "reference_host/compiler/object_file.h"
+#include "reference_host/language/parser.h"
+#include "reference_host/runtime/type_registry.h"
+
+namespace orva::compiler {
+
+namespace fs = std::filesystem;
+
+struct Loader::Compiled {
+  llvm::orc::ThreadSafeContext context{std::make_unique<llvm::LLVMContext>()};
+  std::vector<GeneratedClass> classes;
+};
+
+struct Loader::CheckedObject {
+  std::string realPath;
+  ObjectFile file;
+};
+
+/// The one name of a file that can be read, however it was named.
+static std::string realPath(const std::string& path) {
+  std::error_code error;
+  const fs::path real = fs::canonical(path, error);
+  if (error) throw std::runtime_error("Cannot read '" + path + "': " + error.message());
+  return real.string();
+}
+
+void Loader::checkPlacement(const language::SourceText& source, const language::SourceFile& file) const {
+  const auto package = classPath_.packageOf(source.path);
+  if (!package) return;
+  if (file.package != *package) {
+    throw language::SourceError(source, file.packagePosition,
+                                "this file lies in the directory of package '" + *package +
+                                    "': it cannot declare package '" + file.package + "'");
+  }
+  const std::string expected = fs::path(source.path).stem().string();
+  const auto isExpected = [&](const language::ClassDeclaration& declared) { return declared.name.name == expected; };
+  if (std::none_of(file.classes.begin(), file.classes.end(), isExpected)) {
+    throw language::SourceError(source, file.classes.front().name.position,
+                                "expected a class '" + expected + "', as the file is named");
+  }
+}
+
+static void checkUnknown(const language::SourceText& source, const language::SourceFile& file) {
+  for (const language::ClassDeclaration& declared : file.classes) {
+    const runtime::Type* known = runtime::findTypeByFullName(file.qualify(declared.name.text()));
+    if (known == nullptr) continue;
+    throw language::SourceError(source, declared.name.position,
+                                "type '" + known->fullName + "' is already loaded from " + known->source);
+  }
+}
+
+void Loader::checkNatives(const language::SourceText& source, const std::vector<GeneratedClass>& classes) {
+  for (const GeneratedClass& generated : classes) {
+    for (const NativeBinding& native : generated.natives) {
+      if (engine_.defines(native.symbol)) continue;
+      throw language::SourceError(source, native.position,
+                                  "native method '" + native.method + "' needs the symbol '" + native.symbol +
+                                      "', which the process does not define");
+    }
+  }
+}
+
+language::SourceFile Loader::parse(const language::SourceText& source, Placement placement) const {
+  const bool isInstance = generics_.isGenerated(source.path);
+  language::SourceFile file =
+      language::parseSource(source, isInstance ? language::Origin::instance : language::Origin::written);
+  if (placement == Placement::underRoot && !isInstance) checkPlacement(source, file);
+  return file;
+}
+
+Loader::Compiled Loader::compile(const language::SourceText& source, const language::SourceFile& file) const {
+  Compiled compiled;
+  std::vector<language::Diagnostic> diagnostics;
+  for (const language::ClassDeclaration& declared : file.classes) {
+    compiled.classes.push_back(
+        generateClass(source, file, declared, catalog_, *compiled.context.getContext(), diagnostics));
+  }
+  if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);
+  return compiled;
+}
+
+void Loader::load(const std::string& path, Placement placement) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const std::string real = realPath(path);
+  if (loaded_.count(real) != 0) return;
+  const language::SourceText source = readSource(path);
+  const language::SourceFile file = parse(source, placement);
+  checkUnknown(source, file);
+  Compiled compiled = compile(source, file);
+  checkNatives(source, compiled.classes);
+
+  const auto unit = engine_.newUnit();
+  for (GeneratedClass& generated : compiled.classes) unit->add(std::move(generated.module), compiled.context);
+  runtime::Registration registration;
+  registration.setSource(path);
+  for (const GeneratedClass& generated : compiled.classes) unit->run(generated.initialiser);
+  registration.commit();
+  unit->keep();
+  loaded_.insert(real);
+}
+
+std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::string>& paths,
+                                                       const std::vector<std::string>& identities) {
+  std::vector<CheckedObject> objects;
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    ObjectFile object = readObject(paths[i]);
+    checkObject(object, identities[i], engine_.target());
+    for (const std::string& symbol : object.natives) {
+      if (engine_.defines(symbol)) continue;
+      throw std::runtime_error(object.path + ": a native method needs the symbol '" + symbol +
+                               "', which the process does not define");
+    }
+    std::string real = realPath(paths[i]);
+    const auto isSame = [&](const CheckedObject& other) { return other.realPath == real; };
+    const bool isKnown = loaded_.count(real) != 0 || std::any_of(objects.begin(), objects.end(), isSame);
+    if (!isKnown) objects.push_back({std::move(real), std::move(object)});
+  }
+  return objects;
+}
+
+void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  std::vector<CheckedObject> objects = checkBundle(paths, identities);
+  std::vector<std::unique_ptr<CodeUnit>> units;
+  runtime::Registration registration;
+  for (CheckedObject& object : objects) {
+    units.push_back(engine_.newUnit());
+    units.back()->add(std::move(object.file.bytes));
+    registration.setSource(object.file.path);
+    for (const std::string& initialiser : object.file.initialisers) units.back()->run(initialiser);
+  }
+  registration.commit();
+  for (const auto& unit : units) unit->keep();
+  for (const CheckedObject& object : objects) loaded_.insert(object.realPath);
+}
+
+void Loader::precompile(const std::string& path, Placement placement) {
+  const std::string target = objectPathOf(path);
+  const language::SourceText source = readSource(path);
+  Compiled compiled = compile(source, parse(source, placement));
+  ObjectFile object;
+  object.path = target;
+  object.identity = sourceIdentity(source.text);
+  object.target = engine_.target();
+  llvm::Module whole(path, *compiled.context.getContext());
+  for (GeneratedClass& generated : compiled.classes) {
+    object.initialisers.push_back(generated.initialiser);
+    for (const NativeBinding& native : generated.natives) object.natives.push_back(native.symbol);
+    if (llvm::Linker::linkModules(whole, std::move(generated.module))) {
+      throw std::runtime_error("Cannot join the classes of '" + path + "' in one object");
+    }
+  }
+  addHeader(whole, object);
+  writeObject(object, engine_.emitObject(whole));
+}
+
+}  // namespace orva::compiler

@@ -1,0 +1,58 @@
+// Loading: from source files and object bundles to registered types.
+#pragma once
+
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "reference_host/compiler/class_catalog.h"
+#include "reference_host/compiler/class_generator.h"
+#include "reference_host/compiler/class_path.h"
+#include "reference_host/compiler/engine.h"
+
+namespace orva::compiler {
+
+class GenericInstances;
+
+/// Whether a source's package and class must match its path under a root.
+enum class Placement { underRoot, anywhere };
+
+/// Loads one source or bundle at a time; threads wait for each other. A load that fails leaves nothing behind.
+class Loader {
+ public:
+  Loader(ClassPath& classPath, ClassCatalog& catalog, Engine& engine, GenericInstances& generics)
+      : classPath_(classPath), catalog_(catalog), engine_(engine), generics_(generics) {}
+
+  /// Compiles a source file and registers its types, unless the file was loaded before, under whatever name.
+  /// Throws `std::runtime_error` (`SourceError` for what is wrong with the text).
+  void load(const std::string& path, Placement placement);
+
+  /// Links object files and registers their types; objects that were loaded before are passed over.
+  /// @param identities element i is the identity of the source that object i must have been built from.
+  /// Throws `std::runtime_error` before any code is linked when one of them does not fit.
+  void loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
+
+  /// Compiles a source file to an object file beside it, and registers nothing. Throws as `load` does.
+  void precompile(const std::string& path, Placement placement);
+
+ private:
+  struct Compiled;
+  struct CheckedObject;
+
+  language::SourceFile parse(const language::SourceText& source, Placement placement) const;
+  Compiled compile(const language::SourceText& source, const language::SourceFile& file) const;
+  std::vector<CheckedObject> checkBundle(const std::vector<std::string>& paths,
+                                         const std::vector<std::string>& identities);
+  void checkPlacement(const language::SourceText& source, const language::SourceFile& file) const;
+  void checkNatives(const language::SourceText& source, const std::vector<GeneratedClass>& classes);
+
+  ClassPath& classPath_;
+  ClassCatalog& catalog_;
+  Engine& engine_;
+  GenericInstances& generics_;
+  std::mutex mutex_;
+  std::set<std::string> loaded_;  // real paths
+};
+
+}  // namespace orva::compiler

@@ -1,0 +1,220 @@
+// Statements: control flow, variables, and language exceptions as C++ exceptions that carry them.
+#include "reference_host/compiler/method_generator.h"
+
+#include <utility>
+
+namespace orva::compiler {
+
+using language::Position;
+
+namespace {
+
+/// What is wrong with one statement.
+struct Fault {
+  language::Diagnostic diagnostic;
+};
+
+}  // namespace
+
+void MethodGenerator::fail(Position position, const std::string& message) { throw Fault{{position, message}}; }
+
+MethodGenerator::MethodGenerator(ClassScope& scope, const language::MethodDeclaration& method,
+                                 const runtime::MethodSignature& signature)
+    : scope_(scope),
+      builder_(scope.builder),
+      method_(method),
+      signature_(signature),
+      function_(scope.functions.at(method.name)),
+      ir_(scope.builder.module().getContext()) {}
+
+void MethodGenerator::generate() {
+  ir_.SetInsertPoint(newBlock("entry"));
+  variables_.emplace_back();
+  const unsigned first = signature_.isStatic ? 0 : 1;
+  for (unsigned i = 0; i < method_.parameters.size(); ++i) {
+    const language::Parameter& parameter = method_.parameters[i];
+    const Variable& variable = declareVariable(parameter.name, signature_.parameters[i], parameter.position);
+    ir_.CreateStore(function_->getArg(first + i), variable.place);
+  }
+  operation("checkStack", builder_.typeOf("void"),
+            {builder_.text(scope_.fullName + "." + method_.name),
+             function_->getArg(static_cast<unsigned>(function_->arg_size() - 1))});
+  block(method_.body);
+  if (hasEnded()) return;
+  if (signature_.result == "void") {
+    ir_.CreateRetVoid();
+    return;
+  }
+  const bool isReachable = ir_.GetInsertBlock()->isEntryBlock() || !ir_.GetInsertBlock()->hasNPredecessors(0);
+  if (isReachable) {
+    scope_.diagnostics.push_back(
+        {method_.position, "method '" + method_.name + "' can end without returning: expected " + signature_.result});
+  }
+  ir_.CreateUnreachable();
+}
+
+void MethodGenerator::block(const language::Block& statements) {
+  variables_.emplace_back();
+  for (const language::Statement& each : statements) {
+    // What follows a return or a throw cannot be reached, but must be right all the same.
+    if (hasEnded()) ir_.SetInsertPoint(newBlock("unreachable"));
+    try {
+      statement(each);
+    } catch (const Fault& fault) {
+      scope_.diagnostics.push_back(fault.diagnostic);
+    }
+  }
+  variables_.pop_back();
+}
+
+void MethodGenerator::statement(const language::Statement& statement) {
+  std::visit([&](const auto& form) { generate(form, statement.position); }, statement.form);
+}
+
+void MethodGenerator::generate(const language::Declaration& declaration, Position position) {
+  const std::string type = resolved(declaration.type);
+  if (type == "void") fail(position, "a variable cannot be void");
+  // Declared in any case, so that one mistake in the value is not reported at each later use.
+  const Variable variable = declareVariable(declaration.name, type, position);
+  ir_.CreateStore(llvm::Constant::getNullValue(variable.place->getAllocatedType()), variable.place);
+  ir_.CreateStore(valueOf(declaration.value, type), variable.place);
+}
+
+void MethodGenerator::generate(const language::Assignment& assignment, Position position) {
+  const Variable* variable = findVariable(assignment.name);
+  if (variable == nullptr) fail(position, "unknown variable '" + assignment.name + "'");
+  llvm::AllocaInst* place = variable->place;
+  ir_.CreateStore(valueOf(assignment.value, std::string(variable->type)), place);
+}
+
+void MethodGenerator::generate(const language::ExpressionStatement& statement, Position /*position*/) {
+  expression(statement.value, "void");
+}
+
+void MethodGenerator::generate(const language::Return& statement, Position position) {
+  if (!statement.value) {
+    if (signature_.result != "void")
+      fail(position, "expected a value of type " + signature_.result + " after 'return'");
+    ir_.CreateRetVoid();
+    return;
+  }
+  if (signature_.result == "void") fail(position, "method '" + method_.name + "' returns nothing: expected 'return;'");
+  ir_.CreateRet(valueOf(*statement.value, signature_.result));
+}
+
+void MethodGenerator::generate(const language::If& statement, Position /*position*/) {
+  llvm::Value* condition = ir_.CreateICmpNE(valueOf(statement.condition, "boolean"), builder_.number(0));
+  llvm::BasicBlock* then = newBlock("then");
+  llvm::BasicBlock* otherwise = newBlock("else");
+  ir_.CreateCondBr(condition, then, otherwise);
+  llvm::BasicBlock* next = newBlock("next");
+  ir_.SetInsertPoint(then);
+  block(statement.then);
+  jump(next);
+  ir_.SetInsertPoint(otherwise);
+  block(statement.otherwise);
+  jump(next);
+  ir_.SetInsertPoint(next);
+}
+
+void MethodGenerator::generate(const language::Try& statement, Position /*position*/) {
+  llvm::BasicBlock* next = newBlock("next");
+  llvm::BasicBlock* landing = newBlock("landing");
+  llvm::BasicBlock* outer = std::exchange(landing_, landing);
+  block(statement.body);
+  jump(next);
+  landing_ = outer;
+
+  ir_.SetInsertPoint(landing);
+  auto* landed = llvm::StructType::get(builder_.pointer(), llvm::Type::getInt32Ty(ir_.getContext()));
+  llvm::LandingPadInst* pad = ir_.CreateLandingPad(landed, 1);
+  // Only language exceptions are caught; every other C++ exception goes on to whoever called the program.
+  pad->addClause(llvm::cast<llvm::Constant>(
+      builder_.module().getOrInsertGlobal("orvart_thrownType", llvm::Type::getInt8Ty(ir_.getContext()))));
+  llvm::Value* exception = operation("beginCatch", builder_.pointer(), {ir_.CreateExtractValue(pad, 0)});
+  handler(statement, exception, next);
+  ir_.SetInsertPoint(next);
+}
+
+void MethodGenerator::handler(const language::Try& statement, llvm::Value* exception, llvm::BasicBlock* next) {
+  if (statement.exceptionClass != "Exception") {
+    llvm::Value* matches =
+        operation("exceptionIs", builder_.word(), {exception, builder_.text(statement.exceptionClass)});
+    llvm::BasicBlock* handle = newBlock("handle");
+    llvm::BasicBlock* pass = newBlock("pass");
+    ir_.CreateCondBr(ir_.CreateICmpNE(matches, builder_.number(0)), handle, pass);
+    ir_.SetInsertPoint(pass);
+    operation("rethrow", builder_.typeOf("void"), {exception});
+    ir_.CreateUnreachable();
+    ir_.SetInsertPoint(handle);
+  }
+  variables_.emplace_back();
+  const Variable& variable = declareVariable(statement.variable, "Exception", statement.variablePosition);
+  ir_.CreateStore(exception, variable.place);
+  block(statement.handler);
+  variables_.pop_back();
+  jump(next);
+}
+
+void MethodGenerator::generate(const language::Throw& statement, Position position) {
+  operation(
+      "raise", builder_.typeOf("void"),
+      {builder_.text(statement.exceptionClass), valueOf(statement.message, "String"), builder_.location(position)});
+  ir_.CreateUnreachable();
+}
+
+MethodGenerator::Variable* MethodGenerator::findVariable(const std::string& name) {
+  for (auto level = variables_.rbegin(); level != variables_.rend(); ++level) {
+    const auto found = level->find(name);
+    if (found != level->end()) return &found->second;
+  }
+  return nullptr;
+}
+
+MethodGenerator::Variable& MethodGenerator::declareVariable(const std::string& name, const std::string& type,
+                                                            Position position) {
+  if (findVariable(name) != nullptr) fail(position, "variable '" + name + "' is declared twice");
+  return variables_.back()[name] = {type, allocate(builder_.typeOf(type), name)};
+}
+
+std::string MethodGenerator::resolved(const language::TypeName& type) {
+  const auto found = scope_.catalog.resolveType(type, scope_.file);
+  if (!found) fail(type.position, "unknown type '" + type.text() + "'");
+  return *found;
+}
+
+llvm::AllocaInst* MethodGenerator::allocate(llvm::Type* type, const std::string& name) {
+  llvm::BasicBlock& entry = function_->getEntryBlock();
+  llvm::IRBuilder<> atEntry(&entry, entry.begin());
+  return atEntry.CreateAlloca(type, nullptr, name);
+}
+
+llvm::BasicBlock* MethodGenerator::newBlock(const std::string& name) {
+  return llvm::BasicBlock::Create(ir_.getContext(), name, function_);
+}
+
+void MethodGenerator::jump(llvm::BasicBlock* target) {
+  if (!hasEnded()) ir_.CreateBr(target);
+}
+
+llvm::Value* MethodGenerator::call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments) {
+  if (landing_ == nullptr) return ir_.CreateCall(callee, arguments);
+  if (!function_->hasPersonalityFn()) {
+    auto* type = llvm::FunctionType::get(llvm::Type::getInt32Ty(ir_.getContext()), true);
+    function_->setPersonalityFn(
+        llvm::cast<llvm::Constant>(builder_.module().getOrInsertFunction("__gxx_personality_v0", type).getCallee()));
+  }
+  llvm::BasicBlock* next = newBlock("called");
+  llvm::Value* result = ir_.CreateInvoke(callee, next, landing_, arguments);
+  ir_.SetInsertPoint(next);
+  return result;
+}
+
+llvm::Value* MethodGenerator::operation(const std::string& name, llvm::Type* result,
+                                        const std::vector<llvm::Value*>& arguments) {
+  std::vector<llvm::Type*> types;
+  for (const llvm::Value* argument : arguments) types.push_back(argument->getType());
+  return call(builder_.operation(name, result, types), arguments);
+}
+
+}  // namespace orva::compiler

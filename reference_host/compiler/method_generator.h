@@ -1,0 +1,120 @@
+// Turns the body of a method into machine-independent code.
+#pragma once
+
+#include <llvm/IR/IRBuilder.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "reference_host/compiler/class_catalog.h"
+#include "reference_host/compiler/module_builder.h"
+#include "reference_host/language/syntax_tree.h"
+
+namespace orva::compiler {
+
+/// What the methods of one class are generated in.
+struct ClassScope {
+  const language::SourceFile& file;
+  const std::string fullName;
+  const ClassCatalog& catalog;
+  ModuleBuilder& builder;
+  /// The functions of the class's own methods, by name.
+  std::map<std::string, llvm::Function*> functions;
+  std::vector<language::Diagnostic>& diagnostics;
+  /// Classes that were asked for before; the class itself and those of its file are found here too.
+  std::map<std::string, std::optional<ClassSummary>> summaries;
+};
+
+/// Generates one method. What is wrong with it is added to the class's diagnostics, a statement at a time.
+class MethodGenerator {
+ public:
+  MethodGenerator(ClassScope& scope, const language::MethodDeclaration& method,
+                  const runtime::MethodSignature& signature);
+
+  void generate();
+
+ private:
+  struct Value {
+    llvm::Value* value;
+    std::string type;  ///< `null` for the literal, `void` for a call without a result
+  };
+  struct Variable {
+    std::string type;
+    llvm::AllocaInst* place;
+  };
+
+  // Statements.
+  void block(const language::Block& statements);
+  void statement(const language::Statement& statement);
+  void generate(const language::Declaration& declaration, language::Position position);
+  void generate(const language::Assignment& assignment, language::Position position);
+  void generate(const language::ExpressionStatement& statement, language::Position position);
+  void generate(const language::Return& statement, language::Position position);
+  void generate(const language::If& statement, language::Position position);
+  void generate(const language::Try& statement, language::Position position);
+  void generate(const language::Throw& statement, language::Position position);
+  void handler(const language::Try& statement, llvm::Value* exception, llvm::BasicBlock* next);
+
+  // Expressions. `wanted` is the type that the place asks for; empty when it asks for none, `void` when it drops the
+  // value. It decides what a call gives whose method is found while the program runs.
+  Value expression(const language::Expression& expression, const std::string& wanted);
+  Value generate(const language::StringLiteral& literal, language::Position position, const std::string& wanted);
+  Value generate(const language::IntegerLiteral& literal, language::Position position, const std::string& wanted);
+  Value generate(const language::BooleanLiteral& literal, language::Position position, const std::string& wanted);
+  Value generate(const language::NullLiteral& literal, language::Position position, const std::string& wanted);
+  Value generate(const language::NameUse& use, language::Position position, const std::string& wanted);
+  Value generate(const language::ClassUse& use, language::Position position, const std::string& wanted);
+  Value generate(const language::ListLiteral& literal, language::Position position, const std::string& wanted);
+  Value generate(const language::Operation& operation, language::Position position, const std::string& wanted);
+  Value generate(const language::MemberChain& chain, language::Position position, const std::string& wanted);
+  Value add(const Value& left, const Value& right, language::Position position);
+  Value compare(const Value& left, const Value& right, bool equal, language::Position position);
+  Value asText(const Value& value, language::Position position);
+  /// Evaluates an expression that must be of a type.
+  llvm::Value* valueOf(const language::Expression& expression, const std::string& type);
+
+  // Calls.
+  Value staticCall(const std::string& className, const language::Member& member, const std::string& wanted);
+  Value linkedCall(const ClassSummary& summary, const language::Member& member, llvm::Value* receiver);
+  Value callByName(const std::string& className, const language::Member& member, const std::string& wanted);
+  Value memberCall(const Value& receiver, const language::Member& member);
+  Value builtInCall(const Value& receiver, const language::Member& member);
+  Value typeCall(const Value& receiver, const language::Member& member);
+  /// Throws "Exception" while the program runs, for a call that cannot be right.
+  Value faultyCall(const std::string& problem, const std::string& type, language::Position position);
+  std::vector<Value> arguments(const language::Member& member, const std::vector<std::string>& wanted);
+  /// The words and the spelled types of arguments, as two arrays in the frame.
+  struct WordArguments {
+    llvm::Value* words;
+    llvm::Constant* types;
+  };
+  WordArguments wordArguments(const std::vector<Value>& values);
+
+  const std::optional<ClassSummary>& summaryOf(const std::string& fullName);
+  Variable* findVariable(const std::string& name);
+  Variable& declareVariable(const std::string& name, const std::string& type, language::Position position);
+  std::string resolved(const language::TypeName& type);
+  llvm::AllocaInst* allocate(llvm::Type* type, const std::string& name);
+  llvm::BasicBlock* newBlock(const std::string& name);
+  /// Ends the current block with a jump, unless it has ended.
+  void jump(llvm::BasicBlock* target);
+  bool hasEnded() const { return ir_.GetInsertBlock()->getTerminator() != nullptr; }
+  llvm::Value* call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments);
+  llvm::Value* operation(const std::string& name, llvm::Type* result, const std::vector<llvm::Value*>& arguments);
+
+  [[noreturn]] static void fail(language::Position position, const std::string& message);
+
+  ClassScope& scope_;
+  ModuleBuilder& builder_;
+  const language::MethodDeclaration& method_;
+  const runtime::MethodSignature& signature_;
+  llvm::Function* function_;
+  llvm::IRBuilder<> ir_;
+  std::vector<std::map<std::string, Variable>> variables_;
+  /// Where calls unwind to; null outside of every `try`.
+  llvm::BasicBlock* landing_ = nullptr;
+};
+
+}  // namespace orva::compiler

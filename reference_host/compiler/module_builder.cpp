@@ -1,0 +1,137 @@
+// Writing constants and links into a module.
+#include "reference_host/compiler/module_builder.h"
+
+#include <llvm/IR/Constants.h>
+
+namespace orva::compiler {
+
+using llvm::Constant;
+
+ModuleBuilder::ModuleBuilder(const std::string& name, const language::SourceText& source, llvm::LLVMContext& context)
+    : source_(source), module_(std::make_unique<llvm::Module>(name, context)) {}
+
+llvm::Type* ModuleBuilder::typeOf(const std::string& type) {
+  if (type == "void") return llvm::Type::getVoidTy(module_->getContext());
+  if (type == "int" || type == "boolean") return word();
+  return pointer();
+}
+
+llvm::FunctionType* ModuleBuilder::functionType(const runtime::MethodSignature& signature) {
+  std::vector<llvm::Type*> parameters;
+  if (!signature.isStatic) parameters.push_back(pointer());
+  for (const std::string& parameter : signature.parameters) parameters.push_back(typeOf(parameter));
+  parameters.push_back(pointer());
+  return llvm::FunctionType::get(typeOf(signature.result), parameters, false);
+}
+
+llvm::Function* ModuleBuilder::addFunction(llvm::FunctionType* type, const std::string& name,
+                                           llvm::GlobalValue::LinkageTypes linkage) {
+  llvm::Function* function = llvm::Function::Create(type, linkage, name, *module_);
+  function->setUWTableKind(llvm::UWTableKind::Default);
+  return function;
+}
+
+Constant* ModuleBuilder::constant(Constant* value) {
+  auto* global = new llvm::GlobalVariable(*module_, value->getType(), true, llvm::GlobalValue::PrivateLinkage, value);
+  global->setUnnamedAddr(llvm::GlobalValue::UnnamedAddr::Global);
+  return global;
+}
+
+Constant* ModuleBuilder::text(const std::string& text) {
+  Constant*& known = texts_[text];
+  if (known == nullptr) known = constant(llvm::ConstantDataArray::getString(module_->getContext(), text));
+  return known;
+}
+
+Constant* ModuleBuilder::number(int64_t value) { return llvm::ConstantInt::getSigned(word(), value); }
+
+Constant* ModuleBuilder::array(const std::vector<Constant*>& elements) {
+  if (elements.empty()) return llvm::ConstantPointerNull::get(pointer());
+  return constant(
+      llvm::ConstantArray::get(llvm::ArrayType::get(elements.front()->getType(), elements.size()), elements));
+}
+
+Constant* ModuleBuilder::textArray(const std::vector<std::string>& texts) {
+  std::vector<Constant*> elements;
+  for (const std::string& each : texts) elements.push_back(text(each));
+  return array(elements);
+}
+
+Constant* ModuleBuilder::structure(const std::vector<Constant*>& fields) {
+  return llvm::ConstantStruct::getAnon(module_->getContext(), fields);
+}
+
+Constant* ModuleBuilder::location(language::Position position) {
+  Constant*& known = locations_[position.line];
+  if (known == nullptr) {
+    known = constant(structure({text(source_.path), number(static_cast<int64_t>(position.line)),
+                                text(std::string(source_.line(position.line)))}));
+  }
+  return known;
+}
+
+llvm::FunctionCallee ModuleBuilder::operation(const std::string& name, llvm::Type* result,
+                                              const std::vector<llvm::Type*>& arguments) {
+  return module_->getOrInsertFunction("orvart_" + name, llvm::FunctionType::get(result, arguments, false));
+}
+
+llvm::Function* ModuleBuilder::linkedMethod(const std::string& className, const runtime::MethodSignature& signature) {
+  llvm::Function*& known = links_[className + "." + signature.name];
+  if (known == nullptr) {
+    known = addFunction(functionType(signature), "link:" + className + "." + signature.name);
+    buildLink(known, className, signature);
+  }
+  return known;
+}
+
+void ModuleBuilder::buildLink(llvm::Function* function, const std::string& className,
+                              const runtime::MethodSignature& signature) {
+  llvm::LLVMContext& context = module_->getContext();
+  auto* slot = new llvm::GlobalVariable(*module_, pointer(), false, llvm::GlobalValue::InternalLinkage,
+                                        llvm::ConstantPointerNull::get(pointer()), "slot:" + signature.name);
+  auto* entry = llvm::BasicBlock::Create(context, "entry", function);
+  auto* find = llvm::BasicBlock::Create(context, "find", function);
+  auto* call = llvm::BasicBlock::Create(context, "call", function);
+
+  llvm::IRBuilder<> builder(entry);
+  llvm::LoadInst* known = builder.CreateAlignedLoad(pointer(), slot, llvm::Align(8));
+  known->setAtomic(llvm::AtomicOrdering::Acquire);
+  builder.CreateCondBr(builder.CreateIsNull(known), find, call);
+
+  builder.SetInsertPoint(find);
+  const std::vector<llvm::Type*> types = {pointer(), pointer(), pointer(), pointer(), word(), pointer(), pointer()};
+  llvm::Value* found = builder.CreateCall(
+      operation("linkMethod", pointer(), types),
+      {text(className), text(signature.name), text(joinTypes(signature.parameters)), text(signature.result),
+       number(signature.isStatic ? 1 : 0), slot, function->getArg(static_cast<unsigned>(function->arg_size() - 1))});
+  builder.CreateBr(call);
+
+  builder.SetInsertPoint(call);
+  llvm::PHINode* target = builder.CreatePHI(pointer(), 2);
+  target->addIncoming(known, entry);
+  target->addIncoming(found, find);
+  std::vector<llvm::Value*> arguments;
+  for (llvm::Argument& argument : function->args()) arguments.push_back(&argument);
+  llvm::Value* result = builder.CreateCall(function->getFunctionType(), target, arguments);
+  if (signature.result == "void") {
+    builder.CreateRetVoid();
+  } else {
+    builder.CreateRet(result);
+  }
+}
+
+llvm::Value* ModuleBuilder::toWord(llvm::IRBuilder<>& builder, llvm::Value* value) {
+  return value->getType()->isPointerTy() ? builder.CreatePtrToInt(value, word()) : value;
+}
+
+llvm::Value* ModuleBuilder::fromWord(llvm::IRBuilder<>& builder, llvm::Value* word, const std::string& type) {
+  return typeOf(type)->isPointerTy() ? builder.CreateIntToPtr(word, pointer()) : word;
+}
+
+std::string joinTypes(const std::vector<std::string>& types) {
+  std::string joined;
+  for (const std::string& type : types) joined += (joined.empty() ? "" : ",") + type;
+  return joined;
+}
+
+}  // namespace orva::compiler

@@ -1,0 +1,71 @@
+// The LLVM module of one class: constants, the runtime's operations, and calls that are linked when first made.
+#pragma once
+
+#include <llvm/IR/IRBuilder.h>
+#include <llvm/IR/Module.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "reference_host/language/source_text.h"
+#include "reference_host/runtime/type.h"
+
+namespace orva::compiler {
+
+/// Builds what several methods of a class share. int and boolean are i64, every other type is a pointer.
+class ModuleBuilder {
+ public:
+  ModuleBuilder(const std::string& name, const language::SourceText& source, llvm::LLVMContext& context);
+
+  llvm::Module& module() { return *module_; }
+  std::unique_ptr<llvm::Module> take() { return std::move(module_); }
+
+  llvm::Type* word() { return llvm::Type::getInt64Ty(module_->getContext()); }
+  llvm::PointerType* pointer() { return llvm::PointerType::getUnqual(module_->getContext()); }
+  llvm::Type* typeOf(const std::string& type);
+
+  /// The machine signature of a method: receiver, arguments, call site.
+  llvm::FunctionType* functionType(const runtime::MethodSignature& signature);
+
+  /// A new function that other code can unwind through.
+  llvm::Function* addFunction(llvm::FunctionType* type, const std::string& name,
+                              llvm::GlobalValue::LinkageTypes linkage = llvm::GlobalValue::InternalLinkage);
+
+  llvm::Constant* text(const std::string& text);
+  llvm::Constant* number(int64_t value);
+  /// A constant array; null when it is empty.
+  llvm::Constant* array(const std::vector<llvm::Constant*>& elements);
+  llvm::Constant* textArray(const std::vector<std::string>& texts);
+  llvm::Constant* structure(const std::vector<llvm::Constant*>& fields);
+  /// The constant `SourceLocation` of a line.
+  llvm::Constant* location(language::Position position);
+  /// A constant that other constants and code refer to.
+  llvm::Constant* constant(llvm::Constant* value);
+
+  /// A function of the runtime, as `orvart_` + name.
+  llvm::FunctionCallee operation(const std::string& name, llvm::Type* result,
+                                 const std::vector<llvm::Type*>& arguments);
+
+  /// A function that calls a method of another class, and finds it when it is called for the first time.
+  llvm::Function* linkedMethod(const std::string& className, const runtime::MethodSignature& signature);
+
+  /// A value as a 64-bit word, and a word as a value of a type.
+  llvm::Value* toWord(llvm::IRBuilder<>& builder, llvm::Value* value);
+  llvm::Value* fromWord(llvm::IRBuilder<>& builder, llvm::Value* word, const std::string& type);
+
+ private:
+  void buildLink(llvm::Function* function, const std::string& className, const runtime::MethodSignature& signature);
+
+  const language::SourceText& source_;
+  std::unique_ptr<llvm::Module> module_;
+  std::map<std::string, llvm::Constant*> texts_;
+  std::map<std::size_t, llvm::Constant*> locations_;
+  std::map<std::string, llvm::Function*> links_;
+};
+
+/// Spelled types joined by commas.
+std::string joinTypes(const std::vector<std::string>& types);
+
+}  // namespace orva::compiler

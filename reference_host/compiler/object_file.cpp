@@ -1,0 +1,206 @@
+// The header of object files, and writing them so that no half object is ever seen.
+#include "reference_host/compiler/object_file.h"
+
+#include <llvm/ADT/StringExtras.h>
+#include <llvm/IR/Constants.h>
+#include <llvm/IR/GlobalVariable.h>
+#include <llvm/Object/ObjectFile.h>
+#include <llvm/Support/JSON.h>
+#include <llvm/Support/SHA256.h>
+#include <llvm/Transforms/Utils/ModuleUtils.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace orva::compiler {
+
+namespace fs = std::filesystem;
+namespace json = llvm::json;
+
+constexpr const char* headerSection = ".orva.object";
+
+std::string sourceIdentity(const std::string& text) {
+  llvm::SHA256 hash;
+  hash.update(text);
+  return llvm::toHex(hash.final(), true);
+}
+
+std::string objectPathOf(const std::string& sourcePath) {
+  fs::path path(sourcePath);
+  if (path.extension() != ".ov") {
+    throw std::runtime_error("'" + sourcePath + "' is no source file: expected a name that ends in '.ov'");
+  }
+  return path.replace_extension(".o").string();
+}
+
+/// The digest covers the whole file, with zeros in its own place.
+static std::string digestEntry(const std::string& digest) { return "\"digest\":\"" + digest + "\""; }
+
+static std::string noDigest() { return std::string(64, '0'); }
+
+/// Puts one digest in the place of another. Throws when the other is not there exactly once.
+static void replaceDigest(std::string& bytes, const std::string& from, const std::string& to) {
+  const std::string entry = digestEntry(from);
+  const std::size_t at = bytes.find(entry);
+  if (at == std::string::npos || bytes.find(entry, at + 1) != std::string::npos) {
+    throw std::runtime_error("the digest is not there");
+  }
+  bytes.replace(at, entry.size(), digestEntry(to));
+}
+
+void addHeader(llvm::Module& module, const ObjectFile& object) {
+  json::Object header{{"identity", object.identity},
+                      {"abi", object.abi},
+                      {"target", object.target},
+                      {"dialect", object.dialect},
+                      {"digest", noDigest()},
+                      {"initialisers", json::Array(object.initialisers)},
+                      {"natives", json::Array(object.natives)}};
+  std::string text;
+  llvm::raw_string_ostream(text) << json::Value(std::move(header));
+  auto* value = llvm::ConstantDataArray::getString(module.getContext(), text, false);
+  auto* global =
+      new llvm::GlobalVariable(module, value->getType(), true, llvm::GlobalValue::PrivateLinkage, value, "orva.header");
+  global->setSection(headerSection);
+  llvm::appendToCompilerUsed(module, {global});
+}
+
+/// Null for a file that is no ELF object at all; throws when it is a damaged one.
+static std::unique_ptr<llvm::object::ObjectFile> parseElf(const llvm::MemoryBuffer& bytes) {
+  constexpr std::string_view magic("\x7F\x45\x4C\x46", 4);
+  if (!bytes.getBuffer().starts_with(magic)) return nullptr;
+  auto parsed = llvm::object::ObjectFile::createELFObjectFile(bytes.getMemBufferRef());
+  if (!parsed) throw std::runtime_error(llvm::toString(parsed.takeError()));
+  return std::move(*parsed);
+}
+
+static std::optional<std::string> findHeader(const llvm::object::ObjectFile& object) {
+  for (const llvm::object::SectionRef& section : object.sections()) {
+    llvm::Expected<llvm::StringRef> name = section.getName();
+    if (!name) throw std::runtime_error(llvm::toString(name.takeError()));
+    if (*name != headerSection) continue;
+    llvm::Expected<llvm::StringRef> contents = section.getContents();
+    if (!contents) throw std::runtime_error(llvm::toString(contents.takeError()));
+    return contents->str();
+  }
+  return std::nullopt;
+}
+
+static std::vector<std::string> textsOf(const json::Object& header, const char* key) {
+  const json::Array* array = header.getArray(key);
+  if (array == nullptr) throw std::runtime_error(std::string("its header has no list '") + key + "'");
+  std::vector<std::string> texts;
+  for (const json::Value& element : *array) texts.push_back(element.getAsString().value_or("").str());
+  return texts;
+}
+
+static std::string textOf(const json::Object& header, const char* key) {
+  const auto text = header.getString(key);
+  if (!text) throw std::runtime_error(std::string("its header has no text '") + key + "'");
+  return text->str();
+}
+
+static void checkDigest(const json::Object& header, const llvm::MemoryBuffer& bytes) {
+  const std::string digest = textOf(header, "digest");
+  std::string whole = bytes.getBuffer().str();
+  replaceDigest(whole, digest, noDigest());
+  if (sourceIdentity(whole) != digest) throw std::runtime_error("its bytes are not those that were written");
+}
+
+/// Reads the header of an object; nothing when it is no object of this compiler. Throws when the file is damaged.
+static std::optional<ObjectFile> parseObject(const std::string& path, const llvm::MemoryBuffer& bytes) {
+  const auto parsed = parseElf(bytes);
+  if (parsed == nullptr) return std::nullopt;
+  const auto text = findHeader(*parsed);
+  if (!text) return std::nullopt;
+  llvm::Expected<json::Value> value = json::parse(*text);
+  if (!value) throw std::runtime_error(llvm::toString(value.takeError()));
+  const json::Object* header = value->getAsObject();
+  if (header == nullptr) throw std::runtime_error("its header is no JSON object");
+  checkDigest(*header, bytes);
+  ObjectFile object;
+  object.path = path;
+  object.identity = textOf(*header, "identity");
+  object.abi = header->getInteger("abi").value_or(0);
+  object.target = textOf(*header, "target");
+  object.dialect = textOf(*header, "dialect");
+  object.initialisers = textsOf(*header, "initialisers");
+  object.natives = textsOf(*header, "natives");
+  return object;
+}
+
+ObjectFile readObject(const std::string& path) {
+  std::error_code error;
+  const auto type = fs::status(path, error).type();
+  if (!error && type != fs::file_type::regular) {
+    throw std::runtime_error("Cannot read '" + path + "': expected a regular file");
+  }
+  auto bytes = llvm::MemoryBuffer::getFile(path, false, false);
+  if (!bytes) throw std::runtime_error("Cannot read '" + path + "': " + bytes.getError().message());
+  std::optional<ObjectFile> object;
+  try {
+    object = parseObject(path, **bytes);
+  } catch (const std::runtime_error& failure) {
+    throw std::runtime_error("'" + path + "' is damaged: " + failure.what());
+  }
+  if (!object) {
+    throw std::runtime_error("'" + path +
+                             "' is not an object of this compiler: expected an ELF object with a section '" +
+                             headerSection + "'");
+  }
+  object->bytes = std::move(*bytes);
+  return std::move(*object);
+}
+
+static void requireEqual(const ObjectFile& object, const char* what, const std::string& found,
+                         const std::string& expected) {
+  if (found == expected) return;
+  throw std::runtime_error("'" + object.path + "' has another " + what + ": expected '" + expected + "', found '" +
+                           found + "'");
+}
+
+void checkObject(const ObjectFile& object, const std::string& identity, const std::string& target) {
+  requireEqual(object, "ABI version", std::to_string(object.abi), std::to_string(currentObjectAbi));
+  requireEqual(object, "dialect version", object.dialect, currentDialect);
+  requireEqual(object, "target", object.target, target);
+  requireEqual(object, "source identity", object.identity, identity);
+}
+
+/// Tells whether a file is an ELF object with our section, whatever else is wrong with it.
+static bool isOurs(const std::string& path) {
+  auto bytes = llvm::MemoryBuffer::getFile(path, false, false);
+  if (!bytes) return false;
+  try {
+    const auto parsed = parseElf(**bytes);
+    return parsed != nullptr && findHeader(*parsed).has_value();
+  } catch (const std::runtime_error&) {
+    return false;
+  }
+}
+
+void writeObject(const ObjectFile& object, std::string bytes) {
+  if (fs::exists(fs::symlink_status(object.path)) && !isOurs(object.path)) {
+    throw std::runtime_error("'" + object.path + "' is not an object of this compiler, and is not overwritten");
+  }
+  replaceDigest(bytes, noDigest(), sourceIdentity(bytes));
+  static std::atomic<int> count{0};
+  const std::string unfinished = object.path + "." + std::to_string(getpid()) + "." + std::to_string(count++) + ".tmp";
+  std::ofstream out(unfinished, std::ios::binary);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  out.close();
+  std::error_code error;
+  if (out) fs::rename(unfinished, object.path, error);
+  if (!out || error) {
+    std::error_code ignored;
+    fs::remove(unfinished, ignored);
+    throw std::runtime_error("Cannot write '" + object.path + "'");
+  }
+}
+
+}  // namespace orva::compiler

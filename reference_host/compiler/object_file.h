@@ -1,0 +1,55 @@
+// Object files of this compiler: ELF objects with a section `.orva.object`, which holds a JSON text that says what the
+// object was built from and for.
+#pragma once
+
+#include <llvm/IR/Module.h>
+#include <llvm/Support/MemoryBuffer.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orva::compiler {
+
+/// The version of the layout of objects: of the descriptors, the operations and the header.
+constexpr int32_t currentObjectAbi = 1;
+
+/// The version of the language that sources are written in.
+constexpr const char* currentDialect = "1";
+
+/// An object file and what its header says.
+struct ObjectFile {
+  std::string path;
+  std::string identity;  ///< SHA-256 of the source text, in lower-case hexadecimal digits
+  int64_t abi = currentObjectAbi;
+  std::string target;  ///< LLVM target triple
+  std::string dialect = currentDialect;
+  std::vector<std::string> initialisers;  ///< symbols, one for each class
+  std::vector<std::string> natives;       ///< symbols that the process must define
+  std::unique_ptr<llvm::MemoryBuffer> bytes;
+};
+
+/// The SHA-256 of a text, as 64 lower-case hexadecimal digits.
+std::string sourceIdentity(const std::string& text);
+
+/// Where the object of a source file lies: beside it, with `.o` in the place of `.ov`. Throws `std::runtime_error` for
+/// a name that does not end in `.ov`.
+std::string objectPathOf(const std::string& sourcePath);
+
+/// Adds the section to a module that is complete otherwise.
+void addHeader(llvm::Module& module, const ObjectFile& object);
+
+/// Writes an object under a temporary name and renames it. Throws `std::runtime_error`, and leaves what is there, when
+/// the file cannot be written or a file of that name is not an object of this compiler.
+void writeObject(const ObjectFile& object, std::string bytes);
+
+/// Reads an object file with its header. Throws `std::runtime_error` when there is none, when it is not an object of
+/// this compiler, and when its bytes are not those that were written.
+ObjectFile readObject(const std::string& path);
+
+/// Throws `std::runtime_error`, with the path and both values, when an object is of another ABI version, dialect,
+/// target or source.
+void checkObject(const ObjectFile& object, const std::string& identity, const std::string& target);
+
+}  // namespace orva::compiler

@@ -1,0 +1,424 @@
+// A recursive-descent parser: one function for each rule of the grammar.
+#include "reference_host/language/parser.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "reference_host/language/lexer.h"
+
+namespace orva::language {
+
+std::string TypeName::text() const {
+  std::string spelling = name;
+  for (std::size_t i = 0; i < arguments.size(); ++i) spelling += (i == 0 ? "<" : ",") + arguments[i].text();
+  return arguments.empty() ? spelling : spelling + ">";
+}
+
+namespace {
+
+constexpr int deepest = 200;
+
+class Parser {
+ public:
+  Parser(const SourceText& source, Origin origin) : source_(source), origin_(origin), tokens_(tokenize(source)) {}
+
+  SourceFile file() {
+    SourceFile file;
+    if (accept("package")) {
+      file.packagePosition = peek().position;
+      file.package = qualifiedName("a package name");
+      expect(";");
+    }
+    while (peek().kind != TokenKind::end) {
+      file.classes.push_back(classDeclaration());
+      const ClassDeclaration& last = file.classes.back();
+      const auto isLast = [&](const ClassDeclaration& other) { return other.name.name == last.name.name; };
+      if (std::find_if(file.classes.begin(), file.classes.end() - 1, isLast) != file.classes.end() - 1) {
+        fail(last.name.position, "class '" + last.name.name + "' is declared twice");
+      }
+    }
+    if (file.classes.empty()) fail(peek().position, "expected a class");
+    return file;
+  }
+
+  TypeName wholeType() {
+    TypeName parsed = type();
+    if (peek().kind != TokenKind::end) failExpected("the end of the type name");
+    return parsed;
+  }
+
+ private:
+  /// Counts how deep the rules are nested, so that no source can exhaust the stack.
+  class Level {
+   public:
+    explicit Level(Parser& parser) : parser_(parser) {
+      if (++parser_.depth_ > deepest)
+        parser.fail(parser.peek().position, "this is nested too deeply: expected at most 200 levels");
+    }
+    ~Level() { --parser_.depth_; }
+    Level(const Level&) = delete;
+    Level& operator=(const Level&) = delete;
+
+   private:
+    Parser& parser_;
+  };
+
+  const Token& peek() const { return tokens_[at_]; }
+
+  Token take() {
+    Token token = peek();
+    if (token.kind != TokenKind::end) ++at_;
+    return token;
+  }
+
+  bool accept(std::string_view spelling) {
+    if (!peek().is(spelling)) return false;
+    ++at_;
+    return true;
+  }
+
+  void expect(std::string_view spelling) {
+    if (!accept(spelling)) failExpected("'" + std::string(spelling) + "'");
+  }
+
+  std::string name(const std::string& what) {
+    if (peek().kind != TokenKind::name) failExpected(what);
+    return take().text;
+  }
+
+  std::string qualifiedName(const std::string& what) {
+    std::string text = name(what);
+    while (accept(".")) text += "." + name("a name after '.'");
+    return text;
+  }
+
+  [[noreturn]] void fail(Position position, const std::string& message) const {
+    throw SourceError(source_, position, message);
+  }
+
+  [[noreturn]] void failExpected(const std::string& what) const {
+    const Token& found = peek();
+    const std::string spelling = found.kind == TokenKind::end
+                                     ? "the end of the text"
+                                     : "'" + source_.text.substr(found.begin, found.end - found.begin) + "'";
+    fail(found.position, "expected " + what + ", found " + spelling);
+  }
+
+  /// Reads `item { "," item }` up to `close`, which is taken; nothing at all is fine too.
+  template <typename Item>
+  void list(std::string_view close, const Item& item) {
+    if (accept(close)) return;
+    do {
+      item();
+    } while (accept(","));
+    expect(close);
+  }
+
+  TypeName type() {
+    const Level level(*this);
+    TypeName parsed;
+    parsed.position = peek().position;
+    parsed.name = qualifiedName("a type");
+    if (accept("<")) parsed.arguments = typeArguments();
+    return parsed;
+  }
+
+  std::vector<TypeName> typeArguments() {
+    std::vector<TypeName> arguments;
+    do {
+      arguments.push_back(type());
+    } while (accept(","));
+    expect(">");
+    return arguments;
+  }
+
+  struct Modifiers {
+    bool isStatic = false;
+    bool isNative = false;
+  };
+
+  Modifiers modifiers() {
+    Modifiers found;
+    bool isPublic = false;
+    while (peek().is("public") || peek().is("static") || peek().is("native")) {
+      const Token token = take();
+      bool& flag = token.text == "public" ? isPublic : token.text == "static" ? found.isStatic : found.isNative;
+      if (std::exchange(flag, true)) fail(token.position, "'" + token.text + "' is written twice");
+    }
+    return found;
+  }
+
+  ClassDeclaration classDeclaration() {
+    ClassDeclaration declared;
+    declared.begin = peek().begin;
+    const Position start = peek().position;
+    const Modifiers found = modifiers();
+    if (found.isStatic || found.isNative) fail(start, "a class can only be public");
+    expect("class");
+    declared.name.position = peek().position;
+    declared.name.name = name("the name of a class");
+    if (accept("<")) genericPart(declared);
+    typeParameters_ = declared.typeParameters;
+    expect("{");
+    while (!peek().is("}")) addMethod(declared);
+    declared.end = take().end;
+    return declared;
+  }
+
+  void genericPart(ClassDeclaration& declared) {
+    if (origin_ == Origin::instance) {
+      declared.name.arguments = typeArguments();
+      return;
+    }
+    do {
+      const Position position = peek().position;
+      std::string parameter = name("the name of a type parameter");
+      auto& known = declared.typeParameters;
+      if (std::find(known.begin(), known.end(), parameter) != known.end()) {
+        fail(position, "type parameter '" + parameter + "' is declared twice");
+      }
+      known.push_back(std::move(parameter));
+    } while (accept(","));
+    expect(">");
+  }
+
+  void addMethod(ClassDeclaration& declared) {
+    MethodDeclaration added = method();
+    for (const MethodDeclaration& other : declared.methods) {
+      if (other.name == added.name) fail(added.position, "method '" + added.name + "' is declared twice");
+    }
+    declared.methods.push_back(std::move(added));
+  }
+
+  MethodDeclaration method() {
+    MethodDeclaration declared;
+    const Modifiers found = modifiers();
+    declared.isStatic = found.isStatic;
+    declared.isNative = found.isNative;
+    declared.result = type();
+    declared.position = peek().position;
+    declared.name = declaredName("the name of a method");
+    expect("(");
+    list(")", [&] { declared.parameters.push_back(parameter(declared.parameters)); });
+    if (declared.isNative) {
+      expect(";");
+    } else {
+      declared.body = block();
+    }
+    return declared;
+  }
+
+  Parameter parameter(const std::vector<Parameter>& before) {
+    Parameter declared;
+    declared.type = type();
+    declared.position = peek().position;
+    declared.name = declaredName("the name of a parameter");
+    for (const Parameter& other : before) {
+      if (other.name == declared.name) fail(declared.position, "parameter '" + declared.name + "' is declared twice");
+    }
+    return declared;
+  }
+
+  /// A new name. It must differ from the type parameters, which are replaced wherever they stand.
+  std::string declaredName(const std::string& what) {
+    const Position position = peek().position;
+    std::string text = name(what);
+    if (std::find(typeParameters_.begin(), typeParameters_.end(), text) != typeParameters_.end()) {
+      fail(position, "'" + text + "' is a type parameter of this class: expected another name");
+    }
+    return text;
+  }
+
+  Block block() {
+    const Level level(*this);
+    Block statements;
+    expect("{");
+    while (!accept("}")) statements.push_back(statement());
+    return statements;
+  }
+
+  Statement statement() {
+    const Position position = peek().position;
+    if (accept("return")) return {position, returnStatement()};
+    if (accept("if")) return {position, ifStatement()};
+    if (accept("try")) return {position, tryStatement()};
+    if (accept("throw")) return {position, throwStatement()};
+    if (startsDeclaration()) return {position, declaration()};
+    if (peek().kind == TokenKind::name && tokens_[at_ + 1].is("=")) {
+      std::string target = take().text;
+      expect("=");
+      return {position, Assignment{std::move(target), valueBefore(";")}};
+    }
+    return {position, ExpressionStatement{valueBefore(";")}};
+  }
+
+  Expression valueBefore(std::string_view close) {
+    Expression value = expression();
+    expect(close);
+    return value;
+  }
+
+  /// A statement is a declaration when a name follows a complete type; looks ahead without taking anything.
+  bool startsDeclaration() const {
+    std::size_t ahead = at_;
+    return skipType(ahead, 0) && tokens_[ahead].kind == TokenKind::name;
+  }
+
+  bool skipType(std::size_t& ahead, int depth) const {
+    if (depth > deepest || tokens_[ahead].kind != TokenKind::name) return false;
+    ++ahead;
+    while (tokens_[ahead].is(".")) {
+      if (tokens_[ahead + 1].kind != TokenKind::name) return false;
+      ahead += 2;
+    }
+    if (!tokens_[ahead].is("<")) return true;
+    do {
+      ++ahead;
+      if (!skipType(ahead, depth + 1)) return false;
+    } while (tokens_[ahead].is(","));
+    return tokens_[ahead++].is(">");
+  }
+
+  Declaration declaration() {
+    TypeName declaredType = type();
+    std::string variable = declaredName("the name of a variable");
+    expect("=");
+    return {std::move(declaredType), std::move(variable), valueBefore(";")};
+  }
+
+  Return returnStatement() {
+    Return parsed;
+    if (!accept(";")) parsed.value = valueBefore(";");
+    return parsed;
+  }
+
+  If ifStatement() {
+    expect("(");
+    Expression condition = valueBefore(")");
+    Block then = block();
+    return {std::move(condition), std::move(then), accept("else") ? block() : Block()};
+  }
+
+  Try tryStatement() {
+    Try parsed;
+    parsed.body = block();
+    expect("catch");
+    expect("(");
+    parsed.exceptionClass = name("the name of an exception class");
+    parsed.variablePosition = peek().position;
+    parsed.variable = declaredName("the name of a variable");
+    expect(")");
+    parsed.handler = block();
+    return parsed;
+  }
+
+  Throw throwStatement() {
+    expect("new");
+    std::string exceptionClass = name("the name of an exception class");
+    expect("(");
+    Expression message = valueBefore(")");
+    expect(";");
+    return {std::move(exceptionClass), std::move(message)};
+  }
+
+  Expression expression() {
+    const Level level(*this);
+    return operation([this] { return sum(); }, {"==", "!="});
+  }
+
+  Expression sum() {
+    return operation([this] { return postfix(); }, {"+"});
+  }
+
+  template <typename Operand>
+  Expression operation(const Operand& operand, std::initializer_list<std::string_view> operators) {
+    Expression first = operand();
+    const auto isOperator = [&](std::string_view spelling) { return peek().is(spelling); };
+    if (std::none_of(operators.begin(), operators.end(), isOperator)) return first;
+    const Position position = first.position;
+    Operation joined;
+    joined.operands.push_back(std::move(first));
+    while (std::any_of(operators.begin(), operators.end(), isOperator)) {
+      joined.operators.push_back(take().text);
+      joined.operands.push_back(operand());
+    }
+    return {position, std::move(joined)};
+  }
+
+  Expression postfix() {
+    Expression start = primary();
+    if (!peek().is(".") && !startsInstanceUse(start)) return start;
+    const Position position = start.position;
+    MemberChain chain{std::make_unique<Expression>(std::move(start)), {}};
+    if (peek().is("<")) useInstance(chain);
+    while (accept(".")) {
+      chain.members.push_back(member());
+      if (peek().is("<") && origin_ == Origin::instance) useInstance(chain);
+    }
+    return {position, std::move(chain)};
+  }
+
+  bool startsInstanceUse(const Expression& start) const {
+    return origin_ == Origin::instance && peek().is("<") && std::holds_alternative<NameUse>(start.form);
+  }
+
+  /// Turns `a.b.Box` before a `<` into the class `a.b.Box<…>`, whose methods are called next.
+  void useInstance(MemberChain& chain) {
+    const auto* first = std::get_if<NameUse>(&chain.start->form);
+    const auto isCall = [](const Member& member) { return member.isCall; };
+    if (first == nullptr || std::any_of(chain.members.begin(), chain.members.end(), isCall)) failExpected("';'");
+    TypeName used{first->name, {}, chain.start->position};
+    for (const Member& member : chain.members) used.name += "." + member.name;
+    expect("<");
+    used.arguments = typeArguments();
+    chain.start = std::make_unique<Expression>(Expression{used.position, ClassUse{used}});
+    chain.members.clear();
+    if (!peek().is(".")) failExpected("'.'");
+  }
+
+  Member member() {
+    Member parsed;
+    parsed.position = peek().position;
+    parsed.name = name("a name after '.'");
+    parsed.isCall = accept("(");
+    if (parsed.isCall) list(")", [&] { parsed.arguments.push_back(expression()); });
+    return parsed;
+  }
+
+  Expression primary() {
+    const Position position = peek().position;
+    if (accept("(")) return valueBefore(")");
+    if (accept("true")) return {position, BooleanLiteral{true}};
+    if (accept("false")) return {position, BooleanLiteral{false}};
+    if (accept("null")) return {position, NullLiteral{}};
+    if (accept("[")) {
+      ListLiteral parsed;
+      list("]", [&] { parsed.elements.push_back(expression()); });
+      return {position, std::move(parsed)};
+    }
+    switch (peek().kind) {
+      case TokenKind::string: return {position, StringLiteral{take().text}};
+      case TokenKind::integer: return {position, IntegerLiteral{take().value}};
+      case TokenKind::name: return {position, NameUse{take().text}};
+      default: failExpected("an expression");
+    }
+  }
+
+  const SourceText& source_;
+  Origin origin_;
+  std::vector<Token> tokens_;
+  std::size_t at_ = 0;
+  int depth_ = 0;
+  std::vector<std::string> typeParameters_;
+};
+
+}  // namespace
+
+SourceFile parseSource(const SourceText& source, Origin origin) { return Parser(source, origin).file(); }
+
+TypeName parseTypeName(const std::string& text) {
+  const SourceText source{"type name", text};
+  return Parser(source, Origin::written).wholeType();
+}
+
+}  // namespace orva::language

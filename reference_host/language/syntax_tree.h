@@ -1,0 +1,147 @@
+// The syntax tree of a source file.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "reference_host/language/source_text.h"
+
+namespace orva::language {
+
+/// A type as it is written: a qualified name and, for a generic type, its arguments.
+struct TypeName {
+  std::string name;
+  std::vector<TypeName> arguments;
+  Position position;
+
+  /// The spelling without blanks, such as `a.B<c.D,int>`.
+  std::string text() const;
+};
+
+struct Expression;
+struct Statement;
+using ExpressionPointer = std::unique_ptr<Expression>;
+using Block = std::vector<Statement>;
+
+struct StringLiteral {
+  std::string text;
+};
+struct IntegerLiteral {
+  int64_t value;
+};
+struct BooleanLiteral {
+  bool value;
+};
+struct NullLiteral {};
+struct NameUse {
+  std::string name;
+};
+/// A class written with type arguments; only sources generated for generic instances hold one.
+struct ClassUse {
+  TypeName type;
+};
+struct ListLiteral {
+  std::vector<Expression> elements;
+};
+/// Operands joined from left to right by `==` and `!=`, or by `+`.
+struct Operation {
+  std::vector<Expression> operands;
+  std::vector<std::string> operators;  ///< operator i stands before operand i + 1
+};
+/// What follows a dot: a name or a call.
+struct Member {
+  std::string name;
+  bool isCall;
+  std::vector<Expression> arguments;
+  Position position;
+};
+/// An expression followed by members, such as `a.b.C.method(x).size()`.
+struct MemberChain {
+  ExpressionPointer start;
+  std::vector<Member> members;
+};
+
+struct Expression {
+  Position position;
+  std::variant<StringLiteral, IntegerLiteral, BooleanLiteral, NullLiteral, NameUse, ClassUse, ListLiteral, Operation,
+               MemberChain>
+      form;
+};
+
+struct Declaration {
+  TypeName type;
+  std::string name;
+  Expression value;
+};
+struct Assignment {
+  std::string name;
+  Expression value;
+};
+struct ExpressionStatement {
+  Expression value;
+};
+struct Return {
+  std::optional<Expression> value;
+};
+struct If {
+  Expression condition;
+  Block then;
+  Block otherwise;
+};
+struct Try {
+  Block body;
+  std::string exceptionClass;
+  std::string variable;
+  Position variablePosition;
+  Block handler;
+};
+struct Throw {
+  std::string exceptionClass;
+  Expression message;
+};
+
+struct Statement {
+  Position position;
+  std::variant<Declaration, Assignment, ExpressionStatement, Return, If, Try, Throw> form;
+};
+
+struct Parameter {
+  TypeName type;
+  std::string name;
+  Position position;
+};
+
+struct MethodDeclaration {
+  bool isStatic = false;
+  bool isNative = false;
+  TypeName result;
+  std::string name;
+  Position position;
+  std::vector<Parameter> parameters;
+  Block body;  ///< empty for a native method
+};
+
+struct ClassDeclaration {
+  /// The name after `class`; in a source generated for a generic instance, with the instance's arguments.
+  TypeName name;
+  std::vector<std::string> typeParameters;
+  std::vector<MethodDeclaration> methods;
+  /// Where the whole declaration stands in the source: from `begin` up to `end`.
+  std::size_t begin = 0;
+  std::size_t end = 0;
+};
+
+struct SourceFile {
+  std::string package;  ///< empty when none is declared
+  Position packagePosition;
+  std::vector<ClassDeclaration> classes;
+
+  /// The name of a class or a package member with the package in front.
+  std::string qualify(const std::string& name) const { return package.empty() ? name : package + "." + name; }
+};
+
+}  // namespace orva::language

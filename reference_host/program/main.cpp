@@ -1,0 +1,40 @@
+// `orva-host`: runs a program of the language.
+#include <cstdio>
+#include <exception>
+
+#include "reference_host/compiler/context.h"
+#include "reference_host/program/options.h"
+#include "reference_host/program/run.h"
+#include "reference_host/runtime/values.h"
+
+static void reportUncaught(const orva::runtime::Exception& exception) {
+  std::fprintf(stderr, "%s: %s\n", exception.className, exception.message);
+  if (const auto* location = exception.location) {
+    std::fprintf(stderr, "  at %s:%lld\n  %s\n", location->file, static_cast<long long>(location->line),
+                 location->text);
+  }
+}
+
+/// Runs the program and tells its exit status.
+static int run(const RunOptions& options) {
+  try {
+    orva::compiler::startHost(options.standardLibrary);
+    auto& runtime = orva::compiler::Runtime::getInstance();
+    runtime.addKlassPath(orva::program::rootOf(options.program));
+    for (const std::string& root : options.classPath) runtime.addKlassPath(root);
+    orva::program::runProgram(options.program, options.arguments);
+    return 0;
+  } catch (const orva::runtime::Thrown& thrown) {
+    std::fflush(stdout);
+    reportUncaught(*thrown.exception);
+  } catch (const std::exception& failure) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s\n", failure.what());
+  } catch (...) {
+    std::fflush(stdout);
+    std::fputs("A native threw an object that is no std::exception\n", stderr);
+  }
+  return 1;
+}
+
+int main(int argc, char** argv) { return run(parseOptions(argc, argv)); }

@@ -1,0 +1,69 @@
+// From a program file to its `main`.
+#include "reference_host/program/run.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+
+#include "reference_host/compiler/context.h"
+#include "reference_host/language/parser.h"
+#include "reference_host/runtime/type_registry.h"
+
+namespace orva::program {
+
+namespace fs = std::filesystem;
+
+static std::string packageOf(const std::string& programFile) {
+  try {
+    const language::SourceText source = compiler::readSource(programFile);
+    return language::parseSource(source).package;
+  } catch (const std::runtime_error&) {
+    // Loading the program says what is wrong with it.
+    return {};
+  }
+}
+
+std::string rootOf(const std::string& programFile) {
+  const std::string package = packageOf(programFile);
+  fs::path folder = fs::path(programFile).parent_path();
+  if (folder.empty()) folder = ".";
+  if (package.empty()) return folder.string();
+  std::string rest = package;
+  std::replace(rest.begin(), rest.end(), '.', '/');
+  fs::path root = fs::absolute(folder).lexically_normal();
+  for (fs::path names = rest; !names.empty(); names = names.parent_path()) {
+    if (root.filename() != names.filename()) return folder.string();
+    root = root.parent_path();
+  }
+  return root.string();
+}
+
+static const runtime::Method& findMain(const std::string& programFile) {
+  const std::string name = fs::path(programFile).stem().string();
+  const std::string package = packageOf(programFile);
+  const std::string fullName = package.empty() ? name : package + "." + name;
+  const runtime::Type* type = runtime::findTypeByFullName(fullName);
+  if (type == nullptr) {
+    throw std::runtime_error("'" + programFile + "' has no class '" + fullName + "': expected one named as the file");
+  }
+  const runtime::Method* method = type->find("main");
+  const std::vector<std::string> withArguments = {"ArrayList<String>"};
+  const bool isMain = method != nullptr && method->signature.isStatic && method->signature.result == "void" &&
+                      (method->signature.parameters.empty() || method->signature.parameters == withArguments);
+  if (!isMain) {
+    throw std::runtime_error("Class '" + fullName +
+                             "' has no method 'static void main()' or 'static void main(ArrayList<String> args)'");
+  }
+  return *method;
+}
+
+void runProgram(const std::string& programFile, const std::vector<std::string>& arguments) {
+  compiler::activeContext().loader.load(programFile, compiler::Placement::anywhere);
+  const runtime::Method& method = findMain(programFile);
+  runtime::ArrayList* list = runtime::newList();
+  for (const std::string& argument : arguments) list->elements.push_back(runtime::newText(argument));
+  const auto word = reinterpret_cast<int64_t>(list);
+  method.invoke(&word, nullptr);
+}
+
+}  // namespace orva::program

@@ -1,0 +1,39 @@
+// The runtime's entry points: what natives call to raise, to look up, to allocate and to read lists.
+#include <stdexcept>
+#include <string>
+
+#include "reference_host/runtime/pending_exception.h"
+#include "reference_host/runtime/type_registry.h"
+#include "reference_host/runtime/values.h"
+#include "runtime_api/reflection.h"
+#include "runtime_api/runtime.h"
+
+namespace rt = orva::runtime;
+
+void Orva_raise(const char* exceptionClass, const char* message) { rt::setPendingException({exceptionClass, message}); }
+
+void* Orva_typeByName(const char* typeName) {
+  // Types are opaque to natives, which never write through the pointer.
+  return typeName == nullptr ? nullptr : const_cast<rt::Type*>(rt::findType(typeName));
+}
+
+void* Orva_allocObject(const char* className) {
+  const rt::Type* type = rt::findType(className);
+  if (type == nullptr)
+    throw std::runtime_error(std::string("Cannot allocate an object: unknown class '") + className + "'");
+  return rt::newObject(*type);
+}
+
+int64_t orva_collections_ArrayList_size(void* list) {
+  return static_cast<int64_t>(static_cast<rt::ArrayList*>(list)->elements.size());
+}
+
+const char* orva_collections_ArrayList_operator_index(void* list, int64_t index) {
+  return static_cast<rt::ArrayList*>(list)->elements[static_cast<std::size_t>(index)];
+}
+
+int32_t Reflection_getTypeCount() { return rt::typeCount(); }
+
+const char* Reflection_getTypeName(int32_t index) { return rt::typeAt(index).name.c_str(); }
+
+const char* Reflection_getTypeFullName(int32_t index) { return rt::typeAt(index).fullName.c_str(); }

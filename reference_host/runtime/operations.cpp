@@ -1,0 +1,202 @@
+// What compiled code needs besides machine instructions.
+#include "reference_host/runtime/operations.h"
+
+#include <cxxabi.h>
+#include <pthread.h>
+
+#include <cstring>
+#include <typeinfo>
+
+#include "reference_host/runtime/pending_exception.h"
+#include "reference_host/runtime/type_registry.h"
+
+namespace orva::runtime {
+
+void throwException(const std::string& className, const std::string& message, const SourceLocation* callSite) {
+  throw Thrown{newException(className, message, callSite)};
+}
+
+/// Runs a call and gives an exception that knows no place the place of the call.
+static int64_t invokeAt(const Method& method, const int64_t* arguments, const SourceLocation* callSite) {
+  try {
+    return method.invoke(arguments, callSite);
+  } catch (Thrown& thrown) {
+    if (thrown.exception->location == nullptr) thrown.exception->location = callSite;
+    throw;
+  }
+}
+
+int64_t callDynamically(const Type& type, const char* methodName, const DynamicArguments& arguments,
+                        std::string& result, const SourceLocation* callSite) {
+  const Method* method = type.find(methodName);
+  const std::vector<std::string> types(arguments.types, arguments.types + arguments.count);
+  if (const auto problem =
+          callProblem(type.fullName, methodName, method == nullptr ? nullptr : &method->signature, true, types)) {
+    throwException("Exception", *problem, callSite);
+  }
+  result = method->signature.result;
+  return invokeAt(*method, arguments.values, callSite);
+}
+
+static const char* listText(const ArrayList* list) {
+  std::string text = "[";
+  for (const char* element : list->elements) {
+    if (text.size() > 1) text += ", ";
+    text += orvart_printableText(element);
+  }
+  return newText(text + "]");
+}
+
+const char* textOf(int64_t value, const std::string& type) {
+  if (type == "int") return newText(std::to_string(value));
+  if (type == "boolean") return value != 0 ? "true" : "false";
+  if (type == "void" || value == 0) return nullptr;
+  if (type == "String") return reinterpret_cast<const char*>(value);
+  if (type == "Type") return reinterpret_cast<const Type*>(value)->fullName.c_str();
+  if (type == "ArrayList<String>") return listText(reinterpret_cast<const ArrayList*>(value));
+  if (type == "Exception") return reinterpret_cast<const Exception*>(value)->message;
+  return reinterpret_cast<const Object*>(value)->type->fullName.c_str();
+}
+
+/// The lowest address that this thread's compiled code may use; below it stays room for the host's own functions.
+static const char* stackLimit() {
+  constexpr std::size_t reserve = 256 * 1024;
+  static thread_local const char* const limit = [] {
+    pthread_attr_t attributes;
+    void* lowest = nullptr;
+    std::size_t size = 0;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getstack(&attributes, &lowest, &size);
+    pthread_attr_destroy(&attributes);
+    return static_cast<const char*>(lowest) + reserve;
+  }();
+  return limit;
+}
+
+}  // namespace orva::runtime
+
+namespace rt = orva::runtime;
+
+extern "C" {
+
+const char* orvart_printableText(const char* text) { return text == nullptr ? "null" : text; }
+
+static const char* orvart_joinTexts(const char* left, const char* right) {
+  return rt::newText(std::string(orvart_printableText(left)) + orvart_printableText(right));
+}
+
+static const char* orvart_intText(int64_t value) { return rt::textOf(value, "int"); }
+
+static const char* orvart_booleanText(int64_t value) { return rt::textOf(value, "boolean"); }
+
+static int64_t orvart_textsEqual(const char* left, const char* right) {
+  const bool equal = left == nullptr || right == nullptr ? left == right : std::strcmp(left, right) == 0;
+  return equal ? 1 : 0;
+}
+
+static rt::ArrayList* orvart_newList() { return rt::newList(); }
+
+static int64_t orvart_listSize(const rt::ArrayList* list) { return static_cast<int64_t>(list->elements.size()); }
+
+static const char* orvart_listGet(const rt::ArrayList* list, int64_t index, const rt::SourceLocation* callSite) {
+  const int64_t size = orvart_listSize(list);
+  if (index < 0 || index >= size) {
+    rt::throwException("Exception",
+                       "Index " + std::to_string(index) + " is outside of a list of " + std::to_string(size), callSite);
+  }
+  return list->elements[static_cast<std::size_t>(index)];
+}
+
+static void orvart_listAdd(rt::ArrayList* list, const char* element) { list->elements.push_back(element); }
+
+static const char* orvart_typeName(const rt::Type* type) { return type->fullName.c_str(); }
+
+static const char* orvart_typeSource(const rt::Type* type) { return type->source.c_str(); }
+
+static const char* orvart_typeCall(const rt::Type* type, const char* method, int64_t count, const int64_t* values,
+                                   const char* const* types, const rt::SourceLocation* callSite) {
+  std::string result;
+  const int64_t value = rt::callDynamically(*type, method, {count, values, types}, result, callSite);
+  return rt::textOf(value, result);
+}
+
+static const char* orvart_exceptionClass(const rt::Exception* exception) { return exception->className; }
+
+static const char* orvart_exceptionMessage(const rt::Exception* exception) { return exception->message; }
+
+static int64_t orvart_exceptionIs(const rt::Exception* exception, const char* className) {
+  return std::strcmp(exception->className, className) == 0 ? 1 : 0;
+}
+
+[[noreturn]] static void orvart_raise(const char* className, const char* message, const rt::SourceLocation* callSite) {
+  rt::throwException(className, orvart_printableText(message), callSite);
+}
+
+[[noreturn]] static void orvart_rethrow(rt::Exception* exception) { throw rt::Thrown{exception}; }
+
+/// Ends the C++ exception that reached a handler and hands the language's one over.
+static rt::Exception* orvart_beginCatch(void* caught) {
+  rt::Exception* exception = static_cast<rt::Thrown*>(abi::__cxa_begin_catch(caught))->exception;
+  abi::__cxa_end_catch();
+  return exception;
+}
+
+static void orvart_enterNative() { rt::takePendingException(); }
+
+static void orvart_leaveNative(const rt::SourceLocation* callSite) {
+  if (const auto pending = rt::takePendingException()) {
+    rt::throwException(pending->className, pending->message, callSite);
+  }
+}
+
+static void orvart_requireReceiver(const void* receiver, const char* method, const rt::SourceLocation* callSite) {
+  if (receiver == nullptr) {
+    rt::throwException("Exception", std::string("'") + method + "' is called on null", callSite);
+  }
+}
+
+static void orvart_checkStack(const char* method, const rt::SourceLocation* callSite) {
+  if (static_cast<const char*>(__builtin_frame_address(0)) < rt::stackLimit()) {
+    rt::throwException("Exception", std::string("Recursion too deep in '") + method + "'", callSite);
+  }
+}
+
+}  // extern "C"
+
+namespace orva::runtime {
+
+template <typename Function>
+static const void* addressOf(Function* function) {
+  return reinterpret_cast<const void*>(function);
+}
+
+std::vector<NamedOperation> operations() {
+  return {
+      {"orvart_registerType", addressOf(orvart_registerType)},
+      {"orvart_printableText", addressOf(orvart_printableText)},
+      {"orvart_joinTexts", addressOf(orvart_joinTexts)},
+      {"orvart_intText", addressOf(orvart_intText)},
+      {"orvart_booleanText", addressOf(orvart_booleanText)},
+      {"orvart_textsEqual", addressOf(orvart_textsEqual)},
+      {"orvart_newList", addressOf(orvart_newList)},
+      {"orvart_listSize", addressOf(orvart_listSize)},
+      {"orvart_listGet", addressOf(orvart_listGet)},
+      {"orvart_listAdd", addressOf(orvart_listAdd)},
+      {"orvart_typeName", addressOf(orvart_typeName)},
+      {"orvart_typeSource", addressOf(orvart_typeSource)},
+      {"orvart_typeCall", addressOf(orvart_typeCall)},
+      {"orvart_exceptionClass", addressOf(orvart_exceptionClass)},
+      {"orvart_exceptionMessage", addressOf(orvart_exceptionMessage)},
+      {"orvart_exceptionIs", addressOf(orvart_exceptionIs)},
+      {"orvart_raise", addressOf(orvart_raise)},
+      {"orvart_rethrow", addressOf(orvart_rethrow)},
+      {"orvart_beginCatch", addressOf(orvart_beginCatch)},
+      {"orvart_enterNative", addressOf(orvart_enterNative)},
+      {"orvart_leaveNative", addressOf(orvart_leaveNative)},
+      {"orvart_requireReceiver", addressOf(orvart_requireReceiver)},
+      {"orvart_checkStack", addressOf(orvart_checkStack)},
+      {"orvart_thrownType", &typeid(Thrown)},
+  };
+}
+
+}  // namespace orva::runtime

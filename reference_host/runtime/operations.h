@@ -1,0 +1,45 @@
+// The operations that compiled code calls. They have C names, so that object files can be linked against them.
+// Those that take a call site throw a language exception (`Thrown`) that carries it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "reference_host/runtime/type.h"
+#include "reference_host/runtime/values.h"
+
+namespace orva::runtime {
+
+/// An operation under the name that compiled code knows it by.
+struct NamedOperation {
+  const char* name;
+  const void* address;
+};
+
+/// All operations of the runtime, and the type by which compiled code catches a language exception.
+std::vector<NamedOperation> operations();
+
+[[noreturn]] void throwException(const std::string& className, const std::string& message,
+                                 const SourceLocation* callSite);
+
+/// The arguments of a call whose method is found while the program runs.
+struct DynamicArguments {
+  int64_t count;
+  const int64_t* values;
+  const char* const* types;
+};
+
+/// Calls a static method after checking that it exists and takes the arguments. Throws a language exception when it
+/// does not.
+/// @param[out] result the spelled type of what is returned.
+int64_t callDynamically(const Type& type, const char* method, const DynamicArguments& arguments, std::string& result,
+                        const SourceLocation* callSite);
+
+/// A value as a text: what `+` and `print` make of it. Null for the result of a void method.
+const char* textOf(int64_t value, const std::string& type);
+
+}  // namespace orva::runtime
+
+/// The text that `+` makes of a String: null becomes "null".
+extern "C" const char* orvart_printableText(const char* text);

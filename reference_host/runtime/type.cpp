@@ -1,0 +1,58 @@
+// Comparing and checking method signatures.
+#include "reference_host/runtime/type.h"
+
+#include <algorithm>
+
+namespace orva::runtime {
+
+bool MethodSignature::operator==(const MethodSignature& other) const {
+  return name == other.name && isStatic == other.isStatic && parameters == other.parameters && result == other.result;
+}
+
+const Method* Type::find(std::string_view method) const {
+  const auto found =
+      std::find_if(methods.begin(), methods.end(), [&](const Method& each) { return each.signature.name == method; });
+  return found == methods.end() ? nullptr : &*found;
+}
+
+std::vector<std::string> splitTypes(std::string_view list) {
+  std::vector<std::string> types;
+  int depth = 0;
+  for (const char byte : list) {
+    if (types.empty()) types.emplace_back();
+    depth += byte == '<' ? 1 : byte == '>' ? -1 : 0;
+    if (byte == ',' && depth == 0) {
+      types.emplace_back();
+    } else {
+      types.back() += byte;
+    }
+  }
+  return types;
+}
+
+bool isAssignable(std::string_view wanted, std::string_view given) {
+  const bool isPointer = wanted != "int" && wanted != "boolean" && wanted != "void";
+  return wanted == given ? wanted != "void" : given == "null" && isPointer;
+}
+
+std::optional<std::string> callProblem(const std::string& typeName, const std::string& methodName,
+                                       const MethodSignature* method, bool isStaticCall,
+                                       const std::vector<std::string>& argumentTypes) {
+  if (method == nullptr) return "Type '" + typeName + "' has no method '" + methodName + "'";
+  const std::string quoted = "'" + typeName + "." + methodName + "'";
+  if (method->isStatic != isStaticCall) return "Method " + quoted + (isStaticCall ? " is not static" : " is static");
+  const std::size_t count = method->parameters.size();
+  if (argumentTypes.size() != count) {
+    return "Method " + quoted + " takes " + std::to_string(count) + (count == 1 ? " argument" : " arguments") +
+           ", not " + std::to_string(argumentTypes.size());
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!isAssignable(method->parameters[i], argumentTypes[i])) {
+      return "Argument " + std::to_string(i + 1) + " of " + quoted + " must be " + method->parameters[i] + ", not " +
+             argumentTypes[i];
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace orva::runtime

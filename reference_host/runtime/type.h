@@ -1,0 +1,56 @@
+// A loaded type and its methods.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "reference_host/runtime/values.h"
+
+namespace orva::runtime {
+
+/// What a caller must know of a method. Types are spelled as in sources, without blanks.
+struct MethodSignature {
+  std::string name;
+  bool isStatic = false;
+  std::vector<std::string> parameters;
+  std::string result;
+
+  bool operator==(const MethodSignature& other) const;
+};
+
+/// Calls a static method with arguments and result as 64-bit words.
+using Invoker = int64_t (*)(const int64_t* arguments, const SourceLocation* callSite);
+
+struct Method {
+  MethodSignature signature;
+  void* code = nullptr;      ///< takes the receiver if there is one, the arguments, then the call site
+  Invoker invoke = nullptr;  ///< null for a method that is not static
+};
+
+struct Type {
+  std::string name;
+  std::string fullName;
+  std::string source;  ///< the file that it was loaded from, as it was named
+  std::vector<Method> methods;
+
+  const Method* find(std::string_view method) const;
+};
+
+/// Splits a list of spelled types at its outer commas.
+std::vector<std::string> splitTypes(std::string_view list);
+
+/// Tells whether a value of one type may be used where another is wanted: they are equal, or it is null for a type
+/// whose values are pointers.
+bool isAssignable(std::string_view wanted, std::string_view given);
+
+/// Says what is wrong with a call, if anything.
+/// @param method null when the type has no method of that name.
+/// @param argumentTypes spelled types of the arguments, `null` for the literal.
+std::optional<std::string> callProblem(const std::string& typeName, const std::string& methodName,
+                                       const MethodSignature* method, bool isStaticCall,
+                                       const std::vector<std::string>& argumentTypes);
+
+}  // namespace orva::runtime

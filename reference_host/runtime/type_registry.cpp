@@ -1,0 +1,129 @@
+// The one registry of the process. `gReflectionMutex` guards all of it.
+#include "reference_host/runtime/type_registry.h"
+
+#include <algorithm>
+#include <cctype>
+#include <deque>
+#include <mutex>
+#include <stdexcept>
+#include <unordered_map>
+#include <utility>
+
+#include "runtime_api/reflection.h"
+
+std::mutex gReflectionMutex;
+std::vector<TypeRecord> gTypes;
+
+namespace orva::runtime {
+
+namespace {
+
+struct Registry {
+  std::deque<Type> types;  // never moves its elements
+  std::unordered_map<std::string, const Type*> fullNames;
+  /// The other spellings; null for one that several types share.
+  std::unordered_map<std::string, const Type*> otherNames;
+};
+
+Registry& registry() {
+  static auto* const only = new Registry();
+  return *only;
+}
+
+std::string withoutBlanks(std::string_view text) {
+  std::string compact;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(compact),
+               [](char byte) { return std::isspace(static_cast<unsigned char>(byte)) == 0; });
+  return compact;
+}
+
+const Type* lookUp(const std::unordered_map<std::string, const Type*>& names, const std::string& name) {
+  const auto found = names.find(name);
+  return found == names.end() ? nullptr : found->second;
+}
+
+Type makeType(const TypeDescriptor& descriptor, std::string source) {
+  Type type{descriptor.names[0], descriptor.names[1], std::move(source), {}};
+  for (int64_t i = 0; i < descriptor.methodCount; ++i) {
+    const MethodDescriptor& method = descriptor.methods[i];
+    type.methods.push_back({{method.name, method.isStatic != 0, splitTypes(method.parameters), method.result},
+                            method.code,
+                            method.invoke});
+  }
+  return type;
+}
+
+/// Adds a type and its record; the lock is held.
+void add(const TypeDescriptor& descriptor, std::string source) {
+  Registry& all = registry();
+  Type& type = all.types.emplace_back(makeType(descriptor, std::move(source)));
+  TypeRecord record{descriptor.names[0], descriptor.names[1], descriptor.names[2], descriptor.names[3], &type, {}};
+  // The type itself stands first, so that a type without methods is ready too.
+  record.members.push_back(&type);
+  for (Method& method : type.methods) record.members.push_back(&method);
+  all.fullNames.emplace(type.fullName, &type);
+  for (const std::string& name : {record.name1, record.name3, record.name4}) {
+    if (name.empty() || name == type.fullName) continue;
+    const auto [at, isNew] = all.otherNames.emplace(name, &type);
+    if (!isNew && at->second != &type) at->second = nullptr;
+  }
+  gTypes.push_back(std::move(record));
+}
+
+thread_local Registration* openRegistration = nullptr;
+
+}  // namespace
+
+Registration::Registration() : outer_(std::exchange(openRegistration, this)) {}
+
+Registration::~Registration() { openRegistration = outer_; }
+
+Registration* Registration::current() { return openRegistration; }
+
+/// Refuses types that are known already, or noted twice; the lock is held.
+static void checkNew(const std::vector<Registration::Noted>& noted) {
+  std::unordered_map<std::string, std::string> sources;
+  for (const auto& [descriptor, source] : noted) {
+    const std::string fullName = descriptor->names[1];
+    if (const Type* known = lookUp(registry().fullNames, fullName)) sources.emplace(fullName, known->source);
+    const auto [other, isNew] = sources.emplace(fullName, source);
+    if (!isNew) {
+      throw std::runtime_error("Type '" + fullName + "' of " + source + " is already loaded from " + other->second);
+    }
+  }
+}
+
+void Registration::commit() {
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  checkNew(noted_);
+  for (Noted& noted : noted_) orva::runtime::add(*noted.descriptor, std::move(noted.source));
+  noted_.clear();
+}
+
+const Type* findType(std::string_view name) {
+  const std::string key = name.find('<') == std::string_view::npos ? std::string(name) : withoutBlanks(name);
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  const Type* type = lookUp(registry().fullNames, key);
+  return type != nullptr ? type : lookUp(registry().otherNames, key);
+}
+
+const Type* findTypeByFullName(std::string_view fullName) {
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  return lookUp(registry().fullNames, std::string(fullName));
+}
+
+const Type& typeAt(int32_t index) {
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  return registry().types[static_cast<std::size_t>(index)];
+}
+
+int32_t typeCount() {
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  return static_cast<int32_t>(registry().types.size());
+}
+
+}  // namespace orva::runtime
+
+void orvart_registerType(const orva::runtime::TypeDescriptor* descriptor) {
+  orva::runtime::Registration::current()->add(*descriptor);
+}

@@ -1,0 +1,80 @@
+// The registry of loaded types: fills `gTypes` and answers by name. Types are never taken away, and pointers to them
+// and to their names stay valid for the life of the process.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "reference_host/runtime/type.h"
+
+namespace orva::runtime {
+
+// What the initialiser of a compiled class hands over. Compiled code holds constants of these layouts.
+struct MethodDescriptor {
+  const char* name;
+  const char* parameters;  ///< spelled types, joined by commas
+  const char* result;
+  int64_t isStatic;
+  void* code;
+  Invoker invoke;
+};
+struct TypeDescriptor {
+  /// Short name, full name and, for a generic instance, both with the short names of its arguments.
+  const char* names[4];
+  int64_t methodCount;
+  const MethodDescriptor* methods;
+};
+
+/// Collects what the initialisers of one load register on this thread, so that a load registers all of its types or
+/// none.
+class Registration {
+ public:
+  /// A type and the file that it comes from.
+  struct Noted {
+    const TypeDescriptor* descriptor;
+    std::string source;
+  };
+
+  Registration();
+  ~Registration();
+  Registration(const Registration&) = delete;
+  Registration& operator=(const Registration&) = delete;
+
+  /// Names the file that the types to come belong to.
+  void setSource(std::string source) { source_ = std::move(source); }
+
+  /// Notes a type; its descriptor stays where it is until the commit.
+  void add(const TypeDescriptor& descriptor) { noted_.push_back({&descriptor, source_}); }
+
+  /// Makes the noted types known. Throws `std::runtime_error` when one is known already; then none is added.
+  void commit();
+
+  /// The registration that is open on this thread; null when there is none.
+  static Registration* current();
+
+ private:
+  std::vector<Noted> noted_;
+  std::string source_;
+  Registration* outer_;
+};
+
+/// Finds a type by full name, unambiguous short name, or generic spelling with any blanks; null when there is none.
+const Type* findType(std::string_view name);
+
+/// Finds a type by its full name alone.
+const Type* findTypeByFullName(std::string_view fullName);
+
+/// The type of an entry; `index` is below the count.
+const Type& typeAt(int32_t index);
+int32_t typeCount();
+
+}  // namespace orva::runtime
+
+extern "C" {
+/// Called by the initialiser of each compiled class.
+void orvart_registerType(const orva::runtime::TypeDescriptor* descriptor);
+}
