@@ -37,7 +37,7 @@ void* orva_ClassLoader_getSystem() {
   if (sys != nullptr) return sys;
   void* allocated = nullptr;
   bridged("Exception", "Unknown native failure while initializing the system class loader", [&allocated] {
-    if (!metadataLoaded) metadataLoaded = loadMetadata();
+    if (!metadataLoaded && loadMetadata()) metadataLoaded = true;
     // Each of several first callers returns the object that it allocated itself.
     allocated = Orva_allocObject("SystemClassLoader");
     sys = allocated;

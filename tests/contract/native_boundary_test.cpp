@@ -1,0 +1,154 @@
+// The natives' boundary: their types, the two that only hand a call on, and how failures cross the bridge.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+
+#include "classloader/failure_bridge.h"
+#include "classloader/natives.h"
+#include "scripted_host.h"
+
+using namespace scripted;
+
+namespace {
+
+class NativeBoundary : public HostTest {};
+class FailureBridge : public HostTest {};
+
+template <typename Expected, typename Actual>
+constexpr bool kSame = std::is_same_v<Expected, Actual>;
+
+static_assert(kSame<int64_t (*)(), decltype(&orva_ClassLoader_objectAbiVersion)>);
+static_assert(kSame<void* (*)(), decltype(&orva_ClassLoader_getSystem)>);
+static_assert(kSame<void* (*)(const char*), decltype(&orva_ClassLoader_getTypeByName)>);
+static_assert(kSame<int64_t (*)(const char*), decltype(&orva_ClassLoader_addSourceRoot)>);
+static_assert(kSame<void (*)(void*), decltype(&orva_ClassLoader_precompileSources)>);
+static_assert(kSame<void* (*)(const char*, const char*), decltype(&orva_ClassLoader_loadSourceClass)>);
+static_assert(kSame<void* (*)(void*, void*, const char*), decltype(&orva_ClassLoader_loadObjectBundle)>);
+static_assert(kSame<void* (*)(void*, const char*), decltype(&orva_SystemClassLoader_loadClass)>);
+static_assert(kSame<void (*)(void*, const char*), decltype(&orva_SystemClassLoader_loadPackageTypes)>);
+static_assert(kSame<const char* (*)(void*, int64_t), decltype(&orva_collections_ArrayList_operator_index)>);
+static_assert(kSame<int64_t (*)(void*), decltype(&orva_collections_ArrayList_size)>);
+
+TEST_F(NativeBoundary, AbiVersionIsTheCompilersSignExtended) {
+  const int32_t lowest = std::numeric_limits<int32_t>::min();
+  const int32_t highest = std::numeric_limits<int32_t>::max();
+  for (const int32_t version : {7, 0, -1, lowest, highest}) {
+    host().objectAbiVersion.next(returns(version));
+    EXPECT_EQ(static_cast<int64_t>(version), orva_ClassLoader_objectAbiVersion());
+    EXPECT_CALLS("Compiler::objectAbiVersion()");
+  }
+}
+
+TEST_F(NativeBoundary, AbiVersionLetsEveryThrownObjectPass) {
+  host().objectAbiVersion.next(throws(std::runtime_error("no engine"))).next(throws(5));
+  EXPECT_THROWS_TEXT(orva_ClassLoader_objectAbiVersion(), std::runtime_error, "no engine");
+  EXPECT_THROWS_VALUE(orva_ClassLoader_objectAbiVersion(), int, 5);
+  EXPECT_CALLS("Compiler::objectAbiVersion()", "Compiler::objectAbiVersion()");
+}
+
+TEST_F(NativeBoundary, LoadClassAsksTheRuntimeForExactlyTheNameGiven) {
+  for (const char* name : {static_cast<const char*>(nullptr), "", " a.B ", "Box< a >"}) {
+    for (void* receiver : {static_cast<void*>(nullptr), token(9)}) {
+      host().typeByName.next(returns(token(3)));
+      EXPECT_EQ(token(3), orva_SystemClassLoader_loadClass(receiver, name));
+      EXPECT_EQ(name, host().lastTypeNamePointer);
+      EXPECT_CALLS("Orva_typeByName(" + inQuotes(name) + ")");
+    }
+  }
+}
+
+TEST_F(NativeBoundary, LoadClassRaisesNothingForAnUnknownType) {
+  host().typeByName.next(returns(static_cast<void*>(nullptr)));
+  EXPECT_EQ(nullptr, orva_SystemClassLoader_loadClass(token(0), "a.Unknown"));
+  EXPECT_CALLS(typeByName("a.Unknown"));
+}
+
+TEST_F(NativeBoundary, LoadClassLetsEveryThrownObjectPass) {
+  host().typeByName.next(throws(std::runtime_error("no registry"))).next(throws(5));
+  EXPECT_THROWS_TEXT(orva_SystemClassLoader_loadClass(token(0), "a.B"), std::runtime_error, "no registry");
+  EXPECT_THROWS_VALUE(orva_SystemClassLoader_loadClass(token(0), "a.B"), int, 5);
+  EXPECT_CALLS(typeByName("a.B"), typeByName("a.B"));
+}
+
+TEST_F(FailureBridge, RunsTheWorkOnceAndRaisesNothing) {
+  int runs = 0;
+  EXPECT_TRUE(bridged("Exception", [&runs] { ++runs; }));
+  EXPECT_TRUE(bridged("Exception", "other", [&runs] { ++runs; }));
+  EXPECT_EQ(2, runs);
+  EXPECT_CALLS();
+}
+
+/// Runs work that throws `object` through both forms of the bridge.
+template <typename Thrown>
+void failThroughBothForms(const Thrown& object) {
+  EXPECT_FALSE(bridged("OneClass", [&object] { throw object; }));
+  EXPECT_FALSE(bridged("OtherClass", "fixed text", [&object] { throw object; }));
+}
+
+TEST_F(FailureBridge, RaisesTheTextOfAnyStandardExceptionUnchanged) {
+  failThroughBothForms(std::runtime_error("a.ov:3: 'x' is unknown"));
+  EXPECT_CALLS(raised("OneClass", "a.ov:3: 'x' is unknown"), raised("OtherClass", "a.ov:3: 'x' is unknown"));
+  failThroughBothForms(CustomFailure(" own\ntext \xff"));
+  EXPECT_CALLS(raised("OneClass", " own\ntext \xff"), raised("OtherClass", " own\ntext \xff"));
+  failThroughBothForms(std::bad_alloc());
+  EXPECT_CALLS(raised("OneClass", "std::bad_alloc"), raised("OtherClass", "std::bad_alloc"));
+}
+
+TEST_F(FailureBridge, KeepsAnEmptyTextEmpty) {
+  failThroughBothForms(CustomFailure(""));
+  EXPECT_CALLS(raised("OneClass", ""), raised("OtherClass", ""));
+}
+
+TEST_F(FailureBridge, RaisesTheFixedTextForAnyOtherObject) {
+  EXPECT_FALSE(bridged("Exception", "fixed text", [] { throw 5; }));
+  EXPECT_FALSE(bridged("Exception", "fixed text", [] { throw "a text"; }));
+  EXPECT_FALSE(bridged("Exception", "fixed text", [] { throw std::string("a text"); }));
+  EXPECT_CALLS(raised("Exception", "fixed text"), raised("Exception", "fixed text"), raised("Exception", "fixed text"));
+}
+
+TEST_F(FailureBridge, WithoutFixedTextAnyOtherObjectPasses) {
+  EXPECT_THROWS_VALUE(bridged("Exception", [] { throw 5; }), int, 5);
+  EXPECT_THROWS_VALUE(bridged("Exception", [] { throw std::string("text"); }), std::string, "text");
+  EXPECT_CALLS();
+}
+
+struct Witness {
+  ~Witness() { host().record("work is gone"); }
+};
+
+TEST_F(FailureBridge, WhatTheWorkBuiltIsGoneBeforeTheRaise) {
+  const auto failing = [] {
+    const Witness witness;
+    throw std::runtime_error("failed");
+  };
+  EXPECT_FALSE(bridged("Exception", failing));
+  EXPECT_CALLS("work is gone", raised("Exception", "failed"));
+  EXPECT_FALSE(bridged("Exception", "other", failing));
+  EXPECT_CALLS("work is gone", raised("Exception", "failed"));
+}
+
+TEST_F(FailureBridge, WhatARaiseThrowsLeavesWithoutASecondRaise) {
+  const auto failing = [] { throw std::runtime_error("failed"); };
+  host().raise.next(throws(std::logic_error("raise 1"))).next(throws(std::logic_error("raise 2")));
+  EXPECT_THROWS_TEXT(bridged("Exception", failing), std::logic_error, "raise 1");
+  EXPECT_THROWS_TEXT(bridged("Exception", "other", failing), std::logic_error, "raise 2");
+  EXPECT_CALLS(raised("Exception", "failed"), raised("Exception", "failed"));
+}
+
+TEST_F(FailureBridge, AnyObjectThatARaiseThrowsLeavesWithoutASecondRaise) {
+  host().raise.next(throws(1)).next(throws(2)).next(throws(3)).next(throws(std::logic_error("raise 4")));
+  const auto failing = [] { throw std::runtime_error("failed"); };
+  EXPECT_THROWS_VALUE(bridged("Exception", failing), int, 1);
+  EXPECT_THROWS_VALUE(bridged("Exception", "other", failing), int, 2);
+  EXPECT_THROWS_VALUE(bridged("Exception", "other", [] { throw 'c'; }), int, 3);
+  EXPECT_THROWS_TEXT(bridged("Exception", "other", [] { throw 'c'; }), std::logic_error, "raise 4");
+  EXPECT_CALLS(raised("Exception", "failed"), raised("Exception", "failed"), raised("Exception", "other"),
+               raised("Exception", "other"));
+}
+
+}  // namespace

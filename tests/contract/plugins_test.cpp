@@ -1,0 +1,338 @@
+// Loading a plugin's entry type: unknown before, known after, from a source file or from a bundle of objects.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "classloader/natives.h"
+#include "scripted_host.h"
+
+using namespace scripted;
+
+namespace {
+
+const std::string kSourceRequired = raised("ValueException", "Plugin source filename and entry type are required");
+const std::string kBundleRequired =
+    raised("ValueException", "Plugin object bundle, source identities and entry type are required");
+const std::string kAmbiguous = raised("Exception", "Ambiguous plugin entry type 'Map'; use its fully qualified name");
+
+std::string alreadyRegistered(const std::string& name) {
+  return raised("IllegalStateException", "Plugin entry type is already registered: " + name);
+}
+
+std::string notRegistered(const std::string& name) {
+  return raised("ClassNotFoundException", "Plugin entry type is not registered: " + name);
+}
+
+/// A load that registers one type.
+auto registers(const std::string& shortName, const std::string& fullName) {
+  return [=] { host().registry.push_back({shortName, fullName}); };
+}
+
+class LoadSourceClass : public HostTest {
+ protected:
+  static void* load(const char* entryType) { return orva_ClassLoader_loadSourceClass("/p/Plugin.ov", entryType); }
+  const std::string kLoaded = loaded("/p/Plugin.ov", "empty");
+};
+
+TEST_F(LoadSourceClass, BothArgumentsAreRequired) {
+  const char* const missing[] = {nullptr, ""};
+  for (const char* none : missing) {
+    EXPECT_EQ(nullptr, orva_ClassLoader_loadSourceClass(none, "a.Entry"));
+    EXPECT_CALLS(kSourceRequired);
+    EXPECT_EQ(nullptr, orva_ClassLoader_loadSourceClass("/p/Plugin.ov", none));
+    EXPECT_CALLS(kSourceRequired);
+    EXPECT_EQ(nullptr, orva_ClassLoader_loadSourceClass(none, none));
+    EXPECT_CALLS(kSourceRequired);
+  }
+}
+
+TEST_F(LoadSourceClass, LoadsWithoutAContextAndHandsOutTheType) {
+  host().load.next(registers("Entry", "a.Entry"));
+  host().typeByName.next(returns(token(4)));
+  EXPECT_EQ(token(4), load("a.Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"));
+}
+
+TEST_F(LoadSourceClass, TheTypeIsAskedForByItsResolvedName) {
+  host().load.next(registers("Entry", "a.very.long.package.name.Entry")).next(registers("Bare", ""));
+  host().typeByName.always(returns(token(4)));
+  EXPECT_EQ(token(4), load("Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.very.long.package.name.Entry"));
+  EXPECT_EQ(token(4), load("Bare"));
+  EXPECT_CALLS(scan(1), kLoaded, scan(2), typeByName("Bare"));
+}
+
+TEST_F(LoadSourceClass, TheFileNameReachesTheCompilerUnchanged) {
+  host().load.always(nothing());
+  const std::string longName(300, 'p');
+  for (const std::string& file : {std::string(" ./x//y.ov "), std::string("\xff"), longName}) {
+    EXPECT_EQ(nullptr, orva_ClassLoader_loadSourceClass(file.c_str(), "E"));
+    EXPECT_CALLS(scan(0), loaded(file, "empty"), scan(0), notRegistered("E"));
+  }
+}
+
+TEST_F(LoadSourceClass, ANullTypeObjectIsHandedOutSilently) {
+  host().load.next(registers("Entry", "a.Entry"));
+  host().typeByName.next(returns(static_cast<void*>(nullptr)));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"));
+}
+
+TEST_F(LoadSourceClass, ARegisteredEntryTypeIsRefusedByItsRegisteredName) {
+  host().registry = {{"Entry", "a.Entry"}, {"Bare", std::nullopt}};
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(2), alreadyRegistered("a.Entry"));
+  EXPECT_EQ(nullptr, load("a.Entry"));
+  EXPECT_CALLS(scan(2), alreadyRegistered("a.Entry"));
+  EXPECT_EQ(nullptr, load("Bare"));
+  EXPECT_CALLS(scan(2), alreadyRegistered("Bare"));
+}
+
+TEST_F(LoadSourceClass, AnEntryTypeThatIsStillUnknownIsReportedByTheNameGiven) {
+  host().load.always(registers("Other", "a.Other"));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, scan(1), notRegistered("Entry"));
+  EXPECT_EQ(nullptr, load(" a.Entry"));
+  EXPECT_CALLS(scan(1), kLoaded, scan(2), notRegistered(" a.Entry"));
+}
+
+TEST_F(LoadSourceClass, ASecondLoadIsRefused) {
+  host().load.next(registers("Entry", "a.Entry"));
+  host().typeByName.next(returns(token(4)));
+  EXPECT_EQ(token(4), load("Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"));
+}
+
+TEST_F(LoadSourceClass, AnAmbiguousNameIsRaisedBeforeAndAfterTheLoad) {
+  host().registry = {{"Map", "a.Map"}, {"Map", "b.Map"}};
+  EXPECT_EQ(nullptr, load("Map"));
+  EXPECT_CALLS(scan(2), kAmbiguous);
+  host().registry.clear();
+  host().load.next([] { host().registry = {{"Map", "a.Map"}, {"Map", "b.Map"}, {"x", "y.x"}}; });
+  EXPECT_EQ(nullptr, load("Map"));
+  EXPECT_CALLS(scan(0), kLoaded, scan(2), kAmbiguous);
+}
+
+TEST_F(LoadSourceClass, TheCompilersTextIsRaisedUnchanged) {
+  host().load.next(throws(std::runtime_error("p.ov:1: oops"))).next(throws(CustomFailure("")));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, raised("Exception", "p.ov:1: oops"));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, raised("Exception", ""));
+}
+
+TEST_F(LoadSourceClass, WhatTheLookupThrowsIsRaised) {
+  host().load.next(registers("Entry", "a.Entry"));
+  host().typeByName.next(throws(std::runtime_error("no type")));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"), raised("Exception", "no type"));
+}
+
+TEST_F(LoadSourceClass, OtherObjectsPass) {
+  host().load.next(throws(5)).next(registers("Entry", "a.Entry"));
+  EXPECT_THROWS_VALUE(load("Entry"), int, 5);
+  EXPECT_CALLS(scan(0), kLoaded);
+  host().typeByName.next(throws('c'));
+  EXPECT_THROWS_VALUE(load("Entry"), char, 'c');
+  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"));
+}
+
+TEST_F(LoadSourceClass, WhatARaiseOutsideTheBridgeThrowsPasses) {
+  host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
+  EXPECT_THROWS_TEXT(load(nullptr), std::logic_error, "raise 1");
+  EXPECT_THROWS_VALUE(load(""), int, 5);
+  EXPECT_CALLS(kSourceRequired, kSourceRequired);
+}
+
+TEST_F(LoadSourceClass, WhatARaiseInsideTheBridgeThrowsIsBridged) {
+  host().registry = {{"Entry", "a.Entry"}};
+  host().raise.next(throws(std::logic_error("raise 1"))).next(nothing()).next(throws(5));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"), raised("Exception", "raise 1"));
+  EXPECT_THROWS_VALUE(load("Entry"), int, 5);
+  EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"));
+}
+
+TEST_F(LoadSourceClass, WhatARaiseAfterTheLoadThrowsIsBridged) {
+  host().load.always(nothing());
+  host().raise.next(throws(std::logic_error("raise 1")));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kLoaded, scan(0), notRegistered("Entry"), raised("Exception", "raise 1"));
+}
+
+TEST_F(LoadSourceClass, WhatARaiseOfTheBridgeThrowsPasses) {
+  host().load.always(throws(std::runtime_error("oops")));
+  host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
+  EXPECT_THROWS_TEXT(load("Entry"), std::logic_error, "raise 1");
+  EXPECT_CALLS(scan(0), kLoaded, raised("Exception", "oops"));
+  EXPECT_THROWS_VALUE(load("Entry"), int, 5);
+  EXPECT_CALLS(scan(0), kLoaded, raised("Exception", "oops"));
+}
+
+class LoadObjectBundle : public HostTest {
+ protected:
+  void SetUp() override {
+    HostTest::SetUp();
+    objects = host().list("objects", {"/b.o", "/a.o"});
+    identities = host().list("identities", {"B.ov#1", "A.ov#2"});
+  }
+
+  void* load(const char* entryType) const { return orva_ClassLoader_loadObjectBundle(objects, identities, entryType); }
+
+  void* objects = nullptr;
+  void* identities = nullptr;
+  const std::vector<std::string> kRead = sequence(listRead("objects", 2), listRead("identities", 2));
+  const std::string kLoaded = bundle(R"("/b.o", "/a.o")", R"("B.ov#1", "A.ov#2")");
+
+  static std::string bundle(const std::string& paths, const std::string& names) {
+    return "Compiler::ensureObjectBundleLoadedInActiveJit({" + paths + "}, {" + names + "})";
+  }
+};
+
+TEST_F(LoadObjectBundle, EveryArgumentIsRequired) {
+  EXPECT_EQ(nullptr, orva_ClassLoader_loadObjectBundle(nullptr, identities, "a.Entry"));
+  EXPECT_CALLS(kBundleRequired);
+  EXPECT_EQ(nullptr, orva_ClassLoader_loadObjectBundle(objects, nullptr, "a.Entry"));
+  EXPECT_CALLS(kBundleRequired);
+  EXPECT_EQ(nullptr, load(nullptr));
+  EXPECT_CALLS(kBundleRequired);
+  EXPECT_EQ(nullptr, load(""));
+  EXPECT_CALLS(kBundleRequired);
+  EXPECT_EQ(nullptr, orva_ClassLoader_loadObjectBundle(nullptr, nullptr, nullptr));
+  EXPECT_CALLS(kBundleRequired);
+}
+
+TEST_F(LoadObjectBundle, LoadsBothListsInOrderAndHandsOutTheType) {
+  host().loadBundle.next(registers("Entry", "a.Entry"));
+  host().typeByName.next(returns(token(4)));
+  EXPECT_EQ(token(4), load("Entry"));
+  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(1), typeByName("a.Entry"));
+}
+
+TEST_F(LoadObjectBundle, ARegisteredEntryTypeLeavesTheListsUnread) {
+  host().registry = {{"Entry", "a.Entry"}};
+  objects = host().list("objects", {std::nullopt});
+  identities = host().list("identities", {std::nullopt, std::nullopt});
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"));
+}
+
+TEST_F(LoadObjectBundle, TwoEmptyListsReachTheCompiler) {
+  objects = host().list("objects", {});
+  identities = host().list("identities", {}, -1);
+  host().loadBundle.next(nothing());
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), listRead("objects", 0), listRead("identities", 0), bundle("", ""), scan(0),
+               notRegistered("Entry"));
+}
+
+TEST_F(LoadObjectBundle, ListsOfDifferentSizesLoadNothing) {
+  const std::string different = raised("Exception", "Plugin object and source identity lists must have the same size");
+  identities = host().list("identities", {"B.ov#1"});
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), listRead("objects", 2), listRead("identities", 1), different);
+  identities = host().list("identities", {"1", "2", "3"});
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), listRead("objects", 2), listRead("identities", 3), different);
+}
+
+TEST_F(LoadObjectBundle, ANullObjectPathLeavesTheIdentitiesUnread) {
+  objects = host().list("objects", {"a.o", std::nullopt, "c.o"});
+  identities = host().list("identities", {std::nullopt});
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), listRead("objects", 2), raised("Exception", "Plugin object path list cannot contain null"));
+}
+
+TEST_F(LoadObjectBundle, ANullIdentityIsRaisedBeforeTheSizesAreCompared) {
+  identities = host().list("identities", {std::nullopt});
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), listRead("objects", 2), listRead("identities", 1),
+               raised("Exception", "Plugin source identity list cannot contain null"));
+}
+
+TEST_F(LoadObjectBundle, AnImpossibleSizeIsRaised) {
+  objects = host().list("objects", {}, std::numeric_limits<int64_t>::max());
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), listRead("objects", 0), raised("Exception", "vector::reserve"));
+}
+
+TEST_F(LoadObjectBundle, AnEntryTypeThatIsStillUnknownIsReportedByTheNameGiven) {
+  host().loadBundle.next(registers("Other", "a.Other"));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(1), notRegistered("Entry"));
+}
+
+TEST_F(LoadObjectBundle, ANullTypeObjectIsHandedOutSilently) {
+  host().loadBundle.next(registers("Entry", "a.Entry"));
+  host().typeByName.next(returns(static_cast<void*>(nullptr)));
+  EXPECT_EQ(nullptr, load("a.Entry"));
+  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(1), typeByName("a.Entry"));
+}
+
+TEST_F(LoadObjectBundle, ASecondLoadIsRefused) {
+  host().loadBundle.next(registers("Entry", "a.Entry"));
+  host().typeByName.next(returns(token(4)));
+  EXPECT_EQ(token(4), load("a.Entry"));
+  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"));
+}
+
+TEST_F(LoadObjectBundle, AnAmbiguousNameIsRaisedBeforeAndAfterTheLoad) {
+  host().registry = {{"Map", "a.Map"}, {"Map", "b.Map"}};
+  EXPECT_EQ(nullptr, load("Map"));
+  EXPECT_CALLS(scan(2), kAmbiguous);
+  host().registry.clear();
+  host().loadBundle.next([] { host().registry = {{"Map", "a.Map"}, {"Map", "b.Map"}}; });
+  EXPECT_EQ(nullptr, load("Map"));
+  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(2), kAmbiguous);
+}
+
+TEST_F(LoadObjectBundle, TheCompilersTextIsRaisedUnchanged) {
+  host().loadBundle.next(throws(std::runtime_error("a.o is damaged"))).next(throws(CustomFailure("")));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kRead, kLoaded, raised("Exception", "a.o is damaged"));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(0), kRead, kLoaded, raised("Exception", ""));
+}
+
+TEST_F(LoadObjectBundle, OtherObjectsPass) {
+  host().loadBundle.next(throws(5));
+  EXPECT_THROWS_VALUE(load("Entry"), int, 5);
+  EXPECT_CALLS(scan(0), kRead, kLoaded);
+  host().listSize.next(throws(std::string("text")));
+  EXPECT_THROWS_VALUE(load("Entry"), std::string, "text");
+  EXPECT_CALLS(scan(0), listRead("objects", 0));
+}
+
+TEST_F(LoadObjectBundle, WhatARaiseOutsideTheBridgeThrowsPasses) {
+  host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
+  EXPECT_THROWS_TEXT(load(nullptr), std::logic_error, "raise 1");
+  EXPECT_THROWS_VALUE(load(""), int, 5);
+  EXPECT_CALLS(kBundleRequired, kBundleRequired);
+}
+
+TEST_F(LoadObjectBundle, WhatARaiseInsideTheBridgeThrowsIsBridged) {
+  host().registry = {{"Entry", "a.Entry"}};
+  host().raise.next(throws(std::logic_error("raise 1"))).next(nothing()).next(throws(5));
+  EXPECT_EQ(nullptr, load("Entry"));
+  EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"), raised("Exception", "raise 1"));
+  EXPECT_THROWS_VALUE(load("Entry"), int, 5);
+  EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"));
+}
+
+TEST_F(LoadObjectBundle, WhatARaiseOfTheBridgeThrowsPasses) {
+  host().loadBundle.always(throws(std::runtime_error("oops")));
+  host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
+  EXPECT_THROWS_TEXT(load("Entry"), std::logic_error, "raise 1");
+  EXPECT_CALLS(scan(0), kRead, kLoaded, raised("Exception", "oops"));
+  EXPECT_THROWS_VALUE(load("Entry"), int, 5);
+  EXPECT_CALLS(scan(0), kRead, kLoaded, raised("Exception", "oops"));
+}
+
+}  // namespace

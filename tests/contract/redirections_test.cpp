@@ -1,0 +1,155 @@
+// The redirected system calls, the failing allocations and the temporary folder: that each does what it is told.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cerrno>
+#include <filesystem>
+#include <new>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "allocations.h"
+#include "system_calls.h"
+#include "temporary_folder.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class SystemCalls : public testing::Test {
+ protected:
+  /// Counts the entries of the folder until an error ends the listing.
+  int listed() {
+    int count = 0;
+    error.clear();
+    fs::directory_iterator entry(files.path(), error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) ++count;
+    return count;
+  }
+
+  const TemporaryFolder files;
+  const system_calls::Scope scope;
+  std::error_code error;
+};
+
+TEST_F(SystemCalls, WithoutACommandNothingFails) {
+  files.file("a");
+  files.file("b");
+  EXPECT_EQ(2, listed());
+  EXPECT_FALSE(error);
+  EXPECT_EQ(1, system_calls::directoriesOpened());
+}
+
+TEST_F(SystemCalls, AReadingFailsOnceOnCommand) {
+  files.file("a");
+  system_calls::failReadingDirectory(1, EIO);
+  EXPECT_EQ(0, listed());
+  EXPECT_EQ(std::errc::io_error, error);
+  EXPECT_EQ(1, listed());
+  system_calls::failReadingDirectory(4, EIO);
+  EXPECT_EQ(1, listed());
+  EXPECT_EQ(std::errc::io_error, error);
+}
+
+TEST_F(SystemCalls, AnOpeningFailsUntilReset) {
+  system_calls::failOpeningDirectory(EMFILE);
+  listed();
+  EXPECT_EQ(std::errc::too_many_files_open, error);
+  listed();
+  EXPECT_EQ(std::errc::too_many_files_open, error);
+  system_calls::reset();
+  listed();
+  EXPECT_FALSE(error);
+}
+
+TEST_F(SystemCalls, HiddenTypesAreAskedFor) {
+  files.file("a");
+  system_calls::takeStatusQueries();
+  EXPECT_TRUE(fs::directory_iterator(files.path())->is_regular_file());
+  EXPECT_EQ(std::vector<std::string>{}, system_calls::takeStatusQueries());
+  system_calls::hideEntryTypes();
+  EXPECT_TRUE(fs::directory_iterator(files.path())->is_regular_file());
+  EXPECT_EQ(std::vector<std::string>{files.path("a")}, system_calls::takeStatusQueries());
+}
+
+TEST_F(SystemCalls, AStatusQueryFailsByItsPathOrItsNumber) {
+  system_calls::failStatus("/a", EIO);
+  EXPECT_EQ(fs::file_type::none, fs::status(files.file("b") + "/../a", error).type());
+  EXPECT_EQ(std::errc::io_error, error);
+  EXPECT_TRUE(fs::is_regular_file(files.path("b"), error));
+  system_calls::reset();
+  system_calls::failStatusQuery(2, EACCES);
+  EXPECT_TRUE(fs::exists(files.path(), error));
+  EXPECT_FALSE(fs::exists(files.path(), error));
+  EXPECT_TRUE(fs::exists(files.path(), error));
+}
+
+TEST_F(SystemCalls, TheLocalesWhitespaceIsWhatATestSays) {
+  system_calls::setWhitespace("x\xa0");
+  EXPECT_NE(0, std::isspace('x'));
+  EXPECT_NE(0, std::isspace(0xa0));
+  EXPECT_EQ(0, std::isspace(' '));
+  EXPECT_EQ(0, std::isspace(0xa0 - 256));
+  EXPECT_NE(0, std::isspace(0xa1 - 256));
+  system_calls::reset();
+  EXPECT_EQ(0, std::isspace('x'));
+  EXPECT_NE(0, std::isspace(' '));
+}
+
+/// Allocates in a way that no optimisation takes out.
+void allocate() {
+  static void* volatile memory;
+  memory = ::operator new(1);
+  ::operator delete(memory);
+}
+
+TEST(Allocations, TheNumberedOneFailsAndNoOther) {
+  allocations::failAllocation(2);
+  allocate();
+  EXPECT_TRUE(allocations::isFailurePending());
+  EXPECT_THROW(allocate(), std::bad_alloc);
+  EXPECT_FALSE(allocations::isFailurePending());
+  EXPECT_NO_THROW(allocate());
+}
+
+TEST(Allocations, TheCommandIsTakenBack) {
+  allocations::failAllocation(1);
+  allocations::failAllocation(0);
+  EXPECT_FALSE(allocations::isFailurePending());
+  EXPECT_NO_THROW(allocate());
+}
+
+TEST(TemporaryFolders, MakeEveryKindOfFileAndVanish) {
+  std::string path;
+  {
+    const TemporaryFolder files;
+    path = files.path();
+    EXPECT_TRUE(fs::is_directory(files.folder("d/e")));
+    EXPECT_TRUE(fs::is_regular_file(files.file("f/g")));
+    EXPECT_TRUE(fs::is_symlink(files.link("l", "nowhere")));
+    EXPECT_TRUE(fs::is_fifo(files.fifo("p")));
+    EXPECT_TRUE(fs::is_socket(files.socket("s")));
+  }
+  EXPECT_FALSE(fs::exists(path));
+}
+
+TEST(WithoutRights, AFolderClosedToAllIsClosed) {
+  const TemporaryFolder files;
+  files.file("closed/a");
+  fs::permissions(files.path("closed"), fs::perms::none);
+  const uid_t before = geteuid();
+  {
+    const WithoutRights nobody;
+    std::error_code error;
+    EXPECT_FALSE(fs::exists(files.path("closed/a"), error));
+    EXPECT_EQ(std::errc::permission_denied, error);
+  }
+  EXPECT_EQ(before, geteuid());
+  fs::permissions(files.path("closed"), fs::perms::owner_all);
+  EXPECT_TRUE(fs::exists(files.path("closed/a")));
+}
+
+}  // namespace

@@ -1,0 +1,161 @@
+// The redirected calls. The standard library binds to these definitions because the test program exports them; each
+// forwards to the C library unless a test commands otherwise.
+#include "system_calls.h"
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstdarg>
+#include <utility>
+
+namespace system_calls {
+
+static constexpr std::size_t kBytes = 256;
+
+struct Commands {
+  int readingsUntilFailure = 0;
+  int readingError = 0;
+  bool typesHidden = false;
+  int openingError = 0;
+  std::string statusEnding;
+  int statusError = 0;
+  int queriesUntilFailure = 0;
+  int queryError = 0;
+  std::vector<std::string> queries;
+  int opened = 0;
+  bool whitespaceSet = false;
+};
+
+static Commands commands;
+
+// What the locale's classification table looks like: 128 entries for negative values, then one for each byte.
+static std::array<unsigned short, kBytes / 2 + kBytes> classes;
+static const unsigned short* classesFromZero = nullptr;
+
+void reset() { commands = Commands(); }
+
+void failReadingDirectory(int number, int error) {
+  commands.readingsUntilFailure = number;
+  commands.readingError = error;
+}
+
+void hideEntryTypes() { commands.typesHidden = true; }
+
+void failOpeningDirectory(int error) { commands.openingError = error; }
+
+void failStatus(const std::string& ending, int error) {
+  commands.statusEnding = ending;
+  commands.statusError = error;
+}
+
+void failStatusQuery(int number, int error) {
+  commands.queriesUntilFailure = number;
+  commands.queryError = error;
+}
+
+std::vector<std::string> takeStatusQueries() { return std::exchange(commands.queries, {}); }
+
+int directoriesOpened() { return commands.opened; }
+
+static bool isAmong(const std::string& bytes, std::size_t byte) {
+  return bytes.find(static_cast<char>(byte)) != std::string::npos;
+}
+
+void setWhitespace(const std::string& bytes) {
+  const auto space = static_cast<unsigned short>(_ISspace);
+  for (std::size_t byte = 0; byte < kBytes; ++byte) {
+    classes[kBytes / 2 + byte] = isAmong(bytes, byte) ? space : 0;
+    if (byte >= kBytes / 2) classes[byte - kBytes / 2] = isAmong(bytes, byte) ? 0 : space;
+  }
+  classesFromZero = classes.data() + kBytes / 2;
+  commands.whitespaceSet = true;
+}
+
+template <typename Function>
+static Function* nextDefinition(Function* /*like*/, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+static bool endsIn(const std::string& path, const std::string& ending) {
+  return path.size() >= ending.size() && path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
+}
+
+/// Counts down, and tells whether this call brought the count to its end.
+static bool endsCount(int& left) {
+  if (left == 0) return false;
+  --left;
+  return left == 0;
+}
+
+/// Returns the error that a status query is to report, or 0.
+static int statusErrorFor(const std::string& path) {
+  commands.queries.push_back(path);
+  if (endsCount(commands.queriesUntilFailure)) return commands.queryError;
+  return commands.statusError != 0 && endsIn(path, commands.statusEnding) ? commands.statusError : 0;
+}
+
+}  // namespace system_calls
+
+using system_calls::commands;
+
+extern "C" {
+
+// The linker makes these names.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+const unsigned short** __real___ctype_b_loc();
+const unsigned short** __wrap___ctype_b_loc();
+int __real_isspace(int value);
+int __wrap_isspace(int value);
+// NOLINTEND(bugprone-reserved-identifier)
+
+const unsigned short** __wrap___ctype_b_loc() {
+  return commands.whitespaceSet ? &system_calls::classesFromZero : __real___ctype_b_loc();
+}
+
+int __wrap_isspace(int value) {
+  return commands.whitespaceSet ? system_calls::classesFromZero[value] : __real_isspace(value);
+}
+
+dirent* readdir(DIR* directory) {
+  static auto* const next = system_calls::nextDefinition(readdir, "readdir");
+  if (system_calls::endsCount(commands.readingsUntilFailure)) {
+    errno = commands.readingError;
+    return nullptr;
+  }
+  dirent* const entry = next(directory);
+  if (entry != nullptr && commands.typesHidden) entry->d_type = DT_UNKNOWN;
+  return entry;
+}
+
+int openat(int folder, const char* path, int flags, ...) {
+  static auto* const next = system_calls::nextDefinition(openat, "openat");
+  va_list more;
+  va_start(more, flags);
+  const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(more, unsigned) : 0;
+  va_end(more);
+  if ((flags & O_DIRECTORY) != 0) {
+    ++commands.opened;
+    if (commands.openingError != 0) {
+      errno = commands.openingError;
+      return -1;
+    }
+  }
+  return next(folder, path, flags, mode);
+}
+
+int stat(const char* path, struct stat* result) {
+  using Stat = int(const char*, struct stat*);
+  static auto* const next = system_calls::nextDefinition(static_cast<Stat*>(nullptr), "stat");
+  if (const int error = system_calls::statusErrorFor(path)) {
+    errno = error;
+    return -1;
+  }
+  return next(path, result);
+}
+
+}  // extern "C"

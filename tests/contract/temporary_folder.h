@@ -1,0 +1,43 @@
+// A fresh folder for the files of one test, and the rights under which they are read.
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+
+/// Makes files of every kind below a folder that is removed at the end.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  std::string path() const { return path_.string(); }
+
+  /// Names something below the folder, with a plain "/" between the two.
+  std::string path(const std::string& relative) const { return path_.string() + '/' + relative; }
+
+  // Each makes one thing, and the folders above it, and returns its path.
+  std::string folder(const std::string& relative) const;
+  std::string file(const std::string& relative) const;
+  std::string link(const std::string& relative, const std::string& target) const;
+  std::string fifo(const std::string& relative) const;
+  std::string socket(const std::string& relative) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// Gives up the rights of the superuser until the end of the scope; changes nothing for any other user.
+class WithoutRights {
+ public:
+  WithoutRights();
+  ~WithoutRights();
+  WithoutRights(const WithoutRights&) = delete;
+  WithoutRights& operator=(const WithoutRights&) = delete;
+
+ private:
+  uid_t user_;
+};

@@ -1,0 +1,401 @@
+// Looking a type up by name: which of table, registry and compiler are asked, in which order, under which lock.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "allocations.h"
+#include "classloader/natives.h"
+#include "scripted_host.h"
+
+using namespace scripted;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+const Lines kWalk{"lock(gReflectionMutex)", "unlock(gReflectionMutex)"};
+const std::string kContext = "Compiler::activeRuntimeContext()";
+const std::string kOther = "an unrelated name that no string keeps in its own buffer";
+
+std::string materialized(const std::string& name, const std::string& context = "active") {
+  return "ClassLoader::materializeRuntimeGenericType(\"" + name + "\", \"\", \"\", " + context + ")";
+}
+
+std::string searched(const std::string& name, const std::string& context = "active") {
+  return "ClassLoader::sourceFileForClass(\"" + name + "\", " + context + ", no token)";
+}
+
+class TypeLookup : public HostTest {
+ protected:
+  void SetUp() override {
+    HostTest::SetUp();
+    host().typeByName.always(returns(token(7)));
+  }
+
+  static void* lookUp(const std::string& name) { return orva_ClassLoader_getTypeByName(name.c_str()); }
+
+  static void expectFound(const std::string& name) {
+    EXPECT_EQ(token(7), lookUp(name));
+    EXPECT_CALLS(kWalk, typeByName(name));
+  }
+
+  static void expectMaterialized(const std::string& name) {
+    host().materialize.next(returns(false));
+    EXPECT_EQ(token(7), lookUp(name));
+    EXPECT_CALLS(kWalk, kContext, materialized(name), typeByName(name));
+  }
+};
+
+TEST_F(TypeLookup, NullAndEmptyGoStraightToTheRuntime) {
+  const char* const empty = "";
+  for (const char* name : {static_cast<const char*>(nullptr), empty}) {
+    EXPECT_EQ(token(7), orva_ClassLoader_getTypeByName(name));
+    EXPECT_EQ(name, host().lastTypeNamePointer);
+    EXPECT_CALLS("Orva_typeByName(" + inQuotes(name) + ")");
+  }
+}
+
+TEST_F(TypeLookup, TheRuntimesAnswerIsTheResultNullIncluded) {
+  host().registry = {{"B", "a.B"}};
+  host().typeByName.next(returns(static_cast<void*>(nullptr)));
+  EXPECT_EQ(nullptr, lookUp("a.B"));
+  EXPECT_CALLS(scan(1), typeByName("a.B"));
+}
+
+TEST_F(TypeLookup, TheRuntimeGetsTheCallersOwnPointer) {
+  host().registry = {{"B", "a.B"}};
+  gTypes = {typeRecord("Box<B>", "", "", "")};
+  const std::string longName = "Unclosed<" + kOther;
+  const char* const ownLongName = longName.c_str();
+  for (const char* name : {"B", "a.B", "Box<B>", ownLongName}) {
+    EXPECT_EQ(token(7), orva_ClassLoader_getTypeByName(name));
+    EXPECT_EQ(name, host().lastTypeNamePointer);
+  }
+  EXPECT_CALLS(scan(1), typeByName("B"), scan(1), typeByName("a.B"), kWalk, typeByName("Box<B>"), typeByName(longName));
+}
+
+// Plain names.
+
+TEST_F(TypeLookup, ARegisteredNameAsksNothingOfTheCompiler) {
+  host().registry = {{"Foo", "app.Foo"}, {std::nullopt, "app.Bar"}};
+  for (const char* name : {"app.Foo", "Foo", "Bar"}) {
+    EXPECT_EQ(token(7), lookUp(name));
+    EXPECT_CALLS(scan(2), typeByName(name));
+  }
+}
+
+TEST_F(TypeLookup, AnUnknownClassIsLoadedFromItsSource) {
+  host().sourceFileForClass.next(returns(std::string("/root/app/Foo.ov")));
+  host().load.next(nothing());
+  EXPECT_EQ(token(7), lookUp("app.Foo"));
+  EXPECT_CALLS(scan(0), kContext, searched("app.Foo"), loaded("/root/app/Foo.ov", "active"), typeByName("app.Foo"));
+}
+
+TEST_F(TypeLookup, ALoadThatRegistersTheTypeMakesTheNextLookupShort) {
+  host().sourceFileForClass.next(returns(std::string("/Foo.ov")));
+  host().load.next([] { host().registry.push_back({"Foo", "app.Foo"}); });
+  EXPECT_EQ(token(7), lookUp("Foo"));
+  EXPECT_CALLS(scan(0), kContext, searched("Foo"), loaded("/Foo.ov", "active"), typeByName("Foo"));
+  EXPECT_EQ(token(7), lookUp("Foo"));
+  EXPECT_CALLS(scan(1), typeByName("Foo"));
+}
+
+TEST_F(TypeLookup, AClassWithoutASourceLoadsNothing) {
+  host().sourceFileForClass.next(returns(std::string()));
+  host().typeByName.next(returns(static_cast<void*>(nullptr)));
+  EXPECT_EQ(nullptr, lookUp("app.Foo"));
+  EXPECT_CALLS(scan(0), kContext, searched("app.Foo"), typeByName("app.Foo"));
+}
+
+TEST_F(TypeLookup, APlainNameIsNeitherTrimmedNorCompacted) {
+  host().registry = {{"Foo", "app.Foo"}};
+  host().sourceFileForClass.always(returns(std::string()));
+  for (const char* name : {" Foo", "Foo ", "app. Foo", "\t"}) {
+    EXPECT_EQ(token(7), lookUp(name));
+    EXPECT_CALLS(scan(1), kContext, searched(name), typeByName(name));
+  }
+}
+
+TEST_F(TypeLookup, OnlyAClosingBracketMakesAPlainName) {
+  host().sourceFileForClass.always(returns(std::string()));
+  for (const char* name : {"Box>", ">", "a.B>c"}) {
+    EXPECT_EQ(token(7), lookUp(name));
+    EXPECT_CALLS(scan(0), kContext, searched(name), typeByName(name));
+  }
+}
+
+TEST_F(TypeLookup, OnlyAnOpeningBracketAsksTheRuntimeAlone) {
+  for (const char* name : {"Box<", "<", "a.Box<b.C"}) {
+    EXPECT_EQ(token(7), lookUp(name));
+    EXPECT_CALLS(typeByName(name));
+  }
+}
+
+TEST_F(TypeLookup, TheContextOfASourceIsPassedOnAsItComes) {
+  host().sourceFileForClass.always(returns(std::string("/Foo.ov")));
+  host().load.always(nothing());
+  host().activeRuntimeContext.next(returns(ContextPointer())).next(returns(Host::otherContext()));
+  EXPECT_EQ(token(7), lookUp("Foo"));
+  EXPECT_CALLS(scan(0), kContext, searched("Foo", "empty"), loaded("/Foo.ov", "empty"), typeByName("Foo"));
+  EXPECT_EQ(token(7), lookUp("Foo"));
+  EXPECT_CALLS(scan(0), kContext, searched("Foo", "other"), loaded("/Foo.ov", "other"), typeByName("Foo"));
+}
+
+TEST_F(TypeLookup, EachLoadGetsACopyOfTheContext) {
+  host().load.always(nothing());
+  host().sourceFileForClass.next(returns(std::string("/Foo.ov")));
+  lookUp("Foo");
+  EXPECT_CALLS(scan(0), kContext, searched("Foo"), loaded("/Foo.ov", "active"), typeByName("Foo"));
+  host().materialize.next(returns(true));
+  lookUp("Box<A>");
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("", "active"), typeByName("Box<A>"));
+  EXPECT_EQ((std::vector<long>{3, 3}), host().contextHolders);
+}
+
+TEST_F(TypeLookup, TheContextIsReleasedBeforeTheRuntimeIsAsked) {
+  host().typeByName.always([] {
+    EXPECT_EQ(1, host().activeContext.use_count());
+    return token(7);
+  });
+  host().sourceFileForClass.next(returns(std::string()));
+  host().materialize.next(returns(false));
+  EXPECT_EQ(token(7), lookUp("Foo"));
+  EXPECT_EQ(token(7), lookUp("Box<A>"));
+  EXPECT_CALLS(scan(0), kContext, searched("Foo"), typeByName("Foo"), kWalk, kContext, materialized("Box<A>"),
+               typeByName("Box<A>"));
+}
+
+// Generic names.
+
+TEST_F(TypeLookup, AReadyInstanceIsFoundByEachOfItsFourNames) {
+  for (int number = 1; number <= 4; ++number) {
+    const auto nameOf = [number](int place) { return place == number ? std::string("Box<a.B>") : kOther; };
+    gTypes = {typeRecord(nameOf(1), nameOf(2), nameOf(3), nameOf(4))};
+    expectFound("Box<a.B>");
+  }
+}
+
+/// Counts how many allocations the walk over the table makes.
+int allocationsOfTheWalk(const std::string& name) {
+  for (int number = 1;; ++number) {
+    host().onLocked.next([number] { allocations::failAllocation(number); });
+    bool pending = false;
+    host().onUnlocking.next([&pending] {
+      pending = allocations::isFailurePending();
+      allocations::failAllocation(0);
+    });
+    orva_ClassLoader_getTypeByName(name.c_str());
+    if (pending) return number - 1;
+  }
+}
+
+TEST_F(TypeLookup, NamesAreCompactedInTheirOrderUntilOneIsEqual) {
+  const std::string name = "Box<" + kOther + ">";
+  const int placeInOrder[] = {0, 3, 4, 1, 2};
+  for (int number = 1; number <= 4; ++number) {
+    const auto nameOf = [number, &name](int place) { return place == number ? name : kOther; };
+    gTypes = {typeRecord(kOther, kOther, kOther, kOther, false), typeRecord(nameOf(1), nameOf(2), nameOf(3), nameOf(4)),
+              typeRecord(kOther, kOther, kOther, kOther)};
+    EXPECT_EQ(placeInOrder[number], allocationsOfTheWalk(name)) << "name " << number;
+    host().takeCalls();
+  }
+}
+
+TEST_F(TypeLookup, AnyRecordOfTheTableIsFound) {
+  for (std::size_t place = 0; place < 3; ++place) {
+    gTypes.assign(3, typeRecord("A<B>", "", "", ""));
+    gTypes[place].name1 = "Box<a.B>";
+    expectFound("Box<a.B>");
+  }
+}
+
+TEST_F(TypeLookup, BlanksMakeNoDifferenceInTheTable) {
+  gTypes = {typeRecord("", "", "Map<a.B, c.D>", "")};
+  for (const char* name : {"Map<a.B,c.D>", "Map< a.B ,\tc.D >", " Map<a.B,c.D>\n"}) expectFound(name);
+  gTypes = {typeRecord("", "Map<a.B,c.D>", "", "")};
+  for (const char* name : {"Map<a.B, c.D>", "M a p<a.B,c.D>"}) expectFound(name);
+}
+
+TEST_F(TypeLookup, NamesOfTheTableAreComparedByteForByte) {
+  gTypes = {typeRecord("box<a.B>", "Box<a.b>", "Box<a.B>>", "Box<a.B")};
+  expectMaterialized("Box<a.B>");
+}
+
+TEST_F(TypeLookup, ARecordThatIsNotReadyIsIgnored) {
+  gTypes = {{"", "", "Box<A>", "", nullptr, {token(1)}}};
+  expectMaterialized("Box<A>");
+  gTypes = {{"", "", "Box<A>", "", token(0), {}}};
+  expectMaterialized("Box<A>");
+  gTypes = {{"", "", "Box<A>", "", nullptr, {}}};
+  expectMaterialized("Box<A>");
+  gTypes.push_back({"", "", "Box<A>", "", token(0), {nullptr}});
+  expectFound("Box<A>");
+}
+
+TEST_F(TypeLookup, AnEmptyTableHasTheCompilerMaterialize) { expectMaterialized("Box<A>"); }
+
+TEST_F(TypeLookup, TheOrderOfTheBracketsDoesNotMatter) {
+  for (const char* name : {"Box<A>", "><", "a>b<c", "<>"}) expectMaterialized(name);
+}
+
+TEST_F(TypeLookup, TheCompilerAndTheRuntimeGetTheSpellingWithBlanks) {
+  gTypes = {typeRecord("Other<A>", "Box", "A", "Box<B>")};
+  expectMaterialized(" Box < A > ");
+}
+
+TEST_F(TypeLookup, AMaterializedInstanceIsLoadedFromTheSecondOutput) {
+  host().materialize.next([](std::string& instance, std::string& source, const ContextPointer& /*context*/) {
+    instance = "Box_A";
+    source = "/generated/Box_A.ov";
+    return true;
+  });
+  host().load.next([] { gTypes.push_back(typeRecord("", "", "", "Box<A>")); });
+  EXPECT_EQ(token(7), lookUp("Box<A>"));
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("/generated/Box_A.ov", "active"), typeByName("Box<A>"));
+  expectFound("Box<A>");
+}
+
+TEST_F(TypeLookup, AnEmptySourceOfAMaterializedInstanceIsLoadedAsItIs) {
+  host().materialize.next([](std::string& instance, std::string& /*source*/, const ContextPointer& /*context*/) {
+    instance = "Box_A";
+    return true;
+  });
+  host().load.next(nothing());
+  EXPECT_EQ(token(7), lookUp("Box<A>"));
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("", "active"), typeByName("Box<A>"));
+}
+
+TEST_F(TypeLookup, WithoutAnInstanceNothingIsLoaded) {
+  host().materialize.next([](std::string& /*instance*/, std::string& source, const ContextPointer& /*context*/) {
+    source = "/generated/unused.ov";
+    return false;
+  });
+  EXPECT_EQ(token(7), lookUp("Box<A>"));
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), typeByName("Box<A>"));
+}
+
+TEST_F(TypeLookup, TheContextThatTheCompilerExchangesIsTheOneUsed) {
+  host().materialize.next([](std::string& /*instance*/, std::string& source, ContextPointer& context) {
+    source = "/Box_A.ov";
+    context = nullptr;
+    return true;
+  });
+  host().load.next(nothing());
+  EXPECT_EQ(token(7), lookUp("Box<A>"));
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("/Box_A.ov", "empty"), typeByName("Box<A>"));
+}
+
+// The lock.
+
+TEST_F(TypeLookup, TheTableIsReadOnlyUnderItsMutex) {
+  host().onLocked.always([] { gTypes = {typeRecord("", "", "", "Box<A>")}; });
+  host().onUnlocking.always([] { gTypes.clear(); });
+  expectFound("Box<A>");
+  host().onLocked.always([] { gTypes = {typeRecord("", "", "", "Box<B>")}; });
+  expectMaterialized("Box<A>");
+}
+
+TEST_F(TypeLookup, APlainNameTakesNoLock) {
+  host().registry = {{"Foo", "app.Foo"}};
+  host().lockMutex.always(returns(EDEADLK));
+  EXPECT_EQ(token(7), lookUp("Foo"));
+  EXPECT_CALLS(scan(1), typeByName("Foo"));
+}
+
+TEST_F(TypeLookup, AFailingLockIsRaisedAndNotUnlocked) {
+  for (const int error : {EDEADLK, EINVAL, EAGAIN, ENOTRECOVERABLE}) {
+    host().lockMutex.next(returns(error));
+    EXPECT_EQ(nullptr, lookUp("Box<A>"));
+    const std::string text = std::system_error(error, std::generic_category()).what();
+    EXPECT_CALLS("lock(gReflectionMutex)", raised("ClassNotFoundException", text));
+  }
+}
+
+TEST_F(TypeLookup, AFailingAllocationDuringTheWalkUnlocksBeforeTheRaise) {
+  gTypes = {typeRecord(kOther, kOther, kOther, kOther)};
+  for (const int number : {1, 2, 3, 4}) {
+    host().onLocked.next([number] { allocations::failAllocation(number); });
+    EXPECT_EQ(nullptr, lookUp("Box<A>"));
+    EXPECT_CALLS(kWalk, raised("ClassNotFoundException", "std::bad_alloc"));
+  }
+}
+
+TEST_F(TypeLookup, AFailingAllocationBeforeTheLockIsRaised) {
+  const std::string name = "Box<" + kOther + ">";
+  for (const int number : {1, 2}) {
+    allocations::failAllocation(number);
+    EXPECT_EQ(nullptr, lookUp(name));
+    EXPECT_CALLS(raised("ClassNotFoundException", "std::bad_alloc"));
+  }
+}
+
+// Failures.
+
+TEST_F(TypeLookup, AnAmbiguousShortNameAsksNoFurther) {
+  host().registry = {{"Map", "app.Map"}, {"Map", "lib.Map"}, {"Map", "third.Map"}};
+  EXPECT_EQ(nullptr, lookUp("Map"));
+  EXPECT_CALLS(scan(2),
+               raised("ClassNotFoundException", "Ambiguous plugin entry type 'Map'; use its fully qualified name"));
+}
+
+TEST_F(TypeLookup, AFailingContextIsRaised) {
+  host().activeRuntimeContext.next(throws(std::runtime_error("no engine"))).next(throws(CustomFailure("")));
+  EXPECT_EQ(nullptr, lookUp("Foo"));
+  EXPECT_CALLS(scan(0), kContext, raised("ClassNotFoundException", "no engine"));
+  EXPECT_EQ(nullptr, lookUp("Box<A>"));
+  EXPECT_CALLS(kWalk, kContext, raised("ClassNotFoundException", ""));
+}
+
+TEST_F(TypeLookup, AFailingCompilerIsRaisedAfterTheContextIsReleased) {
+  host().raise.always([] { EXPECT_EQ(1, host().activeContext.use_count()); });
+  host().sourceFileForClass.next(throws(CustomFailure("search failed")));
+  EXPECT_EQ(nullptr, lookUp("Foo"));
+  EXPECT_CALLS(scan(0), kContext, searched("Foo"), raised("ClassNotFoundException", "search failed"));
+  host().materialize.next(throws(CustomFailure("materialise failed")));
+  EXPECT_EQ(nullptr, lookUp("Box<A>"));
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), raised("ClassNotFoundException", "materialise failed"));
+}
+
+TEST_F(TypeLookup, AFailingLoadIsRaised) {
+  host().load.next(throws(CustomFailure("a.ov:1: oops"))).next(throws(CustomFailure("")));
+  host().sourceFileForClass.next(returns(std::string("/Foo.ov")));
+  EXPECT_EQ(nullptr, lookUp("Foo"));
+  EXPECT_CALLS(scan(0), kContext, searched("Foo"), loaded("/Foo.ov", "active"),
+               raised("ClassNotFoundException", "a.ov:1: oops"));
+  host().materialize.next(returns(true));
+  EXPECT_EQ(nullptr, lookUp("Box<A>"));
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("", "active"), raised("ClassNotFoundException", ""));
+}
+
+TEST_F(TypeLookup, OtherObjectsPass) {
+  host().sourceFileForClass.next(throws(5));
+  EXPECT_THROWS_VALUE(lookUp("Foo"), int, 5);
+  EXPECT_CALLS(scan(0), kContext, searched("Foo"));
+  host().materialize.next(throws(std::string("text")));
+  EXPECT_THROWS_VALUE(lookUp("Box<A>"), std::string, "text");
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"));
+}
+
+TEST_F(TypeLookup, WhatTheFinalLookupThrowsPasses) {
+  host().registry = {{"Foo", "app.Foo"}};
+  host().typeByName.next(throws(std::runtime_error("no registry"))).next(throws(5)).next(throws(6));
+  EXPECT_THROWS_TEXT(lookUp("Foo"), std::runtime_error, "no registry");
+  EXPECT_THROWS_VALUE(lookUp("Foo"), int, 5);
+  EXPECT_CALLS(scan(1), typeByName("Foo"), scan(1), typeByName("Foo"));
+  EXPECT_THROWS_VALUE(lookUp(""), int, 6);
+  EXPECT_CALLS(typeByName(""));
+}
+
+TEST_F(TypeLookup, WhatARaiseThrowsPasses) {
+  host().sourceFileForClass.always(throws(std::runtime_error("failed")));
+  host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
+  EXPECT_THROWS_TEXT(lookUp("Foo"), std::logic_error, "raise 1");
+  EXPECT_CALLS(scan(0), kContext, searched("Foo"), raised("ClassNotFoundException", "failed"));
+  EXPECT_THROWS_VALUE(lookUp("Foo"), int, 5);
+  EXPECT_CALLS(scan(0), kContext, searched("Foo"), raised("ClassNotFoundException", "failed"));
+}
+
+}  // namespace

@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Compiles every source as it stands with each compiler and standard, and every header alone.
+# shellcheck source-path=SCRIPTDIR source=common.sh
+source "$(dirname "$0")/common.sh"
+
+require gcc g++ clang++ clang++-19 xargs
+
+commands() {
+  local compiler standard file
+  for compiler in g++ clang++ clang++-19; do
+    for standard in c++17 c++20 c++2b; do
+      for file in "$root"/classloader/*.cpp; do
+        echo "$compiler -std=$standard ${warnings[*]} -I$root -fsyntax-only $file"
+      done
+    done
+    for file in "$root"/classloader/natives.h "$root"/runtime_api/*.h; do
+      echo "$compiler -std=c++17 ${warnings[*]} -I$root -fsyntax-only -include $file -xc++ /dev/null"
+    done
+  done
+  echo "gcc -std=c11 -Wall -Wextra -Wpedantic -Werror -I$root -fsyntax-only -include $root/classloader/natives.h -xc /dev/null"
+}
+
+commands >"$work/commands"
+[[ $(wc -l <"$work/commands") -ge 49 ]] || fail "sources or headers are missing"
+xargs -P 2 -I{} sh -c '{} || { echo "failed: {}" >&2; exit 1; }' <"$work/commands" || fail "something does not compile"
