@@ -23,8 +23,16 @@ const MethodSignature* ClassSummary::find(const std::string& method) const {
   return found == methods.end() ? nullptr : &*found;
 }
 
+/// Tells whether a name is an argument of a generic instance: those are full names, even without a package.
+static bool isInstanceArgument(const std::string& name, const SourceFile& file) {
+  const auto isName = [&](const TypeName& argument) { return argument.text() == name; };
+  return std::any_of(file.classes.begin(), file.classes.end(), [&](const language::ClassDeclaration& declared) {
+    return std::any_of(declared.name.arguments.begin(), declared.name.arguments.end(), isName);
+  });
+}
+
 std::vector<std::string> ClassCatalog::candidates(const std::string& name, const SourceFile& file) {
-  if (name.find('.') != std::string::npos) return {name};
+  if (name.find('.') != std::string::npos || isInstanceArgument(name, file)) return {name};
   return {file.qualify(name), "orva." + name};
 }
 
@@ -43,7 +51,9 @@ std::optional<std::string> ClassCatalog::resolveClass(const std::string& name, c
 
 std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const SourceFile& file) const {
   if (type.text() == "ArrayList<String>") return type.text();
-  if (!type.arguments.empty()) return std::nullopt;
+  if (!type.arguments.empty()) {
+    return isInstanceArgument(type.text(), file) ? std::optional(type.text()) : std::nullopt;
+  }
   for (const char* builtIn : {"void", "int", "boolean", "String", "Type", "Exception"}) {
     if (type.name == builtIn) return type.name;
   }
@@ -74,6 +84,8 @@ std::optional<ClassSummary> ClassCatalog::find(const std::string& fullName) cons
     const SourceFile file = language::parseSource(source);
     for (const language::ClassDeclaration& declared : file.classes) {
       if (file.qualify(declared.name.name) != fullName) continue;
+      // Only the instances of a generic class can be called.
+      if (!declared.typeParameters.empty()) return summary;
       for (const auto& method : declared.methods) summary.methods.push_back(signatureOf(method, file));
       return summary;
     }

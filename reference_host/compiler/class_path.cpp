@@ -74,6 +74,4 @@ std::optional<std::string> ClassPath::packageOf(const std::string& file) const {
   return package;
 }
 
-bool isPackageName(std::string_view name) { return language::isQualifiedName(name); }
-
 }  // namespace orva::compiler

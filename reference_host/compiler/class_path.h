@@ -47,7 +47,4 @@ class ClassPath {
   std::unordered_map<std::string, std::string> cache_;
 };
 
-/// Tells whether a dotted name is a package name: names joined by dots.
-bool isPackageName(std::string_view name);
-
 }  // namespace orva::compiler

@@ -1,6 +1,7 @@
 // The compiler's interface as natives know it, each operation in a few words of the rooms that do it.
 #include "reference_host/compiler/context.h"
 #include "reference_host/compiler/object_file.h"
+#include "reference_host/language/lexer.h"
 #include "runtime_api/compiler.h"
 
 namespace orva::compiler {
@@ -57,7 +58,7 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
 
 bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std::string& instanceName,
                                                 std::string& sourceFile, std::shared_ptr<Context>& /*context*/) {
-  const auto instance = activeContext().generics.materialize(typeName);
+  const auto instance = activeContext().materialize(typeName);
   if (!instance) return false;
   instanceName = instance->name;
   sourceFile = instance->sourceFile;
@@ -66,6 +67,6 @@ bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std
 
 void ClassLoader::invalidateKlassPathCaches() { activeContext().classPath.dropCaches(); }
 
-bool PackageLayout::isValidPackageName(std::string_view packageName) { return isPackageName(packageName); }
+bool PackageLayout::isValidPackageName(std::string_view packageName) { return language::isQualifiedName(packageName); }
 
 }  // namespace orva::compiler

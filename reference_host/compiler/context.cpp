@@ -19,10 +19,19 @@ Context& activeContext() {
   return *active();
 }
 
+std::optional<GenericInstance> Context::materialize(const std::string& typeName) {
+  auto instance = generics.materialize(typeName);
+  if (!instance) return instance;
+  const std::string genericClass = instance->name.substr(0, instance->name.find('<'));
+  // An object of the generic class brought the classes of its file already.
+  if (runtime::findTypeByFullName(genericClass) == nullptr) loader.load(instance->genericSource, Placement::anywhere);
+  return instance;
+}
+
 const runtime::Type* Context::findOrLoad(const std::string& fullName) {
   if (const runtime::Type* loaded = runtime::findTypeByFullName(fullName)) return loaded;
   if (fullName.find('<') != std::string::npos) {
-    const auto instance = generics.materialize(fullName);
+    const auto instance = materialize(fullName);
     if (!instance) return nullptr;
     loader.load(instance->sourceFile, Placement::underRoot);
     return runtime::findTypeByFullName(instance->name);

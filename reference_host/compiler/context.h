@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "reference_host/compiler/class_catalog.h"
@@ -9,16 +10,9 @@
 #include "reference_host/compiler/engine.h"
 #include "reference_host/compiler/generic_instances.h"
 #include "reference_host/compiler/loader.h"
-#include "reference_host/language/source_text.h"
 #include "runtime_api/compiler.h"
 
 namespace orva::compiler {
-
-/// A place in a source that a request comes from.
-class Token {
- public:
-  language::Position position;
-};
 
 /// One context serves the whole process; threads may use it at once.
 class Context {
@@ -27,14 +21,17 @@ class Context {
   explicit Context(const std::string& standardLibrary)
       : classPath(standardLibrary),
         catalog(classPath),
-        loader(classPath, catalog, engine, generics),
-        generics(classPath, loader) {}
+        generics(classPath),
+        loader(classPath, catalog, engine, generics) {}
 
   ClassPath classPath;
   ClassCatalog catalog;
   Engine engine;
-  Loader loader;
   GenericInstances generics;
+  Loader loader;
+
+  /// Writes the source of a generic instance, as `GenericInstances::materialize` does, and loads its generic class.
+  std::optional<GenericInstance> materialize(const std::string& typeName);
 
   /// Finds a loaded type by its full name, or loads it: a class from its source, a generic instance from its generic
   /// class. Null when there is none. Throws `std::runtime_error` when its source cannot be loaded.

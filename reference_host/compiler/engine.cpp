@@ -24,7 +24,7 @@ namespace orc = llvm::orc;
 static orc::JITTargetMachineBuilder baselineMachine() {
   llvm::InitializeNativeTarget();
   llvm::InitializeNativeTargetAsmPrinter();
-  orc::JITTargetMachineBuilder machine(llvm::Triple(llvm::sys::getProcessTriple()));
+  orc::JITTargetMachineBuilder machine{llvm::Triple(llvm::sys::getProcessTriple())};
   machine.setRelocationModel(llvm::Reloc::PIC_);
   machine.setCodeModel(llvm::CodeModel::Small);
   machine.setCodeGenOptLevel(llvm::CodeGenOptLevel::Less);

@@ -159,7 +159,9 @@ MethodGenerator::Value MethodGenerator::generate(const language::MemberChain& ch
   } else {
     value = expression(*chain.start, "");
   }
-  for (; next < chain.members.size(); ++next) value = memberCall(value, chain.members[next]);
+  for (; next < chain.members.size(); ++next) {
+    value = memberCall(value, chain.members[next], next + 1 == chain.members.size() ? wanted : "");
+  }
   return value;
 }
 
@@ -173,7 +175,7 @@ MethodGenerator::Value MethodGenerator::staticCall(const std::string& className,
                                                    const std::string& wanted) {
   const auto fullName = scope_.catalog.resolveClass(className, scope_.file);
   if (fullName) {
-    if (const auto& summary = summaryOf(*fullName)) return linkedCall(*summary, member, nullptr);
+    if (const auto& summary = summaryOf(*fullName)) return linkedCall(*summary, member, nullptr, wanted);
   }
   return callByName(className, member, wanted);
 }
@@ -192,8 +194,11 @@ std::vector<MethodGenerator::Value> MethodGenerator::arguments(const Member& mem
 
 static std::vector<std::string> none() { return {}; }
 
+/// The type of a call of a method that does not exist: whatever its place asks for.
+static std::string resultOfMissing(const std::string& wanted) { return wanted.empty() ? "null" : wanted; }
+
 MethodGenerator::Value MethodGenerator::linkedCall(const ClassSummary& summary, const Member& member,
-                                                   llvm::Value* receiver) {
+                                                   llvm::Value* receiver, const std::string& wanted) {
   const runtime::MethodSignature* method = summary.find(member.name);
   std::vector<Value> values = arguments(member, method == nullptr ? none() : method->parameters);
   // The console prints whatever can be joined to a String.
@@ -207,7 +212,7 @@ MethodGenerator::Value MethodGenerator::linkedCall(const ClassSummary& summary, 
     types.push_back(value.type);
     passed.push_back(value.value);
   }
-  const std::string result = method == nullptr ? "null" : method->result;
+  const std::string result = method == nullptr ? resultOfMissing(wanted) : method->result;
   if (const auto problem = runtime::callProblem(summary.fullName, member.name, method, receiver == nullptr, types)) {
     return faultyCall(*problem, result, member.position);
   }
@@ -254,7 +259,8 @@ MethodGenerator::Value MethodGenerator::callByName(const std::string& className,
   return {type == "void" ? nullptr : builder_.fromWord(ir_, result, type), type};
 }
 
-MethodGenerator::Value MethodGenerator::memberCall(const Value& receiver, const Member& member) {
+MethodGenerator::Value MethodGenerator::memberCall(const Value& receiver, const Member& member,
+                                                   const std::string& wanted) {
   if (!isPointer(receiver.type)) {
     fail(member.position, "'." + member.name + "' needs an object: found " + receiver.type);
   }
@@ -262,12 +268,13 @@ MethodGenerator::Value MethodGenerator::memberCall(const Value& receiver, const 
   operation("requireReceiver", builder_.typeOf("void"),
             {receiver.value, builder_.text(member.name), builder_.location(member.position)});
   if (receiver.type == "Type" && member.name == "call") return typeCall(receiver, member);
-  if (isBuiltIn(receiver.type)) return builtInCall(receiver, member);
-  if (const auto& summary = summaryOf(receiver.type)) return linkedCall(*summary, member, receiver.value);
-  return linkedCall({receiver.type, {}}, member, receiver.value);
+  if (isBuiltIn(receiver.type)) return builtInCall(receiver, member, wanted);
+  if (const auto& summary = summaryOf(receiver.type)) return linkedCall(*summary, member, receiver.value, wanted);
+  return linkedCall({receiver.type, {}}, member, receiver.value, wanted);
 }
 
-MethodGenerator::Value MethodGenerator::builtInCall(const Value& receiver, const Member& member) {
+MethodGenerator::Value MethodGenerator::builtInCall(const Value& receiver, const Member& member,
+                                                    const std::string& wanted) {
   const BuiltInMethod* method = findBuiltIn(receiver.type, member.name);
   const runtime::MethodSignature* signature = method == nullptr ? nullptr : &method->signature;
   std::vector<std::string> types;
@@ -276,7 +283,7 @@ MethodGenerator::Value MethodGenerator::builtInCall(const Value& receiver, const
     types.push_back(value.type);
     passed.push_back(value.value);
   }
-  const std::string result = signature == nullptr ? "null" : signature->result;
+  const std::string result = signature == nullptr ? resultOfMissing(wanted) : signature->result;
   if (const auto problem = runtime::callProblem(receiver.type, member.name, signature, false, types)) {
     return faultyCall(*problem, result, member.position);
   }

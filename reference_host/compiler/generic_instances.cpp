@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "reference_host/compiler/class_catalog.h"
-#include "reference_host/compiler/loader.h"
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/language/lexer.h"
 #include "reference_host/language/parser.h"
@@ -58,7 +57,9 @@ void GenericInstances::write(const fs::path& file, const std::string& text) {
 }
 
 std::optional<GenericInstances::GenericClass> GenericInstances::findClass(const std::string& name) {
-  if (const runtime::Type* type = runtime::findType(name)) return GenericClass{type->fullName, type->source};
+  const runtime::Type* type = runtime::findType(name);
+  if (type != nullptr && fs::path(type->source).extension() != ".o") return GenericClass{type->fullName, type->source};
+  if (type != nullptr) return GenericClass{type->fullName, classPath_.find(type->fullName)};
   const std::string source = classPath_.find(name);
   if (source.empty()) return std::nullopt;
   return GenericClass{name, source};
@@ -70,14 +71,14 @@ std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argume
     if (argument.text() == builtIn) return resolved;
   }
   if (argument.text() == "ArrayList<String>") return resolved;
+  if (!argument.arguments.empty()) {
+    const auto inner = materialize(argument.text());
+    if (!inner) return std::nullopt;
+    return language::parseTypeName(inner->name);
+  }
   const auto found = findClass(argument.name);
   if (!found) return std::nullopt;
   resolved.name = found->fullName;
-  for (TypeName& inner : resolved.arguments) {
-    auto resolvedInner = resolveArgument(inner);
-    if (!resolvedInner) return std::nullopt;
-    inner = std::move(*resolvedInner);
-  }
   return resolved;
 }
 
@@ -137,6 +138,10 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   const auto generic = findClass(requested->name);
   if (!generic) return std::nullopt;
   requested->name = generic->fullName;
+  if (generic->source.empty()) {
+    throw std::runtime_error("Class '" + generic->fullName +
+                             "' is loaded from an object: its instances need its source on the class path");
+  }
 
   const language::SourceText source = readSource(generic->source);
   const language::SourceFile file = language::parseSource(source);
@@ -149,13 +154,11 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
     requested->arguments[i] = std::move(*argument);
     replacements[declared.typeParameters[i]] = requested->arguments[i].text();
   }
-  // The instance may call other classes of the generic class's file.
-  loader_.load(generic->source, Placement::anywhere);
   const std::string name = requested->text();
   const fs::path target = directory() / (declared.name.name + "-" + sourceIdentity(name).substr(0, 16) + ".ov");
   write(target,
         instantiate(source, file, declared, replacements) + "// " + name + ", generated from " + source.path + "\n");
-  return GenericInstance{name, target.string()};
+  return GenericInstance{name, target.string(), generic->source};
 }
 
 }  // namespace orva::compiler

@@ -11,23 +11,22 @@
 
 namespace orva::compiler {
 
-class Loader;
-
 /// A generic instance and the file that its source was written to.
 struct GenericInstance {
   std::string name;  ///< full name, with the full names of the arguments
   std::string sourceFile;
+  std::string genericSource;  ///< the file of the generic class, whose other classes the instance may call
 };
 
 /// Keeps generated sources in a directory of its own, which nobody else may read, until the process ends.
 class GenericInstances {
  public:
-  GenericInstances(ClassPath& classPath, Loader& loader) : classPath_(classPath), loader_(loader) {}
+  explicit GenericInstances(ClassPath& classPath) : classPath_(classPath) {}
   ~GenericInstances();
   GenericInstances(const GenericInstances&) = delete;
   GenericInstances& operator=(const GenericInstances&) = delete;
 
-  /// Writes the source of an instance and loads the generic class itself.
+  /// Writes the source of an instance.
   /// @param typeName the instance, with any blanks, as in `collections.Box< Circle >`.
   /// @return nothing when the text is no generic type, or its class or an argument is unknown.
   /// Throws `std::runtime_error` when the class does not take these arguments, or a file cannot be read or written.
@@ -39,7 +38,7 @@ class GenericInstances {
  private:
   struct GenericClass {
     std::string fullName;
-    std::string source;
+    std::string source;  ///< empty when the class is loaded from an object and its source is nowhere
   };
 
   std::optional<GenericClass> findClass(const std::string& name);
@@ -49,7 +48,6 @@ class GenericInstances {
   void write(const std::filesystem::path& file, const std::string& text);
 
   ClassPath& classPath_;
-  Loader& loader_;
   mutable std::mutex mutex_;
   std::filesystem::path directory_;  // made when it is needed first
   int written_ = 0;

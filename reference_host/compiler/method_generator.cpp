@@ -1,6 +1,10 @@
 // Statements: control flow, variables, and language exceptions as C++ exceptions that carry them.
 #include "reference_host/compiler/method_generator.h"
 
+#include <llvm/ADT/DepthFirstIterator.h>
+#include <llvm/IR/CFG.h>
+
+#include <algorithm>
 #include <utility>
 
 namespace orva::compiler {
@@ -39,22 +43,29 @@ void MethodGenerator::generate() {
   operation("checkStack", builder_.typeOf("void"),
             {builder_.text(scope_.fullName + "." + method_.name),
              function_->getArg(static_cast<unsigned>(function_->arg_size() - 1))});
+  const std::size_t problems = scope_.diagnostics.size();
   block(method_.body);
   if (hasEnded()) return;
   if (signature_.result == "void") {
     ir_.CreateRetVoid();
     return;
   }
-  const bool isReachable = ir_.GetInsertBlock()->isEntryBlock() || !ir_.GetInsertBlock()->hasNPredecessors(0);
-  if (isReachable) {
+  // A statement that is wrong may have been the one that returns.
+  if (problems == scope_.diagnostics.size() && isReachable()) {
     scope_.diagnostics.push_back(
         {method_.position, "method '" + method_.name + "' can end without returning: expected " + signature_.result});
   }
   ir_.CreateUnreachable();
 }
 
+bool MethodGenerator::isReachable() const {
+  const auto reachable = llvm::depth_first(&function_->getEntryBlock());
+  return std::find(reachable.begin(), reachable.end(), ir_.GetInsertBlock()) != reachable.end();
+}
+
 void MethodGenerator::block(const language::Block& statements) {
   variables_.emplace_back();
+  const std::size_t level = variables_.size();
   for (const language::Statement& each : statements) {
     // What follows a return or a throw cannot be reached, but must be right all the same.
     if (hasEnded()) ir_.SetInsertPoint(newBlock("unreachable"));
@@ -62,6 +73,7 @@ void MethodGenerator::block(const language::Block& statements) {
       statement(each);
     } catch (const Fault& fault) {
       scope_.diagnostics.push_back(fault.diagnostic);
+      variables_.resize(level);
     }
   }
   variables_.pop_back();

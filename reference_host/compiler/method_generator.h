@@ -77,10 +77,11 @@ class MethodGenerator {
 
   // Calls.
   Value staticCall(const std::string& className, const language::Member& member, const std::string& wanted);
-  Value linkedCall(const ClassSummary& summary, const language::Member& member, llvm::Value* receiver);
+  Value linkedCall(const ClassSummary& summary, const language::Member& member, llvm::Value* receiver,
+                   const std::string& wanted);
   Value callByName(const std::string& className, const language::Member& member, const std::string& wanted);
-  Value memberCall(const Value& receiver, const language::Member& member);
-  Value builtInCall(const Value& receiver, const language::Member& member);
+  Value memberCall(const Value& receiver, const language::Member& member, const std::string& wanted);
+  Value builtInCall(const Value& receiver, const language::Member& member, const std::string& wanted);
   Value typeCall(const Value& receiver, const language::Member& member);
   /// Throws "Exception" while the program runs, for a call that cannot be right.
   Value faultyCall(const std::string& problem, const std::string& type, language::Position position);
@@ -100,6 +101,8 @@ class MethodGenerator {
   llvm::BasicBlock* newBlock(const std::string& name);
   /// Ends the current block with a jump, unless it has ended.
   void jump(llvm::BasicBlock* target);
+  /// Tells whether control can come to the end of what is generated so far.
+  bool isReachable() const;
   bool hasEnded() const { return ir_.GetInsertBlock()->getTerminator() != nullptr; }
   llvm::Value* call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments);
   llvm::Value* operation(const std::string& name, llvm::Type* result, const std::vector<llvm::Value*>& arguments);

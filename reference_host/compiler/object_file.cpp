@@ -44,14 +44,15 @@ static std::string digestEntry(const std::string& digest) { return "\"digest\":\
 
 static std::string noDigest() { return std::string(64, '0'); }
 
-/// Puts one digest in the place of another. Throws when the other is not there exactly once.
-static void replaceDigest(std::string& bytes, const std::string& from, const std::string& to) {
+/// Puts one digest in the place of another. Throws when the header, a part of the bytes, does not hold the other.
+static std::string replaceDigest(llvm::StringRef bytes, llvm::StringRef header, const std::string& from,
+                                 const std::string& to) {
   const std::string entry = digestEntry(from);
-  const std::size_t at = bytes.find(entry);
-  if (at == std::string::npos || bytes.find(entry, at + 1) != std::string::npos) {
-    throw std::runtime_error("the digest is not there");
-  }
-  bytes.replace(at, entry.size(), digestEntry(to));
+  const std::size_t inHeader = header.find(entry);
+  if (inHeader == llvm::StringRef::npos) throw std::runtime_error("the digest is not there");
+  std::string replaced = bytes.str();
+  const auto headerBegin = static_cast<std::size_t>(header.data() - bytes.data());
+  return replaced.replace(headerBegin + inHeader, entry.size(), digestEntry(to));
 }
 
 void addHeader(llvm::Module& module, const ObjectFile& object) {
@@ -72,22 +73,23 @@ void addHeader(llvm::Module& module, const ObjectFile& object) {
 }
 
 /// Null for a file that is no ELF object at all; throws when it is a damaged one.
-static std::unique_ptr<llvm::object::ObjectFile> parseElf(const llvm::MemoryBuffer& bytes) {
+static std::unique_ptr<llvm::object::ObjectFile> parseElf(llvm::MemoryBufferRef bytes) {
   constexpr std::string_view magic("\x7F\x45\x4C\x46", 4);
   if (!bytes.getBuffer().starts_with(magic)) return nullptr;
-  auto parsed = llvm::object::ObjectFile::createELFObjectFile(bytes.getMemBufferRef());
+  auto parsed = llvm::object::ObjectFile::createELFObjectFile(bytes);
   if (!parsed) throw std::runtime_error(llvm::toString(parsed.takeError()));
   return std::move(*parsed);
 }
 
-static std::optional<std::string> findHeader(const llvm::object::ObjectFile& object) {
+/// The header's text, a part of the object's bytes.
+static std::optional<llvm::StringRef> findHeader(const llvm::object::ObjectFile& object) {
   for (const llvm::object::SectionRef& section : object.sections()) {
     llvm::Expected<llvm::StringRef> name = section.getName();
     if (!name) throw std::runtime_error(llvm::toString(name.takeError()));
     if (*name != headerSection) continue;
     llvm::Expected<llvm::StringRef> contents = section.getContents();
     if (!contents) throw std::runtime_error(llvm::toString(contents.takeError()));
-    return contents->str();
+    return *contents;
   }
   return std::nullopt;
 }
@@ -106,16 +108,15 @@ static std::string textOf(const json::Object& header, const char* key) {
   return text->str();
 }
 
-static void checkDigest(const json::Object& header, const llvm::MemoryBuffer& bytes) {
-  const std::string digest = textOf(header, "digest");
-  std::string whole = bytes.getBuffer().str();
-  replaceDigest(whole, digest, noDigest());
-  if (sourceIdentity(whole) != digest) throw std::runtime_error("its bytes are not those that were written");
+static void checkDigest(const std::string& digest, llvm::StringRef header, llvm::StringRef bytes) {
+  if (sourceIdentity(replaceDigest(bytes, header, digest, noDigest())) != digest) {
+    throw std::runtime_error("its bytes are not those that were written");
+  }
 }
 
 /// Reads the header of an object; nothing when it is no object of this compiler. Throws when the file is damaged.
 static std::optional<ObjectFile> parseObject(const std::string& path, const llvm::MemoryBuffer& bytes) {
-  const auto parsed = parseElf(bytes);
+  const auto parsed = parseElf(bytes.getMemBufferRef());
   if (parsed == nullptr) return std::nullopt;
   const auto text = findHeader(*parsed);
   if (!text) return std::nullopt;
@@ -123,7 +124,7 @@ static std::optional<ObjectFile> parseObject(const std::string& path, const llvm
   if (!value) throw std::runtime_error(llvm::toString(value.takeError()));
   const json::Object* header = value->getAsObject();
   if (header == nullptr) throw std::runtime_error("its header is no JSON object");
-  checkDigest(*header, bytes);
+  checkDigest(textOf(*header, "digest"), *text, bytes.getBuffer());
   ObjectFile object;
   object.path = path;
   object.identity = textOf(*header, "identity");
@@ -174,21 +175,28 @@ void checkObject(const ObjectFile& object, const std::string& identity, const st
 
 /// Tells whether a file is an ELF object with our section, whatever else is wrong with it.
 static bool isOurs(const std::string& path) {
+  if (!fs::is_regular_file(path)) return false;
   auto bytes = llvm::MemoryBuffer::getFile(path, false, false);
   if (!bytes) return false;
   try {
-    const auto parsed = parseElf(**bytes);
+    const auto parsed = parseElf((*bytes)->getMemBufferRef());
     return parsed != nullptr && findHeader(*parsed).has_value();
   } catch (const std::runtime_error&) {
     return false;
   }
 }
 
+static std::string withDigest(const std::string& bytes) {
+  const auto parsed = parseElf({bytes, ""});
+  const auto header = parsed == nullptr ? std::nullopt : findHeader(*parsed);
+  return replaceDigest(bytes, header.value_or(""), noDigest(), sourceIdentity(bytes));
+}
+
 void writeObject(const ObjectFile& object, std::string bytes) {
   if (fs::exists(fs::symlink_status(object.path)) && !isOurs(object.path)) {
     throw std::runtime_error("'" + object.path + "' is not an object of this compiler, and is not overwritten");
   }
-  replaceDigest(bytes, noDigest(), sourceIdentity(bytes));
+  bytes = withDigest(bytes);
   static std::atomic<int> count{0};
   const std::string unfinished = object.path + "." + std::to_string(getpid()) + "." + std::to_string(count++) + ".tmp";
   std::ofstream out(unfinished, std::ios::binary);

@@ -51,10 +51,7 @@ class Parser {
   /// Counts how deep the rules are nested, so that no source can exhaust the stack.
   class Level {
    public:
-    explicit Level(Parser& parser) : parser_(parser) {
-      if (++parser_.depth_ > deepest)
-        parser.fail(parser.peek().position, "this is nested too deeply: expected at most 200 levels");
-    }
+    explicit Level(Parser& parser) : parser_(parser) { parser.checkDepth(++parser.depth_, parser.peek()); }
     ~Level() { --parser_.depth_; }
     Level(const Level&) = delete;
     Level& operator=(const Level&) = delete;
@@ -62,6 +59,10 @@ class Parser {
    private:
     Parser& parser_;
   };
+
+  void checkDepth(int depth, const Token& token) const {
+    if (depth > deepest) fail(token.position, "this is nested too deeply: expected at most 200 levels");
+  }
 
   const Token& peek() const { return tokens_[at_]; }
 
@@ -177,6 +178,7 @@ class Parser {
       if (std::find(known.begin(), known.end(), parameter) != known.end()) {
         fail(position, "type parameter '" + parameter + "' is declared twice");
       }
+      if (parameter == declared.name.name) fail(position, "type parameter '" + parameter + "' is named as its class");
       known.push_back(std::move(parameter));
     } while (accept(","));
     expect(">");
@@ -261,11 +263,12 @@ class Parser {
   /// A statement is a declaration when a name follows a complete type; looks ahead without taking anything.
   bool startsDeclaration() const {
     std::size_t ahead = at_;
-    return skipType(ahead, 0) && tokens_[ahead].kind == TokenKind::name;
+    return skipType(ahead, depth_ + 1) && tokens_[ahead].kind == TokenKind::name;
   }
 
   bool skipType(std::size_t& ahead, int depth) const {
-    if (depth > deepest || tokens_[ahead].kind != TokenKind::name) return false;
+    checkDepth(depth, tokens_[ahead]);
+    if (tokens_[ahead].kind != TokenKind::name) return false;
     ++ahead;
     while (tokens_[ahead].is(".")) {
       if (tokens_[ahead + 1].kind != TokenKind::name) return false;

@@ -1,6 +1,8 @@
 // Finding lines, and writing diagnostics under the line that they speak of.
 #include "reference_host/language/source_text.h"
 
+#include <algorithm>
+
 namespace orva::language {
 
 std::string_view SourceText::line(std::size_t number) const {
@@ -33,6 +35,8 @@ static std::string describe(const SourceText& source, const std::vector<Diagnost
     text += source.path + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) +
             ": error: " + message + "\n  ";
     text += line;
+    // A message ends at its first zero byte wherever it is handed on as a C string.
+    std::replace(text.begin(), text.end(), '\0', ' ');
     text += "\n  " + indentation(line, position.column) + "^";
   }
   return text;

@@ -2,8 +2,11 @@
 #include "reference_host/program/run.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include "reference_host/compiler/context.h"
 #include "reference_host/language/parser.h"
@@ -30,7 +33,7 @@ std::string rootOf(const std::string& programFile) {
   if (package.empty()) return folder.string();
   std::string rest = package;
   std::replace(rest.begin(), rest.end(), '.', '/');
-  fs::path root = fs::absolute(folder).lexically_normal();
+  fs::path root = fs::absolute(programFile).lexically_normal().parent_path();
   for (fs::path names = rest; !names.empty(); names = names.parent_path()) {
     if (root.filename() != names.filename()) return folder.string();
     root = root.parent_path();
@@ -64,6 +67,7 @@ void runProgram(const std::string& programFile, const std::vector<std::string>& 
   for (const std::string& argument : arguments) list->elements.push_back(runtime::newText(argument));
   const auto word = reinterpret_cast<int64_t>(list);
   method.invoke(&word, nullptr);
+  if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "Cannot print");
 }
 
 }  // namespace orva::program

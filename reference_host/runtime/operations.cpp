@@ -4,6 +4,7 @@
 #include <cxxabi.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <cstring>
 #include <typeinfo>
 
@@ -58,9 +59,10 @@ const char* textOf(int64_t value, const std::string& type) {
   return reinterpret_cast<const Object*>(value)->type->fullName.c_str();
 }
 
-/// The lowest address that this thread's compiled code may use; below it stays room for the host's own functions.
+/// The lowest address that this thread's compiled code may use; below it stays room for the host, which may have to
+/// compile a class.
 static const char* stackLimit() {
-  constexpr std::size_t reserve = 256 * 1024;
+  static constexpr std::size_t reserve = std::size_t{2} * 1024 * 1024;
   static thread_local const char* const limit = [] {
     pthread_attr_t attributes;
     void* lowest = nullptr;
@@ -68,7 +70,7 @@ static const char* stackLimit() {
     pthread_getattr_np(pthread_self(), &attributes);
     pthread_attr_getstack(&attributes, &lowest, &size);
     pthread_attr_destroy(&attributes);
-    return static_cast<const char*>(lowest) + reserve;
+    return static_cast<const char*>(lowest) + std::min(reserve, size / 2);
   }();
   return limit;
 }

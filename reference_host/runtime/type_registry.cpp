@@ -100,11 +100,31 @@ void Registration::commit() {
   noted_.clear();
 }
 
+/// Finds a type by one of the spellings that it is noted with; the lock is held.
+static const Type* findSpelling(const std::string& name) {
+  const Type* type = lookUp(registry().fullNames, name);
+  return type != nullptr ? type : lookUp(registry().otherNames, name);
+}
+
+/// A generic spelling with the full name of each class that is loaded; the lock is held.
+static std::string withFullNames(const std::string& name) {
+  std::string spelling;
+  for (std::size_t begin = 0; begin < name.size();) {
+    const std::size_t end = std::min(name.find_first_of("<,>", begin), name.size());
+    const std::string each = name.substr(begin, end - begin);
+    const Type* type = findSpelling(each);
+    spelling += (type == nullptr ? each : type->fullName) + name.substr(end, 1);
+    begin = end + 1;
+  }
+  return spelling;
+}
+
 const Type* findType(std::string_view name) {
-  const std::string key = name.find('<') == std::string_view::npos ? std::string(name) : withoutBlanks(name);
+  const bool isGeneric = name.find('<') != std::string_view::npos;
+  const std::string key = isGeneric ? withoutBlanks(name) : std::string(name);
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  const Type* type = lookUp(registry().fullNames, key);
-  return type != nullptr ? type : lookUp(registry().otherNames, key);
+  const Type* type = findSpelling(key);
+  return type != nullptr || !isGeneric ? type : lookUp(registry().fullNames, withFullNames(key));
 }
 
 const Type* findTypeByFullName(std::string_view fullName) {

@@ -1,0 +1,19 @@
+// Asserting that a source is refused: where, and with which whole message.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "reference_host/language/parser.h"
+
+namespace orva::language {
+
+/// Succeeds when parsing the source throws exactly the diagnostic for this message at the place marked by the only
+/// `^` in it. The mark itself is not parsed.
+testing::AssertionResult refuses(std::string marked, const std::string& message, Origin origin = Origin::written);
+
+/// The same for statements, which are put into a method.
+testing::AssertionResult refusesBody(const std::string& marked, const std::string& message);
+
+}  // namespace orva::language

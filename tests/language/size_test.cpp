@@ -1,0 +1,183 @@
+// Very deep sources are refused before they exhaust the stack; very long ones parse and are destroyed.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+#include <variant>
+
+#include "reference_host/language/parser.h"
+#include "refusals.h"
+
+namespace orva::language {
+namespace {
+
+const char* const tooDeep = "this is nested too deeply: expected at most 200 levels";
+
+std::string repeated(std::size_t count, const std::string& text) {
+  std::string joined;
+  joined.reserve(count * text.size());
+  for (; count > 0; --count) joined += text;
+  return joined;
+}
+
+/// A source that is nested as often as one likes; `core` holds the mark of the place that is too deep.
+struct Nest {
+  std::string before, open, core, close, after;
+  Origin origin = Origin::written;
+
+  std::string marked(std::size_t levels) const {
+    return before + repeated(levels, open) + core + repeated(levels, close) + after;
+  }
+};
+
+/// A nest among the statements of a method.
+Nest inMethod(const Nest& nest) {
+  return {"class A { void m() { " + nest.before, nest.open, nest.core, nest.close, nest.after + " } }", nest.origin};
+}
+
+/// Succeeds when so many levels are the most that parse.
+testing::AssertionResult isDeepest(std::size_t levels, const Nest& nest) {
+  std::string text = nest.marked(levels);
+  text.erase(text.find('^'), 1);
+  try {
+    parseSource({"Main.ov", text}, nest.origin);
+  } catch (const SourceError& error) {
+    return testing::AssertionFailure() << levels << " levels are refused: " << error.what();
+  }
+  return refuses(nest.marked(levels + 1), tooDeep, nest.origin);
+}
+
+// A method's body is the first level of its statements, and a whole expression in it the second.
+
+TEST(Nesting, IsLimitedForParentheses) {
+  EXPECT_TRUE(isDeepest(198, inMethod({"return ", "(", "^x", ")", ";"})));
+  EXPECT_TRUE(isDeepest(198, inMethod({"", "(", "^x", ")", ";"})));
+  EXPECT_TRUE(isDeepest(198, inMethod({"x = ", "a + (", "^x", ") == b", ";"})));
+}
+
+TEST(Nesting, IsLimitedForLists) { EXPECT_TRUE(isDeepest(198, inMethod({"return ", "[", "^[]", "]", ";"}))); }
+
+TEST(Nesting, IsLimitedForCalls) {
+  EXPECT_TRUE(isDeepest(198, inMethod({"return ", "a.m(", "^x", ")", ";"})));
+  EXPECT_TRUE(isDeepest(198, inMethod({"throw new E(", "a.b.m(", "^x", ", 1).n()", ");"})));
+}
+
+TEST(Nesting, IsLimitedForBlocks) {
+  EXPECT_TRUE(isDeepest(198, inMethod({"", "try {", "try ^{} catch (E e) {}", "} catch (E e) {}", ""})));
+  EXPECT_TRUE(isDeepest(198, inMethod({"", "try {} catch (E e) {", "try ^{} catch (E e) {}", "}", ""})));
+  EXPECT_TRUE(isDeepest(198, inMethod({"", "if (a) {", "if (^a) {}", "}", ""})));
+}
+
+TEST(Nesting, IsLimitedForTypes) {
+  EXPECT_TRUE(isDeepest(198, inMethod({"", "B<", "^C", ">", " x = null;"})));
+  EXPECT_TRUE(isDeepest(199, {"class A { ", "a.B<", "^C", ">", " m() {} }"}));
+  EXPECT_TRUE(isDeepest(199, {"class A { void m(int i, ", "B<", "^C", ", D>", " x) {} }"}));
+}
+
+TEST(Nesting, IsLimitedWhereDeclarationsAreTold) {
+  const std::string before = repeated(199, "B<");
+  EXPECT_TRUE(refuses("class A { void m() { " + before + "^" + repeated(200, "B<") + "C x = 1;", tooDeep));
+}
+
+TEST(Nesting, IsLimitedForInstances) {
+  EXPECT_TRUE(isDeepest(200, {"class ", "A<", "^B", ">", " {}", Origin::instance}));
+  EXPECT_TRUE(isDeepest(197, inMethod({"return B<", "B<", "^C", ">", ">.m();", Origin::instance})));
+  EXPECT_TRUE(isDeepest(197, inMethod({"return ", "B<C>.m(", "D<^E>.n()", ")", ";", Origin::instance})));
+}
+
+TEST(Nesting, IsLimitedForTypeNames) {
+  const auto nested = [](std::size_t levels) { return repeated(levels, "B<") + "C" + repeated(levels, ">"); };
+  EXPECT_EQ(nested(199), parseTypeName(nested(199)).text());
+  try {
+    parseTypeName(nested(200));
+    FAIL() << "no error";
+  } catch (const SourceError& error) {
+    EXPECT_EQ(
+        "type name:1:401: error: " + std::string(tooDeep) + "\n  " + nested(200) + "\n  " + std::string(400, ' ') + "^",
+        error.what());
+  }
+}
+
+TEST(Nesting, CountsEveryRuleThatIsOpen) {
+  EXPECT_TRUE(isDeepest(98, inMethod({"", "try {",
+                                      "x = " + repeated(50, "(a + ") + repeated(50, "[") + "^y" + repeated(50, "]") +
+                                          repeated(50, ")") + ";",
+                                      "} catch (E e) {}", ""})));
+  EXPECT_TRUE(isDeepest(99, inMethod({"", "try {", repeated(99, "B<") + "^C" + repeated(99, ">") + " x = null;",
+                                      "} catch (E e) {}", ""})));
+}
+
+TEST(Nesting, CountsOnlyWhatIsStillOpen) {
+  const std::string deep = repeated(198, "(") + "x" + repeated(198, ")");
+  const std::string text = "class A { void m() { x = " + repeated(3, deep + " + ") + "1; x = " + deep + "; } }";
+  EXPECT_NO_THROW(parseSource({"Main.ov", text}));
+}
+
+TEST(Nesting, OfAnyDepthIsRefusedWithoutExhaustingTheStack) {
+  constexpr std::size_t deep = 100000;
+  const auto isRefused = [](const std::string& text, Origin origin) {
+    EXPECT_THROW(parseSource({"Main.ov", text}, origin), SourceError) << text.substr(0, 60);
+  };
+  for (const Origin origin : {Origin::written, Origin::instance}) {
+    isRefused("class A { void m() { return " + repeated(deep, "("), origin);
+    isRefused("class A { void m() { " + repeated(deep, "["), origin);
+    isRefused("class A { void m() { " + repeated(deep, "a.m("), origin);
+    isRefused("class A { void m() { " + repeated(deep, "try {"), origin);
+    isRefused("class A { void m() { " + repeated(deep, "A<"), origin);
+    isRefused("class A { " + repeated(deep, "A<"), origin);
+    isRefused("class " + repeated(deep, "A<"), origin);
+  }
+  EXPECT_THROW(parseTypeName(repeated(deep, "A<")), SourceError);
+}
+
+constexpr std::size_t many = 100000;
+
+SourceFile parsedBody(const std::string& statements) {
+  return parseSource({"Main.ov", "class A { void m() { " + statements + " } }"});
+}
+
+const Block& bodyOf(const SourceFile& file) { return file.classes.at(0).methods.at(0).body; }
+
+const Expression& returnedBy(const SourceFile& file) { return std::get<Return>(bodyOf(file).at(0).form).value.value(); }
+
+TEST(Length, HasNoLimitForOperands) {
+  const SourceFile sum = parsedBody("return 1" + repeated(many, " + 1") + ";");
+  EXPECT_EQ(many + 1, std::get<Operation>(returnedBy(sum).form).operands.size());
+  const SourceFile comparison = parsedBody("return 1" + repeated(many, " == 1") + ";");
+  EXPECT_EQ(many, std::get<Operation>(returnedBy(comparison).form).operators.size());
+}
+
+TEST(Length, HasNoLimitForMembers) {
+  const SourceFile names = parsedBody("return a" + repeated(many, ".b") + ";");
+  EXPECT_EQ(many, std::get<MemberChain>(returnedBy(names).form).members.size());
+  const SourceFile calls = parsedBody("return a" + repeated(many, ".m(1)") + ";");
+  EXPECT_EQ(many, std::get<MemberChain>(returnedBy(calls).form).members.size());
+}
+
+TEST(Length, HasNoLimitForStatements) {
+  EXPECT_EQ(many, bodyOf(parsedBody(repeated(many, "x = 1; "))).size());
+  EXPECT_EQ(many, bodyOf(parsedBody(repeated(many, "a.B<C> x = 1;\n"))).size());
+  EXPECT_EQ(many, bodyOf(parsedBody(repeated(many, "if (a) {} else {}"))).size());
+}
+
+TEST(Length, HasNoLimitForElementsAndArguments) {
+  const SourceFile list = parsedBody("return [1" + repeated(many, ", 1") + "];");
+  EXPECT_EQ(many + 1, std::get<ListLiteral>(returnedBy(list).form).elements.size());
+  const SourceFile call = parsedBody("return a.m(1" + repeated(many, ", 1") + ");");
+  EXPECT_EQ(many + 1, std::get<MemberChain>(returnedBy(call).form).members.at(0).arguments.size());
+}
+
+TEST(Length, HasNoLimitForTypes) {
+  const TypeName type = parseTypeName("A<B" + repeated(many, ",B") + ">");
+  EXPECT_EQ(many + 1, type.arguments.size());
+  EXPECT_EQ(1 + 2 * many, parseTypeName("a" + repeated(many, ".b")).name.size());
+}
+
+TEST(Length, HasNoLimitForTokens) {
+  const std::string text(many, 'x');
+  const SourceFile file = parsedBody("return \"" + text + "\";" + "/*" + text + "*/ " + text + ";");
+  EXPECT_EQ(text, std::get<StringLiteral>(returnedBy(file).form).text);
+}
+
+}  // namespace
+}  // namespace orva::language

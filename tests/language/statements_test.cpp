@@ -1,0 +1,141 @@
+// Statements: what each holds, and which are refused.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <variant>
+
+#include "reference_host/language/parser.h"
+#include "refusals.h"
+#include "tree_text.h"
+
+namespace orva::language {
+namespace {
+
+TEST(Statement, DeclaresAVariableWhereANameFollowsACompleteType) {
+  EXPECT_EQ("(let int x 1)", parsedStatements("int x = 1;"));
+  EXPECT_EQ("(let a.b.C x 1)", parsedStatements("a.b.C x = 1;"));
+  EXPECT_EQ("(let ArrayList<String> x [list])", parsedStatements("ArrayList<String> x = [];"));
+  EXPECT_EQ("(let a.B<c.D,E<F<G>>> x null)", parsedStatements("a.B<c.D, E<F<G>>> x = null;"));
+  EXPECT_EQ("(let x x x)", parsedStatements("x x = x;"));
+}
+
+TEST(Statement, IsAnExpressionWhereNoNameFollowsAType) {
+  EXPECT_EQ("(do <a .b .C .m()>)", parsedStatements("a.b.C.m();"));
+  EXPECT_EQ("(do <a .b .C>)", parsedStatements("a.b.C;"));
+  EXPECT_EQ("(do x)", parsedStatements("x;"));
+  EXPECT_EQ("(do (x + y))", parsedStatements("x + y;"));
+  EXPECT_EQ("(do (x == y))", parsedStatements("x == y;"));
+  EXPECT_EQ("(do \"text\")", parsedStatements("\"text\";"));
+  EXPECT_EQ("(do (x + y)) (do [list])", parsedStatements("(x + y); [];"));
+}
+
+TEST(Statement, AssignsToANameOnly) {
+  EXPECT_EQ("(set x 1)", parsedStatements("x = 1;"));
+  EXPECT_EQ("(set int (x == y))", parsedStatements("int = x == y;"));
+  EXPECT_TRUE(refusesBody("a.b ^= 1;", "expected ';', found '='"));
+  EXPECT_TRUE(refusesBody("(x) ^= 1;", "expected ';', found '='"));
+  EXPECT_TRUE(refusesBody("1 ^= 1;", "expected ';', found '='"));
+  EXPECT_TRUE(refusesBody("x = y ^= 1;", "expected ';', found '='"));
+  EXPECT_TRUE(refusesBody("x.m() ^= 1;", "expected ';', found '='"));
+}
+
+TEST(Statement, RefusesDeclarationsWithoutAValue) {
+  EXPECT_TRUE(refusesBody("int x^;", "expected '=', found ';'"));
+  EXPECT_TRUE(refusesBody("int x = ^;", "expected an expression, found ';'"));
+  EXPECT_TRUE(refusesBody("int x = 1^, y = 2;", "expected ';', found ','"));
+  EXPECT_TRUE(refusesBody("int x ^== 1;", "expected '=', found '=='"));
+  EXPECT_TRUE(refusesBody("a b ^c = 1;", "expected '=', found 'c'"));
+}
+
+TEST(Statement, RefusesTypesThatAreNotComplete) {
+  EXPECT_TRUE(refusesBody("A^<> x = 1;", "expected ';', found '<'"));
+  EXPECT_TRUE(refusesBody("A^<B x = 1;", "expected ';', found '<'"));
+  EXPECT_TRUE(refusesBody("A^<B x y = 1;", "expected ';', found '<'"));
+  EXPECT_TRUE(refusesBody("A^<B,> x = 1;", "expected ';', found '<'"));
+  EXPECT_TRUE(refusesBody("A^<1> x = 1;", "expected ';', found '<'"));
+  EXPECT_TRUE(refuses("class A { void m() { a.^", "expected a name after '.', found the end of the text"));
+  EXPECT_TRUE(refuses("class A { void m() { A^<B,", "expected ';', found '<'"));
+  EXPECT_TRUE(refusesBody("a. ^= 1;", "expected a name after '.', found '='"));
+  EXPECT_TRUE(refusesBody("A^<B>.C x = 1;", "expected ';', found '<'"));
+  EXPECT_TRUE(refusesBody("^static int x = 1;", "expected an expression, found 'static'"));
+}
+
+TEST(Statement, EndsWithASemicolon) {
+  EXPECT_TRUE(refuses("class A { void m() { x ^} }", "expected ';', found '}'"));
+  EXPECT_TRUE(refuses("class A { void m() { x = 1 ^} }", "expected ';', found '}'"));
+  EXPECT_TRUE(refuses("class A { void m() { return 1 ^} }", "expected ';', found '}'"));
+  EXPECT_TRUE(refuses("class A { void m() { return ^} }", "expected an expression, found '}'"));
+  EXPECT_TRUE(refusesBody("^;", "expected an expression, found ';'"));
+  EXPECT_TRUE(refusesBody("^{ }", "expected an expression, found '{'"));
+}
+
+TEST(Statement, ReturnsAValueOrNone) {
+  EXPECT_EQ("(return)", parsedStatements("return;"));
+  EXPECT_EQ("(return (1 + 2)) (return)", parsedStatements("return 1 + 2; return;"));
+  EXPECT_TRUE(refusesBody("return 1 ^2;", "expected ';', found '2'"));
+}
+
+TEST(Statement, HasConditions) {
+  EXPECT_EQ("(if a {} {})", parsedStatements("if (a) {}"));
+  EXPECT_EQ("(if (a != b) {(set x 1) (set y 2)} {(return)})",
+            parsedStatements("if (a != b) { x = 1; y = 2; } else { return; }"));
+  EXPECT_EQ("(if a {} {(if b {} {(do c)})})", parsedStatements("if (a) {} else { if (b) {} else { c; } }"));
+}
+
+TEST(Statement, RefusesOtherConditions) {
+  EXPECT_TRUE(refusesBody("if ^a {}", "expected '(', found 'a'"));
+  EXPECT_TRUE(refusesBody("if (^) {}", "expected an expression, found ')'"));
+  EXPECT_TRUE(refusesBody("if (a ^= b) {}", "expected ')', found '='"));
+  EXPECT_TRUE(refusesBody("if (a) ^return;", "expected '{', found 'return'"));
+  EXPECT_TRUE(refusesBody("if (a) {} else ^if (b) {}", "expected '{', found 'if'"));
+  EXPECT_TRUE(refusesBody("^else {}", "expected an expression, found 'else'"));
+}
+
+TEST(Statement, CatchesExceptions) {
+  EXPECT_EQ("(try {} Exception e {})", parsedStatements("try {} catch (Exception e) {}"));
+  EXPECT_EQ("(try {(do <a .m()>)} Broken e {(return e)}) (return)",
+            parsedStatements("try { a.m(); } catch (Broken e) { return e; } return;"));
+}
+
+TEST(Statement, RefusesOtherCatches) {
+  EXPECT_TRUE(refusesBody("try ^x;", "expected '{', found 'x'"));
+  EXPECT_TRUE(refusesBody("try {} ^return;", "expected 'catch', found 'return'"));
+  EXPECT_TRUE(refusesBody("try {} catch ^{}", "expected '(', found '{'"));
+  EXPECT_TRUE(refusesBody("try {} catch (^) {}", "expected the name of an exception class, found ')'"));
+  EXPECT_TRUE(refusesBody("try {} catch (a^.B e) {}", "expected the name of a variable, found '.'"));
+  EXPECT_TRUE(refusesBody("try {} catch (Exception^) {}", "expected the name of a variable, found ')'"));
+  EXPECT_TRUE(refusesBody("try {} catch (Exception e ^f) {}", "expected ')', found 'f'"));
+  EXPECT_TRUE(refusesBody("try {} catch (Exception e)^;", "expected '{', found ';'"));
+  EXPECT_TRUE(refusesBody("try {} catch (A a) {} ^catch (B b) {}", "expected an expression, found 'catch'"));
+}
+
+TEST(Statement, ThrowsANewException) {
+  EXPECT_EQ("(throw Exception \"text\")", parsedStatements("throw new Exception(\"text\");"));
+  EXPECT_EQ("(throw A (\"a\" + b))", parsedStatements("throw new A(\"a\" + b);"));
+}
+
+TEST(Statement, RefusesOtherThrows) {
+  EXPECT_TRUE(refusesBody("throw ^e;", "expected 'new', found 'e'"));
+  EXPECT_TRUE(refusesBody("throw new ^\"A\"(1);", "expected the name of an exception class, found '\"A\"'"));
+  EXPECT_TRUE(refusesBody("throw new a^.B(1);", "expected '(', found '.'"));
+  EXPECT_TRUE(refusesBody("throw new A(^);", "expected an expression, found ')'"));
+  EXPECT_TRUE(refusesBody("throw new A(1^, 2);", "expected ')', found ','"));
+  EXPECT_TRUE(refusesBody("throw new A(1)^.m();", "expected ';', found '.'"));
+  EXPECT_TRUE(refusesBody("x = ^new A(1);", "expected an expression, found 'new'"));
+}
+
+TEST(Statement, TellsWhereItStands) {
+  const SourceFile file =
+      parseSource({"Main.ov", "class A { void m() {\n  a.B x = 1; x = 2;\n\ttry {} catch (A  e) {}\n} }"});
+  const Block& body = file.classes.at(0).methods.at(0).body;
+  ASSERT_EQ(3U, body.size());
+  EXPECT_EQ(2U, body[0].position.line);
+  EXPECT_EQ(3U, body[0].position.column);
+  EXPECT_EQ(14U, body[1].position.column);
+  EXPECT_EQ(3U, body[2].position.line);
+  EXPECT_EQ(2U, body[2].position.column);
+  EXPECT_EQ(19U, std::get<Try>(body[2].form).variablePosition.column);
+}
+
+}  // namespace
+}  // namespace orva::language

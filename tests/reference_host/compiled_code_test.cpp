@@ -1,0 +1,144 @@
+// What crosses compiled frames: C++ exceptions, language exceptions and the pending exception of a native.
+#include <gtest/gtest.h>
+
+#include <future>
+
+#include "reference_host/compiler/context.h"
+#include "reference_host/runtime/pending_exception.h"
+#include "reference_host/runtime/values.h"
+#include "runtime_api/runtime.h"
+#include "workspace.h"
+
+namespace rt = orva::runtime;
+
+static void loadThrower() {
+  writeFile("Thrower.ov",
+            "class Thrower {\n"
+            "  static native void fail(int kind);\n"
+            "  static native void raiseTwice();\n"
+            "  static native int raiseAndReturn();\n"
+            "  static native boolean truth(int value);\n"
+            "  static String tries(int kind) {\n"
+            "    try { Thrower.inner(kind); } catch (Exception e) { return \"caught\"; }\n"
+            "    return \"returned\";\n"
+            "  }\n"
+            "  static void inner(int kind) {\n"
+            "    try { Thrower.fail(kind); } catch (RuntimeException e) { }\n"
+            "  }\n"
+            "  static String text() { return \"\" + Thrower.truth(256) + (Thrower.truth(2) == true); }\n"
+            "  static int deep(int left) { return Thrower.deep(left + 1); }\n"
+            "}\n");
+  orva::compiler::activeContext().loader.load("Thrower.ov", orva::compiler::Placement::underRoot);
+}
+
+/// The class, message and line of the language exception that a call ends with.
+static std::string thrownBy(const std::string& method, const std::vector<int64_t>& arguments = {}) {
+  try {
+    callMethod("Thrower", method, arguments);
+  } catch (const rt::Thrown& thrown) {
+    const rt::Exception& exception = *thrown.exception;
+    const std::string line = exception.location == nullptr ? "" : std::to_string(exception.location->line);
+    return std::string(exception.className) + ":" + exception.message + ":" + line;
+  }
+  return "nothing";
+}
+
+/// What is pending on this thread, as class and message.
+static std::string takePending() {
+  const rt::PendingException pending = rt::takePendingException().value_or(rt::PendingException{});
+  return pending.className + ":" + pending.message;
+}
+
+TEST(CompiledCode, AStandardExceptionCrossesHandlersUncaught) {
+  const Workspace workspace;
+  loadThrower();
+  EXPECT_EQ(failureOf([] { callText("Thrower", "tries", {0}); }), "thrown by a native");
+  EXPECT_EQ(failureOf([] { callText("Thrower", "tries", {0}); }), "thrown by a native");
+}
+
+TEST(CompiledCode, AnyOtherObjectCrossesHandlersUncaught) {
+  const Workspace workspace;
+  loadThrower();
+  int caught = 0;
+  try {
+    callText("Thrower", "tries", {1});
+  } catch (int thrown) {
+    caught = thrown;
+  }
+  EXPECT_EQ(caught, 42);
+}
+
+TEST(CompiledCode, TheExceptionRaisedLastIsThrownWhenTheNativeReturns) {
+  const Workspace workspace;
+  loadThrower();
+  EXPECT_EQ(thrownBy("raiseTwice"), "SecondException:second:");
+  EXPECT_EQ(rt::takePendingException().has_value(), false);
+}
+
+TEST(CompiledCode, AnEmptyMessageIsAnExceptionToo) {
+  const Workspace workspace;
+  loadThrower();
+  EXPECT_EQ(thrownBy("raiseAndReturn"), "RaisedException::");
+}
+
+TEST(CompiledCode, WhatWasPendingBeforeANativeIsForgotten) {
+  const Workspace workspace;
+  loadThrower();
+  Orva_raise("Stale", "left by other code");
+  EXPECT_EQ(callMethod("Thrower", "truth", {0}), 0);
+  EXPECT_EQ(rt::takePendingException().has_value(), false);
+}
+
+TEST(CompiledCode, PendingExceptionsBelongToTheirThread) {
+  Orva_raise("Mine", "of this thread");
+  std::async(std::launch::async, [] {
+    EXPECT_FALSE(rt::takePendingException().has_value());
+    Orva_raise("Other", "of the other thread");
+  }).get();
+  EXPECT_EQ(takePending(), "Mine:of this thread");
+  EXPECT_FALSE(rt::takePendingException().has_value());
+}
+
+TEST(CompiledCode, RaisedTextsAreCopied) {
+  std::string name = "Copied";
+  std::string message = "message";
+  Orva_raise(name.c_str(), message.c_str());
+  name.assign("xxxxxx");
+  message.assign("xxxxxxx");
+  EXPECT_EQ(takePending(), "Copied:message");
+}
+
+TEST(CompiledCode, EveryTruthOfANativeIsOne) {
+  const Workspace workspace;
+  loadThrower();
+  EXPECT_EQ(callMethod("Thrower", "truth", {256}), 1);
+  EXPECT_EQ(callText("Thrower", "text"), "truetrue");
+}
+
+TEST(CompiledCode, RecursionIsStoppedOnEveryThread) {
+  const Workspace workspace;
+  loadThrower();
+  const auto tooDeep = [] { return thrownBy("deep", {0}); };
+  const std::string expected = "Exception:Recursion too deep in 'Thrower.deep':14";
+  EXPECT_EQ(std::async(std::launch::async, tooDeep).get(), expected);
+  EXPECT_EQ(tooDeep(), expected);
+  EXPECT_EQ(tooDeep(), expected);
+}
+
+TEST(EntryPoints, AllocateObjectsOfLoadedClassesOnly) {
+  const Workspace workspace;
+  loadThrower();
+  auto* object = static_cast<rt::Object*>(Orva_allocObject("Thrower"));
+  EXPECT_EQ(object->type->fullName, "Thrower");
+  EXPECT_NE(Orva_allocObject("Thrower"), object);
+  EXPECT_EQ(failureOf([] { Orva_allocObject("Nowhere"); }), "Cannot allocate an object: unknown class 'Nowhere'");
+}
+
+TEST(EntryPoints, LookUpLoadsNothing) {
+  const Workspace workspace;
+  writeFile("Thrower.ov", "class Thrower { }");
+  for (const char* name : {"Thrower", "", "<", ">", "<>", "Thrower<", ",", "<<<,>", "Thrower<Thrower>"}) {
+    EXPECT_EQ(Orva_typeByName(name), nullptr) << name;
+  }
+  EXPECT_EQ(Orva_typeByName(nullptr), nullptr);
+}

@@ -1,0 +1,168 @@
+// Loading sources and bundles: each once, and all of it or nothing.
+#include <gtest/gtest.h>
+
+#include "classloader/natives.h"
+#include "reference_host/compiler/context.h"
+#include "reference_host/compiler/object_file.h"
+#include "reference_host/runtime/pending_exception.h"
+#include "reference_host/runtime/type_registry.h"
+#include "runtime_api/reflection.h"
+#include "runtime_api/runtime.h"
+#include "workspace.h"
+
+namespace fs = std::filesystem;
+using orva::compiler::activeContext;
+using orva::compiler::Placement;
+using orva::runtime::findType;
+using Counts = std::vector<std::size_t>;
+
+static void load(const std::string& path) { activeContext().loader.load(path, Placement::anywhere); }
+
+static void loadBundle(const std::vector<std::string>& sources) {
+  std::vector<std::string> objects;
+  std::vector<std::string> identities;
+  for (const std::string& source : sources) {
+    objects.push_back(orva::compiler::objectPathOf(source));
+    identities.push_back(orva::compiler::sourceIdentity(readFile(source)));
+  }
+  activeContext().loader.loadBundle(objects, identities);
+}
+
+TEST(Loading, AFailedLoadLeavesNothingBehindAndTheRepairedFileLoads) {
+  const Workspace workspace;
+  const std::string good = "class Good { static String text() { return \"good\"; } }\n";
+  writeFile("Bad.ov", good + "class Bad { static int number() { return missing; } }\n");
+  EXPECT_EQ(failureOf([] { load("Bad.ov"); }),
+            "Bad.ov:2:42: error: unknown variable 'missing'\n"
+            "  class Bad { static int number() { return missing; } }\n"
+            "                                           ^");
+  writeFile("Bad.ov", good + "class Bad { static native void missing(); }\n");
+  EXPECT_EQ(failureOf([] { load("Bad.ov"); }),
+            "Bad.ov:2:32: error: native method 'Bad.missing' needs the symbol 'orva_Bad_missing', which the process "
+            "does not define\n"
+            "  class Bad { static native void missing(); }\n"
+            "                                 ^");
+  EXPECT_EQ(typeCounts(), (Counts{0, 0}));
+  EXPECT_EQ(findType("Good"), nullptr);
+  writeFile("Bad.ov", good + "class Bad { static String text() { return Good.text() + \" again\"; } }\n");
+  load("Bad.ov");
+  EXPECT_EQ(typeCounts(), (Counts{2, 2}));
+  EXPECT_EQ(callText("Bad", "text"), "good again");
+}
+
+TEST(Loading, ASourceIsLoadedOnceUnderAllItsNames) {
+  const Workspace workspace;
+  writeFile("a/A.ov", "package a; class A { }");
+  fs::create_symlink("A.ov", "a/link.ov");
+  fs::create_directory_symlink("a", "b");
+  const std::string absolute = (workspace.path() / "a/A.ov").string();
+  for (const std::string& name : {std::string("a/A.ov"), std::string("./a/../a/A.ov"), std::string("a/link.ov"),
+                                  std::string("b/A.ov"), std::string("b/link.ov"), absolute}) {
+    load(name);
+    EXPECT_EQ(typeCounts(), (Counts{1, 1})) << name;
+  }
+  EXPECT_EQ(findType("a.A")->source, "a/A.ov");
+}
+
+TEST(Loading, TwoFilesCannotBringOneClass) {
+  const Workspace workspace;
+  writeFile("One.ov", "class One { }\nclass Same { }");
+  writeFile("Two.ov", "class Two { }\nclass Same { }");
+  load("One.ov");
+  EXPECT_EQ(failureOf([] { load("Two.ov"); }),
+            "Two.ov:2:7: error: type 'Same' is already loaded from One.ov\n"
+            "  class Same { }\n"
+            "        ^");
+  EXPECT_EQ(typeCounts(), (Counts{2, 2}));
+  EXPECT_EQ(findType("Two"), nullptr);
+}
+
+TEST(Loading, RecordsAreReadyAndSpellInstancesInFourWays) {
+  const Workspace workspace;
+  writeFile("c/Box.ov", "package c; class Box<T> { static String of() { return T.text(); } }");
+  writeFile("g/Circle.ov", "package g; class Circle { static String text() { return \"circle\"; } }");
+  const void* box = orva_ClassLoader_getTypeByName("c.Box< g.Circle >");
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(callText("c.Box<g.Circle>", "of"), "circle");
+  ASSERT_EQ(gTypes.size(), 3U);
+  EXPECT_EQ(gTypes[0].name2, "c.Box");
+  const TypeRecord& record = gTypes[1];
+  EXPECT_EQ(record.name1, "Box<g.Circle>");
+  EXPECT_EQ(record.name2, "c.Box<g.Circle>");
+  EXPECT_EQ(record.name3, "c.Box<Circle>");
+  EXPECT_EQ(record.name4, "Box<Circle>");
+  EXPECT_EQ(record.type, box);
+  for (const TypeRecord& each : gTypes) EXPECT_TRUE(isReady(each)) << each.name2;
+}
+
+TEST(Loading, PointersHandedOutStayValid) {
+  const Workspace workspace;
+  writeFile("First.ov", "class First { }");
+  load("First.ov");
+  const char* name = Reflection_getTypeName(0);
+  const char* fullName = Reflection_getTypeFullName(0);
+  const void* type = Orva_typeByName("First");
+  std::string many;
+  for (int i = 0; i < 300; ++i) many += "class Other" + std::to_string(i) + " { }\n";
+  writeFile("Many.ov", many);
+  load("Many.ov");
+  EXPECT_EQ(typeCounts(), (Counts{301, 301}));
+  EXPECT_STREQ(name, "First");
+  EXPECT_STREQ(fullName, "First");
+  EXPECT_EQ(Reflection_getTypeName(0), name);
+  EXPECT_EQ(Reflection_getTypeFullName(0), fullName);
+  EXPECT_EQ(Orva_typeByName("First"), type);
+}
+
+TEST(Loading, CallersOfAClassThatChangedAreTold) {
+  const Workspace workspace;
+  writeFile("Callee.ov", "class Callee { static int number() { return 1; } }");
+  writeFile("Caller.ov", "class Caller { static int number() { return Callee.number(); } }");
+  load("Caller.ov");
+  writeFile("Callee.ov", "class Callee { static int number(int a) { return 1; } }");
+  std::string message;
+  try {
+    callMethod("Caller", "number");
+  } catch (const orva::runtime::Thrown& thrown) {
+    message = thrown.exception->message;
+  }
+  EXPECT_EQ(message,
+            "Type 'Callee' of ./Callee.ov has no method 'static int number()' that its caller was compiled for");
+}
+
+TEST(Bundles, AreLoadedAllOrNothing) {
+  const Workspace workspace;
+  writeFile("One.ov", "class One { static String text() { return \"one\"; } }");
+  writeFile("Two.ov", "class Two { static native void missing(); }");
+  writeFile("Three.ov", "class Three { }\nclass One { }");
+  for (const char* source : {"One.ov", "Two.ov", "Three.ov"}) {
+    activeContext().loader.precompile(source, Placement::underRoot);
+  }
+  EXPECT_EQ(failureOf([] { loadBundle({"One.ov", "Two.ov"}); }),
+            "Two.o: a native method needs the symbol 'orva_Two_missing', which the process does not define");
+  EXPECT_EQ(failureOf([] { loadBundle({"One.ov", "Three.ov"}); }),
+            "Type 'One' of Three.o is already loaded from One.o");
+  EXPECT_EQ(typeCounts(), (Counts{0, 0}));
+  loadBundle({"One.ov"});
+  loadBundle({"One.ov", "One.ov"});
+  EXPECT_EQ(typeCounts(), (Counts{1, 1}));
+  EXPECT_EQ(callText("One", "text"), "one");
+}
+
+TEST(Bundles, AGenericClassOfAnObjectNeedsItsSourceForInstances) {
+  const Workspace workspace;
+  writeFile("c/Box.ov",
+            "package c; class Box<T> { static String of() { return Near.text(); } }\n"
+            "class Near { static String text() { return \"near\"; } }");
+  writeFile("Circle.ov", "class Circle { }");
+  activeContext().loader.precompile("c/Box.ov", Placement::underRoot);
+  loadBundle({"c/Box.ov"});
+  fs::rename("c/Box.ov", "c/Hidden.ov");
+  EXPECT_EQ(orva_ClassLoader_getTypeByName("Box<Circle>"), nullptr);
+  EXPECT_EQ(orva::runtime::takePendingException().value_or(orva::runtime::PendingException{}).message,
+            "Class 'c.Box' is loaded from an object: its instances need its source on the class path");
+  fs::rename("c/Hidden.ov", "c/Box.ov");
+  orva::compiler::ClassLoader::invalidateKlassPathCaches();
+  ASSERT_NE(orva_ClassLoader_getTypeByName("Box<Circle>"), nullptr);
+  EXPECT_EQ(callText("c.Box<Circle>", "of"), "near");
+}

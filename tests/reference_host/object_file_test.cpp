@@ -1,0 +1,251 @@
+// Object files: what their header says, that every check is made, and that no half object is ever seen.
+#include "reference_host/compiler/object_file.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <random>
+
+#include "reference_host/compiler/context.h"
+#include "workspace.h"
+
+namespace fs = std::filesystem;
+using orva::compiler::activeContext;
+using orva::compiler::checkObject;
+using orva::compiler::ObjectFile;
+using orva::compiler::Placement;
+using orva::compiler::readObject;
+using orva::compiler::sourceIdentity;
+using orva::compiler::writeObject;
+
+static const std::string identityOfNothing = "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
+static const std::string source =
+    "class A { static native void fail(); static String text() { return \"text\"; } }\nclass B { }\n";
+
+/// Writes and compiles A.ov; gives the bytes of A.o.
+static std::string compiled() {
+  writeFile("A.ov", source);
+  activeContext().loader.precompile("A.ov", Placement::underRoot);
+  return readFile("A.o");
+}
+
+static void replaceOnce(std::string& text, const std::string& from, const std::string& to) {
+  const std::size_t at = text.find(from);
+  ASSERT_NE(at, std::string::npos) << from;
+  ASSERT_EQ(text.find(from, at + 1), std::string::npos) << from;
+  text.replace(at, from.size(), to);
+}
+
+/// Rewrites A.o with another text in its header, and a digest that fits.
+static void changeHeader(const std::string& from, const std::string& to) {
+  std::string bytes = readFile("A.o");
+  const std::size_t digest = bytes.find("\"digest\":\"") + 10;
+  bytes.replace(digest, 64, std::string(64, '0'));
+  replaceOnce(bytes, from, to);
+  ObjectFile object;
+  object.path = "A.o";
+  writeObject(object, bytes);
+}
+
+static std::string loadingFails() {
+  const auto load = [] { activeContext().loader.loadBundle({"A.o"}, {sourceIdentity(source)}); };
+  const std::string failure = failureOf(load);
+  EXPECT_EQ(typeCounts(), (std::vector<std::size_t>{0, 0}));
+  return failure;
+}
+
+TEST(ObjectFile, IdentitiesAreSha256) {
+  EXPECT_EQ(sourceIdentity(""), identityOfNothing);
+  EXPECT_EQ(sourceIdentity("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+}
+
+TEST(ObjectFile, LiesBesideItsSource) {
+  EXPECT_EQ(orva::compiler::objectPathOf("a/b.c/Circle.ov"), "a/b.c/Circle.o");
+  EXPECT_EQ(orva::compiler::objectPathOf("A.ov.ov"), "A.ov.o");
+  for (const char* path : {"", "A", "A.o", "A.OV", "A.ov/", ".ov", "a.ov/A"}) {
+    EXPECT_EQ(failureOf([&] { orva::compiler::objectPathOf(path); }),
+              "'" + std::string(path) + "' is no source file: expected a name that ends in '.ov'");
+  }
+}
+
+TEST(ObjectFile, HeaderTellsWhatItWasBuiltFromAndFor) {
+  const Workspace workspace;
+  compiled();
+  const ObjectFile object = readObject("A.o");
+  EXPECT_EQ(object.path, "A.o");
+  EXPECT_EQ(object.identity, sourceIdentity(source));
+  EXPECT_EQ(object.abi, 1);
+  EXPECT_EQ(object.dialect, "1");
+  EXPECT_EQ(object.target, activeContext().engine.target());
+  EXPECT_EQ(object.initialisers, (std::vector<std::string>{"orva.initialise:A", "orva.initialise:B"}));
+  EXPECT_EQ(object.natives, std::vector<std::string>{"orva_A_fail"});
+}
+
+TEST(ObjectFile, IsTheSameWheneverItIsBuilt) {
+  const Workspace workspace;
+  const std::string first = compiled();
+  EXPECT_EQ(compiled(), first);
+}
+
+TEST(ObjectFile, EachDifferenceIsToldWithBothValues) {
+  const Workspace workspace;
+  compiled();
+  ObjectFile object = readObject("A.o");
+  const std::string target = object.target;
+  checkObject(object, object.identity, target);
+  EXPECT_EQ(failureOf([&] { checkObject(object, "x", target); }),
+            "'A.o' has another source identity: expected 'x', found '" + sourceIdentity(source) + "'");
+  EXPECT_EQ(failureOf([&] { checkObject(object, object.identity, "moon"); }),
+            "'A.o' has another target: expected 'moon', found '" + target + "'");
+  object.dialect = "2";
+  EXPECT_EQ(failureOf([&] { checkObject(object, "x", "moon"); }),
+            "'A.o' has another dialect version: expected '1', found '2'");
+  object.abi = 7;
+  EXPECT_EQ(failureOf([&] { checkObject(object, "x", "moon"); }),
+            "'A.o' has another ABI version: expected '1', found '7'");
+}
+
+TEST(ObjectFile, AnObjectOfAnotherAbiVersionIsNotLinked) {
+  const Workspace workspace;
+  compiled();
+  changeHeader("\"abi\":1", "\"abi\":2");
+  EXPECT_EQ(loadingFails(), "'A.o' has another ABI version: expected '1', found '2'");
+}
+
+TEST(ObjectFile, AnObjectOfAnotherDialectIsNotLinked) {
+  const Workspace workspace;
+  compiled();
+  changeHeader("\"dialect\":\"1\"", "\"dialect\":\"0\"");
+  EXPECT_EQ(loadingFails(), "'A.o' has another dialect version: expected '1', found '0'");
+}
+
+TEST(ObjectFile, AnObjectForAnotherMachineIsNotLinked) {
+  const Workspace workspace;
+  compiled();
+  const std::string target = activeContext().engine.target();
+  std::string other = target;
+  other.front() = 'z';
+  changeHeader("\"target\":\"" + target, "\"target\":\"" + other);
+  EXPECT_EQ(loadingFails(), "'A.o' has another target: expected '" + target + "', found '" + other + "'");
+}
+
+TEST(ObjectFile, AnIncompleteHeaderIsToldByItsKey) {
+  const Workspace workspace;
+  for (const char* key : {"identity", "target", "dialect"}) {
+    compiled();
+    std::string other = key;
+    other.front() = 'x';
+    changeHeader("\"" + std::string(key) + "\":", "\"" + other + "\":");
+    EXPECT_EQ(loadingFails(), "'A.o' is damaged: its header has no text '" + std::string(key) + "'");
+  }
+}
+
+TEST(ObjectFile, AHeaderWithoutListsIsDamaged) {
+  const Workspace workspace;
+  compiled();
+  changeHeader("\"natives\":", "\"xatives\":");
+  EXPECT_EQ(loadingFails(), "'A.o' is damaged: its header has no list 'natives'");
+}
+
+TEST(ObjectFile, EveryByteThatChangedIsFound) {
+  const Workspace workspace;
+  const std::string whole = compiled();
+  std::mt19937 random(20240607);
+  for (int round = 0; round < 3000; ++round) {
+    std::string bytes = whole;
+    const std::size_t at = round < 64 ? static_cast<std::size_t>(round) : random() % bytes.size();
+    bytes[at] = static_cast<char>(bytes[at] ^ (1 << random() % 8));
+    writeFile("A.o", bytes);
+    ASSERT_NE(failureOf([] { readObject("A.o"); }), "nothing") << "byte " << at;
+  }
+}
+
+TEST(ObjectFile, EveryTruncationIsFound) {
+  const Workspace workspace;
+  const std::string whole = compiled();
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    writeFile("A.o", whole.substr(0, size));
+    ASSERT_NE(failureOf([] { readObject("A.o"); }), "nothing") << size;
+  }
+}
+
+TEST(ObjectFile, IsNotWrittenOverWhatIsNotOurs) {
+  const Workspace workspace;
+  const std::string bytes = compiled();
+  const std::string refused = "'A.o' is not an object of this compiler, and is not overwritten";
+  const auto compile = [] { activeContext().loader.precompile("A.ov", Placement::underRoot); };
+  std::string foreign = bytes;
+  replaceOnce(foreign, ".orva.object", ".orva.things");
+  for (const std::string& text : {std::string(), std::string("text"), foreign, bytes.substr(0, 100)}) {
+    writeFile("A.o", text);
+    EXPECT_EQ(failureOf(compile), refused);
+    EXPECT_EQ(readFile("A.o"), text);
+  }
+  fs::remove("A.o");
+  fs::create_directory("A.o");
+  EXPECT_EQ(failureOf(compile), refused);
+  fs::remove("A.o");
+  ASSERT_EQ(mkfifo("A.o", S_IRUSR | S_IWUSR), 0);
+  EXPECT_EQ(failureOf(compile), refused);
+  fs::remove("A.o");
+  fs::create_symlink("nowhere", "A.o");
+  EXPECT_EQ(failureOf(compile), refused);
+  EXPECT_FALSE(fs::exists("nowhere"));
+}
+
+TEST(ObjectFile, IsWrittenOverADamagedOneOfOurs) {
+  const Workspace workspace;
+  const std::string whole = compiled();
+  std::string damaged = whole;
+  damaged[damaged.find("\"digest\":\"") + 10] = 'x';
+  writeFile("A.o", damaged);
+  EXPECT_EQ(failureOf([] { readObject("A.o"); }), "'A.o' is damaged: its bytes are not those that were written");
+  EXPECT_EQ(compiled(), whole);
+}
+
+TEST(ObjectFile, ThatCannotBeWrittenLeavesTheOldOneAndNothingElse) {
+  const Workspace workspace;
+  writeFile("sealed/A.ov", "package sealed; class A { }");
+  activeContext().loader.precompile("sealed/A.ov", Placement::underRoot);
+  const std::string before = readFile("sealed/A.o");
+  constexpr auto readOnly = static_cast<fs::perms>(0555);
+  fs::permissions("sealed", readOnly);
+  fs::permissions(".", readOnly);
+  const pid_t child = fork();
+  if (child == 0) {
+    constexpr uid_t nobody = 65534;
+    if (geteuid() == 0 && setuid(nobody) != 0) _exit(2);
+    const auto compile = [] { activeContext().loader.precompile("sealed/A.ov", Placement::underRoot); };
+    _exit(failureOf(compile) == "Cannot write 'sealed/A.o'" ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  fs::permissions("sealed", fs::perms::owner_all);
+  fs::permissions(".", fs::perms::owner_all);
+  EXPECT_EQ(readFile("sealed/A.o"), before);
+  EXPECT_EQ(std::distance(fs::directory_iterator("sealed"), fs::directory_iterator()), 2);
+}
+
+TEST(ObjectFile, AKilledWriterLeavesNoHalfObject) {
+  const Workspace workspace;
+  const std::string whole = compiled();
+  for (int round = 0; round < 20; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      for (;;) activeContext().loader.precompile("A.ov", Placement::underRoot);
+    }
+    usleep(static_cast<useconds_t>(3000 * (round + 1)));
+    kill(child, SIGKILL);
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    ASSERT_EQ(readFile("A.o"), whole);
+  }
+  // What a killed writer may leave beside it disturbs nobody.
+  writeFile("A.o." + std::to_string(getpid()) + ".0.tmp", whole.substr(0, 100));
+  writeFile("A.o." + std::to_string(getpid()) + ".1.tmp", whole.substr(0, 100));
+  EXPECT_EQ(compiled(), whole);
+}

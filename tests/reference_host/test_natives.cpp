@@ -1,0 +1,26 @@
+// Natives that compiled test classes call: they throw what no native of the language throws.
+#include <cstdint>
+#include <stdexcept>
+
+#include "runtime_api/runtime.h"
+
+extern "C" {
+
+void orva_Thrower_fail(int64_t kind) {
+  if (kind == 0) throw std::runtime_error("thrown by a native");
+  throw 42;
+}
+
+void orva_Thrower_raiseTwice() {
+  Orva_raise("FirstException", "first");
+  Orva_raise("SecondException", "second");
+}
+
+int64_t orva_Thrower_raiseAndReturn() {
+  Orva_raise("RaisedException", "");
+  return 7;
+}
+
+int64_t orva_Thrower_truth(int64_t value) { return value; }
+
+}  // extern "C"
