@@ -20,6 +20,7 @@ using orva::compiler::Runtime;
 
 /// Loads the sources of the two class loader classes themselves.
 /// @return whether they are loaded now; false when the runtime has no standard library.
+/// Throws what loading them throws.
 static bool loadMetadata() {
   const std::string libraryPath = Runtime::getInstance().getStandardLibraryPath();
   if (libraryPath.empty()) return false;
@@ -87,27 +88,25 @@ static std::vector<std::string> sourceFilesIn(const fs::path& directory, std::er
   return files;
 }
 
-static void loadPackageTypes(const std::string& packageName) {
-  if (!orva::compiler::PackageLayout::isValidPackageName(packageName)) {
-    Orva_raise("ValueException", "A valid package name is required");
-    return;
-  }
-  const std::optional<fs::path> directory = findPackage(packagePath(packageName));
-  if (!directory) {
-    Orva_raise("ClassNotFoundException", ("Package not found: " + packageName).c_str());
-    return;
-  }
-  std::error_code error;
-  const std::vector<std::string> files = sourceFilesIn(*directory, error);
-  if (error) {
-    Orva_raise("IOException", ("Cannot enumerate package '" + packageName + "': " + error.message()).c_str());
-    return;
-  }
-  const std::shared_ptr<Context> context = Compiler::activeRuntimeContext();
-  for (const std::string& file : files) Compiler::ensureSourceLoadedInActiveJit(file, context);
-}
-
 void orva_SystemClassLoader_loadPackageTypes(void* /*receiver*/, const char* packageName) {
-  bridged("Exception", "Unknown native failure while loading package",
-          [packageName] { loadPackageTypes(packageName != nullptr ? packageName : ""); });
+  bridged("Exception", "Unknown native failure while loading package", [packageName] {
+    const std::string name(packageName != nullptr ? packageName : "");
+    if (!orva::compiler::PackageLayout::isValidPackageName(name)) {
+      Orva_raise("ValueException", "A valid package name is required");
+      return;
+    }
+    const std::optional<fs::path> directory = findPackage(packagePath(name));
+    if (!directory) {
+      Orva_raise("ClassNotFoundException", ("Package not found: " + name).c_str());
+      return;
+    }
+    std::error_code error;
+    const std::vector<std::string> files = sourceFilesIn(*directory, error);
+    if (error) {
+      Orva_raise("IOException", ("Cannot enumerate package '" + name + "': " + error.message()).c_str());
+      return;
+    }
+    const std::shared_ptr<Context> context = Compiler::activeRuntimeContext();
+    for (const std::string& file : files) Compiler::ensureSourceLoadedInActiveJit(file, context);
+  });
 }

@@ -14,8 +14,7 @@
 using orva::compiler::Compiler;
 using orva::compiler::Context;
 
-/// Compares a compacted generic name with a record's names in the order in which the runtime spells
-/// instances: the generic spellings first.
+/// Compares a compacted generic name with a record's names, each compacted only when those before it differ.
 static bool spells(const TypeRecord& record, const std::string& key) {
   return key == compactTypeName(recordName(record, 3)) || key == compactTypeName(recordName(record, 4)) ||
          key == compactTypeName(recordName(record, 1)) || key == compactTypeName(recordName(record, 2));
@@ -30,7 +29,8 @@ static bool isInstanceReady(const std::string& requestedName) {
                      [&](const TypeRecord& record) { return isReady(record) && spells(record, key); });
 }
 
-/// Has the compiler generate and load the source of a generic instance that is not there yet.
+/// Has the compiler generate and load the source of a generic instance that is not there yet. Throws what the lock and
+/// the compiler throw.
 static void ensureGenericInstance(const std::string& requestedName) {
   if (isInstanceReady(requestedName)) return;
   std::shared_ptr<Context> context = Compiler::activeRuntimeContext();
@@ -42,7 +42,8 @@ static void ensureGenericInstance(const std::string& requestedName) {
   }
 }
 
-/// Compiles the source of a class that is not registered, where the class path holds one.
+/// Compiles the source of a class that is not registered, where the class path holds one. Throws when the name is
+/// ambiguous, and what the compiler throws.
 static void ensureClass(const std::string& plainName) {
   if (reflectedTypeMatch(plainName)) return;
   const std::shared_ptr<Context> context = Compiler::activeRuntimeContext();
@@ -52,7 +53,7 @@ static void ensureClass(const std::string& plainName) {
 
 void* orva_ClassLoader_getTypeByName(const char* typeName) {
   if (typeName == nullptr || *typeName == '\0') return Orva_typeByName(typeName);
-  const bool looked = bridged("ClassNotFoundException", [typeName] {
+  const bool prepared = bridged("ClassNotFoundException", [typeName] {
     const std::string name(typeName);
     const bool opens = name.find('<') != std::string::npos;
     const bool closes = name.find('>') != std::string::npos;
@@ -60,5 +61,5 @@ void* orva_ClassLoader_getTypeByName(const char* typeName) {
     if (!opens) ensureClass(name);
   });
   // Outside the bridge: the runtime's own failures are not ours to convert.
-  return looked ? Orva_typeByName(typeName) : nullptr;
+  return prepared ? Orva_typeByName(typeName) : nullptr;
 }

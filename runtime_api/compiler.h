@@ -28,7 +28,7 @@ class Compiler {
 
   /// Compiles a source file into the active engine unless it is loaded already.
   /// @param sourcePath path of the file, relative to the working directory or absolute.
-  /// @param context the context to compile in; may be empty.
+  /// @param context the context to compile in; may be empty, which means what the host makes of it.
   static void ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context);
 
   /// Loads precompiled object files into the active engine.
