@@ -1,13 +1,10 @@
 // Resolving names and reading signatures.
 #include "reference_host/compiler/class_catalog.h"
 
-#include <llvm/Support/MemoryBuffer.h>
-
 #include <algorithm>
-#include <filesystem>
 #include <stdexcept>
-#include <system_error>
 
+#include "reference_host/compiler/files.h"
 #include "reference_host/language/parser.h"
 #include "reference_host/runtime/type_registry.h"
 
@@ -33,6 +30,10 @@ static bool isInstanceArgument(const std::string& name, const SourceFile& file) 
 
 std::vector<std::string> ClassCatalog::candidates(const std::string& name, const SourceFile& file) {
   if (name.find('.') != std::string::npos || isInstanceArgument(name, file)) return {name};
+  for (const language::ClassDeclaration& declared : file.classes) {
+    // Inside a generic instance, the bare name of its class means the instance.
+    if (!declared.name.arguments.empty() && declared.name.name == name) return {file.qualify(declared.name.text())};
+  }
   return {file.qualify(name), "orva." + name};
 }
 
@@ -50,12 +51,9 @@ std::optional<std::string> ClassCatalog::resolveClass(const std::string& name, c
 }
 
 std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const SourceFile& file) const {
-  if (type.text() == "ArrayList<String>") return type.text();
+  if (runtime::isBuiltInType(type.text())) return type.text();
   if (!type.arguments.empty()) {
     return isInstanceArgument(type.text(), file) ? std::optional(type.text()) : std::nullopt;
-  }
-  for (const char* builtIn : {"void", "int", "boolean", "String", "Type", "Exception"}) {
-    if (type.name == builtIn) return type.name;
   }
   return resolveClass(type.name, file);
 }
@@ -93,17 +91,6 @@ std::optional<ClassSummary> ClassCatalog::find(const std::string& fullName) cons
     // Whoever loads the class learns what is wrong with its source.
   }
   return std::nullopt;
-}
-
-language::SourceText readSource(const std::string& path) {
-  std::error_code error;
-  const auto type = std::filesystem::status(path, error).type();
-  if (!error && type != std::filesystem::file_type::regular) {
-    throw std::runtime_error("Cannot read '" + path + "': expected a regular file");
-  }
-  auto buffer = llvm::MemoryBuffer::getFile(path);
-  if (!buffer) throw std::runtime_error("Cannot read '" + path + "': " + buffer.getError().message());
-  return {path, (*buffer)->getBuffer().str()};
 }
 
 }  // namespace orva::compiler

@@ -44,7 +44,4 @@ class ClassCatalog {
   ClassPath& classPath_;
 };
 
-/// Reads a whole source file. Throws `std::runtime_error` that names a file that cannot be read.
-language::SourceText readSource(const std::string& path);
-
 }  // namespace orva::compiler

@@ -34,7 +34,6 @@ class ClassGenerator {
 
   GeneratedClass generate() {
     GeneratedClass generated;
-    generated.fullName = scope_.fullName;
     generated.initialiser = "orva.initialise:" + scope_.fullName;
     if (declared_.typeParameters.empty()) {
       summariseFile();

@@ -22,7 +22,6 @@ struct NativeBinding {
 
 struct GeneratedClass {
   std::unique_ptr<llvm::Module> module;
-  std::string fullName;
   std::string initialiser;  ///< symbol of a function without arguments
   std::vector<NativeBinding> natives;
 };

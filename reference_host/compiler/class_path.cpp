@@ -32,13 +32,17 @@ bool ClassPath::add(const std::string& root) {
   return true;
 }
 
+std::vector<std::string> ClassPath::searched() const {
+  std::vector<std::string> all = roots();
+  if (!standardLibrary_.empty()) all.push_back(standardLibrary_);
+  return all;
+}
+
 std::string ClassPath::search(const std::string& className) const {
   if (!language::isQualifiedName(className)) return {};
   std::string relative = className;
   std::replace(relative.begin(), relative.end(), '.', '/');
-  std::vector<std::string> all = roots();
-  if (!standardLibrary_.empty()) all.push_back(standardLibrary_);
-  for (const std::string& root : all) {
+  for (const std::string& root : searched()) {
     const fs::path file = fs::path(root) / (relative + ".ov");
     std::error_code error;
     if (fs::is_regular_file(file, error)) return file.string();
@@ -59,11 +63,9 @@ void ClassPath::dropCaches() {
 }
 
 std::optional<std::string> ClassPath::packageOf(const std::string& file) const {
-  std::vector<std::string> all = roots();
-  if (!standardLibrary_.empty()) all.push_back(standardLibrary_);
   const fs::path directory = fs::path(file).lexically_normal().parent_path();
   std::optional<std::string> package;
-  for (const std::string& root : all) {
+  for (const std::string& root : searched()) {
     const fs::path relative = directory.lexically_relative((fs::path(root) / "").lexically_normal().parent_path());
     if (relative.empty() || *relative.begin() == "..") continue;
     std::string name = relative == "." ? "" : relative.string();

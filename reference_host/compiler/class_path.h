@@ -38,6 +38,8 @@ class ClassPath {
   std::optional<std::string> packageOf(const std::string& file) const;
 
  private:
+  /// The roots and, last, the standard library.
+  std::vector<std::string> searched() const;
   std::string search(const std::string& className) const;
 
   const std::string standardLibrary_;

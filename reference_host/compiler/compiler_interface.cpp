@@ -29,11 +29,11 @@ void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string
   activeContext().loader.loadBundle(objectPaths, sourceIdentities);
 }
 
-void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, std::shared_ptr<Context> context,
+void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, std::shared_ptr<Context> /*context*/,
                                  const std::function<void(const CompilationProgress&)>& progress) {
   std::size_t done = 0;
   for (const std::string& file : sourceFiles) {
-    activeContext().loader.precompile(file, placementIn(context));
+    activeContext().loader.precompile(file);
     ++done;
     if (progress) progress({file, done, sourceFiles.size()});
   }

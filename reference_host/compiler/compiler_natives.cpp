@@ -2,7 +2,7 @@
 #include <exception>
 #include <string>
 
-#include "reference_host/compiler/class_catalog.h"
+#include "reference_host/compiler/files.h"
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/runtime/values.h"
 #include "runtime_api/runtime.h"

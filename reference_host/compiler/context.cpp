@@ -1,18 +1,23 @@
 // The active context of the process.
 #include "reference_host/compiler/context.h"
 
+#include <cstdlib>
 #include <stdexcept>
 
 #include "reference_host/runtime/type_registry.h"
 
 namespace orva::compiler {
 
+/// Never destroyed: threads may still run compiled code while the process ends.
 static std::shared_ptr<Context>& active() {
-  static std::shared_ptr<Context> context;
-  return context;
+  static auto* const context = new std::shared_ptr<Context>();
+  return *context;
 }
 
-void startHost(const std::string& standardLibrary) { active() = std::make_shared<Context>(standardLibrary); }
+void startHost(const std::string& standardLibrary) {
+  active() = std::make_shared<Context>(standardLibrary);
+  std::atexit([] { active()->generics.removeFiles(); });
+}
 
 Context& activeContext() {
   if (active() == nullptr) throw std::logic_error("The host is not started");

@@ -7,7 +7,6 @@
 #include <llvm/Support/MemoryBuffer.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace orva::compiler {

@@ -45,8 +45,6 @@ const BuiltInMethod* findBuiltIn(const std::string& type, const std::string& nam
 
 }  // namespace
 
-static bool isPointer(const std::string& type) { return type != "int" && type != "boolean" && type != "void"; }
-
 MethodGenerator::Value MethodGenerator::expression(const language::Expression& expression, const std::string& wanted) {
   return std::visit([&](const auto& form) { return generate(form, expression.position, wanted); }, expression.form);
 }
@@ -181,18 +179,17 @@ MethodGenerator::Value MethodGenerator::staticCall(const std::string& className,
 }
 
 std::vector<MethodGenerator::Value> MethodGenerator::arguments(const Member& member,
-                                                               const std::vector<std::string>& wanted) {
+                                                               const runtime::MethodSignature* method) {
   constexpr std::size_t most = 255;
   if (member.arguments.size() > most) fail(member.position, "too many arguments: expected at most 255");
   std::vector<Value> values;
   for (std::size_t i = 0; i < member.arguments.size(); ++i) {
-    values.push_back(expression(member.arguments[i], i < wanted.size() ? wanted[i] : ""));
+    const bool isKnown = method != nullptr && i < method->parameters.size();
+    values.push_back(expression(member.arguments[i], isKnown ? method->parameters[i] : ""));
     if (values.back().type == "void") fail(member.arguments[i].position, "this call returns nothing");
   }
   return values;
 }
-
-static std::vector<std::string> none() { return {}; }
 
 /// The type of a call of a method that does not exist: whatever its place asks for.
 static std::string resultOfMissing(const std::string& wanted) { return wanted.empty() ? "null" : wanted; }
@@ -200,7 +197,7 @@ static std::string resultOfMissing(const std::string& wanted) { return wanted.em
 MethodGenerator::Value MethodGenerator::linkedCall(const ClassSummary& summary, const Member& member,
                                                    llvm::Value* receiver, const std::string& wanted) {
   const runtime::MethodSignature* method = summary.find(member.name);
-  std::vector<Value> values = arguments(member, method == nullptr ? none() : method->parameters);
+  std::vector<Value> values = arguments(member, method);
   // The console prints whatever can be joined to a String.
   if (summary.fullName == "orva.Console" && member.name == "print" && values.size() == 1) {
     values[0] = asText(values[0], member.arguments[0].position);
@@ -247,7 +244,7 @@ MethodGenerator::WordArguments MethodGenerator::wordArguments(const std::vector<
 
 MethodGenerator::Value MethodGenerator::callByName(const std::string& className, const Member& member,
                                                    const std::string& wanted) {
-  const std::vector<Value> values = arguments(member, {});
+  const std::vector<Value> values = arguments(member, nullptr);
   const WordArguments words = wordArguments(values);
   const auto candidates = ClassCatalog::candidates(className, scope_.file);
   const std::string type = wanted.empty() ? "String" : wanted;
@@ -261,7 +258,7 @@ MethodGenerator::Value MethodGenerator::callByName(const std::string& className,
 
 MethodGenerator::Value MethodGenerator::memberCall(const Value& receiver, const Member& member,
                                                    const std::string& wanted) {
-  if (!isPointer(receiver.type)) {
+  if (!runtime::isPointerType(receiver.type)) {
     fail(member.position, "'." + member.name + "' needs an object: found " + receiver.type);
   }
   if (!member.isCall) fail(member.position, "'." + member.name + "' is no call: expected '('");
@@ -279,7 +276,7 @@ MethodGenerator::Value MethodGenerator::builtInCall(const Value& receiver, const
   const runtime::MethodSignature* signature = method == nullptr ? nullptr : &method->signature;
   std::vector<std::string> types;
   std::vector<llvm::Value*> passed = {receiver.value};
-  for (const Value& value : arguments(member, signature == nullptr ? none() : signature->parameters)) {
+  for (const Value& value : arguments(member, signature)) {
     types.push_back(value.type);
     passed.push_back(value.value);
   }
@@ -292,13 +289,11 @@ MethodGenerator::Value MethodGenerator::builtInCall(const Value& receiver, const
 }
 
 MethodGenerator::Value MethodGenerator::typeCall(const Value& receiver, const Member& member) {
-  std::vector<Value> values = arguments(member, {"String"});
+  std::vector<Value> values = arguments(member, nullptr);
   if (values.empty() || !runtime::isAssignable("String", values.front().type)) {
     return faultyCall("Method 'Type.call' takes the name of a method, then its arguments", "String", member.position);
   }
   llvm::Value* method = values.front().value;
-  operation("requireReceiver", builder_.typeOf("void"),
-            {method, builder_.text("Type.call"), builder_.location(member.position)});
   values.erase(values.begin());
   const WordArguments words = wordArguments(values);
   llvm::Value* result = operation("typeCall", builder_.pointer(),

@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <stdexcept>
 #include <system_error>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "reference_host/compiler/class_catalog.h"
+#include "reference_host/compiler/files.h"
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/language/lexer.h"
 #include "reference_host/language/parser.h"
@@ -22,7 +22,8 @@ namespace fs = std::filesystem;
 using language::ClassDeclaration;
 using language::TypeName;
 
-GenericInstances::~GenericInstances() {
+void GenericInstances::removeFiles() {
+  const std::lock_guard<std::mutex> lock(mutex_);
   std::error_code error;
   if (!directory_.empty()) fs::remove_all(directory_, error);
 }
@@ -44,18 +45,6 @@ bool GenericInstances::isGenerated(const std::string& file) const {
   return !directory_.empty() && fs::path(file).parent_path() == directory_;
 }
 
-/// Writes under another name first, so that a thread that loads the file never sees half of it.
-void GenericInstances::write(const fs::path& file, const std::string& text) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  const fs::path unfinished = file.string() + "." + std::to_string(written_++);
-  std::ofstream out(unfinished);
-  out << text;
-  out.close();
-  std::error_code error;
-  if (out) fs::rename(unfinished, file, error);
-  if (!out || error) throw std::runtime_error("Cannot write '" + file.string() + "'");
-}
-
 std::optional<GenericInstances::GenericClass> GenericInstances::findClass(const std::string& name) {
   const runtime::Type* type = runtime::findType(name);
   if (type != nullptr && fs::path(type->source).extension() != ".o") return GenericClass{type->fullName, type->source};
@@ -67,10 +56,7 @@ std::optional<GenericInstances::GenericClass> GenericInstances::findClass(const 
 
 std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argument) {
   TypeName resolved = argument;
-  for (const char* builtIn : {"int", "boolean", "String", "Type"}) {
-    if (argument.text() == builtIn) return resolved;
-  }
-  if (argument.text() == "ArrayList<String>") return resolved;
+  if (runtime::isBuiltInType(argument.text()) && argument.name != "void") return resolved;
   if (!argument.arguments.empty()) {
     const auto inner = materialize(argument.text());
     if (!inner) return std::nullopt;
@@ -118,7 +104,8 @@ static void checkArgumentCount(const ClassDeclaration& declared, const TypeName&
   const std::size_t expected = declared.typeParameters.size();
   if (expected == requested.arguments.size()) return;
   throw std::runtime_error("'" + requested.text() + "' has " + std::to_string(requested.arguments.size()) +
-                           " type arguments: class '" + requested.name + "' takes " + std::to_string(expected));
+                           (requested.arguments.size() == 1 ? " type argument" : " type arguments") + ": class '" +
+                           requested.name + "' takes " + std::to_string(expected));
 }
 
 /// Parses a generic type name; nothing when the text is none.
@@ -156,8 +143,8 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   }
   const std::string name = requested->text();
   const fs::path target = directory() / (declared.name.name + "-" + sourceIdentity(name).substr(0, 16) + ".ov");
-  write(target,
-        instantiate(source, file, declared, replacements) + "// " + name + ", generated from " + source.path + "\n");
+  writeFile(target.string(), instantiate(source, file, declared, replacements) + "// " + name + ", generated from " +
+                                 source.path + "\n");
   return GenericInstance{name, target.string(), generic->source};
 }
 

@@ -18,19 +18,19 @@ struct GenericInstance {
   std::string genericSource;  ///< the file of the generic class, whose other classes the instance may call
 };
 
-/// Keeps generated sources in a directory of its own, which nobody else may read, until the process ends.
+/// Keeps generated sources in a directory of its own, which nobody else may read.
 class GenericInstances {
  public:
   explicit GenericInstances(ClassPath& classPath) : classPath_(classPath) {}
-  ~GenericInstances();
-  GenericInstances(const GenericInstances&) = delete;
-  GenericInstances& operator=(const GenericInstances&) = delete;
 
   /// Writes the source of an instance.
   /// @param typeName the instance, with any blanks, as in `collections.Box< Circle >`.
   /// @return nothing when the text is no generic type, or its class or an argument is unknown.
   /// Throws `std::runtime_error` when the class does not take these arguments, or a file cannot be read or written.
   std::optional<GenericInstance> materialize(const std::string& typeName);
+
+  /// Removes the directory, when the process ends.
+  void removeFiles();
 
   /// Tells whether a file is a generated source.
   bool isGenerated(const std::string& file) const;
@@ -45,12 +45,10 @@ class GenericInstances {
   /// The argument's spelling with full names; nothing when it is unknown.
   std::optional<language::TypeName> resolveArgument(const language::TypeName& argument);
   std::filesystem::path directory();
-  void write(const std::filesystem::path& file, const std::string& text);
 
   ClassPath& classPath_;
   mutable std::mutex mutex_;
   std::filesystem::path directory_;  // made when it is needed first
-  int written_ = 0;
 };
 
 }  // namespace orva::compiler

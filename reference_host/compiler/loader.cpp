@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "reference_host/compiler/files.h"
 #include "reference_host/compiler/generic_instances.h"
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/language/parser.h"
@@ -96,6 +97,8 @@ void Loader::load(const std::string& path, Placement placement) {
   const std::string real = realPath(path);
   if (loaded_.count(real) != 0) return;
   const language::SourceText source = readSource(path);
+  // An object that was built from this very text brought its types.
+  if (objectIdentities_.count(sourceIdentity(source.text)) != 0) return;
   const language::SourceFile file = parse(source, placement);
   checkUnknown(source, file);
   Compiled compiled = compile(source, file);
@@ -143,13 +146,16 @@ void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector
   }
   registration.commit();
   for (const auto& unit : units) unit->keep();
-  for (const CheckedObject& object : objects) loaded_.insert(object.realPath);
+  for (const CheckedObject& object : objects) {
+    loaded_.insert(object.realPath);
+    objectIdentities_.insert(object.file.identity);
+  }
 }
 
-void Loader::precompile(const std::string& path, Placement placement) {
+void Loader::precompile(const std::string& path) {
   const std::string target = objectPathOf(path);
   const language::SourceText source = readSource(path);
-  Compiled compiled = compile(source, parse(source, placement));
+  Compiled compiled = compile(source, parse(source, Placement::anywhere));
   ObjectFile object;
   object.path = target;
   object.identity = sourceIdentity(source.text);

@@ -24,7 +24,8 @@ class Loader {
   Loader(ClassPath& classPath, ClassCatalog& catalog, Engine& engine, GenericInstances& generics)
       : classPath_(classPath), catalog_(catalog), engine_(engine), generics_(generics) {}
 
-  /// Compiles a source file and registers its types, unless the file was loaded before, under whatever name.
+  /// Compiles a source file and registers its types, unless the file was loaded before, under whatever name, or an
+  /// object that was built from its text was.
   /// Throws `std::runtime_error` (`SourceError` for what is wrong with the text).
   void load(const std::string& path, Placement placement);
 
@@ -33,8 +34,9 @@ class Loader {
   /// Throws `std::runtime_error` before any code is linked when one of them does not fit.
   void loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
 
-  /// Compiles a source file to an object file beside it, and registers nothing. Throws as `load` does.
-  void precompile(const std::string& path, Placement placement);
+  /// Compiles a source file, which may lie anywhere, to an object file beside it, and registers nothing. Throws as
+  /// `load` does.
+  void precompile(const std::string& path);
 
  private:
   struct Compiled;
@@ -52,7 +54,8 @@ class Loader {
   Engine& engine_;
   GenericInstances& generics_;
   std::mutex mutex_;
-  std::set<std::string> loaded_;  // real paths
+  std::set<std::string> loaded_;            // real paths
+  std::set<std::string> objectIdentities_;  // of the sources that loaded objects were built from
 };
 
 }  // namespace orva::compiler

@@ -85,7 +85,8 @@ class MethodGenerator {
   Value typeCall(const Value& receiver, const language::Member& member);
   /// Throws "Exception" while the program runs, for a call that cannot be right.
   Value faultyCall(const std::string& problem, const std::string& type, language::Position position);
-  std::vector<Value> arguments(const language::Member& member, const std::vector<std::string>& wanted);
+  /// Evaluates arguments; `method` is null when it is found while the program runs.
+  std::vector<Value> arguments(const language::Member& member, const runtime::MethodSignature* method);
   /// The words and the spelled types of arguments, as two arrays in the frame.
   struct WordArguments {
     llvm::Value* words;

@@ -12,8 +12,7 @@ ModuleBuilder::ModuleBuilder(const std::string& name, const language::SourceText
 
 llvm::Type* ModuleBuilder::typeOf(const std::string& type) {
   if (type == "void") return llvm::Type::getVoidTy(module_->getContext());
-  if (type == "int" || type == "boolean") return word();
-  return pointer();
+  return runtime::isPointerType(type) ? pointer() : word();
 }
 
 llvm::FunctionType* ModuleBuilder::functionType(const runtime::MethodSignature& signature) {

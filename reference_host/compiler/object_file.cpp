@@ -8,15 +8,14 @@
 #include <llvm/Support/JSON.h>
 #include <llvm/Support/SHA256.h>
 #include <llvm/Transforms/Utils/ModuleUtils.h>
-#include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
+
+#include "reference_host/compiler/files.h"
 
 namespace orva::compiler {
 
@@ -108,6 +107,12 @@ static std::string textOf(const json::Object& header, const char* key) {
   return text->str();
 }
 
+static int64_t numberOf(const json::Object& header, const char* key) {
+  const auto number = header.getInteger(key);
+  if (!number) throw std::runtime_error(std::string("its header has no number '") + key + "'");
+  return *number;
+}
+
 static void checkDigest(const std::string& digest, llvm::StringRef header, llvm::StringRef bytes) {
   if (sourceIdentity(replaceDigest(bytes, header, digest, noDigest())) != digest) {
     throw std::runtime_error("its bytes are not those that were written");
@@ -124,11 +129,13 @@ static std::optional<ObjectFile> parseObject(const std::string& path, const llvm
   if (!value) throw std::runtime_error(llvm::toString(value.takeError()));
   const json::Object* header = value->getAsObject();
   if (header == nullptr) throw std::runtime_error("its header is no JSON object");
-  checkDigest(textOf(*header, "digest"), *text, bytes.getBuffer());
   ObjectFile object;
   object.path = path;
+  object.abi = numberOf(*header, "abi");
+  // What else a header of another version holds is not known.
+  if (object.abi != currentObjectAbi) return object;
+  checkDigest(textOf(*header, "digest"), *text, bytes.getBuffer());
   object.identity = textOf(*header, "identity");
-  object.abi = header->getInteger("abi").value_or(0);
   object.target = textOf(*header, "target");
   object.dialect = textOf(*header, "dialect");
   object.initialisers = textsOf(*header, "initialisers");
@@ -137,16 +144,10 @@ static std::optional<ObjectFile> parseObject(const std::string& path, const llvm
 }
 
 ObjectFile readObject(const std::string& path) {
-  std::error_code error;
-  const auto type = fs::status(path, error).type();
-  if (!error && type != fs::file_type::regular) {
-    throw std::runtime_error("Cannot read '" + path + "': expected a regular file");
-  }
-  auto bytes = llvm::MemoryBuffer::getFile(path, false, false);
-  if (!bytes) throw std::runtime_error("Cannot read '" + path + "': " + bytes.getError().message());
+  auto bytes = readFile(path);
   std::optional<ObjectFile> object;
   try {
-    object = parseObject(path, **bytes);
+    object = parseObject(path, *bytes);
   } catch (const std::runtime_error& failure) {
     throw std::runtime_error("'" + path + "' is damaged: " + failure.what());
   }
@@ -155,7 +156,7 @@ ObjectFile readObject(const std::string& path) {
                              "' is not an object of this compiler: expected an ELF object with a section '" +
                              headerSection + "'");
   }
-  object->bytes = std::move(*bytes);
+  object->bytes = std::move(bytes);
   return std::move(*object);
 }
 
@@ -175,11 +176,9 @@ void checkObject(const ObjectFile& object, const std::string& identity, const st
 
 /// Tells whether a file is an ELF object with our section, whatever else is wrong with it.
 static bool isOurs(const std::string& path) {
-  if (!fs::is_regular_file(path)) return false;
-  auto bytes = llvm::MemoryBuffer::getFile(path, false, false);
-  if (!bytes) return false;
   try {
-    const auto parsed = parseElf((*bytes)->getMemBufferRef());
+    const auto bytes = readFile(path);
+    const auto parsed = parseElf(bytes->getMemBufferRef());
     return parsed != nullptr && findHeader(*parsed).has_value();
   } catch (const std::runtime_error&) {
     return false;
@@ -192,23 +191,12 @@ static std::string withDigest(const std::string& bytes) {
   return replaceDigest(bytes, header.value_or(""), noDigest(), sourceIdentity(bytes));
 }
 
-void writeObject(const ObjectFile& object, std::string bytes) {
-  if (fs::exists(fs::symlink_status(object.path)) && !isOurs(object.path)) {
+void writeObject(const ObjectFile& object, const std::string& bytes) {
+  std::error_code error;
+  if (fs::exists(fs::symlink_status(object.path, error)) && !isOurs(object.path)) {
     throw std::runtime_error("'" + object.path + "' is not an object of this compiler, and is not overwritten");
   }
-  bytes = withDigest(bytes);
-  static std::atomic<int> count{0};
-  const std::string unfinished = object.path + "." + std::to_string(getpid()) + "." + std::to_string(count++) + ".tmp";
-  std::ofstream out(unfinished, std::ios::binary);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  out.close();
-  std::error_code error;
-  if (out) fs::rename(unfinished, object.path, error);
-  if (!out || error) {
-    std::error_code ignored;
-    fs::remove(unfinished, ignored);
-    throw std::runtime_error("Cannot write '" + object.path + "'");
-  }
+  writeFile(object.path, withDigest(bytes));
 }
 
 }  // namespace orva::compiler

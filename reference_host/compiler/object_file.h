@@ -42,10 +42,11 @@ void addHeader(llvm::Module& module, const ObjectFile& object);
 
 /// Writes an object under a temporary name and renames it. Throws `std::runtime_error`, and leaves what is there, when
 /// the file cannot be written or a file of that name is not an object of this compiler.
-void writeObject(const ObjectFile& object, std::string bytes);
+void writeObject(const ObjectFile& object, const std::string& bytes);
 
 /// Reads an object file with its header. Throws `std::runtime_error` when there is none, when it is not an object of
-/// this compiler, and when its bytes are not those that were written.
+/// this compiler, and when its bytes are not those that were written. Of an object of another ABI version, only that
+/// version is read.
 ObjectFile readObject(const std::string& path);
 
 /// Throws `std::runtime_error`, with the path and both values, when an object is of another ABI version, dialect,

@@ -32,8 +32,8 @@ class Parser {
     while (peek().kind != TokenKind::end) {
       file.classes.push_back(classDeclaration());
       const ClassDeclaration& last = file.classes.back();
-      const auto isLast = [&](const ClassDeclaration& other) { return other.name.name == last.name.name; };
-      if (std::find_if(file.classes.begin(), file.classes.end() - 1, isLast) != file.classes.end() - 1) {
+      const auto hasSameName = [&](const ClassDeclaration& other) { return other.name.name == last.name.name; };
+      if (std::find_if(file.classes.begin(), file.classes.end() - 1, hasSameName) != file.classes.end() - 1) {
         fail(last.name.position, "class '" + last.name.name + "' is declared twice");
       }
     }

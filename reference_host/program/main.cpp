@@ -19,10 +19,12 @@ static void reportUncaught(const orva::runtime::Exception& exception) {
 static int run(const RunOptions& options) {
   try {
     orva::compiler::startHost(options.standardLibrary);
+    const auto program = orva::program::readProgram(options.program);
     auto& runtime = orva::compiler::Runtime::getInstance();
-    runtime.addKlassPath(orva::program::rootOf(options.program));
+    runtime.addKlassPath(orva::program::rootOf(program));
+    // All are directories; one that is refused is a root already.
     for (const std::string& root : options.classPath) runtime.addKlassPath(root);
-    orva::program::runProgram(options.program, options.arguments);
+    orva::program::runProgram(program, options.arguments);
     return 0;
   } catch (const orva::runtime::Thrown& thrown) {
     std::fflush(stdout);

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "reference_host/compiler/context.h"
+#include "reference_host/compiler/files.h"
 #include "reference_host/language/parser.h"
 #include "reference_host/runtime/type_registry.h"
 
@@ -16,24 +17,23 @@ namespace orva::program {
 
 namespace fs = std::filesystem;
 
-static std::string packageOf(const std::string& programFile) {
+Program readProgram(const std::string& file) {
   try {
-    const language::SourceText source = compiler::readSource(programFile);
-    return language::parseSource(source).package;
+    const language::SourceText source = compiler::readSource(file);
+    return {file, language::parseSource(source).package};
   } catch (const std::runtime_error&) {
     // Loading the program says what is wrong with it.
-    return {};
+    return {file, {}};
   }
 }
 
-std::string rootOf(const std::string& programFile) {
-  const std::string package = packageOf(programFile);
-  fs::path folder = fs::path(programFile).parent_path();
+std::string rootOf(const Program& program) {
+  fs::path folder = fs::path(program.file).parent_path();
   if (folder.empty()) folder = ".";
-  if (package.empty()) return folder.string();
-  std::string rest = package;
+  if (program.package.empty()) return folder.string();
+  std::string rest = program.package;
   std::replace(rest.begin(), rest.end(), '.', '/');
-  fs::path root = fs::absolute(programFile).lexically_normal().parent_path();
+  fs::path root = fs::absolute(program.file).lexically_normal().parent_path();
   for (fs::path names = rest; !names.empty(); names = names.parent_path()) {
     if (root.filename() != names.filename()) return folder.string();
     root = root.parent_path();
@@ -41,13 +41,12 @@ std::string rootOf(const std::string& programFile) {
   return root.string();
 }
 
-static const runtime::Method& findMain(const std::string& programFile) {
-  const std::string name = fs::path(programFile).stem().string();
-  const std::string package = packageOf(programFile);
-  const std::string fullName = package.empty() ? name : package + "." + name;
+static const runtime::Method& findMain(const Program& program) {
+  const std::string name = fs::path(program.file).stem().string();
+  const std::string fullName = program.package.empty() ? name : program.package + "." + name;
   const runtime::Type* type = runtime::findTypeByFullName(fullName);
   if (type == nullptr) {
-    throw std::runtime_error("'" + programFile + "' has no class '" + fullName + "': expected one named as the file");
+    throw std::runtime_error("'" + program.file + "' has no class '" + fullName + "': expected one named as the file");
   }
   const runtime::Method* method = type->find("main");
   const std::vector<std::string> withArguments = {"ArrayList<String>"};
@@ -60,9 +59,9 @@ static const runtime::Method& findMain(const std::string& programFile) {
   return *method;
 }
 
-void runProgram(const std::string& programFile, const std::vector<std::string>& arguments) {
-  compiler::activeContext().loader.load(programFile, compiler::Placement::anywhere);
-  const runtime::Method& method = findMain(programFile);
+void runProgram(const Program& program, const std::vector<std::string>& arguments) {
+  compiler::activeContext().loader.load(program.file, compiler::Placement::anywhere);
+  const runtime::Method& method = findMain(program);
   runtime::ArrayList* list = runtime::newList();
   for (const std::string& argument : arguments) list->elements.push_back(runtime::newText(argument));
   const auto word = reinterpret_cast<int64_t>(list);

@@ -18,10 +18,11 @@ void* Orva_typeByName(const char* typeName) {
 }
 
 void* Orva_allocObject(const char* className) {
-  const rt::Type* type = rt::findType(className);
-  if (type == nullptr)
-    throw std::runtime_error(std::string("Cannot allocate an object: unknown class '") + className + "'");
-  return rt::newObject(*type);
+  // The standard library's class, whatever else a program may have under its short name.
+  const rt::Type* type = rt::findTypeByFullName(std::string("orva.") + className);
+  if (type == nullptr) type = rt::findType(className);
+  if (type != nullptr) return rt::newObject(*type);
+  throw std::runtime_error(std::string("Cannot allocate an object: no single class is named '") + className + "'");
 }
 
 int64_t orva_collections_ArrayList_size(void* list) {

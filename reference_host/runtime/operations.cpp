@@ -59,10 +59,10 @@ const char* textOf(int64_t value, const std::string& type) {
   return reinterpret_cast<const Object*>(value)->type->fullName.c_str();
 }
 
-/// The lowest address that this thread's compiled code may use; below it stays room for the host, which may have to
-/// compile a class.
+/// The lowest address that this thread's compiled code may use. Below it stays room for the host, which may have to
+/// compile a class; and a stack without limit has one here, so that recursion without end ends.
 static const char* stackLimit() {
-  static constexpr std::size_t reserve = std::size_t{2} * 1024 * 1024;
+  static constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
   static thread_local const char* const limit = [] {
     pthread_attr_t attributes;
     void* lowest = nullptr;
@@ -70,7 +70,8 @@ static const char* stackLimit() {
     pthread_getattr_np(pthread_self(), &attributes);
     pthread_attr_getstack(&attributes, &lowest, &size);
     pthread_attr_destroy(&attributes);
-    return static_cast<const char*>(lowest) + std::min(reserve, size / 2);
+    const std::size_t used = std::min(size, 64 * mebibyte);
+    return static_cast<const char*>(lowest) + (size - used) + std::min(2 * mebibyte, used / 2);
   }();
   return limit;
 }
@@ -117,6 +118,9 @@ static const char* orvart_typeSource(const rt::Type* type) { return type->source
 
 static const char* orvart_typeCall(const rt::Type* type, const char* method, int64_t count, const int64_t* values,
                                    const char* const* types, const rt::SourceLocation* callSite) {
+  if (method == nullptr) {
+    rt::throwException("Exception", "Method 'Type.call' takes the name of a method, not null", callSite);
+  }
   std::string result;
   const int64_t value = rt::callDynamically(*type, method, {count, values, types}, result, callSite);
   return rt::textOf(value, result);

@@ -2,6 +2,7 @@
 #include "reference_host/runtime/type.h"
 
 #include <algorithm>
+#include <array>
 
 namespace orva::runtime {
 
@@ -30,9 +31,16 @@ std::vector<std::string> splitTypes(std::string_view list) {
   return types;
 }
 
+bool isBuiltInType(std::string_view type) {
+  static constexpr std::array<std::string_view, 7> builtIn = {"void", "int",       "boolean",          "String",
+                                                              "Type", "Exception", "ArrayList<String>"};
+  return std::find(builtIn.begin(), builtIn.end(), type) != builtIn.end();
+}
+
+bool isPointerType(std::string_view type) { return type != "int" && type != "boolean" && type != "void"; }
+
 bool isAssignable(std::string_view wanted, std::string_view given) {
-  const bool isPointer = wanted != "int" && wanted != "boolean" && wanted != "void";
-  return wanted == given ? wanted != "void" : given == "null" && isPointer;
+  return wanted == given ? wanted != "void" : given == "null" && isPointerType(wanted);
 }
 
 std::optional<std::string> callProblem(const std::string& typeName, const std::string& methodName,

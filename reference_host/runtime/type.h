@@ -42,6 +42,12 @@ struct Type {
 /// Splits a list of spelled types at its outer commas.
 std::vector<std::string> splitTypes(std::string_view list);
 
+/// Tells whether a spelled type is one that the runtime itself brings.
+bool isBuiltInType(std::string_view type);
+
+/// Tells whether the values of a type are pointers: all are but ints, booleans and nothing.
+bool isPointerType(std::string_view type);
+
 /// Tells whether a value of one type may be used where another is wanted: they are equal, or it is null for a type
 /// whose values are pointers.
 bool isAssignable(std::string_view wanted, std::string_view given);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <deque>
+#include <iterator>
 #include <mutex>
 #include <stdexcept>
 #include <unordered_map>
@@ -74,9 +75,9 @@ thread_local Registration* openRegistration = nullptr;
 
 }  // namespace
 
-Registration::Registration() : outer_(std::exchange(openRegistration, this)) {}
+Registration::Registration() { openRegistration = this; }
 
-Registration::~Registration() { openRegistration = outer_; }
+Registration::~Registration() { openRegistration = nullptr; }
 
 Registration* Registration::current() { return openRegistration; }
 

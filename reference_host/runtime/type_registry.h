@@ -39,7 +39,7 @@ class Registration {
     std::string source;
   };
 
-  Registration();
+  Registration();  ///< one at a time on a thread
   ~Registration();
   Registration(const Registration&) = delete;
   Registration& operator=(const Registration&) = delete;
@@ -59,7 +59,6 @@ class Registration {
  private:
   std::vector<Noted> noted_;
   std::string source_;
-  Registration* outer_;
 };
 
 /// Finds a type by full name, unambiguous short name, or generic spelling with any blanks; null when there is none.

@@ -45,6 +45,10 @@ echo 'class Another { static void main() { } }' >Named.ov
 echo 'class Instance { void main() { } }' >Instance.ov
 echo 'class Wide { static void main(String text) { } }' >Wide.ov
 echo 'package store; class Sealed { static void main() { ClassLoader.getSystem().loadPackageTypes("store"); Console.print("nothing"); } }' >Sealed.ov
+echo "class Deep {
+  static int down(int n) { return Deep.down(n + 1); }
+  static void main() { try { Deep.down(0); } catch (Exception e) { Console.print(e.message()); } }
+}" >Deep.ov
 
 # Usage.
 try="; try 'orva-host --help'"
@@ -126,4 +130,9 @@ found="$? $(cat .output .errors)"
 "$host" run app/Main.ov -- text >/dev/full 2>.errors
 found="$? $(cat .errors)"
 [ "$found" = '1 Cannot print: No space left on device' ] || { echo "full disk: found '$found'"; failures=1; }
+
+# Recursion without end ends on a stack without limit too.
+(ulimit -s unlimited && timeout 60 "$host" run Deep.ov >.output 2>.errors)
+found="$? $(cat .output .errors)"
+[ "$found" = "0 Recursion too deep in 'Deep.down'" ] || { echo "stack without limit: found '$found'"; failures=1; }
 exit $failures

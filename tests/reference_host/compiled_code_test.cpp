@@ -131,7 +131,18 @@ TEST(EntryPoints, AllocateObjectsOfLoadedClassesOnly) {
   auto* object = static_cast<rt::Object*>(Orva_allocObject("Thrower"));
   EXPECT_EQ(object->type->fullName, "Thrower");
   EXPECT_NE(Orva_allocObject("Thrower"), object);
-  EXPECT_EQ(failureOf([] { Orva_allocObject("Nowhere"); }), "Cannot allocate an object: unknown class 'Nowhere'");
+  EXPECT_EQ(failureOf([] { Orva_allocObject("Nowhere"); }),
+            "Cannot allocate an object: no single class is named 'Nowhere'");
+}
+
+TEST(EntryPoints, AllocateTheStandardLibrarysClassWhateverElseSharesItsName) {
+  const Workspace workspace;
+  for (const std::string package : {"own", "orva"}) {
+    writeFile(package + ".ov", "package " + package + "; class SystemClassLoader { }");
+    orva::compiler::activeContext().loader.load(package + ".ov", orva::compiler::Placement::anywhere);
+  }
+  const auto* object = static_cast<rt::Object*>(Orva_allocObject("SystemClassLoader"));
+  EXPECT_EQ(object->type->fullName, "orva.SystemClassLoader");
 }
 
 TEST(EntryPoints, LookUpLoadsNothing) {

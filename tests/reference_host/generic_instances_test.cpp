@@ -112,9 +112,9 @@ TEST(GenericInstances, OfTheWrongShapeAreFailures) {
   writeClasses();
   auto& generics = orva::compiler::activeContext().generics;
   EXPECT_EQ(failureOf([&] { generics.materialize("c.Pair<int>"); }),
-            "'c.Pair<int>' has 1 type arguments: class 'c.Pair' takes 2");
+            "'c.Pair<int>' has 1 type argument: class 'c.Pair' takes 2");
   EXPECT_EQ(failureOf([&] { generics.materialize("g.Circle<int>"); }),
-            "'g.Circle<int>' has 1 type arguments: class 'g.Circle' takes 0");
+            "'g.Circle<int>' has 1 type argument: class 'g.Circle' takes 0");
   writeFile("c/Empty.ov", "package c; class Other<T> { }");
   EXPECT_EQ(failureOf([&] { generics.materialize("c.Empty<int>"); }), "'./c/Empty.ov' declares no class 'c.Empty'");
 }

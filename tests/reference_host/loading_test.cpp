@@ -130,13 +130,35 @@ TEST(Loading, CallersOfAClassThatChangedAreTold) {
             "Type 'Callee' of ./Callee.ov has no method 'static int number()' that its caller was compiled for");
 }
 
+TEST(Bundles, BringWhatTheirUnchangedSourcesDeclare) {
+  const Workspace workspace;
+  writeFile("A.ov", "class A { }");
+  activeContext().loader.precompile("A.ov");
+  activeContext().loader.loadBundle({"A.o"}, {orva::compiler::sourceIdentity("class A { }")});
+  load("A.ov");
+  EXPECT_EQ(typeCounts(), (Counts{1, 1}));
+  writeFile("A.ov", "class A { static void changed() { } }");
+  EXPECT_EQ(failureOf([] { load("A.ov"); }),
+            "A.ov:1:7: error: type 'A' is already loaded from A.o\n"
+            "  class A { static void changed() { } }\n"
+            "        ^");
+}
+
+TEST(Bundles, AreBuiltFromSourcesThatLieAnywhere) {
+  const Workspace workspace;
+  writeFile("A.ov", "package other.place; class B { }");
+  activeContext().loader.precompile("A.ov");
+  activeContext().loader.loadBundle({"A.o"}, {orva::compiler::sourceIdentity("package other.place; class B { }")});
+  EXPECT_NE(Orva_typeByName("other.place.B"), nullptr);
+}
+
 TEST(Bundles, AreLoadedAllOrNothing) {
   const Workspace workspace;
   writeFile("One.ov", "class One { static String text() { return \"one\"; } }");
   writeFile("Two.ov", "class Two { static native void missing(); }");
   writeFile("Three.ov", "class Three { }\nclass One { }");
   for (const char* source : {"One.ov", "Two.ov", "Three.ov"}) {
-    activeContext().loader.precompile(source, Placement::underRoot);
+    activeContext().loader.precompile(source);
   }
   EXPECT_EQ(failureOf([] { loadBundle({"One.ov", "Two.ov"}); }),
             "Two.o: a native method needs the symbol 'orva_Two_missing', which the process does not define");
@@ -155,7 +177,7 @@ TEST(Bundles, AGenericClassOfAnObjectNeedsItsSourceForInstances) {
             "package c; class Box<T> { static String of() { return Near.text(); } }\n"
             "class Near { static String text() { return \"near\"; } }");
   writeFile("Circle.ov", "class Circle { }");
-  activeContext().loader.precompile("c/Box.ov", Placement::underRoot);
+  activeContext().loader.precompile("c/Box.ov");
   loadBundle({"c/Box.ov"});
   fs::rename("c/Box.ov", "c/Hidden.ov");
   EXPECT_EQ(orva_ClassLoader_getTypeByName("Box<Circle>"), nullptr);

@@ -29,7 +29,7 @@ static const std::string source =
 /// Writes and compiles A.ov; gives the bytes of A.o.
 static std::string compiled() {
   writeFile("A.ov", source);
-  activeContext().loader.precompile("A.ov", Placement::underRoot);
+  activeContext().loader.precompile("A.ov");
   return readFile("A.o");
 }
 
@@ -177,7 +177,7 @@ TEST(ObjectFile, IsNotWrittenOverWhatIsNotOurs) {
   const Workspace workspace;
   const std::string bytes = compiled();
   const std::string refused = "'A.o' is not an object of this compiler, and is not overwritten";
-  const auto compile = [] { activeContext().loader.precompile("A.ov", Placement::underRoot); };
+  const auto compile = [] { activeContext().loader.precompile("A.ov"); };
   std::string foreign = bytes;
   replaceOnce(foreign, ".orva.object", ".orva.things");
   for (const std::string& text : {std::string(), std::string("text"), foreign, bytes.substr(0, 100)}) {
@@ -210,7 +210,7 @@ TEST(ObjectFile, IsWrittenOverADamagedOneOfOurs) {
 TEST(ObjectFile, ThatCannotBeWrittenLeavesTheOldOneAndNothingElse) {
   const Workspace workspace;
   writeFile("sealed/A.ov", "package sealed; class A { }");
-  activeContext().loader.precompile("sealed/A.ov", Placement::underRoot);
+  activeContext().loader.precompile("sealed/A.ov");
   const std::string before = readFile("sealed/A.o");
   constexpr auto readOnly = static_cast<fs::perms>(0555);
   fs::permissions("sealed", readOnly);
@@ -219,8 +219,8 @@ TEST(ObjectFile, ThatCannotBeWrittenLeavesTheOldOneAndNothingElse) {
   if (child == 0) {
     constexpr uid_t nobody = 65534;
     if (geteuid() == 0 && setuid(nobody) != 0) _exit(2);
-    const auto compile = [] { activeContext().loader.precompile("sealed/A.ov", Placement::underRoot); };
-    _exit(failureOf(compile) == "Cannot write 'sealed/A.o'" ? 0 : 1);
+    const auto compile = [] { activeContext().loader.precompile("sealed/A.ov"); };
+    _exit(failureOf(compile) == "Cannot write 'sealed/A.o': Permission denied" ? 0 : 1);
   }
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
@@ -237,7 +237,7 @@ TEST(ObjectFile, AKilledWriterLeavesNoHalfObject) {
   for (int round = 0; round < 20; ++round) {
     const pid_t child = fork();
     if (child == 0) {
-      for (;;) activeContext().loader.precompile("A.ov", Placement::underRoot);
+      for (;;) activeContext().loader.precompile("A.ov");
     }
     usleep(static_cast<useconds_t>(3000 * (round + 1)));
     kill(child, SIGKILL);

@@ -110,7 +110,7 @@ TEST(Threads, PrecompileAndLoadAtOnce) {
   together([&](int thread) {
     for (int i = 0; i < classCount; ++i) {
       const std::string file = "p/C" + std::to_string((i + thread) % classCount) + ".ov";
-      orva::compiler::activeContext().loader.precompile(file, orva::compiler::Placement::underRoot);
+      orva::compiler::activeContext().loader.precompile(file);
       orva_ClassLoader_getTypeByName(className(i).c_str());
     }
   });

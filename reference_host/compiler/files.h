@@ -1,0 +1,23 @@
+// Reading and writing whole files, with errors that name the file and the reason.
+#pragma once
+
+#include <llvm/Support/MemoryBuffer.h>
+
+#include <memory>
+#include <string>
+
+#include "reference_host/language/source_text.h"
+
+namespace orva::compiler {
+
+/// Reads a regular file. Throws `std::runtime_error` when there is none or it cannot be read.
+std::unique_ptr<llvm::MemoryBuffer> readFile(const std::string& path);
+
+/// Reads a source file. Throws as `readFile` does.
+language::SourceText readSource(const std::string& path);
+
+/// Writes a file under a name of its own first and renames it, so that nobody ever sees half of it. Throws
+/// `std::runtime_error` when that fails; then what was there before still is.
+void writeFile(const std::string& path, const std::string& bytes);
+
+}  // namespace orva::compiler
