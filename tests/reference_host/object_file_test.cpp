@@ -17,7 +17,6 @@ namespace fs = std::filesystem;
 using orva::compiler::activeContext;
 using orva::compiler::checkObject;
 using orva::compiler::ObjectFile;
-using orva::compiler::Placement;
 using orva::compiler::readObject;
 using orva::compiler::sourceIdentity;
 using orva::compiler::writeObject;
