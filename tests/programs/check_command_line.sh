@@ -117,12 +117,16 @@ check incomplete_library 1 '' "$(printf '%s\n' "ClassNotFoundException: Class no
 # A package directory that may not be read counts as empty.
 echo 'no source' >sealed/store/Broken.ov
 chmod 000 sealed/store
-drop=()
+reader=("$host")
 if [ "$(id -u)" -eq 0 ]; then
+  # Another user may not reach the folder that the host was built in.
+  mkdir -p reachable/bin reachable/share
+  cp "$host" reachable/bin/
+  cp -r "$(dirname "$host")/../share/orva" reachable/share/
   chmod 711 "$work"
-  drop=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+  reader=(setpriv --reuid=65534 --regid=65534 --clear-groups "$work/reachable/bin/orva-host")
 fi
-"${drop[@]}" "$host" run Sealed.ov --class-path sealed >.output 2>.errors
+"${reader[@]}" run Sealed.ov --class-path sealed >.output 2>.errors
 found="$? $(cat .output .errors)"
 [ "$found" = '0 nothing' ] || { echo "sealed package: found '$found'"; failures=1; }
 
