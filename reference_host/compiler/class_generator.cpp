@@ -1,8 +1,6 @@
 // Methods, natives, invokers, and the descriptor that the initialiser hands to the registry.
 #include "reference_host/compiler/class_generator.h"
 
-#include <utility>
-
 #include "reference_host/compiler/method_generator.h"
 #include "reference_host/compiler/module_builder.h"
 

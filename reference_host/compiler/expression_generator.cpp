@@ -1,6 +1,5 @@
 // Expressions and calls: the other half of the method generator.
 #include <algorithm>
-#include <utility>
 
 #include "reference_host/compiler/method_generator.h"
 
