@@ -9,6 +9,7 @@
 
 #include "classloader/failure_bridge.h"
 #include "classloader/natives.h"
+#include "classloader/string_argument.h"
 #include "classloader/string_list.h"
 #include "classloader/type_names.h"
 #include "runtime_api/compiler.h"
@@ -19,13 +20,9 @@ namespace fs = std::filesystem;
 using orva::compiler::Compiler;
 using orva::compiler::Runtime;
 
-static bool isMissing(const char* argument) { return argument == nullptr || *argument == '\0'; }
-
 static bool isExistingDirectory(const fs::path& path) {
   std::error_code error;
-  if (!fs::exists(path, error)) return false;
-  error.clear();
-  return fs::is_directory(path, error) && !error;
+  return fs::exists(path, error) && fs::is_directory(path, error);
 }
 
 int64_t orva_ClassLoader_addSourceRoot(const char* root) {
@@ -55,7 +52,7 @@ void orva_ClassLoader_precompileSources(void* sourceFiles) {
 /// @return whether it was refused; raises "IllegalStateException" then, with the name as registered.
 /// Throws when the name is ambiguous.
 static bool rejectAlreadyLoadedPluginType(const char* entryType) {
-  const std::optional<std::string> registered = reflectedTypeMatch(entryType != nullptr ? entryType : "");
+  const std::optional<std::string> registered = reflectedTypeMatch(orEmpty(entryType));
   if (!registered) return false;
   Orva_raise("IllegalStateException", ("Plugin entry type is already registered: " + *registered).c_str());
   return true;
@@ -66,7 +63,7 @@ static bool rejectAlreadyLoadedPluginType(const char* entryType) {
 ///         returns null when it is not registered.
 /// Throws when the name is ambiguous.
 static void* requireReflectedType(const char* entryType) {
-  const std::string name(entryType != nullptr ? entryType : "");
+  const std::string name(orEmpty(entryType));
   const std::optional<std::string> registered = reflectedTypeMatch(name);
   if (registered) return Orva_typeByName(registered->c_str());
   Orva_raise("ClassNotFoundException", ("Plugin entry type is not registered: " + name).c_str());

@@ -9,6 +9,7 @@
 
 #include "classloader/failure_bridge.h"
 #include "classloader/natives.h"
+#include "classloader/string_argument.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/runtime.h"
 
@@ -67,7 +68,7 @@ static std::optional<fs::path> findPackage(const fs::path& relativePath) {
   for (const std::string& root : Runtime::getInstance().getKlassPaths()) {
     std::error_code error;
     fs::path directory = fs::path(root) / relativePath;
-    if (fs::status(directory, error).type() == fs::file_type::directory && !error) return directory;
+    if (fs::is_directory(directory, error)) return directory;
   }
   return std::nullopt;
 }
@@ -78,11 +79,11 @@ static std::vector<std::string> sourceFilesIn(const fs::path& directory, std::er
   std::vector<std::string> files;
   fs::directory_iterator entry(directory, fs::directory_options::skip_permission_denied, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    if (entry->is_regular_file(error) && !error && entry->path().extension() == ".ov") {
+    // An entry whose type cannot be told is skipped, and is no failure of the listing.
+    std::error_code unknownType;
+    if (entry->is_regular_file(unknownType) && entry->path().extension() == ".ov") {
       files.push_back(entry->path().string());
     }
-    // An entry whose type cannot be told is skipped, and is no failure of the listing.
-    error.clear();
   }
   std::sort(files.begin(), files.end());
   return files;
@@ -90,7 +91,7 @@ static std::vector<std::string> sourceFilesIn(const fs::path& directory, std::er
 
 void orva_SystemClassLoader_loadPackageTypes(void* /*receiver*/, const char* packageName) {
   bridged("Exception", "Unknown native failure while loading package", [packageName] {
-    const std::string name(packageName != nullptr ? packageName : "");
+    const std::string name(orEmpty(packageName));
     if (!orva::compiler::PackageLayout::isValidPackageName(name)) {
       Orva_raise("ValueException", "A valid package name is required");
       return;

@@ -6,6 +6,7 @@
 
 #include "classloader/failure_bridge.h"
 #include "classloader/natives.h"
+#include "classloader/string_argument.h"
 #include "classloader/type_names.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/reflection.h"
@@ -52,7 +53,7 @@ static void ensureClass(const std::string& plainName) {
 }
 
 void* orva_ClassLoader_getTypeByName(const char* typeName) {
-  if (typeName == nullptr || *typeName == '\0') return Orva_typeByName(typeName);
+  if (isMissing(typeName)) return Orva_typeByName(typeName);
   const bool prepared = bridged("ClassNotFoundException", [typeName] {
     const std::string name(typeName);
     const bool opens = name.find('<') != std::string::npos;

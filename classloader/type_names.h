@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "classloader/string_argument.h"
 #include "runtime_api/reflection.h"
 
 /// Returns `name` without its whitespace, as `std::isspace` and the current locale see it, so that two
@@ -43,8 +44,8 @@ static inline std::optional<std::string> reflectedTypeMatch(const std::string& n
   for (int32_t index = 0; index < count; ++index) {
     const char* shortText = Reflection_getTypeName(index);
     const char* fullText = Reflection_getTypeFullName(index);
-    std::string shortName(shortText != nullptr ? shortText : "");
-    std::string fullName(fullText != nullptr ? fullText : "");
+    std::string shortName(orEmpty(shortText));
+    std::string fullName(orEmpty(fullText));
     const bool matches = qualified ? name == fullName : name == shortName || isTailOf(fullName, name);
     if (!matches) continue;
     // The scan goes on after a match: only the whole registry shows that a short name is unambiguous.
