@@ -11,6 +11,7 @@
 
 #include "classloader/natives.h"
 #include "scripted_host.h"
+#include "standard_library.h"
 #include "system_calls.h"
 #include "temporary_folder.h"
 
@@ -224,7 +225,7 @@ TEST_F(PrecompileSources, ANullElementCompilesNothing) {
 
 TEST_F(PrecompileSources, AnImpossibleSizeIsRaised) {
   orva_ClassLoader_precompileSources(host().list("files", {}, std::numeric_limits<int64_t>::max()));
-  EXPECT_CALLS(listRead("files", 0), raised("Exception", "vector::reserve"));
+  EXPECT_CALLS(listRead("files", 0), raised("Exception", standard_library::impossibleReservation()));
 }
 
 TEST_F(PrecompileSources, AFailingContextCompilesNothing) {

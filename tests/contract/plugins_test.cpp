@@ -8,6 +8,7 @@
 
 #include "classloader/natives.h"
 #include "scripted_host.h"
+#include "standard_library.h"
 
 using namespace scripted;
 
@@ -258,7 +259,7 @@ TEST_F(LoadObjectBundle, ANullIdentityIsRaisedBeforeTheSizesAreCompared) {
 TEST_F(LoadObjectBundle, AnImpossibleSizeIsRaised) {
   objects = host().list("objects", {}, std::numeric_limits<int64_t>::max());
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), listRead("objects", 0), raised("Exception", "vector::reserve"));
+  EXPECT_CALLS(scan(0), listRead("objects", 0), raised("Exception", standard_library::impossibleReservation()));
 }
 
 TEST_F(LoadObjectBundle, AnEntryTypeThatIsStillUnknownIsReportedByTheNameGiven) {

@@ -10,6 +10,7 @@
 
 #include "classloader/string_list.h"
 #include "scripted_host.h"
+#include "standard_library.h"
 
 using namespace scripted;
 using Strings = std::vector<std::string>;
@@ -87,7 +88,7 @@ TEST_F(StringLists, ANullElementIsRefusedAtEitherEnd) {
 
 TEST_F(StringLists, ASizeThatNoVectorHoldsIsALengthError) {
   void* list = host().list("list", {"unread"}, std::numeric_limits<int64_t>::max());
-  EXPECT_THROWS_TEXT(requireStringList(list, "Label"), std::length_error, "vector::reserve");
+  EXPECT_THROWS_TEXT(requireStringList(list, "Label"), std::length_error, standard_library::impossibleReservation().c_str());
   EXPECT_CALLS(listRead("list", 0));
 }
 

@@ -92,6 +92,14 @@ static bool endsCount(int& left) {
   return left == 0;
 }
 
+/// Counts an opening of a directory, which standard libraries do by one call or the other.
+static bool failsOpening() {
+  ++commands.opened;
+  if (commands.openingError == 0) return false;
+  errno = commands.openingError;
+  return true;
+}
+
 /// Returns the error that a status query is to report, or 0.
 static int statusErrorFor(const std::string& path) {
   commands.queries.push_back(path);
@@ -138,14 +146,13 @@ int openat(int folder, const char* path, int flags, ...) {
   va_start(more, flags);
   const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(more, unsigned) : 0;
   va_end(more);
-  if ((flags & O_DIRECTORY) != 0) {
-    ++commands.opened;
-    if (commands.openingError != 0) {
-      errno = commands.openingError;
-      return -1;
-    }
-  }
+  if ((flags & O_DIRECTORY) != 0 && system_calls::failsOpening()) return -1;
   return next(folder, path, flags, mode);
+}
+
+DIR* opendir(const char* path) {
+  static auto* const next = system_calls::nextDefinition(opendir, "opendir");
+  return system_calls::failsOpening() ? nullptr : next(path);
 }
 
 int stat(const char* path, struct stat* result) {

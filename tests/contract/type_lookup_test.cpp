@@ -4,12 +4,12 @@
 #include <cerrno>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "allocations.h"
 #include "classloader/natives.h"
 #include "scripted_host.h"
+#include "standard_library.h"
 
 using namespace scripted;
 
@@ -309,8 +309,7 @@ TEST_F(TypeLookup, AFailingLockIsRaisedAndNotUnlocked) {
   for (const int error : {EDEADLK, EINVAL, EAGAIN, ENOTRECOVERABLE}) {
     host().lockMutex.next(returns(error));
     EXPECT_EQ(nullptr, lookUp("Box<A>"));
-    const std::string text = std::system_error(error, std::generic_category()).what();
-    EXPECT_CALLS("lock(gReflectionMutex)", raised("ClassNotFoundException", text));
+    EXPECT_CALLS("lock(gReflectionMutex)", raised("ClassNotFoundException", standard_library::lockFailure(error)));
   }
 }
 
