@@ -1,17 +1,49 @@
 // The replaced allocation functions; the array and nothrow forms of the standard library end up here as well.
 #include "allocations.h"
 
-#include <cstddef>
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <utility>
+
+#include "hosts_turn.h"
 
 namespace allocations {
 
+using scripted::HostsTurn;
+
 static thread_local int untilFailure = 0;
+static thread_local Watch* watch = nullptr;
 
 void failAllocation(int number) { untilFailure = number; }
 
 bool isFailurePending() { return untilFailure > 0; }
+
+Watch::Watch(std::function<bool()> fails) : fails_(std::move(fails)) { watch = this; }
+
+Watch::~Watch() { watch = nullptr; }
+
+bool Watch::fails() const {
+  const HostsTurn turn;
+  return fails_();
+}
+
+void Watch::add(void* block) {
+  if (held_ == kMost) {
+    std::fputs("The watch has no room for more blocks at once.\n", stderr);
+    std::abort();
+  }
+  blocks_[held_++] = block;
+}
+
+void Watch::remove(void* block) {
+  void** const end = blocks_.data() + held_;
+  void** const place = std::find(blocks_.data(), end, block);
+  if (place == end) return;
+  *place = *(end - 1);
+  --held_;
+}
 
 static void countDown() {
   if (untilFailure == 0) return;
@@ -21,12 +53,21 @@ static void countDown() {
 
 static void* allocate(std::size_t size) {
   countDown();
-  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
+  const bool watched = watch != nullptr && !HostsTurn::isNow();
+  if (watched && watch->fails()) throw std::bad_alloc();
+  void* const memory = std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  if (watched) watch->add(memory);
+  return memory;
+}
+
+static void release(void* memory) {
+  if (watch != nullptr) watch->remove(memory);
+  std::free(memory);
 }
 
 }  // namespace allocations
 
 void* operator new(std::size_t size) { return allocations::allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { allocations::release(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { allocations::release(memory); }

@@ -6,12 +6,14 @@
 #include <cctype>
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 #include <new>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "allocations.h"
+#include "hosts_turn.h"
 #include "system_calls.h"
 #include "temporary_folder.h"
 
@@ -87,6 +89,43 @@ TEST_F(SystemCalls, AStatusQueryFailsByItsPathOrItsNumber) {
   EXPECT_TRUE(fs::exists(files.path(), error));
 }
 
+TEST_F(SystemCalls, EntriesComeInOrderOnCommand) {
+  for (const char* name : {"b", "c", "a", "B"}) files.file(name);
+  system_calls::sortEntries();
+  std::string names;
+  for (const fs::directory_entry& entry : fs::directory_iterator(files.path())) {
+    names += entry.path().filename().string();
+  }
+  EXPECT_EQ("Babc", names);
+}
+
+TEST_F(SystemCalls, EachCallIsShownBeforeItIsMade) {
+  files.file("a");
+  std::vector<std::string> calls;
+  system_calls::onEachCall([&calls](const std::string& call) {
+    calls.push_back(call);
+    return 0;
+  });
+  EXPECT_TRUE(fs::exists(files.path("a")));
+  EXPECT_EQ(std::vector<std::string>{"stat(\"" + files.path("a") + "\")"}, calls);
+  listed();
+  EXPECT_EQ("closedir()", calls.back());
+}
+
+TEST_F(SystemCalls, AnyCallFailsWithTheErrorThatItsShowingAnswers) {
+  for (const char* failing : {"opendir", "openat", "fdopendir", "readdir", "closedir"}) {
+    bool called = false;
+    system_calls::onEachCall([&called, failing](const std::string& call) {
+      if (call.rfind(failing, 0) != 0) return 0;
+      called = true;
+      return EMFILE;
+    });
+    listed();
+    const bool reported = called && failing != std::string("closedir");
+    EXPECT_EQ(reported ? EMFILE : 0, error.value()) << failing;
+  }
+}
+
 /// Asks anew each time; the compiler may take the locale's table for one that never changes.
 [[gnu::noinline]] bool isWhitespace(int byte) { return std::isspace(byte) != 0; }
 
@@ -123,6 +162,34 @@ TEST(Allocations, TheCommandIsTakenBack) {
   allocations::failAllocation(0);
   EXPECT_FALSE(allocations::isFailurePending());
   EXPECT_NO_THROW(allocate());
+}
+
+TEST(Watches, CountWhatIsAllocatedAndNotFreed) {
+  const allocations::Watch watch([] { return false; });
+  allocate();
+  EXPECT_EQ(0U, watch.held());
+  const auto first = std::make_unique<int>(1);
+  auto second = std::make_unique<int>(2);
+  EXPECT_EQ(2U, watch.held());
+  second.reset();
+  EXPECT_EQ(1U, watch.held());
+}
+
+TEST(Watches, LetAnAllocationFailAsTheyAreTold) {
+  int number = 0;
+  const allocations::Watch watch([&number] { return ++number == 2; });
+  EXPECT_NO_THROW(allocate());
+  EXPECT_THROW(allocate(), std::bad_alloc);
+  EXPECT_NO_THROW(allocate());
+  EXPECT_EQ(0U, watch.held());
+}
+
+TEST(Watches, LookAwayInTheHostsTurn) {
+  const allocations::Watch watch([] { return true; });
+  const scripted::HostsTurn turn;
+  std::string kept;
+  EXPECT_NO_THROW(kept.assign(100, 'x'));
+  EXPECT_EQ(0U, watch.held());
 }
 
 TEST(TemporaryFolders, MakeEveryKindOfFileAndVanish) {

@@ -100,6 +100,11 @@ const char* Host::keep(std::unique_ptr<std::string>& place, const std::optional<
   return place ? place->c_str() : nullptr;
 }
 
+void Host::record(std::string line) {
+  if (onCall) onCall(line);
+  calls_.push_back(std::move(line));
+}
+
 std::vector<std::string> Host::takeCalls() { return std::exchange(calls_, {}); }
 
 template <typename... Scripts>
@@ -215,10 +220,12 @@ void HostTest::TearDown() {
 
 using scripted::enter;
 using scripted::host;
+using scripted::HostsTurn;
 using scripted::inQuotes;
 
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
   if (mutex != gReflectionMutex.native_handle()) return __real_pthread_mutex_lock(mutex);
+  const HostsTurn turn;
   host().record("lock(gReflectionMutex)");
   int error = scripted::answerOr(host().lockMutex, [] { return 0; });
   if (error == 0) error = __real_pthread_mutex_lock(mutex);
@@ -228,6 +235,7 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
 
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
   if (mutex != gReflectionMutex.native_handle()) return __real_pthread_mutex_unlock(mutex);
+  const HostsTurn turn;
   scripted::answerOr(host().onUnlocking, [] {});
   EXPECT_TRUE(scripted::isMutexHeld()) << "gReflectionMutex was unlocked and not held";
   host().record("unlock(gReflectionMutex)");
@@ -235,6 +243,7 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
 }
 
 void Orva_raise(const char* exceptionClass, const char* message) {
+  const HostsTurn turn;
   const auto copied = [](const char* text) { return std::string(text == nullptr ? "null" : text); };
   EXPECT_TRUE(exceptionClass != nullptr && message != nullptr) << "a raise without a class or a message";
   enter("Orva_raise", inQuotes(exceptionClass) + ", " + inQuotes(message));
@@ -242,12 +251,14 @@ void Orva_raise(const char* exceptionClass, const char* message) {
 }
 
 void* Orva_typeByName(const char* typeName) {
+  const HostsTurn turn;
   host().lastTypeNamePointer = typeName;
   enter("Orva_typeByName", inQuotes(typeName));
   return scripted::answer("Orva_typeByName", host().typeByName, typeName);
 }
 
 void* Orva_allocObject(const char* className) {
+  const HostsTurn turn;
   enter("Orva_allocObject", inQuotes(className));
   return scripted::answer("Orva_allocObject", host().allocObject);
 }
@@ -258,6 +269,7 @@ static std::string labelOf(void* list) {
 }
 
 int64_t orva_collections_ArrayList_size(void* list) {
+  const HostsTurn turn;
   enter("orva_collections_ArrayList_size", labelOf(list));
   const auto otherwise = [list]() -> int64_t {
     const scripted::List* known = host().findList(list);
@@ -268,6 +280,7 @@ int64_t orva_collections_ArrayList_size(void* list) {
 }
 
 const char* orva_collections_ArrayList_operator_index(void* list, int64_t index) {
+  const HostsTurn turn;
   enter("orva_collections_ArrayList_operator_index", labelOf(list) + ", " + std::to_string(index));
   const auto otherwise = [list, index]() -> const char* {
     const scripted::List* known = host().findList(list);
@@ -283,6 +296,7 @@ const char* orva_collections_ArrayList_operator_index(void* list, int64_t index)
 }
 
 int32_t Reflection_getTypeCount() {
+  const HostsTurn turn;
   enter("Reflection_getTypeCount", "");
   return scripted::answerOr(host().typeCount, [] { return static_cast<int32_t>(host().registry.size()); });
 }
@@ -296,6 +310,7 @@ static scripted::Entry entryAt(int32_t index) {
 }
 
 const char* Reflection_getTypeName(int32_t index) {
+  const HostsTurn turn;
   enter("Reflection_getTypeName", std::to_string(index));
   host().keepFullName(std::nullopt);
   const auto otherwise = [index] { return host().keepShortName(entryAt(index).shortName); };
@@ -303,6 +318,7 @@ const char* Reflection_getTypeName(int32_t index) {
 }
 
 const char* Reflection_getTypeFullName(int32_t index) {
+  const HostsTurn turn;
   enter("Reflection_getTypeFullName", std::to_string(index));
   const auto otherwise = [index] { return host().keepFullName(entryAt(index).fullName); };
   return scripted::answerOr(host().typeFullName, otherwise, index);
@@ -311,16 +327,19 @@ const char* Reflection_getTypeFullName(int32_t index) {
 namespace orva::compiler {
 
 int32_t Compiler::objectAbiVersion() {
+  const HostsTurn turn;
   enter("Compiler::objectAbiVersion", "");
   return scripted::answer("Compiler::objectAbiVersion", host().objectAbiVersion);
 }
 
 std::shared_ptr<Context> Compiler::activeRuntimeContext() {
+  const HostsTurn turn;
   enter("Compiler::activeRuntimeContext", "");
   return scripted::answerOr(host().activeRuntimeContext, [] { return host().activeContext; });
 }
 
 void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context) {
+  const HostsTurn turn;
   enter("Compiler::ensureSourceLoadedInActiveJit", inQuotes(sourcePath) + ", " + scripted::named(context));
   host().contextHolders.push_back(context.use_count());
   scripted::answer("Compiler::ensureSourceLoadedInActiveJit", host().load, sourcePath, context);
@@ -328,12 +347,14 @@ void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std:
 
 void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string>& objectPaths,
                                                    const std::vector<std::string>& sourceIdentities) {
+  const HostsTurn turn;
   enter("Compiler::ensureObjectBundleLoadedInActiveJit", inQuotes(objectPaths) + ", " + inQuotes(sourceIdentities));
   scripted::answer("Compiler::ensureObjectBundleLoadedInActiveJit", host().loadBundle, objectPaths, sourceIdentities);
 }
 
 void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, std::shared_ptr<Context> context,
                                  const std::function<void(const CompilationProgress&)>& progress) {
+  const HostsTurn turn;
   const std::string listener = progress ? "a listener" : "no listener";
   enter("Compiler::precompileSources", inQuotes(sourceFiles) + ", " + scripted::named(context) + ", " + listener);
   host().contextHolders.push_back(context.use_count());
@@ -341,6 +362,7 @@ void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, st
 }
 
 Runtime& Runtime::getInstance() {
+  const HostsTurn turn;
   static Runtime theRuntime;
   enter("Runtime::getInstance", "");
   scripted::answerOr(host().getInstance, [] {});
@@ -348,23 +370,27 @@ Runtime& Runtime::getInstance() {
 }
 
 std::string Runtime::getStandardLibraryPath() const {
+  const HostsTurn turn;
   enter("Runtime::getStandardLibraryPath", "");
   return scripted::answer("Runtime::getStandardLibraryPath", host().standardLibraryPath);
 }
 
 const std::vector<std::string>& Runtime::getKlassPaths() const {
+  const HostsTurn turn;
   enter("Runtime::getKlassPaths", "");
   scripted::answerOr(host().getKlassPaths, [] {});
   return host().roots;
 }
 
 bool Runtime::addKlassPath(const std::string& root) {
+  const HostsTurn turn;
   enter("Runtime::addKlassPath", inQuotes(root));
   return scripted::answer("Runtime::addKlassPath", host().addKlassPath, root);
 }
 
 std::string ClassLoader::sourceFileForClass(const std::string& className, const std::shared_ptr<Context>& context,
                                             const std::shared_ptr<Token>& token) {
+  const HostsTurn turn;
   const std::string place = token ? "a token" : "no token";
   enter("ClassLoader::sourceFileForClass", inQuotes(className) + ", " + scripted::named(context) + ", " + place);
   return scripted::answer("ClassLoader::sourceFileForClass", host().sourceFileForClass, className);
@@ -372,6 +398,7 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
 
 bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std::string& instanceName,
                                                 std::string& sourceFile, std::shared_ptr<Context>& context) {
+  const HostsTurn turn;
   EXPECT_NE(&instanceName, &sourceFile) << "both outputs are one string";
   enter("ClassLoader::materializeRuntimeGenericType", inQuotes(typeName) + ", " + inQuotes(instanceName) + ", " +
                                                           inQuotes(sourceFile) + ", " + scripted::named(context));
@@ -380,11 +407,13 @@ bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std
 }
 
 void ClassLoader::invalidateKlassPathCaches() {
+  const HostsTurn turn;
   enter("ClassLoader::invalidateKlassPathCaches", "");
   scripted::answerOr(host().invalidateCaches, [] {});
 }
 
 bool PackageLayout::isValidPackageName(std::string_view packageName) {
+  const HostsTurn turn;
   const std::string name(packageName);
   enter("PackageLayout::isValidPackageName", inQuotes(name));
   return scripted::answer("PackageLayout::isValidPackageName", host().isValidPackageName, name);

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "hosts_turn.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/reflection.h"
 #include "runtime_api/runtime.h"
@@ -150,6 +151,10 @@ class Host {
   Script<void()> onLocked;     // answered: nothing; runs while the mutex is held
   Script<void()> onUnlocking;  // answered: nothing; runs while the mutex is still held
 
+  /// Runs at the head of every call, of the lock and of the unlock, with its line. A suite that steps threads waits
+  /// in it for their turns; one that lets calls fail throws from it.
+  std::function<void(const std::string&)> onCall;
+
   // State that the answers above read.
   std::vector<Entry> registry;
   std::vector<std::string> roots;
@@ -177,7 +182,7 @@ class Host {
   std::vector<std::string> takeCalls();
 
   /// Adds a line to the record.
-  void record(std::string line) { calls_.push_back(std::move(line)); }
+  void record(std::string line);
 
   /// What is wrong now that the test is over: calls nobody asserted, answers nobody took, a mutex still held, a
   /// context still shared. Empty when all is well.

@@ -39,6 +39,17 @@ TEST_F(ScriptedHost, RecordsCallsInOrderWithTheirArguments) {
   EXPECT_EQ(Lines{}, host().takeCalls());
 }
 
+TEST_F(ScriptedHost, ShowsACallAtItsHeadAndTheCallMayFailThere) {
+  host().onCall = [](const std::string& line) {
+    EXPECT_TRUE(HostsTurn::isNow());
+    if (line == typeByName("a.B")) throw 5;
+  };
+  Orva_raise("Exception", "text");
+  EXPECT_THROWS_VALUE(Orva_typeByName("a.B"), int, 5);
+  EXPECT_FALSE(HostsTurn::isNow());
+  EXPECT_CALLS(raised("Exception", "text"));
+}
+
 TEST_F(ScriptedHost, BuildsTheLinesThatItRecords) {
   EXPECT_EQ("Orva_raise(\"C\", \"m\")", raised("C", "m"));
   EXPECT_EQ("Orva_typeByName(\"a.B\")", typeByName("a.B"));

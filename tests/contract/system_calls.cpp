@@ -7,11 +7,15 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
 #include <utility>
+
+#include "hosts_turn.h"
 
 namespace system_calls {
 
@@ -21,6 +25,7 @@ struct Commands {
   int readingsUntilFailure = 0;
   int readingError = 0;
   bool typesHidden = false;
+  bool sorted = false;
   int openingError = 0;
   std::string statusEnding;
   int statusError = 0;
@@ -29,9 +34,17 @@ struct Commands {
   std::vector<std::string> queries;
   int opened = 0;
   bool whitespaceSet = false;
+  std::function<int(const std::string&)> onCall;
+};
+
+/// What is left to hand out of the directory that is read in order.
+struct Listing {
+  DIR* directory = nullptr;
+  std::vector<dirent> entries;  // the last one is the next
 };
 
 static Commands commands;
+static Listing listing;
 
 // What the locale's classification table looks like: 128 entries for negative values, then one for each byte.
 static std::array<unsigned short, kBytes / 2 + kBytes> classes;
@@ -45,6 +58,10 @@ void failReadingDirectory(int number, int error) {
 }
 
 void hideEntryTypes() { commands.typesHidden = true; }
+
+void sortEntries() { commands.sorted = true; }
+
+void onEachCall(std::function<int(const std::string&)> step) { commands.onCall = std::move(step); }
 
 void failOpeningDirectory(int error) { commands.openingError = error; }
 
@@ -92,6 +109,38 @@ static bool endsCount(int& left) {
   return left == 0;
 }
 
+/// Shows a call to the test, and tells whether it is to fail.
+static bool failsOnSight(const char* function, const char* path = nullptr) {
+  if (!commands.onCall) return false;
+  const std::string argument = path == nullptr ? "" : '"' + std::string(path) + '"';
+  const int error = commands.onCall(function + ('(' + argument + ')'));
+  if (error != 0) errno = error;
+  return error != 0;
+}
+
+template <typename Read>
+static void list(DIR* directory, const Read& read) {
+  listing = Listing();
+  listing.directory = directory;
+  while (const dirent* entry = read(directory)) {
+    listing.entries.emplace_back();
+    std::memcpy(&listing.entries.back(), entry, std::min<std::size_t>(sizeof(dirent), entry->d_reclen));
+  }
+  std::sort(listing.entries.begin(), listing.entries.end(),
+            [](const dirent& left, const dirent& right) { return std::strcmp(left.d_name, right.d_name) > 0; });
+}
+
+/// Returns the next entry in order, or null after the last one.
+template <typename Read>
+static dirent* nextInOrder(DIR* directory, const Read& read) {
+  static dirent entry;
+  if (listing.directory != directory) list(directory, read);
+  if (listing.entries.empty()) return nullptr;
+  entry = listing.entries.back();
+  listing.entries.pop_back();
+  return &entry;
+}
+
 /// Counts an opening of a directory, which standard libraries do by one call or the other.
 static bool failsOpening() {
   ++commands.opened;
@@ -109,6 +158,7 @@ static int statusErrorFor(const std::string& path) {
 
 }  // namespace system_calls
 
+using scripted::HostsTurn;
 using system_calls::commands;
 
 extern "C" {
@@ -130,34 +180,60 @@ int __wrap_isspace(int value) {
 }
 
 dirent* readdir(DIR* directory) {
+  const HostsTurn turn;
   static auto* const next = system_calls::nextDefinition(readdir, "readdir");
+  if (system_calls::failsOnSight("readdir")) return nullptr;
   if (system_calls::endsCount(commands.readingsUntilFailure)) {
     errno = commands.readingError;
     return nullptr;
   }
-  dirent* const entry = next(directory);
+  dirent* const entry = commands.sorted ? system_calls::nextInOrder(directory, next) : next(directory);
   if (entry != nullptr && commands.typesHidden) entry->d_type = DT_UNKNOWN;
   return entry;
 }
 
 int openat(int folder, const char* path, int flags, ...) {
+  const HostsTurn turn;
   static auto* const next = system_calls::nextDefinition(openat, "openat");
   va_list more;
   va_start(more, flags);
   const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(more, unsigned) : 0;
   va_end(more);
-  if ((flags & O_DIRECTORY) != 0 && system_calls::failsOpening()) return -1;
+  if ((flags & O_DIRECTORY) != 0 && (system_calls::failsOnSight("openat", path) || system_calls::failsOpening())) {
+    return -1;
+  }
   return next(folder, path, flags, mode);
 }
 
+DIR* fdopendir(int descriptor) {
+  const HostsTurn turn;
+  static auto* const next = system_calls::nextDefinition(fdopendir, "fdopendir");
+  return system_calls::failsOnSight("fdopendir") ? nullptr : next(descriptor);
+}
+
 DIR* opendir(const char* path) {
+  const HostsTurn turn;
   static auto* const next = system_calls::nextDefinition(opendir, "opendir");
-  return system_calls::failsOpening() ? nullptr : next(path);
+  return system_calls::failsOnSight("opendir", path) || system_calls::failsOpening() ? nullptr : next(path);
+}
+
+int closedir(DIR* directory) {
+  const HostsTurn turn;
+  static auto* const next = system_calls::nextDefinition(closedir, "closedir");
+  if (system_calls::listing.directory == directory) system_calls::listing = system_calls::Listing();
+  const bool fails = system_calls::failsOnSight("closedir");
+  const int error = errno;
+  const int result = next(directory);
+  if (!fails) return result;
+  errno = error;
+  return -1;
 }
 
 int stat(const char* path, struct stat* result) {
+  const HostsTurn turn;
   using Stat = int(const char*, struct stat*);
   static auto* const next = system_calls::nextDefinition(static_cast<Stat*>(nullptr), "stat");
+  if (system_calls::failsOnSight("stat", path)) return -1;
   if (const int error = system_calls::statusErrorFor(path)) {
     errno = error;
     return -1;

@@ -1,6 +1,7 @@
 // System calls of the standard library, and its view of the locale, that fail or answer otherwise on command.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,13 @@ void failReadingDirectory(int number, int error);
 
 /// Reports every entry of a directory without its type.
 void hideEntryTypes();
+
+/// Hands out the entries of each directory by name, whatever order the file system has.
+void sortEntries();
+
+/// Shows every call to `step`, such as `stat("/a")`, before it is made; an answer other than 0 is the error that the
+/// call fails with. A directory is closed even so.
+void onEachCall(std::function<int(const std::string& call)> step);
 
 /// Makes the opening of a directory fail with `error` until `reset`.
 void failOpeningDirectory(int error);
