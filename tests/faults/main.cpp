@@ -1,0 +1,136 @@
+// Registers a test for each native, path and kind of fault, and writes the page of what comes of each fault.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string>
+#include <utility>
+
+#include "matrix.h"
+#include "page.h"
+#include "temporary_folder.h"
+#include "trial.h"
+
+namespace faults {
+namespace {
+
+void tryAll(const Path& path, Group group, const std::string& command) {
+  for (const Cell& cell : cellsOf(path, group, allocationsOf(path))) {
+    SCOPED_TRACE(named(path, cell.fault) + "\nTo run it again: " + command);
+    tryFault(path, cell.fault);
+  }
+}
+
+/// Tries every fault of one kind on one path.
+class PathTest : public testing::Test {
+ public:
+  PathTest(Path path, Group group) : path_(std::move(path)), group_(group) {}
+
+  void TestBody() override {
+    const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+    const std::string name = std::string(test.test_suite_name()) + '.' + test.name();
+    tryAll(path_, group_, program + " --gtest_filter='" + name + '\'');
+  }
+
+  static inline std::string program;
+
+ private:
+  Path path_;
+  Group group_;
+};
+
+/// Compares the page where the standard library allocates as it does in the build that writes it.
+class PageTest : public testing::Test {
+  void TestBody() override {
+    const Page made = page();
+    EXPECT_LE(1000U, made.cells);
+#ifdef COMPARE_PAGE
+    std::ifstream file(PAGE);
+    const std::string written{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    EXPECT_EQ(written, made.text) << PAGE << " is not what the library does. Where the change is meant, run\n"
+                                  << "  cmake --build --preset dev --target failure-matrix";
+#endif
+  }
+};
+
+std::string testName(const Path& path, Group group) {
+  std::string name;
+  for (const char byte : path.name) {
+    if (std::isalnum(static_cast<unsigned char>(byte)) != 0) {
+      name += byte;
+    } else if (byte == '<' || byte == '>') {
+      name += byte == '<' ? "less" : "greater";
+    } else if (byte == ' ') {
+      name += '_';
+    }
+  }
+  return name + '/' + nameOf(group);
+}
+
+void registerTest(const Path& path, Group group) {
+  testing::RegisterTest(path.native->symbol.c_str(), testName(path, group).c_str(), nullptr, nullptr, __FILE__,
+                        __LINE__, [path, group]() -> testing::Test* { return new PathTest(path, group); });
+}
+
+/// Tells whether a path has anything that can fail so.
+bool meets(const Path& path, Group group) {
+  const Steps calls = stepsOf(path);
+  const auto has = [&calls](auto... kinds) {
+    return std::any_of(calls.begin(), calls.end(), [=](const Step& step) { return ((step.kind == kinds) || ...); });
+  };
+  using Kind = Step::Kind;
+  switch (group) {
+    case Group::allocations: return path.bridged || has(Kind::hostCall);
+    case Group::hostCalls: return has(Kind::hostCall);
+    case Group::lock: return has(Kind::lock);
+    case Group::systemCalls: return has(Kind::status, Kind::open, Kind::attach);
+    case Group::raises: break;
+  }
+  return path.native->exceptionClass || has(Kind::raise);
+}
+
+void registerTests() {
+  for (const Path& path : everyPath()) {
+    for (const Group group : kEveryGroup) {
+      if (meets(path, group)) registerTest(path, group);
+    }
+  }
+  testing::RegisterTest("Page", "SaysWhatComesOfEachFault", nullptr, nullptr, __FILE__, __LINE__,
+                        []() -> testing::Test* { return new PageTest; });
+}
+
+/// Writes the page once every fault was tried; the tests do the trying, each in its turn.
+int writePage() {
+  const int failed = RUN_ALL_TESTS();
+  if (failed != 0) return failed;
+  const Page made = page();
+  std::ofstream file(PAGE);
+  file << made.text;
+  if (file.flush()) return EXIT_SUCCESS;
+  std::cerr << PAGE << " cannot be written\n";
+  return EXIT_FAILURE;
+}
+
+}  // namespace
+}  // namespace faults
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  const std::string option = argc > 1 ? argv[1] : "";
+  if (argc > 2 || (!option.empty() && option != "--write-page")) {
+    std::cerr << argv[0] << ": unknown argument '" << argv[argc - 1] << "'; --write-page is the only one\n";
+    return EXIT_FAILURE;
+  }
+  faults::PathTest::program = std::filesystem::absolute(argv[0]).string();
+  const TemporaryFolder files;
+  faults::makeFiles(files);
+  std::filesystem::current_path(files.path());
+  faults::registerTests();
+  if (option.empty()) return RUN_ALL_TESTS();
+  testing::GTEST_FLAG(filter) = "-Page.*";
+  return faults::writePage();
+}

@@ -1,0 +1,186 @@
+// Enumerating the faults of a path.
+#include "matrix.h"
+
+#include <cerrno>
+#include <map>
+#include <utility>
+
+#include "trial.h"
+
+namespace faults {
+
+std::string nameOf(Group group) {
+  switch (group) {
+    case Group::allocations: return "Allocations";
+    case Group::hostCalls: return "HostCalls";
+    case Group::lock: return "Lock";
+    case Group::systemCalls: return "SystemCalls";
+    case Group::raises: break;
+  }
+  return "Raises";
+}
+
+std::vector<Path> everyPath() {
+  std::vector<Path> all;
+  for (const auto& paths : {boundaryPaths(), typeLookupPaths(), classPathPaths(), pluginPaths(),
+                            systemClassLoaderPaths(), packageLoadingPaths()}) {
+    all.insert(all.end(), paths.begin(), paths.end());
+  }
+  return all;
+}
+
+Steps stepsOf(const Path& path) { return steps(path.usual.inside, path.usual.outside); }
+
+std::string errorName(int error) {
+  static const std::map<int, std::string> names{{EACCES, "EACCES"},
+                                                {EAGAIN, "EAGAIN"},
+                                                {EDEADLK, "EDEADLK"},
+                                                {EINTR, "EINTR"},
+                                                {EINVAL, "EINVAL"},
+                                                {EIO, "EIO"},
+                                                {ELOOP, "ELOOP"},
+                                                {EMFILE, "EMFILE"},
+                                                {ENOENT, "ENOENT"},
+                                                {ENOMEM, "ENOMEM"},
+                                                {ENAMETOOLONG, "ENAMETOOLONG"},
+                                                {ENOTDIR, "ENOTDIR"},
+                                                {ENOTRECOVERABLE, "ENOTRECOVERABLE"},
+                                                {EOWNERDEAD, "EOWNERDEAD"}};
+  return names.at(error);
+}
+
+/// The errors that a call may report, by its page in POSIX or Linux; EIO is what file systems report besides.
+/// EPERM and EBUSY are not among those of the lock: they are of unlocking and of trying.
+static std::vector<int> errorsOf(const Step& step) {
+  static const std::vector<std::pair<std::string, std::vector<int>>> errors{
+      {"lock", {EAGAIN, EDEADLK, EINVAL, ENOTRECOVERABLE, EOWNERDEAD}},
+      {"stat", {EACCES, EIO, ELOOP, ENAMETOOLONG, ENOENT, ENOMEM, ENOTDIR}},
+      {"openat", {EACCES, EIO, ELOOP, EMFILE, ENAMETOOLONG, ENOENT, ENOMEM, ENOTDIR}},
+      {"opendir", {EACCES, EIO, ELOOP, EMFILE, ENAMETOOLONG, ENOENT, ENOMEM, ENOTDIR}},
+      {"fdopendir", {ENOMEM, ENOTDIR}},
+      {"readdir", {EIO, ENOENT, ENOTDIR}},
+      {"closedir", {EINTR, EIO}}};
+  for (const auto& [call, all] : errors) {
+    if (step.line.rfind(call + '(', 0) == 0) return all;
+  }
+  return {};
+}
+
+static Fault throwing(std::size_t position, Thrown object) {
+  Fault fault;
+  fault.kind = Fault::Kind::thrown;
+  fault.position = position;
+  fault.object = object;
+  return fault;
+}
+
+static Fault failing(std::size_t position, int error) {
+  Fault fault;
+  fault.kind = Fault::Kind::error;
+  fault.position = position;
+  fault.error = error;
+  return fault;
+}
+
+/// Tells whether the standard library ends the process when an allocation fails that is the `nth` after the last
+/// call.
+static bool endsProcess(const Path& path, std::size_t position, std::size_t nth) {
+  const Steps calls = stepsOf(path);
+  if (path.listedFolder.empty() || position == 0 || calls[position - 1].kind != Step::Kind::read) return false;
+  std::size_t readings = 0;
+  for (std::size_t index = 0; index < position; ++index) readings += calls[index].kind == Step::Kind::read ? 1 : 0;
+  const auto endings = iteratorEndings(path.listedFolder, path.typesHidden);
+  return readings < endings.size() && nth < endings[readings].size() && endings[readings][nth];
+}
+
+static std::vector<Cell> allocationCells(const Path& path, const std::vector<std::size_t>& allocations) {
+  std::vector<Cell> cells;
+  std::size_t nth = 0;
+  for (std::size_t number = 0; number < allocations.size(); ++number) {
+    nth = number > 0 && allocations[number - 1] == allocations[number] ? nth + 1 : 0;
+    Fault fault;
+    fault.kind = Fault::Kind::allocation;
+    fault.position = allocations[number];
+    fault.number = number;
+    fault.endsProcess = endsProcess(path, fault.position, nth);
+    for (const bool forGood : {false, true}) {
+      fault.forGood = forGood;
+      cells.push_back({Group::allocations, fault.position, fault});
+    }
+  }
+  return cells;
+}
+
+static std::vector<Cell> hostCallCells(const Path& path) {
+  std::vector<Cell> cells;
+  const Steps calls = stepsOf(path);
+  for (std::size_t position = 0; position < calls.size(); ++position) {
+    if (calls[position].kind != Step::Kind::hostCall) continue;
+    for (const Thrown object : kEveryObject) cells.push_back({Group::hostCalls, position, throwing(position, object)});
+  }
+  return cells;
+}
+
+static std::vector<Cell> errorCells(const Path& path, Group group) {
+  std::vector<Cell> cells;
+  const Steps calls = stepsOf(path);
+  for (std::size_t position = 0; position < calls.size(); ++position) {
+    if ((calls[position].kind == Step::Kind::lock) != (group == Group::lock)) continue;
+    for (const int error : errorsOf(calls[position])) cells.push_back({group, position, failing(position, error)});
+  }
+  return cells;
+}
+
+/// Lists the faults that may end in a raise: each call once for each way that its failure takes, and one allocation
+/// for each place between two calls.
+static std::vector<Cell> faultsBeforeRaises(const Path& path, const std::vector<std::size_t>& allocations) {
+  std::vector<Cell> cells;
+  for (const Cell& cell : allocationCells(path, allocations)) {
+    const bool samePlace = !cells.empty() && cells.back().position == cell.position;
+    if (!cell.fault.forGood && !cell.fault.endsProcess && !samePlace) cells.push_back(cell);
+  }
+  for (const Cell& cell : hostCallCells(path)) {
+    if (cell.fault.object == Thrown::message || cell.fault.object == Thrown::noException) cells.push_back(cell);
+  }
+  for (const Group group : {Group::lock, Group::systemCalls}) {
+    for (const Cell& cell : errorCells(path, group)) cells.push_back(cell);
+  }
+  return cells;
+}
+
+static void addRaises(const Path& path, std::size_t position, Fault fault, std::vector<Cell>& cells) {
+  if (foretell(path, path.usual, fault).raises == 0) return;
+  for (const bool forGood : {false, true}) {
+    for (const Thrown object : kEveryObject) {
+      fault.raise = RaiseFault{object, forGood};
+      cells.push_back({Group::raises, position, fault});
+    }
+  }
+}
+
+static std::vector<Cell> raiseCells(const Path& path, const std::vector<std::size_t>& allocations) {
+  std::vector<Cell> cells;
+  const Steps calls = stepsOf(path);
+  for (std::size_t position = 0; position < calls.size(); ++position) {
+    if (calls[position].kind == Step::Kind::raise) addRaises(path, position, Fault(), cells);
+  }
+  for (const Cell& before : faultsBeforeRaises(path, allocations)) {
+    // A fault that the path gets over leaves its own raise where it was.
+    if (foretell(path, path.usual, before.fault).code != "as usual")
+      addRaises(path, before.position, before.fault, cells);
+  }
+  return cells;
+}
+
+std::vector<Cell> cellsOf(const Path& path, Group group, const std::vector<std::size_t>& allocations) {
+  switch (group) {
+    case Group::allocations: return allocationCells(path, allocations);
+    case Group::hostCalls: return hostCallCells(path);
+    case Group::lock:
+    case Group::systemCalls: return errorCells(path, group);
+    case Group::raises: break;
+  }
+  return raiseCells(path, allocations);
+}
+
+}  // namespace faults

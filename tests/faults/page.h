@@ -1,0 +1,17 @@
+// The page that shows a host's engineers what comes of each fault.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace faults {
+
+struct Page {
+  std::string text;
+  std::size_t cells = 0;
+};
+
+/// Describes what comes of every fault, as the tests of the paths find it, and prints how many cells each native has.
+Page page();
+
+}  // namespace faults
