@@ -14,7 +14,7 @@
 
 namespace fs = std::filesystem;
 
-TemporaryFolder::TemporaryFolder() {
+TemporaryFolder::TemporaryFolder() : owner_(getpid()) {
   std::string pattern = testing::TempDir() + "orva-XXXXXX";
   path_ = mkdtemp(pattern.data());
   fs::permissions(path_, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec | fs::perms::others_read |
@@ -22,6 +22,7 @@ TemporaryFolder::TemporaryFolder() {
 }
 
 TemporaryFolder::~TemporaryFolder() {
+  if (getpid() != owner_) return;
   std::error_code ignored;
   fs::remove_all(path_, ignored);
 }

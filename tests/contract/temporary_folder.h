@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-/// Makes files of every kind below a folder that is removed at the end.
+/// Makes files of every kind below a folder that is removed at the end, by the process that made it.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -28,6 +28,7 @@ class TemporaryFolder {
 
  private:
   std::filesystem::path path_;
+  pid_t owner_;
 };
 
 /// Gives up the rights of the superuser until the end of the scope; changes nothing for any other user.

@@ -1,0 +1,50 @@
+// Compares what the library does with what the rules say, and tells of a difference.
+#include "agreement.h"
+
+#include "model.h"
+#include "play.h"
+
+namespace model {
+
+static bool isSame(const Outcome& one, const Outcome& other) {
+  return one.calls == other.calls && one.result == other.result && one.ownPointer == other.ownPointer;
+}
+
+/// A line of the record, with the bytes that a terminal would not show in the form of `quoted`.
+static std::string printable(const std::string& line) {
+  std::string shown;
+  for (const char byte : line) {
+    const bool isPlain = byte >= ' ' && byte <= '~';
+    const std::string escaped = quoted(std::string(1, byte));
+    shown += isPlain ? std::string(1, byte) : escaped.substr(1, escaped.size() - 2);
+  }
+  return shown;
+}
+
+static std::string textOf(const Outcome& outcome) {
+  std::string text;
+  for (const std::string& call : outcome.calls) text += "  " + printable(call) + '\n';
+  text += "  result: " + printable(outcome.result) + '\n';
+  if (outcome.ownPointer) text += "  the last type lookup got the caller's own pointer\n";
+  return text;
+}
+
+static std::string report(const Story& story, const Call& call, const std::string& expectation,
+                          const std::string& observation) {
+  return "The library does not do what the rules say.\n\nThe call:\n  " + textOf(call) + "\n\nexpected:\n" +
+         expectation + "\nobserved:\n" + observation + "\nPlay it again:\n" ORVA_PROPERTIES_PROGRAM " --world '\n" +
+         textOf(story) + "'\n";
+}
+
+std::string disagreement(const Story& story) {
+  World ofRules = story.world;
+  World ofLibrary = story.world;
+  for (const Call& call : story.calls) {
+    const Outcome expectation = expected(ofRules, call);
+    const Outcome observation = observed(ofLibrary, call);
+    if (!isSame(expectation, observation)) return report(story, call, textOf(expectation), textOf(observation));
+  }
+  return "";
+}
+
+}  // namespace model

@@ -1,0 +1,15 @@
+// Whether the library does what the rules say.
+#pragma once
+
+#include <string>
+
+#include "world_text.h"
+
+namespace model {
+
+/// Plays a story by the rules and by the library.
+/// @return empty when both agree at every call; otherwise the whole story, the first call at which they differ, what
+///         each did, and the command that plays the story again.
+std::string disagreement(const Story& story);
+
+}  // namespace model

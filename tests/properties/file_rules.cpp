@@ -1,0 +1,89 @@
+// Follows paths through the files of a world.
+#include "file_rules.h"
+
+#include <optional>
+#include <set>
+#include <sstream>
+
+namespace model {
+
+static constexpr int kMostLinks = 40;
+
+static std::string below(const std::string& folder, const std::string& name) {
+  return folder.empty() || folder == "/" ? folder + name : folder + '/' + name;
+}
+
+static std::string parentOf(const std::string& place) {
+  const std::string::size_type slash = place.rfind('/');
+  return slash == std::string::npos ? "" : place.substr(0, slash);
+}
+
+/// What stands at a place; a folder too where something lies below it.
+static std::optional<File> fileAt(const World& world, const std::string& place) {
+  if (place.empty() || place == "/") return File{FileKind::kFolder, place, ""};
+  std::optional<File> implied;
+  for (const File& file : world.files) {
+    if (file.path == place) return file;
+    if (file.path.compare(0, place.size() + 1, place + '/') == 0) implied = File{FileKind::kFolder, place, ""};
+  }
+  return implied;
+}
+
+static std::optional<File> followed(const World& world, const std::string& start, const std::string& path, int links);
+
+/// What a name leads to in the folder at a place.
+static std::optional<File> lookedUp(const World& world, const File& folder, const std::string& name, int links) {
+  if (folder.kind != FileKind::kFolder) return std::nullopt;
+  if (name == ".") return folder;
+  if (name == "..") return fileAt(world, parentOf(folder.path));
+  const std::optional<File> file = fileAt(world, below(folder.path, name));
+  if (!file || file->kind != FileKind::kLink) return file;
+  if (links == 0) return std::nullopt;
+  return followed(world, folder.path, file->target, links - 1);
+}
+
+/// What a path leads to from a place, links followed; nothing where it leads nowhere.
+static std::optional<File> followed(const World& world, const std::string& start, const std::string& path, int links) {
+  if (path.empty()) return std::nullopt;
+  std::optional<File> file = fileAt(world, path.front() == '/' ? "/" : start);
+  std::istringstream names(path);
+  for (std::string name; file && std::getline(names, name, '/');) {
+    if (!name.empty()) file = lookedUp(world, *file, name, links);
+  }
+  const bool asksForFolder = path.back() == '/';
+  if (file && asksForFolder && file->kind != FileKind::kFolder && file->kind != FileKind::kClosedFolder) return {};
+  return file;
+}
+
+static std::optional<FileKind> kindOf(const World& world, const std::string& path) {
+  const std::optional<File> file = followed(world, "", path, kMostLinks);
+  return file ? std::optional(file->kind) : std::nullopt;
+}
+
+std::string joinedPaths(const std::string& first, const std::string& second) {
+  if (!second.empty() && second.front() == '/') return second;
+  return first.empty() || first.back() == '/' ? first + second : first + '/' + second;
+}
+
+bool isFolder(const World& world, const std::string& path) {
+  const std::optional<FileKind> kind = kindOf(world, path);
+  return kind == FileKind::kFolder || kind == FileKind::kClosedFolder;
+}
+
+bool isRegularFile(const World& world, const std::string& path) { return kindOf(world, path) == FileKind::kFile; }
+
+bool isListable(const World& world, const std::string& path) { return kindOf(world, path) == FileKind::kFolder; }
+
+std::vector<std::string> namesIn(const World& world, const std::string& path) {
+  const std::optional<File> folder = followed(world, "", path, kMostLinks);
+  if (!folder) return {};
+  const std::string prefix = joinedPaths(folder->path, "");
+  std::set<std::string> names;
+  for (const File& file : world.files) {
+    if (file.path.compare(0, prefix.size(), prefix) != 0) continue;
+    names.insert(file.path.substr(prefix.size(), file.path.find('/', prefix.size()) - prefix.size()));
+  }
+  return {names.begin(), names.end()};
+}
+
+}  // namespace model

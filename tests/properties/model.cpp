@@ -1,0 +1,396 @@
+// The rules of the nine natives, in the order of the table of natives; what they share comes first.
+#include "model.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include "file_rules.h"
+#include "standard_library.h"
+#include "world_text.h"
+
+namespace model {
+namespace {
+
+using Text = std::optional<std::string>;
+const Text kNoText;
+
+/// What a call into the host, or a rule, throws: a `std::exception` with a text, or another object.
+struct Thrown {
+  bool isException;
+  std::string text;
+};
+
+[[noreturn]] void fail(const std::string& text) { throw Thrown{true, text}; }
+
+/// No vector of strings can hold more: its strings would fill half of the memory that 64 bits can name.
+constexpr int64_t kMostStrings = INT64_MAX / static_cast<int64_t>(sizeof(std::string));
+
+std::string compacted(const std::string& name) {
+  std::string compact;
+  for (const char byte : name) {
+    const bool blank = byte == ' ' || (byte >= '\t' && byte <= '\r');
+    if (!blank) compact += byte;
+  }
+  return compact;
+}
+
+std::string tailOf(const std::string& fullName) {
+  const std::string::size_type dot = fullName.rfind('.');
+  return dot == std::string::npos ? fullName : fullName.substr(dot + 1);
+}
+
+bool has(const std::string& text, char byte) { return text.find(byte) != std::string::npos; }
+
+std::string inQuotes(const Text& text) { return text ? '"' + *text + '"' : "null"; }
+
+std::string object(int64_t number) { return number == 0 ? "null" : "object " + std::to_string(number); }
+
+enum class Context { kEmpty, kActive, kOther };
+
+std::string nameOf(Context context) {
+  if (context == Context::kEmpty) return "empty";
+  return context == Context::kActive ? "active" : "other";
+}
+
+std::string inBraces(const std::vector<std::string>& texts) {
+  std::string line;
+  for (const std::string& text : texts) line += (line.empty() ? "" : ", ") + inQuotes(text);
+  return '{' + line + '}';
+}
+
+class Rules {
+ public:
+  Rules(World& world, Outcome& outcome) : world_(world), outcome_(outcome) {}
+
+  std::string resultOf(const Call& call) {
+    switch (call.native) {
+      case Native::kObjectAbiVersion: return objectAbiVersion();
+      case Native::kGetSystem: return getSystem();
+      case Native::kGetTypeByName: return getTypeByName(call.name);
+      case Native::kAddSourceRoot: return addSourceRoot(call.name);
+      case Native::kPrecompileSources: return precompileSources(call.files);
+      case Native::kLoadSourceClass: return loadSourceClass(call.sourceFile, call.name);
+      case Native::kLoadObjectBundle: return loadObjectBundle(call);
+      case Native::kLoadClass: return typeByOwnName(call.name);
+      default: return loadPackageTypes(call.name);
+    }
+  }
+
+ private:
+  // Asking the host.
+
+  Answer ask(Operation operation, const std::string& arguments = "") {
+    outcome_.calls.push_back(nameOf(operation) + ('(' + arguments + ')'));
+    const Answer answer = take(world_, operation);
+    if (answer.ending != Ending::kReturns) throw Thrown{answer.ending == Ending::kThrowsException, answer.text};
+    return answer;
+  }
+
+  void raise(const std::string& exceptionClass, const std::string& message) {
+    ask(Operation::kRaise, inQuotes(exceptionClass) + ", " + inQuotes(message));
+  }
+
+  std::string typeByName(const Text& name) {
+    outcome_.ownPointer = false;
+    return object(ask(Operation::kTypeByName, inQuotes(name)).number);
+  }
+
+  std::string typeByOwnName(const Text& name) {
+    outcome_.ownPointer = true;
+    return object(ask(Operation::kTypeByName, inQuotes(name)).number);
+  }
+
+  Context activeContext() {
+    return ask(Operation::kActiveRuntimeContext).number == 0 ? Context::kEmpty : Context::kActive;
+  }
+
+  void load(const std::string& path, Context context) {
+    ask(Operation::kLoad, inQuotes(path) + ", " + nameOf(context));
+  }
+
+  // Failing: an exception inside is raised; any other object is raised where the native has a text for it, and passes
+  // through where it has none.
+
+  template <typename Work>
+  bool succeeds(const std::string& exceptionClass, const Text& otherText, const Work& work) {
+    std::string message;
+    try {
+      work();
+      return true;
+    } catch (const Thrown& thrown) {
+      if (!thrown.isException && !otherText) throw;
+      message = thrown.isException ? thrown.text : *otherText;
+    }
+    raise(exceptionClass, message);
+    return false;
+  }
+
+  // Lists.
+
+  std::vector<std::string> stringsOf(const std::optional<List>& list, const std::string& handle,
+                                     const std::string& label) {
+    if (!list) fail(label + " is required");
+    ask(Operation::kListSize, handle);
+    const int64_t size = sizeOf(*list);
+    if (size > kMostStrings) fail(standard_library::impossibleReservation());
+    std::vector<std::string> strings;
+    for (int64_t index = 0; index < size; ++index) {
+      ask(Operation::kListIndex, handle + ", " + std::to_string(index));
+      const Text element = elementAt(*list, index);
+      if (!element) fail(label + " cannot contain null");
+      strings.push_back(*element);
+    }
+    return strings;
+  }
+
+  // The registry.
+
+  /// Whether an entry goes by a name: a name with a dot is compared with the full name alone, any other with the short
+  /// name and with the tail of the full name.
+  static bool goesBy(const std::string& shortName, const std::string& fullName, const std::string& name) {
+    if (has(name, '.')) return name == fullName;
+    return name == shortName || name == tailOf(fullName);
+  }
+
+  /// The one type that a name stands for.
+  Text registered(const std::string& name) {
+    if (name.empty()) return kNoText;
+    ask(Operation::kTypeCount);
+    const int32_t count = countOf(world_);
+    Text found;
+    for (int32_t index = 0; index < count; ++index) {
+      ask(Operation::kTypeName, std::to_string(index));
+      const std::string shortName = entryAt(world_, index).shortName.value_or("");
+      ask(Operation::kTypeFullName, std::to_string(index));
+      const std::string fullName = entryAt(world_, index).fullName.value_or("");
+      if (!goesBy(shortName, fullName, name)) continue;
+      const std::string resolved = fullName.empty() ? shortName : fullName;
+      if (found && *found != resolved) {
+        fail("Ambiguous plugin entry type '" + name + "'; use its fully qualified name");
+      }
+      found = resolved;
+    }
+    return found;
+  }
+
+  // objectAbiVersion
+
+  std::string objectAbiVersion() { return std::to_string(ask(Operation::kObjectAbiVersion).number); }
+
+  // getSystem
+
+  std::string getSystem() {
+    if (world_.systemClassLoader == 0) {
+      succeeds("Exception", "Unknown native failure while initializing the system class loader", [&] {
+        if (!world_.metadataLoaded) loadMetadata();
+        world_.systemClassLoader = ask(Operation::kAllocObject, inQuotes("SystemClassLoader")).number;
+      });
+    }
+    return object(world_.systemClassLoader);
+  }
+
+  void loadMetadata() {
+    ask(Operation::kGetInstance);
+    const std::string library = ask(Operation::kStandardLibraryPath).text;
+    if (library.empty()) return;
+    const std::string folder = joinedPaths(library, "orva");
+    load(joinedPaths(folder, "ClassLoader.ov"), Context::kEmpty);
+    load(joinedPaths(folder, "SystemClassLoader.ov"), Context::kEmpty);
+    world_.metadataLoaded = true;
+  }
+
+  // getTypeByName
+
+  std::string getTypeByName(const Text& name) {
+    if (!name || name->empty()) return typeByOwnName(name);
+    const bool prepared = succeeds("ClassNotFoundException", kNoText, [&] {
+      if (has(*name, '<') && has(*name, '>')) prepareInstance(*name);
+      if (!has(*name, '<')) prepareClass(*name);
+    });
+    return prepared ? typeByOwnName(name) : "null";
+  }
+
+  void prepareInstance(const std::string& name) {
+    outcome_.calls.push_back("lock(gReflectionMutex)");
+    if (world_.lockError != 0) fail(standard_library::lockFailure(world_.lockError));
+    const bool found = isInTable(name);
+    outcome_.calls.push_back("unlock(gReflectionMutex)");
+    if (found) return;
+    Context context = activeContext();
+    const Answer answer = ask(Operation::kMaterialize, inQuotes(name) + ", \"\", \"\", " + nameOf(context));
+    if (answer.number == 0) return;
+    if (answer.number == 2) context = Context::kOther;
+    load(answer.text, context);
+  }
+
+  bool isInTable(const std::string& name) const {
+    for (const Record& record : world_.table) {
+      if (!record.hasPointer || !record.hasMembers) continue;
+      for (const std::string& spelling : record.names) {
+        if (compacted(spelling) == compacted(name)) return true;
+      }
+    }
+    return false;
+  }
+
+  void prepareClass(const std::string& name) {
+    if (registered(name)) return;
+    const Context context = activeContext();
+    const std::string source =
+        ask(Operation::kSourceFileForClass, inQuotes(name) + ", " + nameOf(context) + ", no token").text;
+    if (!source.empty()) load(source, context);
+  }
+
+  // addSourceRoot
+
+  std::string addSourceRoot(const Text& root) {
+    if (!root || root->empty()) {
+      raise("ValueException", "Class path root is required");
+      return "0";
+    }
+    ask(Operation::kGetInstance);
+    if (ask(Operation::kAddKlassPath, inQuotes(*root)).number != 0) {
+      world_.roots.push_back(*root);
+      ask(Operation::kInvalidateCaches);
+      return "1";
+    }
+    if (!isFolder(world_, *root)) raise("IOException", "Class path root does not exist: " + *root);
+    return "0";
+  }
+
+  // precompileSources
+
+  std::string precompileSources(const std::optional<List>& files) {
+    succeeds("Exception", kNoText, [&] {
+      const std::vector<std::string> sources = stringsOf(files, "files", "Source filename list");
+      const Context context = activeContext();
+      ask(Operation::kPrecompile, inBraces(sources) + ", " + nameOf(context) + ", no listener");
+    });
+    return "nothing";
+  }
+
+  // Plugins: the entry type is unknown before the load, and known after it.
+
+  template <typename Load>
+  std::string loadPlugin(const std::string& entryType, const Load& load) {
+    std::string type = "null";
+    succeeds("Exception", kNoText, [&] {
+      const Text before = registered(entryType);
+      if (before) return raise("IllegalStateException", "Plugin entry type is already registered: " + *before);
+      load();
+      const Text after = registered(entryType);
+      if (!after) return raise("ClassNotFoundException", "Plugin entry type is not registered: " + entryType);
+      type = typeByName(after);
+    });
+    return type;
+  }
+
+  std::string loadSourceClass(const Text& sourceFile, const Text& entryType) {
+    if (sourceFile.value_or("").empty() || entryType.value_or("").empty()) {
+      raise("ValueException", "Plugin source filename and entry type are required");
+      return "null";
+    }
+    return loadPlugin(*entryType, [&] { load(*sourceFile, Context::kEmpty); });
+  }
+
+  std::string loadObjectBundle(const Call& call) {
+    if (!call.files || !call.identities || call.name.value_or("").empty()) {
+      raise("ValueException", "Plugin object bundle, source identities and entry type are required");
+      return "null";
+    }
+    return loadPlugin(*call.name, [&] {
+      const std::vector<std::string> objects = stringsOf(call.files, "files", "Plugin object path list");
+      const std::vector<std::string> identities =
+          stringsOf(call.identities, "identities", "Plugin source identity list");
+      if (objects.size() != identities.size()) {
+        fail("Plugin object and source identity lists must have the same size");
+      }
+      ask(Operation::kLoadBundle, inBraces(objects) + ", " + inBraces(identities));
+    });
+  }
+
+  // loadPackageTypes
+
+  std::string loadPackageTypes(const Text& package) {
+    succeeds("Exception", "Unknown native failure while loading package", [&] { loadPackage(package.value_or("")); });
+    return "nothing";
+  }
+
+  void loadPackage(const std::string& package) {
+    if (ask(Operation::kIsValidPackageName, inQuotes(package)).number == 0) {
+      return raise("ValueException", "A valid package name is required");
+    }
+    ask(Operation::kGetInstance);
+    ask(Operation::kGetKlassPaths);
+    const Text home = homeOf(relativeFolderOf(package));
+    if (!home) return raise("ClassNotFoundException", "Package not found: " + package);
+    if (const int error = listingError(*home)) {
+      return raise("IOException",
+                   "Cannot enumerate package '" + package + "': " + std::generic_category().message(error));
+    }
+    const std::vector<std::string> sources = sourcesIn(*home);
+    const Context context = activeContext();
+    for (const std::string& source : sources) load(source, context);
+  }
+
+  /// One folder for each segment between dots, empty segments included.
+  static std::string relativeFolderOf(const std::string& package) {
+    std::string folder;
+    std::string segment;
+    for (const char byte : package + '.') {
+      if (byte != '.') {
+        segment += byte;
+        continue;
+      }
+      folder = joinedPaths(folder, segment);
+      segment.clear();
+    }
+    return folder;
+  }
+
+  Text homeOf(const std::string& relativeFolder) const {
+    for (const std::string& root : world_.roots) {
+      const std::string folder = joinedPaths(root, relativeFolder);
+      if (isFolder(world_, folder)) return folder;
+    }
+    return kNoText;
+  }
+
+  /// A folder that may not be read is empty; what else keeps it from being listed is an error.
+  int listingError(const std::string& folder) const {
+    if (world_.openingError == EACCES || !isListable(world_, folder)) return 0;
+    if (world_.openingError != 0) return world_.openingError;
+    // Each name is read, the folder's own and its parent's too, and then the end.
+    const std::size_t readings = namesIn(world_, folder).size() + 3;
+    const auto until = static_cast<std::size_t>(world_.readingsUntilError);
+    return until != 0 && until <= readings ? world_.readingError : 0;
+  }
+
+  std::vector<std::string> sourcesIn(const std::string& folder) const {
+    std::vector<std::string> sources;
+    if (world_.openingError != 0 || !isListable(world_, folder)) return sources;
+    for (const std::string& name : namesIn(world_, folder)) {
+      const std::string path = joinedPaths(folder, name);
+      const bool isSource = name.size() > 3 && name.substr(name.size() - 3) == ".ov";
+      if (isSource && isRegularFile(world_, path)) sources.push_back(path);
+    }
+    return sources;
+  }
+
+  World& world_;
+  Outcome& outcome_;
+};
+
+}  // namespace
+
+Outcome expected(World& world, const Call& call) {
+  Outcome outcome;
+  try {
+    outcome.result = Rules(world, outcome).resultOf(call);
+  } catch (const Thrown& thrown) {
+    outcome.result = thrown.isException ? "throws the exception " + inQuotes(thrown.text) : "throws the other object";
+  }
+  return outcome;
+}
+
+}  // namespace model

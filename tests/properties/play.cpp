@@ -1,0 +1,239 @@
+// Connects a world to the scripted host and calls the library.
+#include "play.h"
+
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "classloader/natives.h"
+#include "file_tree.h"
+#include "scripted_host.h"
+#include "system_calls.h"
+#include "world_text.h"
+
+namespace model {
+namespace {
+
+/// What an operation throws that is no `std::exception`.
+struct OtherObject {};
+
+/// One play: the world's answers behind the scripted host's operations.
+class Play {
+ public:
+  explicit Play(World& world) : world_(world) {
+    scripted::reset();
+    scriptEntryPoints();
+    scriptRegistry();
+    scriptCompiler();
+    scriptRuntime();
+    fillTable();
+    scripted::host().roots = world.roots;
+    scripted::host().lockMutex.always([&world] { return world.lockError; });
+  }
+
+  ~Play() { gTypes.clear(); }
+
+  Play(const Play&) = delete;
+  Play& operator=(const Play&) = delete;
+
+  void* listOf(const std::string& label, const std::optional<List>& list) {
+    if (!list) return nullptr;
+    return scripted::host().list(label, list->elements, sizeOf(*list));
+  }
+
+ private:
+  /// Ends a call as the world says.
+  Answer answer(Operation operation) {
+    Answer given = take(world_, operation);
+    if (!given.records.empty()) fillTable();
+    if (given.ending == Ending::kThrowsException) throw scripted::CustomFailure(given.text);
+    if (given.ending == Ending::kThrowsOther) throw OtherObject();
+    return given;
+  }
+
+  auto answering(Operation operation) {
+    return [this, operation] { answer(operation); };
+  }
+
+  auto answeringText(Operation operation) {
+    return [this, operation] { return answer(operation).text; };
+  }
+
+  auto answeringYesOrNo(Operation operation) {
+    return [this, operation] { return answer(operation).number != 0; };
+  }
+
+  auto answeringObject(Operation operation) {
+    return [this, operation] {
+      const int64_t number = answer(operation).number;
+      return number == 0 ? nullptr : scripted::token(static_cast<std::size_t>(number));
+    };
+  }
+
+  void scriptEntryPoints() {
+    scripted::Host& host = scripted::host();
+    host.raise.always([this] {
+      if (scripted::host().activeContext.use_count() > 1)
+        scripted::host().record("complaint: the context is still held");
+      answer(Operation::kRaise);
+    });
+    host.typeByName.always(answeringObject(Operation::kTypeByName));
+    host.allocObject.always(answeringObject(Operation::kAllocObject));
+    host.listSize.always([this](void* handle) {
+      answer(Operation::kListSize);
+      return scripted::host().findList(handle)->size.value_or(0);
+    });
+    host.listIndex.always([this](void* handle, int64_t index) -> const char* {
+      answer(Operation::kListIndex);
+      const auto& elements = scripted::host().findList(handle)->elements;
+      const auto position = static_cast<std::size_t>(index);
+      return position < elements.size() && elements[position] ? elements[position]->c_str() : nullptr;
+    });
+  }
+
+  void scriptRegistry() {
+    scripted::Host& host = scripted::host();
+    host.typeCount.always([this] {
+      answer(Operation::kTypeCount);
+      return countOf(world_);
+    });
+    host.typeName.always([this](int32_t index) {
+      answer(Operation::kTypeName);
+      return scripted::host().keepShortName(entryAt(world_, index).shortName);
+    });
+    host.typeFullName.always([this](int32_t index) {
+      answer(Operation::kTypeFullName);
+      return scripted::host().keepFullName(entryAt(world_, index).fullName);
+    });
+  }
+
+  void scriptCompiler() {
+    scripted::Host& host = scripted::host();
+    host.objectAbiVersion.always([this] { return static_cast<int32_t>(answer(Operation::kObjectAbiVersion).number); });
+    host.activeRuntimeContext.always([this] {
+      const bool active = answer(Operation::kActiveRuntimeContext).number != 0;
+      return active ? scripted::host().activeContext : nullptr;
+    });
+    host.load.always(answering(Operation::kLoad));
+    host.loadBundle.always(answering(Operation::kLoadBundle));
+    host.precompile.always(answering(Operation::kPrecompile));
+    host.sourceFileForClass.always(answeringText(Operation::kSourceFileForClass));
+    host.materialize.always([this](std::string& instance, std::string& source, scripted::ContextPointer& context) {
+      const Answer given = answer(Operation::kMaterialize);
+      instance = "an instance";
+      source = given.text;
+      if (given.number == 2) context = scripted::Host::otherContext();
+      return given.number != 0;
+    });
+    host.invalidateCaches.always(answering(Operation::kInvalidateCaches));
+  }
+
+  void scriptRuntime() {
+    scripted::Host& host = scripted::host();
+    host.getInstance.always(answering(Operation::kGetInstance));
+    host.standardLibraryPath.always(answeringText(Operation::kStandardLibraryPath));
+    host.getKlassPaths.always(answering(Operation::kGetKlassPaths));
+    host.isValidPackageName.always(answeringYesOrNo(Operation::kIsValidPackageName));
+    host.addKlassPath.always([this](const std::string& root) {
+      const bool added = answer(Operation::kAddKlassPath).number != 0;
+      if (added) world_.roots.push_back(root);
+      return added;
+    });
+  }
+
+  void fillTable() const {
+    gTypes.clear();
+    for (const Record& record : world_.table) {
+      const auto& [name1, name2, name3, name4] = record.names;
+      gTypes.push_back(scripted::typeRecord(name1, name2, name3, name4));
+      if (!record.hasPointer) gTypes.back().type = nullptr;
+      if (!record.hasMembers) gTypes.back().members.clear();
+    }
+  }
+
+  World& world_;
+};
+
+std::string objectText(const void* handle) {
+  if (handle == nullptr) return "null";
+  const auto* const first = static_cast<const char*>(scripted::token(0));
+  return "object " + std::to_string(static_cast<const char*>(handle) - first);
+}
+
+const char* pointerTo(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
+
+std::string resultOfAddingRoot(const World& world, const char* root) {
+  const InFilesOf files(world);
+  return std::to_string(orva_ClassLoader_addSourceRoot(root));
+}
+
+std::string resultOfLoadingPackage(const World& world, const char* package) {
+  const InFilesOf files(world);
+  const system_calls::Scope errors;
+  if (world.openingError != 0) system_calls::failOpeningDirectory(world.openingError);
+  if (world.readingsUntilError != 0) system_calls::failReadingDirectory(world.readingsUntilError, world.readingError);
+  if (world.typesHidden) system_calls::hideEntryTypes();
+  orva_SystemClassLoader_loadPackageTypes(scripted::token(0), package);
+  return "nothing";
+}
+
+std::string resultOf(const World& world, const Call& call, Play& play) {
+  const char* const name = pointerTo(call.name);
+  void* const files = play.listOf("files", call.files);
+  void* const identities = play.listOf("identities", call.identities);
+  switch (call.native) {
+    case Native::kObjectAbiVersion: return std::to_string(orva_ClassLoader_objectAbiVersion());
+    case Native::kGetSystem: return objectText(orva_ClassLoader_getSystem());
+    case Native::kGetTypeByName: return objectText(orva_ClassLoader_getTypeByName(name));
+    case Native::kAddSourceRoot: return resultOfAddingRoot(world, name);
+    case Native::kPrecompileSources: orva_ClassLoader_precompileSources(files); return "nothing";
+    case Native::kLoadSourceClass:
+      return objectText(orva_ClassLoader_loadSourceClass(pointerTo(call.sourceFile), name));
+    case Native::kLoadObjectBundle: return objectText(orva_ClassLoader_loadObjectBundle(files, identities, name));
+    case Native::kLoadClass: return objectText(orva_SystemClassLoader_loadClass(scripted::token(0), name));
+    default: return resultOfLoadingPackage(world, name);
+  }
+}
+
+std::string resultOrThrown(World& world, const Call& call, Play& play) {
+  try {
+    return resultOf(world, call, play);
+  } catch (const scripted::CustomFailure& failure) {
+    return "throws the exception \"" + std::string(failure.what()) + '"';
+  } catch (const OtherObject&) {
+    return "throws the other object";
+  } catch (const std::exception& failure) {
+    return std::string("throws another exception: ") + failure.what();
+  }
+}
+
+bool looksUp(const std::vector<std::string>& calls) {
+  for (const std::string& call : calls) {
+    if (call.compare(0, sizeof("Orva_typeByName") - 1, "Orva_typeByName") == 0) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Outcome observed(World& world, const Call& call) {
+  testing::TestPartResultArray complaints;
+  Outcome outcome;
+  {
+    const testing::ScopedFakeTestPartResultReporter reporter(
+        testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &complaints);
+    Play play(world);
+    outcome.result = resultOrThrown(world, call, play);
+    outcome.calls = scripted::host().takeCalls();
+    for (const std::string& wrong : scripted::host().leftovers()) outcome.calls.push_back("complaint: " + wrong);
+    outcome.ownPointer = looksUp(outcome.calls) && scripted::host().lastTypeNamePointer == pointerTo(call.name);
+  }
+  for (int index = 0; index < complaints.size(); ++index) {
+    outcome.calls.push_back(std::string("complaint: ") + complaints.GetTestPartResult(index).message());
+  }
+  return outcome;
+}
+
+}  // namespace model

@@ -1,0 +1,156 @@
+// A world: everything that decides what a native does, as plain data that the rules and the library's host both read.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace model {
+
+/// One entry of the reflection registry; an absent name is null.
+struct Entry {
+  std::optional<std::string> shortName;
+  std::optional<std::string> fullName;
+};
+
+/// One row of the type table.
+struct Record {
+  std::array<std::string, 4> names;
+  bool hasPointer = true;
+  bool hasMembers = true;
+};
+
+enum class FileKind {
+  kFolder,
+  kClosedFolder,  // nobody may list it or look anything up in it
+  kFile,
+  kLink,
+  kFifo,
+  kSocket,
+};
+
+/// One file. The folders above it need no line of their own.
+struct File {
+  FileKind kind = FileKind::kFile;
+  std::string path;    // relative, without ".", ".." and doubled separators
+  std::string target;  // of a link: relative to the link's folder
+};
+
+/// What the library asks of its host.
+enum class Operation {
+  kRaise,
+  kTypeByName,            // number: of the type object, 0 for null
+  kAllocObject,           // number: of the object, 0 for null
+  kListSize,              // the list tells
+  kListIndex,             // the list tells
+  kTypeCount,             // the registry tells
+  kTypeName,              // the registry tells
+  kTypeFullName,          // the registry tells
+  kObjectAbiVersion,      // number: the version
+  kActiveRuntimeContext,  // number: 1 for the active one, 0 for none
+  kLoad,
+  kLoadBundle,
+  kPrecompile,
+  kGetInstance,
+  kStandardLibraryPath,  // text: the path
+  kGetKlassPaths,        // the roots tell
+  kAddKlassPath,         // number: 1 when it adds the root, 0 when it refuses
+  kSourceFileForClass,   // text: the path
+  kMaterialize,          // number: 1 for yes, 2 for yes and with another context, 0 for no; text: the source
+  kInvalidateCaches,
+  kIsValidPackageName,  // number: 1 for yes, 0 for no
+};
+constexpr std::size_t kOperations = static_cast<std::size_t>(Operation::kIsValidPackageName) + 1;
+
+enum class Ending { kReturns, kThrowsException, kThrowsOther };
+
+/// What one call of an operation does: first it adds to the registry and the type table, then it ends.
+struct Answer {
+  Ending ending = Ending::kReturns;
+  int64_t number = 1;
+  std::string text;  // of the exception, when it throws one
+  std::vector<Entry> entries;
+  std::vector<Record> records;
+};
+
+struct World {
+  std::vector<Entry> registry;
+  std::optional<int32_t> count;  // what the registry says of its length, when that is not its length
+  std::vector<Record> table;
+  std::vector<std::string> roots;
+  std::vector<File> files;
+
+  // The answers to the next calls of each operation; the last one stands for all later calls.
+  std::array<std::vector<Answer>, kOperations> answers;
+
+  // Errors of the system, by number; 0 for none.
+  int lockError = 0;
+  int openingError = 0;
+  int readingError = 0;
+  int readingsUntilError = 0;  // 1 for the next reading of a directory entry
+  bool typesHidden = false;    // whether directories list their entries without types
+
+  // What the library itself remembers. It does so for the life of the process: only a process that has come to this
+  // state can play a call that reads it.
+  int64_t systemClassLoader = 0;
+  bool metadataLoaded = false;
+};
+
+/// A language list.
+struct List {
+  std::vector<std::optional<std::string>> elements;
+  std::optional<int64_t> size;  // what it says of its length, when that is not its length; elements beyond are null
+};
+
+enum class Native {
+  kObjectAbiVersion,
+  kGetSystem,
+  kGetTypeByName,
+  kAddSourceRoot,
+  kPrecompileSources,
+  kLoadSourceClass,
+  kLoadObjectBundle,
+  kLoadClass,
+  kLoadPackageTypes,
+};
+constexpr std::size_t kNatives = static_cast<std::size_t>(Native::kLoadPackageTypes) + 1;
+
+/// A call of a native; what its native does not take is ignored.
+struct Call {
+  Native native = Native::kObjectAbiVersion;
+  std::optional<std::string> name;        // type, class or package name, entry type, or root
+  std::optional<std::string> sourceFile;  // of a plugin
+  std::optional<List> files;              // sources or object paths
+  std::optional<List> identities;
+};
+
+/// What a call did.
+struct Outcome {
+  std::vector<std::string> calls;  // into the host, in order, raises included
+  std::string result;              // what it returned or let through
+  bool ownPointer = false;         // whether the last type lookup got the caller's own pointer
+};
+
+inline std::vector<Answer>& answersOf(World& world, Operation operation) {
+  return world.answers[static_cast<std::size_t>(operation)];
+}
+
+/// Takes the answer to the next call of an operation, and lets it add to the registry and the type table.
+Answer take(World& world, Operation operation);
+
+/// The entry at an index; without names where there is none.
+Entry entryAt(const World& world, int32_t index);
+
+/// What the registry says of its length.
+int32_t countOf(const World& world);
+
+/// What a list says of its length.
+int64_t sizeOf(const List& list);
+
+/// The element at an index; null where there is none.
+std::optional<std::string> elementAt(const List& list, int64_t index);
+
+}  // namespace model
