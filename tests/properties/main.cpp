@@ -7,6 +7,7 @@
 #include <string>
 
 #include "agreement.h"
+#include "small_worlds.h"
 
 static int play(const std::string& text) {
   try {
@@ -19,9 +20,15 @@ static int play(const std::string& text) {
   }
 }
 
+static int test() {
+  const int status = RUN_ALL_TESTS();
+  std::cout << model::worldsPlayed() << " small worlds in all\n";
+  return status;
+}
+
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  if (argc == 1) return RUN_ALL_TESTS();
+  if (argc == 1) return test();
   if (argc == 3 && std::string(argv[1]) == "--world") return play(argv[2]);
   std::cerr << "Usage: " << argv[0] << " [--world TEXT]\n";
   return 2;

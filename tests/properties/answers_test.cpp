@@ -1,0 +1,175 @@
+// Every answer of the host, in every combination: values, exceptions with a text or without, and other thrown objects.
+#include <cerrno>
+#include <cstdint>
+
+#include "small_worlds.h"
+
+using namespace model;
+
+namespace {
+
+using Series = std::vector<std::vector<Answer>>;
+
+class Answers : public SmallWorlds {
+ protected:
+  void playAll(const std::vector<Choice>& choices, const World& world, const Call& call) {
+    forEachCombination(choices, world, [&](const World& each) { play(each, {call}); });
+  }
+};
+
+/// Returns, or throws.
+Series endings() { return {{}, {throwing("broken")}, {throwingOther()}}; }
+
+/// The same, and also at the second call only.
+Series endingsOfTwo() {
+  Series series = endings();
+  series.push_back({returning(1), throwing("")});
+  series.push_back({returning(1), throwingOther(), returning(1)});
+  return series;
+}
+
+Series valuesAndEndings(const std::vector<Answer>& values) {
+  Series series{{throwing("no value")}, {throwingOther()}};
+  for (const Answer& value : values) series.push_back({value});
+  return series;
+}
+
+Series yesNoAndEndings() { return valuesAndEndings({returning(0), returning(1)}); }
+
+const Choice kRaises{Operation::kRaise, endings()};
+const Choice kTypes{Operation::kTypeByName, yesNoAndEndings()};
+const Choice kContexts{Operation::kActiveRuntimeContext, yesNoAndEndings()};
+const Choice kCounts{Operation::kTypeCount, endingsOfTwo()};
+const Choice kShortNames{Operation::kTypeName, endingsOfTwo()};
+const Choice kFullNames{Operation::kTypeFullName, endingsOfTwo()};
+const Choice kLists{Operation::kListSize, endingsOfTwo()};
+const Choice kElements{Operation::kListIndex, endingsOfTwo()};
+
+/// Loads that register the entry type, another one, or nothing, and end in each way.
+Series loads() {
+  Answer failing = registering("A", "p.A");
+  failing.ending = Ending::kThrowsException;
+  return {{}, {throwing("")}, {throwingOther()}, {registering("A", "p.A")}, {registering("A", "q.A")}, {failing}};
+}
+
+/// Registries that do not know the type A, know it, and know two.
+std::vector<World> registries() {
+  std::vector<World> worlds(3);
+  worlds[0].registry = {{"B", "p.B"}};
+  worlds[1].registry = {{"A", "p.A"}};
+  worlds[2].registry = {{"A", "p.A"}, {"A", "q.A"}};
+  return worlds;
+}
+
+TEST_F(Answers, EveryAnswerToALookUpOfAnInstance) {
+  const std::vector<Answer> values{returning(0, "s"), returning(1, "s"), returning(1), returning(2, "s")};
+  for (const int lockError : {0, EPERM, EDEADLK}) {
+    World world;
+    world.lockError = lockError;
+    for (const bool ready : {false, true}) {
+      world.table = {{{"A<B>", "", "", ""}, ready, true}};
+      playAll({kRaises,
+               kTypes,
+               kContexts,
+               {Operation::kMaterialize, valuesAndEndings(values)},
+               {Operation::kLoad, endings()}},
+              world, getTypeByName("A<B >"));
+    }
+  }
+}
+
+TEST_F(Answers, EveryAnswerToALookUpOfAClass) {
+  const Choice sources{Operation::kSourceFileForClass, valuesAndEndings({returning(1, ""), returning(1, "s")})};
+  for (const World& world : registries()) {
+    playAll({kRaises, kTypes, kCounts, kContexts, sources, {Operation::kLoad, endings()}}, world, getTypeByName("A"));
+    playAll({kRaises, kCounts, kShortNames, kFullNames, sources}, world, getTypeByName("A"));
+  }
+}
+
+TEST_F(Answers, EveryAnswerToANameWithoutALookUp) {
+  for (const std::optional<std::string>& name : std::vector<std::optional<std::string>>{std::nullopt, "", "A", "<"}) {
+    for (const int64_t type : {0, 1, 7}) {
+      const Choice types{Operation::kTypeByName, valuesAndEndings({returning(type)})};
+      playAll({kRaises, types}, {}, loadClass(name));
+      playAll({kRaises, types}, {}, getTypeByName(name));
+    }
+  }
+}
+
+TEST_F(Answers, EveryVersionIsHandedOn) {
+  const std::vector<Answer> versions{returning(0), returning(1), returning(-1), returning(INT32_MIN),
+                                     returning(INT32_MAX)};
+  playAll({kRaises, {Operation::kObjectAbiVersion, valuesAndEndings(versions)}}, {}, Call());
+}
+
+TEST_F(Answers, EveryAnswerToASourcePlugin) {
+  for (const World& world : registries()) {
+    playAll({kRaises, kTypes, kCounts, kShortNames, kFullNames, {Operation::kLoad, loads()}}, world,
+            loadSourceClass("f", "A"));
+  }
+}
+
+TEST_F(Answers, EveryAnswerToABundle) {
+  const std::vector<std::optional<List>> lists{List{{"x"}, {}}, List{{"x", std::nullopt}, {}}, List{{"x", "y"}, {}}};
+  for (const World& world : registries()) {
+    for (const auto& objects : lists) {
+      for (const auto& identities : lists) {
+        playAll({kRaises, kCounts, kLists, kElements, {Operation::kLoadBundle, loads()}}, world,
+                loadObjectBundle(objects, identities, "A"));
+      }
+    }
+  }
+}
+
+TEST_F(Answers, EveryAnswerToAPrecompilation) {
+  const std::vector<std::optional<List>> lists{std::nullopt, List{}, List{{"x"}, {}}, List{{"x", "y"}, {}},
+                                               List{{"x", std::nullopt}, {}}};
+  for (const auto& files : lists) {
+    playAll({kRaises, kLists, kElements, kContexts, {Operation::kPrecompile, endings()}}, {}, precompileSources(files));
+  }
+}
+
+TEST_F(Answers, EveryAnswerToARoot) {
+  World world;
+  world.files = {{FileKind::kFolder, "d", ""}, {FileKind::kFile, "f", ""}};
+  for (const std::optional<std::string>& root :
+       std::vector<std::optional<std::string>>{std::nullopt, "", "d", "f", "missing"}) {
+    playAll({kRaises,
+             {Operation::kGetInstance, endings()},
+             {Operation::kAddKlassPath, yesNoAndEndings()},
+             {Operation::kInvalidateCaches, endings()}},
+            world, addSourceRoot(root));
+  }
+}
+
+/// Raises that succeed, or fail at the first time only: a raise within the work is itself bridged.
+Series raisesInWork() {
+  Series series = endings();
+  series.push_back({throwing("first"), returning(1)});
+  series.push_back({throwingOther(), returning(1)});
+  series.push_back({throwing("first"), throwing("second")});
+  return series;
+}
+
+TEST_F(Answers, EveryAnswerToAPackage) {
+  World world;
+  world.roots = {"r"};
+  world.files = {
+      {FileKind::kFile, "r/a/1.ov", ""}, {FileKind::kFile, "r/a/2.ov", ""}, {FileKind::kFile, "r/a/3.ov", ""}};
+  Series loads = endingsOfTwo();
+  loads.push_back({returning(1), returning(1), throwing("third")});
+  for (const char* package : {"a", "b"}) {
+    for (const int error : {0, EIO, EACCES}) {
+      world.openingError = error;
+      playAll({{Operation::kRaise, raisesInWork()},
+               {Operation::kIsValidPackageName, yesNoAndEndings()},
+               {Operation::kGetInstance, endings()},
+               {Operation::kGetKlassPaths, endings()},
+               kContexts,
+               {Operation::kLoad, loads}},
+              world, loadPackageTypes(package));
+    }
+  }
+}
+
+}  // namespace

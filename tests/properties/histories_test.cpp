@@ -1,0 +1,88 @@
+// Histories: calls that come after others, and meet what those left behind.
+#include <algorithm>
+
+#include "small_worlds.h"
+
+using namespace model;
+
+namespace {
+
+class Histories : public SmallWorlds {};
+
+Call getSystem() {
+  Call call;
+  call.native = Native::kGetSystem;
+  return call;
+}
+
+/// Every series of exactly `length` of these answers.
+std::vector<std::vector<Answer>> everySeries(const std::vector<Answer>& answers, std::size_t length) {
+  std::vector<std::vector<Answer>> series;
+  forEachSequence(answers, length, [&](const std::vector<Answer>& each) {
+    if (each.size() == length) series.push_back(each);
+  });
+  return series;
+}
+
+/// Each history begins in a fresh process. Its last answers stand, so the call after the last failure succeeds or is
+/// the last of all.
+TEST_F(Histories, EveryStartOfTheSystemClassLoader) {
+  const std::vector<Answer> loads{returning(1), throwing("broken"), throwingOther()};
+  const std::vector<Answer> objects{returning(0), returning(5), throwing("full"), throwingOther()};
+  const std::vector<Choice> choices{{Operation::kLoad, everySeries(loads, 3)},
+                                    {Operation::kAllocObject, everySeries(objects, 2)}};
+  World world;
+  answersOf(world, Operation::kStandardLibraryPath) = {returning(1, "/lib/std/")};
+  forEachCombination(choices, world, [&](const World& each) {
+    playAfresh(each, {getSystem(), getSystem(), getSystem(), getSystem()});
+  });
+}
+
+TEST_F(Histories, EveryStandardLibrary) {
+  const std::vector<Answer> paths{returning(1, ""),  returning(1, "/"), returning(1, "l/"),
+                                  returning(1, "l"), throwing("none"),  throwingOther()};
+  const std::vector<Choice> choices{
+      {Operation::kStandardLibraryPath, everySeries(paths, 2)},
+      {Operation::kGetInstance, {{}, {throwing("no runtime"), returning(1)}, {throwingOther(), returning(1)}}},
+      {Operation::kAllocObject, {{returning(0), returning(3)}, {returning(3)}}},
+      {Operation::kRaise, {{}, {throwing("raising fails"), returning(1)}}}};
+  forEachCombination(choices, {},
+                     [&](const World& each) { playAfresh(each, {getSystem(), getSystem(), getSystem()}); });
+}
+
+/// Worlds in which a load leaves something behind that later calls meet.
+std::vector<World> worldsThatGrow() {
+  World grows;
+  grows.files = {{FileKind::kFile, "r/a/A.ov", ""}, {FileKind::kFile, "s/a/B.ov", ""}};
+  answersOf(grows, Operation::kSourceFileForClass) = {returning(1, "A.ov")};
+  answersOf(grows, Operation::kMaterialize) = {returning(1, "instance.ov")};
+  World becomesAmbiguous = grows;
+  Answer instance;
+  instance.records = {{{"", "A < A >", "", ""}, true, true}};
+  answersOf(grows, Operation::kLoad) = {registering("A", "p.A"), instance, registering("B", "p.A")};
+  answersOf(becomesAmbiguous, Operation::kLoad) = {registering("A", "p.A"), throwing("broken"),
+                                                   registering("A", "q.A")};
+  answersOf(becomesAmbiguous, Operation::kAddKlassPath) = {returning(1), returning(0), returning(1)};
+  answersOf(becomesAmbiguous, Operation::kLoadBundle) = {registering("A", "q.A"), instance};
+  return {grows, becomesAmbiguous};
+}
+
+TEST_F(Histories, EveryHistoryOfCalls) {
+  const List none;
+  const std::vector<Call> calls{
+      getTypeByName("A"), getTypeByName("A<A>"), loadSourceClass("f", "A"), loadObjectBundle(none, none, "p.A"),
+      addSourceRoot("r"), addSourceRoot("s"),    loadPackageTypes("a")};
+  for (const World& world : worldsThatGrow()) {
+    forEachSequence(calls, 4, [&](const std::vector<Call>& history) { play(world, history); });
+  }
+}
+
+TEST_F(Histories, EveryLongHistoryOfLookUps) {
+  const std::vector<Call> calls{getTypeByName("A"), getTypeByName("A<A>"), loadSourceClass("f", "A"),
+                                loadSourceClass("f", "q.A")};
+  for (const World& world : worldsThatGrow()) {
+    forEachSequence(calls, 6, [&](const std::vector<Call>& history) { play(world, history); });
+  }
+}
+
+}  // namespace

@@ -1,0 +1,77 @@
+// String lists: every small one, with every length that a list may claim.
+#include <cstdint>
+
+#include "small_worlds.h"
+
+using namespace model;
+
+namespace {
+
+using Text = std::optional<std::string>;
+
+class Lists : public SmallWorlds {};
+
+/// Every list of up to `longest` elements, and no list.
+std::vector<std::optional<List>> everyList(const std::vector<Text>& elements, std::size_t longest) {
+  std::vector<std::optional<List>> lists{std::nullopt};
+  forEachSequence(elements, longest, [&](const std::vector<Text>& list) { lists.push_back(List{list, std::nullopt}); });
+  return lists;
+}
+
+const std::vector<std::optional<int64_t>> kSizes{std::nullopt, INT64_MIN,        -1,       0, 1, 2, 3, 4, 5,
+                                                 1000,         int64_t{1} << 60, INT64_MAX};
+
+TEST_F(Lists, EveryListIsPrecompiled) {
+  for (std::optional<List> list : everyList({std::nullopt, "", "x", "y z"}, 4)) {
+    if (!list) {
+      play({}, {precompileSources(list)});
+      continue;
+    }
+    for (const auto& size : kSizes) {
+      list->size = size;
+      play({}, {precompileSources(list)});
+    }
+  }
+}
+
+TEST_F(Lists, EveryPairOfListsIsABundle) {
+  const std::vector<std::optional<List>> lists = everyList({std::nullopt, "", "x", "y"}, 3);
+  std::vector<World> worlds(3);
+  worlds[1].registry = {{"A", "p.A"}};
+  answersOf(worlds[2], Operation::kLoadBundle) = {registering("A", "p.A")};
+  for (const World& world : worlds) {
+    for (const auto& objects : lists) {
+      for (const auto& identities : lists) play(world, {loadObjectBundle(objects, identities, "A")});
+    }
+  }
+}
+
+TEST_F(Lists, EveryPairOfLengthsIsCompared) {
+  for (std::optional<List> objects : everyList({std::nullopt, "x"}, 2)) {
+    for (std::optional<List> identities : everyList({std::nullopt, "y"}, 2)) {
+      for (const auto& size : kSizes) {
+        for (const auto& otherSize : kSizes) {
+          if (objects) objects->size = size;
+          if (identities) identities->size = otherSize;
+          play({}, {loadObjectBundle(objects, identities, "A")});
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Lists, EveryMissingArgumentIsRefused) {
+  const List empty;
+  for (const Text& file : std::vector<Text>{std::nullopt, "", "f"}) {
+    for (const Text& entryType : std::vector<Text>{std::nullopt, "", "A"}) {
+      play({}, {loadSourceClass(file, entryType)});
+      for (const auto& objects : {std::optional<List>(), std::optional(empty)}) {
+        for (const auto& identities : {std::optional<List>(), std::optional(empty)}) {
+          play({}, {loadObjectBundle(objects, identities, entryType)});
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
