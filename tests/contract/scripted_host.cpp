@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 
 // The linker makes these names.
 // NOLINTBEGIN(bugprone-reserved-identifier)
@@ -32,8 +33,14 @@ namespace scripted {
 
 using orva::compiler::Runtime;
 
+/// The thread that locked gReflectionMutex; no thread while it is free.
+static std::thread::id mutexHolder;
+
+/// Tells whether the calling thread holds the mutex, or any thread whose locking was not seen.
 static bool isMutexHeld() {
-  if (pthread_mutex_trylock(gReflectionMutex.native_handle()) != 0) return true;
+  if (pthread_mutex_trylock(gReflectionMutex.native_handle()) != 0) {
+    return mutexHolder == std::thread::id() || mutexHolder == std::this_thread::get_id();
+  }
   __real_pthread_mutex_unlock(gReflectionMutex.native_handle());
   return false;
 }
@@ -94,10 +101,20 @@ const List* Host::findList(void* handle) const {
   return nullptr;
 }
 
-const char* Host::keep(std::unique_ptr<std::string>& place, const std::optional<std::string>& name) {
+static const char* keep(std::unique_ptr<std::string>& place, const std::optional<std::string>& name) {
   if (place) place->assign(place->size(), '?');
   place = name ? std::make_unique<std::string>(*name) : nullptr;
   return place ? place->c_str() : nullptr;
+}
+
+const char* Host::keepShortName(const std::optional<std::string>& name) {
+  thread_local std::unique_ptr<std::string> shortName;
+  return keep(shortName, name);
+}
+
+const char* Host::keepFullName(const std::optional<std::string>& name) {
+  thread_local std::unique_ptr<std::string> fullName;
+  return keep(fullName, name);
 }
 
 void Host::record(std::string line) {
@@ -139,6 +156,7 @@ void reset() {
   currentHost() = std::make_unique<Host>();
   gTypes.clear();
   if (isMutexHeld()) __real_pthread_mutex_unlock(gReflectionMutex.native_handle());
+  mutexHolder = {};
 }
 
 void* token(std::size_t number) {
@@ -229,8 +247,10 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
   host().record("lock(gReflectionMutex)");
   int error = scripted::answerOr(host().lockMutex, [] { return 0; });
   if (error == 0) error = __real_pthread_mutex_lock(mutex);
-  if (error == 0) scripted::answerOr(host().onLocked, [] {});
-  return error;
+  if (error != 0) return error;
+  scripted::mutexHolder = std::this_thread::get_id();
+  scripted::answerOr(host().onLocked, [] {});
+  return 0;
 }
 
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
@@ -239,6 +259,7 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
   scripted::answerOr(host().onUnlocking, [] {});
   EXPECT_TRUE(scripted::isMutexHeld()) << "gReflectionMutex was unlocked and not held";
   host().record("unlock(gReflectionMutex)");
+  scripted::mutexHolder = {};
   return __real_pthread_mutex_unlock(mutex);
 }
 
@@ -312,15 +333,15 @@ static scripted::Entry entryAt(int32_t index) {
 const char* Reflection_getTypeName(int32_t index) {
   const HostsTurn turn;
   enter("Reflection_getTypeName", std::to_string(index));
-  host().keepFullName(std::nullopt);
-  const auto otherwise = [index] { return host().keepShortName(entryAt(index).shortName); };
+  scripted::Host::keepFullName(std::nullopt);
+  const auto otherwise = [index] { return scripted::Host::keepShortName(entryAt(index).shortName); };
   return scripted::answerOr(host().typeName, otherwise, index);
 }
 
 const char* Reflection_getTypeFullName(int32_t index) {
   const HostsTurn turn;
   enter("Reflection_getTypeFullName", std::to_string(index));
-  const auto otherwise = [index] { return host().keepFullName(entryAt(index).fullName); };
+  const auto otherwise = [index] { return scripted::Host::keepFullName(entryAt(index).fullName); };
   return scripted::answerOr(host().typeFullName, otherwise, index);
 }
 

@@ -174,9 +174,9 @@ class Host {
   /// Finds a list by its handle; null and a failure of the test when there is none.
   const List* findList(void* handle) const;
 
-  // Copies of the names handed out last; those handed out before are gone.
-  const char* keepShortName(const std::optional<std::string>& name) { return keep(shortName_, name); }
-  const char* keepFullName(const std::optional<std::string>& name) { return keep(fullName_, name); }
+  // Copies of the names handed out last to the calling thread; those handed out before are gone.
+  static const char* keepShortName(const std::optional<std::string>& name);
+  static const char* keepFullName(const std::optional<std::string>& name);
 
   /// Hands out the calls recorded since the last time, and forgets them.
   std::vector<std::string> takeCalls();
@@ -191,12 +191,8 @@ class Host {
  private:
   std::size_t pendingAnswers() const;
 
-  static const char* keep(std::unique_ptr<std::string>& place, const std::optional<std::string>& name);
-
   std::deque<List> lists_;
   std::vector<std::string> calls_;
-  std::unique_ptr<std::string> shortName_;
-  std::unique_ptr<std::string> fullName_;
 };
 
 /// The host of the running test.
