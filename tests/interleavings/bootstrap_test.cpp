@@ -1,0 +1,56 @@
+// Several first callers of the system class loader at once: each may load the sources and make an object; the object
+// that is stored last stays.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "schedules.h"
+
+using namespace scripted;
+
+namespace {
+
+const std::vector<std::string> kAsked{"Runtime::getInstance()", "Runtime::getStandardLibraryPath()"};
+const std::vector<std::string> kLoaded{loaded("/lib/orva/ClassLoader.ov", "empty"),
+                                       loaded("/lib/orva/SystemClassLoader.ov", "empty")};
+const std::string kAllocated = "Orva_allocObject(\"SystemClassLoader\")";
+
+/// A first caller of either name, with these calls ahead of the allocation.
+Side caller(const std::string& name, const std::string& other, const std::vector<std::string>& before) {
+  return {[](const SteppedHost& host) { return host.endingWithObject(orva_ClassLoader_getSystem()); },
+          {{"does all", sequence(before, kAllocated), name + "'s object"},
+           {"only allocates", {kAllocated}, name + "'s object"},
+           {"is handed " + other + "'s", {}, other + "'s object"}}};
+}
+
+/// What a later caller is handed, and that it costs no call.
+std::string staying(const SteppedHost& host) {
+  scripted::host().takeCalls();
+  const std::string stays = host.nameOfObject(orva_ClassLoader_getSystem()) + " stays";
+  return scripted::host().takeCalls().empty() ? stays : stays + ", and is asked for again";
+}
+
+Pair callers(const std::string& library, const std::vector<std::string>& before) {
+  const auto world = [library](SteppedHost& host) {
+    host.hasLibrary(library);
+    host.defines("/lib/orva/ClassLoader.ov", "orva.ClassLoader");
+    host.defines("/lib/orva/SystemClassLoader.ov", "orva.SystemClassLoader");
+  };
+  return {world, caller("A", "B", before), caller("B", "A", before), staying, true};
+}
+
+TEST(Bootstrap, WithAStandardLibrary) {
+  expectOutcomes(callers("/lib", sequence(kAsked, kLoaded)), 3380,
+                 {"A does all. B is handed A's. A's object stays.", "A is handed B's. B does all. B's object stays.",
+                  "A does all. B only allocates. A's object stays.", "A does all. B only allocates. B's object stays.",
+                  "A only allocates. B does all. A's object stays.", "A only allocates. B does all. B's object stays.",
+                  "A does all. B does all. A's object stays.", "A does all. B does all. B's object stays."});
+}
+
+TEST(Bootstrap, WithoutAStandardLibrary) {
+  expectOutcomes(callers("", kAsked), 252,
+                 {"A does all. B is handed A's. A's object stays.", "A is handed B's. B does all. B's object stays.",
+                  "A does all. B does all. A's object stays.", "A does all. B does all. B's object stays."});
+}
+
+}  // namespace

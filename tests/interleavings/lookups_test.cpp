@@ -1,0 +1,140 @@
+// Lookups at once with lookups. The test whether a type is there and what makes it are no single step, so both threads
+// may ask for the same source; the compiler keeps that from doing harm.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "schedules.h"
+
+using namespace scripted;
+
+namespace {
+
+Side lookup(const std::string& name, std::vector<Path> paths) {
+  const auto call = [name](const SteppedHost& host) {
+    return host.endingWithType(orva_ClassLoader_getTypeByName(name.c_str()));
+  };
+  return {call, std::move(paths)};
+}
+
+/// The calls of a lookup that finds `registered` types, none of them its own, and the source of its class.
+std::vector<std::string> loading(const std::string& name, const std::string& file, int32_t registered) {
+  return sequence(scan(registered), "Compiler::activeRuntimeContext()",
+                  "ClassLoader::sourceFileForClass(\"" + name + "\", active, no token)", loaded(file, "active"),
+                  typeByName(name));
+}
+
+/// The calls of a lookup of a plain name that is registered.
+std::vector<std::string> finding(const std::string& name, int32_t registered) {
+  return sequence(scan(registered), typeByName(name));
+}
+
+TEST(Lookups, OfTheSameMissingClass) {
+  const Side circle = lookup("p.Circle", {{"loads it", loading("p.Circle", "cp/p/Circle.ov", 0), "p.Circle"},
+                                          {"finds it", finding("p.Circle", 1), "p.Circle"}});
+  const auto world = [](SteppedHost& host) {
+    host.hasRoot("cp");
+    host.defines("cp/p/Circle.ov", "p.Circle");
+  };
+  expectOutcomes({world, circle, circle}, 912,
+                 {"A loads it. B finds it. cp/p/Circle.ov compiled for A.",
+                  "A finds it. B loads it. cp/p/Circle.ov compiled for B.",
+                  "A loads it. B loads it. cp/p/Circle.ov compiled for A.",
+                  "A loads it. B loads it. cp/p/Circle.ov compiled for B."});
+}
+
+TEST(Lookups, OfTheSameMissingClassBesideAnother) {
+  const Side circle = lookup("p.Circle", {{"loads it", loading("p.Circle", "cp/p/Circle.ov", 1), "p.Circle"},
+                                          {"finds it", finding("p.Circle", 2), "p.Circle"}});
+  const auto world = [](SteppedHost& host) {
+    host.hasRoot("cp");
+    host.hasType("p.Square");
+    host.defines("cp/p/Circle.ov", "p.Circle");
+  };
+  expectOutcomes({world, circle, circle}, 12854,
+                 {"A loads it. B finds it. cp/p/Circle.ov compiled for A.",
+                  "A finds it. B loads it. cp/p/Circle.ov compiled for B.",
+                  "A loads it. B loads it. cp/p/Circle.ov compiled for A.",
+                  "A loads it. B loads it. cp/p/Circle.ov compiled for B."});
+}
+
+TEST(Lookups, OfAShortNameAndOfAClassThatGetsIt) {
+  const Side map = lookup("Map", {{"loads the class of the default package", loading("Map", "cp/Map.ov", 0), "Map"},
+                                  {"finds the other class", finding("Map", 1), "b.Map"}});
+  const Side other = lookup("b.Map", {{"loads it first", loading("b.Map", "cp/b/Map.ov", 0), "b.Map"},
+                                      {"loads it second", loading("b.Map", "cp/b/Map.ov", 1), "b.Map"}});
+  const auto world = [](SteppedHost& host) {
+    host.hasRoot("cp");
+    host.defines("cp/Map.ov", "Map");
+    host.defines("cp/b/Map.ov", "b.Map");
+  };
+  const std::string both = "cp/Map.ov compiled for A, cp/b/Map.ov compiled for B.";
+  expectOutcomes({world, map, other}, 930,
+                 {"A loads the class of the default package. B loads it first. " + both,
+                  "A loads the class of the default package. B loads it second. " + both,
+                  "A finds the other class. B loads it first. cp/b/Map.ov compiled for B."});
+}
+
+TEST(Lookups, OfAShortNameThatBecomesAmbiguous) {
+  const std::string refusal = "Ambiguous plugin entry type 'Map'; use its fully qualified name";
+  const Side map =
+      lookup("Map", {{"finds the one class", finding("Map", 1), "a.Map"},
+                     {"finds the one class, and the runtime two", finding("Map", 1), "null"},
+                     {"is told that there are two", sequence(scan(2), raised("ClassNotFoundException", refusal)),
+                      "null, ClassNotFoundException"}});
+  const Side other = lookup("b.Map", {{"loads the second", loading("b.Map", "cp/b/Map.ov", 1), "b.Map"}});
+  const auto world = [](SteppedHost& host) {
+    host.hasRoot("cp");
+    host.hasType("a.Map");
+    host.defines("cp/b/Map.ov", "b.Map");
+  };
+  const std::string rest = ". B loads the second. cp/b/Map.ov compiled for B.";
+  expectOutcomes({world, map, other}, 1303,
+                 {"A finds the one class" + rest, "A finds the one class, and the runtime two" + rest,
+                  "A is told that there are two" + rest});
+}
+
+const std::string kInstance = "p.Box<p.Circle>";
+const std::vector<std::string> kWalked{"lock(gReflectionMutex)", "unlock(gReflectionMutex)"};
+
+Side instanceLookup() {
+  const auto materialised =
+      sequence(kWalked, "Compiler::activeRuntimeContext()",
+               "ClassLoader::materializeRuntimeGenericType(\"" + kInstance + "\", \"\", \"\", active)",
+               loaded("made/Box.ov", "active"), typeByName(kInstance));
+  return lookup(kInstance, {{"materialises it", materialised, kInstance},
+                            {"finds it ready", sequence(kWalked, typeByName(kInstance)), kInstance}});
+}
+
+TEST(Lookups, OfTheSameMissingInstance) {
+  const auto world = [](SteppedHost& host) { host.defines("made/Box.ov", kInstance); };
+  expectOutcomes({world, instanceLookup(), instanceLookup()}, 1878,
+                 {"A materialises it. B finds it ready. made/Box.ov compiled for A.",
+                  "A finds it ready. B materialises it. made/Box.ov compiled for B.",
+                  "A materialises it. B materialises it. made/Box.ov compiled for A.",
+                  "A materialises it. B materialises it. made/Box.ov compiled for B."});
+}
+
+TEST(Lookups, OfTheSameReadyInstance) {
+  const auto world = [](SteppedHost& host) { host.hasType(kInstance); };
+  expectOutcomes({world, instanceLookup(), instanceLookup()}, 34,
+                 {"A finds it ready. B finds it ready. nothing compiled."});
+}
+
+TEST(Lookups, OfAClassAndByTheSystemClassLoader) {
+  const Side asking = {[](const SteppedHost& host) {
+                         return host.endingWithType(orva_SystemClassLoader_loadClass(nullptr, "p.Circle"));
+                       },
+                       {{"is answered null", {typeByName("p.Circle")}, "null"},
+                        {"is answered the class", {typeByName("p.Circle")}, "p.Circle"}}};
+  const Side circle = lookup("p.Circle", {{"loads it", loading("p.Circle", "cp/p/Circle.ov", 0), "p.Circle"}});
+  const auto world = [](SteppedHost& host) {
+    host.hasRoot("cp");
+    host.defines("cp/p/Circle.ov", "p.Circle");
+  };
+  expectOutcomes({world, asking, circle}, 28,
+                 {"A is answered null. B loads it. cp/p/Circle.ov compiled for B.",
+                  "A is answered the class. B loads it. cp/p/Circle.ov compiled for B."});
+}
+
+}  // namespace

@@ -1,0 +1,182 @@
+// The search through all schedules: run one, turn its last free choice of A into B, and run that.
+#include "schedules.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <sstream>
+
+#include "command_line.h"
+
+namespace {
+
+/// What one schedule came to. `fault` is empty when all is well.
+struct Execution {
+  std::string schedule;
+  std::string next;  // the first letters of the next schedule; empty when this was the last
+  std::string outcome;
+  std::string fault;
+  std::string calls;
+};
+
+/// Sums the schedules of a run up at its end.
+class Total : public testing::Environment {
+ public:
+  void add(std::size_t schedules) { schedules_ += schedules; }
+  void TearDown() override { std::cout << "[SCHEDULES ] " << schedules_ << " in all\n"; }
+
+ private:
+  std::size_t schedules_ = 0;
+};
+
+Total& total = *static_cast<Total*>(testing::AddGlobalTestEnvironment(new Total));
+
+std::string nextAfter(const Stepper& stepper) {
+  const std::string& schedule = stepper.schedule();
+  for (std::size_t step = schedule.size(); step-- > 0;) {
+    if (stepper.branches()[step] && schedule[step] == 'A') return schedule.substr(0, step) + 'B';
+  }
+  return "";
+}
+
+/// The words of the path that a thread took; its calls as a fault when it took none.
+std::string wordsOf(const Side& side, const std::vector<std::string>& calls, const std::string& ending,
+                    std::string& fault) {
+  for (const Path& path : side.paths) {
+    if (path.calls == calls && path.ending == ending) return path.words;
+  }
+  fault += "no right way through its native:\n" + scripted::joined(calls) + "and then: " + ending + "\n";
+  return "goes astray";
+}
+
+std::string listing(const Stepper& stepper, const std::array<std::string, 2>& endings) {
+  std::string text;
+  for (const int thread : {0, 1}) {
+    text += thread == 0 ? "thread A:\n" : "thread B:\n";
+    for (const std::string& line : stepper.calls(thread)) text += "  " + line + '\n';
+    text += "  and then: " + endings.at(static_cast<std::size_t>(thread)) + '\n';
+  }
+  return text;
+}
+
+std::function<void()> calling(const Side& side, const SteppedHost& host, std::string& ending) {
+  return [&] {
+    try {
+      ending = side.call(host);
+    } catch (...) {
+      ending = "something was thrown";
+    }
+  };
+}
+
+Execution execute(const Pair& pair, const std::string& prefix) {
+  Stepper stepper(prefix);
+  SteppedHost host(stepper);
+  pair.world(host);
+  std::array<std::string, 2> endings;
+  stepper.run(calling(pair.a, host, endings[0]), calling(pair.b, host, endings[1]));
+  Execution done{stepper.schedule(), nextAfter(stepper), "", stepper.fault(), listing(stepper, endings)};
+  done.outcome = "A " + wordsOf(pair.a, stepper.calls(0), endings[0], done.fault) + ". B " +
+                 wordsOf(pair.b, stepper.calls(1), endings[1], done.fault) + ". " + pair.leaves(host) + '.';
+  scripted::host().takeCalls();
+  return done;
+}
+
+/// Fields cross from the child in one text, each with its length ahead.
+std::string packed(const Execution& done) {
+  std::ostringstream text;
+  for (const std::string& field : {done.schedule, done.next, done.outcome, done.fault, done.calls}) {
+    text << field.size() << ' ' << field;
+  }
+  return text.str();
+}
+
+Execution unpacked(const std::string& packedText) {
+  std::istringstream text(packedText);
+  Execution done;
+  for (std::string* field : {&done.schedule, &done.next, &done.outcome, &done.fault, &done.calls}) {
+    std::size_t size = 0;
+    text >> size;
+    text.ignore();
+    field->resize(size);
+    text.read(field->data(), static_cast<std::streamsize>(size));
+  }
+  return done;
+}
+
+std::string readAll(int descriptor) {
+  std::string text;
+  std::array<char, 4096> bytes = {};
+  for (ssize_t count = 0; (count = read(descriptor, bytes.data(), bytes.size())) > 0;) {
+    text.append(bytes.data(), static_cast<std::size_t>(count));
+  }
+  return text;
+}
+
+/// Executes in a child; what it reports fits into a pipe, so that it never waits for its reader.
+Execution executeInOwnProcess(const Pair& pair, const std::string& prefix) {
+  std::array<int, 2> ends = {};
+  if (pipe(ends.data()) != 0) return {prefix, "", "", "no pipe could be made", ""};
+  const int status = scripted::statusOfOwnProcess([&] {
+    const std::string report = packed(execute(pair, prefix));
+    EXPECT_EQ(static_cast<ssize_t>(report.size()), write(ends[1], report.data(), report.size()));
+  });
+  close(ends[1]);
+  Execution done = unpacked(readAll(ends[0]));
+  close(ends[0]);
+  if (status != 0) done.fault += "the schedule's process ended with status " + std::to_string(status) + '\n';
+  return done;
+}
+
+Execution run(const Pair& pair, const std::string& prefix) {
+  Execution done = pair.inOwnProcess ? executeInOwnProcess(pair, prefix) : execute(pair, prefix);
+  if (testing::Test::HasFailure()) done.fault += "a call that the host refuses, see above\n";
+  return done;
+}
+
+/// Everything that is needed to see and to repeat one schedule.
+std::string report(const Execution& done) {
+  return "schedule " + done.schedule + ": " + done.outcome + '\n' + done.calls + "again: " + commandFor(done.schedule);
+}
+
+std::string joined(const std::set<std::string>& lines) {
+  return scripted::joined(std::vector<std::string>(lines.begin(), lines.end()));
+}
+
+/// Fails for a schedule that went wrong.
+/// @return whether it went well.
+bool isRight(const Execution& done, const std::set<std::string>& outcomes) {
+  const bool isExpected = outcomes.count(done.outcome) > 0;
+  if (isExpected && done.fault.empty()) return true;
+  ADD_FAILURE() << done.fault << (isExpected ? "" : "an outcome that may not be\n") << report(done);
+  return false;
+}
+
+void expectAll(const Pair& pair, std::size_t schedules, const std::set<std::string>& outcomes) {
+  std::set<std::string> seen;
+  std::size_t count = 0;
+  std::string prefix;
+  do {
+    const Execution done = run(pair, prefix);
+    ++count;
+    if (!isRight(done, outcomes)) return;
+    seen.insert(done.outcome);
+    prefix = done.next;
+  } while (!prefix.empty());
+  total.add(count);
+  std::cout << "[SCHEDULES ] " << count << ", outcomes " << seen.size() << '\n';
+  EXPECT_EQ(joined(outcomes), joined(seen)) << "an outcome that no schedule has";
+  EXPECT_EQ(schedules, count);
+}
+
+}  // namespace
+
+void expectOutcomes(const Pair& pair, std::size_t schedules, const std::set<std::string>& outcomes) {
+  const std::string& only = scheduleOnCommandLine();
+  if (only.empty()) return expectAll(pair, schedules, outcomes);
+  const Execution done = run(pair, only);
+  if (isRight(done, outcomes)) std::cout << report(done) << '\n';
+}

@@ -1,0 +1,67 @@
+// A host that remembers: sources define types, a load registers them, and lookups find what is registered by then.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "classloader/natives.h"
+#include "scripted_host.h"
+#include "stepper.h"
+
+/// The scripted host with one script for all: that of a runtime whose threads are stepped.
+class SteppedHost {
+ public:
+  /// Takes the scripted host over. Every call of a stepped thread is a step of its own.
+  explicit SteppedHost(Stepper& stepper);
+  ~SteppedHost();
+  SteppedHost(const SteppedHost&) = delete;
+  SteppedHost& operator=(const SteppedHost&) = delete;
+
+  /// Adds a source or object file that defines a type.
+  void defines(const std::string& file, const std::string& fullName) { definitions_[file] = fullName; }
+
+  /// Registers a type, which no other may have the name of.
+  void hasType(const std::string& fullName);
+
+  /// Adds a root that lies on the class path from the start.
+  void hasRoot(const std::string& root);
+
+  /// Sets the root of the standard library.
+  void hasLibrary(const std::string& path) { library_ = path; }
+
+  /// Makes the reading of a whole list one step, where two threads that each read lists of their own would have more
+  /// schedules than there is time for.
+  void readsListsAtOnce() { elementsAreSteps_ = false; }
+
+  /// Says what a native returned to the calling thread, and what is pending there now.
+  std::string ending(const std::string& result) const;
+  std::string endingWithType(void* type) const { return ending(nameOfType(type)); }
+  std::string endingWithObject(void* object) const { return ending(nameOfObject(object)); }
+
+  /// Names the thread for which an object was allocated.
+  std::string nameOfObject(void* object) const;
+
+  /// Says for which thread each loaded file was compiled.
+  std::string compiled() const;
+
+ private:
+  void enter(const std::string& line);
+  void answerReflection();
+  void answerCompiler();
+  void answerClassPath();
+  void load(const std::string& file);
+  void declare(const std::string& instance);
+  bool materialize(std::string& sourceFile);
+  std::string sourceOf(const std::string& className) const;
+  void* typeByName(const std::string& name) const;
+  std::string nameOfType(void* type) const;
+
+  Stepper& stepper_;
+  std::map<std::string, std::string> definitions_;
+  std::map<std::string, char> compiledFor_;
+  std::vector<std::string> searchedRoots_;  // the class path as it was when the caches were dropped last
+  std::vector<TypeRecord> table_;
+  std::string library_;
+  bool elementsAreSteps_ = true;
+};
