@@ -138,6 +138,10 @@ void MethodGenerator::generate(const language::Try& statement, Position /*positi
   landing_ = outer;
 
   ir_.SetInsertPoint(landing);
+  // The landing needs it even when nothing in the body can throw.
+  auto* personality = llvm::FunctionType::get(llvm::Type::getInt32Ty(ir_.getContext()), true);
+  function_->setPersonalityFn(llvm::cast<llvm::Constant>(
+      builder_.module().getOrInsertFunction("__gxx_personality_v0", personality).getCallee()));
   auto* landed = llvm::StructType::get(builder_.pointer(), llvm::Type::getInt32Ty(ir_.getContext()));
   llvm::LandingPadInst* pad = ir_.CreateLandingPad(landed, 1);
   // Only language exceptions are caught; every other C++ exception goes on to whoever called the program.
@@ -211,11 +215,6 @@ void MethodGenerator::jump(llvm::BasicBlock* target) {
 
 llvm::Value* MethodGenerator::call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments) {
   if (landing_ == nullptr) return ir_.CreateCall(callee, arguments);
-  if (!function_->hasPersonalityFn()) {
-    auto* type = llvm::FunctionType::get(llvm::Type::getInt32Ty(ir_.getContext()), true);
-    function_->setPersonalityFn(
-        llvm::cast<llvm::Constant>(builder_.module().getOrInsertFunction("__gxx_personality_v0", type).getCallee()));
-  }
   llvm::BasicBlock* next = newBlock("called");
   llvm::Value* result = ir_.CreateInvoke(callee, next, landing_, arguments);
   ir_.SetInsertPoint(next);
