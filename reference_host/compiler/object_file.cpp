@@ -93,6 +93,12 @@ static std::optional<llvm::StringRef> findHeader(const llvm::object::ObjectFile&
   return std::nullopt;
 }
 
+/// The JSON parser goes down a level for each bracket, and would exhaust the stack. A header of ours holds three.
+static void checkNesting(llvm::StringRef header) {
+  constexpr std::size_t most = 64;
+  if (header.count('[') + header.count('{') > most) throw std::runtime_error("its header is nested too deeply");
+}
+
 static std::vector<std::string> textsOf(const json::Object& header, const char* key) {
   const json::Array* array = header.getArray(key);
   if (array == nullptr) throw std::runtime_error(std::string("its header has no list '") + key + "'");
@@ -125,6 +131,7 @@ static std::optional<ObjectFile> parseObject(const std::string& path, const llvm
   if (parsed == nullptr) return std::nullopt;
   const auto text = findHeader(*parsed);
   if (!text) return std::nullopt;
+  checkNesting(*text);
   llvm::Expected<json::Value> value = json::parse(*text);
   if (!value) throw std::runtime_error(llvm::toString(value.takeError()));
   const json::Object* header = value->getAsObject();

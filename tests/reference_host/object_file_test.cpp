@@ -149,6 +149,15 @@ TEST(ObjectFile, AHeaderWithoutListsIsDamaged) {
   EXPECT_EQ(loadingFails(), "'A.o' is damaged: its header has no list 'natives'");
 }
 
+TEST(ObjectFile, AHeaderThatIsNestedTooDeeplyIsDamaged) {
+  const Workspace workspace;
+  std::string bytes = compiled();
+  const std::size_t begin = bytes.find("{\"");
+  const std::size_t end = bytes.find("\"}", begin) + 2;
+  writeFile("A.o", bytes.replace(begin, end - begin, end - begin, '['));
+  EXPECT_EQ(failureOf([] { readObject("A.o"); }), "'A.o' is damaged: its header is nested too deeply");
+}
+
 TEST(ObjectFile, EveryByteThatChangedIsFound) {
   const Workspace workspace;
   const std::string whole = compiled();
