@@ -1,0 +1,131 @@
+// Any text is parsed and compiled to a module that LLVM accepts, or refused with diagnostics that point into it.
+#include <llvm/IR/LLVMContext.h>
+#include <llvm/IR/Module.h>
+#include <llvm/IR/Verifier.h>
+#include <llvm/Linker/Linker.h>
+#include <llvm/Support/raw_ostream.h>
+
+#include <algorithm>
+#include <charconv>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "finding.h"
+#include "reference_host/compiler/class_catalog.h"
+#include "reference_host/compiler/class_generator.h"
+#include "reference_host/language/parser.h"
+#include "target.h"
+
+using namespace orva::compiler;
+using namespace orva::language;
+
+static std::vector<std::string_view> splitLines(std::string_view text) {
+  std::vector<std::string_view> lines;
+  for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+    lines.push_back(text.substr(0, end));
+    text.remove_prefix(end + 1);
+  }
+  lines.push_back(text);
+  return lines;
+}
+
+/// Takes `prefix` off the head of a text; false when it does not stand there.
+static bool take(std::string_view& text, std::string_view prefix) {
+  if (text.substr(0, prefix.size()) != prefix) return false;
+  text.remove_prefix(prefix.size());
+  return true;
+}
+
+/// Takes a number from 1 on off the head of a text; 0 when none stands there.
+static std::size_t takeNumber(std::string_view& text) {
+  std::size_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  return error == std::errc() ? number : 0;
+}
+
+/// A line without the first half of a line end.
+static std::string_view trimmed(std::string_view line) {
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
+
+/// The line as a diagnostic shows it.
+static std::string shown(std::string_view line) {
+  std::string text = "  " + std::string(line);
+  std::replace(text.begin(), text.end(), '\0', ' ');
+  return text;
+}
+
+/// White space up to a caret that stands under the column.
+static std::string caret(std::string_view line, std::size_t column) {
+  std::string text = "  ";
+  for (const char byte : line.substr(0, column - 1)) {
+    if (byte == '\t') text += '\t';
+    if (byte != '\t' && (byte & 0xC0) != 0x80) text += ' ';
+  }
+  return text + '^';
+}
+
+/// A refusal is a block for each thing that is wrong: the place and the message, the line, a caret.
+static void checkRefusal(const SourceText& source, const std::string& refusal) {
+  const std::vector<std::string_view> blocks = splitLines(refusal);
+  const std::vector<std::string_view> lines = splitLines(source.text);
+  require(blocks.size() % 3 == 0, "a diagnostic is not three lines:\n" + refusal);
+  for (std::size_t i = 0; i < blocks.size(); i += 3) {
+    std::string_view head = blocks[i];
+    require(take(head, source.path + ":"), "a diagnostic does not name the file:\n" + refusal);
+    const std::size_t line = takeNumber(head);
+    const std::size_t column = take(head, ":") ? takeNumber(head) : 0;
+    require(take(head, ": error: ") && !head.empty(), "a diagnostic has no message:\n" + refusal);
+    require(line >= 1 && line <= lines.size(), "a diagnostic points to no line:\n" + refusal);
+    const std::string_view text = lines[line - 1];
+    require(column >= 1 && column <= text.size() + 1, "a diagnostic points behind its line:\n" + refusal);
+    require(blocks[i + 1] == shown(trimmed(text)), "a diagnostic shows another line:\n" + refusal);
+    require(blocks[i + 2] == caret(trimmed(text), column), "a caret stands elsewhere:\n" + refusal);
+  }
+}
+
+static void verify(const llvm::Module& module) {
+  std::string problem;
+  llvm::raw_string_ostream out(problem);
+  if (!llvm::verifyModule(module, &out)) return;
+  module.print(out, nullptr);
+  finding("LLVM refuses the module: " + out.str());
+}
+
+/// Generates all classes of a file, and joins them as an object file does. Throws `SourceError`.
+static void compile(const SourceText& source, const SourceFile& file, const ClassCatalog& catalog) {
+  llvm::LLVMContext context;
+  std::vector<Diagnostic> diagnostics;
+  std::vector<GeneratedClass> classes;
+  for (const ClassDeclaration& declared : file.classes) {
+    classes.push_back(generateClass(source, file, declared, catalog, context, diagnostics));
+  }
+  if (!diagnostics.empty()) throw SourceError(source, diagnostics);
+  llvm::Module whole(source.path, context);
+  for (GeneratedClass& generated : classes) {
+    verify(*generated.module);
+    require(generated.module->getFunction(generated.initialiser) != nullptr, "no function " + generated.initialiser);
+    require(!llvm::Linker::linkModules(whole, std::move(generated.module)), "the classes cannot be joined");
+  }
+  verify(whole);
+}
+
+static void play(const SourceText& source, Origin origin) {
+  static ClassPath classPath(ORVA_STANDARD_LIBRARY);
+  classPath.dropCaches();
+  try {
+    compile(source, parseSource(source, origin), ClassCatalog(classPath));
+  } catch (const SourceError& refusal) {
+    checkRefusal(source, refusal.what());
+  }
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+  const SourceText source{"Fuzzed.ov", {reinterpret_cast<const char*>(data), size}};
+  play(source, Origin::written);
+  play(source, Origin::instance);
+  return 0;
+}
