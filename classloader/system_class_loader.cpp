@@ -78,7 +78,8 @@ static std::optional<fs::path> findPackage(const fs::path& relativePath) {
 static std::vector<std::string> sourceFilesIn(const fs::path& directory, std::error_code& error) {
   std::vector<std::string> files;
   fs::directory_iterator entry(directory, fs::directory_options::skip_permission_denied, error);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+  // An iterator that reports an error is at its end.
+  for (; entry != fs::directory_iterator(); entry.increment(error)) {
     // An entry whose type cannot be told is skipped, and is no failure of the listing.
     std::error_code unknownType;
     if (entry->is_regular_file(unknownType) && entry->path().extension() == ".ov") {
