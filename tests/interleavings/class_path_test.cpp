@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <string>
 
-#include "../contract/temporary_folder.h"
 #include "schedules.h"
+#include "temporary_folder.h"
 
 using namespace scripted;
 

@@ -8,6 +8,8 @@
 #include <thread>
 #include <utility>
 
+#include "command_line.h"
+
 static thread_local int selfNumber = -1;
 
 static constexpr int kPatienceInSeconds = 30;
@@ -116,7 +118,7 @@ void Stepper::awaitEnd() {
   deadline.tv_sec += kPatienceInSeconds;
   while (sem_timedwait(&bothEnded_, &deadline) != 0) {
     if (errno != ETIMEDOUT) continue;
-    std::fprintf(stderr, "a thread neither ends nor calls into the host; the steps so far: %s\n", taken_.c_str());
+    std::fprintf(stderr, "a thread neither ends nor calls into the host\nagain: %s\n", commandFor(taken_).c_str());
     std::_Exit(EXIT_FAILURE);
   }
 }
