@@ -1,0 +1,200 @@
+// Turns bytes into the parts of a world.
+#include "made_worlds.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace model {
+namespace {
+
+using Text = std::optional<std::string>;
+
+class Maker {
+ public:
+  explicit Maker(const std::vector<uint8_t>& bytes) : bytes_(bytes) {}
+
+  Story story(bool withGetSystem) {
+    Story story;
+    story.world = world();
+    const std::size_t calls = 1 + below(6);
+    for (std::size_t made = 0; made < calls; ++made) story.calls.push_back(call(withGetSystem));
+    return story;
+  }
+
+ private:
+  // Choices. Where the bytes have run out, the first thing is chosen.
+
+  std::size_t below(std::size_t bound) { return next_ < bytes_.size() ? bytes_[next_++] % bound : 0; }
+
+  bool oneIn(std::size_t number) { return below(number) == number - 1; }
+
+  template <typename Thing>
+  Thing oneOf(const std::vector<Thing>& things) {
+    return things[below(things.size())];
+  }
+
+  template <typename Thing>
+  std::vector<Thing> some(std::size_t most, Thing (Maker::*make)()) {
+    std::vector<Thing> things(below(most + 1));
+    for (Thing& thing : things) thing = (this->*make)();
+    return things;
+  }
+
+  // Names. Few words, so that they meet.
+
+  std::string word() {
+    static const std::vector<std::string> words{
+        "A",  "B",  "p.A", "q.A", "p.B", "p.q.A", "A<B>",   "A< B >", ".",        "A.",     ".A",      "B<A>",
+        "A<", "A>", " A",  "A B", "<",   ">",     "p.A<B>", "a<b>",   "\tA<B>\n", "A<B,C>", "A<B, C>", "\xC3\xA9"};
+    return oneOf(words);
+  }
+
+  std::string name() {
+    std::string name = word();
+    while (oneIn(6)) name += word();
+    while (oneIn(16)) name += static_cast<char>(1 + below(255));
+    return name;
+  }
+
+  Text nameOrNone() {
+    if (oneIn(8)) return std::nullopt;
+    return oneIn(8) ? "" : name();
+  }
+
+  Entry entry() {
+    Entry entry;
+    entry.shortName = nameOrNone();
+    entry.fullName = nameOrNone();
+    return entry;
+  }
+
+  Record record() {
+    Record record;
+    for (std::string& each : record.names) each = nameOrNone().value_or("");
+    record.hasPointer = !oneIn(4);
+    record.hasMembers = !oneIn(4);
+    return record;
+  }
+
+  // Files.
+
+  std::string root() { return oneOf<std::string>({"r", "s", "r/", "t//", "./r", "s/../r", "none", ""}); }
+
+  std::string package() {
+    return oneOf<std::string>({"a", "a.b", "a.b.c", "b", "a..b", ".a", "a.b.", "none", "", ".", "a/b", "a b"});
+  }
+
+  File file() {
+    static const std::vector<std::string> folders{"r/a/", "r/a/b/", "s/a/", "s/a/b/", "t/a/", "a/", "r/", "s/b/"};
+    static const std::vector<std::string> names{"A.ov", "B.ov", "a.ov", "b", "c", "x.OV", ".ov", "x.y.ov", "a"};
+    static const std::vector<std::string> targets{"A.ov", "b", "../A.ov", "none", ".", "..", "b/A.ov", "c"};
+    static const std::vector<FileKind> kinds{FileKind::kFile,   FileKind::kFile, FileKind::kLink,
+                                             FileKind::kFolder, FileKind::kFifo, FileKind::kClosedFolder};
+    File file;
+    file.path = oneOf(folders) + oneOf(names);
+    file.kind = oneOf(kinds);
+    if (file.kind == FileKind::kLink) file.target = oneOf(targets);
+    return file;
+  }
+
+  /// Whether two files cannot lie side by side: they have one path, or one lies below the other, which is no folder.
+  static bool excludes(const File& one, const File& other) {
+    if (one.path == other.path) return true;
+    const bool holds = one.kind == FileKind::kFolder || one.kind == FileKind::kClosedFolder;
+    return !holds && other.path.compare(0, one.path.size() + 1, one.path + '/') == 0;
+  }
+
+  std::vector<File> files() {
+    std::vector<File> files;
+    for (const File& made : some(6, &Maker::file)) {
+      bool fits = true;
+      for (const File& file : files) fits = fits && !excludes(file, made) && !excludes(made, file);
+      if (fits) files.push_back(made);
+    }
+    return files;
+  }
+
+  // Answers.
+
+  Answer answer() {
+    Answer answer;
+    answer.ending = oneOf<Ending>({Ending::kReturns, Ending::kReturns, Ending::kReturns, Ending::kReturns,
+                                   Ending::kThrowsException, Ending::kThrowsOther});
+    answer.number = oneOf<int64_t>({1, 0, 2, 7});
+    answer.text = oneOf<std::string>({"", "s.ov", "text", "\xFF"});
+    answer.entries = some(oneIn(3) ? 3 : 0, &Maker::entry);
+    answer.records = some(oneIn(6) ? 2 : 0, &Maker::record);
+    return answer;
+  }
+
+  void addAnswers(World& world) {
+    for (std::size_t scripted = below(7); scripted > 0; --scripted) {
+      std::vector<Answer>& answers = world.answers[below(kOperations)];
+      answers = some(4, &Maker::answer);
+    }
+  }
+
+  void addErrors(World& world) {
+    if (oneIn(12)) world.lockError = oneOf<int>({EDEADLK, EINVAL, EAGAIN});
+    if (oneIn(16)) world.openingError = oneOf<int>({EIO, EACCES, EMFILE});
+    if (!oneIn(16)) return;
+    world.readingError = EIO;
+    world.readingsUntilError = static_cast<int>(1 + below(6));
+  }
+
+  World world() {
+    World world;
+    addAnswers(world);
+    world.registry = some(oneIn(4) ? 40 : 5, &Maker::entry);
+    world.table = some(oneIn(4) ? 20 : 3, &Maker::record);
+    world.roots = some(4, &Maker::root);
+    if (oneIn(4)) world.files = files();
+    if (oneIn(16)) world.count = static_cast<int32_t>(below(world.registry.size() + 1)) - 1;
+    addErrors(world);
+    world.typesHidden = oneIn(8);
+    return world;
+  }
+
+  // Calls.
+
+  Text element() { return oneIn(12) ? std::nullopt : Text(oneOf<std::string>({"x", "", "y.o", "\xFF x", "x"})); }
+
+  std::optional<List> list() {
+    if (oneIn(12)) return std::nullopt;
+    List list{some(oneIn(6) ? 30 : 3, &Maker::element), std::nullopt};
+    if (oneIn(8)) list.size = oneOf<int64_t>({0, -1, 1, 2, 3, 40, INT64_MIN, INT64_MAX});
+    return list;
+  }
+
+  Call call(bool withGetSystem) {
+    static const std::vector<Native> natives{
+        Native::kGetTypeByName,     Native::kLoadSourceClass, Native::kLoadObjectBundle, Native::kLoadPackageTypes,
+        Native::kPrecompileSources, Native::kAddSourceRoot,   Native::kLoadClass,        Native::kObjectAbiVersion};
+    Call call;
+    call.native = withGetSystem && oneIn(2) ? Native::kGetSystem : oneOf(natives);
+    if (call.native == Native::kLoadPackageTypes) {
+      call.name = oneIn(16) ? std::nullopt : Text(package());
+    } else if (call.native == Native::kAddSourceRoot) {
+      call.name = oneIn(16) ? std::nullopt : Text(root());
+    } else {
+      call.name = nameOrNone();
+    }
+    if (call.native == Native::kLoadSourceClass) call.sourceFile = element();
+    if (call.native == Native::kPrecompileSources || call.native == Native::kLoadObjectBundle) call.files = list();
+    if (call.native == Native::kLoadObjectBundle) call.identities = list();
+    return call;
+  }
+
+  const std::vector<uint8_t>& bytes_;
+  std::size_t next_ = 0;
+};
+
+}  // namespace
+
+Story storyOf(const std::vector<uint8_t>& bytes) { return Maker(bytes).story(false); }
+
+Story freshStoryOf(const std::vector<uint8_t>& bytes) { return Maker(bytes).story(true); }
+
+}  // namespace model

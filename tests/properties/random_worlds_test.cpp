@@ -1,0 +1,54 @@
+// Random worlds, large ones among them: RapidCheck makes them and shrinks one in which the library breaks the rules.
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include <cstdint>
+#include <functional>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "agreement.h"
+#include "made_worlds.h"
+#include "scripted_host.h"
+
+using namespace model;
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+constexpr int kWorlds = 100'000;
+constexpr int kFreshWorlds = 1'000;
+// A large world takes a few hundred choices.
+constexpr double kChoicesForEachSize = 4;
+
+/// Checks a property of as many bytes as a large world takes. RC_PARAMS of the environment goes before what is here.
+void check(int worlds, const std::function<void(const Bytes&)>& property) {
+  rc::detail::TestParams params = rc::detail::configuration().testParams;
+  if (params.maxSuccess == rc::detail::TestParams().maxSuccess) params.maxSuccess = worlds;
+  const auto bytes = rc::gen::scale(kChoicesForEachSize, rc::gen::arbitrary<Bytes>());
+  const auto result = rc::detail::checkTestable([&] { property(*bytes); }, rc::detail::TestMetadata(), params);
+  std::ostringstream text;
+  rc::detail::printResultMessage(result, text);
+  std::cout << text.str() << "\nTo make the same worlds again: RC_PARAMS=\"seed=" << params.seed << "\"\n";
+  EXPECT_TRUE(result.is<rc::detail::SuccessResult>()) << text.str();
+}
+
+TEST(RandomWorlds, ArePlayedByTheRulesFromTheFirstCallOn) {
+  check(kFreshWorlds, [](const Bytes& bytes) {
+    const Story story = freshStoryOf(bytes);
+    const int status = scripted::statusOfOwnProcess([&story] { EXPECT_EQ("", disagreement(story)); });
+    if (status != 0) RC_FAIL("A process ended with status " + std::to_string(status) + ":\n" + textOf(story));
+  });
+}
+
+TEST(RandomWorlds, ArePlayedByTheRules) {
+  check(kWorlds, [](const Bytes& bytes) {
+    const std::string problem = disagreement(storyOf(bytes));
+    if (!problem.empty()) RC_FAIL(problem);
+  });
+}
+
+}  // namespace
