@@ -20,12 +20,12 @@ seeds() {  # TARGET
 }
 
 search() {  # TARGET
-  local run=$build/runs/$1 options=() folders
+  local run=$build/runs/$1 words=$sources/$1.dict folders
   mkdir -p "$run/corpus" "$run/found"
-  [ ! -e "$sources/$1.dict" ] || options=("-dict=$sources/$1.dict")
+  [ -e "$words" ] || words=$sources/worlds.dict
   mapfile -t folders < <(seeds "$1")
   "$build/tests/fuzz/fuzz_$1" -max_total_time="$seconds" -max_len=8192 -timeout=20 -print_final_stats=1 \
-    -artifact_prefix="$run/found/" "${options[@]}" "$run/corpus" "$run/found" "${folders[@]}" >"$run/log" 2>&1 \
+    -artifact_prefix="$run/found/" "-dict=$words" "$run/corpus" "$run/found" "${folders[@]}" >"$run/log" 2>&1 \
     || echo "fuzz_$1 ended with status $?" >>"$run/log"
 }
 

@@ -1,0 +1,9 @@
+// Names of packages, against roots and directories of every content.
+#include "target.h"
+#include "worlds.h"
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+  using model::Native;
+  playWorld(data, size, {Native::kLoadPackageTypes, Native::kAddSourceRoot});
+  return 0;
+}

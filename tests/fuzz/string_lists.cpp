@@ -1,0 +1,9 @@
+// Lists of strings: with nulls, with sizes that are not theirs, with long strings.
+#include "target.h"
+#include "worlds.h"
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+  using model::Native;
+  playWorld(data, size, {Native::kPrecompileSources, Native::kLoadObjectBundle});
+  return 0;
+}
