@@ -8,7 +8,9 @@
 
 #include "classloader/natives.h"
 #include "reference_host/compiler/context.h"
+#include "reference_host/compiler/object_file.h"
 #include "reference_host/runtime/pending_exception.h"
+#include "reference_host/runtime/values.h"
 #include "workspace.h"
 
 static constexpr int threadCount = 8;
@@ -116,4 +118,69 @@ TEST(Threads, PrecompileAndLoadAtOnce) {
   });
   EXPECT_EQ(typeCounts().front(), static_cast<std::size_t>(classCount));
   EXPECT_FALSE(orva::runtime::takePendingException().has_value());
+}
+
+static void writeLibrary() {
+  for (const std::string name : {"ClassLoader", "SystemClassLoader"}) {
+    writeFile("lib/orva/" + name + ".ov", "package orva; class " + name + " { }");
+  }
+}
+
+TEST(Threads, TheFirstCallsForTheSystemClassLoaderEachGetOne) {
+  const Workspace workspace("lib");
+  writeLibrary();
+  std::set<void*> objects;
+  std::mutex mutex;
+  together([&](int) {
+    void* object = orva_ClassLoader_getSystem();
+    const std::lock_guard<std::mutex> lock(mutex);
+    objects.insert(object);
+  });
+  EXPECT_EQ(objects.count(nullptr), 0U);
+  EXPECT_EQ(objects.count(orva_ClassLoader_getSystem()), 1U);
+  EXPECT_EQ(typeCounts().front(), 2U);
+}
+
+static void* listOf(const std::string& text) {
+  orva::runtime::ArrayList* list = orva::runtime::newList();
+  list->elements.push_back(orva::runtime::newText(text));
+  return list;
+}
+
+/// Loads a plugin's source, and another's object, that no other thread loads.
+static void loadOwnPlugins(const std::string& number) {
+  EXPECT_NE(orva_ClassLoader_loadSourceClass(("Own" + number + ".ov").c_str(), ("Own" + number).c_str()), nullptr);
+  const std::string source = "Built" + number + ".ov";
+  orva_ClassLoader_precompileSources(listOf(source));
+  void* objects = listOf(orva::compiler::objectPathOf(source));
+  void* identities = listOf(orva::compiler::sourceIdentity(readFile(source)));
+  EXPECT_NE(orva_ClassLoader_loadObjectBundle(objects, identities, ("Built" + number).c_str()), nullptr);
+}
+
+static void callEveryNative(const std::string& number) {
+  void* system = orva_ClassLoader_getSystem();
+  EXPECT_NE(system, nullptr);
+  EXPECT_GT(orva_ClassLoader_objectAbiVersion(), 0);
+  EXPECT_EQ(orva_ClassLoader_addSourceRoot(("root" + number).c_str()), 1);
+  EXPECT_NE(orva_ClassLoader_getTypeByName(("Below" + number).c_str()), nullptr);
+  EXPECT_NE(orva_ClassLoader_getTypeByName("p.Box<p.C0>"), nullptr);
+  orva_SystemClassLoader_loadPackageTypes(system, "p");
+  EXPECT_NE(orva_SystemClassLoader_loadClass(system, "p.C1"), nullptr);
+  loadOwnPlugins(number);
+  EXPECT_FALSE(orva::runtime::takePendingException().has_value());
+}
+
+TEST(Threads, CallEveryNativeAtOnce) {
+  const Workspace workspace("lib");
+  writeLibrary();
+  writeClasses();
+  for (int i = 0; i < threadCount; ++i) {
+    const std::string number = std::to_string(i);
+    writeFile("root" + number + "/Below" + number + ".ov", "class Below" + number + " { }");
+    writeFile("Own" + number + ".ov", "class Own" + number + " { }");
+    writeFile("Built" + number + ".ov", "class Built" + number + " { }");
+  }
+  together([](int thread) { callEveryNative(std::to_string(thread)); });
+  // The library's two classes, the package with the generic class and its instance, and three classes for each thread.
+  EXPECT_EQ(typeCounts().front(), static_cast<std::size_t>(2 + classCount + 2 + 3 * threadCount));
 }

@@ -14,11 +14,11 @@
 
 namespace fs = std::filesystem;
 
-Workspace::Workspace() {
+Workspace::Workspace(const std::string& standardLibrary) {
   std::string pattern = testing::TempDir() + "orva-XXXXXX";
   path_ = fs::canonical(mkdtemp(pattern.data()));
   fs::current_path(path_);
-  orva::compiler::startHost("");
+  orva::compiler::startHost(standardLibrary);
   EXPECT_TRUE(orva::compiler::Runtime::getInstance().addKlassPath("."));
 }
 

@@ -12,7 +12,8 @@
 class Workspace {
  public:
   /// Starts the host of this process; there can be one only.
-  Workspace();
+  /// @param standardLibrary root of the standard library; empty for none.
+  explicit Workspace(const std::string& standardLibrary = "");
   ~Workspace();
   Workspace(const Workspace&) = delete;
   Workspace& operator=(const Workspace&) = delete;
