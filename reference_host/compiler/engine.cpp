@@ -67,8 +67,6 @@ Engine::Engine() : machine_(baselineMachine()) {
   require(operations_->define(orc::absoluteSymbols(std::move(symbols))));
 }
 
-Engine::~Engine() = default;
-
 void Engine::require(llvm::Error error) {
   const std::string cause = std::exchange(reported_, {});
   if (error) {

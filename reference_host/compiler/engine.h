@@ -41,7 +41,8 @@ class Engine {
  public:
   /// Throws `std::runtime_error` when LLVM cannot make code for this machine.
   Engine();
-  ~Engine();
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
 
   /// A new, empty unit, which sees the process's symbols and the runtime's operations.
   std::unique_ptr<CodeUnit> newUnit();

@@ -66,11 +66,8 @@ class Parser {
 
   const Token& peek() const { return tokens_[at_]; }
 
-  Token take() {
-    Token token = peek();
-    if (token.kind != TokenKind::end) ++at_;
-    return token;
-  }
+  /// Takes the next token; never asked for at the end.
+  Token take() { return tokens_[at_++]; }
 
   bool accept(std::string_view spelling) {
     if (!peek().is(spelling)) return false;

@@ -17,16 +17,6 @@ void throwException(const std::string& className, const std::string& message, co
   throw Thrown{newException(className, message, callSite)};
 }
 
-/// Runs a call and gives an exception that knows no place the place of the call.
-static int64_t invokeAt(const Method& method, const int64_t* arguments, const SourceLocation* callSite) {
-  try {
-    return method.invoke(arguments, callSite);
-  } catch (Thrown& thrown) {
-    if (thrown.exception->location == nullptr) thrown.exception->location = callSite;
-    throw;
-  }
-}
-
 int64_t callDynamically(const Type& type, const char* methodName, const DynamicArguments& arguments,
                         std::string& result, const SourceLocation* callSite) {
   const Method* method = type.find(methodName);
@@ -36,7 +26,7 @@ int64_t callDynamically(const Type& type, const char* methodName, const DynamicA
     throwException("Exception", *problem, callSite);
   }
   result = method->signature.result;
-  return invokeAt(*method, arguments.values, callSite);
+  return method->invoke(arguments.values, callSite);
 }
 
 static const char* listText(const ArrayList* list) {
