@@ -41,6 +41,7 @@ item Item 'item of one' >one/store/Item.ov
 item Item 'item of two' >two/store/Item.ov
 item Extra 'extra of two' >two/store/Extra.ov
 echo 'class NoMain { static int main() { return 1; } }' >NoMain.ov
+echo 'class Empty { }' >Empty.ov
 echo 'class Another { static void main() { } }' >Named.ov
 echo 'class Instance { void main() { } }' >Instance.ov
 echo 'class Wide { static void main(String text) { } }' >Wide.ov
@@ -107,7 +108,7 @@ shows="expected one named as the file"
 check absent 1 '' "Cannot read 'Absent.ov': No such file or directory" run Absent.ov
 check folder 1 '' "Cannot read 'app': expected a regular file" run app
 check wrong_name 1 '' "'Named.ov' has no class 'Named': $shows" run Named.ov
-for class in NoMain Instance Wide; do
+for class in Empty NoMain Instance Wide; do
   check $class 1 '' "Class '$class' has no method 'static void main()' or 'static void main(ArrayList<String> args)'" \
     run $class.ov
 done
@@ -129,6 +130,20 @@ fi
 "${reader[@]}" run Sealed.ov --class-path sealed >.output 2>.errors
 found="$? $(cat .output .errors)"
 [ "$found" = '0 nothing' ] || { echo "sealed package: found '$found'"; failures=1; }
+
+# Natives that another library brings: one throws what nobody catches, one is the program itself and raises.
+cat >natives.cpp <<'CPP'
+extern "C" void Orva_raise(const char* exceptionClass, const char* message);
+extern "C" void orva_Thrower_fail() { throw 42; }
+extern "C" void orva_Raiser_main() { Orva_raise("Raised", "before any line was reached"); }
+CPP
+c++ -shared -fPIC natives.cpp -o natives.so || failures=1
+echo 'class Thrower { static native void fail(); static void main() { Console.print("first"); Thrower.fail(); } }' >Thrower.ov
+echo 'class Raiser { static native void main(); }' >Raiser.ov
+export LD_PRELOAD=$work/natives.so ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}
+check foreign_object 1 first 'A native threw an object that is no std::exception' run Thrower.ov
+check raised_by_main 1 '' 'Raised: before any line was reached' run Raiser.ov
+unset LD_PRELOAD
 
 # Output that cannot be written is a failure.
 "$host" run app/Main.ov -- text >/dev/full 2>.errors

@@ -107,4 +107,8 @@ TEST(ClassPath, TheInnermostRootTellsThePackageOfAFile) {
   EXPECT_EQ(path.packageOf("one/two/three/A.ov"), "three");
   EXPECT_EQ(path.packageOf("one/two/A.ov"), "");
   EXPECT_EQ(path.packageOf("one/A.ov"), "");
+  ClassPath innerFirst("");
+  innerFirst.add("one/two");
+  innerFirst.add("one");
+  EXPECT_EQ(innerFirst.packageOf("one/two/three/A.ov"), "three");
 }

@@ -18,6 +18,7 @@ static void loadThrower() {
             "  static native void raiseTwice();\n"
             "  static native int raiseAndReturn();\n"
             "  static native boolean truth(int value);\n"
+            "  static native Thrower own();\n"
             "  static String tries(int kind) {\n"
             "    try { Thrower.inner(kind); } catch (Exception e) { return \"caught\"; }\n"
             "    return \"returned\";\n"
@@ -27,6 +28,7 @@ static void loadThrower() {
             "  }\n"
             "  static String text() { return \"\" + Thrower.truth(256) + (Thrower.truth(2) == true); }\n"
             "  static int deep(int left) { return Thrower.deep(left + 1); }\n"
+            "  static void misused() { Thrower.own().text(); }\n"
             "}\n");
   orva::compiler::activeContext().loader.load("Thrower.ov", orva::compiler::Placement::underRoot);
 }
@@ -115,14 +117,37 @@ TEST(CompiledCode, EveryTruthOfANativeIsOne) {
   EXPECT_EQ(callText("Thrower", "text"), "truetrue");
 }
 
+TEST(CompiledCode, AStaticMethodIsNotCalledOnAnObject) {
+  const Workspace workspace;
+  loadThrower();
+  EXPECT_EQ(thrownBy("misused"), "Exception:Method 'Thrower.text' is static:16");
+}
+
+TEST(CompiledCode, CallsTakeAtMost255Arguments) {
+  const Workspace workspace;
+  std::string arguments = "0";
+  for (int i = 1; i < 255; ++i) arguments += ",0";
+  const auto load = [](const std::string& name, const std::string& given) {
+    writeFile(name + ".ov", "class " + name + " { static void call() { Nowhere.method(" + given + "); } }");
+    orva::compiler::activeContext().loader.load(name + ".ov", orva::compiler::Placement::underRoot);
+  };
+  load("Most", arguments);
+  const std::string failure = failureOf([&] { load("TooMany", arguments + ",0"); });
+  EXPECT_EQ(failure.substr(0, failure.find('\n')), "TooMany.ov:1:46: error: too many arguments: expected at most 255");
+}
+
 TEST(CompiledCode, RecursionIsStoppedOnEveryThread) {
   const Workspace workspace;
   loadThrower();
   const auto tooDeep = [] { return thrownBy("deep", {0}); };
-  const std::string expected = "Exception:Recursion too deep in 'Thrower.deep':14";
+  const std::string expected = "Exception:Recursion too deep in 'Thrower.deep':15";
   EXPECT_EQ(std::async(std::launch::async, tooDeep).get(), expected);
   EXPECT_EQ(tooDeep(), expected);
   EXPECT_EQ(tooDeep(), expected);
+}
+
+TEST(Context, IsNotThereBeforeTheHostIsStarted) {
+  EXPECT_EQ(failureOf([] { orva::compiler::activeContext(); }), "The host is not started");
 }
 
 TEST(EntryPoints, AllocateObjectsOfLoadedClassesOnly) {

@@ -10,7 +10,10 @@
 
 #include "classloader/natives.h"
 #include "reference_host/compiler/context.h"
+#include "reference_host/runtime/pending_exception.h"
+#include "reference_host/runtime/type_registry.h"
 #include "runtime_api/compiler.h"
+#include "temporary_folder.h"
 #include "workspace.h"
 
 namespace fs = std::filesystem;
@@ -90,8 +93,38 @@ TEST(GenericInstances, ThatCannotBeWrittenAreFailures) {
   setenv("TMPDIR", "/dev/null", 1);
   EXPECT_NE(failureOf([] { orva::compiler::activeContext().generics.materialize("c.Pair<int,int>"); }), "nothing");
   fs::create_directory("temporary");
+  fs::permissions("temporary", static_cast<fs::perms>(0555));
   setenv("TMPDIR", (workspace.path() / "temporary").c_str(), 1);
+  fs::permissions(".", fs::perms::owner_all | fs::perms::group_exec | fs::perms::others_exec);
+  {
+    const WithoutRights nobody;
+    const std::string failure =
+        failureOf([] { orva::compiler::activeContext().generics.materialize("c.Pair<int,int>"); });
+    // The system fills in what tells the directory from others.
+    const std::string begin = "Cannot make the directory '" + (workspace.path() / "temporary/orva-host-").string();
+    EXPECT_EQ(failure, begin + failure.substr(begin.size(), 6) + "': Permission denied");
+  }
+  fs::permissions("temporary", fs::perms::owner_all);
   EXPECT_TRUE(orva::compiler::activeContext().generics.materialize("c.Pair<int,int>").has_value());
+}
+
+TEST(GenericInstances, MayHaveInstancesOfSeveralArgumentsAsParameters) {
+  const Workspace workspace;
+  writeClasses();
+  writeFile("Box.ov", "class Box<T> { static int of(T value, int number) { return number; } }");
+  ASSERT_NE(orva_ClassLoader_getTypeByName("Box<c.Pair<g.Circle,int>>"), nullptr);
+  const auto* type = orva::runtime::findTypeByFullName("Box<c.Pair<g.Circle,int>>");
+  ASSERT_NE(type, nullptr);
+  EXPECT_EQ(type->find("of")->signature.parameters, (std::vector<std::string>{"c.Pair<g.Circle,int>", "int"}));
+}
+
+TEST(GenericInstances, HaveNoNatives) {
+  const Workspace workspace;
+  writeFile("Thrower.ov", "class Thrower<T> { static native boolean truth(int value); }");
+  EXPECT_EQ(orva_ClassLoader_getTypeByName("Thrower<int>"), nullptr);
+  const auto pending = orva::runtime::takePendingException().value_or(orva::runtime::PendingException{});
+  EXPECT_NE(pending.message.find(":1:44: error: a generic class cannot have native methods\n"), std::string::npos)
+      << pending.message;
 }
 
 TEST(GenericInstances, OfNothingKnownAreNothing) {

@@ -114,20 +114,101 @@ TEST(Loading, PointersHandedOutStayValid) {
   EXPECT_EQ(Orva_typeByName("First"), type);
 }
 
+/// The message of the language exception that a call ends with.
+static std::string messageOf(const std::string& fullName, const std::string& method) {
+  try {
+    callMethod(fullName, method);
+  } catch (const orva::runtime::Thrown& thrown) {
+    return thrown.exception->message;
+  }
+  return "nothing";
+}
+
+TEST(Loading, SignaturesDifferInEachPart) {
+  const orva::runtime::MethodSignature signature{"name", true, {"int"}, "void"};
+  EXPECT_TRUE((signature == orva::runtime::MethodSignature{"name", true, {"int"}, "void"}));
+  EXPECT_FALSE((signature == orva::runtime::MethodSignature{"other", true, {"int"}, "void"}));
+  EXPECT_FALSE((signature == orva::runtime::MethodSignature{"name", false, {"int"}, "void"}));
+  EXPECT_FALSE((signature == orva::runtime::MethodSignature{"name", true, {"int", "int"}, "void"}));
+  EXPECT_FALSE((signature == orva::runtime::MethodSignature{"name", true, {"int"}, "int"}));
+}
+
 TEST(Loading, CallersOfAClassThatChangedAreTold) {
   const Workspace workspace;
-  writeFile("Callee.ov", "class Callee { static int number() { return 1; } }");
-  writeFile("Caller.ov", "class Caller { static int number() { return Callee.number(); } }");
+  writeFile("Thrower.ov",
+            "class Thrower {\n"
+            "  static native Thrower own();\n"
+            "  static int number() { return 1; }\n"
+            "  static void nothing() { }\n"
+            "  static void gone() { }\n"
+            "  int both(int a, String b) { return 1; }\n"
+            "}");
+  writeFile("Caller.ov",
+            "class Caller {\n"
+            "  static int number() { return Thrower.number(); }\n"
+            "  static void nothing() { Thrower.nothing(); }\n"
+            "  static void gone() { Thrower.gone(); }\n"
+            "  static int both() { return Thrower.own().both(1, null); }\n"
+            "}");
   load("Caller.ov");
-  writeFile("Callee.ov", "class Callee { static int number(int a) { return 1; } }");
-  std::string message;
-  try {
-    callMethod("Caller", "number");
-  } catch (const orva::runtime::Thrown& thrown) {
-    message = thrown.exception->message;
-  }
-  EXPECT_EQ(message,
-            "Type 'Callee' of ./Callee.ov has no method 'static int number()' that its caller was compiled for");
+  writeFile("Thrower.ov",
+            "class Thrower {\n"
+            "  static native Thrower own();\n"
+            "  static int number(int a) { return 1; }\n"
+            "  static int nothing() { return 1; }\n"
+            "  static int both(int a, String b) { return 1; }\n"
+            "}");
+  const std::string begin = "Type 'Thrower' of ./Thrower.ov has no method '";
+  const std::string end = "' that its caller was compiled for";
+  EXPECT_EQ(messageOf("Caller", "number"), begin + "static int number()" + end);
+  EXPECT_EQ(messageOf("Caller", "nothing"), begin + "static void nothing()" + end);
+  EXPECT_EQ(messageOf("Caller", "gone"), begin + "static void gone()" + end);
+  EXPECT_EQ(messageOf("Caller", "both"), begin + "int both(int, String)" + end);
+}
+
+TEST(Loading, CallersOfAClassThatIsGoneAreTold) {
+  const Workspace workspace;
+  writeFile("Callee.ov", "class Callee { static int number() { return 1; } }");
+  writeFile("Box.ov", "class Box<T> { static int number() { return 1; } }");
+  writeFile("Caller.ov", "class Caller { static int number() { return Callee.number(); } }");
+  writeFile("Holder.ov", "class Holder<T> { static int number() { return T.number(); } }");
+  load("Caller.ov");
+  ASSERT_NE(orva_ClassLoader_getTypeByName("Holder<Box<int>>"), nullptr);
+  fs::remove("Callee.ov");
+  fs::remove("Box.ov");
+  orva::compiler::ClassLoader::invalidateKlassPathCaches();
+  EXPECT_EQ(messageOf("Caller", "number"), "Class not found: Callee");
+  EXPECT_EQ(messageOf("Holder<Box<int>>", "number"), "Class not found: Box<int>");
+}
+
+TEST(Loading, ASourceOutsideOfEveryRootMayDeclareAnyPackage) {
+  const Workspace workspace;
+  const std::string outside = workspace.path().string() + ".ov";
+  writeFile(outside, "package far.away; class Stranger { }");
+  activeContext().loader.load(outside, Placement::underRoot);
+  fs::remove(outside);
+  EXPECT_NE(findType("far.away.Stranger"), nullptr);
+}
+
+TEST(Precompiling, TellsOfEachSourceThatIsDone) {
+  const Workspace workspace;
+  writeFile("A.ov", "class A { }");
+  writeFile("B.ov", "class B { }");
+  std::vector<bool> seen;
+  const auto progress = [&seen](const orva::compiler::Compiler::CompilationProgress&) {
+    seen.push_back(fs::exists("B.o"));
+  };
+  orva::compiler::Compiler::precompileSources({"A.ov", "B.ov"}, nullptr, progress);
+  EXPECT_EQ(seen, (std::vector<bool>{false, true}));
+}
+
+TEST(Bundles, BindTheNativesOfTheProcess) {
+  const Workspace workspace;
+  writeFile("Thrower.ov", "class Thrower { static native boolean truth(int value); }");
+  activeContext().loader.precompile("Thrower.ov");
+  loadBundle({"Thrower.ov"});
+  EXPECT_EQ(callMethod("Thrower", "truth", {0}), 0);
+  EXPECT_EQ(callMethod("Thrower", "truth", {5}), 1);
 }
 
 TEST(Bundles, BringWhatTheirUnchangedSourcesDeclare) {

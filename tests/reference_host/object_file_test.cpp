@@ -10,6 +10,7 @@
 #include <csignal>
 
 #include "reference_host/compiler/context.h"
+#include "temporary_folder.h"
 #include "workspace.h"
 
 namespace fs = std::filesystem;
@@ -25,8 +26,8 @@ static const std::string source =
     "class A { static native void fail(); static String text() { return \"text\"; } }\nclass B { }\n";
 
 /// Writes and compiles A.ov; gives the bytes of A.o.
-static std::string compiled() {
-  writeFile("A.ov", source);
+static std::string compiled(const std::string& text = source) {
+  writeFile("A.ov", text);
   activeContext().loader.precompile("A.ov");
   return readFile("A.o");
 }
@@ -49,8 +50,8 @@ static void changeHeader(const std::string& from, const std::string& to) {
   writeObject(object, bytes);
 }
 
-static std::string loadingFails() {
-  const auto load = [] { activeContext().loader.loadBundle({"A.o"}, {sourceIdentity(source)}); };
+static std::string loadingFails(const std::string& text = source) {
+  const auto load = [&] { activeContext().loader.loadBundle({"A.o"}, {sourceIdentity(text)}); };
   const std::string failure = failureOf(load);
   EXPECT_EQ(typeCounts(), (std::vector<std::size_t>{0, 0}));
   return failure;
@@ -158,6 +159,49 @@ TEST(ObjectFile, AHeaderThatIsNestedTooDeeplyIsDamaged) {
   EXPECT_EQ(failureOf([] { readObject("A.o"); }), "'A.o' is damaged: its header is nested too deeply");
 }
 
+TEST(ObjectFile, AHeaderThatIsNoJsonObjectIsDamaged) {
+  const Workspace workspace;
+  std::string bytes = compiled();
+  const std::size_t header = bytes.find("{\"abi\":");
+  const std::size_t size = bytes.find('}', header) + 1 - header;
+  writeFile("A.o", bytes.replace(header, size, "7" + std::string(size - 1, ' ')));
+  EXPECT_EQ(loadingFails(), "'A.o' is damaged: its header is no JSON object");
+}
+
+TEST(ObjectFile, ADigestThatIsNotSpelledAsItWasWrittenIsDamaged) {
+  const Workspace workspace;
+  compiled();
+  std::string bytes = readFile("A.o");
+  replaceOnce(bytes, "\"digest\":\"", "\"digest\": \"");
+  bytes.erase(bytes.find('"', bytes.find("\"digest\": \"") + 11) - 1, 1);
+  writeFile("A.o", bytes);
+  EXPECT_EQ(loadingFails(), "'A.o' is damaged: the digest is not there");
+}
+
+TEST(ObjectFile, IsNotWrittenFromWhatIsNone) {
+  const Workspace workspace;
+  ObjectFile object;
+  object.path = "A.o";
+  EXPECT_EQ(failureOf([&] { writeObject(object, "text"); }), "the digest is not there");
+  EXPECT_FALSE(fs::exists("A.o"));
+}
+
+TEST(ObjectFile, AnInitialiserThatIsNotThereIsNamed) {
+  const Workspace workspace;
+  const std::string text = "class A { }";
+  compiled(text);
+  changeHeader("[\"orva.initialise:A\"", "[\"orva.initialise:X\"");
+  EXPECT_EQ(loadingFails(text), "Symbols not found: [ orva.initialise:X ]");
+}
+
+TEST(ObjectFile, AnOperationThatThisHostLacksIsNamed) {
+  const Workspace workspace;
+  const std::string text = "class A { }";
+  compiled(text);
+  changeHeader("orvart_registerType", "orvart_registerNone");
+  EXPECT_EQ(loadingFails(text), "Symbols not found: [ orvart_registerNone ]");
+}
+
 TEST(ObjectFile, EveryByteThatChangedIsFound) {
   const Workspace workspace;
   const std::string whole = compiled();
@@ -218,21 +262,16 @@ TEST(ObjectFile, IsWrittenOverADamagedOneOfOurs) {
 TEST(ObjectFile, ThatCannotBeWrittenLeavesTheOldOneAndNothingElse) {
   const Workspace workspace;
   writeFile("sealed/A.ov", "package sealed; class A { }");
-  activeContext().loader.precompile("sealed/A.ov");
+  const auto compile = [] { activeContext().loader.precompile("sealed/A.ov"); };
+  compile();
   const std::string before = readFile("sealed/A.o");
   constexpr auto readOnly = static_cast<fs::perms>(0555);
   fs::permissions("sealed", readOnly);
   fs::permissions(".", readOnly);
-  const pid_t child = fork();
-  if (child == 0) {
-    constexpr uid_t nobody = 65534;
-    if (geteuid() == 0 && setuid(nobody) != 0) _exit(2);
-    const auto compile = [] { activeContext().loader.precompile("sealed/A.ov"); };
-    _exit(failureOf(compile) == "Cannot write 'sealed/A.o': Permission denied" ? 0 : 1);
+  {
+    const WithoutRights nobody;
+    EXPECT_EQ(failureOf(compile), "Cannot write 'sealed/A.o': Permission denied");
   }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
   fs::permissions("sealed", fs::perms::owner_all);
   fs::permissions(".", fs::perms::owner_all);
   EXPECT_EQ(readFile("sealed/A.o"), before);

@@ -23,4 +23,6 @@ int64_t orva_Thrower_raiseAndReturn() {
 
 int64_t orva_Thrower_truth(int64_t value) { return value; }
 
+void* orva_Thrower_own() { return Orva_allocObject("Thrower"); }
+
 }  // extern "C"
