@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Runs the tests of a coverage build, prints what they reach of the library and of the reference host, writes pages that
+# show it line by line, and fails below the targets.
+# Usage: report.sh BUILD_FOLDER
+set -euo pipefail
+here=$(realpath "$(dirname "$0")") build=$(realpath "$1")
+cd "$here/../.."
+pages=$build/html
+profiles=$(mktemp -d)
+trap 'rm -rf "$profiles"' EXIT
+rm -rf "$pages"
+mkdir "$pages"
+# Tests that give up the rights of the superuser leave their counters too.
+chmod 711 "$profiles"
+
+# measure PART TESTS SOURCES PROGRAM…: TESTS is a pattern of their names. The hosts that play by a script define
+# functions of the same names as the reference host, so each part has counters of its own.
+measure() {
+  local part=$1 tests=$2 sources=$3 program programs=()
+  mkdir -m 777 "$profiles/$part"
+  if ! LLVM_PROFILE_FILE=$profiles/$part/%p-%m.profraw \
+    ctest --test-dir "$build" -R "$tests" -j2 --output-on-failure --no-tests=error >"$profiles/log" 2>&1; then
+    cat "$profiles/log" >&2
+    exit 1
+  fi
+  llvm-profdata-19 merge -sparse -o "$profiles/$part.profdata" "$profiles/$part"/*.profraw
+  for program in "${@:4}"; do programs+=(-object "$build/$program"); done
+  # Words, not one: a part may have several folders.
+  # shellcheck disable=SC2206
+  local common=("${programs[@]:1}" -instr-profile="$profiles/$part.profdata" $sources)
+  llvm-cov-19 report -show-mcdc-summary -show-region-summary=false "${common[@]}" >"$profiles/$part.txt"
+  local show=(llvm-cov-19 show -show-branches=count -show-instantiations=false "${common[@]}")
+  "${show[@]}" -format=html -output-dir="$pages/$part" -show-mcdc -show-mcdc-summary
+  "${show[@]}" | sed "s|^$PWD/||" | awk -f "$here/unreached.awk" >>"$profiles/unreached"
+}
+
+measure library '^contract\.' 'classloader runtime_api' tests/contract/contract_tests
+measure host '^(language|reference_host|programs|readme)\.' reference_host bin/orva-host \
+  tests/reference_host/reference_host_tests tests/language/language_tests
+
+status=0
+awk -f "$here/table.awk" part=library "$profiles/library.txt" part=host "$profiles/host.txt" >"$pages/table.txt" ||
+  status=1
+{
+  echo 'Not reached:'
+  cat "$profiles/unreached"
+  echo
+  cat "$here/unreached.txt"
+} >>"$pages/table.txt"
+cat "$pages/table.txt"
+printf '\nLine by line: %s and %s\n' "$pages/library/index.html" "$pages/host/index.html"
+exit $status
