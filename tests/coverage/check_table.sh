@@ -14,7 +14,7 @@ report() { printf '%s 4 0 100.00%% %s %s 0%% %s %s 0%% %s %s 0%%\n' "$@"; }
 # check NAME STATUS LINE: the verdict on the two reports, and a line that the table must hold.
 check() {
   local status=0
-  awk -f "$here/table.awk" part=library "$work/library" part=host "$work/host" >"$work/table" || status=$?
+  awk -f "$here/table.awk" part=library "$work/library" part=host "$work/host" >"$work/table" 2>&1 || status=$?
   if [ "$status" -ne "$2" ] || ! grep -qxF -- "$3" "$work/table"; then
     printf '%s: expected status %s and the line <%s>, found status %s and:\n' "$1" "$2" "$3" "$status"
     cat "$work/table"

@@ -39,8 +39,8 @@ measure host '^(language|reference_host|programs|readme)\.' reference_host bin/o
   tests/reference_host/reference_host_tests tests/language/language_tests
 
 status=0
-awk -f "$here/table.awk" part=library "$profiles/library.txt" part=host "$profiles/host.txt" >"$pages/table.txt" ||
-  status=1
+awk -f "$here/table.awk" part=library "$profiles/library.txt" part=host "$profiles/host.txt" >"$pages/table.txt" \
+  2>"$profiles/problems" || status=1
 {
   echo 'Not reached:'
   cat "$profiles/unreached"
@@ -49,4 +49,5 @@ awk -f "$here/table.awk" part=library "$profiles/library.txt" part=host "$profil
 } >>"$pages/table.txt"
 cat "$pages/table.txt"
 printf '\nLine by line: %s and %s\n' "$pages/library/index.html" "$pages/host/index.html"
+cat "$profiles/problems" >&2
 exit $status

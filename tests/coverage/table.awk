@@ -1,5 +1,5 @@
 # Puts reports of llvm-cov together in one table, a row for each file of the library and for each room of the host, and
-# fails where a target is missed. Shares are rounded down, so that 100 % means everything.
+# fails with a line on standard error where a target is missed. Shares are rounded down, so that 100 % means everything.
 # Usage: awk -f table.awk part=library REPORT part=host REPORT
 
 function add(row, kind, total, missed) {
@@ -35,7 +35,7 @@ function check(kind, target,    total, missed, names, count, lacking, i) {
   count = split(rows[part], names, "\n")
   for (i = 1; i < count; ++i) if (misses[part, names[i], kind] > 0) lacking = lacking " " names[i]
   printf "The tests must reach %d %% of the %s of the %s, and miss %d of %d in:%s\n", target, kind, part, missed, \
-    total, lacking
+    total, lacking >"/dev/stderr"
   failed = 1
 }
 
