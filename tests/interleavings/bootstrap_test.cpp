@@ -23,10 +23,11 @@ Side caller(const std::string& name, const std::string& other, const std::vector
            {"is handed " + other + "'s", {}, other + "'s object"}}};
 }
 
-/// What a later caller is handed, and that it costs no call.
+/// What a later caller is handed, which must be what was stored last, and that it costs no call.
 std::string staying(const SteppedHost& host) {
   scripted::host().takeCalls();
-  const std::string stays = host.nameOfObject(orva_ClassLoader_getSystem()) + " stays";
+  void* object = orva_ClassLoader_getSystem();
+  const std::string stays = host.nameOfObject(object) + (host.isLatestObject(object) ? " stays" : " stays too long");
   return scripted::host().takeCalls().empty() ? stays : stays + ", and is asked for again";
 }
 

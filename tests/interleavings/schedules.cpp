@@ -128,6 +128,8 @@ Execution executeInOwnProcess(const Pair& pair, const std::string& prefix) {
   Execution done = unpacked(readAll(ends[0]));
   close(ends[0]);
   if (status != 0) done.fault += "the schedule's process ended with status " + std::to_string(status) + '\n';
+  // The first letters are enough to run a schedule again whose process could not report.
+  if (done.schedule.empty()) done.schedule = prefix.empty() ? "A" : prefix;
   return done;
 }
 

@@ -51,6 +51,7 @@ void SteppedHost::answerReflection() {
     void* object = objectOf(Stepper::self());
     // Another thread may come between the allocation and what the caller does with it.
     stepper_.pass();
+    latestObject_ = object;
     return object;
   });
 }

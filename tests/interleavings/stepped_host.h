@@ -42,6 +42,9 @@ class SteppedHost {
   /// Names the thread for which an object was allocated.
   std::string nameOfObject(void* object) const;
 
+  /// Tells whether an object is the one that its allocation returned last.
+  bool isLatestObject(void* object) const { return object == latestObject_; }
+
   /// Says for which thread each loaded file was compiled.
   std::string compiled() const;
 
@@ -63,5 +66,6 @@ class SteppedHost {
   std::vector<std::string> searchedRoots_;  // the class path as it was when the caches were dropped last
   std::vector<TypeRecord> table_;
   std::string library_;
+  void* latestObject_ = nullptr;
   bool elementsAreSteps_ = true;
 };
