@@ -91,8 +91,12 @@ static std::string textOf(const std::optional<List>& list) {
 }
 
 std::string textOf(const Call& call) {
-  return named(kNativeNames, call.native) + (' ' + quoted(call.name)) + ' ' + quoted(call.sourceFile) + ' ' +
-         textOf(call.files) + ' ' + textOf(call.identities);
+  std::vector<std::string> arguments{quoted(call.name), quoted(call.sourceFile), textOf(call.files),
+                                     textOf(call.identities)};
+  while (!arguments.empty() && arguments.back() == "null") arguments.pop_back();
+  std::string line = named(kNativeNames, call.native);
+  for (const std::string& argument : arguments) line += ' ' + argument;
+  return line;
 }
 
 template <typename Things>
@@ -263,13 +267,14 @@ std::optional<List> readList(Line& line) {
   return list;
 }
 
+/// Arguments that are left out at the end are null.
 Call readCall(Line& line) {
   Call call;
   call.native = static_cast<Native>(line.oneOf(kNativeNames));
-  call.name = line.textOrNull();
-  call.sourceFile = line.textOrNull();
-  call.files = readList(line);
-  call.identities = readList(line);
+  if (!line.isAtEnd()) call.name = line.textOrNull();
+  if (!line.isAtEnd()) call.sourceFile = line.textOrNull();
+  if (!line.isAtEnd()) call.files = readList(line);
+  if (!line.isAtEnd()) call.identities = readList(line);
   return call;
 }
 

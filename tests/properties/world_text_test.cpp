@@ -31,7 +31,9 @@ readings-until-error 2
 types-hidden 1
 system-class-loader 3
 metadata-loaded 1
-call getTypeByName "A" null null null
+call getSystem
+call getTypeByName "A"
+call precompileSources null null [ "x" ] null
 call loadObjectBundle "A" null [ "x" null ] null [ ] -7
 )";
 
@@ -45,6 +47,10 @@ std::string problemOf(const std::string& text) {
 }
 
 TEST(WorldText, ReadsBackWhatItWrites) { EXPECT_EQ(kEverything, textOf(storyFrom(kEverything))); }
+
+TEST(WorldText, ReadsNullForWhatACallLeavesOut) {
+  EXPECT_EQ(textOf(storyFrom("call loadClass\n")), textOf(storyFrom("call loadClass null null null null\n")));
+}
 
 TEST(WorldText, NamesTheLineAtFault) {
   EXPECT_EQ("line 1: a line cannot begin with 'entri'", problemOf("entri \"A\" null"));
