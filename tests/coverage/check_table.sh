@@ -36,18 +36,18 @@ check rooms 0 "$(share reference_host/compiler '75.00 % of 20' '100.00 % of 8' '
 check sums 0 "$(share 'the whole host' '95.00 % of 100' '100.00 % of 12' '87.50 % of 120' '16.66 % of 6')"
 
 library classloader/a.cpp 20000 1 10 0 4 0
-check one_line 1 'The tests must reach 100 % of the lines of the library, and miss 1 of 20000 in: classloader/a.cpp'
+check line 1 'The tests must reach 100 % of the lines of the library, and miss 1 of 20000 in: classloader/a.cpp'
 check rounding 1 "$(share classloader/a.cpp '99.99 % of 20000' '100.00 % of 4' '100.00 % of 10' '100.00 % of 4')"
 library classloader/a.cpp 20 0 10 1 4 0
-check one_branch 1 'The tests must reach 100 % of the branches of the library, and miss 1 of 10 in: classloader/a.cpp'
+check branch 1 'The tests must reach 100 % of the branches of the library, and miss 1 of 10 in: classloader/a.cpp'
 library classloader/a.cpp 20 0 10 0 4 1
-check one_condition 1 'The tests must reach 100 % of the conditions of the library, and miss 1 of 4 in: classloader/a.cpp'
+check condition 1 'The tests must reach 100 % of the conditions of the library, and miss 1 of 4 in: classloader/a.cpp'
 
 library classloader/a.cpp 20 0 10 0 4 0
 host 10 6 20 0 2 1
-check host_lines 1 'The tests must reach 95 % of the lines of the host, and miss 6 of 100 in: reference_host/compiler'
+check lines 1 'The tests must reach 95 % of the lines of the host, and miss 6 of 100 in: reference_host/compiler'
 host 10 0 20 19 2 1
-check host_branches 1 'The tests must reach 85 % of the branches of the host, and miss 19 of 120 in: reference_host/compiler'
+check branches 1 'The tests must reach 85 % of the branches of the host, and miss 19 of 120 in: reference_host/compiler'
 : >"$work/host"
 check nothing_measured 1 'The tests must reach 95 % of the lines of the host, and miss 0 of 0 in:'
 
