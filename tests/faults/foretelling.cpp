@@ -86,7 +86,11 @@ class Foretelling {
   }
 
   void failAllocation() {
-    if (fault_.endsProcess) {
+    if (fault_.iterator == IteratorFailure::losesDirectory) {
+      outcome_.losesDirectory = true;
+      held_.clear();
+    }
+    if (fault_.iterator == IteratorFailure::endsProcess) {
       outcome_.endsProcess = true;
       outcome_.code = "ends";
       over_ = true;

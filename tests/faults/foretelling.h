@@ -18,6 +18,11 @@ struct RaiseFault {
   bool forGood = false;
 };
 
+/// What a standard library makes of an allocation that fails within its own directory iterator. There are libraries
+/// that allocate where nothing may be thrown, and libraries that forget the directory which they opened; no native
+/// can help either.
+enum class IteratorFailure { throws, losesDirectory, endsProcess };
+
 /// What fails on a path: one thing at one place, and perhaps the raises besides.
 struct Fault {
   enum class Kind { none, allocation, thrown, error };
@@ -26,7 +31,7 @@ struct Fault {
   std::size_t position = 0;  // how many calls are made before it
   std::size_t number = 0;    // of an allocation, from 0, among those of the whole path
   bool forGood = false;      // whether all allocations from there on fail too
-  bool endsProcess = false;  // whether the standard library gives the process up for this allocation
+  IteratorFailure iterator = IteratorFailure::throws;
   Thrown object = Thrown::message;
   int error = 0;
   std::optional<RaiseFault> raise;
@@ -39,6 +44,7 @@ struct Outcome {
   std::size_t completed = 0;  // calls that were answered before the fault
   intptr_t result = 0;
   bool endsProcess = false;
+  bool losesDirectory = false;
   std::set<int> cleanRaises;  // by number from 1: those that nothing of the native's outlives
   int raises = 0;
 };

@@ -82,15 +82,16 @@ static Fault failing(std::size_t position, int error) {
   return fault;
 }
 
-/// Tells whether the standard library ends the process when an allocation fails that is the `nth` after the last
-/// call.
-static bool endsProcess(const Path& path, std::size_t position, std::size_t nth) {
+/// What the standard library makes of a failing allocation, the `nth` after the last call, of the directory iterator.
+static IteratorFailure iteratorFailure(const Path& path, std::size_t position, std::size_t nth) {
   const Steps calls = stepsOf(path);
-  if (path.listedFolder.empty() || position == 0 || calls[position - 1].kind != Step::Kind::read) return false;
+  const bool isRead = position > 0 && calls[position - 1].kind == Step::Kind::read;
+  if (path.listedFolder.empty() || !isRead) return IteratorFailure::throws;
   std::size_t readings = 0;
   for (std::size_t index = 0; index < position; ++index) readings += calls[index].kind == Step::Kind::read ? 1 : 0;
-  const auto endings = iteratorEndings(path.listedFolder, path.typesHidden);
-  return readings < endings.size() && nth < endings[readings].size() && endings[readings][nth];
+  const auto failures = iteratorFailures(path.listedFolder, path.typesHidden);
+  const bool isIterators = readings < failures.size() && nth < failures[readings].size();
+  return isIterators ? failures[readings][nth] : IteratorFailure::throws;
 }
 
 static std::vector<Cell> allocationCells(const Path& path, const std::vector<std::size_t>& allocations) {
@@ -102,7 +103,7 @@ static std::vector<Cell> allocationCells(const Path& path, const std::vector<std
     fault.kind = Fault::Kind::allocation;
     fault.position = allocations[number];
     fault.number = number;
-    fault.endsProcess = endsProcess(path, fault.position, nth);
+    fault.iterator = iteratorFailure(path, fault.position, nth);
     for (const bool forGood : {false, true}) {
       fault.forGood = forGood;
       cells.push_back({Group::allocations, fault.position, fault});
@@ -137,7 +138,8 @@ static std::vector<Cell> faultsBeforeRaises(const Path& path, const std::vector<
   std::vector<Cell> cells;
   for (const Cell& cell : allocationCells(path, allocations)) {
     const bool samePlace = !cells.empty() && cells.back().position == cell.position;
-    if (!cell.fault.forGood && !cell.fault.endsProcess && !samePlace) cells.push_back(cell);
+    const bool ends = cell.fault.iterator == IteratorFailure::endsProcess;
+    if (!cell.fault.forGood && !ends && !samePlace) cells.push_back(cell);
   }
   for (const Cell& cell : hostCallCells(path)) {
     if (cell.fault.object == Thrown::message || cell.fault.object == Thrown::noException) cells.push_back(cell);

@@ -150,11 +150,11 @@ static Path package(
   return path;
 }
 
-static Path listed(std::string name, std::vector<std::string> roots, const std::vector<Listed>& entries,
+static Path listed(const std::string& name, const std::vector<std::string>& roots, const std::vector<Listed>& entries,
                    bool typesHidden) {
   const Listing listing{roots.back() + kFolder, entries, typesHidden};
   const Steps home = steps(opening(listing.folder), readings(listing, 0, {}));
-  Path path = package(std::move(name), std::move(roots), home);
+  Path path = package(name, roots, home);
   path.listedFolder = listing.folder;
   path.typesHidden = typesHidden;
   return path;

@@ -34,6 +34,7 @@ using Lines = std::vector<std::string>;
 namespace {
 
 constexpr int kEndedAsForetold = 42;
+constexpr int kLostDirectory = 43;
 
 /// Numbers that a child process hands to its parent.
 struct Shared {
@@ -48,12 +49,10 @@ Shared& shared() {
 
 void share(std::size_t number) { shared().numbers.at(shared().count++) = static_cast<std::uint16_t>(number); }
 
-/// Which of the first descriptors are open.
-std::uint64_t openDescriptors() {
-  std::uint64_t open = 0;
-  for (int descriptor = 0; descriptor < 64; ++descriptor) {
-    if (fcntl(descriptor, F_GETFD) >= 0) open |= std::uint64_t{1} << static_cast<unsigned>(descriptor);
-  }
+int openDescriptors() {
+  constexpr int kMost = 256;
+  int open = 0;
+  for (int descriptor = 0; descriptor < kMost; ++descriptor) open += fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
   return open;
 }
 
@@ -96,7 +95,7 @@ class Trial {
   std::size_t allocated_ = 0;
   bool failed_ = false;
   std::size_t held_ = 0;
-  std::uint64_t before_ = 0;
+  int opened_ = 0;
 };
 
 /// Records a call, and lets it fail when it is the one; returns the error that it fails with.
@@ -151,11 +150,12 @@ std::string Trial::call() {
 std::string Trial::run() {
   arrange();
   shared().count = 0;
-  before_ = openDescriptors();
+  const int before = openDescriptors();
   const allocations::Watch watch([this] { return failsAllocation(); });
   watch_ = &watch;
   std::string ending = call();
   held_ = watch.held();
+  opened_ = openDescriptors() - before;
   const HostsTurn turn;
   system_calls::reset();
   host().onCall = nullptr;
@@ -181,7 +181,7 @@ void Trial::expect(const Outcome& foretold, const std::string& ending) const {
   EXPECT_TRUE(foretold.ending == ending) << "expected that the call " << shortened(foretold.ending) << "\nbut it "
                                          << shortened(ending);
   EXPECT_EQ(0U, held_) << "blocks of memory are still held";
-  EXPECT_EQ(before_, openDescriptors()) << "descriptors were opened and not closed, or closed and not opened";
+  EXPECT_EQ(foretold.losesDirectory ? 1 : 0, opened_) << "descriptors were opened and not closed, or more were closed";
   for (const std::string& wrong : host().leftovers()) ADD_FAILURE() << wrong;
   expectLists();
   for (const int number : foretold.cleanRaises) {
@@ -316,18 +316,26 @@ static void listUntil(const std::string& folder, std::size_t failing) {
   }
 }
 
-static bool endsListing(const std::string& folder, std::size_t allocation) {
+static IteratorFailure failureOf(const std::string& folder, std::size_t allocation) {
   const int status = scripted::statusOfOwnProcess([&] {
     std::set_terminate([] { _exit(kEndedAsForetold); });
+    const int before = openDescriptors();
     listUntil(folder, allocation);
+    if (openDescriptors() != before) _exit(kLostDirectory);
   });
-  return WIFEXITED(status) && WEXITSTATUS(status) == kEndedAsForetold;
+  switch (WIFEXITED(status) ? WEXITSTATUS(status) : -1) {
+    case EXIT_SUCCESS: return IteratorFailure::throws;
+    case kLostDirectory: return IteratorFailure::losesDirectory;
+    case kEndedAsForetold: return IteratorFailure::endsProcess;
+    default: ADD_FAILURE() << "listing " << folder << " ended with status " << status;
+  }
+  return IteratorFailure::throws;
 }
 
-std::vector<std::vector<bool>> iteratorEndings(const std::string& folder, bool typesHidden) {
-  static std::map<std::pair<std::string, bool>, std::vector<std::vector<bool>>> known;
-  auto& endings = known[{folder, typesHidden}];
-  if (!endings.empty()) return endings;
+std::vector<std::vector<IteratorFailure>> iteratorFailures(const std::string& folder, bool typesHidden) {
+  static std::map<std::pair<std::string, bool>, std::vector<std::vector<IteratorFailure>>> known;
+  auto& failures = known[{folder, typesHidden}];
+  if (!failures.empty()) return failures;
   const system_calls::Scope scope;
   system_calls::sortEntries();
   if (typesHidden) system_calls::hideEntryTypes();
@@ -335,10 +343,10 @@ std::vector<std::vector<bool>> iteratorEndings(const std::string& folder, bool t
   listUntil(folder, SIZE_MAX);
   const std::vector<std::size_t> readings(shared().numbers.data(), shared().numbers.data() + shared().count);
   for (std::size_t number = 0; number < readings.size(); ++number) {
-    endings.resize(readings[number] + 1);
-    endings[readings[number]].push_back(endsListing(folder, number));
+    if (failures.size() <= readings[number]) failures.resize(readings[number] + 1);
+    failures[readings[number]].push_back(failureOf(folder, number));
   }
-  return endings;
+  return failures;
 }
 
 }  // namespace faults

@@ -14,10 +14,9 @@ namespace faults {
 /// Fails the test when the path does not go as it is written down.
 std::vector<std::size_t> allocationsOf(const Path& path);
 
-/// Tells, for each reading of a directory and each allocation that the standard library's own iterator makes after
-/// it, whether the process ends when that allocation fails. There are libraries that allocate where nothing may be
-/// thrown, and no native can help that.
-std::vector<std::vector<bool>> iteratorEndings(const std::string& folder, bool typesHidden);
+/// Tells, for each reading of a directory, what comes of each allocation that the standard library's own iterator
+/// makes after it, when that allocation fails.
+std::vector<std::vector<IteratorFailure>> iteratorFailures(const std::string& folder, bool typesHidden);
 
 /// Tries a fault, and fails the test when the calls, the raises, the result or the object that leaves are not as
 /// foretold, when anything is still held, or when the next call notices that there was a fault.
