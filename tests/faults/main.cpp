@@ -7,8 +7,10 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "matrix.h"
 #include "page.h"
@@ -43,17 +45,40 @@ class PathTest : public testing::Test {
   Group group_;
 };
 
+std::vector<std::string> linesOf(const std::string& text) {
+  std::istringstream stream(text);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+/// Shows the lines between the first and the last that differ.
+std::string difference(const std::string& written, const std::string& made) {
+  std::vector<std::string> before = linesOf(written);
+  std::vector<std::string> after = linesOf(made);
+  std::size_t same = 0;
+  while (same < before.size() && same < after.size() && before[same] == after[same]) ++same;
+  while (before.size() > same && after.size() > same && before.back() == after.back()) {
+    before.pop_back();
+    after.pop_back();
+  }
+  std::string text = "from line " + std::to_string(same + 1) + ":\n";
+  for (std::size_t line = same; line < before.size(); ++line) text += "- " + before[line] + '\n';
+  for (std::size_t line = same; line < after.size(); ++line) text += "+ " + after[line] + '\n';
+  return text;
+}
+
 /// Compares the page where the standard library allocates as it does in the build that writes it.
 class PageTest : public testing::Test {
   void TestBody() override {
     const Page made = page();
     EXPECT_LE(1000U, made.cells);
-#ifdef COMPARE_PAGE
+    if (!COMPARE_PAGE) return;
     std::ifstream file(PAGE);
     const std::string written{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    EXPECT_EQ(written, made.text) << PAGE << " is not what the library does. Where the change is meant, run\n"
-                                  << "  cmake --build --preset dev --target failure-matrix";
-#endif
+    EXPECT_TRUE(written == made.text) << PAGE << " is not what the library does, " << difference(written, made.text)
+                                      << "Where the change is meant, run\n"
+                                      << "  cmake --build --preset dev --target failure-matrix";
   }
 };
 
