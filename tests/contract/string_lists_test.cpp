@@ -88,7 +88,8 @@ TEST_F(StringLists, ANullElementIsRefusedAtEitherEnd) {
 
 TEST_F(StringLists, ASizeThatNoVectorHoldsIsALengthError) {
   void* list = host().list("list", {"unread"}, std::numeric_limits<int64_t>::max());
-  EXPECT_THROWS_TEXT(requireStringList(list, "Label"), std::length_error, standard_library::impossibleReservation().c_str());
+  EXPECT_THROWS_TEXT(requireStringList(list, "Label"), std::length_error,
+                     standard_library::impossibleReservation().c_str());
   EXPECT_CALLS(listRead("list", 0));
 }
 
