@@ -36,7 +36,7 @@ static std::optional<File> lookedUp(const World& world, const File& folder, cons
   if (folder.kind != FileKind::kFolder) return std::nullopt;
   if (name == ".") return folder;
   if (name == "..") return fileAt(world, parentOf(folder.path));
-  const std::optional<File> file = fileAt(world, below(folder.path, name));
+  std::optional<File> file = fileAt(world, below(folder.path, name));
   if (!file || file->kind != FileKind::kLink) return file;
   if (links == 0) return std::nullopt;
   return followed(world, folder.path, file->target, links - 1);

@@ -249,7 +249,7 @@ class Rules {
       return "0";
     }
     ask(Operation::kGetInstance);
-    if (ask(Operation::kAddKlassPath, inQuotes(*root)).number != 0) {
+    if (ask(Operation::kAddKlassPath, inQuotes(root)).number != 0) {
       world_.roots.push_back(*root);
       ask(Operation::kInvalidateCaches);
       return "1";
@@ -350,7 +350,7 @@ class Rules {
 
   Text homeOf(const std::string& relativeFolder) const {
     for (const std::string& root : world_.roots) {
-      const std::string folder = joinedPaths(root, relativeFolder);
+      std::string folder = joinedPaths(root, relativeFolder);
       if (isFolder(world_, folder)) return folder;
     }
     return kNoText;
@@ -358,8 +358,9 @@ class Rules {
 
   /// A folder that may not be read is empty; what else keeps it from being listed is an error.
   int listingError(const std::string& folder) const {
-    if (world_.openingError == EACCES || !isListable(world_, folder)) return 0;
+    if (world_.openingError == EACCES) return 0;
     if (world_.openingError != 0) return world_.openingError;
+    if (!isListable(world_, folder)) return 0;
     // Each name is read, the folder's own and its parent's too, and then the end.
     const std::size_t readings = namesIn(world_, folder).size() + 3;
     const auto until = static_cast<std::size_t>(world_.readingsUntilError);

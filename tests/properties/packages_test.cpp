@@ -124,6 +124,9 @@ TEST_F(Packages, EveryErrorOfAListingIsTold) {
     for (const int error : {EIO, EMFILE, ENOENT, EACCES}) {
       world.openingError = error;
       play(world, {loadPackageTypes("a")});
+      World closed = world;
+      closed.files.push_back({FileKind::kClosedFolder, "r/a/in", ""});
+      play(closed, {loadPackageTypes("a.in")});
     }
     world.openingError = 0;
     for (world.readingsUntilError = 1; world.readingsUntilError <= 8; ++world.readingsUntilError) {

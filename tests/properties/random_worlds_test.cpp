@@ -19,7 +19,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-constexpr int kWorlds = 100'000;
+constexpr int kWorlds = 200'000;
 constexpr int kFreshWorlds = 1'000;
 // A large world takes a few hundred choices.
 constexpr double kChoicesForEachSize = 4;
