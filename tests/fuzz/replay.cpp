@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
   for (std::size_t i = 1; i < words.size(); ++i) {
     for (const fs::path& input : inputsBelow(words[i])) {
       // The line of an input that fails is the last one, and runs it alone.
-      std::cout << words.front() << ' ' << input.string() << std::endl;
+      std::cout << words.front() << ' ' << input.string() << '\n' << std::flush;
       if (!play(input)) {
         std::cerr << "cannot read " << input.string() << '\n';
         return 2;
