@@ -12,6 +12,8 @@ root=$sources/../..
 scratch=$(mktemp -d -p "$([ -w /dev/shm ] && echo /dev/shm || echo "${TMPDIR:-/tmp}")" orva-fuzz-XXXXXX)
 trap 'rm -rf "$scratch"' EXIT
 export TEST_TMPDIR=$scratch/
+# Debian's package has it under this name alone.
+export ASAN_SYMBOLIZER_PATH=/usr/bin/llvm-symbolizer-19 UBSAN_SYMBOLIZER_PATH=/usr/bin/llvm-symbolizer-19
 
 # What a target begins with: its corpus; the compiler has the programs of other tests too.
 seeds() {  # TARGET

@@ -1,18 +1,21 @@
 #!/usr/bin/env bash
 # Checks the command line of orva-host: usage errors, --help, --version, arguments, class path and exit statuses.
-# Usage: check_command_line.sh ORVA_HOST
+# Usage: check_command_line.sh ORVA_HOST CXX_COMPILER
 set -uo pipefail
-host=$(realpath "$1")
+host=$(realpath "$1") compiler=$2
 work=$(realpath "$(mktemp -d)")
 trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
 cd "$work" || exit 1
 failures=0
 
+# A library that the host, and it alone, is started with.
+preload=
+
 # check NAME STATUS OUTPUT ERRORS WORD…: runs the host and compares everything.
 check() {
   local name=$1 status=$2 output=$3 errors=$4 found
   shift 4
-  timeout 60 "$host" "$@" >"$work/.output" 2>"$work/.errors" </dev/null
+  timeout 60 env ${preload:+"LD_PRELOAD=$preload" "ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}"} "$host" "$@" >"$work/.output" 2>"$work/.errors" </dev/null
   found=$?
   if [ "$found" -ne "$status" ] || [ "$(cat "$work/.output")" != "$output" ] || [ "$(cat "$work/.errors")" != "$errors" ]; then
     printf '%s: expected status %s, output <%s>, errors <%s>\n' "$name" "$status" "$output" "$errors"
@@ -137,13 +140,13 @@ extern "C" void Orva_raise(const char* exceptionClass, const char* message);
 extern "C" void orva_Thrower_fail() { throw 42; }
 extern "C" void orva_Raiser_main() { Orva_raise("Raised", "before any line was reached"); }
 CPP
-c++ -shared -fPIC natives.cpp -o natives.so || failures=1
+"$compiler" -shared -fPIC natives.cpp -o natives.so || failures=1
 echo 'class Thrower { static native void fail(); static void main() { Console.print("first"); Thrower.fail(); } }' >Thrower.ov
 echo 'class Raiser { static native void main(); }' >Raiser.ov
-export LD_PRELOAD=$work/natives.so ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}
+preload=$work/natives.so
 check foreign_object 1 first 'A native threw an object that is no std::exception' run Thrower.ov
 check raised_by_main 1 '' 'Raised: before any line was reached' run Raiser.ov
-unset LD_PRELOAD
+preload=
 
 # Output that cannot be written is a failure.
 "$host" run app/Main.ov -- text >/dev/full 2>.errors

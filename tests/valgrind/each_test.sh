@@ -11,6 +11,7 @@ trap 'rm -f "$log"' EXIT
 status=0
 tests=$("$program" --gtest_list_tests --gtest_filter="$filter" |
   awk '/^[^ ]/ { suite = $1 } /^ / { print suite $1 }')
+[ -n "$tests" ] || { echo "$program has no tests that match '$filter'"; exit 1; }
 for test in $tests; do
   "$@" "$program" --gtest_filter="$test" >"$log" 2>&1 || { cat "$log"; status=1; }
 done
