@@ -106,7 +106,7 @@ class Foretelling {
     const Native& native = *path_.native;
     if (inside && object.text) return bridge(*object.text, "raises");
     if (inside && native.otherText) return bridge(*native.otherText, "fixed");
-    leave(object, again_ ? "again leaves" : "leaves");
+    leave(object, "leaves");
   }
 
   void bridge(const std::string& text, const std::string& code) {

@@ -180,6 +180,9 @@ void Trial::expect(const Outcome& foretold, const std::string& ending) const {
       << scripted::sameCalls(shortenedAll(foretold.calls), shortenedAll(calls_)).message();
   EXPECT_TRUE(foretold.ending == ending) << "expected that the call " << shortened(foretold.ending) << "\nbut it "
                                          << shortened(ending);
+  const bool again = foretold.code.rfind("again", 0) == 0;
+  EXPECT_EQ(again, raises_.size() == 2) << "the code is \"" << foretold.code << "\" after " << raises_.size()
+                                        << " raises";
   EXPECT_EQ(0U, held_) << "blocks of memory are still held";
   EXPECT_EQ(foretold.losesDirectory ? 1 : 0, opened_) << "descriptors were opened and not closed, or more were closed";
   for (const std::string& wrong : host().leftovers()) ADD_FAILURE() << wrong;
