@@ -20,6 +20,14 @@
 namespace faults {
 namespace {
 
+// What the page says of memory depends on where the optimisation and the standard library allocate. The project's
+// builds with this compiler agree on it, sanitizers and the library's debug mode included.
+#if defined(__GLIBCXX__) && !defined(__clang__) && __GNUC__ == 12
+constexpr bool kMakesPage = true;
+#else
+constexpr bool kMakesPage = false;
+#endif
+
 void tryAll(const Path& path, Group group, const std::string& command) {
   for (const Cell& cell : cellsOf(path, group, allocationsOf(path))) {
     SCOPED_TRACE(named(path, cell.fault) + "\nTo run it again: " + command);
@@ -68,12 +76,12 @@ std::string difference(const std::string& written, const std::string& made) {
   return text;
 }
 
-/// Compares the page where the standard library allocates as it does in the build that writes it.
+/// Compares the page with what this build finds, where this build may write it.
 class PageTest : public testing::Test {
   void TestBody() override {
     const Page made = page();
     EXPECT_LE(1000U, made.cells);
-    if (!COMPARE_PAGE) return;
+    if (!kMakesPage) return;
     std::ifstream file(PAGE);
     const std::string written{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     EXPECT_TRUE(written == made.text) << PAGE << " is not what the library does, " << difference(written, made.text)
@@ -130,6 +138,10 @@ void registerTests() {
 
 /// Writes the page once every fault was tried; the tests do the trying, each in its turn.
 int writePage() {
+  if (!kMakesPage) {
+    std::cerr << PAGE << " is made with g++ 12 and libstdc++ only, and this is another build\n";
+    return EXIT_FAILURE;
+  }
   const int failed = RUN_ALL_TESTS();
   if (failed != 0) return failed;
   const Page made = page();
