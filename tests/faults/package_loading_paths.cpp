@@ -73,7 +73,7 @@ static Steps loads(const std::vector<std::string>& files) {
 }
 
 /// The directory that is listed, and how its entries are told apart.
-struct Listing {
+struct ListedFolder {
   std::string folder;
   std::vector<Listed> entries;
   bool typesHidden = false;
@@ -82,7 +82,7 @@ struct Listing {
 };
 
 /// The readings from one entry on, then the loads of these files and of those still to come.
-static Steps readings(const Listing& listing, std::size_t next, const std::vector<std::string>& files) {
+static Steps readings(const ListedFolder& listing, std::size_t next, const std::vector<std::string>& files) {
   if (next == listing.entries.size()) {
     const Step close{Step::Kind::close, "closedir()", [files](int) { return Course{loads(files), {}, 0, "as usual"}; }};
     return steps(reading(), close, loads(files));
@@ -152,7 +152,7 @@ static Path package(
 
 static Path listed(const std::string& name, const std::vector<std::string>& roots, const std::vector<Listed>& entries,
                    bool typesHidden) {
-  const Listing listing{roots.back() + kFolder, entries, typesHidden};
+  const ListedFolder listing{roots.back() + kFolder, entries, typesHidden};
   const Steps home = steps(opening(listing.folder), readings(listing, 0, {}));
   Path path = package(name, roots, home);
   path.listedFolder = listing.folder;
