@@ -301,9 +301,12 @@ static void list(const std::string& folder) {
 }
 
 /// Lists a folder with an allocation failing, and shares after how many readings each allocation was made.
-static void listUntil(const std::string& folder, std::size_t failing) {
+static void listUntil(const std::string& folder, bool typesHidden, std::size_t failing) {
   std::size_t readings = 0;
   std::size_t number = 0;
+  const system_calls::Scope scope;
+  system_calls::sortEntries();
+  if (typesHidden) system_calls::hideEntryTypes();
   system_calls::onEachCall([&readings](const std::string& call) {
     if (call == "readdir()") ++readings;
     return 0;
@@ -319,11 +322,11 @@ static void listUntil(const std::string& folder, std::size_t failing) {
   }
 }
 
-static IteratorFailure failureOf(const std::string& folder, std::size_t allocation) {
+static IteratorFailure failureOf(const std::string& folder, bool typesHidden, std::size_t allocation) {
   const int status = scripted::statusOfOwnProcess([&] {
     std::set_terminate([] { _exit(kEndedAsForetold); });
     const int before = openDescriptors();
-    listUntil(folder, allocation);
+    listUntil(folder, typesHidden, allocation);
     if (openDescriptors() != before) _exit(kLostDirectory);
   });
   switch (WIFEXITED(status) ? WEXITSTATUS(status) : -1) {
@@ -339,15 +342,12 @@ std::vector<std::vector<IteratorFailure>> iteratorFailures(const std::string& fo
   static std::map<std::pair<std::string, bool>, std::vector<std::vector<IteratorFailure>>> known;
   auto& failures = known[{folder, typesHidden}];
   if (!failures.empty()) return failures;
-  const system_calls::Scope scope;
-  system_calls::sortEntries();
-  if (typesHidden) system_calls::hideEntryTypes();
   shared().count = 0;
-  listUntil(folder, SIZE_MAX);
+  listUntil(folder, typesHidden, SIZE_MAX);
   const std::vector<std::size_t> readings(shared().numbers.data(), shared().numbers.data() + shared().count);
   for (std::size_t number = 0; number < readings.size(); ++number) {
     if (failures.size() <= readings[number]) failures.resize(readings[number] + 1);
-    failures[readings[number]].push_back(failureOf(folder, number));
+    failures[readings[number]].push_back(failureOf(folder, typesHidden, number));
   }
   return failures;
 }
