@@ -29,9 +29,9 @@ constexpr bool kMakesPage = false;
 #endif
 
 void tryAll(const Path& path, Group group, const std::string& command) {
-  for (const Cell& cell : cellsOf(path, group, allocationsOf(path))) {
-    SCOPED_TRACE(named(path, cell.fault) + "\nTo run it again: " + command);
-    tryFault(path, cell.fault);
+  for (const Case& tried : casesOf(path, group, allocationsOf(path))) {
+    SCOPED_TRACE(named(path, tried.fault) + "\nTo run it again: " + command);
+    tryFault(path, tried.fault);
   }
 }
 
@@ -80,7 +80,7 @@ std::string difference(const std::string& written, const std::string& made) {
 class PageTest : public testing::Test {
   void TestBody() override {
     const Page made = page();
-    EXPECT_LE(1000U, made.cells);
+    EXPECT_LE(1000U, made.cases);
     if (!kMakesPage) return;
     std::ifstream file(PAGE);
     const std::string written{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};

@@ -49,9 +49,8 @@ std::string errorName(int error) {
   return names.at(error);
 }
 
-/// The errors that a call may report, by its page in POSIX or Linux; EIO is what file systems report besides.
 /// EPERM and EBUSY are not among those of the lock: they are of unlocking and of trying.
-static std::vector<int> errorsOf(const Step& step) {
+const std::vector<std::pair<std::string, std::vector<int>>>& errorsTried() {
   static const std::vector<std::pair<std::string, std::vector<int>>> errors{
       {"lock", {EAGAIN, EDEADLK, EINVAL, ENOTRECOVERABLE, EOWNERDEAD}},
       {"stat", {EACCES, EIO, ELOOP, ENAMETOOLONG, ENOENT, ENOMEM, ENOTDIR}},
@@ -60,8 +59,12 @@ static std::vector<int> errorsOf(const Step& step) {
       {"fdopendir", {ENOMEM, ENOTDIR}},
       {"readdir", {EIO, ENOENT, ENOTDIR}},
       {"closedir", {EINTR, EIO}}};
-  for (const auto& [call, all] : errors) {
-    if (step.line.rfind(call + '(', 0) == 0) return all;
+  return errors;
+}
+
+static std::vector<int> errorsOf(const Step& step) {
+  for (const auto& [call, errors] : errorsTried()) {
+    if (step.line.rfind(call + '(', 0) == 0) return errors;
   }
   return {};
 }
@@ -94,8 +97,8 @@ static IteratorFailure iteratorFailure(const Path& path, std::size_t position, s
   return isIterators ? failures[readings][nth] : IteratorFailure::throws;
 }
 
-static std::vector<Cell> allocationCells(const Path& path, const std::vector<std::size_t>& allocations) {
-  std::vector<Cell> cells;
+static std::vector<Case> allocationCases(const Path& path, const std::vector<std::size_t>& allocations) {
+  std::vector<Case> cases;
   std::size_t nth = 0;
   for (std::size_t number = 0; number < allocations.size(); ++number) {
     nth = number > 0 && allocations[number - 1] == allocations[number] ? nth + 1 : 0;
@@ -106,83 +109,83 @@ static std::vector<Cell> allocationCells(const Path& path, const std::vector<std
     fault.iterator = iteratorFailure(path, fault.position, nth);
     for (const bool forGood : {false, true}) {
       fault.forGood = forGood;
-      cells.push_back({Group::allocations, fault.position, fault});
+      cases.push_back({Group::allocations, fault.position, fault});
     }
   }
-  return cells;
+  return cases;
 }
 
-static std::vector<Cell> hostCallCells(const Path& path) {
-  std::vector<Cell> cells;
+static std::vector<Case> hostCallCases(const Path& path) {
+  std::vector<Case> cases;
   const Steps calls = stepsOf(path);
   for (std::size_t position = 0; position < calls.size(); ++position) {
     if (calls[position].kind != Step::Kind::hostCall) continue;
-    for (const Thrown object : kEveryObject) cells.push_back({Group::hostCalls, position, throwing(position, object)});
+    for (const Thrown object : kEveryObject) cases.push_back({Group::hostCalls, position, throwing(position, object)});
   }
-  return cells;
+  return cases;
 }
 
-static std::vector<Cell> errorCells(const Path& path, Group group) {
-  std::vector<Cell> cells;
+static std::vector<Case> errorCases(const Path& path, Group group) {
+  std::vector<Case> cases;
   const Steps calls = stepsOf(path);
   for (std::size_t position = 0; position < calls.size(); ++position) {
     if ((calls[position].kind == Step::Kind::lock) != (group == Group::lock)) continue;
-    for (const int error : errorsOf(calls[position])) cells.push_back({group, position, failing(position, error)});
+    for (const int error : errorsOf(calls[position])) cases.push_back({group, position, failing(position, error)});
   }
-  return cells;
+  return cases;
 }
 
 /// Lists the faults that may end in a raise: each call once for each way that its failure takes, and one allocation
 /// for each place between two calls.
-static std::vector<Cell> faultsBeforeRaises(const Path& path, const std::vector<std::size_t>& allocations) {
-  std::vector<Cell> cells;
-  for (const Cell& cell : allocationCells(path, allocations)) {
-    const bool samePlace = !cells.empty() && cells.back().position == cell.position;
-    const bool ends = cell.fault.iterator == IteratorFailure::endsProcess;
-    if (!cell.fault.forGood && !ends && !samePlace) cells.push_back(cell);
+static std::vector<Case> faultsBeforeRaises(const Path& path, const std::vector<std::size_t>& allocations) {
+  std::vector<Case> cases;
+  for (const Case& tried : allocationCases(path, allocations)) {
+    const bool samePlace = !cases.empty() && cases.back().position == tried.position;
+    const bool ends = tried.fault.iterator == IteratorFailure::endsProcess;
+    if (!tried.fault.forGood && !ends && !samePlace) cases.push_back(tried);
   }
-  for (const Cell& cell : hostCallCells(path)) {
-    if (cell.fault.object == Thrown::message || cell.fault.object == Thrown::noException) cells.push_back(cell);
+  for (const Case& tried : hostCallCases(path)) {
+    if (tried.fault.object == Thrown::message || tried.fault.object == Thrown::noException) cases.push_back(tried);
   }
   for (const Group group : {Group::lock, Group::systemCalls}) {
-    for (const Cell& cell : errorCells(path, group)) cells.push_back(cell);
+    for (const Case& tried : errorCases(path, group)) cases.push_back(tried);
   }
-  return cells;
+  return cases;
 }
 
-static void addRaises(const Path& path, std::size_t position, Fault fault, std::vector<Cell>& cells) {
+static void addRaises(const Path& path, std::size_t position, Fault fault, std::vector<Case>& cases) {
   if (foretell(path, path.usual, fault).raises == 0) return;
   for (const bool forGood : {false, true}) {
     for (const Thrown object : kEveryObject) {
       fault.raise = RaiseFault{object, forGood};
-      cells.push_back({Group::raises, position, fault});
+      cases.push_back({Group::raises, position, fault});
     }
   }
 }
 
-static std::vector<Cell> raiseCells(const Path& path, const std::vector<std::size_t>& allocations) {
-  std::vector<Cell> cells;
+static std::vector<Case> raiseCases(const Path& path, const std::vector<std::size_t>& allocations) {
+  std::vector<Case> cases;
   const Steps calls = stepsOf(path);
   for (std::size_t position = 0; position < calls.size(); ++position) {
-    if (calls[position].kind == Step::Kind::raise) addRaises(path, position, Fault(), cells);
+    if (calls[position].kind == Step::Kind::raise) addRaises(path, position, Fault(), cases);
   }
-  for (const Cell& before : faultsBeforeRaises(path, allocations)) {
+  for (const Case& before : faultsBeforeRaises(path, allocations)) {
     // A fault that the path gets over leaves its own raise where it was.
     if (foretell(path, path.usual, before.fault).code != "as usual")
-      addRaises(path, before.position, before.fault, cells);
+      addRaises(path, before.position, before.fault, cases);
   }
-  return cells;
+  return cases;
 }
 
-std::vector<Cell> cellsOf(const Path& path, Group group, const std::vector<std::size_t>& allocations) {
+std::vector<Case> casesOf(const Path& path, Group group, const std::vector<std::size_t>& allocations) {
   switch (group) {
-    case Group::allocations: return allocationCells(path, allocations);
-    case Group::hostCalls: return hostCallCells(path);
+    case Group::allocations: return allocationCases(path, allocations);
+    case Group::hostCalls: return hostCallCases(path);
     case Group::lock:
-    case Group::systemCalls: return errorCells(path, group);
+    case Group::systemCalls: return errorCases(path, group);
     case Group::raises: break;
   }
-  return raiseCells(path, allocations);
+  return raiseCases(path, allocations);
 }
 
 }  // namespace faults

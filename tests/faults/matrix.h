@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "foretelling.h"
@@ -19,7 +20,7 @@ constexpr std::array<Group, 5> kEveryGroup{Group::allocations, Group::hostCalls,
 std::string nameOf(Group group);
 
 /// One fault of a path. `position` is the row of the page: how many calls are made before the fault.
-struct Cell {
+struct Case {
   Group group;
   std::size_t position;
   Fault fault;
@@ -32,7 +33,11 @@ Steps stepsOf(const Path& path);
 
 /// Lists the faults of one kind.
 /// @param allocations what `allocationsOf` returned.
-std::vector<Cell> cellsOf(const Path& path, Group group, const std::vector<std::size_t>& allocations);
+std::vector<Case> casesOf(const Path& path, Group group, const std::vector<std::size_t>& allocations);
+
+/// The errors that each call is tried with, by its name: a choice of those that POSIX and Linux list for it, and EIO
+/// where a file system may report it.
+const std::vector<std::pair<std::string, std::vector<int>>>& errorsTried();
 
 /// The short name of an error, such as "EIO".
 std::string errorName(int error);

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <iostream>
+#include <iterator>
 #include <map>
 #include <set>
 #include <sstream>
@@ -23,13 +24,16 @@ namespace {
 constexpr const char* kIntroduction =
     R"(# What comes of each failure
 
-<!-- Made by: cmake --build --preset dev --target failure-matrix -->
-
 For whoever writes a host: what each of the nine natives does when something that it calls, or its memory, fails.
 This page is made by `cmake --build --preset dev --target failure-matrix`, which tries every fault first and writes
-nothing when one of them goes otherwise; a test compares it with the library. The tables list the calls of one path
-in order. A cell is one fault at one place of one path, tried for itself, and its code says what came of it.
-Every cell also checks that
+nothing when one of them goes otherwise; a test compares it with the library. Made with g++ 12 and libstdc++.
+
+Most natives run their work inside a *bridge* (`classloader/failure_bridge.h`), which turns a C++ exception into one
+raise and returns the failure value. What *leaves* a native leaves it as a C++ exception, into the code that called
+the native.
+
+A *case* is one fault at one place of one path, tried for itself. Where a native allocates several times at one place,
+each of these allocations is tried, and together they count as one case. Every case also checks that
 
 - the calls up to the fault, those after it, and each raise with its class and its whole message are as prescribed;
 - the native returned what it should, or the very object that was thrown left it;
@@ -38,25 +42,41 @@ Every cell also checks that
 - the next call, with nothing failing, goes as if nothing had happened (for `orva_ClassLoader_getSystem`: goes on from
   the state that the failure left).
 
+Two things are otherwise. Where the process ends, it is the calls up to there that are checked. And libc++'s own
+directory iterator loses the open directory when the first allocations of its constructor fail: with that library,
+one descriptor stays open there.
+
+## How to read the tables
+
+Each table lists the calls of one path in order. A *cell* says by a code what came of the faults of its column at the
+call of its row. A cell is empty where there is no such fault to try.
+
 | column | the fault |
 |---|---|
 | no memory, once · for good | an allocation of the native since the call before fails: it alone, or all from there on |
 | e · e₀ · eᴸ · x | the call throws a `std::exception` with a message, one with an empty message, one of a derived class with 100,000 bytes, or an object that is no `std::exception` |
-| error | the lock, or a system call that the standard library makes, reports an error: each that its page in POSIX or Linux names, and EIO |
+| error | the lock, or a system call that the standard library makes, reports an error: each that is listed for it below |
 | raise throws, once · for good | besides the fault in the same row (or alone, in the row of a raise), `Orva_raise` throws each of the four objects, at the first raise or at every one |
 
 | code | what comes of it |
 |---|---|
 | raises | one raise, of the native's exception class and with the failure's own text; then the failure value is returned |
 | fixed | the same, with the native's fixed text |
-| leaves | the object leaves the native as it was thrown; an object that `Orva_raise` threw leaves after that raise |
+| leaves | the object leaves the native as it was thrown; an object that `Orva_raise` threw leaves after that raise, the only one |
 | again · again fixed | a raise of the path threw, and the bridge makes a second one: with the text of what was thrown, or the fixed text |
 | again leaves | the second raise threw as well, and that object leaves |
 | as usual | nothing: the same result and the same raises as without the fault |
 | IOException · ClassNotFoundException | one raise of that class with the native's own message; then the failure value is returned |
 | empty | the directory counts as empty |
 | skipped | that file is not loaded, all others are |
-| ends | `std::terminate`: this standard library's directory iterator allocates in a function that may not throw |
+| ends | `std::terminate`: libstdc++'s directory iterator allocates in a function that may not throw |
+
+| in a table | what it means |
+|---|---|
+| 1-8 \| `a` … `b` | a row for all calls from `a` to `b`; a code holds for each of them where that fault can happen |
+| ends / raises | some allocations at that place end the process, others are raised |
+| EACCES: empty / others: IOException | of the error EACCES comes "empty", of all other errors "IOException"; likewise e, e₀, eᴸ and x name the object that a raise threw |
+| no memory → leaves | where a raise throws: with this fault of the same row besides comes "leaves"; "alone" is the raise without another fault |
 
 )";
 
@@ -131,10 +151,10 @@ std::string besides(const Fault& fault) {
   return "alone";
 }
 
-/// The column of a cell, and what names it within the column.
-std::pair<std::size_t, std::string> place(const Cell& cell) {
-  const Fault& fault = cell.fault;
-  switch (cell.group) {
+/// The column of a case, and what names it within the column.
+std::pair<std::size_t, std::string> place(const Case& tried) {
+  const Fault& fault = tried.fault;
+  switch (tried.group) {
     case Group::allocations: return {kOnce + (fault.forGood ? 1 : 0), ""};
     case Group::hostCalls: return {kThrown + indexOf(fault.object), ""};
     case Group::lock:
@@ -166,13 +186,13 @@ void addRow(std::vector<Row>& rows, const Row& row) {
   }
 }
 
-std::vector<Row> rowsOf(const Path& path, const std::vector<Cell>& cells) {
+std::vector<Row> rowsOf(const Path& path, const std::vector<Case>& cases) {
   const Steps calls = stepsOf(path);
   std::vector<std::array<Column, kColumns>> columns(calls.size() + 1);
-  for (const Cell& cell : cells) {
-    const auto [column, name] = place(cell);
-    const std::string besidesIt = cell.group == Group::raises ? besides(cell.fault) : "";
-    addCode(columns[cell.position][column][besidesIt], foretell(path, path.usual, cell.fault).code, name);
+  for (const Case& tried : cases) {
+    const auto [column, name] = place(tried);
+    const std::string besidesIt = tried.group == Group::raises ? besides(tried.fault) : "";
+    addCode(columns[tried.position][column][besidesIt], foretell(path, path.usual, tried.fault).code, name);
   }
   std::vector<Row> rows;
   for (std::size_t position = 0; position < columns.size(); ++position) {
@@ -195,16 +215,18 @@ std::string label(const Row& row, const Steps& calls) {
   const std::string first = std::to_string(row.first + 1);
   const std::string line = '`' + calls[row.first].line + '`';
   if (row.first == row.last) return "| " + first + " | " + line + ' ';
-  return "| " + first + '-' + std::to_string(row.last + 1) + " | " + line + " … `" + calls[row.last].line + "` ";
+  const std::string between = row.last == row.first + 1 ? " and " : " … ";
+  const std::string last = '`' + calls[row.last].line + '`';
+  return "| " + first + '-' + std::to_string(row.last + 1) + " | " + line + between + last + ' ';
 }
 
-std::string table(const Path& path, const std::vector<Cell>& cells) {
+std::string table(const Path& path, const std::vector<Case>& cases) {
   const Steps calls = stepsOf(path);
   if (calls.empty()) return "No call is made and nothing is allocated: nothing can fail.\n\n";
   std::ostringstream text;
   text << "| | call | no memory, once | for good | e | e₀ | eᴸ | x | error | raise throws, once | for good |\n"
        << "|---|---|---|---|---|---|---|---|---|---|---|\n";
-  for (const Row& row : rowsOf(path, cells)) {
+  for (const Row& row : rowsOf(path, cases)) {
     text << label(row, calls);
     for (const std::string& cell : row.cells) text << "| " << (cell.empty() ? "" : cell + ' ');
     text << "|\n";
@@ -213,14 +235,14 @@ std::string table(const Path& path, const std::vector<Cell>& cells) {
   return text.str();
 }
 
-/// Counts the cells of the page: what stands in a row counts once, however often the native allocates there.
-std::size_t countOf(const std::vector<Cell>& cells, Group group) {
+/// Counts cases: the allocations of one place are one case, however many they are.
+std::size_t countOf(const std::vector<Case>& cases, Group group) {
   std::set<std::pair<std::size_t, bool>> places;
   std::size_t count = 0;
-  for (const Cell& cell : cells) {
-    if (cell.group != group) continue;
+  for (const Case& tried : cases) {
+    if (tried.group != group) continue;
     ++count;
-    places.emplace(cell.position, cell.fault.forGood);
+    places.emplace(tried.position, tried.fault.forGood);
   }
   return group == Group::allocations ? places.size() : count;
 }
@@ -233,7 +255,7 @@ struct Chapter {
   std::array<std::size_t, kEveryGroup.size()> counts{};
   std::size_t runs = 0;
 
-  std::size_t cells() const {
+  std::size_t cases() const {
     std::size_t all = 0;
     for (const std::size_t count : counts) all += count;
     return all;
@@ -255,14 +277,14 @@ void addPath(Chapter& chapter, const Path& path) {
   ++chapter.paths;
   chapter.native = path.native;
   const std::vector<std::size_t> allocations = allocationsOf(path);
-  std::vector<Cell> cells;
+  std::vector<Case> cases;
   for (std::size_t index = 0; index < kEveryGroup.size(); ++index) {
-    const std::vector<Cell> more = cellsOf(path, kEveryGroup[index], allocations);
-    cells.insert(cells.end(), more.begin(), more.end());
+    const std::vector<Case> more = casesOf(path, kEveryGroup[index], allocations);
+    cases.insert(cases.end(), more.begin(), more.end());
     chapter.counts[index] += countOf(more, kEveryGroup[index]);
   }
-  chapter.runs += cells.size();
-  const std::string body = table(path, cells);
+  chapter.runs += cases.size();
+  const std::string body = table(path, cases);
   if (!chapter.sections.empty() && chapter.sections.back().second == body) {
     chapter.sections.back().first += "; " + path.name;
   } else {
@@ -281,20 +303,38 @@ std::vector<Chapter> chapters() {
   return all;
 }
 
+void writeErrors(std::ostream& text) {
+  text << "| call | errors tried |\n|---|---|\n";
+  for (const auto& [call, errors] : errorsTried()) {
+    Lines names;
+    std::transform(errors.begin(), errors.end(), std::back_inserter(names), errorName);
+    text << "| `" << call << "` | " << joined(names) << " |\n";
+  }
+  text << "\nIt is libc++ that calls `opendir`, where libstdc++ calls `openat` and `fdopendir`.\n\n";
+}
+
+std::string withCommas(std::size_t number) {
+  std::string digits = std::to_string(number);
+  for (std::size_t end = digits.size(); end > 3; end -= 3) digits.insert(end - 3, ",");
+  return digits;
+}
+
 void writeCounts(std::ostream& text, const std::vector<Chapter>& all) {
-  text << "| native | paths | no memory | calls that throw | lock | system calls | raises that throw | cells |\n"
+  text << "## How many cases\n\n"
+       << "| native | paths | no memory | calls that throw | lock | system calls | raises that throw | cases |\n"
        << "|---|---|---|---|---|---|---|---|\n";
   Chapter sum;
   for (const Chapter& chapter : all) {
     text << "| `" << chapter.native->symbol << "` | " << chapter.paths << " | ";
     for (const std::size_t count : chapter.counts) text << count << " | ";
-    text << chapter.cells() << " |\n";
+    text << chapter.cases() << " |\n";
     sum.paths += chapter.paths;
     for (std::size_t index = 0; index < sum.counts.size(); ++index) sum.counts[index] += chapter.counts[index];
   }
   text << "| all | " << sum.paths << " | ";
   for (const std::size_t count : sum.counts) text << count << " | ";
-  text << sum.cells() << " |\n\n";
+  text << sum.cases() << " |\n\n"
+       << withCommas(sum.cases()) << " cases, each a cell of the whole grid: path, place and fault.\n\n";
 }
 
 }  // namespace
@@ -304,14 +344,15 @@ Page page() {
   Page page;
   std::ostringstream text;
   text << kIntroduction;
+  writeErrors(text);
   writeCounts(text, all);
   for (const Chapter& chapter : all) {
     writeHead(text, *chapter.native);
     for (const auto& [heading, body] : chapter.sections) text << "### " << heading << "\n\n" << body;
-    page.cells += chapter.cells();
-    std::cout << chapter.native->symbol << ": " << chapter.cells() << " cells, " << chapter.runs << " runs\n";
+    page.cases += chapter.cases();
+    std::cout << chapter.native->symbol << ": " << chapter.cases() << " cases, " << chapter.runs << " runs\n";
   }
-  std::cout << page.cells << " cells in all\n";
+  std::cout << page.cases << " cases in all\n";
   page.text = text.str();
   page.text.pop_back();
   return page;

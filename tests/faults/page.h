@@ -8,10 +8,10 @@ namespace faults {
 
 struct Page {
   std::string text;
-  std::size_t cells = 0;
+  std::size_t cases = 0;
 };
 
-/// Describes what comes of every fault, as the tests of the paths find it, and prints how many cells each native has.
+/// Describes what comes of every fault, as the tests of the paths find it, and prints how many cases each native has.
 Page page();
 
 }  // namespace faults
