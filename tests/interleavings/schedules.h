@@ -31,6 +31,8 @@ struct Pair {
   std::function<std::string(const SteppedHost&)> leaves = [](const SteppedHost& host) { return host.compiled(); };
   /// For natives with state that lasts as long as the process.
   bool inOwnProcess = false;
+  /// Whether its schedules count among those of the suite; a test of the search itself leaves them out.
+  bool isInTotal = true;
 };
 
 /// Runs every schedule of the pair. Fails at the first schedule in which a thread leaves its paths or whose outcome is
