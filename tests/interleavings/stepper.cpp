@@ -114,9 +114,9 @@ int Stepper::choose() {
 /// A thread that waits for something else than its turn would wait for ever, and the other with it.
 void Stepper::awaitEnd() {
   timespec deadline = {};
-  clock_gettime(CLOCK_REALTIME, &deadline);
+  clock_gettime(CLOCK_MONOTONIC, &deadline);
   deadline.tv_sec += kPatienceInSeconds;
-  while (sem_timedwait(&bothEnded_, &deadline) != 0) {
+  while (sem_clockwait(&bothEnded_, CLOCK_MONOTONIC, &deadline) != 0) {
     if (errno != ETIMEDOUT) continue;
     std::fprintf(stderr, "a thread neither ends nor calls into the host\nagain: %s\n", commandFor(taken_).c_str());
     std::_Exit(EXIT_FAILURE);
