@@ -5,25 +5,12 @@
 #include <filesystem>
 #include <string>
 
-#include "schedules.h"
+#include "lookups.h"
 #include "temporary_folder.h"
 
 using namespace scripted;
 
 namespace {
-
-/// Looks a class up whose source a root holds, or none yet.
-Side lookup(const std::string& name, std::vector<Path> paths) {
-  const auto call = [name](const SteppedHost& host) {
-    return host.endingWithType(orva_ClassLoader_getTypeByName(name.c_str()));
-  };
-  return {call, std::move(paths)};
-}
-
-std::vector<std::string> searching(const std::string& name, int32_t registered) {
-  return sequence(scan(registered), "Compiler::activeRuntimeContext()",
-                  "ClassLoader::sourceFileForClass(\"" + name + "\", active, no token)");
-}
 
 TEST(ClassPath, ARootIsAddedAndAClassBelowItLookedUp) {
   const Side adding = {
@@ -31,11 +18,9 @@ TEST(ClassPath, ARootIsAddedAndAClassBelowItLookedUp) {
       {{"adds the root",
         {"Runtime::getInstance()", "Runtime::addKlassPath(\"more\")", "ClassLoader::invalidateKlassPathCaches()"},
         "1"}}};
-  const Side circle = lookup(
-      "p.Circle",
-      {{"comes too early", sequence(searching("p.Circle", 0), typeByName("p.Circle")), "null"},
-       {"loads the class",
-        sequence(searching("p.Circle", 0), loaded("more/p/Circle.ov", "active"), typeByName("p.Circle")), "p.Circle"}});
+  const Side circle =
+      lookup("p.Circle", {{"comes too early", sequence(searching("p.Circle", 0), typeByName("p.Circle")), "null"},
+                          {"loads the class", loading("p.Circle", "more/p/Circle.ov", 0), "p.Circle"}});
   const auto world = [](SteppedHost& host) {
     host.hasRoot("cp");
     host.defines("more/p/Circle.ov", "p.Circle");
@@ -77,10 +62,9 @@ class Packages : public testing::Test {
 };
 
 TEST_F(Packages, OneIsLoadedAndItsFirstClassLookedUp) {
-  const auto loading = sequence(searching("p.Circle", 0), loaded("cp/p/Circle.ov", "active"), typeByName("p.Circle"));
-  const Side circle = lookup("p.Circle", {{"loads it", loading, "p.Circle"},
-                                          {"finds it alone", sequence(scan(1), typeByName("p.Circle")), "p.Circle"},
-                                          {"finds both", sequence(scan(2), typeByName("p.Circle")), "p.Circle"}});
+  const Side circle = lookup("p.Circle", {{"loads it", loading("p.Circle", "cp/p/Circle.ov", 0), "p.Circle"},
+                                          {"finds it alone", finding("p.Circle", 1), "p.Circle"},
+                                          {"finds both", finding("p.Circle", 2), "p.Circle"}});
   const std::string byA = ". cp/p/Circle.ov compiled for A, cp/p/Square.ov compiled for A.";
   expectOutcomes(
       {world, package(), circle}, 1709,
@@ -89,12 +73,10 @@ TEST_F(Packages, OneIsLoadedAndItsFirstClassLookedUp) {
 }
 
 TEST_F(Packages, OneIsLoadedAndItsLastClassLookedUp) {
-  const auto loading = [](int32_t registered) {
-    return sequence(searching("p.Square", registered), loaded("cp/p/Square.ov", "active"), typeByName("p.Square"));
-  };
-  const Side square = lookup("p.Square", {{"loads it", loading(0), "p.Square"},
-                                          {"finds the other and loads it", loading(1), "p.Square"},
-                                          {"finds both", sequence(scan(2), typeByName("p.Square")), "p.Square"}});
+  const std::string file = "cp/p/Square.ov";
+  const Side square = lookup("p.Square", {{"loads it", loading("p.Square", file, 0), "p.Square"},
+                                          {"finds the other and loads it", loading("p.Square", file, 1), "p.Square"},
+                                          {"finds both", finding("p.Square", 2), "p.Square"}});
   const std::string byA = ". cp/p/Circle.ov compiled for A, cp/p/Square.ov compiled for A.";
   const std::string byB = ". cp/p/Circle.ov compiled for A, cp/p/Square.ov compiled for B.";
   expectOutcomes({world, package(), square}, 1730,

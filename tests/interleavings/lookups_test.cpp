@@ -1,33 +1,14 @@
 // Lookups at once with lookups. The test whether a type is there and what makes it are no single step, so both threads
 // may ask for the same source; the compiler keeps that from doing harm.
+#include "lookups.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "schedules.h"
-
 using namespace scripted;
 
 namespace {
-
-Side lookup(const std::string& name, std::vector<Path> paths) {
-  const auto call = [name](const SteppedHost& host) {
-    return host.endingWithType(orva_ClassLoader_getTypeByName(name.c_str()));
-  };
-  return {call, std::move(paths)};
-}
-
-/// The calls of a lookup that finds `registered` types, none of them its own, and the source of its class.
-std::vector<std::string> loading(const std::string& name, const std::string& file, int32_t registered) {
-  return sequence(scan(registered), "Compiler::activeRuntimeContext()",
-                  "ClassLoader::sourceFileForClass(\"" + name + "\", active, no token)", loaded(file, "active"),
-                  typeByName(name));
-}
-
-/// The calls of a lookup of a plain name that is registered.
-std::vector<std::string> finding(const std::string& name, int32_t registered) {
-  return sequence(scan(registered), typeByName(name));
-}
 
 TEST(Lookups, OfTheSameMissingClass) {
   const Side circle = lookup("p.Circle", {{"loads it", loading("p.Circle", "cp/p/Circle.ov", 0), "p.Circle"},
