@@ -36,13 +36,15 @@ using orva::compiler::Runtime;
 /// The thread that locked gReflectionMutex; no thread while it is free.
 static std::thread::id mutexHolder;
 
-/// Tells whether the calling thread holds the mutex, or any thread whose locking was not seen.
-static bool isMutexHeld() {
-  if (pthread_mutex_trylock(gReflectionMutex.native_handle()) != 0) {
-    return mutexHolder == std::thread::id() || mutexHolder == std::this_thread::get_id();
-  }
+static bool isMutexLocked() {
+  if (pthread_mutex_trylock(gReflectionMutex.native_handle()) != 0) return true;
   __real_pthread_mutex_unlock(gReflectionMutex.native_handle());
   return false;
+}
+
+/// Tells whether the calling thread holds the mutex, or any thread whose locking was not seen.
+static bool isMutexHeldHere() {
+  return isMutexLocked() && (mutexHolder == std::thread::id() || mutexHolder == std::this_thread::get_id());
 }
 
 std::string inQuotes(const char* text) { return text == nullptr ? "null" : '"' + std::string(text) + '"'; }
@@ -64,7 +66,7 @@ static std::string named(const ContextPointer& context) {
 static void enter(const std::string& operation, const std::string& arguments) {
   const std::string line = operation + '(' + arguments + ')';
   host().record(line);
-  EXPECT_FALSE(isMutexHeld()) << line << " was called with gReflectionMutex held";
+  EXPECT_FALSE(isMutexHeldHere()) << line << " was called with gReflectionMutex held";
 }
 
 /// Plays an operation that the test must have scripted.
@@ -140,7 +142,7 @@ std::vector<std::string> Host::leftovers() const {
   std::vector<std::string> wrong;
   if (!calls_.empty()) wrong.push_back("calls that no assertion looked at:\n" + joined(calls_));
   if (pendingAnswers() > 0) wrong.push_back("answers that no call took: " + std::to_string(pendingAnswers()));
-  if (isMutexHeld()) wrong.push_back("gReflectionMutex is still held");
+  if (isMutexLocked()) wrong.push_back("gReflectionMutex is still held");
   if (activeContext.use_count() > 1) wrong.push_back("the active context is still shared");
   return wrong;
 }
@@ -155,7 +157,7 @@ Host& host() { return *currentHost(); }
 void reset() {
   currentHost() = std::make_unique<Host>();
   gTypes.clear();
-  if (isMutexHeld()) __real_pthread_mutex_unlock(gReflectionMutex.native_handle());
+  if (isMutexLocked()) __real_pthread_mutex_unlock(gReflectionMutex.native_handle());
   mutexHolder = {};
 }
 
@@ -257,7 +259,7 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
   if (mutex != gReflectionMutex.native_handle()) return __real_pthread_mutex_unlock(mutex);
   const HostsTurn turn;
   scripted::answerOr(host().onUnlocking, [] {});
-  EXPECT_TRUE(scripted::isMutexHeld()) << "gReflectionMutex was unlocked and not held";
+  EXPECT_TRUE(scripted::isMutexHeldHere()) << "gReflectionMutex was unlocked and not held";
   host().record("unlock(gReflectionMutex)");
   scripted::mutexHolder = {};
   return __real_pthread_mutex_unlock(mutex);

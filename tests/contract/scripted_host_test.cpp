@@ -7,9 +7,11 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <future>
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace scripted;
@@ -166,6 +168,22 @@ TEST_F(ScriptedHost, ACallWithTheMutexHeldFails) {
   EXPECT_NONFATAL_FAILURE(Reflection_getTypeCount(), "called with gReflectionMutex held");
   EXPECT_EQ(Lines{"gReflectionMutex is still held"}, (host().takeCalls(), host().leftovers()));
   ASSERT_EQ(0, pthread_mutex_unlock(gReflectionMutex.native_handle()));
+  EXPECT_CALLS("unlock(gReflectionMutex)");
+}
+
+TEST_F(ScriptedHost, AMutexThatAnotherThreadHoldsIsLeftOver) {
+  std::promise<void> locked;
+  std::promise<void> looked;
+  std::thread other([&] {
+    EXPECT_EQ(0, pthread_mutex_lock(gReflectionMutex.native_handle()));
+    locked.set_value();
+    looked.get_future().wait();
+    EXPECT_EQ(0, pthread_mutex_unlock(gReflectionMutex.native_handle()));
+  });
+  locked.get_future().wait();
+  EXPECT_EQ(Lines{"gReflectionMutex is still held"}, (host().takeCalls(), host().leftovers()));
+  looked.set_value();
+  other.join();
   EXPECT_CALLS("unlock(gReflectionMutex)");
 }
 
