@@ -32,9 +32,10 @@ static std::string textOf(const Outcome& outcome) {
 static std::string report(const Story& story, const Call& call, const std::string& expectation,
                           const std::string& observation) {
   return "The library does not do what the rules say.\n\nThe call:\n  " + textOf(call) + "\n\nexpected:\n" +
-         expectation + "\nobserved:\n" + observation + "\nPlay it again:\n" ORVA_PROPERTIES_PROGRAM " --world '\n" +
-         textOf(story) + "'\n";
+         expectation + "\nobserved:\n" + observation + "\nPlay it again:\n" + commandFor(story);
 }
+
+std::string commandFor(const Story& story) { return ORVA_PROPERTIES_PROGRAM " --world '\n" + textOf(story) + "'\n"; }
 
 std::string disagreement(const Story& story) {
   World ofRules = story.world;

@@ -12,4 +12,7 @@ namespace model {
 ///         each did, and the command that plays the story again.
 std::string disagreement(const Story& story);
 
+/// The command that plays a story again.
+std::string commandFor(const Story& story);
+
 }  // namespace model

@@ -28,11 +28,13 @@ constexpr double kChoicesForEachSize = 4;
 void check(int worlds, const std::function<void(const Bytes&)>& property) {
   rc::detail::TestParams params = rc::detail::configuration().testParams;
   if (params.maxSuccess == rc::detail::TestParams().maxSuccess) params.maxSuccess = worlds;
+  // A crash leaves no time to say it later.
+  std::cout << "To make the same worlds again: RC_PARAMS=\"seed=" << params.seed << "\"\n" << std::flush;
   const auto bytes = rc::gen::scale(kChoicesForEachSize, rc::gen::arbitrary<Bytes>());
   const auto result = rc::detail::checkTestable([&] { property(*bytes); }, rc::detail::TestMetadata(), params);
   std::ostringstream text;
   rc::detail::printResultMessage(result, text);
-  std::cout << text.str() << "\nTo make the same worlds again: RC_PARAMS=\"seed=" << params.seed << "\"\n";
+  std::cout << text.str() << '\n';
   EXPECT_TRUE(result.is<rc::detail::SuccessResult>()) << text.str();
 }
 
@@ -40,7 +42,9 @@ TEST(RandomWorlds, ArePlayedByTheRulesFromTheFirstCallOn) {
   check(kFreshWorlds, [](const Bytes& bytes) {
     const Story story = freshStoryOf(bytes);
     const int status = scripted::statusOfOwnProcess([&story] { EXPECT_EQ("", disagreement(story)); });
-    if (status != 0) RC_FAIL("A process ended with status " + std::to_string(status) + ":\n" + textOf(story));
+    if (status == 0) return;
+    RC_FAIL("The process of a world ended with status " + std::to_string(status) + ". Play it again:\n" +
+            commandFor(story));
   });
 }
 

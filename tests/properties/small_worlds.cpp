@@ -83,7 +83,8 @@ void SmallWorlds::playAfresh(const World& world, const std::vector<Call>& calls)
   const int status = scripted::statusOfOwnProcess([&] { EXPECT_EQ("", disagreement({world, calls})); });
   if (status == 0) return;
   if (++disagreements_ == 1) {
-    ADD_FAILURE() << "The process of this world ended with status " << status << ":\n" << textOf({world, calls});
+    ADD_FAILURE() << "The process of a world ended with status " << status << ". Play it again:\n"
+                  << commandFor({world, calls});
   }
 }
 
