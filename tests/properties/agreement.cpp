@@ -6,6 +6,22 @@
 
 namespace model {
 
+static const Story* inPlay = nullptr;
+
+namespace {
+
+class InPlay {
+ public:
+  explicit InPlay(const Story& story) { inPlay = &story; }
+  ~InPlay() { inPlay = nullptr; }
+  InPlay(const InPlay&) = delete;
+  InPlay& operator=(const InPlay&) = delete;
+};
+
+}  // namespace
+
+const Story* storyInPlay() { return inPlay; }
+
 static bool isSame(const Outcome& one, const Outcome& other) {
   return one.calls == other.calls && one.result == other.result && one.ownPointer == other.ownPointer;
 }
@@ -38,6 +54,7 @@ static std::string report(const Story& story, const Call& call, const std::strin
 std::string commandFor(const Story& story) { return ORVA_PROPERTIES_PROGRAM " --world '\n" + textOf(story) + "'\n"; }
 
 std::string disagreement(const Story& story) {
+  const InPlay mark(story);
   World ofRules = story.world;
   World ofLibrary = story.world;
   for (const Call& call : story.calls) {

@@ -12,6 +12,9 @@ namespace model {
 ///         each did, and the command that plays the story again.
 std::string disagreement(const Story& story);
 
+/// The story that `disagreement` plays right now; null when it plays none.
+const Story* storyInPlay();
+
 /// The command that plays a story again.
 std::string commandFor(const Story& story);
 

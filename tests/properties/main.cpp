@@ -1,6 +1,10 @@
 // The program of the suite: runs the tests, or plays one world that it is given as text.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <array>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -8,6 +12,30 @@
 
 #include "agreement.h"
 #include "small_worlds.h"
+
+static constexpr std::array<int, 5> kCrashes{SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
+static std::array<struct sigaction, kCrashes.size()> handlersBefore;
+
+/// Tells which story crashed, and leaves the crash itself to the handlers that were there before.
+static void tellStory(int /*signal*/) {
+  for (std::size_t index = 0; index < kCrashes.size(); ++index) {
+    sigaction(kCrashes.at(index), &handlersBefore.at(index), nullptr);
+  }
+  const model::Story* story = model::storyInPlay();
+  if (story == nullptr) return;
+  // Writing the story needs the heap, which the crash may have left locked for ever.
+  alarm(10);
+  std::fputs(("The world crashed. Play it again:\n" + model::commandFor(*story)).c_str(), stderr);
+  alarm(0);
+}
+
+static void tellOfCrashes() {
+  struct sigaction telling = {};
+  telling.sa_handler = tellStory;
+  for (std::size_t index = 0; index < kCrashes.size(); ++index) {
+    sigaction(kCrashes.at(index), &telling, &handlersBefore.at(index));
+  }
+}
 
 static int play(const std::string& text) {
   try {
@@ -28,6 +56,7 @@ static int test() {
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
+  tellOfCrashes();
   if (argc == 1) return test();
   if (argc == 3 && std::string(argv[1]) == "--world") return play(argv[2]);
   std::cerr << "Usage: " << argv[0] << " [--world TEXT]\n";
