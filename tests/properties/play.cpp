@@ -33,7 +33,8 @@ class Play {
     scripted::host().lockMutex.always([&world] { return world.lockError; });
   }
 
-  ~Play() { gTypes.clear(); }
+  /// The scripts refer to this play.
+  ~Play() { scripted::reset(); }
 
   Play(const Play&) = delete;
   Play& operator=(const Play&) = delete;
