@@ -14,6 +14,7 @@
 
 #include "finding.h"
 #include "tests/properties/agreement.h"
+#include "tests/properties/file_rules.h"
 #include "tests/properties/world_text.h"
 
 using namespace model;
@@ -61,22 +62,10 @@ bool isProperPath(const std::string& path) {
   return path.size() <= longestPath && staysInside(path) && !has("//") && !has("/./");
 }
 
-bool isBelow(const std::string& path, const std::string& folder) {
-  return path.compare(0, folder.size() + 1, folder + '/') == 0;
-}
-
-/// Tells whether a file can stand beside another.
-bool fitsBeside(const File& file, const File& other) {
-  const auto canHold = [](const File& outer, const File& inner) {
-    return !isBelow(inner.path, outer.path) || outer.kind == FileKind::kFolder || outer.kind == FileKind::kClosedFolder;
-  };
-  return file.path != other.path && canHold(file, other) && canHold(other, file);
-}
-
 std::vector<File> filesThatFit(const std::vector<File>& files) {
   std::vector<File> fitting;
   for (const File& file : files) {
-    const auto fits = [&](const File& other) { return fitsBeside(file, other); };
+    const auto fits = [&](const File& other) { return fitTogether(file, other); };
     const bool isLink = file.kind == FileKind::kLink;
     const bool isProper = isProperPath(file.path) && (!isLink || (!file.target.empty() && staysInside(file.target)));
     if (isProper && fitting.size() < mostFiles && std::all_of(fitting.begin(), fitting.end(), fits)) {

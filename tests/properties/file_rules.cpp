@@ -18,13 +18,17 @@ static std::string parentOf(const std::string& place) {
   return slash == std::string::npos ? "" : place.substr(0, slash);
 }
 
+static bool isBelow(const std::string& path, const std::string& folder) {
+  return path.compare(0, folder.size() + 1, folder + '/') == 0;
+}
+
 /// What stands at a place; a folder too where something lies below it.
 static std::optional<File> fileAt(const World& world, const std::string& place) {
   if (place.empty() || place == "/") return File{FileKind::kFolder, place, ""};
   std::optional<File> implied;
   for (const File& file : world.files) {
     if (file.path == place) return file;
-    if (file.path.compare(0, place.size() + 1, place + '/') == 0) implied = File{FileKind::kFolder, place, ""};
+    if (isBelow(file.path, place)) implied = File{FileKind::kFolder, place, ""};
   }
   return implied;
 }
@@ -58,6 +62,16 @@ static std::optional<File> followed(const World& world, const std::string& start
 static std::optional<FileKind> kindOf(const World& world, const std::string& path) {
   const std::optional<File> file = followed(world, "", path, kMostLinks);
   return file ? std::optional(file->kind) : std::nullopt;
+}
+
+/// Tells whether a file leaves room for another.
+static bool leavesRoom(const File& file, const File& other) {
+  if (file.kind == FileKind::kFolder || file.kind == FileKind::kClosedFolder) return true;
+  return !isBelow(other.path, file.path);
+}
+
+bool fitTogether(const File& one, const File& other) {
+  return one.path != other.path && leavesRoom(one, other) && leavesRoom(other, one);
 }
 
 std::string joinedPaths(const std::string& first, const std::string& second) {

@@ -8,6 +8,10 @@
 
 namespace model {
 
+/// Tells whether two files may lie side by side: they have two paths, and where one lies below the other, that is a
+/// folder.
+bool fitTogether(const File& one, const File& other);
+
 /// Joins two paths: a second one that begins with a separator stands alone, otherwise one separator is between them.
 std::string joinedPaths(const std::string& first, const std::string& second);
 

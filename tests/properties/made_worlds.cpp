@@ -1,10 +1,13 @@
 // Turns bytes into the parts of a world.
 #include "made_worlds.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <optional>
 #include <string>
+
+#include "file_rules.h"
 
 namespace model {
 namespace {
@@ -99,19 +102,11 @@ class Maker {
     return file;
   }
 
-  /// Whether two files cannot lie side by side: they have one path, or one lies below the other, which is no folder.
-  static bool excludes(const File& one, const File& other) {
-    if (one.path == other.path) return true;
-    const bool holds = one.kind == FileKind::kFolder || one.kind == FileKind::kClosedFolder;
-    return !holds && other.path.compare(0, one.path.size() + 1, one.path + '/') == 0;
-  }
-
   std::vector<File> files() {
     std::vector<File> files;
     for (const File& made : some(6, &Maker::file)) {
-      bool fits = true;
-      for (const File& file : files) fits = fits && !excludes(file, made) && !excludes(made, file);
-      if (fits) files.push_back(made);
+      const auto fits = [&made](const File& file) { return fitTogether(file, made); };
+      if (std::all_of(files.begin(), files.end(), fits)) files.push_back(made);
     }
     return files;
   }
