@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
@@ -162,8 +163,8 @@ void reset() {
 }
 
 void* token(std::size_t number) {
-  static char bytes[64];
-  return &bytes[number];
+  static std::array<char, kTokens> bytes;
+  return &bytes.at(number);
 }
 
 TypeRecord typeRecord(const std::string& name1, const std::string& name2, const std::string& name3,

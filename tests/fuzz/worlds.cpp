@@ -101,7 +101,6 @@ void limitWorld(World& world) {
   leaveOut(world.roots, [](const std::string& root) { return !staysInside(root); });
   // Only what is an error can be reported as one.
   if (world.readingError <= 0) world.readingError = EIO;
-  for (Answer& answer : answersOf(world, Operation::kTypeByName)) answer.number &= 1;
 }
 
 }  // namespace

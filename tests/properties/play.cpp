@@ -16,6 +16,8 @@
 namespace model {
 namespace {
 
+static_assert(kObjects <= scripted::kTokens);
+
 /// What an operation throws that is no `std::exception`.
 struct OtherObject {};
 

@@ -65,6 +65,9 @@ enum class Operation {
 };
 constexpr std::size_t kOperations = static_cast<std::size_t>(Operation::kIsValidPackageName) + 1;
 
+/// How many objects the host has, null at number 0 among them.
+constexpr int64_t kObjects = 64;
+
 enum class Ending { kReturns, kThrowsException, kThrowsOther };
 
 /// What one call of an operation does: first it adds to the registry and the type table, then it ends.
@@ -135,6 +138,9 @@ struct Outcome {
 };
 
 inline std::vector<Answer>& answersOf(World& world, Operation operation) {
+  return world.answers[static_cast<std::size_t>(operation)];
+}
+inline const std::vector<Answer>& answersOf(const World& world, Operation operation) {
   return world.answers[static_cast<std::size_t>(operation)];
 }
 

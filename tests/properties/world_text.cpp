@@ -1,6 +1,7 @@
 // Writes and reads worlds.
 #include "world_text.h"
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <sstream>
@@ -9,41 +10,67 @@
 
 namespace model {
 
-static constexpr std::array<const char*, kOperations> kOperationNames{"Orva_raise",
-                                                                      "Orva_typeByName",
-                                                                      "Orva_allocObject",
-                                                                      "orva_collections_ArrayList_size",
-                                                                      "orva_collections_ArrayList_operator_index",
-                                                                      "Reflection_getTypeCount",
-                                                                      "Reflection_getTypeName",
-                                                                      "Reflection_getTypeFullName",
-                                                                      "Compiler::objectAbiVersion",
-                                                                      "Compiler::activeRuntimeContext",
-                                                                      "Compiler::ensureSourceLoadedInActiveJit",
-                                                                      "Compiler::ensureObjectBundleLoadedInActiveJit",
-                                                                      "Compiler::precompileSources",
-                                                                      "Runtime::getInstance",
-                                                                      "Runtime::getStandardLibraryPath",
-                                                                      "Runtime::getKlassPaths",
-                                                                      "Runtime::addKlassPath",
-                                                                      "ClassLoader::sourceFileForClass",
-                                                                      "ClassLoader::materializeRuntimeGenericType",
-                                                                      "ClassLoader::invalidateKlassPathCaches",
-                                                                      "PackageLayout::isValidPackageName"};
+/// A word for each value.
+template <typename Value, std::size_t Count>
+using Words = std::array<std::pair<Value, const char*>, Count>;
 
-static constexpr std::array<const char*, kNatives> kNativeNames{
-    "objectAbiVersion", "getSystem",        "getTypeByName", "addSourceRoot",   "precompileSources",
-    "loadSourceClass",  "loadObjectBundle", "loadClass",     "loadPackageTypes"};
+static constexpr Words<Operation, kOperations> kOperationNames{{
+    {Operation::kRaise, "Orva_raise"},
+    {Operation::kTypeByName, "Orva_typeByName"},
+    {Operation::kAllocObject, "Orva_allocObject"},
+    {Operation::kListSize, "orva_collections_ArrayList_size"},
+    {Operation::kListIndex, "orva_collections_ArrayList_operator_index"},
+    {Operation::kTypeCount, "Reflection_getTypeCount"},
+    {Operation::kTypeName, "Reflection_getTypeName"},
+    {Operation::kTypeFullName, "Reflection_getTypeFullName"},
+    {Operation::kObjectAbiVersion, "Compiler::objectAbiVersion"},
+    {Operation::kActiveRuntimeContext, "Compiler::activeRuntimeContext"},
+    {Operation::kLoad, "Compiler::ensureSourceLoadedInActiveJit"},
+    {Operation::kLoadBundle, "Compiler::ensureObjectBundleLoadedInActiveJit"},
+    {Operation::kPrecompile, "Compiler::precompileSources"},
+    {Operation::kGetInstance, "Runtime::getInstance"},
+    {Operation::kStandardLibraryPath, "Runtime::getStandardLibraryPath"},
+    {Operation::kGetKlassPaths, "Runtime::getKlassPaths"},
+    {Operation::kAddKlassPath, "Runtime::addKlassPath"},
+    {Operation::kSourceFileForClass, "ClassLoader::sourceFileForClass"},
+    {Operation::kMaterialize, "ClassLoader::materializeRuntimeGenericType"},
+    {Operation::kInvalidateCaches, "ClassLoader::invalidateKlassPathCaches"},
+    {Operation::kIsValidPackageName, "PackageLayout::isValidPackageName"},
+}};
 
-static constexpr std::array<const char*, 6> kFileWords{"folder", "closed-folder", "file", "link", "fifo", "socket"};
-static constexpr std::array<const char*, 3> kEndingWords{"returns", "throws", "throws-other"};
+static constexpr Words<Native, kNatives> kNativeNames{{
+    {Native::kObjectAbiVersion, "objectAbiVersion"},
+    {Native::kGetSystem, "getSystem"},
+    {Native::kGetTypeByName, "getTypeByName"},
+    {Native::kAddSourceRoot, "addSourceRoot"},
+    {Native::kPrecompileSources, "precompileSources"},
+    {Native::kLoadSourceClass, "loadSourceClass"},
+    {Native::kLoadObjectBundle, "loadObjectBundle"},
+    {Native::kLoadClass, "loadClass"},
+    {Native::kLoadPackageTypes, "loadPackageTypes"},
+}};
 
-template <typename Names, typename Number>
-static const char* named(const Names& names, Number number) {
-  return names[static_cast<std::size_t>(number)];
+static constexpr Words<FileKind, 6> kFileWords{{
+    {FileKind::kFolder, "folder"},
+    {FileKind::kClosedFolder, "closed-folder"},
+    {FileKind::kFile, "file"},
+    {FileKind::kLink, "link"},
+    {FileKind::kFifo, "fifo"},
+    {FileKind::kSocket, "socket"},
+}};
+static constexpr Words<Ending, 3> kEndingWords{{
+    {Ending::kReturns, "returns"},
+    {Ending::kThrowsException, "throws"},
+    {Ending::kThrowsOther, "throws-other"},
+}};
+
+template <typename Value, std::size_t Count>
+static const char* wordFor(const Words<Value, Count>& words, Value value) {
+  const auto isIts = [value](const auto& word) { return word.first == value; };
+  return std::find_if(words.begin(), words.end(), isIts)->second;
 }
 
-const char* nameOf(Operation operation) { return named(kOperationNames, operation); }
+const char* nameOf(Operation operation) { return wordFor(kOperationNames, operation); }
 
 // Writing.
 
@@ -73,14 +100,14 @@ static std::string textOf(const Record& record) {
 
 static std::string textOf(const Answer& answer) {
   std::string line =
-      named(kEndingWords, answer.ending) + (' ' + std::to_string(answer.number)) + ' ' + quoted(answer.text);
+      wordFor(kEndingWords, answer.ending) + (' ' + std::to_string(answer.number)) + ' ' + quoted(answer.text);
   for (const Entry& entry : answer.entries) line += " entry " + textOf(entry);
   for (const Record& record : answer.records) line += " record " + textOf(record);
   return line;
 }
 
 static std::string textOf(const File& file) {
-  return named(kFileWords, file.kind) + (' ' + quoted(file.path)) + ' ' + quoted(file.target);
+  return wordFor(kFileWords, file.kind) + (' ' + quoted(file.path)) + ' ' + quoted(file.target);
 }
 
 static std::string textOf(const std::optional<List>& list) {
@@ -94,7 +121,7 @@ std::string textOf(const Call& call) {
   std::vector<std::string> arguments{quoted(call.name), quoted(call.sourceFile), textOf(call.files),
                                      textOf(call.identities)};
   while (!arguments.empty() && arguments.back() == "null") arguments.pop_back();
-  std::string line = named(kNativeNames, call.native);
+  std::string line = wordFor(kNativeNames, call.native);
   for (const std::string& argument : arguments) line += ' ' + argument;
   return line;
 }
@@ -116,9 +143,9 @@ std::string textOf(const Story& story) {
   writeEach(text, "record ", world.table);
   for (const std::string& root : world.roots) text << "root " << quoted(root) << '\n';
   writeEach(text, "", world.files);
-  for (std::size_t operation = 0; operation < kOperations; ++operation) {
-    const std::string word = std::string("answer ") + kOperationNames[operation] + ' ';
-    writeEach(text, word.c_str(), world.answers[operation]);
+  for (const auto& [operation, name] : kOperationNames) {
+    const std::string word = std::string("answer ") + name + ' ';
+    writeEach(text, word.c_str(), answersOf(world, operation));
   }
   writeNumber(text, "lock-error", world.lockError);
   writeNumber(text, "opening-error", world.openingError);
@@ -170,11 +197,18 @@ class Line {
     return static_cast<Number>(value);
   }
 
-  template <typename Names>
-  std::size_t oneOf(const Names& names) {
+  int64_t objectNumber() {
+    const int64_t value = number();
+    if (value >= 0 && value < kObjects) return value;
+    throw std::runtime_error("there is no object " + std::to_string(value) + ", only 0 to " +
+                             std::to_string(kObjects - 1));
+  }
+
+  template <typename Value, std::size_t Count>
+  Value oneOf(const Words<Value, Count>& words) {
     const std::string found = word();
-    for (std::size_t index = 0; index < names.size(); ++index) {
-      if (found == names[index]) return index;
+    for (const auto& [value, name] : words) {
+      if (found == name) return value;
     }
     throw std::runtime_error("'" + found + "' is not known here");
   }
@@ -232,13 +266,18 @@ File readFile(FileKind kind, Line& line) {
   return file;
 }
 
-Answer readAnswer(Line& line) {
+bool namesObject(Operation operation) {
+  return operation == Operation::kTypeByName || operation == Operation::kAllocObject;
+}
+
+Answer readAnswer(Operation operation, Line& line) {
   Answer answer;
-  answer.ending = static_cast<Ending>(line.oneOf(kEndingWords));
-  answer.number = line.number();
+  answer.ending = line.oneOf(kEndingWords);
+  answer.number = namesObject(operation) ? line.objectNumber() : line.number();
   answer.text = line.text();
   while (!line.isAtEnd()) {
-    if (line.oneOf(std::array<const char*, 2>{"entry", "record"}) == 0) {
+    const bool isEntry = line.oneOf(Words<bool, 2>{{{true, "entry"}, {false, "record"}}});
+    if (isEntry) {
       answer.entries.push_back(readEntry(line));
     } else {
       answer.records.push_back(readRecord(line));
@@ -270,7 +309,7 @@ std::optional<List> readList(Line& line) {
 /// Arguments that are left out at the end are null.
 Call readCall(Line& line) {
   Call call;
-  call.native = static_cast<Native>(line.oneOf(kNativeNames));
+  call.native = line.oneOf(kNativeNames);
   if (!line.isAtEnd()) call.name = line.textOrNull();
   if (!line.isAtEnd()) call.sourceFile = line.textOrNull();
   if (!line.isAtEnd()) call.files = readList(line);
@@ -307,8 +346,8 @@ const std::vector<std::pair<std::string, Reader>>& readers() {
       {"socket", fileOf(FileKind::kSocket)},
       {"answer",
        [](Story& story, Line& line) {
-         std::vector<Answer>& answers = story.world.answers[line.oneOf(kOperationNames)];
-         answers.push_back(readAnswer(line));
+         const Operation operation = line.oneOf(kOperationNames);
+         answersOf(story.world, operation).push_back(readAnswer(operation, line));
        }},
       {"lock-error", settingOf(&World::lockError)},
       {"opening-error", settingOf(&World::openingError)},

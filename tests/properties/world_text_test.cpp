@@ -61,6 +61,8 @@ TEST(WorldText, NamesTheLineAtFault) {
   EXPECT_EQ("line 1: there is too much at the end", problemOf("root \"A\" \"B\""));
   EXPECT_EQ("line 1: '3x' is no number", problemOf("count 3x"));
   EXPECT_EQ("line 1: 4294967296 is out of range", problemOf("count 4294967296"));
+  EXPECT_EQ("line 1: there is no object 64, only 0 to 63", problemOf("answer Orva_typeByName returns 64 \"\""));
+  EXPECT_EQ("line 1: there is no object -1, only 0 to 63", problemOf("answer Orva_allocObject returns -1 \"\""));
   EXPECT_EQ("line 1: 'nobody' is not known here", problemOf("answer nobody returns 1 \"\""));
   EXPECT_EQ("line 1: a backslash must begin \\xHH, and not \\x00", problemOf("root \"\\x00\""));
   EXPECT_EQ("line 1: a list begins with [", problemOf("call precompileSources null null \"x\" null"));
