@@ -6,7 +6,6 @@
 #include <cctype>
 #include <cerrno>
 #include <filesystem>
-#include <memory>
 #include <new>
 #include <string>
 #include <system_error>
@@ -168,11 +167,12 @@ TEST(Watches, CountWhatIsAllocatedAndNotFreed) {
   const allocations::Watch watch([] { return false; });
   allocate();
   EXPECT_EQ(0U, watch.held());
-  const auto first = std::make_unique<int>(1);
-  auto second = std::make_unique<int>(2);
+  void* const first = ::operator new(1);
+  void* const second = ::operator new(1);
   EXPECT_EQ(2U, watch.held());
-  second.reset();
+  ::operator delete(second);
   EXPECT_EQ(1U, watch.held());
+  ::operator delete(first);
 }
 
 TEST(Watches, LetAnAllocationFailAsTheyAreTold) {
