@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -73,6 +74,14 @@ static std::optional<fs::path> findPackage(const fs::path& relativePath) {
   return std::nullopt;
 }
 
+/// Tells whether the extension of an entry's path is ".ov". A name that begins with its only dot has no extension.
+static bool isSourcePath(const std::string& path) {
+  constexpr std::string_view extension = ".ov";
+  if (path.size() <= extension.size()) return false;
+  const std::string::size_type dot = path.size() - extension.size();
+  return path.compare(dot, extension.size(), extension) == 0 && path[dot - 1] != '/';
+}
+
 /// Lists the source files that lie directly in a directory, ordered by the bytes of their paths.
 /// @param error receives why the listing failed; a directory that may not be read counts as empty.
 static std::vector<std::string> sourceFilesIn(const fs::path& directory, std::error_code& error) {
@@ -82,9 +91,8 @@ static std::vector<std::string> sourceFilesIn(const fs::path& directory, std::er
   for (; entry != fs::directory_iterator(); entry.increment(error)) {
     // An entry whose type cannot be told is skipped, and is no failure of the listing.
     std::error_code unknownType;
-    if (entry->is_regular_file(unknownType) && entry->path().extension() == ".ov") {
-      files.push_back(entry->path().string());
-    }
+    const std::string& path = entry->path().native();
+    if (entry->is_regular_file(unknownType) && isSourcePath(path)) files.push_back(path);
   }
   std::sort(files.begin(), files.end());
   return files;

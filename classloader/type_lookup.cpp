@@ -15,10 +15,10 @@
 using orva::compiler::Compiler;
 using orva::compiler::Context;
 
-/// Compares a compacted generic name with a record's names, each compacted only when those before it differ.
+/// Tells whether one of a record's names compacts to the key of a generic name.
 static bool spells(const TypeRecord& record, const std::string& key) {
-  return key == compactTypeName(recordName(record, 3)) || key == compactTypeName(recordName(record, 4)) ||
-         key == compactTypeName(recordName(record, 1)) || key == compactTypeName(recordName(record, 2));
+  return compactsTo(recordName(record, 3), key) || compactsTo(recordName(record, 4), key) ||
+         compactsTo(recordName(record, 1), key) || compactsTo(recordName(record, 2), key);
 }
 
 /// Tells whether the type table holds a ready record of a generic instance, whatever its spacing.

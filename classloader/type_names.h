@@ -3,32 +3,85 @@
 #pragma once
 
 #include <cctype>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
+#include <string_view>
 
 #include "classloader/string_argument.h"
 #include "runtime_api/reflection.h"
 
-/// Returns `name` without its whitespace, as `std::isspace` and the current locale see it, so that two
-/// spellings of a generic type compare equal. Throws only when memory runs out.
+/// Tells whether compaction drops a byte: whitespace, as `std::isspace` and the current locale see it.
+static inline bool isDropped(char byte) {
+  // A negative value would be outside of what std::isspace takes.
+  return std::isspace(static_cast<unsigned char>(byte)) != 0;
+}
+
+/// Returns `name` without its whitespace, so that two spellings of a generic type compare equal. Throws only when
+/// memory runs out.
 static inline std::string compactTypeName(const std::string& name) {
   std::string compact;
   compact.reserve(name.size());
   for (const char byte : name) {
-    // A negative value would be outside of what std::isspace takes.
-    if (std::isspace(static_cast<unsigned char>(byte)) == 0) compact.push_back(byte);
+    if (!isDropped(byte)) compact.push_back(byte);
   }
   return compact;
 }
 
-/// Tells whether an entry's full name ends in `name` after its last dot, or is `name` where it has none.
-static inline bool isTailOf(const std::string& fullName, const std::string& name) {
-  const std::string::size_type dot = fullName.rfind('.');
-  const std::string::size_type tail = dot == std::string::npos ? 0 : dot + 1;
-  return fullName.compare(tail, std::string::npos, name) == 0;
+/// As many bytes as are compared at once.
+static constexpr std::size_t wordSize = 8;
+
+/// Counts the bytes that a name has in common with the beginning of `key`, which is no longer.
+static inline std::size_t commonPrefix(std::string_view name, std::string_view key) {
+  // Most names differ in the first byte; those of the key's own package begin alike.
+  if (key.empty() || name.front() != key.front()) return 0;
+  std::size_t same = 0;
+  while (same + wordSize <= key.size() && std::memcmp(&name[same], &key[same], wordSize) == 0) same += wordSize;
+  while (same < key.size() && name[same] == key[same]) ++same;
+  return same;
+}
+
+/// Tells whether compacting `name` gives `key`, a compact name, and builds nothing to find out.
+static inline bool compactsTo(std::string_view name, std::string_view key) {
+  // Compacting never makes a name longer.
+  while (name.size() >= key.size()) {
+    // A byte of the key is not one that is dropped.
+    const std::size_t same = commonPrefix(name, key);
+    name.remove_prefix(same);
+    key.remove_prefix(same);
+    if (name.empty()) return true;
+    if (!isDropped(name.front())) return false;
+    name.remove_prefix(1);
+  }
+  return false;
+}
+
+/// Tells whether two names are the same. Those of one package begin alike, so their last bytes are compared first.
+static inline bool areEqual(std::string_view left, std::string_view right) {
+  if (left.size() != right.size()) return false;
+  if (left.size() >= wordSize) {
+    const std::size_t last = left.size() - wordSize;
+    if (std::memcmp(&left[last], &right[last], wordSize) != 0) return false;
+  }
+  return left == right;
+}
+
+/// Tells whether a full name ends in `name`, which has no dot, after its last dot, or is `name`.
+static inline bool isTailOf(std::string_view fullName, std::string_view name) {
+  if (fullName.size() < name.size()) return false;
+  const std::size_t tail = fullName.size() - name.size();
+  return (tail == 0 || fullName[tail - 1] == '.') && areEqual(fullName.substr(tail), name);
+}
+
+/// Copies a text of the host into `room`, which grows where it must and is used again for the next one.
+/// @return the copy, a part of `room`.
+static inline std::string_view copyInto(std::string& room, std::string_view text) {
+  if (room.size() < text.size()) room.resize(text.size());
+  text.copy(room.data(), text.size());
+  return {room.data(), text.size()};
 }
 
 /// Resolves a name against the registry: a qualified name by full name, any other by short name or by the
@@ -41,19 +94,21 @@ static inline std::optional<std::string> reflectedTypeMatch(const std::string& n
   if (name.empty()) return match;
   const bool qualified = name.find('.') != std::string::npos;
   const int32_t count = Reflection_getTypeCount();
+  std::string roomForShort;
+  std::string roomForFull;
   for (int32_t index = 0; index < count; ++index) {
     const char* shortText = Reflection_getTypeName(index);
     const char* fullText = Reflection_getTypeFullName(index);
-    std::string shortName(orEmpty(shortText));
-    std::string fullName(orEmpty(fullText));
-    const bool matches = qualified ? name == fullName : name == shortName || isTailOf(fullName, name);
+    const std::string_view shortName = copyInto(roomForShort, orEmpty(shortText));
+    const std::string_view fullName = copyInto(roomForFull, orEmpty(fullText));
+    const bool matches = qualified ? areEqual(fullName, name) : areEqual(shortName, name) || isTailOf(fullName, name);
     if (!matches) continue;
     // The scan goes on after a match: only the whole registry shows that a short name is unambiguous.
-    std::string& candidate = fullName.empty() ? shortName : fullName;
+    const std::string_view candidate = fullName.empty() ? shortName : fullName;
     if (match && *match != candidate) {
       throw std::runtime_error("Ambiguous plugin entry type '" + name + "'; use its fully qualified name");
     }
-    match = std::move(candidate);
+    match = candidate;
   }
   return match;
 }

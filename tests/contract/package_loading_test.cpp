@@ -210,6 +210,7 @@ TEST_F(PackageLoading, TheRootIsUsedAsItIsStored) {
 
 TEST_F(PackageLoading, AnEmptyRootIsTheWorkingFolder) {
   files.file("a/A.ov");
+  files.file("a/b");
   const fs::path before = fs::current_path();
   fs::current_path(files.path());
   host().roots = {""};

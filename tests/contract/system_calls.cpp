@@ -34,6 +34,8 @@ struct Commands {
   std::vector<std::string> queries;
   int opened = 0;
   bool whitespaceSet = false;
+  bool classifiedNoted = false;
+  std::string classified;
   std::function<int(const std::string&)> onCall;
 };
 
@@ -82,6 +84,10 @@ int directoriesOpened() { return commands.opened; }
 static bool isAmong(const std::string& bytes, std::size_t byte) {
   return bytes.find(static_cast<char>(byte)) != std::string::npos;
 }
+
+void noteClassified() { commands.classifiedNoted = true; }
+
+std::string takeClassified() { return std::exchange(commands.classified, {}); }
 
 void setWhitespace(const std::string& bytes) {
   const auto space = static_cast<unsigned short>(_ISspace);
@@ -176,6 +182,10 @@ const unsigned short** __wrap___ctype_b_loc() {
 }
 
 int __wrap_isspace(int value) {
+  if (commands.classifiedNoted) {
+    const HostsTurn turn;
+    commands.classified.push_back(static_cast<char>(value));
+  }
   return commands.whitespaceSet ? system_calls::classesFromZero[value] : __real_isspace(value);
 }
 
