@@ -1,0 +1,25 @@
+// What each measured call would cost if it did nothing but what nobody can leave out.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace floors {
+
+/// Makes both registry calls for each entry and takes the lengths of both names.
+/// @return the sum of the lengths.
+std::size_t scanRegistry();
+
+/// Compares the key with the four names of each ready record, byte for byte as they stand, under the table's mutex.
+/// @return whether one is equal.
+bool walkTable(const std::string& key);
+
+/// Lists the regular files of a folder whose names end in ".ov", with the type that the iteration brings, and sorts
+/// their paths.
+std::vector<std::string> listSources(const std::string& folder);
+
+/// Copies the elements of a language list.
+std::vector<std::string> copyList(void* list);
+
+}  // namespace floors

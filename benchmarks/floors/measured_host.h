@@ -1,0 +1,33 @@
+// A host that costs next to nothing, so that what is measured is the library. It raises nothing: a measured call that
+// fails ends the program.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace measured {
+
+/// The full name of the `number`-th type, such as "com.example.service.web.HttpRequestHandler7".
+std::string fullNameOf(std::size_t number);
+
+/// The same without its package.
+std::string shortNameOf(std::size_t number);
+
+/// Makes the registry hold so many types. Registries are kept, so that going back to a size costs nothing.
+void registerTypes(std::size_t count);
+
+/// Makes the type table hold so many ready records, each with four names that begin with "com.example.". Tables are
+/// kept too.
+void fillTable(std::size_t count);
+
+/// Makes a folder the only root of the class path.
+void setRoot(const std::string& folder);
+
+/// The handle of a language list of strings. The list outlives its use.
+void* listOf(std::vector<const char*>& strings);
+
+/// Counts the sources that the library has asked to load.
+std::size_t loads();
+
+}  // namespace measured

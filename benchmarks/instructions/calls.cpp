@@ -1,0 +1,44 @@
+// Makes each counted call, after its floor, and has callgrind write down how many instructions each took.
+#include <valgrind/callgrind.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "benchmarks/floors/floors.h"
+#include "benchmarks/floors/measured_host.h"
+#include "classloader/natives.h"
+
+static constexpr std::size_t kTypes = 1'000;
+
+template <typename Call>
+static void count(const std::string& name, const Call& call) {
+  // The first time, the dynamic linker finds what is called.
+  call();
+  CALLGRIND_ZERO_STATS;
+  call();
+  CALLGRIND_DUMP_STATS_AT(name.c_str());
+}
+
+template <typename Floor, typename Call>
+static void countBoth(const std::string& name, const Floor& floor, const Call& call) {
+  count(name + " floor", floor);
+  count(name + " call", call);
+}
+
+int main() {
+  measured::registerTypes(kTypes);
+  measured::fillTable(kTypes);
+  const std::string fullName = measured::fullNameOf(kTypes / 2);
+  const std::string shortName = measured::shortNameOf(kTypes / 2);
+  const std::string genericName = "com.example.Box<Circle>";
+  std::vector<const char*> files(kTypes, "com/example/service/web/Handler.ov");
+  void* const list = measured::listOf(files);
+
+  countBoth("full_name", floors::scanRegistry, [&] { orva_ClassLoader_getTypeByName(fullName.c_str()); });
+  countBoth("short_name", floors::scanRegistry, [&] { orva_ClassLoader_getTypeByName(shortName.c_str()); });
+  countBoth(
+      "generic_walk", [&] { floors::walkTable(genericName); },
+      [&] { orva_ClassLoader_getTypeByName(genericName.c_str()); });
+  countBoth("string_list", [&] { floors::copyList(list); }, [&] { orva_ClassLoader_precompileSources(list); });
+}
