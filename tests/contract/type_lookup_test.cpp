@@ -233,6 +233,10 @@ TEST_F(TypeLookup, BlanksMakeNoDifferenceInTheTable) {
   for (const char* name : {"Map<a.B,c.D>", "Map< a.B ,\tc.D >", " Map<a.B,c.D>\n"}) expectFound(name);
   gTypes = {typeRecord("", "Map<a.B,c.D>", "", "")};
   for (const char* name : {"Map<a.B, c.D>", "M a p<a.B,c.D>"}) expectFound(name);
+  gTypes = {typeRecord("", "", "", " \nMap<a.B,c.D>\t ")};
+  expectFound("Map<a.B,c.D>");
+  gTypes = {typeRecord(" Map<a.B,c.D", "Map<a.B,c.D> x", "xMap<a.B,c.D>", " ")};
+  expectMaterialized("Map<a.B,c.D>");
 }
 
 TEST_F(TypeLookup, NamesOfTheTableAreComparedByteForByte) {
