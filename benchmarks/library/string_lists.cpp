@@ -1,0 +1,27 @@
+// Turning a language list into strings: precompiling sources, by a compiler that does nothing with them.
+#include "benchmarks/floors/floors.h"
+#include "benchmarks/floors/measured_host.h"
+#include "classloader/natives.h"
+#include "heap_use.h"
+
+static std::vector<const char*> listOfSize(const benchmark::State& state) {
+  return std::vector<const char*>(static_cast<std::size_t>(state.range(0)), "com/example/service/web/Handler.ov");
+}
+
+static void convert(benchmark::State& state) {
+  std::vector<const char*> strings = listOfSize(state);
+  measure(state, [list = measured::listOf(strings)] {
+    orva_ClassLoader_precompileSources(list);
+    return list;
+  });
+}
+
+static void floorOfCopy(benchmark::State& state) {
+  std::vector<const char*> strings = listOfSize(state);
+  measure(state, [list = measured::listOf(strings)] { return floors::copyList(list); });
+}
+
+static void sizes(benchmark::internal::Benchmark* each) { each->Arg(0)->RangeMultiplier(10)->Range(10, 1'000'000); }
+
+BENCHMARK(convert)->Name("list/library")->Apply(sizes);
+BENCHMARK(floorOfCopy)->Name("list/floor")->Apply(sizes);
