@@ -1,0 +1,31 @@
+"""Makes one JSON document of the lines that the peers printed, which come by standard input.
+
+Usage: collect.py OUTPUT COMPILER [PEER=PACKAGE…], each PEER one that is missing
+"""
+import json
+import os
+import platform
+import sys
+
+
+def processor():
+    with open("/proc/cpuinfo", encoding="utf-8") as info:
+        names = [line.split(":", 1)[1].strip() for line in info if line.startswith("model name")]
+    return names[0] if names else platform.machine()
+
+
+def main(output, compiler, missing):
+    results = [json.loads(line) for line in sys.stdin]
+    versions = {result["peer"]: result.pop("version") for result in results}
+    document = {
+        "machine": {"cpu": processor(), "cores": os.cpu_count(), "kernel": platform.release(), "compiler": compiler},
+        "peers": [{"peer": peer, "version": version} for peer, version in versions.items()],
+        "results": results,
+        "missing": [dict(zip(("peer", "package"), each.split("=", 1))) for each in missing],
+    }
+    with open(output, "w", encoding="utf-8") as out:
+        json.dump(document, out, indent=1)
+        out.write("\n")
+
+
+main(sys.argv[1], sys.argv[2], sys.argv[3:])
