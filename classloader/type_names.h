@@ -66,7 +66,7 @@ static inline bool areEqual(std::string_view left, std::string_view right) {
     const std::size_t last = left.size() - wordSize;
     if (std::memcmp(&left[last], &right[last], wordSize) != 0) return false;
   }
-  return left == right;
+  return std::memcmp(left.data(), right.data(), left.size()) == 0;
 }
 
 /// Tells whether a full name ends in `name`, which has no dot, after its last dot, or is `name`.

@@ -18,8 +18,10 @@ static thread_local bool isWatched = false;
 static thread_local Clock::time_point lockedAt;
 static thread_local Clock::duration held;
 
-// Names that the linker prescribes for what it redirects.
 extern "C" {
+
+// Names that the linker prescribes for what it redirects.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
 int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
@@ -33,7 +35,9 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
   if (isWatched) held = Clock::now() - lockedAt;
   return __real_pthread_mutex_unlock(mutex);
 }
-}
+// NOLINTEND(bugprone-reserved-identifier)
+
+}  // extern "C"
 
 static const std::string key = "com.example.Box<Circle>";
 
@@ -45,7 +49,7 @@ static double secondsOf(Clock::duration time) { return std::chrono::duration<dou
 static void timeHeld(benchmark::State& state, void (*call)()) {
   measured::fillTable(static_cast<std::size_t>(state.range(0)));
   isWatched = true;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     call();
     state.SetIterationTime(secondsOf(held));
   }
@@ -60,7 +64,7 @@ static void timeWait(benchmark::State& state, void (*call)()) {
     while (!stops) call();
   });
   std::vector<double> waits;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const auto begin = Clock::now();
     gReflectionMutex.lock();
     const double waited = secondsOf(Clock::now() - begin);
