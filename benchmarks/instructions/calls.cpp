@@ -8,6 +8,10 @@
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
 #include "classloader/natives.h"
+#include "runtime_api/compiler.h"
+#include "runtime_api/runtime.h"
+
+using orva::compiler::Compiler;
 
 static constexpr std::size_t kTypes = 1'000;
 
@@ -35,6 +39,8 @@ int main() {
   std::vector<const char*> files(kTypes, "com/example/service/web/Handler.ov");
   void* const list = measured::listOf(files);
 
+  countBoth("load_class", [] { Orva_typeByName("a.B"); }, [] { orva_SystemClassLoader_loadClass(nullptr, "a.B"); });
+  countBoth("abi_version", Compiler::objectAbiVersion, orva_ClassLoader_objectAbiVersion);
   countBoth("full_name", floors::scanRegistry, [&] { orva_ClassLoader_getTypeByName(fullName.c_str()); });
   countBoth("short_name", floors::scanRegistry, [&] { orva_ClassLoader_getTypeByName(shortName.c_str()); });
   countBoth(
