@@ -31,13 +31,11 @@ static inline std::string compactTypeName(const std::string& name) {
   return compact;
 }
 
-/// As many bytes as are compared at once.
-static constexpr std::size_t wordSize = 8;
-
-/// Counts the bytes that a name has in common with the beginning of `key`, which is no longer.
+/// Counts the bytes that a name and `key`, which is at most as long, begin with alike.
 static inline std::size_t commonPrefix(std::string_view name, std::string_view key) {
   // Most names differ in the first byte; those of the key's own package begin alike.
   if (key.empty() || name.front() != key.front()) return 0;
+  constexpr std::size_t wordSize = sizeof(uint64_t);
   std::size_t same = 0;
   while (same + wordSize <= key.size() && std::memcmp(&name[same], &key[same], wordSize) == 0) same += wordSize;
   while (same < key.size() && name[same] == key[same]) ++same;
@@ -61,6 +59,7 @@ static inline bool compactsTo(std::string_view name, std::string_view key) {
 
 /// Tells whether two names are the same. Those of one package begin alike, so their last bytes are compared first.
 static inline bool areEqual(std::string_view left, std::string_view right) {
+  constexpr std::size_t wordSize = sizeof(uint64_t);
   if (left.size() != right.size()) return false;
   if (left.size() >= wordSize) {
     const std::size_t last = left.size() - wordSize;
@@ -69,14 +68,15 @@ static inline bool areEqual(std::string_view left, std::string_view right) {
   return std::memcmp(left.data(), right.data(), left.size()) == 0;
 }
 
-/// Tells whether a full name ends in `name`, which has no dot, after its last dot, or is `name`.
+/// Tells whether `name`, which has no dot, is what follows a full name's last dot, or all of a full name without one.
 static inline bool isTailOf(std::string_view fullName, std::string_view name) {
   if (fullName.size() < name.size()) return false;
-  const std::size_t tail = fullName.size() - name.size();
-  return (tail == 0 || fullName[tail - 1] == '.') && areEqual(fullName.substr(tail), name);
+  const std::size_t begin = fullName.size() - name.size();
+  return areEqual(fullName.substr(begin), name) && (begin == 0 || fullName[begin - 1] == '.');
 }
 
-/// Copies a text of the host into `room`, which grows where it must and is used again for the next one.
+/// Copies a text of the host into `room`, which grows where it must and is used again for the next one: half the cost
+/// of assigning each text to a string.
 /// @return the copy, a part of `room`.
 static inline std::string_view copyInto(std::string& room, std::string_view text) {
   if (room.size() < text.size()) room.resize(text.size());

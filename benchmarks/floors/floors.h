@@ -1,4 +1,4 @@
-// What each measured call would cost if it did nothing but what nobody can leave out.
+// The least that each measured call could be: what nobody can leave out, written as plainly as can be.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace floors {
 /// @return the sum of the lengths.
 std::size_t scanRegistry();
 
-/// Compares the key with the four names of each ready record, byte for byte as they stand, under the table's mutex.
+/// Compares the key with the four names of each ready record as they stand, under the table's mutex.
 /// @return whether one is equal.
 bool walkTable(const std::string& key);
 

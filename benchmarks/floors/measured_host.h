@@ -8,6 +8,12 @@
 
 namespace measured {
 
+/// The name of a generic instance that no table holds. It has its first 12 bytes in common with all names of a table.
+constexpr const char* unknownInstance = "com.example.Box<Circle>";
+
+/// An element for lists.
+constexpr const char* sourceFile = "com/example/service/web/Handler.ov";
+
 /// The full name of the `number`-th type, such as "com.example.service.web.HttpRequestHandler7".
 std::string fullNameOf(std::size_t number);
 

@@ -35,8 +35,8 @@ int main() {
   measured::fillTable(kTypes);
   const std::string fullName = measured::fullNameOf(kTypes / 2);
   const std::string shortName = measured::shortNameOf(kTypes / 2);
-  const std::string genericName = "com.example.Box<Circle>";
-  std::vector<const char*> files(kTypes, "com/example/service/web/Handler.ov");
+  const std::string genericName = measured::unknownInstance;
+  std::vector<const char*> files(kTypes, measured::sourceFile);
   void* const list = measured::listOf(files);
 
   countBoth("load_class", [] { Orva_typeByName("a.B"); }, [] { orva_SystemClassLoader_loadClass(nullptr, "a.B"); });

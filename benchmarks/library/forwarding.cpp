@@ -1,6 +1,6 @@
 // The natives that only hand a call on, beside the call itself.
 #include "classloader/natives.h"
-#include "heap_use.h"
+#include "measure.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/runtime.h"
 

@@ -9,7 +9,7 @@
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
 #include "classloader/natives.h"
-#include "heap_use.h"
+#include "measure.h"
 #include "runtime_api/reflection.h"
 
 using Clock = std::chrono::steady_clock;
@@ -39,7 +39,7 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
 
 }  // extern "C"
 
-static const std::string key = "com.example.Box<Circle>";
+static const std::string key = measured::unknownInstance;
 
 static void lookUp() { benchmark::DoNotOptimize(orva_ClassLoader_getTypeByName(key.c_str())); }
 static void walk() { benchmark::DoNotOptimize(floors::walkTable(key)); }
@@ -71,7 +71,7 @@ static void timeWait(benchmark::State& state, void (*call)()) {
     gReflectionMutex.unlock();
     state.SetIterationTime(waited);
     waits.push_back(waited);
-    // Longer than a walk, so that each wait begins at another place of one.
+    // So that waits begin at different places of a walk.
     std::this_thread::sleep_for(std::chrono::microseconds(50));
   }
   stops = true;

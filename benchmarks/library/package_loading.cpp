@@ -1,14 +1,16 @@
 // Loading a package whose sources take no time to load.
-#include <unistd.h>
-
+#include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <stdexcept>
+#include <system_error>
 
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
 #include "classloader/natives.h"
-#include "heap_use.h"
+#include "measure.h"
 
 namespace fs = std::filesystem;
 
@@ -31,7 +33,8 @@ class Packages {
     if (mkdtemp(root.data()) == nullptr) throw fs::filesystem_error("mkdtemp", root, {errno, std::generic_category()});
     fs::create_directory(root + "/web");
     for (std::size_t number = 0; number < count; ++number) {
-      std::ofstream(root + "/web/" + measured::shortNameOf(number) + ".ov");
+      const std::string file = root + "/web/" + measured::shortNameOf(number) + ".ov";
+      if (!std::ofstream(file)) throw std::runtime_error("Cannot write " + file);
     }
     return root;
   }

@@ -2,7 +2,7 @@
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
 #include "classloader/natives.h"
-#include "heap_use.h"
+#include "measure.h"
 
 static std::size_t prepare(const benchmark::State& state) {
   const auto count = static_cast<std::size_t>(state.range(0));

@@ -2,10 +2,10 @@
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
 #include "classloader/natives.h"
-#include "heap_use.h"
+#include "measure.h"
 
 static std::vector<const char*> listOfSize(const benchmark::State& state) {
-  return std::vector<const char*>(static_cast<std::size_t>(state.range(0)), "com/example/service/web/Handler.ov");
+  return std::vector<const char*>(static_cast<std::size_t>(state.range(0)), measured::sourceFile);
 }
 
 static void convert(benchmark::State& state) {

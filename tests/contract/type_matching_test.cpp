@@ -199,6 +199,29 @@ TEST_F(ReflectedTypeMatch, NamesLongerThanAnyBufferMatch) {
   EXPECT_CALLS(scan(1), scan(1));
 }
 
+TEST_F(ReflectedTypeMatch, NoEntryLeavesATraceInTheNext) {
+  host().registry = {{"AVeryLongShortName", "some.package.AVeryLongShortName"},
+                     {"LongName", "x.LongName"},
+                     {"Name", "x.Name"},
+                     {"", "Foo"},
+                     {std::nullopt, std::nullopt}};
+  EXPECT_EQ(Match("x.LongName"), reflectedTypeMatch("LongName"));
+  EXPECT_EQ(Match("x.LongName"), reflectedTypeMatch("x.LongName"));
+  EXPECT_EQ(Match("x.Name"), reflectedTypeMatch("Name"));
+  EXPECT_EQ(Match("x.Name"), reflectedTypeMatch("x.Name"));
+  EXPECT_EQ(Match("Foo"), reflectedTypeMatch("Foo"));
+  EXPECT_CALLS(scan(5), scan(5), scan(5), scan(5), scan(5));
+}
+
+TEST_F(ReflectedTypeMatch, NamesThatEndAlikeDiffer) {
+  host().registry = {{"xLongEnoughName", "a.xLongEnoughName"}, {"yLongEnoughName", "a.yLongEnoughName"}};
+  EXPECT_EQ(Match("a.yLongEnoughName"), reflectedTypeMatch("yLongEnoughName"));
+  EXPECT_EQ(Match("a.yLongEnoughName"), reflectedTypeMatch("a.yLongEnoughName"));
+  EXPECT_EQ(kNone, reflectedTypeMatch("LongEnoughName"));
+  EXPECT_EQ(kNone, reflectedTypeMatch("b.yLongEnoughName"));
+  EXPECT_CALLS(scan(2), scan(2), scan(2), scan(2));
+}
+
 TEST_F(ReflectedTypeMatch, SeveralEntriesThatResolveAlikeAreOne) {
   host().registry = {{"Map", "app.Map"}, {"Map", "app.Map"}, {std::nullopt, "app.Map"}};
   EXPECT_EQ(Match("app.Map"), reflectedTypeMatch("Map"));

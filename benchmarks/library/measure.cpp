@@ -1,4 +1,4 @@
-#include "heap_use.h"
+#include "measure.h"
 
 #include <atomic>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// Counts what a call takes from the heap.
+// Measures a call: its time, and what it takes from the heap.
 #pragma once
 
 #include <benchmark/benchmark.h>
