@@ -1,5 +1,4 @@
 // Looking a type up by name: makes sure that it can exist, then asks the runtime.
-#include <algorithm>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -26,8 +25,10 @@ static bool spells(const TypeRecord& record, const std::string& key) {
 static bool isInstanceReady(const std::string& requestedName) {
   const std::string key = compactTypeName(requestedName);
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  return std::any_of(gTypes.begin(), gTypes.end(),
-                     [&](const TypeRecord& record) { return isReady(record) && spells(record, key); });
+  for (const TypeRecord& record : gTypes) {
+    if (isReady(record) && spells(record, key)) return true;
+  }
+  return false;
 }
 
 /// Has the compiler generate and load the source of a generic instance that is not there yet. Throws what the lock and
