@@ -140,6 +140,15 @@ TEST_F(SystemCalls, TheLocalesWhitespaceIsWhatATestSays) {
   EXPECT_TRUE(isWhitespace(' '));
 }
 
+TEST_F(SystemCalls, QuestionsToTheLocaleAreCounted) {
+  system_calls::reset();
+  EXPECT_FALSE(isWhitespace('x'));
+  EXPECT_TRUE(isWhitespace(' '));
+  EXPECT_EQ(2, system_calls::classifications());
+  system_calls::reset();
+  EXPECT_EQ(0, system_calls::classifications());
+}
+
 /// Allocates in a way that no optimisation takes out.
 void allocate() {
   static void* volatile memory;

@@ -34,8 +34,7 @@ struct Commands {
   std::vector<std::string> queries;
   int opened = 0;
   bool whitespaceSet = false;
-  bool classifiedNoted = false;
-  std::string classified;
+  int classifications = 0;
   std::function<int(const std::string&)> onCall;
 };
 
@@ -85,9 +84,7 @@ static bool isAmong(const std::string& bytes, std::size_t byte) {
   return bytes.find(static_cast<char>(byte)) != std::string::npos;
 }
 
-void noteClassified() { commands.classifiedNoted = true; }
-
-std::string takeClassified() { return std::exchange(commands.classified, {}); }
+int classifications() { return commands.classifications; }
 
 void setWhitespace(const std::string& bytes) {
   const auto space = static_cast<unsigned short>(_ISspace);
@@ -177,15 +174,14 @@ int __real_isspace(int value);
 int __wrap_isspace(int value);
 // NOLINTEND(bugprone-reserved-identifier)
 
+// Some standard libraries look the byte up in the table themselves.
 const unsigned short** __wrap___ctype_b_loc() {
+  ++commands.classifications;
   return commands.whitespaceSet ? &system_calls::classesFromZero : __real___ctype_b_loc();
 }
 
 int __wrap_isspace(int value) {
-  if (commands.classifiedNoted) {
-    const HostsTurn turn;
-    commands.classified.push_back(static_cast<char>(value));
-  }
+  ++commands.classifications;
   return commands.whitespaceSet ? system_calls::classesFromZero[value] : __real_isspace(value);
 }
 

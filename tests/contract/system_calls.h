@@ -42,11 +42,8 @@ int directoriesOpened();
 /// negative value counts as whitespace when it is not one of them, so that the mistake shows.
 void setWhitespace(const std::string& bytes);
 
-/// Notes from now on which bytes the locale is asked about.
-void noteClassified();
-
-/// Hands out the bytes noted since the last time, and forgets them.
-std::string takeClassified();
+/// How often the locale was asked about a byte since `reset`.
+int classifications();
 
 /// Undoes every command at the end of a scope, a failing one too.
 class Scope {
