@@ -1,0 +1,60 @@
+// One library for all code, which sees the process and the operations that compiled code needs.
+#include "bare_engine.h"
+
+#include <llvm/ExecutionEngine/JITLink/EHFrameSupport.h>
+#include <llvm/ExecutionEngine/Orc/EPCEHFrameRegistrar.h>
+#include <llvm/ExecutionEngine/Orc/ObjectLinkingLayer.h>
+#include <llvm/TargetParser/Host.h>
+
+#include "reference_host/compiler/linkage.h"
+#include "reference_host/runtime/operations.h"
+
+namespace orc = llvm::orc;
+
+static llvm::Expected<std::unique_ptr<orc::ObjectLayer>> makeLinkingLayer(orc::ExecutionSession& session,
+                                                                          const llvm::Triple& /*triple*/) {
+  auto layer = std::make_unique<orc::ObjectLinkingLayer>(session);
+  layer->addPlugin(std::make_shared<orc::EHFrameRegistrationPlugin>(
+      session, llvm::cantFail(orc::EPCEHFrameRegistrar::Create(session))));
+  return std::unique_ptr<orc::ObjectLayer>(std::move(layer));
+}
+
+static orc::JITTargetMachineBuilder sameMachine() {
+  orc::JITTargetMachineBuilder machine{llvm::Triple(llvm::sys::getProcessTriple())};
+  machine.setRelocationModel(llvm::Reloc::PIC_);
+  machine.setCodeModel(llvm::CodeModel::Small);
+  machine.setCodeGenOptLevel(llvm::CodeGenOptLevel::Less);
+  return machine;
+}
+
+BareEngine::BareEngine()
+    : jit_(llvm::cantFail(orc::LLJITBuilder()
+                              .setJITTargetMachineBuilder(sameMachine())
+                              .setObjectLinkingLayerCreator(makeLinkingLayer)
+                              .create())) {
+  orc::SymbolMap symbols;
+  for (const auto& list : {orva::runtime::operations(), orva::compiler::linkOperations()}) {
+    for (const auto& operation : list) {
+      symbols[jit_->mangleAndIntern(operation.name)] = {orc::ExecutorAddr::fromPtr(operation.address),
+                                                        llvm::JITSymbolFlags::Exported};
+    }
+  }
+  llvm::cantFail(jit_->getMainJITDylib().define(orc::absoluteSymbols(std::move(symbols))));
+}
+
+void BareEngine::prepare(llvm::Module& module) const {
+  module.setTargetTriple(jit_->getTargetTriple().str());
+  module.setDataLayout(jit_->getDataLayout());
+}
+
+void BareEngine::link(orc::ThreadSafeModule module, const std::string& symbol) {
+  llvm::cantFail(jit_->addIRModule(std::move(module)));
+  lookUp(symbol);
+}
+
+void BareEngine::link(std::unique_ptr<llvm::MemoryBuffer> object, const std::string& symbol) {
+  llvm::cantFail(jit_->addObjectFile(std::move(object)));
+  lookUp(symbol);
+}
+
+void BareEngine::lookUp(const std::string& symbol) { llvm::cantFail(jit_->lookupLinkerMangled(symbol)); }

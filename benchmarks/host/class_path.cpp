@@ -1,0 +1,63 @@
+// Looking a class up over a thousand roots, beside asking the system for the same files.
+#include "reference_host/compiler/class_path.h"
+
+#include <benchmark/benchmark.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "subjects.h"
+#include "world.h"
+
+namespace fs = std::filesystem;
+using orva::compiler::ClassPath;
+
+static constexpr int rootCount = 1000;
+
+/// A class path of a thousand roots; the last one holds the class `a.Last`.
+static ClassPath& thousandRoots() {
+  static auto* const only = [] {
+    auto* const path = new ClassPath("");
+    for (int i = 0; i < rootCount; ++i) {
+      const std::string root = "roots/root" + std::to_string(i);
+      fs::create_directories(root + "/a");
+      path->add(root);
+    }
+    writeText(path->roots().back() + "/a/Last.ov", "package a; class Last { }");
+    return path;
+  }();
+  return *only;
+}
+
+static void find(benchmark::State& state, const char* className) {
+  ClassPath& path = thousandRoots();
+  for (auto _ : state) {
+    path.dropCaches();
+    benchmark::DoNotOptimize(path.find(className));
+  }
+}
+
+static void findPackage(benchmark::State& state) {
+  ClassPath& path = thousandRoots();
+  const std::string file = path.roots().back() + "/a/Last.ov";
+  for (auto _ : state) benchmark::DoNotOptimize(path.packageOf(file));
+}
+
+static void askForEach(benchmark::State& state) {
+  std::vector<std::string> files;
+  for (const std::string& root : thousandRoots().roots()) files.push_back(root + "/a/Missing.ov");
+  for (auto _ : state) {
+    for (const std::string& file : files) {
+      struct stat status{};
+      benchmark::DoNotOptimize(stat(file.c_str(), &status));
+    }
+  }
+}
+
+void registerClassPath() {
+  const auto unit = benchmark::kMicrosecond;
+  benchmark::RegisterBenchmark("class_path/1000_roots_last", find, "a.Last")->Unit(unit);
+  benchmark::RegisterBenchmark("class_path/1000_roots_missing", find, "a.Missing")->Unit(unit);
+  benchmark::RegisterBenchmark("class_path/1000_roots_stat", askForEach)->Unit(unit);
+  benchmark::RegisterBenchmark("class_path/1000_roots_package", findPackage)->Unit(unit);
+}

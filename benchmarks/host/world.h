@@ -1,0 +1,37 @@
+// The host of this process, a folder of sources for it, and the clock.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+/// A fresh folder, which is the working directory and the only root for as long as the world lives.
+class World {
+ public:
+  World();
+  ~World();
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// A class that nobody has seen before, in a file of its own.
+struct FreshClass {
+  std::string fullName;
+  std::string path;  ///< of the source, relative to the working directory
+};
+
+/// Writes the source of a class of five methods.
+FreshClass writeFreshClass();
+
+void writeText(const std::string& path, const std::string& text);
+
+/// How long a function runs.
+template <typename Function>
+double secondsOf(const Function& function) {
+  const auto start = std::chrono::steady_clock::now();
+  function();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
