@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace orva::compiler {
@@ -38,15 +39,14 @@ class ClassPath {
   std::optional<std::string> packageOf(const std::string& file) const;
 
  private:
-  /// The roots and, last, the standard library.
-  std::vector<std::string> searched() const;
   std::string search(const std::string& className) const;
 
   const std::string standardLibrary_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::deque<std::vector<std::string>> lists_;  // every list that was ever current
   std::atomic<const std::vector<std::string>*> current_;
   std::unordered_map<std::string, std::string> cache_;
+  std::unordered_set<std::string> directories_;  // of the roots and the standard library, without needless dots
 };
 
 }  // namespace orva::compiler

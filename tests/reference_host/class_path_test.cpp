@@ -112,3 +112,25 @@ TEST(ClassPath, TheInnermostRootTellsThePackageOfAFile) {
   innerFirst.add("one");
   EXPECT_EQ(innerFirst.packageOf("one/two/three/A.ov"), "three");
 }
+
+TEST(ClassPath, RootsThatStartElsewhereTellThePackageOfTheirFiles) {
+  const Workspace workspace;
+  fs::create_directories("below");
+  fs::create_directories("aside/two");
+  fs::current_path("below");
+  ClassPath path("../aside/two/");
+  EXPECT_EQ(path.packageOf("a/A.ov"), std::nullopt);
+  EXPECT_EQ(path.packageOf("../aside/A.ov"), std::nullopt);
+  EXPECT_EQ(path.packageOf("../aside/two/a/A.ov"), "a");
+  path.add("..");
+  EXPECT_EQ(path.packageOf("a/A.ov"), std::nullopt);
+  EXPECT_EQ(path.packageOf("../../A.ov"), std::nullopt);
+  EXPECT_EQ(path.packageOf("../A.ov"), "");
+  EXPECT_EQ(path.packageOf("../aside/A.ov"), "aside");
+  path.add("./");
+  EXPECT_EQ(path.packageOf("A.ov"), "");
+  EXPECT_EQ(path.packageOf("./a/b/A.ov"), "a.b");
+  path.add("/");
+  EXPECT_EQ(path.packageOf("/A.ov"), "");
+  EXPECT_EQ(path.packageOf("/a/b/A.ov"), "a.b");
+}
