@@ -32,11 +32,10 @@ void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string
 void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, std::shared_ptr<Context> /*context*/,
                                  const std::function<void(const CompilationProgress&)>& progress) {
   std::size_t done = 0;
-  for (const std::string& file : sourceFiles) {
-    activeContext().loader.precompile(file);
+  activeContext().loader.precompile(sourceFiles, [&](const std::string& file) {
     ++done;
     if (progress) progress({file, done, sourceFiles.size()});
-  }
+  });
 }
 
 Runtime& Runtime::getInstance() {

@@ -1,11 +1,15 @@
 // One load at a time: compile or check everything, link it, then register it all at once.
 #include "reference_host/compiler/loader.h"
 
+#include <llvm/ADT/ScopeExit.h>
 #include <llvm/ExecutionEngine/Orc/ThreadSafeModule.h>
 #include <llvm/Linker/Linker.h>
+#include <llvm/Support/ThreadPool.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
+#include <future>
 #include <stdexcept>
 #include <utility>
 
@@ -27,6 +31,11 @@ struct Loader::Compiled {
 struct Loader::CheckedObject {
   std::string realPath;
   ObjectFile file;
+};
+
+struct Loader::BuiltObject {
+  ObjectFile object;
+  std::string bytes;
 };
 
 /// The one name of a file that can be read, however it was named.
@@ -152,12 +161,11 @@ void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector
   }
 }
 
-void Loader::precompile(const std::string& path) {
-  const std::string target = objectPathOf(path);
+Loader::BuiltObject Loader::build(const std::string& path) const {
+  ObjectFile object;
+  object.path = objectPathOf(path);
   const language::SourceText source = readSource(path);
   Compiled compiled = compile(source, parse(source, Placement::anywhere));
-  ObjectFile object;
-  object.path = target;
   object.identity = sourceIdentity(source.text);
   object.target = engine_.target();
   llvm::Module whole(path, *compiled.context.getContext());
@@ -169,7 +177,29 @@ void Loader::precompile(const std::string& path) {
     }
   }
   addHeader(whole, object);
-  writeObject(object, engine_.emitObject(whole));
+  std::string bytes = engine_.emitObject(whole);
+  return {std::move(object), std::move(bytes)};
+}
+
+void Loader::precompile(const std::string& path) {
+  const BuiltObject built = build(path);
+  writeObject(built.object, built.bytes);
+}
+
+void Loader::precompile(const std::vector<std::string>& paths, const std::function<void(const std::string&)>& done) {
+  std::atomic<bool> isOver{false};
+  llvm::DefaultThreadPool cores;
+  // The pool runs all that waits in it before it is destroyed.
+  const auto skipTheRest = llvm::make_scope_exit([&isOver] { isOver = true; });
+  std::vector<std::shared_future<BuiltObject>> objects;
+  for (const std::string& path : paths) {
+    objects.push_back(cores.async([&] { return isOver ? BuiltObject() : build(path); }));
+  }
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    const std::shared_future<BuiltObject> built = std::move(objects[i]);
+    writeObject(built.get().object, built.get().bytes);
+    done(paths[i]);
+  }
 }
 
 }  // namespace orva::compiler

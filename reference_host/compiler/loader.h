@@ -1,6 +1,7 @@
 // Loading: from source files and object bundles to registered types.
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <set>
 #include <string>
@@ -38,12 +39,19 @@ class Loader {
   /// `load` does.
   void precompile(const std::string& path);
 
+  /// Compiles source files on all cores, and writes their objects in the order of the files. Throws what is wrong with
+  /// the first file that fails; then the objects of the files before it are written, and no others.
+  /// @param done told each file whose object is written.
+  void precompile(const std::vector<std::string>& paths, const std::function<void(const std::string&)>& done);
+
  private:
   struct Compiled;
   struct CheckedObject;
+  struct BuiltObject;
 
   language::SourceFile parse(const language::SourceText& source, Placement placement) const;
   Compiled compile(const language::SourceText& source, const language::SourceFile& file) const;
+  BuiltObject build(const std::string& path) const;
   std::vector<CheckedObject> checkBundle(const std::vector<std::string>& paths,
                                          const std::vector<std::string>& identities);
   void checkPlacement(const language::SourceText& source, const language::SourceFile& file) const;

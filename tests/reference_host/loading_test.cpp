@@ -202,6 +202,69 @@ TEST(Precompiling, TellsOfEachSourceThatIsDone) {
   EXPECT_EQ(seen, (std::vector<bool>{false, true}));
 }
 
+/// Writes files of classes that call each other; tells their paths.
+static std::vector<std::string> writeSources(int count) {
+  std::vector<std::string> paths;
+  for (int i = 0; i < count; ++i) {
+    const std::string name = "C" + std::to_string(i);
+    const std::string next = "C" + std::to_string((i + 1) % count);
+    paths.push_back(name + ".ov");
+    writeFile(paths.back(), "class " + name + " { static String next() { return \"\" + " + next + ".next(); } }\n" +
+                                "class Near" + name + " { static native int at(String text); }\n");
+  }
+  return paths;
+}
+
+static void precompile(const std::vector<std::string>& paths) {
+  orva::compiler::Compiler::precompileSources(paths, nullptr, nullptr);
+}
+
+TEST(Precompiling, BuildsTheSameObjectsTogetherAsAlone) {
+  const Workspace workspace;
+  const std::vector<std::string> sources = writeSources(30);
+  std::vector<std::string> alone;
+  for (const std::string& source : sources) {
+    activeContext().loader.precompile(source);
+    alone.push_back(readFile(orva::compiler::objectPathOf(source)));
+    fs::remove(orva::compiler::objectPathOf(source));
+  }
+  precompile(sources);
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    EXPECT_EQ(readFile(orva::compiler::objectPathOf(sources[i])), alone[i]) << sources[i];
+  }
+}
+
+TEST(Precompiling, StopsAtTheFirstFileThatFails) {
+  const Workspace workspace;
+  const std::vector<std::string> sources = writeSources(20);
+  // The later one fails sooner: it is not even read.
+  std::string much;
+  for (int i = 0; i < 300; ++i) much += "static int m" + std::to_string(i) + "(int a) { return a + 1; }\n";
+  writeFile("C10.ov", "class C10 { " + much + " static int last() { return missing; } }");
+  fs::remove("C11.ov");
+  EXPECT_EQ(failureOf([&] { precompile(sources); }),
+            "C10.ov:301:29: error: unknown variable 'missing'\n"
+            "   static int last() { return missing; } }\n"
+            "                              ^");
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(fs::exists("C" + std::to_string(i) + ".o"), i < 10) << i;
+}
+
+TEST(Precompiling, StopsWhenTheListenerThrows) {
+  const Workspace workspace;
+  const auto listener = [](const orva::compiler::Compiler::CompilationProgress&) {
+    if (fs::exists("C5.o")) throw std::runtime_error("enough");
+  };
+  EXPECT_EQ(failureOf([&] { orva::compiler::Compiler::precompileSources(writeSources(20), nullptr, listener); }),
+            "enough");
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(fs::exists("C" + std::to_string(i) + ".o"), i < 6) << i;
+}
+
+TEST(Precompiling, OfNothingBuildsNothing) {
+  const Workspace workspace;
+  precompile({});
+  EXPECT_TRUE(fs::is_empty("."));
+}
+
 TEST(Bundles, BindTheNativesOfTheProcess) {
   const Workspace workspace;
   writeFile("Thrower.ov", "class Thrower { static native boolean truth(int value); }");

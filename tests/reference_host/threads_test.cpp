@@ -120,6 +120,22 @@ TEST(Threads, PrecompileAndLoadAtOnce) {
   EXPECT_FALSE(orva::runtime::takePendingException().has_value());
 }
 
+TEST(Threads, PrecompileTheSameListAtOnce) {
+  const Workspace workspace;
+  writeClasses();
+  std::vector<std::string> sources;
+  std::vector<std::string> alone;
+  for (int i = 0; i < classCount; ++i) {
+    sources.push_back("p/C" + std::to_string(i) + ".ov");
+    orva::compiler::activeContext().loader.precompile(sources.back());
+    alone.push_back(readFile(orva::compiler::objectPathOf(sources.back())));
+  }
+  together([&](int) { orva::compiler::Compiler::precompileSources(sources, nullptr, nullptr); });
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    EXPECT_EQ(readFile(orva::compiler::objectPathOf(sources[i])), alone[i]) << sources[i];
+  }
+}
+
 static void writeLibrary() {
   for (const std::string name : {"ClassLoader", "SystemClassLoader"}) {
     writeFile("lib/orva/" + name + ".ov", "package orva; class " + name + " { }");
