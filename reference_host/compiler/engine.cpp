@@ -49,8 +49,12 @@ static Value valueOrThrow(llvm::Expected<Value> expected) {
 }
 
 Engine::Engine() : machine_(baselineMachine()) {
-  jit_ = valueOrThrow(
-      orc::LLJITBuilder().setJITTargetMachineBuilder(machine_).setObjectLinkingLayerCreator(makeLinkingLayer).create());
+  // Compiled classes have no static constructors, which a platform would run.
+  jit_ = valueOrThrow(orc::LLJITBuilder()
+                          .setJITTargetMachineBuilder(machine_)
+                          .setObjectLinkingLayerCreator(makeLinkingLayer)
+                          .setPlatformSetUp(orc::setUpInactivePlatform)
+                          .create());
   // The session tells the cause apart from the failed look-up; they are put together again in `require`.
   jit_->getExecutionSession().setErrorReporter([this](llvm::Error error) {
     if (!reported_.empty()) reported_ += "; ";
@@ -77,7 +81,9 @@ void Engine::require(llvm::Error error) {
 
 std::unique_ptr<CodeUnit> Engine::newUnit() {
   orc::JITDylib& library = valueOrThrow(jit_->createJITDylib("orva.unit." + std::to_string(units_++)));
-  library.addToLinkOrder(*operations_);
+  // Operations first: asking the process for a symbol that it lacks takes long.
+  library.setLinkOrder({{operations_, orc::JITDylibLookupFlags::MatchExportedSymbolsOnly},
+                        {jit_->getProcessSymbolsJITDylib().get(), orc::JITDylibLookupFlags::MatchExportedSymbolsOnly}});
   return std::make_unique<CodeUnit>(*this, library);
 }
 
