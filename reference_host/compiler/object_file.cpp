@@ -5,6 +5,7 @@
 #include <llvm/IR/Constants.h>
 #include <llvm/IR/GlobalVariable.h>
 #include <llvm/Object/ObjectFile.h>
+#include <llvm/Support/BLAKE3.h>
 #include <llvm/Support/JSON.h>
 #include <llvm/Support/SHA256.h>
 #include <llvm/Transforms/Utils/ModuleUtils.h>
@@ -28,6 +29,11 @@ std::string sourceIdentity(const std::string& text) {
   llvm::SHA256 hash;
   hash.update(text);
   return llvm::toHex(hash.final(), true);
+}
+
+// Each load checks it, and SHA-256 would take as long as a third of the linking.
+std::string objectDigest(llvm::StringRef bytes) {
+  return llvm::toHex(llvm::BLAKE3::hash(llvm::arrayRefFromStringRef(bytes)), true);
 }
 
 std::string objectPathOf(const std::string& sourcePath) {
@@ -120,7 +126,7 @@ static int64_t numberOf(const json::Object& header, const char* key) {
 }
 
 static void checkDigest(const std::string& digest, llvm::StringRef header, llvm::StringRef bytes) {
-  if (sourceIdentity(replaceDigest(bytes, header, digest, noDigest())) != digest) {
+  if (objectDigest(replaceDigest(bytes, header, digest, noDigest())) != digest) {
     throw std::runtime_error("its bytes are not those that were written");
   }
 }
@@ -195,7 +201,7 @@ static bool isOurs(const std::string& path) {
 static std::string withDigest(const std::string& bytes) {
   const auto parsed = parseElf({bytes, ""});
   const auto header = parsed == nullptr ? std::nullopt : findHeader(*parsed);
-  return replaceDigest(bytes, header.value_or(""), noDigest(), sourceIdentity(bytes));
+  return replaceDigest(bytes, header.value_or(""), noDigest(), objectDigest(bytes));
 }
 
 void writeObject(const ObjectFile& object, const std::string& bytes) {

@@ -33,6 +33,9 @@ struct ObjectFile {
 /// The SHA-256 of a text, as 64 lower-case hexadecimal digits.
 std::string sourceIdentity(const std::string& text);
 
+/// The BLAKE3 digest of an object's bytes, spelled as an identity is.
+std::string objectDigest(llvm::StringRef bytes);
+
 /// Where the object of a source file lies: beside it, with `.o` in the place of `.ov`. Throws `std::runtime_error` for
 /// a name that does not end in `.ov`.
 std::string objectPathOf(const std::string& sourcePath);

@@ -47,7 +47,7 @@ const std::string& noDigest() {
 std::string repaired(const std::string& bytes) {
   const std::size_t at = findDigest(bytes);
   if (at == std::string::npos) return bytes;
-  return withDigest(bytes, at, sourceIdentity(withDigest(bytes, at, noDigest())));
+  return withDigest(bytes, at, objectDigest(withDigest(bytes, at, noDigest())));
 }
 
 /// A started host in a folder of its own, and whole objects that it made there.
