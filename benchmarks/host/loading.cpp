@@ -73,6 +73,22 @@ static void linkObject(benchmark::State& state) {
   }
 }
 
+/// Loads the object of a class of so many methods: the time of each must not grow with their number.
+static void loadLargeClass(benchmark::State& state, int methods) {
+  static int count = 0;
+  for (auto _ : state) {
+    const std::string name = "Large" + std::to_string(count++);
+    std::string text = "class " + name + " {\n";
+    for (int i = 0; i < methods; ++i) {
+      text += "  static int m" + std::to_string(i) + "(int a) { return a + " + std::to_string(i) + "; }\n";
+    }
+    writeText(name + ".ov", text + "}\n");
+    activeContext().loader.precompile(name + ".ov");
+    const std::string identity = compiler::sourceIdentity(text + "}\n");
+    state.SetIterationTime(secondsOf([&] { activeContext().loader.loadBundle({name + ".o"}, {identity}); }));
+  }
+}
+
 void registerLoading() {
   for (const auto& [name, function] :
        {std::pair("class_from_source/here", loadFromSource), std::pair("class_from_source/orc", linkModule),
@@ -80,4 +96,6 @@ void registerLoading() {
     // Preparing an object takes longer than loading it.
     benchmark::RegisterBenchmark(name, function)->UseManualTime()->Iterations(200)->Unit(benchmark::kMicrosecond);
   }
+  benchmark::RegisterBenchmark("large_class/500_methods", loadLargeClass, 500)->UseManualTime()->Iterations(1);
+  benchmark::RegisterBenchmark("large_class/2000_methods", loadLargeClass, 2000)->UseManualTime()->Iterations(1);
 }

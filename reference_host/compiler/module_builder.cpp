@@ -7,8 +7,10 @@ namespace orva::compiler {
 
 using llvm::Constant;
 
+constexpr std::size_t functionsInSection = 64;
+
 ModuleBuilder::ModuleBuilder(const std::string& name, const language::SourceText& source, llvm::LLVMContext& context)
-    : source_(source), module_(std::make_unique<llvm::Module>(name, context)) {}
+    : source_(source), lines_(source.lines()), module_(std::make_unique<llvm::Module>(name, context)) {}
 
 llvm::Type* ModuleBuilder::typeOf(const std::string& type) {
   if (type == "void") return llvm::Type::getVoidTy(module_->getContext());
@@ -27,6 +29,9 @@ llvm::Function* ModuleBuilder::addFunction(llvm::FunctionType* type, const std::
                                            llvm::GlobalValue::LinkageTypes linkage) {
   llvm::Function* function = llvm::Function::Create(type, linkage, name, *module_);
   function->setUWTableKind(llvm::UWTableKind::Default);
+  // Linking a section takes the square of its functions.
+  const std::size_t section = functions_++ / functionsInSection;
+  if (section > 0) function->setSection(".text." + module_->getName().str() + "." + std::to_string(section));
   return function;
 }
 
@@ -64,7 +69,7 @@ Constant* ModuleBuilder::location(language::Position position) {
   Constant*& known = locations_[position.line];
   if (known == nullptr) {
     known = constant(structure({text(source_.path), number(static_cast<int64_t>(position.line)),
-                                text(std::string(source_.line(position.line)))}));
+                                text(std::string(lines_[position.line - 1]))}));
   }
   return known;
 }

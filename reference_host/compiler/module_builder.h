@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "reference_host/language/source_text.h"
@@ -59,7 +60,9 @@ class ModuleBuilder {
   void buildLink(llvm::Function* function, const std::string& className, const runtime::MethodSignature& signature);
 
   const language::SourceText& source_;
+  const std::vector<std::string_view> lines_;
   std::unique_ptr<llvm::Module> module_;
+  std::size_t functions_ = 0;
   std::map<std::string, llvm::Constant*> texts_;
   std::map<std::size_t, llvm::Constant*> locations_;
   std::map<std::string, llvm::Function*> links_;

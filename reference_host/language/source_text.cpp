@@ -5,16 +5,20 @@
 
 namespace orva::language {
 
-std::string_view SourceText::line(std::size_t number) const {
-  std::string_view rest = text;
-  for (; number > 1; --number) {
-    const std::size_t end = rest.find('\n');
-    if (end == std::string_view::npos) return {};
-    rest.remove_prefix(end + 1);
+std::vector<std::string_view> SourceText::lines() const {
+  std::vector<std::string_view> all;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const std::size_t end = std::min(text.find('\n', begin), text.size());
+    all.push_back(std::string_view(text).substr(begin, end - begin));
+    if (!all.back().empty() && all.back().back() == '\r') all.back().remove_suffix(1);
+    begin = end + 1;
   }
-  rest = rest.substr(0, rest.find('\n'));
-  if (!rest.empty() && rest.back() == '\r') rest.remove_suffix(1);
-  return rest;
+  return all;
+}
+
+std::string_view SourceText::line(std::size_t number) const {
+  const std::vector<std::string_view> all = lines();
+  return number <= all.size() ? all[number - 1] : std::string_view();
 }
 
 /// White space as wide as the text before a column: tabs stay tabs, the later bytes of a UTF-8 character take no room.

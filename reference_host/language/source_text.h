@@ -20,6 +20,9 @@ struct SourceText {
   std::string path;
   std::string text;
 
+  /// The texts of all lines, without their line ends.
+  std::vector<std::string_view> lines() const;
+
   /// The text of a line without its line end; empty when there is no such line.
   std::string_view line(std::size_t number) const;
 };

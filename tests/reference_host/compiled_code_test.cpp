@@ -4,6 +4,7 @@
 #include <future>
 
 #include "reference_host/compiler/context.h"
+#include "reference_host/compiler/object_file.h"
 #include "reference_host/runtime/pending_exception.h"
 #include "reference_host/runtime/values.h"
 #include "runtime_api/runtime.h"
@@ -134,6 +135,31 @@ TEST(CompiledCode, CallsTakeAtMost255Arguments) {
   load("Most", arguments);
   const std::string failure = failureOf([&] { load("TooMany", arguments + ",0"); });
   EXPECT_EQ(failure.substr(0, failure.find('\n')), "TooMany.ov:1:46: error: too many arguments: expected at most 255");
+}
+
+/// A chain of methods, the last of which throws; the first catches that.
+static std::string chainOf(const std::string& name, int count) {
+  std::string text = "class " + name + " {\n  static String start() {\n    try { return " + name +
+                     ".m0(0); } catch (Exception e) { return e.message(); }\n  }\n";
+  for (int i = 0; i < count; ++i) {
+    text += "  static String m" + std::to_string(i) + "(int a) { return " + name + ".m" + std::to_string(i + 1) +
+            "(a + 1); }\n";
+  }
+  return text + "  static String m" + std::to_string(count) +
+         "(int a) { throw new Exception(\"thrown at \" + a); }\n}\n";
+}
+
+TEST(CompiledCode, ManyMethodsOfOneClassCallEachOtherAndThrow) {
+  const Workspace workspace;
+  writeFile("Sourced.ov", chainOf("Sourced", 500));
+  orva::compiler::activeContext().loader.load("Sourced.ov", orva::compiler::Placement::underRoot);
+  EXPECT_EQ(callText("Sourced", "start"), "thrown at 500");
+  writeFile("Built.ov", chainOf("Built", 500) + chainOf("Near", 500));
+  orva::compiler::activeContext().loader.precompile("Built.ov");
+  orva::compiler::activeContext().loader.loadBundle({"Built.o"},
+                                                    {orva::compiler::sourceIdentity(readFile("Built.ov"))});
+  EXPECT_EQ(callText("Built", "start"), "thrown at 500");
+  EXPECT_EQ(callText("Near", "start"), "thrown at 500");
 }
 
 TEST(CompiledCode, RecursionIsStoppedOnEveryThread) {
