@@ -14,4 +14,8 @@ void setPendingException(PendingException exception) { slot() = std::move(except
 
 std::optional<PendingException> takePendingException() { return std::exchange(slot(), std::nullopt); }
 
+bool isExceptionPending() { return slot().has_value(); }
+
+void forgetPendingException() { slot().reset(); }
+
 }  // namespace orva::runtime

@@ -17,4 +17,9 @@ void setPendingException(PendingException exception);
 /// Hands the pending exception of this thread over; none is pending afterwards.
 std::optional<PendingException> takePendingException();
 
+/// Tells whether one is pending on this thread.
+bool isExceptionPending();
+
+void forgetPendingException();
+
 }  // namespace orva::runtime
