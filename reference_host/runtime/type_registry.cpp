@@ -1,7 +1,8 @@
-// The one registry of the process. `gReflectionMutex` guards all of it.
+// The one registry of the process. `gReflectionMutex` guards all of it but the numbers of the types.
 #include "reference_host/runtime/type_registry.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <deque>
 #include <iterator>
@@ -19,8 +20,33 @@ namespace orva::runtime {
 
 namespace {
 
+/// The types by number. Threads may read what is counted while one adds: a list that has become too short is kept.
+class TypeNumbers {
+ public:
+  int32_t count() const { return count_.load(std::memory_order_acquire); }
+
+  const Type& at(int32_t number) const { return *current_.load(std::memory_order_acquire)[number]; }
+
+  void add(const Type& type) {
+    const auto number = static_cast<std::size_t>(count());
+    if (number == lists_.back().size()) {
+      std::vector<const Type*> longer = lists_.back();
+      longer.resize(number * 2);
+      current_.store(lists_.emplace_back(std::move(longer)).data(), std::memory_order_release);
+    }
+    lists_.back()[number] = &type;
+    count_.store(static_cast<int32_t>(number + 1), std::memory_order_release);
+  }
+
+ private:
+  std::deque<std::vector<const Type*>> lists_{std::vector<const Type*>(64)};
+  std::atomic<const Type* const*> current_{lists_.back().data()};
+  std::atomic<int32_t> count_{0};
+};
+
 struct Registry {
   std::deque<Type> types;  // never moves its elements
+  TypeNumbers numbers;
   std::unordered_map<std::string, const Type*> fullNames;
   /// The other spellings; null for one that several types share.
   std::unordered_map<std::string, const Type*> otherNames;
@@ -69,6 +95,7 @@ void add(const TypeDescriptor& descriptor, std::string source) {
     if (!isNew && at->second != &type) at->second = nullptr;
   }
   gTypes.push_back(std::move(record));
+  all.numbers.add(type);
 }
 
 thread_local Registration* openRegistration = nullptr;
@@ -133,15 +160,9 @@ const Type* findTypeByFullName(std::string_view fullName) {
   return lookUp(registry().fullNames, std::string(fullName));
 }
 
-const Type& typeAt(int32_t index) {
-  const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  return registry().types[static_cast<std::size_t>(index)];
-}
+const Type& typeAt(int32_t index) { return registry().numbers.at(index); }
 
-int32_t typeCount() {
-  const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  return static_cast<int32_t>(registry().types.size());
-}
+int32_t typeCount() { return registry().numbers.count(); }
 
 }  // namespace orva::runtime
 
