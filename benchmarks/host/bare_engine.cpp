@@ -23,7 +23,7 @@ static orc::JITTargetMachineBuilder sameMachine() {
   orc::JITTargetMachineBuilder machine{llvm::Triple(llvm::sys::getProcessTriple())};
   machine.setRelocationModel(llvm::Reloc::PIC_);
   machine.setCodeModel(llvm::CodeModel::Small);
-  machine.setCodeGenOptLevel(llvm::CodeGenOptLevel::Less);
+  machine.setCodeGenOptLevel(llvm::CodeGenOptLevel::None);
   return machine;
 }
 

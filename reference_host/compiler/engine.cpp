@@ -27,7 +27,8 @@ static orc::JITTargetMachineBuilder baselineMachine() {
   orc::JITTargetMachineBuilder machine{llvm::Triple(llvm::sys::getProcessTriple())};
   machine.setRelocationModel(llvm::Reloc::PIC_);
   machine.setCodeModel(llvm::CodeModel::Small);
-  machine.setCodeGenOptLevel(llvm::CodeGenOptLevel::Less);
+  // Most time goes into the runtime's operations, which compiled code calls; whoever loads a class waits for its code.
+  machine.setCodeGenOptLevel(llvm::CodeGenOptLevel::None);
   return machine;
 }
 
