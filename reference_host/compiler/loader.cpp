@@ -168,11 +168,13 @@ Loader::BuiltObject Loader::build(const std::string& path) const {
   Compiled compiled = compile(source, parse(source, Placement::anywhere));
   object.identity = sourceIdentity(source.text);
   object.target = engine_.target();
-  llvm::Module whole(path, *compiled.context.getContext());
+  llvm::Module& whole = *compiled.classes.front().module;
+  whole.setSourceFileName(path);
+  llvm::Linker others(whole);
   for (GeneratedClass& generated : compiled.classes) {
     object.initialisers.push_back(generated.initialiser);
     for (const NativeBinding& native : generated.natives) object.natives.push_back(native.symbol);
-    if (llvm::Linker::linkModules(whole, std::move(generated.module))) {
+    if (generated.module.get() != &whole && others.linkInModule(std::move(generated.module))) {
       throw std::runtime_error("Cannot join the classes of '" + path + "' in one object");
     }
   }

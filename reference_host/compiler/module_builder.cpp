@@ -7,7 +7,7 @@ namespace orva::compiler {
 
 using llvm::Constant;
 
-constexpr std::size_t functionsInSection = 64;
+constexpr std::size_t functionsInSection = 32;
 
 ModuleBuilder::ModuleBuilder(const std::string& name, const language::SourceText& source, llvm::LLVMContext& context)
     : source_(source), lines_(source.lines()), module_(std::make_unique<llvm::Module>(name, context)) {}
