@@ -39,7 +39,7 @@ class TypeNumbers {
   }
 
  private:
-  std::deque<std::vector<const Type*>> lists_{std::vector<const Type*>(64)};
+  std::deque<std::vector<const Type*>> lists_{std::vector<const Type*>(16)};
   std::atomic<const Type* const*> current_{lists_.back().data()};
   std::atomic<int32_t> count_{0};
 };
