@@ -141,8 +141,9 @@ static void orvart_enterNative() { rt::forgetPendingException(); }
 
 static void orvart_leaveNative(const rt::SourceLocation* callSite) {
   if (!rt::isExceptionPending()) return;
-  const auto pending = rt::takePendingException();
-  rt::throwException(pending->className, pending->message, callSite);
+  if (const auto pending = rt::takePendingException()) {
+    rt::throwException(pending->className, pending->message, callSite);
+  }
 }
 
 static void orvart_requireReceiver(const void* receiver, const char* method, const rt::SourceLocation* callSite) {
