@@ -31,7 +31,7 @@ static ClassPath& thousandRoots() {
 
 static void find(benchmark::State& state, const char* className) {
   ClassPath& path = thousandRoots();
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     path.dropCaches();
     benchmark::DoNotOptimize(path.find(className));
   }
@@ -40,13 +40,13 @@ static void find(benchmark::State& state, const char* className) {
 static void findPackage(benchmark::State& state) {
   ClassPath& path = thousandRoots();
   const std::string file = path.roots().back() + "/a/Last.ov";
-  for (auto _ : state) benchmark::DoNotOptimize(path.packageOf(file));
+  while (state.KeepRunning()) benchmark::DoNotOptimize(path.packageOf(file));
 }
 
 static void askForEach(benchmark::State& state) {
   std::vector<std::string> files;
   for (const std::string& root : thousandRoots().roots()) files.push_back(root + "/a/Missing.ov");
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     for (const std::string& file : files) {
       struct stat status{};
       benchmark::DoNotOptimize(stat(file.c_str(), &status));

@@ -67,7 +67,7 @@ static double linkObject() {
 
 /// Loads classes both ways in turn, so that whatever disturbs the machine disturbs both; reports one.
 static void measure(benchmark::State& state, double (*reported)(), double (*other)()) {
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     state.SetIterationTime(reported());
     other();
   }
@@ -76,7 +76,7 @@ static void measure(benchmark::State& state, double (*reported)(), double (*othe
 /// Loads the object of a class of so many methods: the time of each must not grow with their number.
 static void loadLargeClass(benchmark::State& state, int methods) {
   static int count = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const std::string name = "Large" + std::to_string(count++);
     std::string text = "class " + name + " {\n";
     for (int i = 0; i < methods; ++i) {

@@ -25,14 +25,14 @@ static void callNative(benchmark::State& state) {
   if (orva::runtime::findTypeByFullName("Ticker") == nullptr) loadTicker();
   const auto run = orva::runtime::findTypeByFullName("Ticker")->find("run")->invoke;
   int64_t value = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(value = run(&value, nullptr));
+  while (state.KeepRunning()) benchmark::DoNotOptimize(value = run(&value, nullptr));
   state.counters["calls"] = callsInOneRun;
 }
 
 static void callFunction(benchmark::State& state) {
   int64_t (*volatile function)(int64_t) = orva_Ticker_tick;
   int64_t value = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     for (int i = 0; i < callsInOneRun; ++i) value = function(value);
     benchmark::DoNotOptimize(value);
   }

@@ -116,7 +116,7 @@ static Times inChild(Times (*measure)()) {
 }
 
 static void measure(benchmark::State& state, Times (*work)(), double Times::* step) {
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const double seconds = inChild(work).*step;
     if (seconds == 0) state.SkipWithError("the process that measures has failed");
     state.SetIterationTime(seconds);

@@ -22,7 +22,7 @@ static void loadObject(const std::string& path) {
 }
 
 static void measure(benchmark::State& state, void (*load)(const std::string&)) {
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     std::vector<std::string> paths;
     for (int i = 0; i < typeCount; ++i) paths.push_back(writeFreshClass().path);
     orva::compiler::Compiler::precompileSources(paths, nullptr, nullptr);
@@ -35,8 +35,9 @@ static void measure(benchmark::State& state, void (*load)(const std::string&)) {
 }
 
 void registerTypeMemory() {
-  for (const auto& [name, load] :
-       {std::pair("type_memory/from_source", loadSource), std::pair("type_memory/from_object", loadObject)}) {
+  const auto add = [](const char* name, void (*load)(const std::string&)) {
     benchmark::RegisterBenchmark(name, measure, load)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
-  }
+  };
+  add("type_memory/from_source", loadSource);
+  add("type_memory/from_object", loadObject);
 }

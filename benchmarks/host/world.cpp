@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <regex>
 #include <stdexcept>
 
 #include "reference_host/compiler/context.h"
@@ -32,53 +33,48 @@ void writeText(const std::string& path, const std::string& text) {
   if (!out) throw std::runtime_error("Cannot write " + path);
 }
 
-static std::string accountSource(const std::string& name) {
-  return "package shop;\n\n"
-         "// The account of one customer.\n"
-         "public class " +
-         name +
-         " {\n"
-         "  static int balance(int before, int paid) {\n"
-         "    return before + paid;\n"
-         "  }\n\n"
-         "  static String describe(String owner, int amount) {\n"
-         "    if (amount == 0) {\n"
-         "      return owner + \" owes nothing\";\n"
-         "    }\n"
-         "    return owner + \" owes \" + amount;\n"
-         "  }\n\n"
-         "  static void check(String owner) {\n"
-         "    if (owner == \"\") {\n"
-         "      throw new ValueException(\"An account needs an owner\");\n"
-         "    }\n"
-         "  }\n\n"
-         "  static ArrayList<String> statement(String owner, int before, int paid) {\n"
-         "    " +
-         name +
-         ".check(owner);\n"
-         "    int now = " +
-         name +
-         ".balance(before, paid);\n"
-         "    return [\"Statement\", " +
-         name + ".describe(owner, before), " + name +
-         ".describe(owner, now)];\n"
-         "  }\n\n"
-         "  static String title(String owner) {\n"
-         "    try {\n"
-         "      return " +
-         name +
-         ".statement(owner, 0, 0).get(0);\n"
-         "    } catch (ValueException e) {\n"
-         "      return e.message();\n"
-         "    }\n"
-         "  }\n"
-         "}\n";
+/// A typical class; its name stands for `NAME`.
+static constexpr const char* accountSource = R"(package shop;
+
+// The account of one customer.
+public class NAME {
+  static int balance(int before, int paid) {
+    return before + paid;
+  }
+
+  static String describe(String owner, int amount) {
+    if (amount == 0) {
+      return owner + " owes nothing";
+    }
+    return owner + " owes " + amount;
+  }
+
+  static void check(String owner) {
+    if (owner == "") {
+      throw new ValueException("An account needs an owner");
+    }
+  }
+
+  static ArrayList<String> statement(String owner, int before, int paid) {
+    NAME.check(owner);
+    int now = NAME.balance(before, paid);
+    return ["Statement", NAME.describe(owner, before), NAME.describe(owner, now)];
+  }
+
+  static String title(String owner) {
+    try {
+      return NAME.statement(owner, 0, 0).get(0);
+    } catch (ValueException e) {
+      return e.message();
+    }
+  }
 }
+)";
 
 FreshClass writeFreshClass() {
   static int count = 0;
   const std::string name = "Account" + std::to_string(count++);
   FreshClass fresh{"shop." + name, "shop/" + name + ".ov"};
-  writeText(fresh.path, accountSource(name));
+  writeText(fresh.path, std::regex_replace(accountSource, std::regex("NAME"), name));
   return fresh;
 }
