@@ -31,13 +31,22 @@ static inline std::string compactTypeName(const std::string& name) {
   return compact;
 }
 
+/// Counts the bytes that two different words of 8 bytes begin with alike, without a branch that could go either way.
+static inline std::size_t commonInWord(const char* left, const char* right) {
+  std::size_t same = std::memcmp(left, right, 4) == 0 ? 4 : 0;
+  same += std::memcmp(left + same, right + same, 2) == 0 ? 2 : 0;
+  return same + (left[same] == right[same] ? 1 : 0);
+}
+
 /// Counts the bytes that a name and `key`, which is at most as long, begin with alike.
 static inline std::size_t commonPrefix(std::string_view name, std::string_view key) {
   // Most names differ in the first byte; those of the key's own package begin alike.
   if (key.empty() || name.front() != key.front()) return 0;
-  constexpr std::size_t wordSize = sizeof(uint64_t);
+  constexpr std::size_t wordSize = 8;
   std::size_t same = 0;
-  while (same + wordSize <= key.size() && std::memcmp(&name[same], &key[same], wordSize) == 0) same += wordSize;
+  for (; same + wordSize <= key.size(); same += wordSize) {
+    if (std::memcmp(&name[same], &key[same], wordSize) != 0) return same + commonInWord(&name[same], &key[same]);
+  }
   while (same < key.size() && name[same] == key[same]) ++same;
   return same;
 }
@@ -59,7 +68,7 @@ static inline bool compactsTo(std::string_view name, std::string_view key) {
 
 /// Tells whether two names are the same. Those of one package begin alike, so their last bytes are compared first.
 static inline bool areEqual(std::string_view left, std::string_view right) {
-  constexpr std::size_t wordSize = sizeof(uint64_t);
+  constexpr std::size_t wordSize = 8;
   if (left.size() != right.size()) return false;
   if (left.size() >= wordSize) {
     const std::size_t last = left.size() - wordSize;

@@ -238,6 +238,22 @@ TEST_F(TypeLookup, BlanksMakeNoDifferenceInTheTable) {
   expectMaterialized("Map<a.B,c.D>");
 }
 
+TEST_F(TypeLookup, EveryByteOfANameCounts) {
+  const std::string name = "Map<a.B,c.D,e.F<g.H>>";
+  for (std::size_t place = 0; place <= name.size(); ++place) {
+    std::string spaced = name;
+    spaced.insert(place, "\t ");
+    gTypes = {typeRecord("", "", spaced, "")};
+    expectFound(name);
+    std::string longer = spaced;
+    longer.insert(place + 1, "x");
+    std::string other = spaced;
+    if (place < name.size()) other[place + 2] = '~';
+    gTypes = {typeRecord("", "", longer, place < name.size() ? other : longer)};
+    expectMaterialized(name);
+  }
+}
+
 TEST_F(TypeLookup, NamesOfTheTableAreComparedByteForByte) {
   gTypes = {typeRecord("box<a.B>", "Box<a.b>", "Box<a.B>>", "Box<a.B")};
   expectMaterialized("Box<a.B>");
