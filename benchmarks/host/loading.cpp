@@ -1,5 +1,6 @@
 // Loading one class from its source and from its object, beside what ORC asks for the same module and object.
 #include <benchmark/benchmark.h>
+#include <llvm/Support/MemoryBuffer.h>
 
 #include "bare_engine.h"
 #include "reference_host/compiler/class_generator.h"
@@ -61,8 +62,11 @@ static double loadFromObject() {
 }
 
 static double linkObject() {
-  auto object = compiler::readObject(writeFreshObject(writeFreshClass()));
-  return secondsOf([&] { bareEngine().link(std::move(object.bytes), object.initialisers[0]); });
+  const std::string path = writeFreshObject(writeFreshClass());
+  const std::string initialiser = compiler::readObject(path).initialisers[0];
+  return secondsOf([&] {
+    bareEngine().link(llvm::cantFail(llvm::errorOrToExpected(llvm::MemoryBuffer::getFile(path))), initialiser);
+  });
 }
 
 /// Loads classes both ways in turn, so that whatever disturbs the machine disturbs both; reports one.
