@@ -1,6 +1,8 @@
 // The host of this process, a folder of sources for it, and the clock.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <chrono>
 #include <filesystem>
 #include <string>
@@ -34,4 +36,9 @@ double secondsOf(const Function& function) {
   const auto start = std::chrono::steady_clock::now();
   function();
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// Tells what the floor of a benchmark took in all, when it ran in turn with what it is the floor of.
+inline void reportFloor(benchmark::State& state, double seconds) {
+  state.counters["floor_ns"] = benchmark::Counter(seconds * 1e9, benchmark::Counter::kAvgIterations);
 }
