@@ -99,7 +99,7 @@ void registerLoading() {
   const auto add = [](const char* name, double (*here)(), double (*floor)()) {
     benchmark::RegisterBenchmark(name, measure, here, floor)
         ->UseManualTime()
-        ->Iterations(100)
+        ->Iterations(50)
         ->Unit(benchmark::kMicrosecond);
   };
   add("class_from_source", loadFromSource, linkModule);
