@@ -140,10 +140,9 @@ static rt::Exception* orvart_beginCatch(void* caught) {
 static void orvart_enterNative() { rt::forgetPendingException(); }
 
 static void orvart_leaveNative(const rt::SourceLocation* callSite) {
-  if (!rt::isExceptionPending()) return;
-  if (const auto pending = rt::takePendingException()) {
-    rt::throwException(pending->className, pending->message, callSite);
-  }
+  // Taking moves two texts, and there is almost never one to take.
+  const auto pending = rt::isExceptionPending() ? rt::takePendingException() : std::nullopt;
+  if (pending) rt::throwException(pending->className, pending->message, callSite);
 }
 
 static void orvart_requireReceiver(const void* receiver, const char* method, const rt::SourceLocation* callSite) {

@@ -49,6 +49,14 @@ TEST(ClassPath, SearchesTheRootsInOrderAndTheStandardLibraryLast) {
   EXPECT_EQ(path.roots(), (Texts{"one", "two"}));
 }
 
+TEST(ClassPath, FindsBelowARootThatIsSpelledWithASlash) {
+  const Workspace workspace;
+  writeFile("one/a/B.ov", "");
+  ClassPath path("");
+  path.add("one/");
+  EXPECT_EQ(path.find("a.B"), "one/a/B.ov");
+}
+
 TEST(ClassPath, FindsNothingForWhatIsNoClassName) {
   const Workspace workspace;
   writeFile("one/A.ov", "");
