@@ -37,12 +37,6 @@ static void find(benchmark::State& state, const char* className) {
   }
 }
 
-static void findPackage(benchmark::State& state) {
-  ClassPath& path = thousandRoots();
-  const std::string file = path.roots().back() + "/a/Last.ov";
-  while (state.KeepRunning()) benchmark::DoNotOptimize(path.packageOf(file));
-}
-
 static void askForEach(benchmark::State& state) {
   std::vector<std::string> files;
   for (const std::string& root : thousandRoots().roots()) files.push_back(root + "/a/Missing.ov");
@@ -59,5 +53,4 @@ void registerClassPath() {
   benchmark::RegisterBenchmark("class_path/1000_roots_last", find, "a.Last")->Unit(unit);
   benchmark::RegisterBenchmark("class_path/1000_roots_missing", find, "a.Missing")->Unit(unit);
   benchmark::RegisterBenchmark("class_path/1000_roots_stat", askForEach)->Unit(unit);
-  benchmark::RegisterBenchmark("class_path/1000_roots_package", findPackage)->Unit(unit);
 }

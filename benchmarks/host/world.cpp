@@ -1,7 +1,7 @@
 // Making and leaving the folder, and what a typical class looks like.
 #include "world.h"
 
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <stdexcept>
@@ -11,20 +11,13 @@
 namespace fs = std::filesystem;
 
 World::World() {
-  std::string pattern = (fs::temp_directory_path() / "orva-benchmarks-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("Cannot make the directory " + pattern);
-  path_ = pattern;
-  fs::current_path(path_);
+  fs::current_path(folder_.path());
   fs::create_directory("shop");
   orva::compiler::startHost(STANDARD_LIBRARY);
   orva::compiler::Runtime::getInstance().addKlassPath(".");
 }
 
-World::~World() {
-  fs::current_path("/");
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
+World::~World() { fs::current_path("/"); }
 
 void writeText(const std::string& path, const std::string& text) {
   std::ofstream out(path, std::ios::binary);

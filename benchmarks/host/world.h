@@ -4,8 +4,9 @@
 #include <benchmark/benchmark.h>
 
 #include <chrono>
-#include <filesystem>
 #include <string>
+
+#include "benchmarks/scratch_folder.h"
 
 /// A fresh folder, which is the working directory and the only root for as long as the world lives.
 class World {
@@ -16,7 +17,7 @@ class World {
   World& operator=(const World&) = delete;
 
  private:
-  std::filesystem::path path_;
+  ScratchFolder folder_;
 };
 
 /// A class that nobody has seen before, in a file of its own.

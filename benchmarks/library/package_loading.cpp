@@ -1,52 +1,31 @@
 // Loading a package whose sources take no time to load.
-#include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <stdexcept>
-#include <system_error>
 
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
+#include "benchmarks/scratch_folder.h"
 #include "classloader/natives.h"
 #include "measure.h"
 
-namespace fs = std::filesystem;
-
-/// Roots with one package of so many files each, which are removed when the program ends.
-class Packages {
- public:
-  ~Packages() {
-    for (const auto& [count, root] : roots_) fs::remove_all(root);
+static void fill(const std::string& package, std::size_t files) {
+  std::filesystem::create_directory(package);
+  for (std::size_t number = 0; number < files; ++number) {
+    const std::string file = package + "/" + measured::shortNameOf(number) + ".ov";
+    if (!std::ofstream(file)) throw std::runtime_error("Cannot write " + file);
   }
+}
 
-  const std::string& rootOf(std::size_t count) {
-    std::string& root = roots_[count];
-    if (root.empty()) root = make(count);
-    return root;
-  }
-
- private:
-  static std::string make(std::size_t count) {
-    std::string root = (fs::temp_directory_path() / "orva-benchmark-XXXXXX").string();
-    if (mkdtemp(root.data()) == nullptr) throw fs::filesystem_error("mkdtemp", root, {errno, std::generic_category()});
-    fs::create_directory(root + "/web");
-    for (std::size_t number = 0; number < count; ++number) {
-      const std::string file = root + "/web/" + measured::shortNameOf(number) + ".ov";
-      if (!std::ofstream(file)) throw std::runtime_error("Cannot write " + file);
-    }
-    return root;
-  }
-
-  std::map<std::size_t, std::string> roots_;
-};
-
+/// Makes a folder whose package "web" has so many files the only root. Packages are kept until the program ends.
 static const std::string& prepare(const benchmark::State& state) {
-  static Packages packages;
-  const std::string& root = packages.rootOf(static_cast<std::size_t>(state.range(0)));
-  measured::setRoot(root);
-  return root;
+  static std::map<std::size_t, ScratchFolder> roots;
+  const auto files = static_cast<std::size_t>(state.range(0));
+  const auto [root, isNew] = roots.try_emplace(files);
+  if (isNew) fill(root->second.path() + "/web", files);
+  measured::setRoot(root->second.path());
+  return root->second.path();
 }
 
 static void loadPackage(benchmark::State& state) {

@@ -66,5 +66,5 @@ done
 
 compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[^=]*=//p' "$build/CMakeCache.txt")
 compiler=$("$compiler" --version | sed -n 1p)
-"$python" "$here/collect.py" "$output" "$compiler" "${missing[@]}" <"$scratch/lines"
+"$python" "$here/../report/collect_peers.py" "$output" "$compiler" "${missing[@]}" <"$scratch/lines"
 exit "$status"

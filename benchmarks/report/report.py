@@ -13,6 +13,7 @@ from pathlib import Path
 
 import charts
 import peers
+from machine import processor
 from results import Results
 
 # What is compared, with what, and the most that the ratio is to be. A call without a floor was run in turn with it, and
@@ -37,6 +38,9 @@ HOST_TARGETS = [
     ("1,000 sources on all cores, beside one", "precompile/all_cores", "precompile/one_core", None),
     ("A class below the last of 1,000 roots, beside stat", "class_path/1000_roots_last",
      "class_path/1000_roots_stat", None),
+    ("A class that is below none of 1,000 roots, beside stat", "class_path/1000_roots_missing",
+     "class_path/1000_roots_stat", None),
+    ("A class of 2,000 methods, beside one of 500", "large_class/2000_methods", "large_class/500_methods", None),
     ("1,000,000 types: registering, beside a hash table", "registry/1000000_add", "registry/1000000_add_floor", None),
     ("1,000,000 types: reading all names, beside a list", "registry/1000000_scan", "registry/1000000_scan_floor", None),
     ("1,000,000 types: finding one, beside a hash table", "registry/1000000_find", "registry/1000000_find_floor", None),
@@ -112,9 +116,7 @@ def mutex_tables(results):
 
 
 def machine_text(context, compiler):
-    with open("/proc/cpuinfo", encoding="utf-8") as lines:
-        model = next((line.split(":")[1].strip() for line in lines if line.startswith("model name")), "unknown")
-    return f"{model}, {context['num_cpus']} cores, {compiler}, release build, {context['date'][:10]}"
+    return f"{processor()}, {context['num_cpus']} cores, {compiler}, release build, {context['date'][:10]}"
 
 
 def peers_text(chart_folder):

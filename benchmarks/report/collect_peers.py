@@ -1,17 +1,13 @@
 """Makes one JSON document of the lines that the peers printed, which come by standard input.
 
-Usage: collect.py OUTPUT COMPILER [PEER=PACKAGE…], each PEER one that is missing
+Usage: collect_peers.py OUTPUT COMPILER [PEER=PACKAGE…], each PEER one that is missing
 """
 import json
 import os
 import platform
 import sys
 
-
-def processor():
-    with open("/proc/cpuinfo", encoding="utf-8") as info:
-        names = [line.split(":", 1)[1].strip() for line in info if line.startswith("model name")]
-    return names[0] if names else platform.machine()
+from machine import processor
 
 
 def main(output, compiler, missing):
