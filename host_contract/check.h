@@ -1,0 +1,78 @@
+// A check of the kit, and what it works with.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "host_contract/hooks.h"
+
+namespace orva::host_contract {
+
+/// The library relies on what is required; good hosts do what is advised.
+enum class Weight { required, advised };
+
+/// What a host must be able to do for a check to run.
+enum class Needs { nothing, sources, generics, objects };
+
+/// What a check is given.
+struct Trial {
+  Hooks& hooks;
+  std::filesystem::path folder;  ///< empty, and removed after the check
+};
+
+struct Check {
+  std::string room;
+  std::string name;
+  Weight weight;
+  Needs needs;
+  std::string because;  ///< what breaks when the host does not keep it
+  void (*run)(Trial&);  ///< throws `Broken`; what else leaves it breaks the check too
+
+  std::string fullName() const { return room + "." + name; }
+};
+
+/// Thrown by a check that the host does not keep.
+struct Broken {
+  std::string seen;
+};
+
+/// Throws `Broken` unless `held`.
+/// @param seen what the check saw in place of what it expected.
+void expect(bool held, const std::string& seen);
+
+/// Throws `Broken` when an exception is pending on this thread, and takes it away.
+void expectNothingPending(Trial& trial);
+
+/// Throws `Broken` unless `action` throws a `std::exception` with a message.
+/// @param what names the action, for the message.
+template <typename Action>
+void expectFailure(const std::string& what, const Action& action) {
+  std::string text;
+  try {
+    action();
+  } catch (const std::exception& failure) {
+    text = failure.what();
+    expect(!text.empty(), what + " threw a std::exception without a message");
+    return;
+  } catch (...) {
+    throw Broken{what + " threw an object that is no std::exception"};
+  }
+  throw Broken{what + " threw nothing"};
+}
+
+/// All checks, in the order in which they run.
+const std::vector<Check>& allChecks();
+
+std::vector<Check> exceptionChecks();
+std::vector<Check> typeChecks();
+std::vector<Check> listChecks();
+std::vector<Check> registryChecks();
+std::vector<Check> nativeChecks();
+std::vector<Check> classPathChecks();
+std::vector<Check> packageChecks();
+std::vector<Check> sourceChecks();
+std::vector<Check> genericChecks();
+std::vector<Check> objectChecks();
+
+}  // namespace orva::host_contract

@@ -1,0 +1,115 @@
+// The class path: its roots, its caches and the standard library.
+#include <algorithm>
+#include <string>
+#include <system_error>
+
+#include "classloader/natives.h"
+#include "host_contract/checks/sources_on_disk.h"
+#include "runtime_api/compiler.h"
+
+namespace fs = std::filesystem;
+
+namespace orva::host_contract {
+
+using compiler::Runtime;
+
+static void thereIsOneRuntime(Trial& /*trial*/) {
+  expect(&Runtime::getInstance() == &Runtime::getInstance(), "Runtime::getInstance gave two runtimes");
+}
+
+static void anAddedRootIsInTheList(Trial& trial) {
+  const fs::path root = addRoot(trial, "root");
+  const auto isRoot = [&root](const std::string& path) {
+    std::error_code error;
+    return fs::equivalent(path, root, error);
+  };
+  const auto& roots = Runtime::getInstance().getKlassPaths();
+  expect(std::any_of(roots.begin(), roots.end(), isRoot), "none of the roots is the one that was added");
+}
+
+static void laterRootsComeLater(Trial& trial) {
+  const std::vector<std::string> before = Runtime::getInstance().getKlassPaths();
+  addRoot(trial, "first");
+  addRoot(trial, "second");
+  const auto& roots = Runtime::getInstance().getKlassPaths();
+  expect(roots.size() == before.size() + 2,
+         "two new roots made " + std::to_string(before.size()) + " roots " + std::to_string(roots.size()));
+  const bool inOrder =
+      std::equal(before.begin(), before.end(), roots.begin()) && fs::path(roots[before.size()]).filename() == "first";
+  expect(inOrder, "a new root stands before older ones");
+}
+
+static void aRefusedRootChangesNothing(Trial& trial) {
+  const fs::path root = addRoot(trial, "root");
+  const std::vector<std::string> before = Runtime::getInstance().getKlassPaths();
+  if (Runtime::getInstance().addKlassPath(root.string())) return;
+  expect(Runtime::getInstance().getKlassPaths() == before, "a root was refused, and the list is another one");
+}
+
+static void aListStaysAsItIsWhileRootsAreAdded(Trial& trial) {
+  addRoot(trial, "root");
+  const auto& list = Runtime::getInstance().getKlassPaths();
+  const std::size_t size = list.size();
+  addRoot(trial, "another");
+  expect(list.size() == size, "a list that was handed out has changed under its reader");
+}
+
+static void theStandardLibraryHoldsTheLoaders(Trial& /*trial*/) {
+  const fs::path root = Runtime::getInstance().getStandardLibraryPath();
+  if (root.empty()) return;
+  for (const char* name : {"ClassLoader.ov", "SystemClassLoader.ov"}) {
+    const fs::path file = root / "orva" / name;
+    std::error_code error;
+    expect(fs::is_regular_file(file, error), "there is no file " + file.string());
+  }
+}
+
+static void aClassUnderAnAddedRootIsFound(Trial& trial) {
+  const fs::path root = addRoot(trial, "root");
+  writeClass(trial, root, "Apple");
+  void* const type = orva_ClassLoader_getTypeByName(fullNameOf("Apple").c_str());
+  expectNothingPending(trial);
+  expect(type != nullptr, "getTypeByName gave null for " + fullNameOf("Apple"));
+}
+
+static void cachesAreDroppedWithTheClassPath(Trial& trial) {
+  addRoot(trial, "empty");
+  const std::string name = fullNameOf("Late");
+  orva_ClassLoader_getTypeByName(name.c_str());
+  trial.hooks.takePending();
+  writeClass(trial, trial.folder / "late", "Late");
+  addRoot(trial, "late");
+  void* const type = orva_ClassLoader_getTypeByName(name.c_str());
+  expectNothingPending(trial);
+  expect(type != nullptr, "a class that was missing before a root was added is still missing");
+}
+
+std::vector<Check> classPathChecks() {
+  const auto check = [](Weight weight, Needs needs, const char* name, void (*run)(Trial&), const char* because) {
+    return Check{"class_path", name, weight, needs, because, run};
+  };
+  const Weight required = Weight::required;
+  const Weight advised = Weight::advised;
+  return {
+      check(required, Needs::nothing, "ThereIsOneRuntime", thereIsOneRuntime,
+            "A root would be added to one class path and searched for in another."),
+      check(required, Needs::nothing, "AnAddedRootIsInTheList", anAddedRootIsInTheList,
+            "Packages are searched below the listed roots; those of the new root would not be found."),
+      check(advised, Needs::nothing, "LaterRootsComeLater", laterRootsComeLater,
+            "The first root that holds a package wins; a new root would hide what programs use already."),
+      check(advised, Needs::nothing, "ARefusedRootChangesNothing", aRefusedRootChangesNothing,
+            "A program that is told 0 would find its root searched all the same, or an older one gone."),
+      check(advised, Needs::nothing, "AListStaysAsItIsWhileRootsAreAdded", aListStaysAsItIsWhileRootsAreAdded,
+            "A thread that loads a package reads the list in place, without a lock; another that adds a root would "
+            "pull it away."),
+      check(required, Needs::nothing, "TheStandardLibraryHoldsTheLoaders", theStandardLibraryHoldsTheLoaders,
+            "The first call of getSystem loads these two files; it would fail in every program. A host without them "
+            "answers an empty path."),
+      check(required, Needs::sources, "AClassUnderAnAddedRootIsFound", aClassUnderAnAddedRootIsFound,
+            "Programs add roots to reach the classes below them; those classes would stay unknown."),
+      check(required, Needs::sources, "CachesAreDroppedWithTheClassPath", cachesAreDroppedWithTheClassPath,
+            "A class that was looked for too early would stay unknown for the life of the process."),
+  };
+}
+
+}  // namespace orva::host_contract

@@ -1,0 +1,101 @@
+// Raising: what `Orva_raise` does with what it is given.
+#include <cstring>
+#include <string>
+#include <thread>
+
+#include "classloader/natives.h"
+#include "host_contract/check.h"
+#include "runtime_api/runtime.h"
+
+namespace orva::host_contract {
+
+/// Throws `Broken` unless one exception is pending, of a class and with a message; afterwards none is.
+static void expectPending(Trial& trial, const std::string& exceptionClass, const std::string& message) {
+  const auto pending = trial.hooks.takePending();
+  if (!pending) throw Broken{"nothing is pending"};
+  expect(pending->exceptionClass == exceptionClass,
+         "a '" + pending->exceptionClass + "' is pending, not a '" + exceptionClass + "'");
+  expect(pending->message == message, "its message is '" + pending->message.substr(0, 80) + "' with " +
+                                          std::to_string(pending->message.size()) + " bytes, not '" +
+                                          message.substr(0, 80) + "' with " + std::to_string(message.size()));
+}
+
+static void raiseReturns(Trial& /*trial*/) {
+  try {
+    Orva_raise("Exception", "a message");
+  } catch (...) {
+    throw Broken{"Orva_raise threw"};
+  }
+}
+
+static void raiseCopiesTheClassName(Trial& trial) {
+  std::string exceptionClass = "ValueException";
+  Orva_raise(exceptionClass.c_str(), "a message");
+  std::memset(exceptionClass.data(), 'x', exceptionClass.size());
+  expectPending(trial, "ValueException", "a message");
+}
+
+static void raiseCopiesTheMessage(Trial& trial) {
+  std::string message = "the text of an exception that is gone";
+  Orva_raise("Exception", message.c_str());
+  std::memset(message.data(), 'x', message.size());
+  expectPending(trial, "Exception", "the text of an exception that is gone");
+}
+
+static void messagesArriveWhole(Trial& trial) {
+  std::string longMessage = "%s %n, a line\n\ta \"quoted\" 'one', h\xC3\xA9 \xFF: ";
+  longMessage.append(100'000, 'm');
+  for (const std::string& message : {longMessage, std::string()}) {
+    Orva_raise("Exception", message.c_str());
+    expectPending(trial, "Exception", message);
+  }
+}
+
+static void everyRaisedClassIsKnown(Trial& trial) {
+  for (const char* exceptionClass :
+       {"Exception", "ValueException", "IOException", "ClassNotFoundException", "IllegalStateException"}) {
+    Orva_raise(exceptionClass, "a message");
+    expectPending(trial, exceptionClass, "a message");
+  }
+}
+
+static void aRaisingNativeLeavesOneException(Trial& trial) {
+  expect(orva_ClassLoader_addSourceRoot(nullptr) == 0, "addSourceRoot(null) did not answer 0");
+  expectPending(trial, "ValueException", "Class path root is required");
+  expectNothingPending(trial);
+}
+
+static void anExceptionBelongsToItsThread(Trial& trial) {
+  Orva_raise("Exception", "of this thread");
+  std::optional<Raised> seen;
+  std::thread([&] { seen = trial.hooks.takePending(); }).join();
+  expect(!seen, "another thread saw the exception that this one raised");
+  expectPending(trial, "Exception", "of this thread");
+}
+
+std::vector<Check> exceptionChecks() {
+  const auto required = [](const char* name, void (*run)(Trial&), const char* because) {
+    return Check{"exceptions", name, Weight::required, Needs::nothing, because, run};
+  };
+  return {
+      required("RaiseReturns", raiseReturns,
+               "A native that raises would leave by a C++ exception, in place of its failure value."),
+      required("RaiseCopiesTheClassName", raiseCopiesTheClassName,
+               "The exception's class would be read from memory that is used for something else."),
+      required("RaiseCopiesTheMessage", raiseCopiesTheMessage,
+               "The message is often the text of a C++ exception that is destroyed right after the call; programs "
+               "would see freed memory."),
+      required("MessagesArriveWhole", messagesArriveWhole,
+               "Messages hold file names and compiler errors of any bytes and length, or nothing; programs would see "
+               "others, or the process would crash."),
+      required("EveryRaisedClassIsKnown", everyRaisedClassIsKnown,
+               "The library raises these five classes by their short names; a program could not catch what the "
+               "runtime does not know."),
+      required("ARaisingNativeLeavesOneException", aRaisingNativeLeavesOneException,
+               "A program would see none of a native's failures, or one of them twice."),
+      required("AnExceptionBelongsToItsThread", anExceptionBelongsToItsThread,
+               "A failure on one thread would be thrown in the program of another."),
+  };
+}
+
+}  // namespace orva::host_contract

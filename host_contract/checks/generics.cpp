@@ -1,0 +1,75 @@
+// Generic classes: generating, loading and finding their instances.
+#include <algorithm>
+#include <mutex>
+#include <string>
+
+#include "classloader/natives.h"
+#include "host_contract/checks/sources_on_disk.h"
+#include "runtime_api/reflection.h"
+
+namespace orva::host_contract {
+
+/// Writes a generic class and one to be its argument below a new root.
+/// @return the name of the instance, as a program writes it.
+static std::string writeInstance(Trial& trial) {
+  const auto root = addRoot(trial, "root");
+  writeClass(trial, root, "Apple");
+  writeSource(root, "Crate", trial.hooks.genericSource(samplePackage, "Crate"));
+  return fullNameOf("Crate") + "<" + fullNameOf("Apple") + ">";
+}
+
+static void anInstanceIsFound(Trial& trial) {
+  const std::string instance = writeInstance(trial);
+  void* const type = orva_ClassLoader_getTypeByName(instance.c_str());
+  expectNothingPending(trial);
+  expect(type != nullptr, "getTypeByName gave null for " + instance);
+}
+
+static void anInstanceIsFoundInAnySpacing(Trial& trial) {
+  const std::string instance = writeInstance(trial);
+  const std::string spaced = fullNameOf("Crate") + " < " + fullNameOf("Apple") + " >";
+  void* const type = orva_ClassLoader_getTypeByName(instance.c_str());
+  void* const same = orva_ClassLoader_getTypeByName(spaced.c_str());
+  trial.hooks.takePending();
+  expect(type == nullptr || same == type, "'" + spaced + "' is another type than '" + instance + "'");
+}
+
+/// Tells whether one of a record's names is the instance's, without blanks.
+static bool spells(const TypeRecord& record, const std::string& instance) {
+  for (int number = 1; number <= 4; ++number) {
+    std::string name(recordName(record, number));
+    name.erase(std::remove(name.begin(), name.end(), ' '), name.end());
+    if (name == instance) return true;
+  }
+  return false;
+}
+
+static void anInstanceHasAReadyRecord(Trial& trial) {
+  const std::string instance = writeInstance(trial);
+  void* const type = orva_ClassLoader_getTypeByName(instance.c_str());
+  trial.hooks.takePending();
+  if (type == nullptr) return;
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  const bool isThere = std::any_of(gTypes.begin(), gTypes.end(), [&instance](const TypeRecord& record) {
+    return isReady(record) && spells(record, instance);
+  });
+  expect(isThere, "no ready record of gTypes spells " + instance);
+}
+
+std::vector<Check> genericChecks() {
+  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
+    return Check{"generics", name, weight, Needs::generics, because, run};
+  };
+  return {
+      check(Weight::required, "AnInstanceIsFound", anInstanceIsFound,
+            "Materialising must name a source whose load makes the instance known; programs could not look instances "
+            "up."),
+      check(Weight::advised, "AnInstanceIsFoundInAnySpacing", anInstanceIsFoundInAnySpacing,
+            "The library finds the record in any spacing and then asks Orva_typeByName for the name as it was written; "
+            "the program would get null, or a second type."),
+      check(Weight::advised, "AnInstanceHasAReadyRecord", anInstanceHasAReadyRecord,
+            "Each look-up of the instance would generate and load it again."),
+  };
+}
+
+}  // namespace orva::host_contract

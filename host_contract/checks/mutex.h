@@ -1,0 +1,12 @@
+// Whether anyone holds the registry's mutex.
+#pragma once
+
+#include <string>
+
+namespace orva::host_contract {
+
+/// Throws `Broken` when a thread holds `gReflectionMutex`.
+/// @param when names the moment, for the message.
+void expectFreeMutex(const std::string& when);
+
+}  // namespace orva::host_contract

@@ -1,0 +1,105 @@
+// Natives: how the host binds them, and what it does around their calls.
+#include "classloader/natives.h"
+
+#include <stdexcept>
+#include <string>
+
+#include "host_contract/check.h"
+#include "host_contract/checks/mutex.h"
+
+namespace orva::host_contract {
+
+static void nativesAreBoundByTheirPlainSymbols(Trial& trial) {
+  struct Native {
+    const char* symbol;
+    void (*address)();
+  };
+#define ORVA_NATIVE(symbol) {#symbol, reinterpret_cast<void (*)()>(symbol)}
+  static const Native natives[] = {
+      ORVA_NATIVE(orva_ClassLoader_objectAbiVersion),       ORVA_NATIVE(orva_ClassLoader_getSystem),
+      ORVA_NATIVE(orva_ClassLoader_getTypeByName),          ORVA_NATIVE(orva_ClassLoader_addSourceRoot),
+      ORVA_NATIVE(orva_ClassLoader_precompileSources),      ORVA_NATIVE(orva_ClassLoader_loadSourceClass),
+      ORVA_NATIVE(orva_ClassLoader_loadObjectBundle),       ORVA_NATIVE(orva_SystemClassLoader_loadClass),
+      ORVA_NATIVE(orva_SystemClassLoader_loadPackageTypes),
+  };
+#undef ORVA_NATIVE
+  for (const Native& native : natives) {
+    void* const bound = trial.hooks.boundNative(native.symbol);
+    expect(bound != nullptr, std::string(native.symbol) + " is not found: link the library whole and export it");
+    expect(bound == reinterpret_cast<void*>(native.address), std::string(native.symbol) + " is another function");
+  }
+}
+
+// What a native that takes no arguments can tell its check; a check has a process of its own.
+static std::string seenByNative;
+static bool wasCalled;
+
+static void lookAtTheMutex() {
+  wasCalled = true;
+  try {
+    expectFreeMutex("while a program calls a native");
+  } catch (const Broken& broken) {
+    seenByNative = broken.seen;
+  }
+}
+
+static void theMutexIsFreeAtEveryNativesEntry(Trial& trial) {
+  trial.hooks.callNative(lookAtTheMutex);
+  expect(wasCalled, "the hook callNative did not call the native");
+  expect(seenByNative.empty(), seenByNative);
+}
+
+static void throwNumber() { throw 42; }
+
+static void throwFailure() { throw std::runtime_error("thrown by a native"); }
+
+static void thrownObjectsPassTheCallersFrames(Trial& trial) {
+  try {
+    trial.hooks.callNative(throwNumber);
+  } catch (const int number) {
+    expect(number == 42, "the int that came out is " + std::to_string(number));
+    return;
+  } catch (...) {
+    throw Broken{"a native threw an int, and another object came out"};
+  }
+  throw Broken{"a native threw an int, and nothing came out"};
+}
+
+static void standardExceptionsPassTheCallersFrames(Trial& trial) {
+  try {
+    trial.hooks.callNative(throwFailure);
+  } catch (const std::runtime_error& failure) {
+    expect(failure.what() == std::string("thrown by a native"), std::string("its text is '") + failure.what() + "'");
+    return;
+  } catch (...) {
+    throw Broken{"a native threw a std::runtime_error, and another object came out"};
+  }
+  throw Broken{"a native threw a std::runtime_error, and nothing came out"};
+}
+
+static void anUnknownTypeIsNoFailure(Trial& trial) {
+  expect(orva_ClassLoader_getTypeByName("no.such.Type") == nullptr, "'no.such.Type' is a type");
+  expectNothingPending(trial);
+}
+
+std::vector<Check> nativeChecks() {
+  const auto required = [](const char* name, void (*run)(Trial&), const char* because) {
+    return Check{"natives", name, Weight::required, Needs::nothing, because, run};
+  };
+  return {
+      required("NativesAreBoundByTheirPlainSymbols", nativesAreBoundByTheirPlainSymbols,
+               "A program that calls the method would be told that it is missing, or would call another function."),
+      required("TheMutexIsFreeAtEveryNativesEntry", theMutexIsFreeAtEveryNativesEntry,
+               "getTypeByName locks it for a generic name; the program would wait for itself."),
+      required("ThrownObjectsPassTheCallersFrames", thrownObjectsPassTheCallersFrames,
+               "Six natives let what is no std::exception through; the process would end in the caller's frame."),
+      required("StandardExceptionsPassTheCallersFrames", standardExceptionsPassTheCallersFrames,
+               "addSourceRoot and loadClass bridge nothing, and getTypeByName not its last step; the process would end "
+               "in the caller's frame."),
+      required("AnUnknownTypeIsNoFailure", anUnknownTypeIsNoFailure,
+               "Programs ask whether a type exists; the class path must answer an empty path for a class that it has "
+               "not, or each such question would fail."),
+  };
+}
+
+}  // namespace orva::host_contract

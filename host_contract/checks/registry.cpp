@@ -1,0 +1,121 @@
+// The registry of loaded types: the three query functions, and the type table with its mutex.
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "classloader/natives.h"
+#include "host_contract/check.h"
+#include "host_contract/checks/mutex.h"
+#include "runtime_api/reflection.h"
+
+namespace orva::host_contract {
+
+/// Has at least the standard library's types registered, where the host has one.
+static int32_t registeredTypes(Trial& trial) {
+  orva_ClassLoader_getSystem();
+  trial.hooks.takePending();
+  const int32_t count = Reflection_getTypeCount();
+  expect(count >= 0, "the count is " + std::to_string(count));
+  return count;
+}
+
+/// A name of the registry as text; empty for null.
+static std::string textOf(const char* name) { return name == nullptr ? "" : name; }
+
+static void everyIndexBelowTheCountIsValid(Trial& trial) {
+  const int32_t count = registeredTypes(trial);
+  for (int32_t index = 0; index < count; ++index) {
+    try {
+      textOf(Reflection_getTypeName(index));
+      textOf(Reflection_getTypeFullName(index));
+    } catch (...) {
+      throw Broken{"the count is " + std::to_string(count) + ", and asking for entry " + std::to_string(index) +
+                   " threw"};
+    }
+  }
+}
+
+static void theShortNameOutlivesTheFullNamesCall(Trial& trial) {
+  const int32_t count = registeredTypes(trial);
+  for (int32_t index = 0; index < count; ++index) {
+    const char* const shortName = Reflection_getTypeName(index);
+    const std::string before = textOf(shortName);
+    Reflection_getTypeFullName(index);
+    expect(textOf(shortName) == before,
+           "the short name '" + before + "' was another text once the full name was asked");
+  }
+}
+
+static void shortNamesAreTheTailsOfFullNames(Trial& trial) {
+  const int32_t count = registeredTypes(trial);
+  for (int32_t index = 0; index < count; ++index) {
+    const std::string shortName = textOf(Reflection_getTypeName(index));
+    const std::string fullName = textOf(Reflection_getTypeFullName(index));
+    // The dots in the arguments of a generic instance belong to other names.
+    if (shortName.empty() || fullName.empty() || fullName.find('<') != std::string::npos) continue;
+    expect(fullName.substr(fullName.rfind('.') + 1) == shortName,
+           "entry " + std::to_string(index) + " is '" + shortName + "' and '" + fullName + "'");
+  }
+}
+
+static void recordsAreReadableUnderTheMutex(Trial& trial) {
+  registeredTypes(trial);
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  for (const TypeRecord& record : gTypes) {
+    for (int number = 1; number <= 4; ++number) {
+      const std::string name(recordName(record, number));
+      expect(name.find('\0') == std::string::npos, "a record's name holds a zero byte");
+    }
+    static_cast<void>(isReady(record));
+  }
+}
+
+static void theMutexIsFreeBetweenCalls(Trial& trial) {
+  expectFreeMutex("before any call");
+  registeredTypes(trial);
+  expectFreeMutex("after the registry was asked");
+}
+
+/// Tells whether a ready record has a name; the caller holds the mutex.
+static bool isReadyRecord(const std::string& fullName) {
+  for (const TypeRecord& record : gTypes) {
+    for (int number = 1; isReady(record) && number <= 4; ++number) {
+      if (recordName(record, number) == fullName) return true;
+    }
+  }
+  return false;
+}
+
+static void everyRegisteredTypeHasAReadyRecord(Trial& trial) {
+  const int32_t count = registeredTypes(trial);
+  std::vector<std::string> fullNames;
+  for (int32_t index = 0; index < count; ++index) fullNames.push_back(textOf(Reflection_getTypeFullName(index)));
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  for (const std::string& fullName : fullNames) {
+    expect(fullName.empty() || isReadyRecord(fullName), "no ready record of gTypes has the name '" + fullName + "'");
+  }
+}
+
+std::vector<Check> registryChecks() {
+  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
+    return Check{"registry", name, weight, Needs::nothing, because, run};
+  };
+  return {
+      check(Weight::required, "EveryIndexBelowTheCountIsValid", everyIndexBelowTheCountIsValid,
+            "Each look-up asks for the names of every index below the count; it would fail for all types, or crash."),
+      check(Weight::required, "TheShortNameOutlivesTheFullNamesCall", theShortNameOutlivesTheFullNamesCall,
+            "The library copies both names after it asked for both; short names would be compared with other texts."),
+      check(Weight::advised, "ShortNamesAreTheTailsOfFullNames", shortNamesAreTheTailsOfFullNames,
+            "A name without a package would stand for two types, and look-ups of it would be ambiguous."),
+      check(Weight::required, "RecordsAreReadableUnderTheMutex", recordsAreReadableUnderTheMutex,
+            "A generic look-up reads all records through the two accessors of reflection.h; with a record that the "
+            "headers do not describe it would crash."),
+      check(Weight::required, "TheMutexIsFreeBetweenCalls", theMutexIsFreeBetweenCalls,
+            "A generic look-up locks it; it would wait for ever."),
+      check(Weight::advised, "EveryRegisteredTypeHasAReadyRecord", everyRegisteredTypeHasAReadyRecord,
+            "A generic instance that has an entry and no ready record is generated again by each look-up."),
+  };
+}
+
+}  // namespace orva::host_contract

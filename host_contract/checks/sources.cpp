@@ -1,0 +1,194 @@
+// Sources: loading them into the active engine, and compiling them ahead of use.
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "classloader/natives.h"
+#include "host_contract/checks/mutex.h"
+#include "host_contract/checks/sources_on_disk.h"
+#include "runtime_api/compiler.h"
+#include "runtime_api/reflection.h"
+
+namespace fs = std::filesystem;
+
+namespace orva::host_contract {
+
+using compiler::Compiler;
+
+/// Writes a source that the compiler refuses.
+static std::string writeBroken(Trial& trial, const fs::path& root, const std::string& className) {
+  return writeSource(root, className, trial.hooks.brokenSource(samplePackage, className));
+}
+
+static void aLoadedSourceRegistersItsType(Trial& trial) {
+  load(writeClass(trial, addRoot(trial, "root"), "Apple"));
+  expectLoaded("Apple");
+}
+
+static void aSourceLoadsWithoutAContext(Trial& trial) {
+  Compiler::ensureSourceLoadedInActiveJit(writeClass(trial, trial.folder / "plugins", "Plugin"), nullptr);
+  expectLoaded("Plugin");
+}
+
+static void aPluginIsHandedBack(Trial& trial) {
+  const std::string file = writeClass(trial, trial.folder / "plugins", "Plugin");
+  void* const type = orva_ClassLoader_loadSourceClass(file.c_str(), "Plugin");
+  expectNothingPending(trial);
+  expect(type != nullptr, "loadSourceClass gave null for the short name of a type that it loaded");
+}
+
+static void aSecondLoadIsHarmless(Trial& trial) {
+  const std::string file = writeClass(trial, addRoot(trial, "root"), "Apple");
+  load(file);
+  const int32_t count = Reflection_getTypeCount();
+  load(file);
+  expect(Reflection_getTypeCount() == count,
+         "the second load made " + std::to_string(count) + " types " + std::to_string(Reflection_getTypeCount()));
+}
+
+static void aFailingLoadThrowsAStandardException(Trial& trial) {
+  const std::string file = writeBroken(trial, addRoot(trial, "root"), "Wrong");
+  expectFailure("loading a source that does not compile", [&] { load(file); });
+}
+
+static void aMissingSourceThrowsAStandardException(Trial& trial) {
+  const std::string file = (addRoot(trial, "root") / samplePackage / "Absent.ov").string();
+  expectFailure("loading a file that does not exist", [&] { load(file); });
+}
+
+/// Loads a broken source and takes what it throws; that it throws is another check's concern.
+static std::string loadBroken(Trial& trial) {
+  std::string file = writeBroken(trial, addRoot(trial, "root"), "Wrong");
+  try {
+    load(file);
+  } catch (...) {
+  }
+  return file;
+}
+
+static void aFailingLoadRegistersNothing(Trial& trial) {
+  const int32_t count = Reflection_getTypeCount();
+  loadBroken(trial);
+  expectNotLoaded("Wrong");
+  expect(Reflection_getTypeCount() == count, "the registry has grown");
+}
+
+static void aFailingLoadLeavesTheMutexFree(Trial& trial) {
+  loadBroken(trial);
+  expectFreeMutex("after a load that failed");
+}
+
+static void aMendedSourceLoads(Trial& trial) {
+  const std::string file = loadBroken(trial);
+  writeClass(trial, trial.folder / "root", "Wrong");
+  load(file);
+  expectLoaded("Wrong");
+}
+
+static void aLoadWaitsForTheMutex(Trial& trial) {
+  const std::string file = writeClass(trial, addRoot(trial, "root"), "Apple");
+  std::atomic<bool> isHeld{false};
+  std::thread reader([&isHeld] {
+    const std::lock_guard<std::mutex> lock(gReflectionMutex);
+    isHeld = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  });
+  while (!isHeld) std::this_thread::yield();
+  std::string failure;
+  try {
+    load(file);
+  } catch (const std::exception& thrown) {
+    failure = thrown.what();
+  }
+  reader.join();
+  expect(failure.empty(), "a load failed while another thread read the type table: " + failure);
+  expectLoaded("Apple");
+}
+
+static void parallelLoadsOfOneSourceEndWell(Trial& trial) {
+  const std::string file = writeClass(trial, addRoot(trial, "root"), "Apple");
+  std::atomic<int> ready{0};
+  std::atomic<int> failed{0};
+  const auto loadTogether = [&] {
+    ++ready;
+    while (ready < 4) std::this_thread::yield();
+    try {
+      load(file);
+    } catch (...) {
+      ++failed;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int each = 0; each < 4; ++each) threads.emplace_back(loadTogether);
+  for (std::thread& thread : threads) thread.join();
+  expect(failed == 0, std::to_string(failed) + " of four threads that loaded one source failed");
+  expectLoaded("Apple");
+}
+
+/// Precompiles as the native does: in the active context, without a listener.
+static void precompile(const std::vector<std::string>& files) {
+  Compiler::precompileSources(files, Compiler::activeRuntimeContext(), {});
+}
+
+static void precompilingNeedsNoListener(Trial& trial) {
+  precompile({writeClass(trial, addRoot(trial, "root"), "Apple")});
+}
+
+static void precompilingNothingIsHarmless(Trial& /*trial*/) { precompile({}); }
+
+static void precompilingABrokenSourceThrowsAStandardException(Trial& trial) {
+  const std::string file = writeBroken(trial, addRoot(trial, "root"), "Wrong");
+  expectFailure("precompiling a source that does not compile", [&] { precompile({file}); });
+}
+
+static void precompilingRegistersNothing(Trial& trial) {
+  precompile({writeClass(trial, addRoot(trial, "root"), "Apple")});
+  expectNotLoaded("Apple");
+}
+
+std::vector<Check> sourceChecks() {
+  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
+    return Check{"sources", name, weight, Needs::sources, because, run};
+  };
+  const auto [required, advised] = std::pair(Weight::required, Weight::advised);
+  return {
+      check(required, "ALoadedSourceRegistersItsType", aLoadedSourceRegistersItsType,
+            "The library looks for a type again once its source is loaded; every look-up and plugin would fail."),
+      check(required, "ASourceLoadsWithoutAContext", aSourceLoadsWithoutAContext,
+            "Plugins and the two sources of the class loaders are loaded with an empty context; the host would crash."),
+      check(required, "APluginIsHandedBack", aPluginIsHandedBack,
+            "A program that names its plugin's type would be told that it is not registered, or get null."),
+      check(required, "ASecondLoadIsHarmless", aSecondLoadIsHarmless,
+            "Two look-ups may both find a type missing and load it; a program would see a failure, or the type twice."),
+      check(required, "AFailingLoadThrowsAStandardException", aFailingLoadThrowsAStandardException,
+            "Only the text of a std::exception reaches the program; the failure would be lost, or end the process."),
+      check(required, "AMissingSourceThrowsAStandardException", aMissingSourceThrowsAStandardException,
+            "A wrong file name in a program would be taken for a plugin without a type, or end the process."),
+      check(required, "AFailingLoadRegistersNothing", aFailingLoadRegistersNothing,
+            "A type without code would be found by the next look-up, and its plugin could never be loaded."),
+      check(required, "AFailingLoadLeavesTheMutexFree", aFailingLoadLeavesTheMutexFree,
+            "The next generic look-up would wait for ever."),
+      check(advised, "AMendedSourceLoads", aMendedSourceLoads,
+            "A program could not try again once its user has mended the file."),
+      check(required, "ALoadWaitsForTheMutex", aLoadWaitsForTheMutex,
+            "A generic look-up holds the mutex while it walks the type table; a load on another thread would fail by "
+            "chance."),
+      check(required, "ParallelLoadsOfOneSourceEndWell", parallelLoadsOfOneSourceEndWell,
+            "No lock is held between a look-up and its load, so that threads load one source at once; one of them "
+            "would fail, or register its types twice."),
+      check(required, "PrecompilingNeedsNoListener", precompilingNeedsNoListener,
+            "The library passes an empty callback; calling it throws, and every precompilation would fail."),
+      check(required, "PrecompilingNothingIsHarmless", precompilingNothingIsHarmless,
+            "An empty list is passed on; a program with nothing to compile would fail."),
+      check(required, "PrecompilingABrokenSourceThrowsAStandardException",
+            precompilingABrokenSourceThrowsAStandardException,
+            "Only the text of a std::exception reaches the program; it would take its sources for compiled."),
+      check(advised, "PrecompilingRegistersNothing", precompilingRegistersNothing,
+            "Compiling ahead would run what loading runs, and the plugin could not be loaded from its object."),
+  };
+}
+
+}  // namespace orva::host_contract

@@ -1,0 +1,102 @@
+// Types and objects: `Orva_typeByName` and `Orva_allocObject`.
+#include <string>
+
+#include "classloader/natives.h"
+#include "host_contract/check.h"
+#include "runtime_api/reflection.h"
+#include "runtime_api/runtime.h"
+
+namespace orva::host_contract {
+
+/// Looks a name up that no type has.
+static void expectNoType(Trial& trial, const char* name, const std::string& spelled) {
+  expect(Orva_typeByName(name) == nullptr, "Orva_typeByName gave a type for " + spelled);
+  expectNothingPending(trial);
+}
+
+static void aNullNameIsTaken(Trial& trial) { expectNoType(trial, nullptr, "null"); }
+
+static void anEmptyNameIsTaken(Trial& trial) { expectNoType(trial, "", "the empty name"); }
+
+static void anUnknownNameGivesNull(Trial& trial) {
+  expectNoType(trial, "no.such.Type", "'no.such.Type'");
+  expectNoType(trial, "no.such.Generic<no.such.Type>", "'no.such.Generic<no.such.Type>'");
+}
+
+/// Has the types of the two class loaders registered, where the host has a standard library. What comes of the object
+/// itself is another check's concern.
+static void loadStandardTypes(Trial& trial) {
+  orva_ClassLoader_getSystem();
+  trial.hooks.takePending();
+}
+
+static void everyRegisteredNameIsFound(Trial& trial) {
+  loadStandardTypes(trial);
+  const int32_t count = Reflection_getTypeCount();
+  for (int32_t index = 0; index < count; ++index) {
+    const char* fullName = Reflection_getTypeFullName(index);
+    if (fullName == nullptr || *fullName == '\0') continue;
+    expect(Orva_typeByName(fullName) != nullptr,
+           "Orva_typeByName gave null for '" + std::string(fullName) + "', which is entry " + std::to_string(index));
+  }
+}
+
+static void oneNameGivesOneObject(Trial& trial) {
+  loadStandardTypes(trial);
+  if (Reflection_getTypeCount() <= 0) return;
+  const char* fullName = Reflection_getTypeFullName(0);
+  const std::string name(fullName == nullptr ? "" : fullName);
+  expect(Orva_typeByName(name.c_str()) == Orva_typeByName(name.c_str()), "two look-ups of '" + name + "' differ");
+}
+
+static void theSystemClassLoaderIsAllocated(Trial& trial) {
+  void* const loader = orva_ClassLoader_getSystem();
+  expectNothingPending(trial);
+  expect(loader != nullptr, "Orva_allocObject(\"SystemClassLoader\") gave null");
+}
+
+static void eachAllocationIsANewObject(Trial& trial) {
+  void* const loader = orva_ClassLoader_getSystem();
+  trial.hooks.takePending();
+  if (loader == nullptr) return;
+  expect(Orva_allocObject("SystemClassLoader") != loader, "Orva_allocObject gave the same object twice");
+}
+
+static void anUnknownClassIsNotAllocated(Trial& /*trial*/) {
+  void* object = nullptr;
+  try {
+    object = Orva_allocObject("NoSuchClass");
+  } catch (const std::exception&) {
+  }
+  expect(object == nullptr, "Orva_allocObject gave an object of 'NoSuchClass'");
+}
+
+std::vector<Check> typeChecks() {
+  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
+    return Check{"types", name, weight, Needs::nothing, because, run};
+  };
+  return {
+      check(Weight::required, "ANullNameIsTaken", aNullNameIsTaken,
+            "Two natives hand a program's null on as it is; the process would crash."),
+      check(Weight::required, "AnEmptyNameIsTaken", anEmptyNameIsTaken,
+            "Two natives hand an empty name on as it is; a program would get a type, or a crash, for no name."),
+      check(Weight::required, "AnUnknownNameGivesNull", anUnknownNameGivesNull,
+            "For the library null alone means that there is no type; programs would use what is none, or see a failure "
+            "where asking is allowed."),
+      check(Weight::required, "EveryRegisteredNameIsFound", everyRegisteredNameIsFound,
+            "A plugin's entry type is looked up by the full name that the registry has; loading it would give null and "
+            "raise nothing."),
+      check(Weight::advised, "OneNameGivesOneObject", oneNameGivesOneObject,
+            "Programs that compare types by their objects would take a type for another one."),
+      check(Weight::required, "TheSystemClassLoaderIsAllocated", theSystemClassLoaderIsAllocated,
+            "The library allocates the class by its short name once the two sources of the class loaders are loaded; "
+            "programs would get no class loader."),
+      check(Weight::advised, "EachAllocationIsANewObject", eachAllocationIsANewObject,
+            "Threads that make the first call at once each get an object of their own; they would share one."),
+      check(Weight::advised, "AnUnknownClassIsNotAllocated", anUnknownClassIsNotAllocated,
+            "A host whose standard library lacks the class would hand out an object of no class, in place of a failure "
+            "that says so."),
+  };
+}
+
+}  // namespace orva::host_contract

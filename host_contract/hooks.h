@@ -1,0 +1,79 @@
+// What the host contract kit has to know of a host: a team derives `Hooks` once, defines `hostHooks`, and links the
+// kit with its own host.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orva::host_contract {
+
+/// A language exception as a program sees it.
+struct Raised {
+  std::string exceptionClass;  ///< the short class name, such as "ValueException"
+  std::string message;
+};
+
+/// The way from the kit into one host. Each check runs in a process of its own, which is forked before anything of the
+/// host was called; so a hook may be called in many processes, and a host that crashes ends one check alone.
+///
+/// A host that compiles nothing yet leaves out the hooks that write sources; the checks that need them are then not
+/// run. What a hook throws breaks the check that called it.
+class Hooks {
+ public:
+  virtual ~Hooks() = default;
+
+  /// Starts the host; called once in each check's process, before anything else. The class path may be empty: the
+  /// checks add the roots that they need.
+  /// @param folder an empty folder, removed after the check, for files that the host writes.
+  virtual void start(const std::string& folder);
+
+  /// Takes the exception that is pending on the calling thread, as the language's catch does.
+  /// @return nothing when none is pending; afterwards none is.
+  virtual std::optional<Raised> takePending() = 0;
+
+  /// Makes a language `ArrayList` of `String`.
+  /// @param elements NUL-terminated texts, which the host copies; null for a null element.
+  /// @return the handle that natives are given; it stays valid for the life of the process.
+  virtual void* newStringList(const std::vector<const char*>& elements) = 0;
+
+  /// Finds what this host binds a native method to.
+  /// @param symbol the plain symbol, such as "orva_ClassLoader_getSystem".
+  /// @return its address; null when there is none. Unless overridden: what `dlsym` finds in the process.
+  virtual void* boundNative(const char* symbol);
+
+  /// Has a program of the language call a native method that is bound to `native`. What `native` throws must come out
+  /// of this call. Unless overridden: calls it directly, for a host that runs no programs.
+  virtual void callNative(void (*native)());
+
+  /// Writes a source that declares one public class.
+  /// @param packageName dotted name of its package.
+  /// @param className short name of the class.
+  /// @return the text of the source file; empty when this host compiles nothing.
+  virtual std::string classSource(const std::string& packageName, const std::string& className);
+
+  /// Writes a source of that class which the compiler refuses, after part of it was understood if that is possible.
+  virtual std::string brokenSource(const std::string& packageName, const std::string& className);
+
+  /// Writes a source of a public generic class with one type parameter.
+  /// @return the text; empty when this host has no generic classes.
+  virtual std::string genericSource(const std::string& packageName, const std::string& className);
+
+  /// Tells where precompiling leaves the object of a source file.
+  /// @return its path; empty when this host has no object files.
+  virtual std::string objectFile(const std::string& sourceFile);
+
+  /// Tells the identity that a bundle must give for the object of a source file.
+  virtual std::string sourceIdentity(const std::string& sourceFile);
+};
+
+/// The hooks of the host that the kit is linked with. The host's team defines this function.
+Hooks& hostHooks();
+
+/// Runs the checks that a command line asks for and prints what they found; `--help` prints what there is to ask for.
+/// The kit's own `main` does nothing else.
+/// @return the exit status: 0 when no required check is broken, 1 when one is, 2 for a command line that asks for
+///         nothing that there is.
+int run(int argumentCount, char** arguments, Hooks& hooks);
+
+}  // namespace orva::host_contract

@@ -1,0 +1,88 @@
+// How the kit reaches the faulty host, and what the host does wrong around calls of natives.
+#include "hooks.h"
+
+#include <deque>
+#include <filesystem>
+#include <mutex>
+#include <string_view>
+
+#include "compiler.h"
+#include "fault.h"
+#include "runtime.h"
+#include "runtime_api/reflection.h"
+#include "runtime_api/runtime.h"
+
+using orva::host_contract::Hooks;
+using orva::host_contract::Raised;
+
+namespace faulty_host {
+
+namespace {
+
+class FaultyHooks : public Hooks {
+ public:
+  void start(const std::string& folder) override {
+    startCompiler(folder);
+    if (breaks("registry.TheMutexIsFreeBetweenCalls")) gReflectionMutex.lock();
+  }
+
+  std::optional<Raised> takePending() override { return faulty_host::takePending(); }
+
+  void* newStringList(const std::vector<const char*>& elements) override {
+    List& list = lists_.emplace_back();
+    for (const char* element : elements) {
+      list.elements.push_back(element == nullptr ? std::nullopt : std::optional<std::string>(element));
+    }
+    return &list;
+  }
+
+  void* boundNative(const char* symbol) override {
+    const bool isUnbound = breaks("natives.NativesAreBoundByTheirPlainSymbols") &&
+                           symbol == std::string_view("orva_ClassLoader_getSystem");
+    return isUnbound ? nullptr : Hooks::boundNative(symbol);
+  }
+
+  void callNative(void (*native)()) override {
+    std::unique_lock<std::mutex> lock(gReflectionMutex, std::defer_lock);
+    if (breaks("natives.TheMutexIsFreeAtEveryNativesEntry")) lock.lock();
+    try {
+      native();
+    } catch (const std::exception& failure) {
+      if (!breaks("natives.StandardExceptionsPassTheCallersFrames")) throw;
+      Orva_raise("Exception", failure.what());
+    } catch (...) {
+      if (!breaks("natives.ThrownObjectsPassTheCallersFrames")) throw;
+      Orva_raise("Exception", "something was thrown");
+    }
+  }
+
+  std::string classSource(const std::string& packageName, const std::string& className) override {
+    return "class " + packageName + "." + className + "\n";
+  }
+
+  std::string brokenSource(const std::string& packageName, const std::string& className) override {
+    return classSource(packageName, className) + "nonsense\n";
+  }
+
+  std::string genericSource(const std::string& packageName, const std::string& className) override {
+    return "generic " + packageName + "." + className + "\n";
+  }
+
+  std::string objectFile(const std::string& sourceFile) override {
+    return std::filesystem::path(sourceFile).replace_extension(".o").string();
+  }
+
+  std::string sourceIdentity(const std::string& sourceFile) override { return identityOf(sourceFile); }
+
+ private:
+  std::deque<List> lists_;
+};
+
+}  // namespace
+
+Hooks& hooks() {
+  static FaultyHooks instance;
+  return instance;
+}
+
+}  // namespace faulty_host

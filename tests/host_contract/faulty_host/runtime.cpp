@@ -1,0 +1,185 @@
+// The faulty host's entry points and registry.
+#include "runtime.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+#include "fault.h"
+#include "runtime_api/reflection.h"
+#include "runtime_api/runtime.h"
+
+using faulty_host::breaks;
+using faulty_host::List;
+using orva::host_contract::Raised;
+
+std::mutex gReflectionMutex;
+std::vector<TypeRecord> gTypes;
+
+namespace {
+
+struct Type {
+  std::string shortName;
+  std::string fullName;
+};
+
+std::mutex typesMutex;
+std::deque<Type> types;
+std::deque<std::string> objects;
+
+thread_local std::optional<Raised> ofThread;
+std::optional<Raised> ofProcess;
+const char* keptClass;
+const char* keptMessage;
+
+std::optional<Raised>& pending() { return breaks("exceptions.AnExceptionBelongsToItsThread") ? ofProcess : ofThread; }
+
+std::string withoutBlanks(std::string name) {
+  name.erase(std::remove(name.begin(), name.end(), ' '), name.end());
+  return name;
+}
+
+/// Full names come before short ones; the caller holds the lock.
+Type* findType(const std::string& name) {
+  for (Type& type : types) {
+    if (type.fullName == name) return &type;
+  }
+  for (Type& type : types) {
+    if (type.shortName == name) return &type;
+  }
+  return nullptr;
+}
+
+/// A ready record whose first name cannot be read.
+void addUnreadableRecord() {
+  TypeRecord& record = gTypes.emplace_back();
+  record.type = &types;
+  record.members.push_back(&types);
+  const std::uintptr_t words[] = {1, std::uintptr_t{1} << 40};
+  std::memcpy(static_cast<void*>(&record.name1), words, sizeof words);
+}
+
+/// Locks the type table, which the host holds all the time when it breaks the one check.
+std::unique_lock<std::mutex> lockRecords() {
+  std::unique_lock<std::mutex> lock(gReflectionMutex, std::defer_lock);
+  if (breaks("registry.TheMutexIsFreeBetweenCalls")) return lock;
+  if (!breaks("sources.ALoadWaitsForTheMutex")) {
+    lock.lock();
+  } else if (!lock.try_lock()) {
+    throw std::runtime_error("the type table is in use");
+  }
+  return lock;
+}
+
+}  // namespace
+
+namespace faulty_host {
+
+void registerType(const std::string& fullName, bool isReady) {
+  if (breaks("registry.RecordsAreReadableUnderTheMutex") && gTypes.empty()) addUnreadableRecord();
+  const std::size_t dot = fullName.rfind('.', fullName.find('<'));
+  const auto records = lockRecords();
+  const std::lock_guard<std::mutex> lock(typesMutex);
+  Type& type = types.emplace_back(Type{fullName.substr(dot + 1), fullName});
+  gTypes.push_back({{}, {}, fullName, {}, &type, {}});
+  if (isReady) gTypes.back().members.push_back(&type);
+}
+
+bool isRegistered(const std::string& fullName) {
+  const std::lock_guard<std::mutex> lock(typesMutex);
+  const Type* type = findType(fullName);
+  return type != nullptr && type->fullName == fullName;
+}
+
+std::optional<Raised> takePending() {
+  if (breaks("exceptions.ARaisingNativeLeavesOneException")) return pending();
+  auto taken = std::exchange(pending(), std::nullopt);
+  if (taken && breaks("exceptions.RaiseCopiesTheClassName")) taken->exceptionClass = keptClass;
+  if (taken && breaks("exceptions.RaiseCopiesTheMessage")) taken->message = keptMessage;
+  return taken;
+}
+
+}  // namespace faulty_host
+
+void Orva_raise(const char* exceptionClass, const char* message) {
+  keptClass = exceptionClass;
+  keptMessage = message;
+  Raised raised{exceptionClass, message};
+  if (breaks("exceptions.EveryRaisedClassIsKnown") && raised.exceptionClass == "IllegalStateException") {
+    raised.exceptionClass = "Exception";
+  }
+  if (breaks("exceptions.MessagesArriveWhole"))
+    raised.message.resize(std::min<std::size_t>(raised.message.size(), 200));
+  pending() = raised;
+  if (breaks("exceptions.RaiseReturns")) throw raised;
+}
+
+void* Orva_typeByName(const char* typeName) {
+  if (typeName == nullptr && !breaks("types.ANullNameIsTaken")) return nullptr;
+  std::string name(typeName, std::strlen(typeName));
+  if (name.empty()) return breaks("types.AnEmptyNameIsTaken") ? &types : nullptr;
+  if (!breaks("generics.AnInstanceIsFoundInAnySpacing")) name = withoutBlanks(name);
+  const std::lock_guard<std::mutex> lock(typesMutex);
+  Type* const type = findType(name);
+  if (type == nullptr && breaks("types.AnUnknownNameGivesNull")) Orva_raise("ClassNotFoundException", "no such type");
+  const bool isStandard = name.rfind("orva.", 0) == 0;
+  if (isStandard && breaks("types.EveryRegisteredNameIsFound")) return nullptr;
+  if (type != nullptr && breaks("types.OneNameGivesOneObject")) return &objects.emplace_back(name);
+  return type;
+}
+
+void* Orva_allocObject(const char* className) {
+  const bool isKnown = Orva_typeByName(className) != nullptr;
+  if (breaks("types.TheSystemClassLoaderIsAllocated")) return nullptr;
+  if (breaks("types.EachAllocationIsANewObject") && !objects.empty()) return &objects.back();
+  if (!isKnown && !breaks("types.AnUnknownClassIsNotAllocated")) throw std::runtime_error("no such class");
+  return &objects.emplace_back(className);
+}
+
+int64_t orva_collections_ArrayList_size(void* list) {
+  const auto size = static_cast<int64_t>(static_cast<List*>(list)->elements.size());
+  return breaks("lists.SizesCountTheElements") ? std::min<int64_t>(size, 255) : size;
+}
+
+const char* orva_collections_ArrayList_operator_index(void* list, int64_t index) {
+  const auto& elements = static_cast<List*>(list)->elements;
+  if (breaks("lists.TheIndexHas64Bits")) index = static_cast<int32_t>(index);
+  if (breaks("lists.ElementsComeInOrder")) index = static_cast<int64_t>(elements.size()) - 1 - index;
+  const auto& element = elements.at(static_cast<std::size_t>(index));
+  if (!element) return breaks("lists.NullElementsComeAsNull") ? "" : nullptr;
+  if (element->empty() && breaks("lists.EmptyStringsComeAsEmptyStrings")) return nullptr;
+  return element->c_str();
+}
+
+int32_t Reflection_getTypeCount() {
+  const std::lock_guard<std::mutex> lock(typesMutex);
+  return static_cast<int32_t>(types.size()) + (breaks("registry.EveryIndexBelowTheCountIsValid") ? 1 : 0);
+}
+
+/// Both names through one buffer, as a host may that makes them up when it is asked.
+static const char* inOneBuffer(const std::string& name) {
+  static std::string buffer(200, '\0');
+  buffer.assign(name);
+  return buffer.c_str();
+}
+
+const char* Reflection_getTypeName(int32_t index) {
+  const std::lock_guard<std::mutex> lock(typesMutex);
+  const Type& type = types.at(static_cast<std::size_t>(index));
+  if (breaks("registry.TheShortNameOutlivesTheFullNamesCall")) return inOneBuffer(type.shortName);
+  const bool isWhole = breaks("registry.ShortNamesAreTheTailsOfFullNames");
+  return isWhole ? type.fullName.c_str() : type.shortName.c_str();
+}
+
+const char* Reflection_getTypeFullName(int32_t index) {
+  const std::lock_guard<std::mutex> lock(typesMutex);
+  const Type& type = types.at(static_cast<std::size_t>(index));
+  if (breaks("registry.TheShortNameOutlivesTheFullNamesCall")) return inOneBuffer(type.fullName);
+  return type.fullName.c_str();
+}

@@ -1,0 +1,108 @@
+// The kit against a host that breaks one check after the other: the check of that name must say so, and no other but
+// those that cannot hold then.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "fault.h"
+#include "hooks.h"
+#include "host_contract/examine.h"
+
+using orva::host_contract::allChecks;
+using orva::host_contract::Check;
+using orva::host_contract::examine;
+using orva::host_contract::Outcome;
+using Names = std::set<std::string>;
+
+/// A check that hangs ends after so long.
+constexpr int seconds = 4;
+
+/// What cannot hold either when a check is broken.
+static const std::map<std::string, Names> brokenWith = {
+    {"exceptions.RaiseReturns",
+     {"exceptions.RaiseCopiesTheClassName", "exceptions.RaiseCopiesTheMessage", "exceptions.MessagesArriveWhole",
+      "exceptions.EveryRaisedClassIsKnown", "exceptions.ARaisingNativeLeavesOneException",
+      "exceptions.AnExceptionBelongsToItsThread"}},
+    {"types.AnUnknownNameGivesNull", {"natives.AnUnknownTypeIsNoFailure"}},
+    {"types.OneNameGivesOneObject", {"generics.AnInstanceIsFoundInAnySpacing"}},
+    // Every look-up goes through all entries.
+    {"registry.EveryIndexBelowTheCountIsValid",
+     {"registry.TheShortNameOutlivesTheFullNamesCall", "registry.ShortNamesAreTheTailsOfFullNames",
+      "registry.EveryRegisteredTypeHasAReadyRecord", "types.EveryRegisteredNameIsFound",
+      "natives.AnUnknownTypeIsNoFailure", "class_path.AClassUnderAnAddedRootIsFound",
+      "class_path.CachesAreDroppedWithTheClassPath", "sources.APluginIsHandedBack",
+      "sources.AFailingLoadRegistersNothing", "sources.PrecompilingRegistersNothing",
+      "objects.ARefusedBundleRegistersNothing"}},
+    {"registry.RecordsAreReadableUnderTheMutex",
+     {"generics.AnInstanceIsFoundInAnySpacing", "generics.AnInstanceHasAReadyRecord"}},
+    {"registry.TheMutexIsFreeBetweenCalls",
+     {"registry.RecordsAreReadableUnderTheMutex", "registry.EveryRegisteredTypeHasAReadyRecord",
+      "natives.TheMutexIsFreeAtEveryNativesEntry", "sources.AFailingLoadLeavesTheMutexFree",
+      "sources.ALoadWaitsForTheMutex", "generics.AnInstanceIsFound", "generics.AnInstanceIsFoundInAnySpacing",
+      "generics.AnInstanceHasAReadyRecord"}},
+    {"class_path.AnAddedRootIsInTheList", {"class_path.LaterRootsComeLater", "packages.EverySourceOfAPackageIsLoaded"}},
+    {"class_path.TheStandardLibraryHoldsTheLoaders", {"types.TheSystemClassLoaderIsAllocated"}},
+    {"class_path.AClassUnderAnAddedRootIsFound",
+     {"class_path.CachesAreDroppedWithTheClassPath", "generics.AnInstanceIsFound"}},
+    {"sources.ALoadedSourceRegistersItsType",
+     {"class_path.AClassUnderAnAddedRootIsFound", "class_path.CachesAreDroppedWithTheClassPath",
+      "packages.EverySourceOfAPackageIsLoaded", "sources.ALoadWaitsForTheMutex",
+      "sources.ParallelLoadsOfOneSourceEndWell", "generics.AnInstanceIsFound"}},
+    {"sources.ASourceLoadsWithoutAContext", {"sources.APluginIsHandedBack"}},
+    {"sources.AFailingLoadLeavesTheMutexFree", {"sources.AMendedSourceLoads"}},
+    // Objects are built by precompiling.
+    {"sources.PrecompilingNeedsNoListener",
+     {"sources.PrecompilingRegistersNothing", "objects.ABundleRegistersItsTypes", "objects.AnUnequalIdentityIsRefused",
+      "objects.ARefusedBundleRegistersNothing", "objects.ADamagedObjectThrowsAStandardException"}},
+    {"sources.PrecompilingRegistersNothing", {"objects.ARefusedBundleRegistersNothing"}},
+    {"objects.AnUnequalIdentityIsRefused", {"objects.ARefusedBundleRegistersNothing"}},
+};
+
+/// The checks that the host breaks now.
+static Names brokenChecks() {
+  Names broken;
+  for (const Check& check : allChecks()) {
+    const Outcome outcome = examine(check, faulty_host::hooks(), seconds);
+    EXPECT_NE(outcome.kind, Outcome::notRun) << check.fullName() << ": " << outcome.seen;
+    if (outcome.kind == Outcome::broken) broken.insert(check.fullName());
+  }
+  return broken;
+}
+
+static std::vector<std::string> checkNames() {
+  std::vector<std::string> names;
+  for (const Check& check : allChecks()) names.push_back(check.fullName());
+  return names;
+}
+
+class Kit : public testing::TestWithParam<std::string> {};
+
+TEST_P(Kit, SeesWhatTheHostBreaks) {
+  faulty_host::fault = GetParam();
+  Names expected = {GetParam()};
+  if (const auto others = brokenWith.find(GetParam()); others != brokenWith.end()) {
+    expected.insert(others->second.begin(), others->second.end());
+  }
+  EXPECT_EQ(brokenChecks(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Kit, testing::ValuesIn(checkNames()), [](const auto& check) {
+  std::string name = check.param;
+  std::replace(name.begin(), name.end(), '.', '_');
+  return name;
+});
+
+TEST(Kit, AHostWithoutAFaultKeepsEveryCheck) {
+  faulty_host::fault.clear();
+  EXPECT_EQ(brokenChecks(), Names{});
+}
+
+TEST(Kit, EachCheckHasANameOfItsOwnAndSaysWhatBreaks) {
+  const std::vector<std::string> names = checkNames();
+  EXPECT_EQ(Names(names.begin(), names.end()).size(), names.size());
+  for (const Check& check : allChecks()) EXPECT_EQ(check.because.back(), '.') << check.fullName();
+}
