@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# What the kit's program says to good and bad command lines.
+# Usage: check_command_line.sh CHECK_PROGRAM
+set -euo pipefail
+check=$1
+
+# STATUS ARGUMENT…: runs the program; what it printed is in $printed, errors in $errors.
+run() {
+  local status=0 expected=$1
+  shift
+  printed=$("$check" "$@" 2>"$errors_file") || status=$?
+  errors=$(cat "$errors_file")
+  [ "$status" -eq "$expected" ] || fail "status $status, not $expected, of: $*"
+}
+fail() {
+  printf '%s\n' "$1" "printed: ${printed:-}" "errors: ${errors:-}" >&2
+  exit 1
+}
+errors_file=$(mktemp)
+trap 'rm -f "$errors_file"' EXIT
+
+run 0 --help
+[[ $printed == Usage:* ]] || fail "--help prints no usage"
+
+run 0 --list lists
+[ "$(grep -c '^lists\.' <<<"$printed")" -eq 5 ] || fail "--list lists does not print five checks"
+grep -q '^    .*\.$' <<<"$printed" || fail "--list does not say what breaks"
+
+run 0 lists.ElementsComeInOrder
+grep -qx '1 held, 0 broken (0 of them required), 0 not run' <<<"$printed" || fail "one check was not run"
+
+run 0 '*.TheMutex*'
+grep -qx '2 held, 0 broken (0 of them required), 0 not run' <<<"$printed" || fail "a pattern was not followed"
+
+run 0 --here types.ANullNameIsTaken
+grep -q '^1 held' <<<"$printed" || fail "--here did not run the check"
+
+run 0 --seconds 5 objects
+grep -qx 'not run: this host compiles nothing: its hooks write no source' <<<"$printed" || fail "no reason is given"
+
+run 2 absent
+[ "$errors" = "No check matches 'absent'; --list prints them all" ] || fail "a wrong pattern"
+run 2 --here lists
+[ "$errors" = "--here runs one check, and 5 are asked for" ] || fail "--here with a room"
+for seconds in 0 3601 x 5x ''; do
+  run 2 --seconds "$seconds"
+  [ "$errors" = "--seconds takes a number from 1 to 3600, not '$seconds'" ] || fail "--seconds $seconds"
+done
+run 2 --absent
+[[ $errors == *"unrecognized option '--absent'"* ]] || fail "a wrong option"
