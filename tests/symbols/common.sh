@@ -1,12 +1,22 @@
-# What the checks of this folder share: the project's root, a temporary folder, and how a check fails.
+# What the checks of this folder share: the project's root, the built libraries, a temporary folder, and how a check
+# fails.
 # shellcheck shell=bash disable=SC2034
 set -euo pipefail
 
-root=${1:?usage: $0 <root of the project>}
+usage="usage: $0 ROOT LIBRARIES, which are the root of the project and the folder of libraries.sh"
+root=${1:?$usage}
+libraries=${2:?$usage}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
+# shellcheck source-path=SCRIPTDIR source=../../abi/library.sh
+source "$root/abi/library.sh"
+
+compilers=(g++ clang++ clang++-19)
 warnings=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror)
+
+archive() { find_library "$libraries/$1-OFF" a; }         # COMPILER
+shared_library() { find_library "$libraries/$1-ON" so; }  # COMPILER
 
 fail() {
   printf '%s: %s\n' "$(basename "$0")" "$*" >&2
@@ -19,20 +29,6 @@ require() {
   for tool in "$@"; do
     command -v "$tool" >/dev/null || fail "$tool is not installed"
   done
-}
-
-natives() {
-  sort <<'END'
-orva_ClassLoader_addSourceRoot
-orva_ClassLoader_getSystem
-orva_ClassLoader_getTypeByName
-orva_ClassLoader_loadObjectBundle
-orva_ClassLoader_loadSourceClass
-orva_ClassLoader_objectAbiVersion
-orva_ClassLoader_precompileSources
-orva_SystemClassLoader_loadClass
-orva_SystemClassLoader_loadPackageTypes
-END
 }
 
 same() {

@@ -3,11 +3,11 @@
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
-require gcc g++ clang++ clang++-19 xargs
+require gcc "${compilers[@]}" xargs
 
 commands() {
   local compiler standard file
-  for compiler in g++ clang++ clang++-19; do
+  for compiler in "${compilers[@]}"; do
     for standard in c++17 c++20 c++2b; do
       for file in "$root"/classloader/*.cpp; do
         echo "$compiler -std=$standard ${warnings[*]} -I$root -fsyntax-only $file"

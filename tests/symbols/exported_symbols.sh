@@ -1,22 +1,19 @@
 #!/usr/bin/env bash
-# Builds the library with each compiler, static and shared, and compares the symbols with the nine natives.
+# Compares what the libraries define for others with the list of what the library exports: the nine natives.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
-require cmake ninja nm c++filt objdump g++ clang++ clang++-19
-natives >"$work/natives"
+require nm c++filt objdump
+natives=$root/abi/exported_symbols.txt
 
-build() { # compiler, shared or not, folder
-  {
-    cmake -S "$root" -B "$3" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER="$1" \
-      -DBUILD_SHARED_LIBS="$2" -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF &&
-      cmake --build "$3" --target orva_classloader
-  } >"$3.log" 2>&1 || fail "$3 does not build: $(cat "$3.log")"
+the_linker_is_told_the_same() {
+  sed -n 's/^ *\(orva_.*\);$/\1/p' "$root/classloader/natives.map" | sort >"$work/map"
+  same "classloader/natives.map names other symbols than abi/ lists" "$natives" "$work/map"
 }
 
 strong_globals_are_the_natives() { # compiler, archive
   nm "$2" | awk 'NF == 3 && $2 ~ /^[TDBRGSC]$/ { print $3 }' | sort >"$work/strong"
-  same "$1: strong globals of the static library" "$work/natives" "$work/strong"
+  same "$1: strong globals of the static library" "$natives" "$work/strong"
 }
 
 # Instantiations of the standard library are weak. With g++ none names the project, not even in its arguments; clang
@@ -35,18 +32,15 @@ nothing_runs_at_start() { # compiler, archive
 }
 
 shared_exports_are_the_natives() { # compiler, library
-  nm -D --defined-only "$2" | awk '{ print $NF }' | sort >"$work/exported"
-  same "$1: symbols of the shared library" "$work/natives" "$work/exported"
+  exported_symbols "$2" >"$work/exported"
+  same "$1: symbols of the shared library" "$natives" "$work/exported"
 }
 
-for compiler in g++ clang++ clang++-19; do
-  build "$compiler" OFF "$work/$compiler-static"
-  build "$compiler" ON "$work/$compiler-shared"
-  archive=$(find "$work/$compiler-static" -name 'liborva_classloader.a')
-  library=$(find "$work/$compiler-shared" -name 'liborva_classloader.so')
-  [[ -n $archive && -n $library ]] || fail "$compiler: a library is missing"
+the_linker_is_told_the_same
+for compiler in "${compilers[@]}"; do
+  archive=$(archive "$compiler")
   strong_globals_are_the_natives "$compiler" "$archive"
   no_weak_symbol_is_the_projects "$compiler" "$archive"
   nothing_runs_at_start "$compiler" "$archive"
-  shared_exports_are_the_natives "$compiler" "$library"
+  shared_exports_are_the_natives "$compiler" "$(shared_library "$compiler")"
 done

@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# Compares the ABI of the shared library with what this folder keeps; with --record, the folder keeps what it is now.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+# shellcheck source-path=SCRIPTDIR source=library.sh
+source abi/library.sh
+
+lists=(exported_symbols.txt required_symbols.txt)
+dumps=(liborva-classloader.abi host.abi)
+flags="-O2 -g -ffile-prefix-map=$PWD/="
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() {
+  echo "abi/check.sh: $*" >&2
+  exit 1
+}
+
+# Without what changes while the ABI does not: places in the sources, names of parameters, and the like.
+dump() {  # SHARED_LIBRARY FILE
+  abidw --exported-interfaces-only --type-id-style hash --no-corpus-path --no-comp-dir-path --no-show-locs \
+    --no-elf-needed --no-parameter-names --out-file "$2" "$1"
+  [[ $(grep -c '<elf-symbol ' "$2") -eq $(grep -c ' elf-symbol-id=' "$2") ]] || fail "symbols without a type: $2"
+}
+
+measure_library() {
+  local library
+  build_library . "$work/library" -DBUILD_SHARED_LIBS=ON -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE= \
+    -DCMAKE_CXX_FLAGS="$flags" || fail "the library does not build"
+  library=$(find_library "$work/library" so)
+  exported_symbols "$library" >"$work/exported_symbols.txt"
+  required_symbols . "$library" >"$work/required_symbols.txt"
+  dump "$library" "$work/liborva-classloader.abi"
+}
+
+# The library's debug information leaves out what it only calls, so that a host's definitions stand for it; their equal
+# bodies must not become one.
+measure_host() {
+  { echo '{ global:'; awk '{ print $3 ";" }' "$work/required_symbols.txt"; echo 'local: *; };'; } >"$work/host.map"
+  # shellcheck disable=SC2086  # one word for each flag
+  g++ -std=c++17 $flags -fno-ipa-icf -fPIC -shared -I. abi/host.cpp -o "$work/host.so" \
+    -Wl,--version-script="$work/host.map" -Wl,--no-undefined-version || return
+  dump "$work/host.so" "$work/host.abi"
+}
+
+same() {  # COMMAND FILE…
+  local file status=0
+  for file in "${@:2}"; do $1 "abi/$file" "$work/$file" || status=1; done
+  return "$status"
+}
+
+[[ $# -eq 0 || "$*" = --record ]] || fail "expected --record or nothing, not '$*'"
+[[ $(g++ -dumpmachine)-$(g++ -dumpversion) = x86_64-linux-gnu-12 ]] ||
+  fail "the ABI is that of g++ 12 for x86_64-linux-gnu; here is g++ $(g++ -dumpversion) for $(g++ -dumpmachine)"
+
+measure_library
+measure_host || { same 'diff -u' "${lists[@]}" || true; fail "abi/host.cpp does not define what the library requires"; }
+if [ "${1:-}" = --record ]; then
+  cp "${lists[@]/#/$work/}" "${dumps[@]/#/$work/}" abi
+  exit
+fi
+status=0
+same 'diff -u' "${lists[@]}" || status=1
+same 'abidiff --harmless --no-show-locs' "${dumps[@]}" || status=1
+[ "$status" -eq 0 ] || fail "the ABI has changed. If that is meant: ./dev abi --record"
+echo "the ABI is the one that abi/ keeps"

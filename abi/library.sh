@@ -1,0 +1,24 @@
+# Builds the library as the checks of its ABI and of its symbols need it, and reads its two lists of symbols.
+# shellcheck shell=bash
+export LC_ALL=C
+
+build_library() {  # ROOT FOLDER CMAKE_OPTION…
+  {
+    cmake -S "$1" -B "$2" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF "${@:3}" && cmake --build "$2"
+  } >"$2.log" 2>&1 || { cat "$2.log" >&2; return 1; }
+}
+
+find_library() { find "$1" -name 'liborva[-_]classloader.'"$2"; }  # FOLDER a|so
+
+exported_symbols() { nm -D --defined-only "$1" | awk '{ print $NF }' | sort; }  # SHARED_LIBRARY
+
+# What a shared library leaves to its host: the symbols of the standard libraries have versions, the host's have none.
+# Each line names the header that declares the symbol, the plain name, and the symbol itself.
+required_symbols() {  # ROOT SHARED_LIBRARY
+  local symbol name header
+  nm -D --undefined-only "$2" | awk '$1 == "U" && $2 !~ /@/ { print $2 }' | while read -r symbol; do
+    name=$(c++filt "$symbol" | sed 's/(.*//; s/\[abi:[^]]*\]//')
+    header=$(cd "$1" && grep -lE "\<${name##*:}[(;]" runtime_api/*.h) || header=undeclared
+    printf '%-24s %-62s %s\n' "$header" "$name" "$symbol"
+  done | sort
+}

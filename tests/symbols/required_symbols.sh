@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Compares what the libraries leave to their host with the list of what a host must define.
+# shellcheck source-path=SCRIPTDIR source=common.sh
+source "$(dirname "$0")/common.sh"
+
+require nm c++filt "${compilers[@]}"
+
+compare() {  # what it is, shared library
+  required_symbols "$root" "$2" >"$work/required"
+  same "$1 requires other symbols than abi/ lists" "$root/abi/required_symbols.txt" "$work/required"
+}
+
+for compiler in "${compilers[@]}"; do
+  compare "the shared library of $compiler" "$(shared_library "$compiler")"
+  # Linked as a whole, so that what its objects define for each other is no longer open.
+  "$compiler" -shared -Wl,--whole-archive "$(archive "$compiler")" -Wl,--no-whole-archive -o "$work/whole.so"
+  compare "the static library of $compiler" "$work/whole.so"
+done
