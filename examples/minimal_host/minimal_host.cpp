@@ -47,6 +47,12 @@ const Type* findType(const std::string& name) {
   return found;
 }
 
+/// A generic name may have blanks anywhere.
+std::string withoutBlanks(std::string name) {
+  if (name.find('<') != std::string::npos) name.erase(std::remove(name.begin(), name.end(), ' '), name.end());
+  return name;
+}
+
 }  // namespace
 
 // == The registry
@@ -94,7 +100,7 @@ std::optional<minimal_host::Exception> minimal_host::takePending() { return std:
 void* Orva_typeByName(const char* typeName) {
   if (typeName == nullptr) return nullptr;
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  return const_cast<Type*>(findType(typeName));
+  return const_cast<Type*>(findType(withoutBlanks(typeName)));
 }
 
 void* Orva_allocObject(const char* className) {
@@ -113,9 +119,9 @@ const char* orva_collections_ArrayList_operator_index(void* list, int64_t index)
   return element ? element->c_str() : nullptr;
 }
 
-namespace orva::compiler {
-
 // == The class path
+
+namespace orva::compiler {
 
 static std::mutex classPathMutex;
 
@@ -176,7 +182,11 @@ bool PackageLayout::isValidPackageName(std::string_view packageName) {
   return isNameBegun;
 }
 
+}  // namespace orva::compiler
+
 // == The compiler, which this host has not
+
+namespace orva::compiler {
 
 class Context {};
 
