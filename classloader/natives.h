@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * The native half of the language classes `ClassLoader` and `SystemClassLoader`: the nine functions that a
  * host binds to their native methods. C and C++ may include this header.
  *
@@ -24,7 +25,9 @@ extern "C" {
 
 /**
  * `static ClassLoader.objectAbiVersion()`: the version of the object format that the compiler writes.
- * @return the compiler's 32-bit version, sign-extended. Bridges nothing.
+ * @return the compiler's 32-bit version, sign-extended.
+ *
+ * Bridges nothing.
  */
 ORVA_EXPORT int64_t orva_ClassLoader_objectAbiVersion(void);
 
@@ -33,6 +36,7 @@ ORVA_EXPORT int64_t orva_ClassLoader_objectAbiVersion(void);
  * the two standard-library sources that describe the class loaders were loaded.
  * Not synchronised: threads that make the first call at once may each create an instance; the last one stays.
  * @return the instance; null after a raise, or when the runtime allocated none.
+ *
  * Raises "Exception" with the text of any `std::exception` thrown inside, and with a fixed text for any
  * other thrown object. The next call tries again.
  */
@@ -43,6 +47,7 @@ ORVA_EXPORT void* orva_ClassLoader_getSystem(void);
  * generic instance is materialised, the source of an unknown class is found on the class path and loaded.
  * @param typeName full name, short name or generic instance; null and empty go straight to the runtime.
  * @return what the runtime answers for the name as given: the type object, or null for an unknown type.
+ *
  * Raises "ClassNotFoundException" with the text of any `std::exception` thrown while the type is looked for:
  * an ambiguous short name, a failing compiler, a failing lock. What the runtime's final lookup throws, and
  * thrown objects of other kinds, pass through.
@@ -55,6 +60,7 @@ ORVA_EXPORT void* orva_ClassLoader_getTypeByName(const char* typeName);
  * @param root the directory, handed to the runtime unchanged; required.
  * @return 1 when the runtime added the root. 0 after a raise, and, with nothing raised, when the runtime
  *         refused a root that exists as a directory.
+ *
  * Raises "ValueException" for a null or empty root, and "IOException" for a refused root that is not an
  * existing directory. Bridges nothing.
  */
@@ -63,6 +69,7 @@ ORVA_EXPORT int64_t orva_ClassLoader_addSourceRoot(const char* root);
 /**
  * `static ClassLoader.precompileSources(files)`: has the compiler compile source files ahead of use.
  * @param sourceFiles an `ArrayList` of `String`, passed on in order; required, without null elements.
+ *
  * Raises "Exception" with the text of any `std::exception` thrown inside; thrown objects of other kinds
  * pass through.
  */
@@ -74,6 +81,7 @@ ORVA_EXPORT void orva_ClassLoader_precompileSources(void* sourceFiles);
  * @param entryType name of the type that the plugin is loaded for, unknown before the load and known after
  *        it; required.
  * @return the entry type's type object; null after a raise, or when the runtime has none for it.
+ *
  * Raises "ValueException" for a missing argument, "IllegalStateException" when the entry type is registered
  * already, "ClassNotFoundException" when it is still unknown after the load, and "Exception" with the text
  * of any `std::exception` thrown inside; thrown objects of other kinds pass through.
@@ -87,8 +95,9 @@ ORVA_EXPORT void* orva_ClassLoader_loadSourceClass(const char* sourceFile, const
  * @param sourceIdentities an `ArrayList` of `String`: element i is the identity of the source that object i
  *        was built from; required, without null elements, as long as `objectPaths`.
  * @param entryType as for `orva_ClassLoader_loadSourceClass`.
- * @return and raises as `orva_ClassLoader_loadSourceClass` does; lists of different lengths raise
- *         "Exception".
+ * @return as for `orva_ClassLoader_loadSourceClass`.
+ *
+ * Raises as `orva_ClassLoader_loadSourceClass` does; a null element and lists of different lengths raise "Exception".
  */
 ORVA_EXPORT void* orva_ClassLoader_loadObjectBundle(void* objectPaths, void* sourceIdentities, const char* entryType);
 
@@ -96,7 +105,9 @@ ORVA_EXPORT void* orva_ClassLoader_loadObjectBundle(void* objectPaths, void* sou
  * `SystemClassLoader.loadClass(name)`: asks the runtime for a type, and loads nothing.
  * @param receiver ignored.
  * @param className passed on unchanged, null and empty included.
- * @return what the runtime answers. Bridges nothing.
+ * @return what the runtime answers.
+ *
+ * Bridges nothing.
  */
 ORVA_EXPORT void* orva_SystemClassLoader_loadClass(void* receiver, const char* className);
 
@@ -106,6 +117,7 @@ ORVA_EXPORT void* orva_SystemClassLoader_loadClass(void* receiver, const char* c
  * No root may be added to the class path while the search runs.
  * @param receiver ignored.
  * @param packageName dotted package name.
+ *
  * Raises "ValueException" for a name that is no package name, "ClassNotFoundException" when no root holds
  * the package, "IOException" when its directory cannot be listed, and "Exception" with the text of any
  * `std::exception` thrown inside or with a fixed text for any other thrown object. A directory that may not

@@ -1,6 +1,7 @@
-// The runtime's registry of loaded types: three query functions, and the type table with its mutex.
-// The host defines all of them. A host with another type record replaces this header; the library reads
-// a record through `recordName` and `isReady` alone.
+/// The runtime's registry of loaded types: three query functions, and the type table with its mutex.
+/// The host defines all of them. A host with another type record replaces this header; the library reads
+/// a record through `recordName` and `isReady` alone.
+/// @file
 #pragma once
 
 #include <cstdint>
@@ -11,39 +12,42 @@
 extern "C" {
 
 /// Counts the registered types. Entries are numbered from 0 and are never taken away.
+/// @return the count; a negative one is read as 0.
 int32_t Reflection_getTypeCount(void);
 
 /// Names a registered type without its package.
 /// @param index of the entry, below the count.
-/// @return NUL-terminated name, or null. It stays valid at least until the full name of the same entry
-///         has been fetched.
+/// @return NUL-terminated name, which the runtime owns, or null. It stays valid at least until the full name of the
+///         same entry has been fetched.
 const char* Reflection_getTypeName(int32_t index);
 
 /// Names a registered type with its package.
 /// @param index of the entry, below the count.
-/// @return NUL-terminated name, or null.
+/// @return NUL-terminated name, which the runtime owns, or null. It is copied at once.
 const char* Reflection_getTypeFullName(int32_t index);
 
 }  // extern "C"
 
 /// One row of the type table. What the four names spell is the host's choice.
 struct TypeRecord {
-  std::string name1;
-  std::string name2;
-  std::string name3;
-  std::string name4;
-  void* type;
-  std::vector<void*> members;
+  std::string name1;           ///< compared third
+  std::string name2;           ///< compared last
+  std::string name3;           ///< compared first
+  std::string name4;           ///< compared second
+  void* type;                  ///< null until the type can be used
+  std::vector<void*> members;  ///< empty until the type can be used
 };
 
-/// Guards `gTypes`.
+/// Guards `gTypes`. The library holds it while it walks the table, and calls nothing of the host meanwhile.
 extern std::mutex gReflectionMutex;
 
 /// Every type that the runtime knows, generic instances included.
 extern std::vector<TypeRecord> gTypes;
 
-/// Returns one of a record's four names.
+/// Reads one of a record's four names.
+/// @param record of the type table.
 /// @param number from 1 to 4.
+/// @return the name, as a part of the record.
 inline const std::string& recordName(const TypeRecord& record, int number) {
   switch (number) {
     case 1: return record.name1;
@@ -53,5 +57,7 @@ inline const std::string& recordName(const TypeRecord& record, int number) {
   }
 }
 
-/// Tells whether a record's type can be used: its pointer is set and its sequence is not empty.
+/// Tells whether a record's type can be used.
+/// @param record of the type table.
+/// @return whether its pointer is set and its sequence is not empty.
 inline bool isReady(const TypeRecord& record) { return record.type != nullptr && !record.members.empty(); }
