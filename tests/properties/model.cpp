@@ -72,8 +72,9 @@ class Rules {
       case Native::kLoadSourceClass: return loadSourceClass(call.sourceFile, call.name);
       case Native::kLoadObjectBundle: return loadObjectBundle(call);
       case Native::kLoadClass: return typeByOwnName(call.name);
-      default: return loadPackageTypes(call.name);
+      case Native::kLoadPackageTypes: break;
     }
+    return loadPackageTypes(call.name);
   }
 
  private:

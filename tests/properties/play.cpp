@@ -196,8 +196,9 @@ std::string resultOf(const World& world, const Call& call, Play& play) {
       return objectText(orva_ClassLoader_loadSourceClass(pointerTo(call.sourceFile), name));
     case Native::kLoadObjectBundle: return objectText(orva_ClassLoader_loadObjectBundle(files, identities, name));
     case Native::kLoadClass: return objectText(orva_SystemClassLoader_loadClass(scripted::token(0), name));
-    default: return resultOfLoadingPackage(world, name);
+    case Native::kLoadPackageTypes: break;
   }
+  return resultOfLoadingPackage(world, name);
 }
 
 std::string resultOrThrown(World& world, const Call& call, Play& play) {

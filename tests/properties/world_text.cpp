@@ -49,6 +49,7 @@ static constexpr Words<Native, kNatives> kNativeNames{{
     {Native::kLoadClass, "loadClass"},
     {Native::kLoadPackageTypes, "loadPackageTypes"},
 }};
+static_assert(kOperationNames.back().second != nullptr && kNativeNames.back().second != nullptr, "one has no name");
 
 static constexpr Words<FileKind, 6> kFileWords{{
     {FileKind::kFolder, "folder"},
