@@ -1,17 +1,19 @@
-// What the host contract kit has to know of a host: a team derives `Hooks` once, defines `hostHooks`, and links the
-// kit with its own host.
+/// What the host contract kit has to know of a host: a team derives `Hooks` once, defines `hostHooks`, and links the
+/// kit with its own host.
+/// @file
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
 
+/// The kit that checks whether a host keeps its side.
 namespace orva::host_contract {
 
 /// A language exception as a program sees it.
 struct Raised {
   std::string exceptionClass;  ///< the short class name, such as "ValueException"
-  std::string message;
+  std::string message;         ///< the complete message
 };
 
 /// The way from the kit into one host. Each check runs in a process of its own, which is forked before anything of the
@@ -42,8 +44,9 @@ class Hooks {
   /// @return its address; null when there is none. Unless overridden: what `dlsym` finds in the process.
   virtual void* boundNative(const char* symbol);
 
-  /// Has a program of the language call a native method that is bound to `native`. What `native` throws must come out
-  /// of this call. Unless overridden: calls it directly, for a host that runs no programs.
+  /// Has a program of the language call a native method. Unless overridden: calls it directly, for a host that runs no
+  /// programs.
+  /// @param native what the method is bound to. What it throws must come out of this call.
   virtual void callNative(void (*native)());
 
   /// Writes a source that declares one public class.
@@ -52,26 +55,38 @@ class Hooks {
   /// @return the text of the source file; empty when this host compiles nothing.
   virtual std::string classSource(const std::string& packageName, const std::string& className);
 
-  /// Writes a source of that class which the compiler refuses, after part of it was understood if that is possible.
+  /// Writes a source of a class that the compiler refuses, after part of it was understood if that is possible.
+  /// @param packageName dotted name of its package.
+  /// @param className short name of the class.
+  /// @return the text of the source file.
   virtual std::string brokenSource(const std::string& packageName, const std::string& className);
 
   /// Writes a source of a public generic class with one type parameter.
+  /// @param packageName dotted name of its package.
+  /// @param className short name of the class.
   /// @return the text; empty when this host has no generic classes.
   virtual std::string genericSource(const std::string& packageName, const std::string& className);
 
   /// Tells where precompiling leaves the object of a source file.
+  /// @param sourceFile path of the source.
   /// @return its path; empty when this host has no object files.
   virtual std::string objectFile(const std::string& sourceFile);
 
   /// Tells the identity that a bundle must give for the object of a source file.
+  /// @param sourceFile path of the source, which is there.
+  /// @return the identity.
   virtual std::string sourceIdentity(const std::string& sourceFile);
 };
 
-/// The hooks of the host that the kit is linked with. The host's team defines this function.
+/// Hands out the hooks of the host that the kit is linked with. The host's team defines this function.
+/// @return the hooks, which live as long as the process.
 Hooks& hostHooks();
 
 /// Runs the checks that a command line asks for and prints what they found; `--help` prints what there is to ask for.
 /// The kit's own `main` does nothing else.
+/// @param argumentCount as `main` was given it.
+/// @param arguments as `main` was given them.
+/// @param hooks of the host to check.
 /// @return the exit status: 0 when no required check is broken, 1 when one is, 2 for a command line that asks for
 ///         nothing that there is.
 int run(int argumentCount, char** arguments, Hooks& hooks);
