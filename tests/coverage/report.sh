@@ -35,7 +35,7 @@ measure() {
 }
 
 measure library '^contract\.' 'classloader runtime_api' tests/contract/contract_tests
-measure host '^(language|reference_host|programs|readme)\.' reference_host bin/orva-host \
+measure host '^(language|reference_host|programs)\.|^docs\.readme$' reference_host bin/orva-host \
   tests/reference_host/reference_host_tests tests/language/language_tests
 
 status=0
