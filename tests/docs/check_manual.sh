@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Checks the manual page of orva-host: that mandoc finds nothing wrong, that it tells of what --help lists and of
+# nothing else, that its messages are in the sources, and that its examples print what they show.
+# Usage: check_manual.sh PROJECT ORVA_HOST
+set -euo pipefail
+here=$(realpath "$(dirname "$0")") project=$1 host=$2
+page=$project/reference_host/program/orva-host.1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+status=0
+
+section() { sed -n "/^\.Sh $1/,/^\.Sh /p" "$page"; }
+same() { diff -u --label "$1" --label "$2" "$work/one" "$work/other" || status=1; }  # NAME NAME
+
+mandoc -T lint -W warning "$page" || status=1
+
+{ "$host" --help; "$host" run --help; } >"$work/help"
+sed -nE 's/^  (--[a-z-]+).*/\1/p' "$work/help" | sort -u >"$work/one"
+section OPTIONS | sed -nE 's/^\.It Fl (-[a-z-]+).*/-\1/p' | sort >"$work/other"
+same 'options of --help' 'options of the page'
+sed -n '/^SUBCOMMANDS:/,/^  Type/s/^  \([a-z-]*\) - .*/\1/p' "$work/help" >"$work/one"
+section COMMANDS | sed -nE 's/^\.It Cm ([a-z-]+).*/\1/p' >"$work/other"
+same 'commands of --help' 'commands of the page'
+"$host" --version | sed 's/^orva-host \([^ ]*\) .*/\1/' >"$work/one"
+sed -n 's/^\.Os orva-classloader //p' "$page" >"$work/other"
+same 'version of the program' 'version of the page'
+
+# Up to what stands for a name or a reason.
+while read -r message; do
+  grep -rqF --include='*.cpp' -- "$message" "$project/reference_host" || { echo "no source says <$message>"; status=1; }
+done < <(section DIAGNOSTICS | sed -nE "s/^\.It \"(orva-host: )?'?([^\"':]*).*/\2/p")
+
+# A session as a page to follow: what `cat` shows is the file, and any other command prints what stands below it.
+section EXAMPLES | awk '
+  function end() { if (open) print "```"; open = 0 }
+  function begin(language) { end(); print "```" language; open = 1 }
+  /^\.Ed/ { end(); session = 0 }
+  session && /^\$ cat / { end(); print "<!-- file: " $3 " -->"; begin("text"); next }
+  session && /^\$ / { begin("sh"); print substr($0, 3); begin("text"); next }
+  session
+  /^\.Bd -literal/ { session = 1 }' >"$work/orva-host.1.md"
+grep -q '^```sh' "$work/orva-host.1.md" || { echo 'the page has no examples'; status=1; }
+cd "$work"
+PATH=$(dirname "$host"):$PATH "$here/follow.py" orva-host.1.md || status=1
+exit "$status"
