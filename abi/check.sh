@@ -25,7 +25,7 @@ dump() {  # SHARED_LIBRARY FILE
 
 measure_library() {
   local library
-  build_library . "$work/library" -DBUILD_SHARED_LIBS=ON -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE= \
+  build_library . "$work/library" -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE= \
     -DCMAKE_CXX_FLAGS="$flags" || fail "the library does not build"
   library=$(find_library "$work/library" so)
   exported_symbols "$library" >"$work/exported_symbols.txt"

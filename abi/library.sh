@@ -4,11 +4,12 @@ export LC_ALL=C
 
 build_library() {  # ROOT FOLDER CMAKE_OPTION…
   {
-    cmake -S "$1" -B "$2" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_HOST_CONTRACT=OFF "${@:3}" && cmake --build "$2"
+    cmake -S "$1" -B "$2" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_HOST_CONTRACT=OFF "${@:3}" &&
+      cmake --build "$2"
   } >"$2.log" 2>&1 || { cat "$2.log" >&2; return 1; }
 }
 
-find_library() { find "$1" -name 'liborva[-_]classloader.'"$2"; }  # FOLDER a|so
+find_library() { find "$1" -name "liborva-classloader.$2"; }  # FOLDER a|so
 
 exported_symbols() { nm -D --defined-only "$1" | awk '{ print $NF }' | sort; }  # SHARED_LIBRARY
 

@@ -1,11 +1,10 @@
-# What the checks of this folder share: the project's root, the built libraries, a temporary folder, and how a check
-# fails.
+# What checks share that build for themselves: the project's root, a temporary folder, how a check fails; and, for those
+# of this folder, the built libraries.
 # shellcheck shell=bash disable=SC2034
 set -euo pipefail
 
-usage="usage: $0 ROOT LIBRARIES, which are the root of the project and the folder of libraries.sh"
-root=${1:?$usage}
-libraries=${2:?$usage}
+root=${1:?usage: $0 <root of the project> [<folder of libraries.sh>]}
+libraries=${2:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -15,8 +14,8 @@ source "$root/abi/library.sh"
 compilers=(g++ clang++ clang++-19)
 warnings=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror)
 
-archive() { find_library "$libraries/$1-OFF" a; }         # COMPILER
-shared_library() { find_library "$libraries/$1-ON" so; }  # COMPILER
+archive() { find_library "$libraries/$1" a; }          # COMPILER
+shared_library() { find_library "$libraries/$1" so; }  # COMPILER
 
 fail() {
   printf '%s: %s\n' "$(basename "$0")" "$*" >&2

@@ -1,0 +1,46 @@
+# What `cmake --install` writes. Its three components are what the Debian packages hold:
+# `runtime` (the shared library), `development` (what a host is built with) and `host` (the reference host).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(headers ${CMAKE_INSTALL_INCLUDEDIR}/orva-classloader)
+set(config ${CMAKE_INSTALL_LIBDIR}/cmake/OrvaClassLoader)
+set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+foreach(kind IN ITEMS static shared)
+  install(TARGETS orva_classloader_${kind} EXPORT classloader_${kind}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    INCLUDES DESTINATION ${headers})
+  install(EXPORT classloader_${kind} FILE classloader_${kind}.cmake NAMESPACE orva::
+    DESTINATION ${config} COMPONENT development)
+endforeach()
+
+# The headers that the libraries were built with; the host's may include others that lie beside them.
+install(FILES classloader/natives.h DESTINATION ${headers}/classloader COMPONENT development)
+list(TRANSFORM orva_own_headers PREPEND runtime_api/ OUTPUT_VARIABLE own_headers)
+install(FILES ${own_headers} DESTINATION ${headers}/runtime_api COMPONENT development)
+if(ORVA_RUNTIME_API_DIR)
+  install(DIRECTORY ${ORVA_RUNTIME_API_DIR}/runtime_api DESTINATION ${headers} COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
+endif()
+
+configure_package_config_file(cmake/OrvaClassLoaderConfig.cmake.in OrvaClassLoaderConfig.cmake
+  INSTALL_DESTINATION ${config} PATH_VARS CMAKE_INSTALL_LIBDIR NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(OrvaClassLoaderConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/OrvaClassLoaderConfig.cmake ${PROJECT_BINARY_DIR}/OrvaClassLoaderConfigVersion.cmake
+  DESTINATION ${config} COMPONENT development)
+
+file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig} /prefix)
+configure_file(cmake/orva-classloader.pc.in orva-classloader.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/orva-classloader.pc DESTINATION ${pkgconfig} COMPONENT development)
+
+# The program looks for its standard library in ../share/orva, seen from its own folder.
+if(ORVA_REFERENCE_HOST)
+  if(BUILD_SHARED_LIBS)
+    set_target_properties(orva-host PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  endif()
+  install(TARGETS orva-host RUNTIME DESTINATION bin COMPONENT host)
+  install(DIRECTORY reference_host/stdlib DESTINATION share/orva COMPONENT host)
+endif()

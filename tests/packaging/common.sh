@@ -1,0 +1,53 @@
+# What the checks of this folder share: how the library is installed, and how a consumer is built and judged.
+# shellcheck shell=bash source-path=SCRIPTDIR source=../symbols/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../symbols/common.sh"
+
+require cmake ninja pkg-config readelf g++ clang++
+
+here=$root/tests/packaging
+cp -r "$here/consumer" "$work/consumer"
+cp "$root/tests/symbols/plain_host.h" "$work/consumer"
+
+build() { # source folder, build folder, options of CMake…
+  { cmake -S "$1" -B "$2" -G Ninja "${@:3}" && cmake --build "$2"; } >"$2.log" 2>&1
+}
+
+must_build() {
+  build "$@" || fail "$2 does not build: $(cat "$2.log")"
+}
+
+# Into a folder that is moved afterwards; the build folder is gone by then.
+install_library() { # prefix, options of CMake…
+  must_build "$root" "$work/library" -DCMAKE_BUILD_TYPE=Release -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF "${@:2}"
+  cmake --install "$work/library" --prefix "$work/first" >"$work/install.log"
+  rm -r "$work/library"
+  mv "$work/first" "$1"
+}
+
+must_run() { # static or shared, program
+  local needed
+  "$2" || fail "$2: the host and the library do not agree"
+  needed=$(readelf -d "$2" | grep -c 'NEEDED.*\[liborva-classloader\.so\.0\]') || true
+  [[ $1:$needed == static:0 || $1:$needed == shared:1 ]] || fail "$2 is not linked to the $1 library"
+}
+
+# Builds the consumer as a CMake project and runs it.
+check_consumer() { # compiler, static or shared, options of CMake…
+  local folder=$work/$1-$2 shared=OFF
+  [[ $2 == static ]] || shared=ON
+  rm -rf "$folder"
+  must_build "$work/consumer" "$folder" -DCMAKE_CXX_COMPILER="$1" -DBUILD_SHARED_LIBS=$shared "${@:3}"
+  must_run "$2" "$folder/consumer"
+}
+
+# Builds it without CMake, by what pkg-config says.
+check_consumer_by_pkg_config() { # compiler, static or shared
+  local program=$work/$1-$2-by-pkg-config libraries link
+  libraries=$(pkg-config --variable=libdir orva-classloader)
+  link="$(pkg-config --libs orva-classloader) -Wl,-rpath,$libraries"
+  [[ $2 == shared ]] || link="-rdynamic -Wl,--whole-archive $libraries/liborva-classloader.a -Wl,--no-whole-archive"
+  # shellcheck disable=SC2046,SC2086  # lists of flags
+  "$1" -std=c++17 "$work/consumer/host.cpp" -o "$program" $(pkg-config --cflags orva-classloader) $link ||
+    fail "$program does not build"
+  must_run "$2" "$program"
+}

@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Makes the Debian packages, installs them, builds hosts with them, runs a program, and removes them again.
+# Usage: debian_packages.sh PROJECT BUILD_FOLDER; the package of the reference host is made of what was built there.
+# shellcheck source-path=SCRIPTDIR source=common.sh
+source "$(dirname "$0")/common.sh"
+
+require cpack dpkg-shlibdeps file unshare
+packages=(orva-reference-host liborva-classloader-dev liborva-classloader0)
+
+installed_here() { dpkg-query -W -f '${Package} ${Status}\n' "${packages[@]}" 2>&1 || true; }
+every_file() { find /etc /opt /usr /var/lib/dpkg/info -xdev | sort; }
+
+use_hosts() {
+  local compiler kind
+  for compiler in g++ clang++; do
+    for kind in static shared; do
+      check_consumer "$compiler" "$kind"
+      check_consumer_by_pkg_config "$compiler" "$kind"
+    done
+  done
+}
+
+use_program() {
+  local expected=/usr/share/orva/stdlib/orva/Console.ov printed
+  printf 'class Main { static void main() { %s } }\n' \
+    'Console.print(ClassLoader.getTypeByName("orva.Console").source());' >Main.ov
+  printed=$(orva-host run Main.ov)
+  [[ $printed == "$expected" ]] || fail "orva-host printed '$printed', expected '$expected'"
+}
+
+# Runs where the packages are installed.
+use_packages() {
+  [[ ! -e $root/README.md ]] || fail "the checkout is still there"
+  ldconfig -p | grep -q 'liborva-classloader\.so\.0 ' || fail "the shared library is not in the linker's cache"
+  use_hosts
+  use_program
+  dpkg --purge "${packages[@]}" >purged 2>&1 || fail "the packages cannot be removed: $(cat purged)"
+  ! grep -iE 'warning|error' purged >&2 || fail "removing the packages is not clean"
+  ! ldconfig -p | grep liborva >&2 || fail "the linker's cache still names the library"
+  every_file >after
+  ! comm -13 before after | grep . >&2 || fail "files that removing the packages left behind"
+}
+
+{
+  (cd "$root" && cmake --preset packages -B "$work/library" -DORVA_REFERENCE_HOST=OFF) &&
+    cmake --build "$work/library" && (cd "$work/library" && cpack -B "$work/made") &&
+    cpack --config "$2/CPackConfig.cmake" -D CPACK_COMPONENTS_ALL=host -B "$work/made"
+} >"$work/made.log" 2>&1 || fail "the packages cannot be made: $(cat "$work/made.log")"
+
+for package in "${packages[@]}"; do
+  dpkg-deb --field "$work"/made/"${package}"_*.deb Depends
+done >"$work/dependencies"
+for dependency in 'libllvm19' 'liborva-classloader0 (= 0.1.0)' 'libc6 (>= '; do
+  grep -qF "$dependency" "$work/dependencies" || fail "no package depends on $dependency: $(cat "$work/dependencies")"
+done
+
+cd "$work"
+every_file >before
+installed_here >here_before
+"$here/with_packages.sh" "$work/made" \
+  bash -euo pipefail -c "$(declare -p root work here packages); $(declare -f); use_packages" "$(basename "$0")"
+installed_here | diff here_before - >&2 || fail "the machine itself was changed"

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Builds a host that has this project in a folder of its own, static and shared.
+# shellcheck source-path=SCRIPTDIR source=common.sh
+source "$(dirname "$0")/common.sh"
+
+for compiler in g++ clang++; do
+  for kind in static shared; do
+    check_consumer "$compiler" "$kind" -DORVA_SOURCE="$root"
+    built=$(find "$work/$compiler-$kind" -type f -name 'liborva*' -printf '%f\n')
+    [[ $kind:$built == static:*.a || $kind:$built == shared:*.so.0.1.0 ]] || fail "$kind: built '$built'"
+    cmake --install "$work/$compiler-$kind" --prefix "$work/installed" >"$work/install.log"
+    [[ ! -e $work/installed ]] || fail "an embedded project installs files that its host did not ask for"
+  done
+done

@@ -1,0 +1,20 @@
+// A host's own reflection.h: another record, whose names are no `std::string`, read through the two accessors.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string_view>
+
+#include "runtime_api/record.h"
+
+extern "C" {
+int32_t Reflection_getTypeCount(void);
+const char* Reflection_getTypeName(int32_t index);
+const char* Reflection_getTypeFullName(int32_t index);
+}
+
+extern std::mutex gReflectionMutex;
+extern std::vector<TypeRecord> gTypes;
+
+inline std::string_view recordName(const TypeRecord& record, int number) { return record.names[number - 1]; }
+inline bool isReady(const TypeRecord& record) { return record.type != nullptr && !record.members.empty(); }

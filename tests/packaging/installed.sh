@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Installs the library, moves it, and builds hosts with what lies there, static and shared, by CMake and by pkg-config.
+# shellcheck source-path=SCRIPTDIR source=common.sh
+source "$(dirname "$0")/common.sh"
+
+prefix=$work/moved
+headers=$prefix/include/orva-classloader
+libraries=$prefix/lib
+install_library "$prefix"
+export CMAKE_PREFIX_PATH=$prefix PKG_CONFIG_PATH=$libraries/pkgconfig
+
+(cd "$prefix" && find include lib ! -type d ! -path 'lib/cmake/*' | sort) >"$work/found"
+sort >"$work/expected" <<'END'
+include/orva-classloader/classloader/natives.h
+include/orva-classloader/runtime_api/compiler.h
+include/orva-classloader/runtime_api/reflection.h
+include/orva-classloader/runtime_api/runtime.h
+lib/liborva-classloader.a
+lib/liborva-classloader.so
+lib/liborva-classloader.so.0
+lib/liborva-classloader.so.0.1.0
+lib/pkgconfig/orva-classloader.pc
+END
+same "what is installed" "$work/expected" "$work/found"
+! grep -rIFl -e "$root" -e "$work" "$prefix" >&2 || fail "files name the folders that they were built in"
+readelf -d "$libraries/liborva-classloader.so" | grep -q 'SONAME.*\[liborva-classloader\.so\.0\]' || fail "another soname"
+
+for compiler in g++ clang++; do
+  for kind in static shared; do
+    check_consumer "$compiler" "$kind"
+    check_consumer_by_pkg_config "$compiler" "$kind"
+  done
+  for standard in c++17 c++20 c++2b; do
+    for header in classloader/natives.h runtime_api/{compiler,reflection,runtime}.h; do
+      "$compiler" -std="$standard" "${warnings[@]}" -I"$headers" -fsyntax-only -include "$header" -xc++ /dev/null ||
+        fail "$header does not compile alone as $standard with $compiler"
+    done
+  done
+done
+for compiler in gcc clang; do
+  "$compiler" -std=c11 -Wall -Wextra -Wpedantic -Werror -I"$headers" -fsyntax-only -include classloader/natives.h \
+    -xc /dev/null || fail "natives.h does not compile as C11 with $compiler"
+done
+
+! build "$work/consumer" "$work/other-version" -DORVA_VERSION=0.0 || fail "another minor version is taken for this one"
+
+sed -i '/^void\* Orva_allocObject(/d' "$work/consumer/plain_host.h"
+for kind in OFF ON; do
+  ! build "$work/consumer" "$work/lacking-$kind" -DBUILD_SHARED_LIBS="$kind" || fail "a host links without a neighbour"
+  grep -q "undefined reference to \`Orva_allocObject'" "$work/lacking-$kind.log" ||
+    fail "the missing neighbour is not named: $(cat "$work/lacking-$kind.log")"
+done
+cp "$root/tests/symbols/plain_host.h" "$work/consumer"
+
+mv "$libraries/liborva-classloader.a" "$work"
+check_consumer g++ shared -DBUILD_SHARED_LIBS=OFF
+mv "$work/liborva-classloader.a" "$libraries"
+rm "$libraries"/liborva-classloader.so*
+check_consumer g++ static -DBUILD_SHARED_LIBS=ON

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Runs a command on this machine as it would be with some Debian packages installed, and leaves the machine as it is:
+# the command sees a copy of the root file system that keeps no change. It is run in the current folder, which alone is
+# the real one, and does not see this checkout, so that it uses what the packages hold and nothing else.
+# Usage: with_packages.sh FOLDER COMMAND [ARGUMENT…], as root; FOLDER holds the packages. 77 says that this is not root.
+set -euo pipefail
+
+checkout=$(realpath "$(dirname "$0")/../..")
+[ $# -ge 2 ] || { echo "usage: $0 FOLDER COMMAND [ARGUMENT…]" >&2; exit 2; }
+if [ "$(id -u)" -ne 0 ]; then
+  echo "$(basename "$0"): only root can install packages" >&2
+  exit 77
+fi
+case "$checkout/" in "${PWD%/}"/*)
+  echo "$(basename "$0"): the current folder holds the checkout that is to be hidden: $PWD" >&2
+  exit 2
+esac
+
+# The mounts below are seen by the second process and its children alone, and end with them.
+if [ -z "${ORVA_MACHINE:-}" ]; then
+  ORVA_MACHINE=$(mktemp -d)
+  trap 'rmdir "$ORVA_MACHINE"' EXIT
+  export ORVA_MACHINE
+  unshare --mount --propagation private "$0" "$@"
+  exit
+fi
+
+mount -t tmpfs none "$ORVA_MACHINE"
+machine=$ORVA_MACHINE/root
+mkdir "$ORVA_MACHINE"/{changes,work,root}
+mount -t overlay none -o "lowerdir=/,upperdir=$ORVA_MACHINE/changes,workdir=$ORVA_MACHINE/work" "$machine"
+mount --rbind /proc "$machine/proc"
+mount --rbind /dev "$machine/dev"
+mkdir -p "$machine$checkout"
+mount -t tmpfs none "$machine$checkout"
+mkdir -p "$machine$PWD"
+mount --bind "$PWD" "$machine$PWD"
+log=$ORVA_MACHINE/dpkg.log
+dpkg --root="$machine" --install "$1"/*.deb >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
+exec env -u ORVA_MACHINE chroot "$machine" env -C "$PWD" "${@:2}"
