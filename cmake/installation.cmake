@@ -16,6 +16,23 @@ foreach(kind IN ITEMS static shared)
     DESTINATION ${config} COMPONENT development)
 endforeach()
 
+# The kit, and the host from which teams start.
+if(TARGET orva_host_contract)
+  install(TARGETS orva_host_contract EXPORT host_contract
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+    INCLUDES DESTINATION ${headers})
+  install(EXPORT host_contract NAMESPACE orva:: DESTINATION ${config} COMPONENT development)
+  install(FILES host_contract/hooks.h DESTINATION ${headers}/host_contract COMPONENT development)
+  install(DIRECTORY examples/minimal_host DESTINATION ${CMAKE_INSTALL_DATADIR}/orva-classloader/examples
+    COMPONENT development)
+endif()
+
+# The pages for host teams, where they lead to each other.
+set(documents ${CMAKE_INSTALL_DATADIR}/doc/orva-classloader)
+install(FILES README.md CHANGELOG.md DESTINATION ${documents} COMPONENT development)
+install(FILES docs/host-guide.md docs/natives.md docs/neighbours.md docs/threads.md DESTINATION ${documents}/docs
+  COMPONENT development)
+
 # The headers that the libraries were built with; the host's may include others that lie beside them.
 install(FILES classloader/natives.h DESTINATION ${headers}/classloader COMPONENT development)
 list(TRANSFORM orva_own_headers PREPEND runtime_api/ OUTPUT_VARIABLE own_headers)
@@ -43,4 +60,5 @@ if(ORVA_REFERENCE_HOST)
   endif()
   install(TARGETS orva-host RUNTIME DESTINATION bin COMPONENT host)
   install(DIRECTORY reference_host/stdlib DESTINATION share/orva COMPONENT host)
+  install(FILES reference_host/program/orva-host.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
 endif()

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, installs them, builds hosts with them, runs a program, and removes them again.
-# Usage: debian_packages.sh PROJECT BUILD_FOLDER; the package of the reference host is made of what was built there.
+# Installs the Debian packages, builds hosts with them, runs a program, and removes them again.
+# Usage: debian_packages.sh PROJECT FOLDER; the folder holds the packages.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
-require cpack dpkg-shlibdeps file unshare
+require unshare
+made=$2
 packages=(orva-reference-host liborva-classloader-dev liborva-classloader0)
 
 installed_here() { dpkg-query -W -f '${Package} ${Status}\n' "${packages[@]}" 2>&1 || true; }
@@ -26,6 +27,7 @@ use_program() {
     'Console.print(ClassLoader.getTypeByName("orva.Console").source());' >Main.ov
   printed=$(orva-host run Main.ov)
   [[ $printed == "$expected" ]] || fail "orva-host printed '$printed', expected '$expected'"
+  [[ -f /usr/share/man/man1/orva-host.1 ]] || fail "the manual page of orva-host is missing"
 }
 
 # Runs where the packages are installed.
@@ -41,14 +43,8 @@ use_packages() {
   ! comm -13 before after | grep . >&2 || fail "files that removing the packages left behind"
 }
 
-{
-  (cd "$root" && cmake --preset packages -B "$work/library" -DORVA_REFERENCE_HOST=OFF) &&
-    cmake --build "$work/library" && (cd "$work/library" && cpack -B "$work/made") &&
-    cpack --config "$2/CPackConfig.cmake" -D CPACK_COMPONENTS_ALL=host -B "$work/made"
-} >"$work/made.log" 2>&1 || fail "the packages cannot be made: $(cat "$work/made.log")"
-
 for package in "${packages[@]}"; do
-  dpkg-deb --field "$work"/made/"${package}"_*.deb Depends
+  dpkg-deb --field "$made/${package}"_*.deb Depends
 done >"$work/dependencies"
 for dependency in 'libllvm19' 'liborva-classloader0 (= 0.1.0)' 'libc6 (>= '; do
   grep -qF "$dependency" "$work/dependencies" || fail "no package depends on $dependency: $(cat "$work/dependencies")"
@@ -57,6 +53,6 @@ done
 cd "$work"
 every_file >before
 installed_here >here_before
-"$here/with_packages.sh" "$work/made" \
+"$here/with_packages.sh" "$made" \
   bash -euo pipefail -c "$(declare -p root work here packages); $(declare -f); use_packages" "$(basename "$0")"
 installed_here | diff here_before - >&2 || fail "the machine itself was changed"

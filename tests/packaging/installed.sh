@@ -12,6 +12,7 @@ export CMAKE_PREFIX_PATH=$prefix PKG_CONFIG_PATH=$libraries/pkgconfig
 (cd "$prefix" && find include lib ! -type d ! -path 'lib/cmake/*' | sort) >"$work/found"
 sort >"$work/expected" <<'END'
 include/orva-classloader/classloader/natives.h
+include/orva-classloader/host_contract/hooks.h
 include/orva-classloader/runtime_api/compiler.h
 include/orva-classloader/runtime_api/reflection.h
 include/orva-classloader/runtime_api/runtime.h
@@ -19,6 +20,7 @@ lib/liborva-classloader.a
 lib/liborva-classloader.so
 lib/liborva-classloader.so.0
 lib/liborva-classloader.so.0.1.0
+lib/liborva-host-contract.a
 lib/pkgconfig/orva-classloader.pc
 END
 same "what is installed" "$work/expected" "$work/found"
@@ -31,7 +33,7 @@ for compiler in g++ clang++; do
     check_consumer_by_pkg_config "$compiler" "$kind"
   done
   for standard in c++17 c++20 c++2b; do
-    for header in classloader/natives.h runtime_api/{compiler,reflection,runtime}.h; do
+    for header in classloader/natives.h host_contract/hooks.h runtime_api/{compiler,reflection,runtime}.h; do
       "$compiler" -std="$standard" "${warnings[@]}" -I"$headers" -fsyntax-only -include "$header" -xc++ /dev/null ||
         fail "$header does not compile alone as $standard with $compiler"
     done

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Makes the Debian packages, for the tests that install them.
+# Usage: make_packages.sh PROJECT BUILD FOLDER; the package of the reference host is made of what was built in BUILD.
+# shellcheck source-path=SCRIPTDIR source=../symbols/common.sh
+source "$(dirname "$0")/../symbols/common.sh"
+
+require cmake ninja cpack dpkg-shlibdeps file
+made=$3
+rm -rf "$made"
+
+{
+  (cd "$root" && cmake --preset packages -B "$work/library" -DORVA_REFERENCE_HOST=OFF) &&
+    cmake --build "$work/library" && (cd "$work/library" && cpack -B "$made") &&
+    cpack --config "$2/CPackConfig.cmake" -D CPACK_COMPONENTS_ALL=host -B "$made"
+} >"$work/log" 2>&1 || fail "the packages cannot be made: $(cat "$work/log")"
