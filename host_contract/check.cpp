@@ -17,7 +17,7 @@ const std::vector<Check>& allChecks() {
   static const std::vector<Check> checks = [] {
     std::vector<Check> all;
     for (const auto& room : {exceptionChecks, typeChecks, listChecks, registryChecks, nativeChecks, classPathChecks,
-                             packageChecks, sourceChecks, genericChecks, objectChecks}) {
+                             packageChecks, sourceChecks, precompilingChecks, genericChecks, objectChecks}) {
       for (Check& check : room()) all.push_back(std::move(check));
     }
     return all;

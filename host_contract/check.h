@@ -32,6 +32,19 @@ struct Check {
   std::string fullName() const { return room + "." + name; }
 };
 
+/// Makes the checks of one room.
+struct Room {
+  std::string name;
+  Needs needs = Needs::nothing;
+
+  Check required(const char* check, void (*run)(Trial&), const char* because) const {
+    return {name, check, Weight::required, needs, because, run};
+  }
+  Check advised(const char* check, void (*run)(Trial&), const char* because) const {
+    return {name, check, Weight::advised, needs, because, run};
+  }
+};
+
 /// Thrown by a check that the host does not keep.
 struct Broken {
   std::string seen;
@@ -72,6 +85,7 @@ std::vector<Check> nativeChecks();
 std::vector<Check> classPathChecks();
 std::vector<Check> packageChecks();
 std::vector<Check> sourceChecks();
+std::vector<Check> precompilingChecks();
 std::vector<Check> genericChecks();
 std::vector<Check> objectChecks();
 

@@ -85,30 +85,29 @@ static void cachesAreDroppedWithTheClassPath(Trial& trial) {
 }
 
 std::vector<Check> classPathChecks() {
-  const auto check = [](Weight weight, Needs needs, const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"class_path", name, weight, needs, because, run};
-  };
-  const Weight required = Weight::required;
-  const Weight advised = Weight::advised;
+  const Room room{"class_path"};
+  const Room withSources{"class_path", Needs::sources};
   return {
-      check(required, Needs::nothing, "ThereIsOneRuntime", thereIsOneRuntime,
-            "A root would be added to one class path and searched for in another."),
-      check(required, Needs::nothing, "AnAddedRootIsInTheList", anAddedRootIsInTheList,
-            "Packages are searched below the listed roots; those of the new root would not be found."),
-      check(advised, Needs::nothing, "LaterRootsComeLater", laterRootsComeLater,
-            "The first root that holds a package wins; a new root would hide what programs use already."),
-      check(advised, Needs::nothing, "ARefusedRootChangesNothing", aRefusedRootChangesNothing,
-            "A program that is told 0 would find its root searched all the same, or an older one gone."),
-      check(advised, Needs::nothing, "AListStaysAsItIsWhileRootsAreAdded", aListStaysAsItIsWhileRootsAreAdded,
-            "A thread that loads a package reads the list in place, without a lock; another that adds a root would "
-            "pull it away."),
-      check(required, Needs::nothing, "TheStandardLibraryHoldsTheLoaders", theStandardLibraryHoldsTheLoaders,
-            "The first call of getSystem loads these two files; it would fail in every program. A host without them "
-            "answers an empty path."),
-      check(required, Needs::sources, "AClassUnderAnAddedRootIsFound", aClassUnderAnAddedRootIsFound,
-            "Programs add roots to reach the classes below them; those classes would stay unknown."),
-      check(required, Needs::sources, "CachesAreDroppedWithTheClassPath", cachesAreDroppedWithTheClassPath,
-            "A class that was looked for too early would stay unknown for the life of the process."),
+      room.required("ThereIsOneRuntime", thereIsOneRuntime,
+                    "A root would be added to one class path and searched for in another."),
+      room.required("AnAddedRootIsInTheList", anAddedRootIsInTheList,
+                    "Packages are searched below the listed roots; those of the new root would not be found."),
+      room.advised("LaterRootsComeLater", laterRootsComeLater,
+                   "The first root that holds a package wins; a new root would hide what programs use already."),
+      room.advised("ARefusedRootChangesNothing", aRefusedRootChangesNothing,
+                   "A program that is told 0 would find its root searched all the same, or an older one gone."),
+      room.advised(
+          "AListStaysAsItIsWhileRootsAreAdded", aListStaysAsItIsWhileRootsAreAdded,
+          "A thread that loads a package reads the list in place, without a lock; another that adds a root would "
+          "pull it away."),
+      room.required(
+          "TheStandardLibraryHoldsTheLoaders", theStandardLibraryHoldsTheLoaders,
+          "The first call of getSystem loads these two files; it would fail in every program. A host without them "
+          "answers an empty path."),
+      withSources.required("AClassUnderAnAddedRootIsFound", aClassUnderAnAddedRootIsFound,
+                           "Programs add roots to reach the classes below them; those classes would stay unknown."),
+      withSources.required("CachesAreDroppedWithTheClassPath", cachesAreDroppedWithTheClassPath,
+                           "A class that was looked for too early would stay unknown for the life of the process."),
   };
 }
 

@@ -74,27 +74,26 @@ static void anExceptionBelongsToItsThread(Trial& trial) {
 }
 
 std::vector<Check> exceptionChecks() {
-  const auto required = [](const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"exceptions", name, Weight::required, Needs::nothing, because, run};
-  };
+  const Room room{"exceptions"};
   return {
-      required("RaiseReturns", raiseReturns,
-               "A native that raises would leave by a C++ exception, in place of its failure value."),
-      required("RaiseCopiesTheClassName", raiseCopiesTheClassName,
-               "The exception's class would be read from memory that is used for something else."),
-      required("RaiseCopiesTheMessage", raiseCopiesTheMessage,
-               "The message is often the text of a C++ exception that is destroyed right after the call; programs "
-               "would see freed memory."),
-      required("MessagesArriveWhole", messagesArriveWhole,
-               "Messages hold file names and compiler errors of any bytes and length, or nothing; programs would see "
-               "others, or the process would crash."),
-      required("EveryRaisedClassIsKnown", everyRaisedClassIsKnown,
-               "The library raises these five classes by their short names; a program could not catch what the "
-               "runtime does not know."),
-      required("ARaisingNativeLeavesOneException", aRaisingNativeLeavesOneException,
-               "A program would see none of a native's failures, or one of them twice."),
-      required("AnExceptionBelongsToItsThread", anExceptionBelongsToItsThread,
-               "A failure on one thread would be thrown in the program of another."),
+      room.required("RaiseReturns", raiseReturns,
+                    "A native that raises would leave by a C++ exception, in place of its failure value."),
+      room.required("RaiseCopiesTheClassName", raiseCopiesTheClassName,
+                    "The exception's class would be read from memory that is used for something else."),
+      room.required("RaiseCopiesTheMessage", raiseCopiesTheMessage,
+                    "The message is often the text of a C++ exception that is destroyed right after the call; programs "
+                    "would see freed memory."),
+      room.required(
+          "MessagesArriveWhole", messagesArriveWhole,
+          "Messages hold file names and compiler errors of any bytes and length, or nothing; programs would see "
+          "others, or the process would crash."),
+      room.required("EveryRaisedClassIsKnown", everyRaisedClassIsKnown,
+                    "The library raises these five classes by their short names; a program could not catch what the "
+                    "runtime does not know."),
+      room.required("ARaisingNativeLeavesOneException", aRaisingNativeLeavesOneException,
+                    "A program would see none of a native's failures, or one of them twice."),
+      room.required("AnExceptionBelongsToItsThread", anExceptionBelongsToItsThread,
+                    "A failure on one thread would be thrown in the program of another."),
   };
 }
 

@@ -57,18 +57,18 @@ static void anInstanceHasAReadyRecord(Trial& trial) {
 }
 
 std::vector<Check> genericChecks() {
-  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"generics", name, weight, Needs::generics, because, run};
-  };
+  const Room room{"generics", Needs::generics};
   return {
-      check(Weight::required, "AnInstanceIsFound", anInstanceIsFound,
-            "Materialising must name a source whose load makes the instance known; programs could not look instances "
-            "up."),
-      check(Weight::advised, "AnInstanceIsFoundInAnySpacing", anInstanceIsFoundInAnySpacing,
-            "The library finds the record in any spacing and then asks Orva_typeByName for the name as it was written; "
-            "the program would get null, or a second type."),
-      check(Weight::advised, "AnInstanceHasAReadyRecord", anInstanceHasAReadyRecord,
-            "Each look-up of the instance would generate and load it again."),
+      room.required(
+          "AnInstanceIsFound", anInstanceIsFound,
+          "Materialising must name a source whose load makes the instance known; programs could not look instances "
+          "up."),
+      room.advised(
+          "AnInstanceIsFoundInAnySpacing", anInstanceIsFoundInAnySpacing,
+          "The library finds the record in any spacing and then asks Orva_typeByName for the name as it was written; "
+          "the program would get null, or a second type."),
+      room.advised("AnInstanceHasAReadyRecord", anInstanceHasAReadyRecord,
+                   "Each look-up of the instance would generate and load it again."),
   };
 }
 

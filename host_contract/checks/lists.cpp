@@ -63,22 +63,22 @@ static void theIndexHas64Bits(Trial& trial) {
 }
 
 std::vector<Check> listChecks() {
-  const auto required = [](const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"lists", name, Weight::required, Needs::nothing, because, run};
-  };
+  const Room room{"lists"};
   return {
-      required("SizesCountTheElements", sizesCountTheElements,
-               "The library reads as many elements as the size says; files would be left out, or memory behind the "
-               "list would be read."),
-      required("ElementsComeInOrder", elementsComeInOrder,
-               "Element i of the identities belongs to object i; objects would be refused, or sources compiled in "
-               "another order than the program gave."),
-      required("NullElementsComeAsNull", nullElementsComeAsNull,
-               "A program's null in a list would be taken for a file, in place of the exception that names the list."),
-      required("EmptyStringsComeAsEmptyStrings", emptyStringsComeAsEmptyStrings,
-               "A list with an empty string would be refused as one with a null."),
-      required("TheIndexHas64Bits", theIndexHas64Bits,
-               "The index is passed in 64 bits; a host that takes 32 reads a wrong register, or a wrong element."),
+      room.required(
+          "SizesCountTheElements", sizesCountTheElements,
+          "The library reads as many elements as the size says; files would be left out, or memory behind the "
+          "list would be read."),
+      room.required("ElementsComeInOrder", elementsComeInOrder,
+                    "Element i of the identities belongs to object i; objects would be refused, or sources compiled in "
+                    "another order than the program gave."),
+      room.required(
+          "NullElementsComeAsNull", nullElementsComeAsNull,
+          "A program's null in a list would be taken for a file, in place of the exception that names the list."),
+      room.required("EmptyStringsComeAsEmptyStrings", emptyStringsComeAsEmptyStrings,
+                    "A list with an empty string would be refused as one with a null."),
+      room.required("TheIndexHas64Bits", theIndexHas64Bits,
+                    "The index is passed in 64 bits; a host that takes 32 reads a wrong register, or a wrong element."),
   };
 }
 

@@ -83,22 +83,23 @@ static void anUnknownTypeIsNoFailure(Trial& trial) {
 }
 
 std::vector<Check> nativeChecks() {
-  const auto required = [](const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"natives", name, Weight::required, Needs::nothing, because, run};
-  };
+  const Room room{"natives"};
   return {
-      required("NativesAreBoundByTheirPlainSymbols", nativesAreBoundByTheirPlainSymbols,
-               "A program that calls the method would be told that it is missing, or would call another function."),
-      required("TheMutexIsFreeAtEveryNativesEntry", theMutexIsFreeAtEveryNativesEntry,
-               "getTypeByName locks it for a generic name; the program would wait for itself."),
-      required("ThrownObjectsPassTheCallersFrames", thrownObjectsPassTheCallersFrames,
-               "Six natives let what is no std::exception through; the process would end in the caller's frame."),
-      required("StandardExceptionsPassTheCallersFrames", standardExceptionsPassTheCallersFrames,
-               "addSourceRoot and loadClass bridge nothing, and getTypeByName not its last step; the process would end "
-               "in the caller's frame."),
-      required("AnUnknownTypeIsNoFailure", anUnknownTypeIsNoFailure,
-               "Programs ask whether a type exists; the class path must answer an empty path for a class that it has "
-               "not, or each such question would fail."),
+      room.required(
+          "NativesAreBoundByTheirPlainSymbols", nativesAreBoundByTheirPlainSymbols,
+          "A program that calls the method would be told that it is missing, or would call another function."),
+      room.required("TheMutexIsFreeAtEveryNativesEntry", theMutexIsFreeAtEveryNativesEntry,
+                    "getTypeByName locks it for a generic name; the program would wait for itself."),
+      room.required("ThrownObjectsPassTheCallersFrames", thrownObjectsPassTheCallersFrames,
+                    "Six natives let what is no std::exception through; the process would end in the caller's frame."),
+      room.required(
+          "StandardExceptionsPassTheCallersFrames", standardExceptionsPassTheCallersFrames,
+          "addSourceRoot and loadClass bridge nothing, and getTypeByName not its last step; the process would end "
+          "in the caller's frame."),
+      room.required(
+          "AnUnknownTypeIsNoFailure", anUnknownTypeIsNoFailure,
+          "Programs ask whether a type exists; the class path must answer an empty path for a class that it has "
+          "not, or each such question would fail."),
   };
 }
 

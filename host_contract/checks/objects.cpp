@@ -60,24 +60,22 @@ static void aDamagedObjectThrowsAStandardException(Trial& trial) {
 static void anEmptyBundleIsHarmless(Trial& /*trial*/) { Compiler::ensureObjectBundleLoadedInActiveJit({}, {}); }
 
 std::vector<Check> objectChecks() {
-  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"objects", name, weight, Needs::objects, because, run};
-  };
-  const Weight required = Weight::required;
+  const Room room{"objects", Needs::objects};
   return {
-      check(required, "ABundleRegistersItsTypes", aBundleRegistersItsTypes,
-            "The library looks for the plugin's type once its bundle is loaded; every plugin would fail."),
-      check(required, "AnUnequalIdentityIsRefused", anUnequalIdentityIsRefused,
-            "A program would run an object that was built from another source than it named."),
-      check(required, "ARefusedBundleRegistersNothing", aRefusedBundleRegistersNothing,
-            "The plugin's type would count as loaded, and could not be loaded any more."),
-      check(required, "AMissingObjectThrowsAStandardException", aMissingObjectThrowsAStandardException,
-            "A wrong path in a program would be taken for a plugin without a type, or end the process."),
-      check(required, "ADamagedObjectThrowsAStandardException", aDamagedObjectThrowsAStandardException,
-            "A file that was cut off would end the process."),
-      check(Weight::advised, "AnEmptyBundleIsHarmless", anEmptyBundleIsHarmless,
-            "Two empty lists are passed on; the program would see the host's failure, in place of the exception that "
-            "names the missing type."),
+      room.required("ABundleRegistersItsTypes", aBundleRegistersItsTypes,
+                    "The library looks for the plugin's type once its bundle is loaded; every plugin would fail."),
+      room.required("AnUnequalIdentityIsRefused", anUnequalIdentityIsRefused,
+                    "A program would run an object that was built from another source than it named."),
+      room.required("ARefusedBundleRegistersNothing", aRefusedBundleRegistersNothing,
+                    "The plugin's type would count as loaded, and could not be loaded any more."),
+      room.required("AMissingObjectThrowsAStandardException", aMissingObjectThrowsAStandardException,
+                    "A wrong path in a program would be taken for a plugin without a type, or end the process."),
+      room.required("ADamagedObjectThrowsAStandardException", aDamagedObjectThrowsAStandardException,
+                    "A file that was cut off would end the process."),
+      room.advised(
+          "AnEmptyBundleIsHarmless", anEmptyBundleIsHarmless,
+          "Two empty lists are passed on; the program would see the host's failure, in place of the exception that "
+          "names the missing type."),
   };
 }
 

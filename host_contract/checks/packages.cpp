@@ -34,20 +34,18 @@ static void everySourceOfAPackageIsLoaded(Trial& trial) {
 }
 
 std::vector<Check> packageChecks() {
-  const auto check = [](Weight weight, Needs needs, const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"packages", name, weight, needs, because, run};
-  };
-  const Weight required = Weight::required;
+  const Room room{"packages"};
+  const Room withSources{"packages", Needs::sources};
   return {
-      check(required, Needs::nothing, "TheEmptyNameIsRefused", theEmptyNameIsRefused,
-            "The empty name stands for the root itself; all of its sources would be loaded as a package."),
-      check(required, Needs::nothing, "DottedNamesAreAccepted", dottedNamesAreAccepted,
-            "No package of that name could be loaded."),
-      check(Weight::advised, Needs::nothing, "NamesThatLeaveTheRootAreRefused", namesThatLeaveTheRootAreRefused,
-            "Each segment becomes a folder below a root; a name with empty segments or slashes would reach folders "
-            "that are no packages, outside of the class path too."),
-      check(required, Needs::sources, "EverySourceOfAPackageIsLoaded", everySourceOfAPackageIsLoaded,
-            "Programs load a package to find its types registered; some would be missing."),
+      room.required("TheEmptyNameIsRefused", theEmptyNameIsRefused,
+                    "The empty name stands for the root itself; all of its sources would be loaded as a package."),
+      room.required("DottedNamesAreAccepted", dottedNamesAreAccepted, "No package of that name could be loaded."),
+      room.advised(
+          "NamesThatLeaveTheRootAreRefused", namesThatLeaveTheRootAreRefused,
+          "Each segment becomes a folder below a root; a name with empty segments or slashes would reach folders "
+          "that are no packages, outside of the class path too."),
+      withSources.required("EverySourceOfAPackageIsLoaded", everySourceOfAPackageIsLoaded,
+                           "Programs load a package to find its types registered; some would be missing."),
   };
 }
 

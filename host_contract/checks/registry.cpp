@@ -98,23 +98,24 @@ static void everyRegisteredTypeHasAReadyRecord(Trial& trial) {
 }
 
 std::vector<Check> registryChecks() {
-  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"registry", name, weight, Needs::nothing, because, run};
-  };
+  const Room room{"registry"};
   return {
-      check(Weight::required, "EveryIndexBelowTheCountIsValid", everyIndexBelowTheCountIsValid,
-            "Each look-up asks for the names of every index below the count; it would fail for all types, or crash."),
-      check(Weight::required, "TheShortNameOutlivesTheFullNamesCall", theShortNameOutlivesTheFullNamesCall,
-            "The library copies both names after it asked for both; short names would be compared with other texts."),
-      check(Weight::advised, "ShortNamesAreTheTailsOfFullNames", shortNamesAreTheTailsOfFullNames,
-            "A name without a package would stand for two types, and look-ups of it would be ambiguous."),
-      check(Weight::required, "RecordsAreReadableUnderTheMutex", recordsAreReadableUnderTheMutex,
-            "A generic look-up reads all records through the two accessors of reflection.h; with a record that the "
-            "headers do not describe it would crash."),
-      check(Weight::required, "TheMutexIsFreeBetweenCalls", theMutexIsFreeBetweenCalls,
-            "A generic look-up locks it; it would wait for ever."),
-      check(Weight::advised, "EveryRegisteredTypeHasAReadyRecord", everyRegisteredTypeHasAReadyRecord,
-            "A generic instance that has an entry and no ready record is generated again by each look-up."),
+      room.required(
+          "EveryIndexBelowTheCountIsValid", everyIndexBelowTheCountIsValid,
+          "Each look-up asks for the names of every index below the count; it would fail for all types, or crash."),
+      room.required(
+          "TheShortNameOutlivesTheFullNamesCall", theShortNameOutlivesTheFullNamesCall,
+          "The library copies both names after it asked for both; short names would be compared with other texts."),
+      room.advised("ShortNamesAreTheTailsOfFullNames", shortNamesAreTheTailsOfFullNames,
+                   "A name without a package would stand for two types, and look-ups of it would be ambiguous."),
+      room.required(
+          "RecordsAreReadableUnderTheMutex", recordsAreReadableUnderTheMutex,
+          "A generic look-up reads all records through the two accessors of reflection.h; with a record that the "
+          "headers do not describe it would crash."),
+      room.required("TheMutexIsFreeBetweenCalls", theMutexIsFreeBetweenCalls,
+                    "A generic look-up locks it; it would wait for ever."),
+      room.advised("EveryRegisteredTypeHasAReadyRecord", everyRegisteredTypeHasAReadyRecord,
+                   "A generic instance that has an entry and no ready record is generated again by each look-up."),
   };
 }
 

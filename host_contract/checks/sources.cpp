@@ -1,10 +1,8 @@
-// Sources: loading them into the active engine, and compiling them ahead of use.
+// Sources: loading them into the active engine.
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <mutex>
 #include <thread>
-#include <utility>
 
 #include "classloader/natives.h"
 #include "host_contract/checks/mutex.h"
@@ -12,16 +10,9 @@
 #include "runtime_api/compiler.h"
 #include "runtime_api/reflection.h"
 
-namespace fs = std::filesystem;
-
 namespace orva::host_contract {
 
 using compiler::Compiler;
-
-/// Writes a source that the compiler refuses.
-static std::string writeBroken(Trial& trial, const fs::path& root, const std::string& className) {
-  return writeSource(root, className, trial.hooks.brokenSource(samplePackage, className));
-}
 
 static void aLoadedSourceRegistersItsType(Trial& trial) {
   load(writeClass(trial, addRoot(trial, "root"), "Apple"));
@@ -128,66 +119,39 @@ static void parallelLoadsOfOneSourceEndWell(Trial& trial) {
   expectLoaded("Apple");
 }
 
-/// Precompiles as the native does: in the active context, without a listener.
-static void precompile(const std::vector<std::string>& files) {
-  Compiler::precompileSources(files, Compiler::activeRuntimeContext(), {});
-}
-
-static void precompilingNeedsNoListener(Trial& trial) {
-  precompile({writeClass(trial, addRoot(trial, "root"), "Apple")});
-}
-
-static void precompilingNothingIsHarmless(Trial& /*trial*/) { precompile({}); }
-
-static void precompilingABrokenSourceThrowsAStandardException(Trial& trial) {
-  const std::string file = writeBroken(trial, addRoot(trial, "root"), "Wrong");
-  expectFailure("precompiling a source that does not compile", [&] { precompile({file}); });
-}
-
-static void precompilingRegistersNothing(Trial& trial) {
-  precompile({writeClass(trial, addRoot(trial, "root"), "Apple")});
-  expectNotLoaded("Apple");
-}
-
 std::vector<Check> sourceChecks() {
-  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"sources", name, weight, Needs::sources, because, run};
-  };
-  const auto [required, advised] = std::pair(Weight::required, Weight::advised);
+  const Room room{"sources", Needs::sources};
   return {
-      check(required, "ALoadedSourceRegistersItsType", aLoadedSourceRegistersItsType,
-            "The library looks for a type again once its source is loaded; every look-up and plugin would fail."),
-      check(required, "ASourceLoadsWithoutAContext", aSourceLoadsWithoutAContext,
-            "Plugins and the two sources of the class loaders are loaded with an empty context; the host would crash."),
-      check(required, "APluginIsHandedBack", aPluginIsHandedBack,
-            "A program that names its plugin's type would be told that it is not registered, or get null."),
-      check(required, "ASecondLoadIsHarmless", aSecondLoadIsHarmless,
-            "Two look-ups may both find a type missing and load it; a program would see a failure, or the type twice."),
-      check(required, "AFailingLoadThrowsAStandardException", aFailingLoadThrowsAStandardException,
-            "Only the text of a std::exception reaches the program; the failure would be lost, or end the process."),
-      check(required, "AMissingSourceThrowsAStandardException", aMissingSourceThrowsAStandardException,
-            "A wrong file name in a program would be taken for a plugin without a type, or end the process."),
-      check(required, "AFailingLoadRegistersNothing", aFailingLoadRegistersNothing,
-            "A type without code would be found by the next look-up, and its plugin could never be loaded."),
-      check(required, "AFailingLoadLeavesTheMutexFree", aFailingLoadLeavesTheMutexFree,
-            "The next generic look-up would wait for ever."),
-      check(advised, "AMendedSourceLoads", aMendedSourceLoads,
-            "A program could not try again once its user has mended the file."),
-      check(required, "ALoadWaitsForTheMutex", aLoadWaitsForTheMutex,
-            "A generic look-up holds the mutex while it walks the type table; a load on another thread would fail by "
-            "chance."),
-      check(required, "ParallelLoadsOfOneSourceEndWell", parallelLoadsOfOneSourceEndWell,
-            "No lock is held between a look-up and its load, so that threads load one source at once; one of them "
-            "would fail, or register its types twice."),
-      check(required, "PrecompilingNeedsNoListener", precompilingNeedsNoListener,
-            "The library passes an empty callback; calling it throws, and every precompilation would fail."),
-      check(required, "PrecompilingNothingIsHarmless", precompilingNothingIsHarmless,
-            "An empty list is passed on; a program with nothing to compile would fail."),
-      check(required, "PrecompilingABrokenSourceThrowsAStandardException",
-            precompilingABrokenSourceThrowsAStandardException,
-            "Only the text of a std::exception reaches the program; it would take its sources for compiled."),
-      check(advised, "PrecompilingRegistersNothing", precompilingRegistersNothing,
-            "Compiling ahead would run what loading runs, and the plugin could not be loaded from its object."),
+      room.required(
+          "ALoadedSourceRegistersItsType", aLoadedSourceRegistersItsType,
+          "The library looks for a type again once its source is loaded; every look-up and plugin would fail."),
+      room.required(
+          "ASourceLoadsWithoutAContext", aSourceLoadsWithoutAContext,
+          "Plugins and the two sources of the class loaders are loaded with an empty context; the host would crash."),
+      room.required("APluginIsHandedBack", aPluginIsHandedBack,
+                    "A program that names its plugin's type would be told that it is not registered, or get null."),
+      room.required(
+          "ASecondLoadIsHarmless", aSecondLoadIsHarmless,
+          "Two look-ups may both find a type missing and load it; a program would see a failure, or the type twice."),
+      room.required(
+          "AFailingLoadThrowsAStandardException", aFailingLoadThrowsAStandardException,
+          "Only the text of a std::exception reaches the program; the failure would be lost, or end the process."),
+      room.required("AMissingSourceThrowsAStandardException", aMissingSourceThrowsAStandardException,
+                    "A wrong file name in a program would be taken for a plugin without a type, or end the process."),
+      room.required("AFailingLoadRegistersNothing", aFailingLoadRegistersNothing,
+                    "A type without code would be found by the next look-up, and its plugin could never be loaded."),
+      room.required("AFailingLoadLeavesTheMutexFree", aFailingLoadLeavesTheMutexFree,
+                    "The next generic look-up would wait for ever."),
+      room.advised("AMendedSourceLoads", aMendedSourceLoads,
+                   "A program could not try again once its user has mended the file."),
+      room.required(
+          "ALoadWaitsForTheMutex", aLoadWaitsForTheMutex,
+          "A generic look-up holds the mutex while it walks the type table; a load on another thread would fail by "
+          "chance."),
+      room.required(
+          "ParallelLoadsOfOneSourceEndWell", parallelLoadsOfOneSourceEndWell,
+          "No lock is held between a look-up and its load, so that threads load one source at once; one of them "
+          "would fail, or register its types twice."),
   };
 }
 

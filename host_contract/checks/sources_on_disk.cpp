@@ -29,6 +29,10 @@ std::string writeClass(Trial& trial, const fs::path& root, const std::string& cl
   return writeSource(root, className, trial.hooks.classSource(samplePackage, className));
 }
 
+std::string writeBroken(Trial& trial, const fs::path& root, const std::string& className) {
+  return writeSource(root, className, trial.hooks.brokenSource(samplePackage, className));
+}
+
 fs::path addRoot(Trial& trial, const std::string& name) {
   const fs::path root = trial.folder / name;
   fs::create_directories(root);

@@ -18,6 +18,9 @@ std::string writeSource(const std::filesystem::path& root, const std::string& cl
 /// Writes the source of a class below a root.
 std::string writeClass(Trial& trial, const std::filesystem::path& root, const std::string& className);
 
+/// Writes a source that the compiler refuses below a root.
+std::string writeBroken(Trial& trial, const std::filesystem::path& root, const std::string& className);
+
 /// Makes a folder in the check's folder and adds it to the class path, as a program does.
 std::filesystem::path addRoot(Trial& trial, const std::string& name);
 

@@ -72,30 +72,32 @@ static void anUnknownClassIsNotAllocated(Trial& /*trial*/) {
 }
 
 std::vector<Check> typeChecks() {
-  const auto check = [](Weight weight, const char* name, void (*run)(Trial&), const char* because) {
-    return Check{"types", name, weight, Needs::nothing, because, run};
-  };
+  const Room room{"types"};
   return {
-      check(Weight::required, "ANullNameIsTaken", aNullNameIsTaken,
-            "Two natives hand a program's null on as it is; the process would crash."),
-      check(Weight::required, "AnEmptyNameIsTaken", anEmptyNameIsTaken,
-            "Two natives hand an empty name on as it is; a program would get a type, or a crash, for no name."),
-      check(Weight::required, "AnUnknownNameGivesNull", anUnknownNameGivesNull,
-            "For the library null alone means that there is no type; programs would use what is none, or see a failure "
-            "where asking is allowed."),
-      check(Weight::required, "EveryRegisteredNameIsFound", everyRegisteredNameIsFound,
-            "A plugin's entry type is looked up by the full name that the registry has; loading it would give null and "
-            "raise nothing."),
-      check(Weight::advised, "OneNameGivesOneObject", oneNameGivesOneObject,
-            "Programs that compare types by their objects would take a type for another one."),
-      check(Weight::required, "TheSystemClassLoaderIsAllocated", theSystemClassLoaderIsAllocated,
-            "The library allocates the class by its short name once the two sources of the class loaders are loaded; "
-            "programs would get no class loader."),
-      check(Weight::advised, "EachAllocationIsANewObject", eachAllocationIsANewObject,
-            "Threads that make the first call at once each get an object of their own; they would share one."),
-      check(Weight::advised, "AnUnknownClassIsNotAllocated", anUnknownClassIsNotAllocated,
-            "A host whose standard library lacks the class would hand out an object of no class, in place of a failure "
-            "that says so."),
+      room.required("ANullNameIsTaken", aNullNameIsTaken,
+                    "Two natives hand a program's null on as it is; the process would crash."),
+      room.required("AnEmptyNameIsTaken", anEmptyNameIsTaken,
+                    "Two natives hand an empty name on as it is; a program would get a type, or a crash, for no name."),
+      room.required(
+          "AnUnknownNameGivesNull", anUnknownNameGivesNull,
+          "For the library null alone means that there is no type; programs would use what is none, or see a failure "
+          "where asking is allowed."),
+      room.required(
+          "EveryRegisteredNameIsFound", everyRegisteredNameIsFound,
+          "A plugin's entry type is looked up by the full name that the registry has; loading it would give null and "
+          "raise nothing."),
+      room.advised("OneNameGivesOneObject", oneNameGivesOneObject,
+                   "Programs that compare types by their objects would take a type for another one."),
+      room.required(
+          "TheSystemClassLoaderIsAllocated", theSystemClassLoaderIsAllocated,
+          "The library allocates the class by its short name once the two sources of the class loaders are loaded; "
+          "programs would get no class loader."),
+      room.advised("EachAllocationIsANewObject", eachAllocationIsANewObject,
+                   "Threads that make the first call at once each get an object of their own; they would share one."),
+      room.advised(
+          "AnUnknownClassIsNotAllocated", anUnknownClassIsNotAllocated,
+          "A host whose standard library lacks the class would hand out an object of no class, in place of a failure "
+          "that says so."),
   };
 }
 

@@ -35,7 +35,7 @@ static const std::map<std::string, Names> brokenWith = {
       "registry.EveryRegisteredTypeHasAReadyRecord", "types.EveryRegisteredNameIsFound",
       "natives.AnUnknownTypeIsNoFailure", "class_path.AClassUnderAnAddedRootIsFound",
       "class_path.CachesAreDroppedWithTheClassPath", "sources.APluginIsHandedBack",
-      "sources.AFailingLoadRegistersNothing", "sources.PrecompilingRegistersNothing",
+      "sources.AFailingLoadRegistersNothing", "precompiling.NothingIsRegistered",
       "objects.ARefusedBundleRegistersNothing"}},
     {"registry.RecordsAreReadableUnderTheMutex",
      {"generics.AnInstanceIsFoundInAnySpacing", "generics.AnInstanceHasAReadyRecord"}},
@@ -55,10 +55,10 @@ static const std::map<std::string, Names> brokenWith = {
     {"sources.ASourceLoadsWithoutAContext", {"sources.APluginIsHandedBack"}},
     {"sources.AFailingLoadLeavesTheMutexFree", {"sources.AMendedSourceLoads"}},
     // Objects are built by precompiling.
-    {"sources.PrecompilingNeedsNoListener",
-     {"sources.PrecompilingRegistersNothing", "objects.ABundleRegistersItsTypes", "objects.AnUnequalIdentityIsRefused",
+    {"precompiling.NoListenerIsNeeded",
+     {"precompiling.NothingIsRegistered", "objects.ABundleRegistersItsTypes", "objects.AnUnequalIdentityIsRefused",
       "objects.ARefusedBundleRegistersNothing", "objects.ADamagedObjectThrowsAStandardException"}},
-    {"sources.PrecompilingRegistersNothing", {"objects.ARefusedBundleRegistersNothing"}},
+    {"precompiling.NothingIsRegistered", {"objects.ARefusedBundleRegistersNothing"}},
     {"objects.AnUnequalIdentityIsRefused", {"objects.ARefusedBundleRegistersNothing"}},
 };
 

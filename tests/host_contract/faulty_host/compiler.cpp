@@ -200,13 +200,13 @@ void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string
 
 void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, std::shared_ptr<Context> /*context*/,
                                  const std::function<void(const CompilationProgress&)>& progress) {
-  if (breaks("sources.PrecompilingNothingIsHarmless") && sourceFiles.empty()) throw std::runtime_error("no sources");
+  if (breaks("precompiling.AnEmptyListIsHarmless") && sourceFiles.empty()) throw std::runtime_error("no sources");
   for (const std::string& file : sourceFiles) {
     const std::string source = read(file);
-    if (!breaks("sources.PrecompilingABrokenSourceThrowsAStandardException")) parse(source, ignore);
-    if (breaks("sources.PrecompilingRegistersNothing")) loadText(source);
+    if (!breaks("precompiling.ABrokenSourceThrowsAStandardException")) parse(source, ignore);
+    if (breaks("precompiling.NothingIsRegistered")) loadText(source);
     write(objectOf(file), faulty_host::identityOf(file) + "\n" + source);
-    if (progress || breaks("sources.PrecompilingNeedsNoListener")) progress({});
+    if (progress || breaks("precompiling.NoListenerIsNeeded")) progress({});
   }
 }
 

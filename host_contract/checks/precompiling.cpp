@@ -1,0 +1,45 @@
+// Precompiling: compiling sources ahead of use.
+#include <string>
+#include <vector>
+
+#include "host_contract/checks/sources_on_disk.h"
+#include "runtime_api/compiler.h"
+
+namespace orva::host_contract {
+
+using compiler::Compiler;
+
+/// Precompiles as the native does: in the active context, without a listener.
+static void precompile(const std::vector<std::string>& files) {
+  Compiler::precompileSources(files, Compiler::activeRuntimeContext(), {});
+}
+
+static void noListenerIsNeeded(Trial& trial) { precompile({writeClass(trial, addRoot(trial, "root"), "Apple")}); }
+
+static void anEmptyListIsHarmless(Trial& /*trial*/) { precompile({}); }
+
+static void aBrokenSourceThrowsAStandardException(Trial& trial) {
+  const std::string file = writeBroken(trial, addRoot(trial, "root"), "Wrong");
+  expectFailure("precompiling a source that does not compile", [&] { precompile({file}); });
+}
+
+static void nothingIsRegistered(Trial& trial) {
+  precompile({writeClass(trial, addRoot(trial, "root"), "Apple")});
+  expectNotLoaded("Apple");
+}
+
+std::vector<Check> precompilingChecks() {
+  const Room room{"precompiling", Needs::sources};
+  return {
+      room.required("NoListenerIsNeeded", noListenerIsNeeded,
+                    "The library passes an empty callback; calling it throws, and every precompilation would fail."),
+      room.required("AnEmptyListIsHarmless", anEmptyListIsHarmless,
+                    "An empty list is passed on; a program with nothing to compile would fail."),
+      room.required("ABrokenSourceThrowsAStandardException", aBrokenSourceThrowsAStandardException,
+                    "Only the text of a std::exception reaches the program; it would take its sources for compiled."),
+      room.advised("NothingIsRegistered", nothingIsRegistered,
+                   "Compiling ahead would run what loading runs, and the plugin could not be loaded from its object."),
+  };
+}
+
+}  // namespace orva::host_contract
