@@ -27,7 +27,7 @@ struct Check {
   Weight weight;
   Needs needs;
   std::string because;  ///< what breaks when the host does not keep it
-  void (*run)(Trial&);  ///< throws `Broken`; what else leaves it breaks the check too
+  void (*run)(Trial&);  ///< throws `Broken` or `NotRun`; what else leaves it breaks the check too
 
   std::string fullName() const { return room + "." + name; }
 };
@@ -48,6 +48,11 @@ struct Room {
 /// Thrown by a check that the host does not keep.
 struct Broken {
   std::string seen;
+};
+
+/// Thrown by a check that this host cannot be asked.
+struct NotRun {
+  std::string reason;
 };
 
 /// Throws `Broken` unless `held`.

@@ -25,7 +25,8 @@ static constexpr const char* usage =
     "--seconds N   how long a check may take, from 1 to 3600 (20)\n"
     "--help        print this\n"
     "\n"
-    "Exit status: 0 when no required check is broken, 1 when one is, 2 for a wrong command line.\n";
+    "Exit status: 0 when no required check is broken, 1 when one is, 2 when the command line is wrong\n"
+    "or the checks could not be run.\n";
 
 struct Options {
   bool list = false;
@@ -41,6 +42,13 @@ struct Totals {
   int brokenRequired = 0;
   int notRun = 0;
 };
+
+/// Tells whether all that was printed has arrived, and says so when it has not.
+static bool printed() {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return true;
+  std::perror("The report could not be printed");
+  return false;
+}
 
 static bool matches(const Check& check, const std::string& pattern) {
   return pattern == check.room || fnmatch(pattern.c_str(), check.fullName().c_str(), 0) == 0;
@@ -82,8 +90,11 @@ static int readOptions(int argumentCount, char** arguments, Options& options) {
                                  {"help", no_argument, nullptr, 'h'},
                                  {nullptr, 0, nullptr, 0}};
   optind = 1;
-  for (int letter = 0; (letter = getopt_long(argumentCount, arguments, "", known, nullptr)) != -1;) {
-    if (letter == 'h') return std::printf(usage, arguments[0]) < 0 ? 2 : 0;
+  for (int letter = 0; (letter = getopt_long(argumentCount, arguments, "h", known, nullptr)) != -1;) {
+    if (letter == 'h') {
+      std::printf(usage, arguments[0]);
+      return printed() ? 0 : 2;
+    }
     if (letter == '?' || (letter == 's' && !readSeconds(optarg, options.seconds))) return 2;
     if (letter == 'l') options.list = true;
     if (letter == 'e') options.here = true;
@@ -144,10 +155,12 @@ int run(int argumentCount, char** arguments, Hooks& hooks) {
   if (status >= 0) return status;
   if (options.list) {
     list(options.checks);
-    return 0;
+    return printed() ? 0 : 2;
   }
   try {
-    return examineAll(options, hooks).brokenRequired == 0 ? 0 : 1;
+    const Totals totals = examineAll(options, hooks);
+    if (!printed()) return 2;
+    return totals.brokenRequired == 0 ? 0 : 1;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "The checks could not be run: %s\n", failure.what());
     return 2;

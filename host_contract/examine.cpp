@@ -4,15 +4,20 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <system_error>
+#include <thread>
+
+#include "runtime_api/reflection.h"
 
 namespace fs = std::filesystem;
 
@@ -33,21 +38,39 @@ static std::string reasonNotToRun(Needs needs, Hooks& hooks) {
 
 /// A new folder below the one for temporary files.
 static fs::path newFolder() {
-  std::string folder = (fs::temp_directory_path() / "host-contract-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) throw std::system_error(errno, std::generic_category(), folder);
+  std::error_code error;
+  std::string folder = (fs::temp_directory_path(error) / "host-contract-XXXXXX").string();
+  if (error || mkdtemp(folder.data()) == nullptr) {
+    const char* const named = std::getenv("TMPDIR");
+    if (!error) error.assign(errno, std::generic_category());
+    throw std::system_error(error, std::string("No folder for a check below TMPDIR, '") + (named ? named : "") + "'");
+  }
   return folder;
+}
+
+/// Starts the host. Throws `Broken` when that fails: then it is no matter of the check.
+static void start(Hooks& hooks, const fs::path& folder) {
+  try {
+    hooks.start(folder);
+  } catch (const std::exception& failure) {
+    throw Broken{std::string("the hook start threw a std::exception: ") + failure.what()};
+  } catch (...) {
+    throw Broken{"the hook start threw an object that is no std::exception"};
+  }
 }
 
 static Outcome examineIn(const fs::path& folder, const Check& check, Hooks& hooks) {
   try {
     fs::create_directories(folder / "host");
     fs::create_directories(folder / "check");
-    hooks.start(folder / "host");
+    start(hooks, folder / "host");
     const std::string reason = reasonNotToRun(check.needs, hooks);
     if (!reason.empty()) return {Outcome::notRun, reason};
     Trial trial{hooks, folder / "check"};
     check.run(trial);
     return {Outcome::held, {}};
+  } catch (const NotRun& notRun) {
+    return {Outcome::notRun, notRun.reason};
   } catch (const Broken& broken) {
     return {Outcome::broken, broken.seen};
   } catch (const std::exception& failure) {
@@ -70,38 +93,73 @@ Outcome examineHere(const Check& check, Hooks& hooks) {
   return outcome;
 }
 
-/// Writes an outcome as one digit and its text.
+// An outcome travels as one digit and its text, and ends with a zero byte: processes that the host has started may hold
+// the pipe open for longer.
+
 static void send(int pipe, const Outcome& outcome) {
   const std::string text = std::to_string(outcome.kind) + outcome.seen;
-  for (std::size_t sent = 0; sent < text.size();) {
-    const ssize_t count = write(pipe, &text[sent], text.size() - sent);
+  for (std::size_t sent = 0; sent <= text.size();) {
+    const ssize_t count = write(pipe, text.c_str() + sent, text.size() + 1 - sent);
     if (count > 0) sent += static_cast<std::size_t>(count);
     if (count < 0 && errno != EINTR) return;
   }
 }
 
-/// Reads until the pipe is closed.
-/// @return whether it was closed in time.
-static bool receive(int pipe, int seconds, std::string& text) {
-  using Clock = std::chrono::steady_clock;
-  const auto end = Clock::now() + std::chrono::seconds(seconds);
+using Clock = std::chrono::steady_clock;
+
+/// Reads up to the zero byte, the end of the pipe, or the end of the time.
+/// @return whether the zero byte came.
+static bool receive(int pipe, Clock::time_point end, std::string& text) {
   for (;;) {
     const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
     pollfd ready{pipe, POLLIN, 0};
     if (rest <= 0 || poll(&ready, 1, static_cast<int>(rest)) == 0) return false;
+    if ((ready.revents & (POLLIN | POLLHUP)) == 0) continue;
     char part[4096];
     const ssize_t count = read(pipe, part, sizeof part);
-    if (count == 0) return true;
+    if (count == 0) return false;
     if (count > 0) text.append(part, static_cast<std::size_t>(count));
+    if (const std::size_t zero = text.find('\0'); zero != std::string::npos) {
+      text.resize(zero);
+      return true;
+    }
   }
 }
 
-/// Waits for a process that is about to end.
-static int statusOf(pid_t process) {
-  int status = 0;
-  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+/// The part of the child that ends it in time: says what it waits for, most likely.
+static void watch(int pipe, int seconds) {
+  std::this_thread::sleep_for(std::chrono::seconds(seconds));
+  const bool isFree = gReflectionMutex.try_lock();
+  const std::string late = "not done after " + std::to_string(seconds) + " s";
+  send(pipe, {Outcome::broken, isFree ? late : late + "; gReflectionMutex is held"});
+  std::this_thread::sleep_for(std::chrono::hours(1));
+}
+
+/// The part of the child.
+[[noreturn]] static void examineInChild(const fs::path& folder, const Check& check, Hooks& hooks, int pipe,
+                                        int seconds) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  std::thread(watch, pipe, seconds).detach();
+  send(pipe, examineIn(folder, check, hooks));
+  std::fflush(nullptr);
+  // The destructors were copied from the parent, and are not this process's to run.
+  _exit(0);
+}
+
+/// Waits until the process has ended, or the time has.
+static bool ends(pid_t process, Clock::time_point end, int& status) {
+  while (waitpid(process, &status, WNOHANG) != process) {
+    if (Clock::now() >= end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
-  return status;
+  return true;
+}
+
+/// Ends a process, and those that it has started.
+static void endAll(pid_t process) {
+  kill(-process, SIGKILL);
+  while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+  }
 }
 
 /// What a process left that told no outcome.
@@ -110,30 +168,43 @@ static Outcome withoutOutcome(int status) {
     const int signal = WTERMSIG(status);
     return {Outcome::broken, "the host was ended by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")"};
   }
-  return {Outcome::broken, "the host ended the process with status " + std::to_string(WEXITSTATUS(status))};
+  return {Outcome::broken, "the host ended the process with status " + std::to_string(WEXITSTATUS(status)) +
+                               ", or closed the kit's pipe"};
+}
+
+/// The part of the parent: waits for the outcome of a process.
+static Outcome outcomeOf(pid_t process, int pipe, int seconds) {
+  // The child itself says that it is late; one that cannot is ended.
+  const auto end = Clock::now() + std::chrono::seconds(seconds + 2);
+  std::string text;
+  if (receive(pipe, end, text)) {
+    endAll(process);
+    return {static_cast<Outcome::Kind>(text[0] - '0'), text.substr(1)};
+  }
+  int status = 0;
+  if (ends(process, end, status)) {
+    kill(-process, SIGKILL);
+    return withoutOutcome(status);
+  }
+  endAll(process);
+  return {Outcome::broken, "not done after " + std::to_string(seconds) + " s"};
 }
 
 Outcome examine(const Check& check, Hooks& hooks, int seconds) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "No pipe for a check");
   const fs::path folder = newFolder();
+  std::fflush(nullptr);
   const pid_t process = fork();
   if (process < 0) throw std::system_error(errno, std::generic_category(), "No process for a check");
-  if (process == 0) {
-    send(ends[1], examineIn(folder, check, hooks));
-    // Neither the destructors nor the buffers that were copied from the parent are this process's to run.
-    _exit(0);
-  }
+  // Both sides: neither knows which one runs first.
+  setpgid(process, process);
+  if (process == 0) examineInChild(folder, check, hooks, ends[1], seconds);
   close(ends[1]);
-  std::string text;
-  const bool inTime = receive(ends[0], seconds, text);
-  if (!inTime) kill(process, SIGKILL);
-  const int status = statusOf(process);
+  Outcome outcome = outcomeOf(process, ends[0], seconds);
   close(ends[0]);
   removeFolder(folder);
-  if (!inTime) return {Outcome::broken, "not done after " + std::to_string(seconds) + " s"};
-  if (text.empty()) return withoutOutcome(status);
-  return {static_cast<Outcome::Kind>(text[0] - '0'), text.substr(1)};
+  return outcome;
 }
 
 }  // namespace orva::host_contract

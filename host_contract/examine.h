@@ -14,7 +14,7 @@ struct Outcome {
   std::string seen;  ///< what broke it, or why it was not run; empty when it held
 };
 
-/// Runs a check in this process, once in a process. Throws nothing.
+/// Runs a check in this process, once in a process. Throws `std::system_error` when no folder can be made.
 Outcome examineHere(const Check& check, Hooks& hooks);
 
 /// Runs a check in a new process. A process that crashes, or that has not ended in time, breaks the check.

@@ -9,7 +9,9 @@ void Hooks::start(const std::string& /*folder*/) {}
 
 void* Hooks::boundNative(const char* symbol) { return dlsym(RTLD_DEFAULT, symbol); }
 
-void Hooks::callNative(void (*native)()) { native(); }
+void Hooks::attachThread() {}
+
+bool Hooks::callNative(void (* /*native*/)()) { return false; }
 
 std::string Hooks::classSource(const std::string& /*packageName*/, const std::string& /*className*/) { return {}; }
 

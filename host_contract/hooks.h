@@ -36,7 +36,7 @@ class Hooks {
 
   /// Makes a language `ArrayList` of `String`.
   /// @param elements NUL-terminated texts, which the host copies; null for a null element.
-  /// @return the handle that natives are given; it stays valid for the life of the process.
+  /// @return the handle that natives are given, never null; it stays valid for the life of the process.
   virtual void* newStringList(const std::vector<const char*>& elements) = 0;
 
   /// Finds what this host binds a native method to.
@@ -44,10 +44,14 @@ class Hooks {
   /// @return its address; null when there is none. Unless overridden: what `dlsym` finds in the process.
   virtual void* boundNative(const char* symbol);
 
-  /// Has a program of the language call a native method. Unless overridden: calls it directly, for a host that runs no
-  /// programs.
+  /// Makes a thread that the kit has started one that may call the host; called on that thread, before anything else.
+  /// Unless overridden: does nothing, for a host that any thread may call.
+  virtual void attachThread();
+
+  /// Has a program of the language call a native method.
   /// @param native what the method is bound to. What it throws must come out of this call.
-  virtual void callNative(void (*native)());
+  /// @return true. Unless overridden: calls nothing and returns false, for a host that runs no programs yet.
+  virtual bool callNative(void (*native)());
 
   /// Writes a source that declares one public class.
   /// @param packageName dotted name of its package.
@@ -58,7 +62,7 @@ class Hooks {
   /// Writes a source of a class that the compiler refuses, after part of it was understood if that is possible.
   /// @param packageName dotted name of its package.
   /// @param className short name of the class.
-  /// @return the text of the source file.
+  /// @return the text of the source file; the checks that need one are not run when it is empty.
   virtual std::string brokenSource(const std::string& packageName, const std::string& className);
 
   /// Writes a source of a public generic class with one type parameter.
@@ -74,7 +78,7 @@ class Hooks {
 
   /// Tells the identity that a bundle must give for the object of a source file.
   /// @param sourceFile path of the source, which is there.
-  /// @return the identity.
+  /// @return the identity; the checks that need one are not run when it is empty.
   virtual std::string sourceIdentity(const std::string& sourceFile);
 };
 
@@ -87,8 +91,8 @@ Hooks& hostHooks();
 /// @param argumentCount as `main` was given it.
 /// @param arguments as `main` was given them.
 /// @param hooks of the host to check.
-/// @return the exit status: 0 when no required check is broken, 1 when one is, 2 for a command line that asks for
-///         nothing that there is.
+/// @return the exit status: 0 when no required check is broken, 1 when one is, 2 when the command line is wrong or the
+///         checks could not be run.
 int run(int argumentCount, char** arguments, Hooks& hooks);
 
 }  // namespace orva::host_contract

@@ -10,7 +10,7 @@ using GetTypeByName = void* (*)(const char*);
 int main() {
   const auto getTypeByName = reinterpret_cast<GetTypeByName>(dlsym(RTLD_DEFAULT, "orva_ClassLoader_getTypeByName"));
   if (getTypeByName == nullptr) {
-    std::puts("The natives are not in this program: link the library whole and export its symbols");
+    std::puts("The natives are not in this program: see CMakeLists.txt for how to link the library");
     return 1;
   }
   minimal_host::start();

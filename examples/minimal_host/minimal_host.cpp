@@ -160,7 +160,8 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
   std::string relative = className;
   std::replace(relative.begin(), relative.end(), '.', '/');
   for (const std::string& root : Runtime::getInstance().getKlassPaths()) {
-    const fs::path file = fs::path(root) / (relative + ".ov");
+    // Joined as texts: a path that begins with a slash would take the place of the root.
+    const fs::path file = root + "/" + relative + ".ov";
     std::error_code error;
     if (fs::is_regular_file(file, error)) return file.string();
   }

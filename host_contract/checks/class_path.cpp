@@ -17,25 +17,27 @@ static void thereIsOneRuntime(Trial& /*trial*/) {
   expect(&Runtime::getInstance() == &Runtime::getInstance(), "Runtime::getInstance gave two runtimes");
 }
 
+/// Tells whether a root of the list is a folder, however the host spells it.
+static bool isRoot(const std::string& path, const fs::path& folder) {
+  std::error_code error;
+  return fs::equivalent(path, folder, error);
+}
+
 static void anAddedRootIsInTheList(Trial& trial) {
   const fs::path root = addRoot(trial, "root");
-  const auto isRoot = [&root](const std::string& path) {
-    std::error_code error;
-    return fs::equivalent(path, root, error);
-  };
   const auto& roots = Runtime::getInstance().getKlassPaths();
-  expect(std::any_of(roots.begin(), roots.end(), isRoot), "none of the roots is the one that was added");
+  const auto isAdded = [&root](const std::string& path) { return isRoot(path, root); };
+  expect(std::any_of(roots.begin(), roots.end(), isAdded), "none of the roots is the one that was added");
 }
 
 static void laterRootsComeLater(Trial& trial) {
   const std::vector<std::string> before = Runtime::getInstance().getKlassPaths();
-  addRoot(trial, "first");
+  const fs::path first = addRoot(trial, "first");
   addRoot(trial, "second");
   const auto& roots = Runtime::getInstance().getKlassPaths();
   expect(roots.size() == before.size() + 2,
          "two new roots made " + std::to_string(before.size()) + " roots " + std::to_string(roots.size()));
-  const bool inOrder =
-      std::equal(before.begin(), before.end(), roots.begin()) && fs::path(roots[before.size()]).filename() == "first";
+  const bool inOrder = std::equal(before.begin(), before.end(), roots.begin()) && isRoot(roots[before.size()], first);
   expect(inOrder, "a new root stands before older ones");
 }
 
@@ -64,12 +66,19 @@ static void theStandardLibraryHoldsTheLoaders(Trial& /*trial*/) {
   }
 }
 
+static void aMissingClassHasNoSource(Trial& trial) {
+  addRoot(trial, "root");
+  const std::string file =
+      compiler::ClassLoader::sourceFileForClass("no.such.Type", compiler::Compiler::activeRuntimeContext(), nullptr);
+  expect(file.empty(), "the source of 'no.such.Type' is '" + file + "'");
+}
+
 static void aClassUnderAnAddedRootIsFound(Trial& trial) {
   const fs::path root = addRoot(trial, "root");
-  writeClass(trial, root, "Apple");
+  const std::string file = writeClass(trial, root, "Apple");
   void* const type = orva_ClassLoader_getTypeByName(fullNameOf("Apple").c_str());
   expectNothingPending(trial);
-  expect(type != nullptr, "getTypeByName gave null for " + fullNameOf("Apple"));
+  expect(type != nullptr, "getTypeByName gave null for " + fullNameOf("Apple") + ", whose source is " + file);
 }
 
 static void cachesAreDroppedWithTheClassPath(Trial& trial) {
@@ -104,6 +113,9 @@ std::vector<Check> classPathChecks() {
           "TheStandardLibraryHoldsTheLoaders", theStandardLibraryHoldsTheLoaders,
           "The first call of getSystem loads these two files; it would fail in every program. A host without them "
           "answers an empty path."),
+      room.required("AMissingClassHasNoSource", aMissingClassHasNoSource,
+                    "An empty path alone means that the class path has no such class; the library would load what is "
+                    "not there, and raise where asking is allowed."),
       withSources.required("AClassUnderAnAddedRootIsFound", aClassUnderAnAddedRootIsFound,
                            "Programs add roots to reach the classes below them; those classes would stay unknown."),
       withSources.required("CachesAreDroppedWithTheClassPath", cachesAreDroppedWithTheClassPath,

@@ -9,15 +9,20 @@
 
 namespace orva::host_contract {
 
+/// A message as a line of the report can hold it.
+static std::string shown(const std::string& message) {
+  std::string text;
+  for (const char byte : message.substr(0, 60)) text += byte >= ' ' && byte <= '~' ? byte : '?';
+  return "'" + text + "' with " + std::to_string(message.size()) + " bytes";
+}
+
 /// Throws `Broken` unless one exception is pending, of a class and with a message; afterwards none is.
 static void expectPending(Trial& trial, const std::string& exceptionClass, const std::string& message) {
   const auto pending = trial.hooks.takePending();
   if (!pending) throw Broken{"nothing is pending"};
   expect(pending->exceptionClass == exceptionClass,
          "a '" + pending->exceptionClass + "' is pending, not a '" + exceptionClass + "'");
-  expect(pending->message == message, "its message is '" + pending->message.substr(0, 80) + "' with " +
-                                          std::to_string(pending->message.size()) + " bytes, not '" +
-                                          message.substr(0, 80) + "' with " + std::to_string(message.size()));
+  expect(pending->message == message, "its message is " + shown(pending->message) + ", not " + shown(message));
 }
 
 static void raiseReturns(Trial& /*trial*/) {
@@ -68,7 +73,10 @@ static void aRaisingNativeLeavesOneException(Trial& trial) {
 static void anExceptionBelongsToItsThread(Trial& trial) {
   Orva_raise("Exception", "of this thread");
   std::optional<Raised> seen;
-  std::thread([&] { seen = trial.hooks.takePending(); }).join();
+  std::thread([&] {
+    trial.hooks.attachThread();
+    seen = trial.hooks.takePending();
+  }).join();
   expect(!seen, "another thread saw the exception that this one raised");
   expectPending(trial, "Exception", "of this thread");
 }

@@ -1,11 +1,9 @@
 // Generic classes: generating, loading and finding their instances.
-#include <algorithm>
-#include <mutex>
 #include <string>
 
 #include "classloader/natives.h"
+#include "host_contract/checks/known_types.h"
 #include "host_contract/checks/sources_on_disk.h"
-#include "runtime_api/reflection.h"
 
 namespace orva::host_contract {
 
@@ -34,26 +32,12 @@ static void anInstanceIsFoundInAnySpacing(Trial& trial) {
   expect(type == nullptr || same == type, "'" + spaced + "' is another type than '" + instance + "'");
 }
 
-/// Tells whether one of a record's names is the instance's, without blanks.
-static bool spells(const TypeRecord& record, const std::string& instance) {
-  for (int number = 1; number <= 4; ++number) {
-    std::string name(recordName(record, number));
-    name.erase(std::remove(name.begin(), name.end(), ' '), name.end());
-    if (name == instance) return true;
-  }
-  return false;
-}
-
 static void anInstanceHasAReadyRecord(Trial& trial) {
   const std::string instance = writeInstance(trial);
   void* const type = orva_ClassLoader_getTypeByName(instance.c_str());
   trial.hooks.takePending();
   if (type == nullptr) return;
-  const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  const bool isThere = std::any_of(gTypes.begin(), gTypes.end(), [&instance](const TypeRecord& record) {
-    return isReady(record) && spells(record, instance);
-  });
-  expect(isThere, "no ready record of gTypes spells " + instance);
+  expect(hasReadyRecord(instance), "no ready record of gTypes spells " + instance);
 }
 
 std::vector<Check> genericChecks() {

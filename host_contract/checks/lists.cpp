@@ -1,4 +1,5 @@
 // Lists: the two entry points that read an `ArrayList` of `String`.
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@ static std::string elementOf(void* list, int64_t index) {
 static void sizesCountTheElements(Trial& trial) {
   for (const int64_t size : {0, 1, 3, 1000}) {
     void* const list = trial.hooks.newStringList(std::vector<const char*>(static_cast<std::size_t>(size), "element"));
+    expect(list != nullptr, "the hook newStringList gave null");
     const int64_t counted = orva_collections_ArrayList_size(list);
     expect(counted == size, "a list of " + std::to_string(size) + " elements has size " + std::to_string(counted));
   }
@@ -41,20 +43,26 @@ static void emptyStringsComeAsEmptyStrings(Trial& trial) {
 }
 
 /// Tells whether an index, cut to its lower half, reads the first element. The index lies outside of the list, so that
-/// all else that may come of it, a crash included, is right; a process of its own takes it.
+/// all else that may come of it, a crash or an endless loop included, is right; a process of its own takes it.
 static bool readsTheFirst(void* list, int64_t index) {
+  constexpr int readFirst = 100;  // no status that a sanitizer ends a process with
   const pid_t process = fork();
   if (process == 0) {
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+    close(STDERR_FILENO);
+    alarm(2);
     bool isFirst = false;
     try {
       const char* text = orva_collections_ArrayList_operator_index(list, index);
-      isFirst = text == orva_collections_ArrayList_operator_index(list, 0);
+      isFirst = text != nullptr && std::strcmp(text, "first") == 0;
     } catch (...) {
     }
-    _exit(isFirst ? 1 : 0);
+    _exit(isFirst ? readFirst : 0);
   }
   int status = 0;
-  return process > 0 && waitpid(process, &status, 0) == process && WIFEXITED(status) && WEXITSTATUS(status) == 1;
+  return process > 0 && waitpid(process, &status, 0) == process && WIFEXITED(status) &&
+         WEXITSTATUS(status) == readFirst;
 }
 
 static void theIndexHas64Bits(Trial& trial) {
@@ -77,8 +85,9 @@ std::vector<Check> listChecks() {
           "A program's null in a list would be taken for a file, in place of the exception that names the list."),
       room.required("EmptyStringsComeAsEmptyStrings", emptyStringsComeAsEmptyStrings,
                     "A list with an empty string would be refused as one with a null."),
-      room.required("TheIndexHas64Bits", theIndexHas64Bits,
-                    "The index is passed in 64 bits; a host that takes 32 reads a wrong register, or a wrong element."),
+      room.advised("TheIndexHas64Bits", theIndexHas64Bits,
+                   "The index is passed in 64 bits; a host that takes 32 of them reads another element of a list that "
+                   "is long enough."),
   };
 }
 

@@ -39,7 +39,7 @@ std::vector<Check> packageChecks() {
   return {
       room.required("TheEmptyNameIsRefused", theEmptyNameIsRefused,
                     "The empty name stands for the root itself; all of its sources would be loaded as a package."),
-      room.required("DottedNamesAreAccepted", dottedNamesAreAccepted, "No package of that name could be loaded."),
+      room.advised("DottedNamesAreAccepted", dottedNamesAreAccepted, "No package of that name could be loaded."),
       room.advised(
           "NamesThatLeaveTheRootAreRefused", namesThatLeaveTheRootAreRefused,
           "Each segment becomes a folder below a root; a name with empty segments or slashes would reach folders "

@@ -33,8 +33,8 @@ std::vector<Check> precompilingChecks() {
   return {
       room.required("NoListenerIsNeeded", noListenerIsNeeded,
                     "The library passes an empty callback; calling it throws, and every precompilation would fail."),
-      room.required("AnEmptyListIsHarmless", anEmptyListIsHarmless,
-                    "An empty list is passed on; a program with nothing to compile would fail."),
+      room.advised("AnEmptyListIsHarmless", anEmptyListIsHarmless,
+                   "An empty list is passed on; a program with nothing to compile would fail."),
       room.required("ABrokenSourceThrowsAStandardException", aBrokenSourceThrowsAStandardException,
                     "Only the text of a std::exception reaches the program; it would take its sources for compiled."),
       room.advised("NothingIsRegistered", nothingIsRegistered,

@@ -2,10 +2,10 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
-#include <thread>
+#include <string_view>
 
-#include "classloader/natives.h"
 #include "host_contract/check.h"
+#include "host_contract/checks/known_types.h"
 #include "host_contract/checks/mutex.h"
 #include "runtime_api/reflection.h"
 
@@ -13,11 +13,8 @@ namespace orva::host_contract {
 
 /// Has at least the standard library's types registered, where the host has one.
 static int32_t registeredTypes(Trial& trial) {
-  orva_ClassLoader_getSystem();
-  trial.hooks.takePending();
-  const int32_t count = Reflection_getTypeCount();
-  expect(count >= 0, "the count is " + std::to_string(count));
-  return count;
+  loadStandardTypes(trial);
+  return Reflection_getTypeCount();
 }
 
 /// A name of the registry as text; empty for null.
@@ -33,6 +30,14 @@ static void everyIndexBelowTheCountIsValid(Trial& trial) {
       throw Broken{"the count is " + std::to_string(count) + ", and asking for entry " + std::to_string(index) +
                    " threw"};
     }
+  }
+}
+
+static void everyEntryHasAName(Trial& trial) {
+  const int32_t count = registeredTypes(trial);
+  for (int32_t index = 0; index < count; ++index) {
+    expect(!nameOfEntry(index).empty(),
+           "entry " + std::to_string(index) + " of " + std::to_string(count) + " has no name");
   }
 }
 
@@ -64,7 +69,7 @@ static void recordsAreReadableUnderTheMutex(Trial& trial) {
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
   for (const TypeRecord& record : gTypes) {
     for (int number = 1; number <= 4; ++number) {
-      const std::string name(recordName(record, number));
+      const std::string name(std::string_view(recordName(record, number)));
       expect(name.find('\0') == std::string::npos, "a record's name holds a zero byte");
     }
     static_cast<void>(isReady(record));
@@ -77,23 +82,11 @@ static void theMutexIsFreeBetweenCalls(Trial& trial) {
   expectFreeMutex("after the registry was asked");
 }
 
-/// Tells whether a ready record has a name; the caller holds the mutex.
-static bool isReadyRecord(const std::string& fullName) {
-  for (const TypeRecord& record : gTypes) {
-    for (int number = 1; isReady(record) && number <= 4; ++number) {
-      if (recordName(record, number) == fullName) return true;
-    }
-  }
-  return false;
-}
-
 static void everyRegisteredTypeHasAReadyRecord(Trial& trial) {
   const int32_t count = registeredTypes(trial);
-  std::vector<std::string> fullNames;
-  for (int32_t index = 0; index < count; ++index) fullNames.push_back(textOf(Reflection_getTypeFullName(index)));
-  const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  for (const std::string& fullName : fullNames) {
-    expect(fullName.empty() || isReadyRecord(fullName), "no ready record of gTypes has the name '" + fullName + "'");
+  for (int32_t index = 0; index < count; ++index) {
+    const std::string name = nameOfEntry(index);
+    expect(name.empty() || hasReadyRecord(name), "no ready record of gTypes has the name '" + name + "'");
   }
 }
 
@@ -103,6 +96,8 @@ std::vector<Check> registryChecks() {
       room.required(
           "EveryIndexBelowTheCountIsValid", everyIndexBelowTheCountIsValid,
           "Each look-up asks for the names of every index below the count; it would fail for all types, or crash."),
+      room.advised("EveryEntryHasAName", everyEntryHasAName,
+                   "No look-up finds such a type; most often the count is one too many."),
       room.required(
           "TheShortNameOutlivesTheFullNamesCall", theShortNameOutlivesTheFullNamesCall,
           "The library copies both names after it asked for both; short names would be compared with other texts."),

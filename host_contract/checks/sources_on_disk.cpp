@@ -1,23 +1,25 @@
 // Sources below roots, and what the registry has of them.
 #include "host_contract/checks/sources_on_disk.h"
 
-#include <cstdint>
 #include <fstream>
 #include <stdexcept>
 
 #include "classloader/natives.h"
+#include "host_contract/checks/known_types.h"
 #include "runtime_api/compiler.h"
-#include "runtime_api/reflection.h"
 #include "runtime_api/runtime.h"
 
 namespace fs = std::filesystem;
 
 namespace orva::host_contract {
 
+fs::path sourcePath(const fs::path& root, const std::string& className) {
+  return root / "contract" / "sample" / (className + ".ov");
+}
+
 std::string writeSource(const fs::path& root, const std::string& className, const std::string& text) {
-  const fs::path package = root / samplePackage;
-  fs::create_directories(package);
-  const fs::path file = package / (className + ".ov");
+  const fs::path file = sourcePath(root, className);
+  fs::create_directories(file.parent_path());
   std::ofstream out(file, std::ios::binary);
   out << text;
   out.close();
@@ -30,7 +32,9 @@ std::string writeClass(Trial& trial, const fs::path& root, const std::string& cl
 }
 
 std::string writeBroken(Trial& trial, const fs::path& root, const std::string& className) {
-  return writeSource(root, className, trial.hooks.brokenSource(samplePackage, className));
+  const std::string text = trial.hooks.brokenSource(samplePackage, className);
+  if (text.empty()) throw NotRun{"this host shows no failing load: its hooks write no broken source"};
+  return writeSource(root, className, text);
 }
 
 fs::path addRoot(Trial& trial, const std::string& name) {
@@ -44,16 +48,6 @@ std::string fullNameOf(const std::string& className) { return std::string(sample
 
 void load(const std::string& sourceFile) {
   compiler::Compiler::ensureSourceLoadedInActiveJit(sourceFile, compiler::Compiler::activeRuntimeContext());
-}
-
-/// Tells whether the registry has an entry of a full name.
-static bool isRegistered(const std::string& fullName) {
-  const int32_t count = Reflection_getTypeCount();
-  for (int32_t index = 0; index < count; ++index) {
-    const char* name = Reflection_getTypeFullName(index);
-    if (name != nullptr && name == fullName) return true;
-  }
-  return false;
 }
 
 void expectLoaded(const std::string& className) {

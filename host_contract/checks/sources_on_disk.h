@@ -9,9 +9,9 @@
 namespace orva::host_contract {
 
 /// The package of every class that the checks write.
-constexpr const char* samplePackage = "sample";
+constexpr const char* samplePackage = "contract.sample";
 
-/// Writes a source where its class belongs below a root: ROOT/sample/CLASS.ov.
+/// Writes a source where its class belongs below a root: ROOT/contract/sample/CLASS.ov.
 /// @return the path of the file.
 std::string writeSource(const std::filesystem::path& root, const std::string& className, const std::string& text);
 
@@ -26,6 +26,9 @@ std::filesystem::path addRoot(Trial& trial, const std::string& name);
 
 /// The full name of a class of the sample package.
 std::string fullNameOf(const std::string& className);
+
+/// The path of the source of a class below a root, whether it is there or not.
+std::filesystem::path sourcePath(const std::filesystem::path& root, const std::string& className);
 
 /// Loads a source in the active context, as a look-up does.
 void load(const std::string& sourceFile);

@@ -44,7 +44,7 @@ class ReferenceHostHooks : public Hooks {
     return list;
   }
 
-  void callNative(void (*native)()) override {
+  bool callNative(void (*native)()) override {
     nativeToCall = native;
     const std::string file = folder_ + "/KitsProgram.ov";
     compiler::writeFile(file,
@@ -54,6 +54,7 @@ class ReferenceHostHooks : public Hooks {
                         "}\n");
     compiler::activeContext().loader.load(file, compiler::Placement::anywhere);
     runtime::findTypeByFullName("KitsProgram")->find("main")->invoke(nullptr, nullptr);
+    return true;
   }
 
   std::string classSource(const std::string& packageName, const std::string& className) override {

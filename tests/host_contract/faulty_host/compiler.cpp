@@ -178,7 +178,10 @@ namespace orva::compiler {
 class Context {};
 struct Compiler::CompilationProgress {};
 
-int32_t Compiler::objectAbiVersion() { return 1; }
+int32_t Compiler::objectAbiVersion() {
+  static int32_t version = 1;
+  return breaks("natives.TheObjectAbiVersionStays") ? ++version : version;
+}
 
 std::shared_ptr<Context> Compiler::activeRuntimeContext() {
   static const auto context = std::make_shared<Context>();
@@ -248,10 +251,11 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
   const std::lock_guard<std::mutex> lock(classPathMutex);
   for (const std::string& root : searchedRoots) {
     if (breaks("class_path.AClassUnderAnAddedRootIsFound") || missingClasses.count(className) != 0) break;
-    const fs::path file = fs::path(root) / (relative + ".ov");
+    const fs::path file = root + "/" + relative + ".ov";
     if (fs::is_regular_file(file)) return file.string();
   }
-  if (breaks("natives.AnUnknownTypeIsNoFailure")) throw std::runtime_error("no class " + className);
+  if (breaks("natives.OddNamesAreTaken") && className.find(' ') != std::string::npos) std::abort();
+  if (breaks("class_path.AMissingClassHasNoSource")) throw std::runtime_error("no class " + className);
   missingClasses.insert(className);
   return {};
 }

@@ -42,7 +42,7 @@ class FaultyHooks : public Hooks {
     return isUnbound ? nullptr : Hooks::boundNative(symbol);
   }
 
-  void callNative(void (*native)()) override {
+  bool callNative(void (*native)()) override {
     std::unique_lock<std::mutex> lock(gReflectionMutex, std::defer_lock);
     if (breaks("natives.TheMutexIsFreeAtEveryNativesEntry")) lock.lock();
     try {
@@ -54,6 +54,7 @@ class FaultyHooks : public Hooks {
       if (!breaks("natives.ThrownObjectsPassTheCallersFrames")) throw;
       Orva_raise("Exception", "something was thrown");
     }
+    return true;
   }
 
   std::string classSource(const std::string& packageName, const std::string& className) override {
