@@ -7,7 +7,7 @@ source abi/library.sh
 
 lists=(exported_symbols.txt required_symbols.txt)
 dumps=(liborva-classloader.abi host.abi)
-flags="-O2 -g -ffile-prefix-map=$PWD/="
+flags=(-O2 -g "-ffile-prefix-map=$PWD/=")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -19,14 +19,14 @@ fail() {
 # Without what changes while the ABI does not: places in the sources, names of parameters, and the like.
 dump() {  # SHARED_LIBRARY FILE
   abidw --exported-interfaces-only --type-id-style hash --no-corpus-path --no-comp-dir-path --no-show-locs \
-    --no-elf-needed --no-parameter-names --out-file "$2" "$1"
+    --no-elf-needed --no-parameter-names --out-file "$2" "$1" || fail "abidw cannot read $1"
   [[ $(grep -c '<elf-symbol ' "$2") -eq $(grep -c ' elf-symbol-id=' "$2") ]] || fail "symbols without a type: $2"
 }
 
 measure_library() {
   local library
   build_library . "$work/library" -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE= \
-    -DCMAKE_CXX_FLAGS="$flags" || fail "the library does not build"
+    -DCMAKE_CXX_FLAGS="-O2 -g '${flags[2]}'" || fail "the library does not build"
   library=$(find_library "$work/library" so)
   exported_symbols "$library" >"$work/exported_symbols.txt"
   required_symbols . "$library" >"$work/required_symbols.txt"
@@ -37,8 +37,7 @@ measure_library() {
 # bodies must not become one.
 measure_host() {
   { echo '{ global:'; awk '{ print $3 ";" }' "$work/required_symbols.txt"; echo 'local: *; };'; } >"$work/host.map"
-  # shellcheck disable=SC2086  # one word for each flag
-  g++ -std=c++17 $flags -fno-ipa-icf -fPIC -shared -I. abi/host.cpp -o "$work/host.so" \
+  g++ -std=c++17 "${flags[@]}" -fno-ipa-icf -fPIC -shared -I. abi/host.cpp -o "$work/host.so" \
     -Wl,--version-script="$work/host.map" -Wl,--no-undefined-version || return
   dump "$work/host.so" "$work/host.abi"
 }

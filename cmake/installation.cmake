@@ -27,11 +27,10 @@ if(TARGET orva_host_contract)
     COMPONENT development)
 endif()
 
-# The pages for host teams, where they lead to each other.
+# The pages, whole: they lead to each other.
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/orva-classloader)
-install(FILES README.md CHANGELOG.md DESTINATION ${documents} COMPONENT development)
-install(FILES docs/host-guide.md docs/natives.md docs/neighbours.md docs/threads.md DESTINATION ${documents}/docs
-  COMPONENT development)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents} COMPONENT development)
+install(DIRECTORY docs DESTINATION ${documents} COMPONENT development PATTERN Doxyfile EXCLUDE)
 
 # The headers that the libraries were built with; the host's may include others that lie beside them.
 install(FILES classloader/natives.h DESTINATION ${headers}/classloader COMPONENT development)

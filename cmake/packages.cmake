@@ -32,7 +32,8 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "class loading natives of the orva language - shared library
 ${PROJECT_DESCRIPTION}, for hosts that are linked to it as a shared library.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "class loading natives of the orva language - development files
-${PROJECT_DESCRIPTION}: headers, the static library, and what CMake and pkg-config need to build a host.")
+${PROJECT_DESCRIPTION}: headers, the static library, what CMake and pkg-config need to build a host, the kit that
+checks one, a host to start from, and the pages for host teams in /usr/share/doc/orva-classloader.")
 set(CPACK_COMPONENT_HOST_DESCRIPTION "runs programs in a small dialect of the orva language
 The program orva-host, which compiles them to machine code with LLVM, and the dialect's standard library.")
 

@@ -1,5 +1,5 @@
 # What checks share that build for themselves: the project's root, a temporary folder, how a check fails; and, for those
-# of this folder, the built libraries.
+# of symbols/, the built libraries.
 # shellcheck shell=bash disable=SC2034
 set -euo pipefail
 
@@ -8,7 +8,7 @@ libraries=${2:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# shellcheck source-path=SCRIPTDIR source=../../abi/library.sh
+# shellcheck source-path=SCRIPTDIR source=../abi/library.sh
 source "$root/abi/library.sh"
 
 compilers=(g++ clang++ clang++-19)

@@ -26,9 +26,12 @@ sed -n 's/^\.Os orva-classloader //p' "$page" >"$work/other"
 same 'version of the program' 'version of the page'
 
 # Up to what stands for a name or a reason.
+section DIAGNOSTICS | sed -nE "s/^\.It \"(orva-host: )?'?([^\"':]+).*/\2/p" >"$work/messages"
+[[ -s $work/messages && $(wc -l <"$work/messages") -eq $(section DIAGNOSTICS | grep -c '^\.It') ]] ||
+  { echo 'not every item of DIAGNOSTICS is a quoted message'; status=1; }
 while read -r message; do
   grep -rqF --include='*.cpp' -- "$message" "$project/reference_host" || { echo "no source says <$message>"; status=1; }
-done < <(section DIAGNOSTICS | sed -nE "s/^\.It \"(orva-host: )?'?([^\"':]*).*/\2/p")
+done <"$work/messages"
 
 # A session as a page to follow: what `cat` shows is the file, and any other command prints what stands below it.
 section EXAMPLES | awk '

@@ -17,7 +17,7 @@ find examples -name '*.o' -delete
 ln -s "$build/bin" "$build/share" build/dev/
 echo 'add_test(passes true)' >build/dev/CTestTestfile.cmake
 
-# A host in four files: the smallest one, all in the first.
+# A host in four files: the plain one, all in the first.
 cp tests/symbols/plain_host.cpp my_host/main.cpp
 cp tests/symbols/plain_host.h my_host
 touch my_host/{runtime,registry,compiler}.cpp
@@ -30,6 +30,6 @@ PATH=$work/tools:$PATH "$here/follow.py" --here README.md
 my_host/build/my_host
 my_host/with_static
 LD_LIBRARY_PATH=build/installed/lib my_host/with_shared
-nm -D --defined-only my_host/build/my_host | grep -q ' T orva_ClassLoader_getSystem$' ||
+nm -D --defined-only my_host/build/my_host | grep ' T orva_ClassLoader_getSystem$' >/dev/null ||
   { echo "README.md: dlsym does not find the natives in the README's host"; exit 1; }
 echo "The README's own host was built, and ran"

@@ -1,6 +1,6 @@
 # What the checks of this folder share: how the library is installed, and how a consumer is built and judged.
-# shellcheck shell=bash source-path=SCRIPTDIR source=../symbols/common.sh
-source "$(dirname "${BASH_SOURCE[0]}")/../symbols/common.sh"
+# shellcheck shell=bash source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
 
 require cmake ninja pkg-config readelf g++ clang++
 

@@ -21,6 +21,16 @@ use_hosts() {
   done
 }
 
+# The template, with either library.
+use_template() {
+  local shared
+  for shared in OFF ON; do
+    must_build /usr/share/orva-classloader/examples/minimal_host "$work/template-$shared" -DBUILD_SHARED_LIBS=$shared
+    "$work/template-$shared/minimal_lookup" | grep '^shop.Cart is a type$' >/dev/null || fail "the template does not run"
+    "$work/template-$shared/check_minimal_host" >"$work/report" || fail "the template: $(cat "$work/report")"
+  done
+}
+
 use_program() {
   local expected=/usr/share/orva/stdlib/orva/Console.ov printed
   printf 'class Main { static void main() { %s } }\n' \
@@ -33,8 +43,10 @@ use_program() {
 # Runs where the packages are installed.
 use_packages() {
   [[ ! -e $root/README.md ]] || fail "the checkout is still there"
-  ldconfig -p | grep -q 'liborva-classloader\.so\.0 ' || fail "the shared library is not in the linker's cache"
+  # Not `grep -q`, which ends ldconfig by a signal once it has found the line.
+  ldconfig -p | grep 'liborva-classloader\.so\.0 ' >/dev/null || fail "the shared library is not in the linker's cache"
   use_hosts
+  use_template
   use_program
   dpkg --purge "${packages[@]}" >purged 2>&1 || fail "the packages cannot be removed: $(cat purged)"
   ! grep -iE 'warning|error' purged >&2 || fail "removing the packages is not clean"
@@ -49,6 +61,10 @@ done >"$work/dependencies"
 for dependency in 'libllvm19' 'liborva-classloader0 (= 0.1.0)' 'libc6 (>= '; do
   grep -qF "$dependency" "$work/dependencies" || fail "no package depends on $dependency: $(cat "$work/dependencies")"
 done
+
+for package in "${packages[@]}"; do
+  dpkg-deb --contents "$made/${package}"_*.deb
+done | grep '^d' | grep -v '^drwxr-xr-x root/root' >&2 && fail "folders of a package that not everyone may open"
 
 cd "$work"
 every_file >before

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Does what docs/host-guide.md tells its reader to do, where the Debian packages are installed and nothing else of ours.
 # Usage: follow_host_guide.sh PROJECT FOLDER; the folder holds the packages.
-# shellcheck source-path=SCRIPTDIR source=../symbols/common.sh
-source "$(dirname "$0")/../symbols/common.sh"
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
 
 require unshare g++ cmake ninja pkg-config python3
 cp "$root"/tests/docs/{follow,page}.py "$root/docs/host-guide.md" "$work"

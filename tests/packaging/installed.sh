@@ -25,6 +25,15 @@ lib/pkgconfig/orva-classloader.pc
 END
 same "what is installed" "$work/expected" "$work/found"
 ! grep -rIFl -e "$root" -e "$work" "$prefix" >&2 || fail "files name the folders that they were built in"
+PYTHONPATH=$root/tests/docs /usr/bin/python3 -B - "$prefix"/share/doc/orva-classloader <<'END' || fail "see the links above"
+import sys
+from pathlib import Path
+from page import Page
+
+dead = [f"{path}:{line}: {link}" for path in Path(sys.argv[1]).rglob("*.md") for line, link in Page(path).links
+        if not (path.parent / link.partition("#")[0]).exists()]
+sys.exit("\n".join(dead) or 0)
+END
 readelf -d "$libraries/liborva-classloader.so" | grep -q 'SONAME.*\[liborva-classloader\.so\.0\]' || fail "another soname"
 
 for compiler in g++ clang++; do

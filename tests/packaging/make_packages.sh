@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Makes the Debian packages, for the tests that install them.
 # Usage: make_packages.sh PROJECT BUILD FOLDER; the package of the reference host is made of what was built in BUILD.
-# shellcheck source-path=SCRIPTDIR source=../symbols/common.sh
-source "$(dirname "$0")/../symbols/common.sh"
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
 
 require cmake ninja cpack dpkg-shlibdeps file
 made=$3

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Configures with what the project cannot be built with; each time CMake must stop with one line that says why.
-# shellcheck source-path=SCRIPTDIR source=../symbols/common.sh
-source "$(dirname "$0")/../symbols/common.sh"
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
 
 require cmake ninja g++ clang++
 

@@ -2,13 +2,17 @@
 # Runs a command on this machine as it would be with some Debian packages installed, and leaves the machine as it is:
 # the command sees a copy of the root file system that keeps no change. It is run in the current folder, which alone is
 # the real one, and does not see this checkout, so that it uses what the packages hold and nothing else.
-# Usage: with_packages.sh FOLDER COMMAND [ARGUMENT…], as root; FOLDER holds the packages. 77 says that this is not root.
+# Usage: with_packages.sh FOLDER COMMAND [ARGUMENT…], as root; FOLDER holds the packages. 77 says that this is not root, or a root that may not mount.
 set -euo pipefail
 
 checkout=$(realpath "$(dirname "$0")/../..")
 [ $# -ge 2 ] || { echo "usage: $0 FOLDER COMMAND [ARGUMENT…]" >&2; exit 2; }
 if [ "$(id -u)" -ne 0 ]; then
   echo "$(basename "$0"): only root can install packages" >&2
+  exit 77
+fi
+if ! unshare --mount true 2>/dev/null; then
+  echo "$(basename "$0"): this root may not mount, which installing packages for one command takes" >&2
   exit 77
 fi
 case "$checkout/" in "${PWD%/}"/*)

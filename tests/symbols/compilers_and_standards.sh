@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Compiles every source as it stands with each compiler and standard, and every header alone.
-# shellcheck source-path=SCRIPTDIR source=common.sh
-source "$(dirname "$0")/common.sh"
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
 
 require gcc "${compilers[@]}" xargs
 

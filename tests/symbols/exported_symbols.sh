@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Compares what the libraries define for others with the list of what the library exports: the nine natives.
-# shellcheck source-path=SCRIPTDIR source=common.sh
-source "$(dirname "$0")/common.sh"
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
 
 require nm c++filt objdump
 natives=$root/abi/exported_symbols.txt

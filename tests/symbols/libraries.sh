@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds both libraries with each compiler, for the checks that read their symbols.
-# shellcheck source-path=SCRIPTDIR source=common.sh
-source "$(dirname "$0")/common.sh"
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
 
 require cmake ninja "${compilers[@]}"
 

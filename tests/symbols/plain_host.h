@@ -1,4 +1,4 @@
-// The smallest host's neighbours and its main, which calls every native. The source that includes this has declared the
+// The plain host's neighbours and its main, which calls every native. The source that includes this has declared the
 // natives, the neighbours and a record: its own way, so that several ways are shown to be the same.
 #pragma once
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Links the library's objects with a host that declares the neighbours by itself, and runs the two together.
-# shellcheck source-path=SCRIPTDIR source=common.sh
-source "$(dirname "$0")/common.sh"
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
 
 require g++ clang++
 

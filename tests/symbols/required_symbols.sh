@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Compares what the libraries leave to their host with the list of what a host must define.
-# shellcheck source-path=SCRIPTDIR source=common.sh
-source "$(dirname "$0")/common.sh"
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
 
 require nm c++filt "${compilers[@]}"
 
