@@ -93,7 +93,7 @@ static ContendedLoad loadWhileTheTableIsRead(const std::string& file) {
     const std::lock_guard<std::mutex> lock(gReflectionMutex);
     const std::size_t before = countRecords();
     isHeld = true;
-    for (int waited = 0; waited < 100 && !isDone; ++waited) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    for (int waited = 0; waited < 50 && !isDone; ++waited) std::this_thread::sleep_for(std::chrono::milliseconds(2));
     result.hasTableChanged = countRecords() != before;
   });
   while (!isHeld) std::this_thread::yield();
