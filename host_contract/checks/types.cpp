@@ -70,10 +70,8 @@ std::vector<Check> typeChecks() {
                     "Two natives hand a program's null on as it is; the process would crash."),
       room.required("AnEmptyNameIsTaken", anEmptyNameIsTaken,
                     "Two natives hand an empty name on as it is; a program would get a type, or a crash, for no name."),
-      room.required(
-          "AnUnknownNameGivesNull", anUnknownNameGivesNull,
-          "For the library null alone means that there is no type; programs would use what is none, or see a failure "
-          "where asking is allowed."),
+      room.required("AnUnknownNameGivesNull", anUnknownNameGivesNull,
+                    "For the library null alone means that there is no type; programs would use what is none."),
       room.required(
           "EveryRegisteredNameIsFound", everyRegisteredNameIsFound,
           "A plugin's entry type is looked up by the full name that the registry has; loading it would give null and "
