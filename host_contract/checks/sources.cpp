@@ -101,6 +101,8 @@ static ContendedLoad loadWhileTheTableIsRead(const std::string& file) {
     load(file);
   } catch (const std::exception& failure) {
     result.failure = failure.what();
+  } catch (...) {
+    result.failure = "it threw something not derived from std::exception";
   }
   isDone = true;
   reader.join();

@@ -19,6 +19,7 @@ fail() {
 errors_file=$(mktemp)
 trap 'rm -f "$errors_file"' EXIT
 
+run 0 -h
 run 0 --help
 [[ $printed == Usage:* ]] || fail "--help prints no usage"
 
@@ -46,5 +47,12 @@ for seconds in 0 3601 x 5x ''; do
   run 2 --seconds "$seconds"
   [ "$errors" = "--seconds takes a number from 1 to 3600, not '$seconds'" ] || fail "--seconds $seconds"
 done
+for words in --list --help lists; do
+  ! "$check" "$words" >/dev/full 2>"$errors_file" || fail "$words succeeds where nothing can be printed"
+  grep -q '^The report could not be printed: ' "$errors_file" || fail "$words does not say that it could not print"
+done
+TMPDIR=/no/such/folder run 2 lists
+[[ $errors == "The checks could not be run: No folder for a check below TMPDIR, '/no/such/folder': "* ]] ||
+  fail "a wrong TMPDIR is not named"
 run 2 --absent
 [[ $errors == *"unrecognized option '--absent'"* ]] || fail "a wrong option"

@@ -1,0 +1,96 @@
+// How the kit runs a check: whatever the host does in its process, the kit says it, and goes on.
+#include "host_contract/examine.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include "fault.h"
+#include "hooks.h"
+#include "runtime_api/reflection.h"
+
+using orva::host_contract::Check;
+using orva::host_contract::Needs;
+using orva::host_contract::NotRun;
+using orva::host_contract::Outcome;
+using orva::host_contract::Trial;
+using orva::host_contract::Weight;
+
+/// Runs a check of this test's own, for a second at most.
+static Outcome examine(void (*run)(Trial&)) {
+  faulty_host::fault.clear();
+  return orva::host_contract::examine({"room", "Check", Weight::required, Needs::nothing, "Because.", run},
+                                      faulty_host::hooks(), 1);
+}
+
+static void expectBroken(void (*run)(Trial&), const std::string& seen) {
+  const Outcome outcome = examine(run);
+  EXPECT_EQ(outcome.kind, Outcome::broken);
+  EXPECT_EQ(outcome.seen, seen);
+}
+
+TEST(Examine, TellsHowACheckHasEnded) {
+  EXPECT_EQ(examine([](Trial&) {}).kind, Outcome::held);
+  expectBroken([](Trial&) { orva::host_contract::expect(false, "what was seen"); }, "what was seen");
+  const Outcome notRun = examine([](Trial&) { throw NotRun{"a reason"}; });
+  EXPECT_EQ(notRun.kind, Outcome::notRun);
+  EXPECT_EQ(notRun.seen, "a reason");
+}
+
+TEST(Examine, TellsWhatCameOutOfTheHost) {
+  expectBroken([](Trial&) { throw std::runtime_error("a text"); }, "a std::exception came out of the host: a text");
+  expectBroken([](Trial&) { throw 1; }, "an object that is no std::exception came out of the host");
+}
+
+TEST(Examine, TellsHowTheHostEndedTheProcess) {
+  expectBroken([](Trial&) { std::abort(); }, "the host was ended by signal 6 (Aborted)");
+  expectBroken([](Trial&) { _exit(3); }, "the host ended the process with status 3, or closed the kit's pipe");
+}
+
+TEST(Examine, EndsWhatIsNotDoneInTimeAndTellsOfTheMutex) {
+  expectBroken([](Trial&) { pause(); }, "not done after 1 s");
+  expectBroken(
+      [](Trial&) {
+        gReflectionMutex.lock();
+        pause();
+      },
+      "not done after 1 s; gReflectionMutex is held");
+}
+
+TEST(Examine, EndsWithTheOutcomeAndTakesTheHostsProcessesWithIt) {
+  // Every process of the check holds the second end, and so the first says when all of them are gone.
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const Outcome outcome = examine([](Trial&) {
+    if (fork() == 0) {
+      for (;;) pause();
+    }
+  });
+  EXPECT_EQ(outcome.kind, Outcome::held);
+  close(ends[1]);
+  pollfd gone{ends[0], POLLIN, 0};
+  EXPECT_EQ(poll(&gone, 1, 10'000), 1) << "a process that the host started still runs";
+  close(ends[0]);
+}
+
+/// Where a check leaves a word for its test; set before the check's process is made.
+static std::string wordFile;
+
+TEST(Examine, LeavesNoFolderBehind) {
+  wordFile = testing::TempDir() + "examine_test_folder";
+  examine([](Trial& trial) {
+    std::ofstream(trial.folder / "file") << "left";
+    std::ofstream(wordFile) << trial.folder.string();
+  });
+  std::string folder;
+  std::ifstream(wordFile) >> folder;
+  std::remove(wordFile.c_str());
+  EXPECT_FALSE(folder.empty());
+  EXPECT_FALSE(std::filesystem::exists(folder)) << folder;
+}
