@@ -34,7 +34,8 @@ dead = [f"{path}:{line}: {link}" for path in Path(sys.argv[1]).rglob("*.md") for
         if not (path.parent / link.partition("#")[0]).exists()]
 sys.exit("\n".join(dead) or 0)
 END
-readelf -d "$libraries/liborva-classloader.so" | grep -q 'SONAME.*\[liborva-classloader\.so\.0\]' || fail "another soname"
+readelf -d "$libraries/liborva-classloader.so" >"$work/dynamic"
+grep -q 'SONAME.*\[liborva-classloader\.so\.0\]' "$work/dynamic" || fail "another soname"
 
 for compiler in g++ clang++; do
   for kind in static shared; do
