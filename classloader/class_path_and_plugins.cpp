@@ -48,9 +48,9 @@ void orva_ClassLoader_precompileSources(void* sourceFiles) {
   });
 }
 
-/// Refuses an entry type that is registered already.
-/// @return whether it was refused; raises "IllegalStateException" then, with the name as registered.
-/// Throws when the name is ambiguous.
+/// Refuses an entry type that is registered already: raises "IllegalStateException" with the name as registered.
+/// @return whether it was refused.
+/// Lets pass what is thrown because the name is ambiguous.
 static bool rejectAlreadyLoadedPluginType(const char* entryType) {
   const std::optional<std::string> registered = reflectedTypeMatch(orEmpty(entryType));
   if (!registered) return false;
@@ -58,10 +58,10 @@ static bool rejectAlreadyLoadedPluginType(const char* entryType) {
   return true;
 }
 
-/// Looks the entry type of a loaded plugin up.
-/// @return its type object, null included; raises "ClassNotFoundException" with the name as given and
-///         returns null when it is not registered.
-/// Throws when the name is ambiguous.
+/// Looks up the entry type of a loaded plugin. When it is not registered, raises "ClassNotFoundException" with the name
+/// as given.
+/// @return its type object, null included; null after the raise.
+/// Lets pass what is thrown because the name is ambiguous.
 static void* requireReflectedType(const char* entryType) {
   const std::string name(orEmpty(entryType));
   const std::optional<std::string> registered = reflectedTypeMatch(name);

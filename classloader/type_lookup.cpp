@@ -1,7 +1,10 @@
 // Looking a type up by name: makes sure that it can exist, then asks the runtime.
+#include <cstddef>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "classloader/failure_bridge.h"
 #include "classloader/natives.h"
@@ -13,6 +16,41 @@
 
 using orva::compiler::Compiler;
 using orva::compiler::Context;
+
+/// Counts the bytes that two different words of 8 bytes begin with alike, without a branch that could go either way.
+static std::size_t commonInWord(const char* left, const char* right) {
+  std::size_t same = std::memcmp(left, right, 4) == 0 ? 4 : 0;
+  same += std::memcmp(left + same, right + same, 2) == 0 ? 2 : 0;
+  return same + (left[same] == right[same] ? 1 : 0);
+}
+
+/// Counts the bytes that a name and `key`, which is at most as long, begin with alike.
+static std::size_t commonPrefix(std::string_view name, std::string_view key) {
+  // Most names differ in the first byte; those of the key's own package begin alike.
+  if (key.empty() || name.front() != key.front()) return 0;
+  constexpr std::size_t wordSize = 8;
+  std::size_t same = 0;
+  for (; same + wordSize <= key.size(); same += wordSize) {
+    if (std::memcmp(&name[same], &key[same], wordSize) != 0) return same + commonInWord(&name[same], &key[same]);
+  }
+  while (same < key.size() && name[same] == key[same]) ++same;
+  return same;
+}
+
+/// Tells whether compacting `name` gives `key`, a compact name, and builds nothing to find out.
+static bool compactsTo(std::string_view name, std::string_view key) {
+  // Compacting never makes a name longer.
+  while (name.size() >= key.size()) {
+    // A byte of the key is not one that is dropped.
+    const std::size_t same = commonPrefix(name, key);
+    name.remove_prefix(same);
+    key.remove_prefix(same);
+    if (name.empty()) return true;
+    if (!isDropped(name.front())) return false;
+    name.remove_prefix(1);
+  }
+  return false;
+}
 
 /// Tells whether one of a record's names compacts to the key of a generic name.
 static bool spells(const TypeRecord& record, const std::string& key) {
@@ -53,14 +91,15 @@ static void ensureClass(const std::string& plainName) {
   if (!sourceFile.empty()) Compiler::ensureSourceLoadedInActiveJit(sourceFile, context);
 }
 
+static bool holds(const char* name, char bracket) { return std::strchr(name, bracket) != nullptr; }
+
 void* orva_ClassLoader_getTypeByName(const char* typeName) {
   if (isMissing(typeName)) return Orva_typeByName(typeName);
   const bool prepared = bridged("ClassNotFoundException", [typeName] {
-    const std::string name(typeName);
-    const bool opens = name.find('<') != std::string::npos;
-    const bool closes = name.find('>') != std::string::npos;
-    if (opens && closes) ensureGenericInstance(name);
-    if (!opens) ensureClass(name);
+    // Each phase reads the name afresh, and has a copy of its own while it calls the host: a host that changes the name
+    // in place while it materialises an instance decides by that whether a source is looked for.
+    if (holds(typeName, '<') && holds(typeName, '>')) ensureGenericInstance(typeName);
+    if (!holds(typeName, '<')) ensureClass(typeName);
   });
   // Outside the bridge: the runtime's own failures are not ours to convert.
   return prepared ? Orva_typeByName(typeName) : nullptr;

@@ -31,66 +31,16 @@ static inline std::string compactTypeName(const std::string& name) {
   return compact;
 }
 
-/// Counts the bytes that two different words of 8 bytes begin with alike, without a branch that could go either way.
-static inline std::size_t commonInWord(const char* left, const char* right) {
-  std::size_t same = std::memcmp(left, right, 4) == 0 ? 4 : 0;
-  same += std::memcmp(left + same, right + same, 2) == 0 ? 2 : 0;
-  return same + (left[same] == right[same] ? 1 : 0);
-}
-
-/// Counts the bytes that a name and `key`, which is at most as long, begin with alike.
-static inline std::size_t commonPrefix(std::string_view name, std::string_view key) {
-  // Most names differ in the first byte; those of the key's own package begin alike.
-  if (key.empty() || name.front() != key.front()) return 0;
-  constexpr std::size_t wordSize = 8;
-  std::size_t same = 0;
-  for (; same + wordSize <= key.size(); same += wordSize) {
-    if (std::memcmp(&name[same], &key[same], wordSize) != 0) return same + commonInWord(&name[same], &key[same]);
-  }
-  while (same < key.size() && name[same] == key[same]) ++same;
-  return same;
-}
-
-/// Tells whether compacting `name` gives `key`, a compact name, and builds nothing to find out.
-static inline bool compactsTo(std::string_view name, std::string_view key) {
-  // Compacting never makes a name longer.
-  while (name.size() >= key.size()) {
-    // A byte of the key is not one that is dropped.
-    const std::size_t same = commonPrefix(name, key);
-    name.remove_prefix(same);
-    key.remove_prefix(same);
-    if (name.empty()) return true;
-    if (!isDropped(name.front())) return false;
-    name.remove_prefix(1);
-  }
-  return false;
-}
-
-/// Tells whether two names are the same. Those of one package begin alike, so their last bytes are compared first.
-static inline bool areEqual(std::string_view left, std::string_view right) {
-  constexpr std::size_t wordSize = 8;
-  if (left.size() != right.size()) return false;
-  if (left.size() >= wordSize) {
-    const std::size_t last = left.size() - wordSize;
-    if (std::memcmp(&left[last], &right[last], wordSize) != 0) return false;
-  }
-  return std::memcmp(left.data(), right.data(), left.size()) == 0;
+/// Tells whether two names are equal. Both come from C strings, so neither holds a NUL.
+static inline bool isSame(const char* registered, const std::string& name) {
+  return std::strcmp(registered, name.c_str()) == 0;
 }
 
 /// Tells whether `name`, which has no dot, is what follows a full name's last dot, or all of a full name without one.
-static inline bool isTailOf(std::string_view fullName, std::string_view name) {
+static inline bool isTailOf(std::string_view fullName, const std::string& name) {
   if (fullName.size() < name.size()) return false;
   const std::size_t begin = fullName.size() - name.size();
-  return areEqual(fullName.substr(begin), name) && (begin == 0 || fullName[begin - 1] == '.');
-}
-
-/// Copies a text of the host into `room`, which grows where it must and is used again for the next one: half the cost
-/// of assigning each text to a string.
-/// @return the copy, a part of `room`.
-static inline std::string_view copyInto(std::string& room, std::string_view text) {
-  if (room.size() < text.size()) room.resize(text.size());
-  text.copy(room.data(), text.size());
-  return {room.data(), text.size()};
+  return (begin == 0 || fullName[begin - 1] == '.') && fullName.substr(begin) == name;
 }
 
 /// Resolves a name against the registry: a qualified name by full name, any other by short name or by the
@@ -103,21 +53,19 @@ static inline std::optional<std::string> reflectedTypeMatch(const std::string& n
   if (name.empty()) return match;
   const bool qualified = name.find('.') != std::string::npos;
   const int32_t count = Reflection_getTypeCount();
-  std::string roomForShort;
-  std::string roomForFull;
   for (int32_t index = 0; index < count; ++index) {
-    const char* shortText = Reflection_getTypeName(index);
-    const char* fullText = Reflection_getTypeFullName(index);
-    const std::string_view shortName = copyInto(roomForShort, orEmpty(shortText));
-    const std::string_view fullName = copyInto(roomForFull, orEmpty(fullText));
-    const bool matches = qualified ? areEqual(fullName, name) : areEqual(shortName, name) || isTailOf(fullName, name);
+    // Compared where the host keeps them, before it is called again; only a match is copied.
+    const char* const shortName = orEmpty(Reflection_getTypeName(index));
+    const char* const fullName = orEmpty(Reflection_getTypeFullName(index));
+    const bool matches = qualified ? isSame(fullName, name) : isSame(shortName, name) || isTailOf(fullName, name);
     if (!matches) continue;
     // The scan goes on after a match: only the whole registry shows that a short name is unambiguous.
-    const std::string_view candidate = fullName.empty() ? shortName : fullName;
-    if (match && *match != candidate) {
+    const char* const resolved = isMissing(fullName) ? shortName : fullName;
+    if (!match) {
+      match = resolved;
+    } else if (*match != resolved) {
       throw std::runtime_error("Ambiguous plugin entry type '" + name + "'; use its fully qualified name");
     }
-    match = candidate;
   }
   return match;
 }

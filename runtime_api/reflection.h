@@ -17,13 +17,14 @@ int32_t Reflection_getTypeCount(void);
 
 /// Names a registered type without its package.
 /// @param index of the entry, below the count.
-/// @return NUL-terminated name, which the runtime owns, or null. It stays valid at least until the full name of the
-///         same entry has been fetched.
+/// @return NUL-terminated name, which the runtime owns, or null. It stays valid as long as the full name of the same
+///         entry, which is fetched next, whatever other threads look up meanwhile.
 const char* Reflection_getTypeName(int32_t index);
 
 /// Names a registered type with its package.
 /// @param index of the entry, below the count.
-/// @return NUL-terminated name, which the runtime owns, or null. It is copied at once.
+/// @return NUL-terminated name, which the runtime owns, or null. It stays valid until this thread calls the host again,
+///         whatever other threads look up meanwhile.
 const char* Reflection_getTypeFullName(int32_t index);
 
 }  // extern "C"

@@ -171,7 +171,7 @@ TEST_F(ReflectedTypeMatch, EntriesWithoutAnyNameMatchNothing) {
   }
 }
 
-TEST_F(ReflectedTypeMatch, NamesAreCopiedOnlyWhenBothWereFetched) {
+TEST_F(ReflectedTypeMatch, NamesAreReadOnlyWhenBothWereFetched) {
   std::string shortName = "Old";
   host().registry = {{"unused", "unused"}};
   host().typeName.always([&shortName] { return shortName.c_str(); });
