@@ -4,8 +4,11 @@
 #include <llvm/ADT/SmallVector.h>
 #include <llvm/ExecutionEngine/JITLink/EHFrameSupport.h>
 #include <llvm/ExecutionEngine/Orc/EPCEHFrameRegistrar.h>
+#include <llvm/ExecutionEngine/Orc/LLJIT.h>
 #include <llvm/ExecutionEngine/Orc/ObjectLinkingLayer.h>
 #include <llvm/IR/LegacyPassManager.h>
+#include <llvm/IR/Module.h>
+#include <llvm/Support/MemoryBuffer.h>
 #include <llvm/Support/TargetSelect.h>
 #include <llvm/Support/raw_ostream.h>
 #include <llvm/Target/TargetMachine.h>
@@ -49,58 +52,78 @@ static Value valueOrThrow(llvm::Expected<Value> expected) {
   return static_cast<Value&&>(*expected);
 }
 
-Engine::Engine() : machine_(baselineMachine()) {
+/// What LLVM holds for the engine.
+struct Engine::Session {
+  Session();
+
+  /// Throws an LLVM error with what the session reported for it.
+  void require(llvm::Error error);
+
+  orc::JITTargetMachineBuilder machine = baselineMachine();
+  std::string reported;
+  std::unique_ptr<orc::LLJIT> jit;
+  orc::JITDylib* operations = nullptr;
+  int units = 0;
+};
+
+Engine::Session::Session() {
   // Compiled classes have no static constructors, which a platform would run.
-  jit_ = valueOrThrow(orc::LLJITBuilder()
-                          .setJITTargetMachineBuilder(machine_)
-                          .setObjectLinkingLayerCreator(makeLinkingLayer)
-                          .setPlatformSetUp(orc::setUpInactivePlatform)
-                          .create());
-  // The session tells the cause apart from the failed look-up; they are put together again in `require`.
-  jit_->getExecutionSession().setErrorReporter([this](llvm::Error error) {
-    if (!reported_.empty()) reported_ += "; ";
-    reported_ += llvm::toString(std::move(error));
+  jit = valueOrThrow(orc::LLJITBuilder()
+                         .setJITTargetMachineBuilder(machine)
+                         .setObjectLinkingLayerCreator(makeLinkingLayer)
+                         .setPlatformSetUp(orc::setUpInactivePlatform)
+                         .create());
+  // The session reports the cause apart from the failed look-up; they are put together again in `require`.
+  jit->getExecutionSession().setErrorReporter([this](llvm::Error error) {
+    if (!reported.empty()) reported += "; ";
+    reported += llvm::toString(std::move(error));
   });
-  operations_ = &jit_->getExecutionSession().createBareJITDylib("orva.operations");
+  operations = &jit->getExecutionSession().createBareJITDylib("orva.operations");
   orc::SymbolMap symbols;
   for (const auto& list : {runtime::operations(), linkOperations()}) {
     for (const runtime::NamedOperation& operation : list) {
-      symbols[jit_->mangleAndIntern(operation.name)] = {orc::ExecutorAddr::fromPtr(operation.address),
-                                                        llvm::JITSymbolFlags::Exported};
+      symbols[jit->mangleAndIntern(operation.name)] = {orc::ExecutorAddr::fromPtr(operation.address),
+                                                       llvm::JITSymbolFlags::Exported};
     }
   }
-  require(operations_->define(orc::absoluteSymbols(std::move(symbols))));
+  require(operations->define(orc::absoluteSymbols(std::move(symbols))));
 }
 
-void Engine::require(llvm::Error error) {
-  const std::string cause = std::exchange(reported_, {});
+void Engine::Session::require(llvm::Error error) {
+  const std::string cause = std::exchange(reported, {});
   if (error) {
     const std::string failed = llvm::toString(std::move(error));
     throw std::runtime_error(cause.empty() ? failed : cause);
   }
 }
 
+Engine::Engine() : session_(std::make_unique<Session>()) {}
+
+Engine::~Engine() = default;
+
 std::unique_ptr<CodeUnit> Engine::newUnit() {
-  orc::JITDylib& library = valueOrThrow(jit_->createJITDylib("orva.unit." + std::to_string(units_++)));
+  orc::JITDylib& library =
+      valueOrThrow(session_->jit->createJITDylib("orva.unit." + std::to_string(session_->units++)));
   // Operations first: asking the process for a symbol that it lacks takes long.
-  library.setLinkOrder({{operations_, orc::JITDylibLookupFlags::MatchExportedSymbolsOnly},
-                        {jit_->getProcessSymbolsJITDylib().get(), orc::JITDylibLookupFlags::MatchExportedSymbolsOnly}});
+  library.setLinkOrder(
+      {{session_->operations, orc::JITDylibLookupFlags::MatchExportedSymbolsOnly},
+       {session_->jit->getProcessSymbolsJITDylib().get(), orc::JITDylibLookupFlags::MatchExportedSymbolsOnly}});
   return std::make_unique<CodeUnit>(*this, library);
 }
 
 bool Engine::defines(const std::string& symbol) {
-  auto found =
-      jit_->getExecutionSession().lookup({jit_->getProcessSymbolsJITDylib().get()}, jit_->mangleAndIntern(symbol));
+  auto found = session_->jit->getExecutionSession().lookup({session_->jit->getProcessSymbolsJITDylib().get()},
+                                                           session_->jit->mangleAndIntern(symbol));
   if (found) return true;
   llvm::consumeError(found.takeError());
-  reported_.clear();
+  session_->reported.clear();
   return false;
 }
 
-std::string Engine::target() const { return machine_.getTargetTriple().str(); }
+std::string Engine::target() const { return session_->machine.getTargetTriple().str(); }
 
 std::string Engine::emitObject(llvm::Module& module) {
-  orc::JITTargetMachineBuilder builder = machine_;
+  orc::JITTargetMachineBuilder builder = session_->machine;
   const auto machine = valueOrThrow(builder.createTargetMachine());
   module.setTargetTriple(target());
   module.setDataLayout(machine->createDataLayout());
@@ -116,23 +139,24 @@ std::string Engine::emitObject(llvm::Module& module) {
 
 CodeUnit::~CodeUnit() {
   // Removing what was added to a session that is alive does not fail; there is nobody to tell either.
-  if (!isKept_) llvm::consumeError(engine_.jit_->getExecutionSession().removeJITDylib(library_));
+  if (!isKept_) llvm::consumeError(engine_.session_->jit->getExecutionSession().removeJITDylib(library_));
 }
 
 void CodeUnit::add(std::unique_ptr<llvm::Module> module, orc::ThreadSafeContext context) {
   module->setTargetTriple(engine_.target());
-  module->setDataLayout(engine_.jit_->getDataLayout());
-  engine_.require(engine_.jit_->addIRModule(library_, orc::ThreadSafeModule(std::move(module), std::move(context))));
+  module->setDataLayout(engine_.session_->jit->getDataLayout());
+  engine_.session_->require(
+      engine_.session_->jit->addIRModule(library_, orc::ThreadSafeModule(std::move(module), std::move(context))));
 }
 
 void CodeUnit::add(std::unique_ptr<llvm::MemoryBuffer> object) {
-  engine_.require(engine_.jit_->addObjectFile(library_, std::move(object)));
+  engine_.session_->require(engine_.session_->jit->addObjectFile(library_, std::move(object)));
 }
 
 void CodeUnit::run(const std::string& function) {
-  auto address = engine_.jit_->lookupLinkerMangled(library_, function);
-  if (!address) engine_.require(address.takeError());
-  engine_.reported_.clear();
+  auto address = engine_.session_->jit->lookupLinkerMangled(library_, function);
+  if (!address) engine_.session_->require(address.takeError());
+  engine_.session_->reported.clear();
   address->toPtr<void (*)()>()();
 }
 

@@ -1,13 +1,18 @@
 // The just-in-time engine: turns modules into object files, and links modules and object files into the process.
+// LLVM's classes are only named here: its engine's headers take seconds to compile, and most of the host needs none.
 #pragma once
-
-#include <llvm/ExecutionEngine/Orc/LLJIT.h>
-#include <llvm/IR/LLVMContext.h>
-#include <llvm/IR/Module.h>
-#include <llvm/Support/MemoryBuffer.h>
 
 #include <memory>
 #include <string>
+
+namespace llvm {
+class MemoryBuffer;
+class Module;
+}  // namespace llvm
+namespace llvm::orc {
+class JITDylib;
+class ThreadSafeContext;
+}  // namespace llvm::orc
 
 namespace orva::compiler {
 
@@ -41,6 +46,7 @@ class Engine {
  public:
   /// Throws `std::runtime_error` when LLVM cannot make code for this machine.
   Engine();
+  ~Engine();
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
@@ -58,15 +64,9 @@ class Engine {
 
  private:
   friend class CodeUnit;
+  struct Session;
 
-  /// Throws an LLVM error with what the session reported for it.
-  void require(llvm::Error error);
-
-  llvm::orc::JITTargetMachineBuilder machine_;
-  std::string reported_;
-  std::unique_ptr<llvm::orc::LLJIT> jit_;
-  llvm::orc::JITDylib* operations_ = nullptr;
-  int units_ = 0;
+  std::unique_ptr<Session> session_;
 };
 
 }  // namespace orva::compiler

@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "reference_host/compiler/class_generator.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/generic_instances.h"
 #include "reference_host/compiler/object_file.h"

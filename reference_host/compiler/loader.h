@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "reference_host/compiler/class_catalog.h"
-#include "reference_host/compiler/class_generator.h"
 #include "reference_host/compiler/class_path.h"
 #include "reference_host/compiler/engine.h"
 
 namespace orva::compiler {
 
 class GenericInstances;
+struct GeneratedClass;
 
 /// Whether a source's package and class must match its path under a root.
 enum class Placement { underRoot, anywhere };
