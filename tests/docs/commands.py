@@ -33,6 +33,7 @@ class Commands:
             kind: {preset["name"] for preset in presets[kind + "Presets"] if not preset.get("hidden")}
             for kind in ("configure", "build", "test")}
         self.targets = set(re.findall(r"^(\S+): ", output_of("cmake", "--build", build, "--target", "help"), re.M))
+        self.suites = {target[len("suite-"):] for target in self.targets if target.startswith("suite-")}
         self.variables = set(re.findall(r"^(\w+):", Path(build, "CMakeCache.txt").read_text(encoding="utf-8"), re.M))
         host = Path(build, "bin", "orva-host")
         self.host_help = output_of(host, "--help") + output_of(host, "run", "--help")
@@ -66,15 +67,25 @@ class Commands:
         forms = [[part.strip("[]") for part in synopsis.split()[1:]] for synopsis in self.synopses]
         if words and not any(form[0] == words[0] for form in forms):
             raise Unknown(f"./dev has no word '{words[0]}'")
-        if not any(len(words) <= len(form) and all(map(self._fits, words, form)) for form in forms):
+        if not any(self._takes(form, words) for form in forms):
             raise Unknown(f"./dev {words[0]} does not take '{' '.join(words[1:])}'")
+
+    def _takes(self, form, words):
+        """Tells whether the words fit a form, whose parts but the first may be left out, and whose last may repeat."""
+        if not words or not form:
+            return not words
+        if self._fits(words[0], form[0]):
+            return self._takes(form if form[0].endswith("…") else form[1:], words[1:])
+        return form[0][0].isupper() and self._takes(form[1:], words)
 
     def _fits(self, word, part):
         if part == "PRESET" and word != part:
             return word in self.presets["test"]
+        if part == "SUITE…" and word.rstrip("…") != "SUITE":
+            return word in self.suites
         if part == "SECONDS" and word != part:
             return word.isdigit()
-        return word == part
+        return word.rstrip("…") == part.rstrip("…")
 
     def _check_ctest(self, words):
         options = read_options(words, {"--preset", "-R"}, {"-N", "--output-on-failure"})

@@ -26,7 +26,7 @@ second
 third
 ```
 
-`./dev test --all`, `./dev fuzz 5`, `./dev test [PRESET]`, `cmake --preset dev && cmake --build --preset dev --target
+`./dev test --all`, `./dev fuzz 5`, `./dev test [PRESET] [SUITE…]`, `./dev test docs`, `./dev test asan docs programs`, `cmake --preset dev && cmake --build --preset dev --target
 orva-host`, `ctest --preset dev -R '^docs'`, `build/dev/bin/orva-host run FILE [--stdlib DIR]`, `-DORVA_TESTS=OFF`
 
 ```sh
@@ -55,6 +55,9 @@ UNSOUND = [
     ("`./dev fly`", "1: ./dev has no word 'fly'"),
     ("`./dev test --some`", "1: ./dev test does not take '--some'"),
     ("`./dev test fast`", "1: ./dev test does not take 'fast'"),
+    ("`./dev test docs fast`", "1: ./dev test does not take 'docs fast'"),
+    ("`./dev test docs asan`", "1: ./dev test does not take 'docs asan'"),
+    ("`./dev lint docs`", "1: ./dev lint does not take 'docs'"),
     ("text `x\ny`\n`ctest --preset\nfast`", "3: there is no test preset 'fast'"),
     ("`ctest --preset dev -R '^absent'`", "1: no test matches '^absent'"),
     ("`ctest --preset dev --fly`", "1: no rule checks the option '--fly'"),
