@@ -1,0 +1,34 @@
+// Stands in for the linker's --wrap where the library is a shared one: it classifies bytes by what the test program
+// exports.
+#include <dlfcn.h>
+
+#include <cctype>
+
+// The names that the linker would make.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+int __wrap_isspace(int value);
+int __real_isspace(int value);
+const unsigned short** __wrap___ctype_b_loc();
+const unsigned short** __real___ctype_b_loc();
+const unsigned short** __ctype_b_loc() noexcept;
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+template <typename Function>
+static Function* next(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+int isspace(int value) noexcept { return __wrap_isspace(value); }
+const unsigned short** __ctype_b_loc() noexcept { return __wrap___ctype_b_loc(); }
+
+int __real_isspace(int value) {
+  static auto* const known = next<int(int)>("isspace");
+  return known(value);
+}
+
+const unsigned short** __real___ctype_b_loc() {
+  static auto* const known = next<const unsigned short**()>("__ctype_b_loc");
+  return known();
+}
