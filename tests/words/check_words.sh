@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Runs ./dev in a copy of the project where the tools that build and test only say what they were told to do.
+# Usage: check_words.sh PROJECT
+set -euo pipefail
+project=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+mkdir tools
+cp "$project/dev" .
+
+tool() { printf '#!/bin/sh\necho "%s $*" >>"%s/called"\n%s\n' "$1" "$work" "$2" >"tools/$1" && chmod +x "tools/$1"; }
+fail() { echo "check_words.sh: $*" >&2; exit 1; }
+
+tool dpkg-query 'echo install ok installed'
+# shellcheck disable=SC2016  # the tool's own words
+tool ctest 'case "$*" in *--list-presets*) printf "  \"%s\" - X\n" dev asan ;; esac
+while [ $# -gt 0 ]; do
+  [ "$1" = --output-junit ] && mkdir -p "${2%/*}" && printf "<testsuite\n\ttests=\"3\" failures=\"0\" disabled=\"0\" skipped=\"1\">" >"$2"
+  shift
+done'
+help_of_targets='case "$*" in *help*) printf "suite-%s: phony\n" contract docs; exit ;; esac'
+tool cmake "$help_of_targets"
+export PATH=$work/tools:$PATH
+
+dev() {  # STATUS WORD…
+  local status=0
+  rm -f called
+  ./dev "${@:2}" >printed 2>errors || status=$?
+  [ "$status" -eq "$1" ] || fail "./dev ${*:2} ended with $status, expected $1: $(cat printed errors)"
+}
+expect() { grep -qxF -- "$2" "$1" || fail "expected '$2' in: $(cat "$1")"; }  # FILE LINE
+
+dev 0 test contract docs
+expect called 'cmake --build --preset dev --target suite-contract suite-docs'
+grep -q '^ctest --preset dev -R ^(contract|docs)\\\. ' called || fail "other tests are run: $(cat called)"
+expect printed '2 passed, 0 failed, 1 skipped'
+expect errors 'Building …'
+
+dev 0 test asan contract
+expect called 'cmake --build --preset asan --target suite-contract'
+dev 0 test
+expect called 'cmake --build --preset dev'
+! grep -q -- ' -R ' called || fail "a pattern leaves tests out: $(cat called)"
+
+dev 2 test contract nosuch
+expect errors "./dev test: there is no suite or preset 'nosuch'"
+expect errors 'suites:  contract docs'
+expect errors 'presets: dev asan'
+dev 2 nosuch
+expect errors "./dev: unknown word 'nosuch'"
+
+tool cmake "$help_of_targets; echo '[1/2] Building a'; echo 'a.cpp:1: error'; exit 3"
+dev 3 test contract
+expect errors 'a.cpp:1: error'
+! grep '^\[1/2\]' errors || fail "the steps of ninja bury the error"
+
+# On a terminal the same line moves.
+tool cmake "$help_of_targets; echo '[1/2] Building a'"
+script -qec './dev test contract' /dev/null >printed || fail "./dev fails on a terminal: $(cat printed)"
+grep -qF $'\r\e[KBuilding: [1/2] Building a' printed || fail "nothing moves on a terminal: $(cat -v printed)"
+
+# Nearly every word fails here, where there is nothing but the script; each has its line nevertheless.
+dev 1 all
+./dev | awk '$2 != "test" && $2 != "all" { print $2 }' | sort -u |
+  cat - <(sed -n 's/^rows=(\(.*\))$/\1/p' dev | tr ' ' '\n' | sed 's/^/test /') >expected
+mapfile -t lines <expected
+for words in "${lines[@]}"; do
+  grep -qE "^(passed|FAILED) +[0-9]+ s  $words( |$)" printed || fail "no line tells of ./dev $words: $(cat printed)"
+done
