@@ -8,12 +8,12 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
 
-# check NAME STATUS TEXT SOURCE: the verdict on a program, and a text that the runner prints.
+# check NAME STATUS TEXT SOURCE [SECONDS]: the verdict on a program, and a text that the runner prints.
 check() {
   local status
   mkdir "$work/$1"
   printf '%s\n' "$4" >"$work/$1/Main.ov"
-  bash "$here/run_program.sh" "$host" "$work/$1" 5 >"$work/$1.printed" 2>&1
+  bash "$here/run_program.sh" "$host" "$work/$1" "${5:-60}" >"$work/$1.printed" 2>&1
   status=$?
   if [ "$status" -ne "$2" ] || ! grep -qxF -- "$3" "$work/$1.printed"; then
     echo "$1: expected status $2 and the line '$3', found status $status and:"
@@ -41,14 +41,14 @@ check missing_error 1 '-E: x' "// expect: one
 // expect-error: E: x
 $body"
 check no_comments 1 "expected one file with '// expect' comments in $work/no_comments, found: " "$body"
-check endless 1 'the program did not end within 5 seconds' '// expect: one
+check endless 1 'the program did not end within 1 seconds' '// expect: one
 public class Main {
   static void twice(int depth) {
     try { Main.twice(depth + 1); } catch (Exception e) { }
     try { Main.twice(depth + 1); } catch (Exception e) { }
   }
   public static void main() { Console.print("one"); Main.twice(0); }
-}'
+}' 1
 
 mkdir "$work/failing_setup"
 printf '// expect: one\n%s\n' "$body" >"$work/failing_setup/Main.ov"
