@@ -1,5 +1,5 @@
-# What checks share that build for themselves: the project's root, a temporary folder, how a check fails; and, for those
-# of symbols/, the built libraries.
+# What checks share that build for themselves: the project's root, a temporary folder, how a check fails; and the
+# libraries that symbols.libraries has built, for the checks that read them.
 # shellcheck shell=bash disable=SC2034
 set -euo pipefail
 

@@ -1,4 +1,4 @@
-# What the checks of this folder share: how the library is installed, and how a consumer is built and judged.
+# What the checks of this folder share: how a consumer is built and judged.
 # shellcheck shell=bash source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
 
@@ -16,14 +16,6 @@ must_build() {
   build "$@" || fail "$2 does not build: $(cat "$2.log")"
 }
 
-# Into a folder that is moved afterwards; the build folder is gone by then.
-install_library() { # prefix, options of CMake…
-  must_build "$root" "$work/library" -DCMAKE_BUILD_TYPE=Release -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF "${@:2}"
-  cmake --install "$work/library" --prefix "$work/first" >"$work/install.log"
-  rm -r "$work/library"
-  mv "$work/first" "$1"
-}
-
 must_run() { # static or shared, program
   local needed
   "$2" || fail "$2: the host and the library do not agree"
@@ -31,23 +23,25 @@ must_run() { # static or shared, program
   [[ $1:$needed == static:0 || $1:$needed == shared:1 ]] || fail "$2 is not linked to the $1 library"
 }
 
-# Builds the consumer as a CMake project and runs it.
+# Builds the consumer as a CMake project and runs it. Each compiler has one build folder, so that it compiles the consumer
+# once, and links it anew each time.
 check_consumer() { # compiler, static or shared, options of CMake…
-  local folder=$work/$1-$2 shared=OFF
+  local folder=$work/$1 shared=OFF
   [[ $2 == static ]] || shared=ON
-  rm -rf "$folder"
+  rm -f "$folder/consumer"
   must_build "$work/consumer" "$folder" -DCMAKE_CXX_COMPILER="$1" -DBUILD_SHARED_LIBS=$shared "${@:3}"
   must_run "$2" "$folder/consumer"
 }
 
 # Builds it without CMake, by what pkg-config says.
 check_consumer_by_pkg_config() { # compiler, static or shared
-  local program=$work/$1-$2-by-pkg-config libraries link
+  local object=$work/$1-by-pkg-config.o program=$work/$1-$2-by-pkg-config libraries link
   libraries=$(pkg-config --variable=libdir orva-classloader)
   link="$(pkg-config --libs orva-classloader) -Wl,-rpath,$libraries"
   [[ $2 == shared ]] || link="-rdynamic -Wl,--whole-archive $libraries/liborva-classloader.a -Wl,--no-whole-archive"
-  # shellcheck disable=SC2046,SC2086  # lists of flags
-  "$1" -std=c++17 "$work/consumer/host.cpp" -o "$program" $(pkg-config --cflags orva-classloader) $link ||
-    fail "$program does not build"
+  # shellcheck disable=SC2046  # a list of flags
+  [[ -f $object ]] || "$1" -std=c++17 -c "$work/consumer/host.cpp" -o "$object" $(pkg-config --cflags orva-classloader)
+  # shellcheck disable=SC2086  # a list of flags
+  "$1" "$object" -o "$program" $link || fail "$program does not build"
   must_run "$2" "$program"
 }

@@ -25,9 +25,9 @@ use_hosts() {
 use_template() {
   local shared
   for shared in OFF ON; do
-    must_build /usr/share/orva-classloader/examples/minimal_host "$work/template-$shared" -DBUILD_SHARED_LIBS=$shared
-    "$work/template-$shared/minimal_lookup" | grep '^shop.Cart is a type$' >/dev/null || fail "the template does not run"
-    "$work/template-$shared/check_minimal_host" >"$work/report" || fail "the template: $(cat "$work/report")"
+    must_build /usr/share/orva-classloader/examples/minimal_host "$work/template" -DBUILD_SHARED_LIBS=$shared
+    "$work/template/minimal_lookup" | grep '^shop.Cart is a type$' >/dev/null || fail "the template does not run"
+    "$work/template/check_minimal_host" >"$work/report" || fail "the template: $(cat "$work/report")"
   done
 }
 

@@ -6,11 +6,11 @@ source "$(dirname "$0")/common.sh"
 for compiler in g++ clang++; do
   for kind in static shared; do
     check_consumer "$compiler" "$kind" -DORVA_SOURCE="$root"
-    built=$(find "$work/$compiler-$kind" -type f -name 'liborva*' -printf '%f\n')
+    built=$(find "$work/$compiler" -name 'liborva*' -type f -printf '%f\n' -delete)
     expected=liborva-classloader.a
     [[ $kind == static ]] || expected=liborva-classloader.so.0.1.0
     [[ $built == "$expected" ]] || fail "$kind: built '$built', expected '$expected'"
-    cmake --install "$work/$compiler-$kind" --prefix "$work/installed" >"$work/install.log"
+    cmake --install "$work/$compiler" --prefix "$work/installed" >"$work/install.log"
     [[ ! -e $work/installed ]] || fail "an embedded project installs files that its host did not ask for"
   done
 done

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Installs the library, moves it, and builds hosts with what lies there, static and shared, by CMake and by pkg-config.
+# Builds hosts with the library where it was installed and then moved to, static and shared, by CMake and by pkg-config.
+# Usage: installed.sh PROJECT LIBRARIES, where symbols.libraries has built and installed the library.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
 prefix=$work/moved
 headers=$prefix/include/orva-classloader
+cp -r "$libraries/installed" "$prefix"
+! grep -rIFl -e "$root" -e "$libraries" "$prefix" >&2 || fail "files name the folders that they were built in"
 libraries=$prefix/lib
-install_library "$prefix"
 export CMAKE_PREFIX_PATH=$prefix PKG_CONFIG_PATH=$libraries/pkgconfig
 
 (cd "$prefix" && find include lib ! -type d ! -path 'lib/cmake/*' | sort) >"$work/found"
@@ -24,7 +26,6 @@ lib/liborva-host-contract.a
 lib/pkgconfig/orva-classloader.pc
 END
 same "what is installed" "$work/expected" "$work/found"
-! grep -rIFl -e "$root" -e "$work" "$prefix" >&2 || fail "files name the folders that they were built in"
 PYTHONPATH=$root/tests/docs /usr/bin/python3 -B - "$prefix"/share/doc/orva-classloader <<'END' || fail "see the links above"
 import sys
 from pathlib import Path
@@ -58,9 +59,9 @@ done
 
 sed -i '/^void\* Orva_allocObject(/d' "$work/consumer/plain_host.h"
 for kind in OFF ON; do
-  ! build "$work/consumer" "$work/lacking-$kind" -DBUILD_SHARED_LIBS="$kind" || fail "a host links without a neighbour"
-  grep -q "undefined reference to \`Orva_allocObject'" "$work/lacking-$kind.log" ||
-    fail "the missing neighbour is not named: $(cat "$work/lacking-$kind.log")"
+  ! build "$work/consumer" "$work/lacking" -DBUILD_SHARED_LIBS="$kind" || fail "a host links without a neighbour"
+  grep -q "undefined reference to \`Orva_allocObject'" "$work/lacking.log" ||
+    fail "the missing neighbour is not named: $(cat "$work/lacking.log")"
 done
 cp "$root/tests/symbols/plain_host.h" "$work/consumer"
 

@@ -1,14 +1,21 @@
 #!/usr/bin/env bash
-# Builds both libraries with each compiler, for the checks that read their symbols.
+# Builds both libraries with a compiler, for the checks that read their symbols. With g++ the kit too, and installs them,
+# for the checks of packaging/.
+# Usage: libraries.sh PROJECT FOLDER COMPILER
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
-require cmake ninja "${compilers[@]}"
+compiler=$3
+require cmake ninja "$compiler"
 
-rm -rf "$libraries"
+rm -rf "${libraries:?}/$compiler"
 mkdir -p "$libraries"
-for compiler in "${compilers[@]}"; do
-  build_library "$root" "$libraries/$compiler" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER="$compiler" ||
-    fail "$compiler does not build the library"
-  [[ -f $(archive "$compiler") && -f $(shared_library "$compiler") ]] || fail "$compiler: a library is missing"
-done
+options=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER="$compiler")
+[[ $compiler != g++ ]] || options+=(-DORVA_HOST_CONTRACT=ON)
+build_library "$root" "$libraries/$compiler" "${options[@]}" || fail "$compiler does not build the library"
+[[ -f $(archive "$compiler") && -f $(shared_library "$compiler") ]] || fail "$compiler: a library is missing"
+
+if [[ $compiler == g++ ]]; then
+  rm -rf "$libraries/installed"
+  cmake --install "$libraries/g++" --prefix "$libraries/installed" >"$libraries/install.log"
+fi
