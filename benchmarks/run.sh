@@ -28,7 +28,8 @@ timed "$build/benchmarks/library/library_benchmarks" "$results/library.json" \
   instructions_of "$build/benchmarks/library/library_benchmarks" orva_ClassLoader_objectAbiVersion
 } >"$results/instructions.txt"
 compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[^=]*=//p' "$build/CMakeCache.txt")
-"$compiler" --version | sed -n 1p >"$results/compiler.txt"
+flags=$(sed -n 's/^CMAKE_CXX_FLAGS_RELEASE:[^=]*=//p' "$build/CMakeCache.txt")
+echo "$("$compiler" --version | sed -n 1p) $flags" >"$results/compiler.txt"
 # In the program's order, which loads single classes before it loads thousands.
 timed "$build/benchmarks/host/host_benchmarks" "$results/host.json"
 if [ "${2:-}" = --peers ]; then

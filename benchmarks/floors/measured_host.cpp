@@ -18,12 +18,7 @@ std::vector<TypeRecord> gTypes;
 
 namespace {
 
-struct Entry {
-  std::string shortName;
-  std::string fullName;
-};
-
-using Registry = std::vector<Entry>;
+using Registry = std::vector<measured::TypeNames>;
 
 const Registry* registry = nullptr;
 std::vector<std::string> roots;
@@ -43,13 +38,15 @@ std::string shortNameOf(std::size_t number) { return "HttpRequestHandler" + std:
 
 std::string fullNameOf(std::size_t number) { return "com.example.service.web." + shortNameOf(number); }
 
+void registerTypes(const std::vector<TypeNames>& types) { registry = &types; }
+
 void registerTypes(std::size_t count) {
   static std::map<std::size_t, Registry> registries;
   Registry& wanted = registries[count];
   for (std::size_t number = wanted.size(); number < count; ++number) {
     wanted.push_back({shortNameOf(number), fullNameOf(number)});
   }
-  registry = &wanted;
+  registerTypes(wanted);
 }
 
 static std::vector<TypeRecord> tableOf(std::size_t count) {
@@ -63,13 +60,18 @@ static std::vector<TypeRecord> tableOf(std::size_t count) {
   return table;
 }
 
+void useTable(std::vector<TypeRecord>& records) {
+  static std::vector<TypeRecord>* used = &gTypes;
+  used->swap(gTypes);
+  used = &records;
+  used->swap(gTypes);
+}
+
 void fillTable(std::size_t count) {
-  static std::map<std::size_t, std::vector<TypeRecord>> others;
-  if (gTypes.size() == count) return;
-  others[gTypes.size()].swap(gTypes);
-  std::vector<TypeRecord>& wanted = others[count];
-  if (wanted.empty()) wanted = tableOf(count);
-  gTypes.swap(wanted);
+  static std::map<std::size_t, std::vector<TypeRecord>> tables;
+  const auto [table, isNew] = tables.try_emplace(count);
+  if (isNew) table->second = tableOf(count);
+  useTable(table->second);
 }
 
 void setRoot(const std::string& folder) { roots = {folder}; }

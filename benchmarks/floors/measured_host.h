@@ -6,7 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "runtime_api/reflection.h"
+
 namespace measured {
+
+/// How a registered type is called.
+struct TypeNames {
+  std::string shortName;
+  std::string fullName;
+};
 
 /// The name of a generic instance that no table holds. It has its first 12 bytes in common with all names of a table.
 constexpr const char* unknownInstance = "com.example.Box<Circle>";
@@ -20,8 +28,16 @@ std::string fullNameOf(std::size_t number);
 /// The same without its package.
 std::string shortNameOf(std::size_t number);
 
-/// Makes the registry hold so many types. Registries are kept, so that going back to a size costs nothing.
+/// Makes the registry hold these types, which outlive their use.
+void registerTypes(const std::vector<TypeNames>& types);
+
+/// Makes the registry hold so many types with made-up names. Registries are kept, so that going back to a size costs
+/// nothing.
 void registerTypes(std::size_t count);
+
+/// Makes the type table hold these records, which outlive their use. They are back in `records` when the table holds
+/// others.
+void useTable(std::vector<TypeRecord>& records);
 
 /// Makes the type table hold so many ready records, each with four names that begin with "com.example.". Tables are
 /// kept too.

@@ -1,33 +1,99 @@
 // Walking the type table for a generic instance that is not in it.
+#include <algorithm>
+#include <set>
+
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
 #include "classloader/natives.h"
 #include "measure.h"
+#include "real_names.h"
 
-// Shorter than the names of the table, so that the library cannot tell a name apart by its length; the floor can.
-static const std::string strangeKey = "Box<org.sample.Circle>";
-static const std::string likeKey = measured::unknownInstance;
+using Keys = std::vector<std::string>;
 
-static void prepare(const benchmark::State& state) { measured::fillTable(static_cast<std::size_t>(state.range(0))); }
-
-static void walk(benchmark::State& state, const std::string& key) {
-  prepare(state);
-  measure(state, [&key] { return orva_ClassLoader_getTypeByName(key.c_str()); });
+static void walk(benchmark::State& state, const Keys& keys) {
+  measure(state, keys, [](const std::string& key) { return orva_ClassLoader_getTypeByName(key.c_str()); });
 }
 
-static void floorOfWalk(benchmark::State& state, const std::string& key) {
-  prepare(state);
-  measure(state, [&key] { return floors::walkTable(key); });
+static void floorOfWalk(benchmark::State& state, const Keys& keys) { measure(state, keys, floors::walkTable); }
+
+// ---- made-up names
+
+// Shorter than the names of the table, so that the library cannot tell a name apart by its length; the floor can.
+static const Keys strangeKey = {"Box<org.sample.Circle>"};
+static const Keys likeKey = {measured::unknownInstance};
+
+static void fillTable(const benchmark::State& state) { measured::fillTable(static_cast<std::size_t>(state.range(0))); }
+
+static void strange(benchmark::State& state) {
+  fillTable(state);
+  walk(state, strangeKey);
+}
+static void like(benchmark::State& state) {
+  fillTable(state);
+  walk(state, likeKey);
+}
+static void strangeFloor(benchmark::State& state) {
+  fillTable(state);
+  floorOfWalk(state, strangeKey);
+}
+static void likeFloor(benchmark::State& state) {
+  fillTable(state);
+  floorOfWalk(state, likeKey);
 }
 
 static void sizes(benchmark::internal::Benchmark* each) { each->RangeMultiplier(10)->Range(10, 1'000'000); }
-
-static void strange(benchmark::State& state) { walk(state, strangeKey); }
-static void like(benchmark::State& state) { walk(state, likeKey); }
-static void strangeFloor(benchmark::State& state) { floorOfWalk(state, strangeKey); }
-static void likeFloor(benchmark::State& state) { floorOfWalk(state, likeKey); }
 
 BENCHMARK(strange)->Name("walk_no_common_prefix/library")->Apply(sizes);
 BENCHMARK(strangeFloor)->Name("walk_no_common_prefix/floor")->Apply(sizes);
 BENCHMARK(like)->Name("walk_12_common_bytes/library")->Apply(sizes);
 BENCHMARK(likeFloor)->Name("walk_12_common_bytes/floor")->Apply(sizes);
+
+// ---- real names
+
+/// Generic instances of all lengths.
+static const Keys& realKeys() {
+  static const Keys keys = [] {
+    Keys instances;
+    for (const measured::TypeNames& type : realTypes()) {
+      if (isGeneric(type)) instances.push_back(type.fullName);
+    }
+    std::stable_sort(instances.begin(), instances.end(),
+                     [](const std::string& left, const std::string& right) { return left.size() < right.size(); });
+    return sampleOf(instances);
+  }();
+  return keys;
+}
+
+static TypeRecord recordOf(const measured::TypeNames& type) {
+  static char object;
+  std::string compact = type.fullName;
+  compact.erase(std::remove(compact.begin(), compact.end(), ' '), compact.end());
+  return {type.shortName, type.fullName, compact, type.fullName, &object, {&object}};
+}
+
+/// A record for each type, but for those that are asked for.
+static std::vector<TypeRecord> realTable() {
+  const std::set<std::string> asked(realKeys().begin(), realKeys().end());
+  std::vector<TypeRecord> table;
+  for (const measured::TypeNames& type : realTypes()) {
+    if (asked.count(type.fullName) == 0) table.push_back(recordOf(type));
+  }
+  return table;
+}
+
+static void useRealTable() {
+  static std::vector<TypeRecord> table = realTable();
+  measured::useTable(table);
+}
+
+static void real(benchmark::State& state) {
+  useRealTable();
+  walk(state, realKeys());
+}
+static void realFloor(benchmark::State& state) {
+  useRealTable();
+  floorOfWalk(state, realKeys());
+}
+
+BENCHMARK(real)->Name("real_walk/library");
+BENCHMARK(realFloor)->Name("real_walk/floor");

@@ -3,7 +3,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <string>
+#include <vector>
 
 struct HeapUse {
   std::size_t allocations = 0;
@@ -13,13 +16,29 @@ struct HeapUse {
 /// What has been taken by all threads since the program began.
 HeapUse heapUse();
 
+/// Times a call with each name in turn, and reports how often and how many bytes it takes from the heap at most.
+template <typename Call>
+void measure(benchmark::State& state, const std::vector<std::string>& names, const Call& call) {
+  auto name = names.begin();
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(call(*name));
+    if (++name == names.end()) name = names.begin();
+  }
+  state.counters["names"] = static_cast<double>(names.size());
+  HeapUse most;
+  for (const std::string& each : names) {
+    const HeapUse before = heapUse();
+    benchmark::DoNotOptimize(call(each));
+    const HeapUse after = heapUse();
+    most.allocations = std::max(most.allocations, after.allocations - before.allocations);
+    most.bytes = std::max(most.bytes, after.bytes - before.bytes);
+  }
+  state.counters["allocations"] = static_cast<double>(most.allocations);
+  state.counters["bytes"] = static_cast<double>(most.bytes);
+}
+
 /// Times a call, and reports how often and how many bytes one more call of it takes from the heap.
 template <typename Call>
 void measure(benchmark::State& state, const Call& call) {
-  for (auto _ : state) benchmark::DoNotOptimize(call());
-  const HeapUse before = heapUse();
-  benchmark::DoNotOptimize(call());
-  const HeapUse after = heapUse();
-  state.counters["allocations"] = static_cast<double>(after.allocations - before.allocations);
-  state.counters["bytes"] = static_cast<double>(after.bytes - before.bytes);
+  measure(state, {std::string()}, [&call](const std::string& /*name*/) { return call(); });
 }
