@@ -23,7 +23,7 @@ using orva::host_contract::Outcome;
 using Names = std::set<std::string>;
 
 /// A check that hangs ends after so long.
-constexpr int seconds = 2;
+constexpr int seconds = 4;
 
 /// Most of the time a check waits, for another thread or for its limit; so many wait side by side.
 constexpr int checksAtOnce = 8;
