@@ -15,7 +15,6 @@
 #include "hooks.h"
 #include "runtime_api/reflection.h"
 
-using orva::host_contract::Check;
 using orva::host_contract::Needs;
 using orva::host_contract::NotRun;
 using orva::host_contract::Outcome;

@@ -11,7 +11,6 @@ int __wrap_isspace(int value);
 int __real_isspace(int value);
 const unsigned short** __wrap___ctype_b_loc();
 const unsigned short** __real___ctype_b_loc();
-const unsigned short** __ctype_b_loc() noexcept;
 }
 // NOLINTEND(bugprone-reserved-identifier)
 
