@@ -1,6 +1,7 @@
 // Walking the type table for a generic instance that is not in it.
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
@@ -57,8 +58,9 @@ static const Keys& realKeys() {
     for (const measured::TypeNames& type : realTypes()) {
       if (isGeneric(type)) instances.push_back(type.fullName);
     }
-    std::stable_sort(instances.begin(), instances.end(),
-                     [](const std::string& left, const std::string& right) { return left.size() < right.size(); });
+    std::sort(instances.begin(), instances.end(), [](const std::string& left, const std::string& right) {
+      return std::pair(left.size(), left) < std::pair(right.size(), right);
+    });
     return sampleOf(instances);
   }();
   return keys;
