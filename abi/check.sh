@@ -5,7 +5,6 @@ cd "$(dirname "$0")/.."
 # shellcheck source-path=SCRIPTDIR source=library.sh
 source abi/library.sh
 
-lists=(exported_symbols.txt required_symbols.txt)
 dumps=(liborva-classloader.abi host.abi)
 flags=(-O2 -g "-ffile-prefix-map=$PWD/=")
 work=$(mktemp -d)
@@ -28,7 +27,6 @@ measure_library() {
   build_library . "$work/library" -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE= \
     -DCMAKE_CXX_FLAGS="-O2 -g '${flags[2]}'" || fail "the library does not build"
   library=$(find_library "$work/library" so)
-  exported_symbols "$library" >"$work/exported_symbols.txt"
   required_symbols . "$library" >"$work/required_symbols.txt"
   dump "$library" "$work/liborva-classloader.abi"
 }
@@ -53,13 +51,13 @@ same() {  # COMMAND FILE…
   fail "the ABI is that of g++ 12 for x86_64-linux-gnu; here is g++ $(g++ -dumpversion) for $(g++ -dumpmachine)"
 
 measure_library
-measure_host || { same 'diff -u' "${lists[@]}" || true; fail "abi/host.cpp does not define what the library requires"; }
+measure_host || { same 'diff -u' required_symbols.txt || true; fail "abi/host.cpp does not define what the library requires"; }
 if [ "${1:-}" = --record ]; then
-  cp "${lists[@]/#/$work/}" "${dumps[@]/#/$work/}" abi
+  cp "$work/required_symbols.txt" "${dumps[@]/#/$work/}" abi
   exit
 fi
 status=0
-same 'diff -u' "${lists[@]}" || status=1
+same 'diff -u' required_symbols.txt || status=1
 same 'abidiff --harmless --no-show-locs' "${dumps[@]}" || status=1
 [ "$status" -eq 0 ] || fail "the ABI has changed. If that is meant: ./dev abi --record"
 echo "the ABI is the one that abi/ keeps"

@@ -14,13 +14,9 @@ static void nativesAreBoundByTheirPlainSymbols(Trial& trial) {
     const char* symbol;
     void (*address)();
   };
-#define ORVA_NATIVE(symbol) {#symbol, reinterpret_cast<void (*)()>(symbol)}
+#define ORVA_NATIVE(symbol, ...) {#symbol, reinterpret_cast<void (*)()>(symbol)},
   static const Native natives[] = {
-      ORVA_NATIVE(orva_ClassLoader_objectAbiVersion),       ORVA_NATIVE(orva_ClassLoader_getSystem),
-      ORVA_NATIVE(orva_ClassLoader_getTypeByName),          ORVA_NATIVE(orva_ClassLoader_addSourceRoot),
-      ORVA_NATIVE(orva_ClassLoader_precompileSources),      ORVA_NATIVE(orva_ClassLoader_loadSourceClass),
-      ORVA_NATIVE(orva_ClassLoader_loadObjectBundle),       ORVA_NATIVE(orva_SystemClassLoader_loadClass),
-      ORVA_NATIVE(orva_SystemClassLoader_loadPackageTypes),
+#include "classloader/native_list.inc"
   };
 #undef ORVA_NATIVE
   for (const Native& native : natives) {
@@ -114,11 +110,10 @@ std::vector<Check> nativeChecks() {
           "A program that calls the method would be told that it is missing, or would call another function."),
       room.required("TheMutexIsFreeAtEveryNativesEntry", theMutexIsFreeAtEveryNativesEntry,
                     "getTypeByName locks it for a generic name; the program would wait for itself."),
-      room.required(
-          "ThrownObjectsPassTheCallersFrames", thrownObjectsPassTheCallersFrames,
-          "Seven natives let what is no std::exception through; the process would end in the caller's frame."),
+      room.required("ThrownObjectsPassTheCallersFrames", thrownObjectsPassTheCallersFrames,
+                    "Most natives let what is no std::exception through; the process would end in the caller's frame."),
       room.required("StandardExceptionsPassTheCallersFrames", standardExceptionsPassTheCallersFrames,
-                    "Three natives bridge nothing, and getTypeByName not its last step; the process would end in the "
+                    "Some natives bridge nothing, and getTypeByName not its last step; the process would end in the "
                     "caller's frame."),
       room.required("OddNamesAreTaken", oddNamesAreTaken,
                     "Programs make names of what their users type, and the library hands them to the registry, the "

@@ -19,20 +19,11 @@ namespace {
 class NativeBoundary : public HostTest {};
 class FailureBridge : public HostTest {};
 
-template <typename Expected, typename Actual>
-constexpr bool kSame = std::is_same_v<Expected, Actual>;
-
-static_assert(kSame<int64_t (*)(), decltype(&orva_ClassLoader_objectAbiVersion)>);
-static_assert(kSame<void* (*)(), decltype(&orva_ClassLoader_getSystem)>);
-static_assert(kSame<void* (*)(const char*), decltype(&orva_ClassLoader_getTypeByName)>);
-static_assert(kSame<int64_t (*)(const char*), decltype(&orva_ClassLoader_addSourceRoot)>);
-static_assert(kSame<void (*)(void*), decltype(&orva_ClassLoader_precompileSources)>);
-static_assert(kSame<void* (*)(const char*, const char*), decltype(&orva_ClassLoader_loadSourceClass)>);
-static_assert(kSame<void* (*)(void*, void*, const char*), decltype(&orva_ClassLoader_loadObjectBundle)>);
-static_assert(kSame<void* (*)(void*, const char*), decltype(&orva_SystemClassLoader_loadClass)>);
-static_assert(kSame<void (*)(void*, const char*), decltype(&orva_SystemClassLoader_loadPackageTypes)>);
-static_assert(kSame<const char* (*)(void*, int64_t), decltype(&orva_collections_ArrayList_operator_index)>);
-static_assert(kSame<int64_t (*)(void*), decltype(&orva_collections_ArrayList_size)>);
+// The list says what the compiler reads in natives.h.
+#define ORVA_NATIVE(symbol, class_name, method, kind, result, parameters) \
+  static_assert(std::is_same_v<decltype(symbol), result parameters>);
+#include "classloader/native_list.inc"
+#undef ORVA_NATIVE
 
 TEST_F(NativeBoundary, AbiVersionIsTheCompilersSignExtended) {
   const int32_t lowest = std::numeric_limits<int32_t>::min();

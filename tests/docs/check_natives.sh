@@ -17,7 +17,6 @@ for native in $natives; do
   expect "$native" "^\| \`$native\` \|" docs/the-frame.md
   for place in tests/contract tests/properties tests/faults; do expect "$native" "\b$native\(" "$place"; done
   expect "$native" "\b$native\(" tests/symbols/plain_host*
-  expect "$native" "\($native\)" host_contract/checks/natives.cpp
   IFS=_ read -r _ class method <<<"$native"
   expect "$native" "native .*\b$method\(" "reference_host/stdlib/orva/$class.ov"
 done

@@ -1,15 +1,13 @@
 #!/usr/bin/env bash
-# Compares what the libraries define for others with the list of what the library exports: the nine natives.
+# Compares what the libraries define for others with what natives.h declares.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
-require nm c++filt objdump
-natives=$root/abi/exported_symbols.txt
-
-the_linker_is_told_the_same() {
-  sed -n 's/^ *\(orva_.*\);$/\1/p' "$root/classloader/natives.map" | sort >"$work/map"
-  same "classloader/natives.map names other symbols than abi/ lists" "$natives" "$work/map"
-}
+require cmake nm c++filt objdump
+natives=$work/natives
+cmake -P "$root/cmake/native_list.cmake" "$root/classloader/natives.h" "$work/list"
+sed -n 's/^ORVA_NATIVE(\([^,]*\),.*/\1/p' "$work/list" | sort >"$natives"
+[[ -s $natives ]] || fail "natives.h declares no natives"
 
 strong_globals_are_the_natives() { # compiler, archive
   nm "$2" | awk 'NF == 3 && $2 ~ /^[TDBRGSC]$/ { print $3 }' | sort >"$work/strong"
@@ -36,7 +34,6 @@ shared_exports_are_the_natives() { # compiler, library
   same "$1: symbols of the shared library" "$natives" "$work/exported"
 }
 
-the_linker_is_told_the_same
 for compiler in "${compilers[@]}"; do
   archive=$(archive "$compiler")
   strong_globals_are_the_natives "$compiler" "$archive"
