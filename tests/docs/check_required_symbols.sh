@@ -16,7 +16,7 @@ readable() {
 
 rows() {
   local header name symbol full
-  while read -r header name symbol; do
+  while read -r header _ name symbol; do
     full=$(readable "$symbol")
     name=${name#orva::compiler::}
     echo "| \`$symbol\` | [\`$full\`](#$(tr -d : <<<"${name,,}")) | \`$header\` |"
