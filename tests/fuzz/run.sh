@@ -21,10 +21,20 @@ seeds() {  # TARGET
   [ "$1" != dialect ] || printf '%s\n' "$root/tests/programs" "$root/examples"
 }
 
+# Beside their own words, worlds name natives and neighbours.
+write_words_of_worlds() {  # FILE
+  cmake -P "$root/cmake/native_list.cmake" "$root/classloader/natives.h" "$scratch/natives"
+  {
+    cat "$sources/worlds.dict"
+    sed -n 's/^ORVA_NATIVE([^,]*, [^,]*, \([^,]*\),.*/"\1 "/p' "$scratch/natives"
+    awk '$2 != "data" { sub(/^orva::compiler::/, "", $3); print "\"" $3 "\"" }' "$root/abi/required_symbols.txt"
+  } >"$1"
+}
+
 search() {  # TARGET
   local run=$build/runs/$1 words=$sources/$1.dict folders
   mkdir -p "$run/corpus" "$run/found"
-  [ -e "$words" ] || words=$sources/worlds.dict
+  [ -e "$words" ] || words=$scratch/worlds.dict
   mapfile -t folders < <(seeds "$1")
   "$build/tests/fuzz/fuzz_$1" -max_total_time="$seconds" -max_len=8192 -timeout=20 -print_final_stats=1 \
     -artifact_prefix="$run/found/" "-dict=$words" "$run/corpus" "$run/found" "${folders[@]}" >"$run/log" 2>&1 \
@@ -56,6 +66,7 @@ for program in "$build"/tests/fuzz/fuzz_*; do
 done
 [ ${#targets[@]} -gt 0 ] || { echo "run.sh: no fuzz targets below $build/tests/fuzz" >&2; exit 2; }
 
+write_words_of_worlds "$scratch/worlds.dict"
 for target in "${targets[@]}"; do
   while [ "$(jobs -pr | wc -l)" -ge 2 ]; do wait -n; done
   search "$target" &

@@ -99,7 +99,7 @@ TEST_F(Answers, EveryAnswerToANameWithoutALookUp) {
 TEST_F(Answers, EveryVersionIsHandedOn) {
   const std::vector<Answer> versions{returning(0), returning(1), returning(-1), returning(INT32_MIN),
                                      returning(INT32_MAX)};
-  playAll({kRaises, {Operation::kObjectAbiVersion, valuesAndEndings(versions)}}, {}, Call());
+  playAll({kRaises, {Operation::kObjectAbiVersion, valuesAndEndings(versions)}}, {}, objectAbiVersion());
 }
 
 TEST_F(Answers, EveryAnswerToASourcePlugin) {

@@ -163,12 +163,16 @@ class Maker {
     return list;
   }
 
+  /// Any native; getSystem only where the process is fresh.
+  Native native(bool withGetSystem) {
+    if (withGetSystem && oneIn(2)) return Native::kGetSystem;
+    const auto any = static_cast<Native>(below(kNatives));
+    return any == Native::kGetSystem ? Native::kGetTypeByName : any;
+  }
+
   Call call(bool withGetSystem) {
-    static const std::vector<Native> natives{
-        Native::kGetTypeByName,     Native::kLoadSourceClass, Native::kLoadObjectBundle, Native::kLoadPackageTypes,
-        Native::kPrecompileSources, Native::kAddSourceRoot,   Native::kLoadClass,        Native::kObjectAbiVersion};
     Call call;
-    call.native = withGetSystem && oneIn(2) ? Native::kGetSystem : oneOf(natives);
+    call.native = native(withGetSystem);
     if (call.native == Native::kLoadPackageTypes) {
       call.name = oneIn(16) ? std::nullopt : Text(package());
     } else if (call.native == Native::kAddSourceRoot) {

@@ -1,4 +1,4 @@
-// The rules of the nine natives, in the order of the table of natives; what they share comes first.
+// The rules of the natives, in the order of the table of natives; what they share comes first.
 #include "model.h"
 
 #include <cerrno>

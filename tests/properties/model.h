@@ -1,4 +1,4 @@
-// The nine natives as rules: what each is expected to do, stated without a line of the library.
+// The natives as rules: what each is expected to do, stated without a line of the library.
 #pragma once
 
 #include "world.h"

@@ -36,6 +36,8 @@ static Call callOf(Native native, const std::optional<std::string>& name) {
   return call;
 }
 
+Call objectAbiVersion() { return callOf(Native::kObjectAbiVersion, std::nullopt); }
+
 Call getTypeByName(const std::optional<std::string>& name) { return callOf(Native::kGetTypeByName, name); }
 
 Call addSourceRoot(const std::optional<std::string>& root) { return callOf(Native::kAddSourceRoot, root); }

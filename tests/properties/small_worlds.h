@@ -54,6 +54,7 @@ void forEachCombination(const std::vector<Choice>& choices, World world, const V
 }
 
 // Calls.
+Call objectAbiVersion();
 Call getTypeByName(const std::optional<std::string>& name);
 Call addSourceRoot(const std::optional<std::string>& root);
 Call precompileSources(const std::optional<List>& files);
