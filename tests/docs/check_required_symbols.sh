@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Compares the table of symbols in docs/neighbours.md with the list of what a host must define.
-# Usage: check_required_symbols.sh ROOT_OF_THE_PROJECT
+# Compares the table of symbols in docs/neighbours.md with the list of what a host must define; with --record, writes the
+# table anew.
+# Usage: check_required_symbols.sh ROOT_OF_THE_PROJECT [--record]
 set -euo pipefail
 export LC_ALL=C
-cd "${1:?usage: $0 ROOT_OF_THE_PROJECT}"
+cd "${1:?usage: $0 ROOT_OF_THE_PROJECT [--record]}"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -25,5 +26,12 @@ rows() {
 
 rows <abi/required_symbols.txt | sort -t'|' -k4,4r -k3,3 >"$work/needed"
 # shellcheck disable=SC2016  # backquotes of the page
-grep '| `runtime_api/[a-z]*.h` |$' docs/neighbours.md >"$work/shown" || true
+row='[|] `runtime_api/[a-z]*[.]h` [|]$'
+if [ "${2:-}" = --record ]; then
+  awk -v row="$row" -v needed="$work/needed" '
+    $0 !~ row { print; next }
+    !done++ { while ((getline line <needed) > 0) print line }' docs/neighbours.md >"$work/page"
+  cp "$work/page" docs/neighbours.md
+fi
+grep "$row" docs/neighbours.md >"$work/shown" || true
 diff -u --label 'the table of docs/neighbours.md' "$work/shown" --label 'abi/required_symbols.txt' "$work/needed"
