@@ -81,6 +81,7 @@ static void aClassUnderAnAddedRootIsFound(Trial& trial) {
   expect(type != nullptr, "getTypeByName gave null for " + fullNameOf("Apple") + ", whose source is " + file);
 }
 
+/// The library calls invalidateKlassPathCaches after each root that was added.
 static void cachesAreDroppedWithTheClassPath(Trial& trial) {
   addRoot(trial, "empty");
   const std::string name = fullNameOf("Late");

@@ -16,6 +16,7 @@ static std::string writeInstance(Trial& trial) {
   return fullNameOf("Crate") + "<" + fullNameOf("Apple") + ">";
 }
 
+/// The library asks materializeRuntimeGenericType for the instance's source, and has it loaded.
 static void anInstanceIsFound(Trial& trial) {
   const std::string instance = writeInstance(trial);
   void* const type = orva_ClassLoader_getTypeByName(instance.c_str());

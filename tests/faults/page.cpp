@@ -24,7 +24,7 @@ namespace {
 constexpr const char* kIntroduction =
     R"(# What comes of each failure
 
-For whoever writes a host: what each of the nine natives does when something that it calls, or its memory, fails.
+For whoever writes a host: what each of the natives does when something that it calls, or its memory, fails.
 This page is made by `cmake --build --preset dev --target failure-matrix`, which tries every fault first and writes
 nothing when one of them goes otherwise; a test compares it with the library. Made with g++ 12 and libstdc++.
 

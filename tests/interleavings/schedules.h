@@ -1,4 +1,6 @@
 // Runs every schedule of a pair of natives, and compares the outcomes that were seen with those that may be.
+// Two natives are in no pair, since nothing that others change reaches them: orva_ClassLoader_objectAbiVersion makes
+// one call, and orva_ClassLoader_precompileSources reads a list of its caller's and registers nothing.
 #pragma once
 
 #include <cstddef>

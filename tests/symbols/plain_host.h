@@ -1,5 +1,5 @@
-// The plain host's neighbours and its main, which calls every native. The source that includes this has declared the
-// natives, the neighbours and a record: its own way, so that several ways are shown to be the same.
+// The plain host's neighbours, and its main, which has natives call them. The source that includes this has declared
+// the natives, the neighbours and a record: its own way, so that several ways are shown to be the same.
 #pragma once
 
 #include <cstdint>
@@ -72,7 +72,7 @@ bool PackageLayout::isValidPackageName(std::string_view name) { return !name.emp
 
 }  // namespace orva::compiler
 
-static bool callEveryNative() {
+static bool callNatives() {
   gTypes.push_back({"", "", "Ready<A>", "", &object, {&object}});
   bool answered = orva_ClassLoader_objectAbiVersion() == -7;
   answered &= orva_ClassLoader_getSystem() == &object;
@@ -94,7 +94,7 @@ int main() {
       "load load alloc search load type materialise load type type invalidate precompile load Plugin entry type is not "
       "registered: New Plugin entry type is already registered: a.Known bundle Plugin entry type is not registered: "
       "New type Package not found: a.b ";
-  const bool answered = callEveryNative();
+  const bool answered = callNatives();
   if (answered && calls == expected) return 0;
   std::fprintf(stderr, "expected: %s\nbut got:  %s\n", expected, calls.c_str());
   return 1;

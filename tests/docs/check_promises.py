@@ -1,0 +1,161 @@
+#!/usr/bin/python3 -B
+"""Looks for each native and each neighbour wherever all of them are defined, tested and told of, and checks the counts
+that pages make. Each line that it prints names a place, and what is missing there.
+
+Usage: check_promises.py PROJECT
+"""
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+# Where each native stands: files, a pattern in one of them, and what to do there.
+NATIVE_PLACES = [
+    ("classloader/*.cpp", r"^\w.*\b{symbol}\(", "define it"),
+    ("tests/contract/*.cpp", r"\b{symbol}\(", "assert its calls, raises and results"),
+    ("tests/faults/*.cpp", r"\b{symbol}\(", "list its paths"),
+    ("tests/properties/play.cpp", r"\b{symbol}\(", "let it be played"),
+    ("tests/properties/*_test.cpp", r"\b{method}\(|\bNative::k{Method}\b", "play it in small worlds"),
+    ("tests/interleavings/*", r"\b{symbol}\b", "step it beside those it can meet, or say why it meets none"),
+    ("reference_host/stdlib/orva/{class}.ov", r"\bnative\b.*\b{method}\(", "declare its method"),
+    ("tests/programs/**/*.ov examples/tour/**/*.ov", r"\.{method}\(", "show it at work"),
+    ("docs/natives.md", r"^## {symbol}$", "give it a section"),
+    ("docs/neighbours.md", r"`{symbol}`", "name it where the calls that it makes are described"),
+    ("README.md", r"^\| `{symbol}` \| `{declaration}` \|", "give it a row with its method as the class declares it"),
+]
+
+# The same for neighbours. `name` has the class, and no namespace; `call` is how tests write a call.
+NEIGHBOUR_PLACES = [
+    ("classloader/*", r"\b{last}\b", "call it"),
+    ("abi/required_symbols.txt", r" (orva::compiler::)?{name} ", "record it: ./dev abi --record"),
+    ("reference_host/*/*.cpp", r"\b{name}[(;]", "define it"),
+    ("examples/minimal_host/*.cpp", r"\b{name}[(;]", "define it"),
+    ("tests/scripted_host/scripted_host.cpp", r"\b{name}[(;]", "define it, and record the call"),
+    ("tests/symbols/plain_host.cpp", r"\b{last}[(;]", "declare it"),
+    ("tests/symbols/plain_host.h", r"\b{name}[(;]", "define it"),
+    ("tests/host_contract/faulty_host/*.cpp", r"\b{name}[(;]", "define it, and let it break its checks"),
+    ("tests/contract/*.cpp", r"\b{call}\b", "assert the call"),
+    ("tests/faults/*.cpp", r"\b{call}\b", "put it into the paths of the natives that call it"),
+    ("tests/properties/world_text.cpp", r'"{name}"', "name it in worlds"),
+    ("tests/properties/*_test.cpp", r"\bOperation::{operation}\b", "let it answer and fail in small worlds"),
+    ("host_contract/checks/*.cpp", r"\b{last}\b", "check what a host could do wrong with it, or say what does"),
+    ("docs/neighbours.md", r"^### {name}$", "give it a section"),
+    ("docs/natives.md", r"\b{last}\b", "name it among the steps of the natives that call it"),
+]
+
+# Calls that tests write by a function of scripted_host.h.
+CALLS = {
+    "gReflectionMutex": r"lock\(gReflectionMutex\)", "Orva_raise": "raised",
+    "Compiler::ensureSourceLoadedInActiveJit": "loaded",
+    "Reflection_getTypeCount": "scan", "Reflection_getTypeName": "scan", "Reflection_getTypeFullName": "scan",
+    "orva_collections_ArrayList_size": "listRead", "orva_collections_ArrayList_operator_index": "listRead",
+}
+
+# Where calls are played: data is none.
+CALLED_ONLY = ("tests/properties", "tests/faults", "tests/contract")
+
+NUMBER_OF_NATIVES = re.compile(r"\b(eight|nine|ten|eleven|twelve)\s+(C\s+)?(natives|functions|exported)", re.I)
+
+
+def text_of(files):
+    paths = [path for pattern in files.split() for path in sorted(Path().glob(pattern)) if path.is_file()]
+    return "\n".join(path.read_text(errors="replace") for path in paths)
+
+
+def missing(subject, facts, places):
+    """Yields a line for each place that does not know a native or a neighbour."""
+    for files, pattern, advice in places:
+        where = files.format_map(facts)
+        if not re.search(pattern.format_map(facts), text_of(where), re.M):
+            yield f"{where}: nothing of {subject}; {advice}"
+
+
+def natives():
+    with tempfile.TemporaryDirectory() as work:
+        subprocess.run(["cmake", "-P", "cmake/native_list.cmake", "classloader/natives.h", f"{work}/list"], check=True)
+        lines = Path(work, "list").read_text()
+    for symbol, class_name, method in re.findall(r"^ORVA_NATIVE\((\w+), (\w+), (\w+),", lines, re.M):
+        source = Path(f"reference_host/stdlib/orva/{class_name}.ov").read_text()
+        declared = re.search(rf"^ *public (static )?native (.*\b{method}\(.*\));", source, re.M)
+        declaration = re.escape((declared[1] or "") + declared[2]) if declared else ".*"
+        yield symbol, {"symbol": symbol, "class": class_name, "method": method,
+                       "Method": method[0].upper() + method[1:], "declaration": declaration}
+
+
+def neighbours_of(header):
+    """Yields what a header declares without defining it; members with their class."""
+    text = re.sub(r"//.*", "", Path(header).read_text())
+    text = re.sub(r"^inline .*?\}$", "", text, flags=re.M | re.S)
+    inside = ""
+    for opened, closed, function, data in re.findall(
+            r"^class (\w+) \{|(^\};)|(\w+)\([^;{}]*\)(?: const)?;|^extern [^\"].*?(\w+);", text, re.M):
+        inside = opened + "::" if opened else "" if closed else inside
+        if function or data:
+            yield inside + (function or data), bool(data)
+
+
+def neighbours():
+    operations = dict(re.findall(r'\{Operation::(\w+), "([^"]+)"\}', text_of("tests/properties/world_text.cpp")))
+    operations = {name: operation for operation, name in operations.items()}
+    for header in sorted(Path("runtime_api").glob("*.h")):
+        for name, is_data in neighbours_of(header):
+            last = name.split("::")[-1]
+            places = [place for place in NEIGHBOUR_PLACES if not (is_data and place[0].startswith(CALLED_ONLY))]
+            yield name, {"name": name, "last": last, "call": CALLS.get(name, last),
+                         "operation": operations.get(name, "kNone")}, places
+
+
+def counts():
+    """Yields the numbers that pages show, and where they come from."""
+    page = text_of("docs/failure-matrix.md")
+    cases = re.search(r"^([\d,]+) cases, each", page, re.M)[1]
+    paths = re.search(r"^\| all \| (\d+) \|", page, re.M)[1]
+    tests = "\n".join(path.read_text() for path in Path("tests/interleavings").glob("*_test.cpp")
+                      if path.name != "schedules_test.cpp")
+    schedules = sum(int(number) for number in re.findall(r"expectOutcomes\(.*?\b(\d+),\s*\{\"", tests, re.S))
+    yield "README.md", f"of {cases} cases", "docs/failure-matrix.md"
+    yield "docs/testing.md", f"On each of {paths} paths", "docs/failure-matrix.md"
+    yield "README.md", f"| {schedules:,} schedules |", "tests/interleavings"
+    yield "docs/testing.md", f": {schedules:,} schedules", "tests/interleavings"
+
+
+def counted_natives():
+    """Yields each place that says how many natives there are, which the next one would make untrue."""
+    files = "*.md docs/*.md examples/**/*.ov */*.h classloader/* host_contract/**/*.* tests/**/*.cpp tests/**/*.h"
+    for pattern in files.split():
+        for path in sorted(Path().glob(pattern)):
+            if path.is_file() and (found := NUMBER_OF_NATIVES.search(path.read_text(errors="replace"))):
+                yield f"{path}: says '{found[0]}'; say it without a number"
+
+
+def unwatched_scripts():
+    """Yields the scripts of the scripted host whose answers no test would miss."""
+    folder = "tests/scripted_host/scripted_host"
+    watched = re.search(r"return pendingIn\((.*?)\);", text_of(f"{folder}.cpp"), re.S)[1]
+    for script in re.findall(r"^  Script<.*> (\w+);", text_of(f"{folder}.h"), re.M):
+        if not re.search(rf"\b{script}\b", watched):
+            yield f"{folder}.cpp: pendingAnswers() does not count those of {script}"
+
+
+def findings():
+    """Returns what is wrong in the project that is the working directory, a line for each place."""
+    lines = [line for symbol, facts in natives() for line in missing(symbol, facts, NATIVE_PLACES)]
+    lines += [line for name, facts, places in neighbours() for line in missing(name, facts, places)]
+    lines += [f"{page}: '{number}' is not there, as {source} has it" for page, number, source in counts()
+              if number not in " ".join(text_of(page).split())]
+    return lines + list(unwatched_scripts()) + list(counted_natives())
+
+
+def main():
+    os.chdir(sys.argv[1])
+    lines = findings()
+    for line in lines:
+        print(line)
+    sys.exit(1 if lines else 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,129 @@
+#!/usr/bin/python3 -B
+"""Shows that a native or a neighbour that is declared and forgotten elsewhere is missed in each place, by name: each
+row changes a copy of the project, and says what the check must report.
+
+Usage: planted_promises.py PROJECT
+"""
+
+import os
+import re
+import shutil
+import sys
+import tempfile
+from pathlib import Path
+
+from check_promises import findings
+
+NATIVE = """
+/** `static ClassLoader.isPlanted(name)`: stands here for the test. */
+ORVA_EXPORT int64_t orva_ClassLoader_isPlanted(const char* typeName);
+
+#ifdef __cplusplus
+}"""
+
+# What the checks read of the project; the rest is not copied.
+PARTS = ("*.md", "abi/*", "cmake/*", "classloader/*", "docs/*", "examples/**/*", "host_contract/**/*",
+         "reference_host/**/*", "runtime_api/*", "tests/**/*")
+SUFFIXES = (".cmake", ".cpp", ".h", ".md", ".ov", ".txt")
+
+NATIVE_FORGOTTEN = {
+    "tests/contract/*.cpp", "tests/faults/*.cpp", "tests/properties/play.cpp", "tests/properties/*_test.cpp",
+    "tests/interleavings/*", "reference_host/stdlib/orva/ClassLoader.ov",
+    "tests/programs/**/*.ov examples/tour/**/*.ov", "docs/natives.md", "docs/neighbours.md",
+    "README.md"}
+DATA_FORGOTTEN = {
+    "classloader/*", "abi/required_symbols.txt", "reference_host/*/*.cpp", "examples/minimal_host/*.cpp",
+    "tests/scripted_host/scripted_host.cpp", "tests/symbols/plain_host.cpp", "tests/symbols/plain_host.h",
+    "tests/host_contract/faulty_host/*.cpp", "host_contract/checks/*.cpp", "docs/neighbours.md",
+    "docs/natives.md"}
+NEIGHBOUR_FORGOTTEN = DATA_FORGOTTEN | {
+    "tests/contract/*.cpp", "tests/faults/*.cpp", "tests/properties/world_text.cpp", "tests/properties/*_test.cpp"}
+
+# What is planted: a file, a text in it and its replacement; whom the report must name; and the places.
+PLANTED = [
+    ([("classloader/natives.h", "\n#ifdef __cplusplus\n}", NATIVE)],
+     "orva_ClassLoader_isPlanted", NATIVE_FORGOTTEN | {"classloader/*.cpp"}),
+    ([("classloader/natives.h", "\n#ifdef __cplusplus\n}", NATIVE),
+      ("classloader/type_lookup.cpp", "void* orva_ClassLoader_getTypeByName(",
+       "int64_t orva_ClassLoader_isPlanted(const char*) { return 0; }\n\nvoid* orva_ClassLoader_getTypeByName(")],
+     "orva_ClassLoader_isPlanted", NATIVE_FORGOTTEN),
+    ([("runtime_api/reflection.h", "int32_t Reflection_getTypeCount(void);",
+       "int32_t Reflection_getTypeCount(void);\nint32_t Reflection_getPlanted(void);")],
+     "Reflection_getPlanted", NEIGHBOUR_FORGOTTEN),
+    ([("runtime_api/compiler.h", "  static void invalidateKlassPathCaches();",
+       "  static void invalidateKlassPathCaches();\n  static void plant(const std::string& name,\n"
+       "                    const std::function<void()>& done);")],
+     "ClassLoader::plant", NEIGHBOUR_FORGOTTEN),
+    ([("runtime_api/compiler.h", "  bool addKlassPath(", "  bool plant() const;\n  bool addKlassPath(")],
+     "Runtime::plant", NEIGHBOUR_FORGOTTEN),
+    ([("runtime_api/reflection.h", "extern std::mutex gReflectionMutex;",
+       "extern std::mutex gReflectionMutex;\nextern std::mutex gPlanted;")],
+     "gPlanted", DATA_FORGOTTEN),
+]
+
+# A change, and all lines that must be reported, where N stands for a number.
+WRONG = [
+    ("README.md", "`static boolean addSourceRoot(String root)`", "`static boolean addSourceRoot(String file)`",
+     ["README.md: nothing of orva_ClassLoader_addSourceRoot; "
+      "give it a row with its method as the class declares it"]),
+    ("tests/scripted_host/scripted_host.h", "> typeName;", "> typeName;\n  Script<void()> planted;",
+     ["tests/scripted_host/scripted_host.cpp: pendingAnswers() does not count those of planted"]),
+    ("docs/natives.md", "# The natives\n", "# The nine natives\n",
+     ["docs/natives.md: says 'nine natives'; say it without a number"]),
+    ("tests/interleavings/plugins_test.cpp", "{world, source(), source()}, ", "{world, source(), source()}, 1",
+     ["README.md: '| N schedules |' is not there, as tests/interleavings has it",
+      "docs/testing.md: ': N schedules' is not there, as tests/interleavings has it"]),
+    ("docs/failure-matrix.md", " cases, each a cell", "0 cases, each a cell",
+     ["README.md: 'of N cases' is not there, as docs/failure-matrix.md has it"]),
+    ("docs/failure-matrix.md", "| all | ", "| all | 1",
+     ["docs/testing.md: 'On each of N paths' is not there, as docs/failure-matrix.md has it"]),
+]
+
+
+def copy_project(source):
+    for file in (file for part in PARTS for file in source.glob(part)):
+        if file.suffix not in SUFFIXES or not file.is_file():
+            continue
+        copy = file.relative_to(source)
+        copy.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy(file, copy)
+
+
+def reported(changes):
+    """Returns what the check finds once texts of the project are changed; then they are changed back."""
+    originals = {file: Path(file).read_text() for file, *_ in changes}
+    for file, text, replacement in changes:
+        if text not in originals[file]:
+            sys.exit(f"{file} does not have '{text}'")
+        Path(file).write_text(originals[file].replace(text, replacement, 1))
+    lines = findings()
+    for file, original in originals.items():
+        Path(file).write_text(original)
+    return lines
+
+
+def is_reported(what, expected, found):
+    if sorted(expected) == sorted(found):
+        return True
+    print(f"{what}, expected:", *sorted(expected), "found:", *sorted(found), sep="\n  ")
+    return False
+
+
+def main():
+    source = Path(sys.argv[1]).resolve()
+    with tempfile.TemporaryDirectory() as work:
+        os.chdir(work)
+        copy_project(source)
+        results = [is_reported("no change", [], reported([]))]
+        for changes, name, places in PLANTED:
+            # What is to be done there is for people to read.
+            found = [line.split(";")[0] for line in reported(changes)]
+            results.append(is_reported(name, [f"{place}: nothing of {name}" for place in places], found))
+        for file, text, replacement, lines in WRONG:
+            found = [re.sub(r"\d[\d,]*", "N", line) for line in reported([(file, text, replacement)])]
+            results.append(is_reported(replacement, lines, found))
+    sys.exit(0 if all(results) else 1)
+
+
+if __name__ == "__main__":
+    main()
