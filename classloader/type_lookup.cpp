@@ -1,4 +1,5 @@
 // Looking a type up by name: makes sure that it can exist, then asks the runtime.
+#include <array>
 #include <cstddef>
 #include <cstring>
 #include <memory>
@@ -17,51 +18,71 @@
 using orva::compiler::Compiler;
 using orva::compiler::Context;
 
-/// Counts the bytes that two different words of 8 bytes begin with alike, without a branch that could go either way.
-static std::size_t commonInWord(const char* left, const char* right) {
-  std::size_t same = std::memcmp(left, right, 4) == 0 ? 4 : 0;
-  same += std::memcmp(left + same, right + same, 2) == 0 ? 2 : 0;
-  return same + (left[same] == right[same] ? 1 : 0);
+/// Finds the last place at which two words of 4 bytes differ, without unpredictable branches; 0 for equal words.
+static std::size_t lastDifference(const char* left, const char* right) {
+  const std::size_t place = std::memcmp(left + 2, right + 2, 2) == 0 ? 1 : 3;
+  return place - (left[place] == right[place] ? 1 : 0);
 }
 
-/// Counts the bytes that a name and `key`, which is at most as long, begin with alike.
-static std::size_t commonPrefix(std::string_view name, std::string_view key) {
-  // Most names differ in the first byte; those of the key's own package begin alike.
-  if (key.empty() || name.front() != key.front()) return 0;
-  constexpr std::size_t wordSize = 8;
-  std::size_t same = 0;
-  for (; same + wordSize <= key.size(); same += wordSize) {
-    if (std::memcmp(&name[same], &key[same], wordSize) != 0) return same + commonInWord(&name[same], &key[same]);
-  }
-  while (same < key.size() && name[same] == key[same]) ++same;
-  return same;
-}
+namespace {
 
-/// Tells whether compacting `name` gives `key`, a compact name, and builds nothing to find out.
-static bool compactsTo(std::string_view name, std::string_view key) {
-  // Compacting never makes a name longer.
-  while (name.size() >= key.size()) {
-    // A byte of the key is not one that is dropped.
-    const std::size_t same = commonPrefix(name, key);
-    name.remove_prefix(same);
-    key.remove_prefix(same);
-    if (name.empty()) return true;
-    if (!isDropped(name.front())) return false;
-    name.remove_prefix(1);
+/// The compact name of a generic type. It remembers which bytes are not whitespace, so it serves one walk only.
+class CompactKey {
+ public:
+  explicit CompactKey(const std::string& requestedName) : key(compactTypeName(requestedName)) {}
+
+  /// Tells whether compacting `name` gives this key, and builds nothing to find out.
+  bool isSpelledBy(std::string_view name) {
+    // Compacting never makes a name longer.
+    return name.size() >= key.size() && !endsOtherwise(name) && isCompactOf(name);
   }
-  return false;
-}
+
+ private:
+  /// Rejects most names, which are at least as long as the key, by their last bytes: names in one package share a
+  /// prefix. Going through them byte by byte would mispredict a branch for most of them.
+  bool endsOtherwise(std::string_view name) const {
+    constexpr std::size_t wordSize = 4;
+    if (key.size() < wordSize) return false;
+    const char* const nameEnd = name.data() + name.size() - wordSize;
+    const char* const keyEnd = key.data() + key.size() - wordSize;
+    const std::size_t place = lastDifference(nameEnd, keyEnd);
+    return nameEnd[place] != keyEnd[place] && isKept[static_cast<unsigned char>(nameEnd[place])];
+  }
+
+  bool isCompactOf(std::string_view name) {
+    std::string_view rest = key;
+    while (name.size() >= rest.size()) {
+      // A byte of the key is not one that is dropped.
+      while (!rest.empty() && name.back() == rest.back()) {
+        rest.remove_suffix(1);
+        name.remove_suffix(1);
+      }
+      if (name.empty()) return true;
+      if (!isDropped(name.back())) {
+        isKept[static_cast<unsigned char>(name.back())] = true;
+        return false;
+      }
+      name.remove_suffix(1);
+    }
+    return false;
+  }
+
+  const std::string key;
+  std::array<bool, 256> isKept{};
+};
+
+}  // namespace
 
 /// Tells whether one of a record's names compacts to the key of a generic name.
-static bool spells(const TypeRecord& record, const std::string& key) {
-  return compactsTo(recordName(record, 3), key) || compactsTo(recordName(record, 4), key) ||
-         compactsTo(recordName(record, 1), key) || compactsTo(recordName(record, 2), key);
+static bool spells(const TypeRecord& record, CompactKey& key) {
+  return key.isSpelledBy(recordName(record, 3)) || key.isSpelledBy(recordName(record, 4)) ||
+         key.isSpelledBy(recordName(record, 1)) || key.isSpelledBy(recordName(record, 2));
 }
 
 /// Tells whether the type table holds a ready record of a generic instance, whatever its spacing.
 /// Throws `std::system_error` when the lock fails.
 static bool isInstanceReady(const std::string& requestedName) {
-  const std::string key = compactTypeName(requestedName);
+  CompactKey key(requestedName);
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
   for (const TypeRecord& record : gTypes) {
     if (isReady(record) && spells(record, key)) return true;

@@ -210,14 +210,32 @@ TEST_F(TypeLookup, NamesAreComparedInTheirOrderUntilOneIsEqual) {
   const int namesBefore[] = {0, 2, 3, 0, 1};
   const system_calls::Scope scope;
   for (int number = 1; number <= 4; ++number) {
-    const auto nameOf = [number, &name](int place) { return place == number ? name : kOther; };
-    gTypes = {typeRecord(kOther, kOther, kOther, kOther, false), typeRecord(nameOf(1), nameOf(2), nameOf(3), nameOf(4)),
-              typeRecord(kOther, kOther, kOther, kOther)};
-    // Each name before ends at its first byte, about which the locale is asked.
+    // Each name before ends at its last byte, about which the locale is asked once.
+    const auto nameOf = [number, &name](int place) { return place == number ? name : kOther + std::to_string(place); };
+    gTypes = {typeRecord(kOther + "9", kOther + "a", kOther + "b", kOther + "c", false),
+              typeRecord(nameOf(1), nameOf(2), nameOf(3), nameOf(4)),
+              typeRecord(kOther + "5", kOther + "6", kOther + "7", kOther + "8")};
     host().onLocked.next([] { system_calls::reset(); });
     expectFound(name);
     EXPECT_EQ(namesBefore[number], system_calls::classifications()) << "name " << number;
   }
+}
+
+TEST_F(TypeLookup, TheLocaleIsAskedOnceAboutTheLastByteOfManyNames) {
+  const system_calls::Scope scope;
+  gTypes.assign(100, typeRecord(kOther, kOther, kOther, kOther));
+  host().onLocked.next([] { system_calls::reset(); });
+  host().materialize.next([](std::string& /*instance*/, std::string& /*source*/, const ContextPointer& /*context*/) {
+    EXPECT_EQ(1, system_calls::classifications());
+    return false;
+  });
+  EXPECT_EQ(token(7), lookUp("Box<a.B>"));
+  EXPECT_CALLS(kWalk, kContext, materialized("Box<a.B>"), typeByName("Box<a.B>"));
+}
+
+TEST_F(TypeLookup, AByteThatRuledANameOutMayStandInAnother) {
+  gTypes = {typeRecord("Map<C,C>", "Map<B,C>", "Map<C, C>", ""), typeRecord("", "", "Map<C,B>", "")};
+  expectFound("Map<C,B>");
 }
 
 TEST_F(TypeLookup, AnyRecordOfTheTableIsFound) {
@@ -240,18 +258,19 @@ TEST_F(TypeLookup, BlanksMakeNoDifferenceInTheTable) {
 }
 
 TEST_F(TypeLookup, EveryByteOfANameCounts) {
-  const std::string name = "Map<a.B,c.D,e.F<g.H>>";
-  for (std::size_t place = 0; place <= name.size(); ++place) {
-    std::string spaced = name;
-    spaced.insert(place, "\t ");
-    gTypes = {typeRecord("", "", spaced, "")};
-    expectFound(name);
-    std::string longer = spaced;
-    longer.insert(place + 1, "x");
-    std::string other = spaced;
-    if (place < name.size()) other[place + 2] = '~';
-    gTypes = {typeRecord("", "", longer, place < name.size() ? other : longer)};
-    expectMaterialized(name);
+  for (const std::string name : {"Map<a.B,c.D,e.F<g.H>>", "A<>", "<>"}) {
+    for (std::size_t place = 0; place <= name.size(); ++place) {
+      std::string spaced = name;
+      spaced.insert(place, "\t ");
+      gTypes = {typeRecord("", "", spaced, "")};
+      expectFound(name);
+      std::string longer = spaced;
+      longer.insert(place + 1, "x");
+      std::string other = spaced;
+      if (place < name.size()) other[place + 2] = '~';
+      gTypes = {typeRecord("", "", longer, place < name.size() ? other : longer)};
+      expectMaterialized(name);
+    }
   }
 }
 
