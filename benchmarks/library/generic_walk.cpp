@@ -22,6 +22,8 @@ static void floorOfWalk(benchmark::State& state, const Keys& keys) { measure(sta
 // Shorter than the names of the table, so that the library cannot tell a name apart by its length; the floor can.
 static const Keys strangeKey = {"Box<org.sample.Circle>"};
 static const Keys likeKey = {measured::unknownInstance};
+// Half of the names of the table end so, and the library compares names from the end.
+static const Keys endingKey = {"org.sample.Box<Item>"};
 
 static void fillTable(const benchmark::State& state) { measured::fillTable(static_cast<std::size_t>(state.range(0))); }
 
@@ -33,6 +35,10 @@ static void like(benchmark::State& state) {
   fillTable(state);
   walk(state, likeKey);
 }
+static void ending(benchmark::State& state) {
+  fillTable(state);
+  walk(state, endingKey);
+}
 static void strangeFloor(benchmark::State& state) {
   fillTable(state);
   floorOfWalk(state, strangeKey);
@@ -41,6 +47,10 @@ static void likeFloor(benchmark::State& state) {
   fillTable(state);
   floorOfWalk(state, likeKey);
 }
+static void endingFloor(benchmark::State& state) {
+  fillTable(state);
+  floorOfWalk(state, endingKey);
+}
 
 static void sizes(benchmark::internal::Benchmark* each) { each->RangeMultiplier(10)->Range(10, 1'000'000); }
 
@@ -48,6 +58,8 @@ BENCHMARK(strange)->Name("walk_no_common_prefix/library")->Apply(sizes);
 BENCHMARK(strangeFloor)->Name("walk_no_common_prefix/floor")->Apply(sizes);
 BENCHMARK(like)->Name("walk_12_common_bytes/library")->Apply(sizes);
 BENCHMARK(likeFloor)->Name("walk_12_common_bytes/floor")->Apply(sizes);
+BENCHMARK(ending)->Name("walk_common_ending/library")->Apply(sizes);
+BENCHMARK(endingFloor)->Name("walk_common_ending/floor")->Apply(sizes);
 
 // ---- real names
 

@@ -28,6 +28,8 @@ TARGETS = [
      "walk_no_common_prefix/floor/10000", 8.0),
     ("Generic walk, 12 common bytes, 10,000 records", "walk_12_common_bytes/library/10000",
      "walk_12_common_bytes/floor/10000", 16.0),
+    ("Generic walk, 6 common last bytes, 10,000 records", "walk_common_ending/library/10000",
+     "walk_common_ending/floor/10000", 16.0),
     ("Package of 10,000 files", "package/library/10000", "package/floor/10000", 1.3),
     ("String list of 10,000 elements", "list/library/10000", "list/floor/10000", None),
     ("SystemClassLoader.loadClass", "load_class/library", "load_class/floor", None),
@@ -55,6 +57,7 @@ FAMILIES = [
     ("Registered lookup by short name", "lookup/short_name", "lookup/floor"),
     ("Generic walk, no common prefix", "walk_no_common_prefix/library", "walk_no_common_prefix/floor"),
     ("Generic walk, 12 common bytes", "walk_12_common_bytes/library", "walk_12_common_bytes/floor"),
+    ("Generic walk, 6 common last bytes", "walk_common_ending/library", "walk_common_ending/floor"),
     ("Package loading", "package/library", "package/floor"),
     ("String list", "list/library", "list/floor"),
 ]
