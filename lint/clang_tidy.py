@@ -62,7 +62,7 @@ class Source:
             return False
 
     def lint(self):
-        """Returns what clang-tidy said, which is nothing of a clean source."""
+        """Returns what clang-tidy found; empty for a clean source."""
         self.record.unlink(missing_ok=True)
         self.record.parent.mkdir(parents=True, exist_ok=True)
         start = time.time()

@@ -70,7 +70,7 @@ def missing(subject, facts, places):
     for files, pattern, advice in places:
         where = files.format_map(facts)
         if not re.search(pattern.format_map(facts), text_of(where), re.M):
-            yield f"{where}: nothing of {subject}; {advice}"
+            yield f"{where}: does not mention {subject}; {advice}"
 
 
 def natives():

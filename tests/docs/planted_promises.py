@@ -64,7 +64,7 @@ PLANTED = [
 # A change, and all lines that must be reported, where N stands for a number.
 WRONG = [
     ("README.md", "`static boolean addSourceRoot(String root)`", "`static boolean addSourceRoot(String file)`",
-     ["README.md: nothing of orva_ClassLoader_addSourceRoot; "
+     ["README.md: does not mention orva_ClassLoader_addSourceRoot; "
       "give it a row with its method as the class declares it"]),
     ("tests/scripted_host/scripted_host.h", "> typeName;", "> typeName;\n  Script<void()> planted;",
      ["tests/scripted_host/scripted_host.cpp: pendingAnswers() does not count those of planted"]),
@@ -118,7 +118,7 @@ def main():
         for changes, name, places in PLANTED:
             # What is to be done there is for people to read.
             found = [line.split(";")[0] for line in reported(changes)]
-            results.append(is_reported(name, [f"{place}: nothing of {name}" for place in places], found))
+            results.append(is_reported(name, [f"{place}: does not mention {name}" for place in places], found))
         for file, text, replacement, lines in WRONG:
             found = [re.sub(r"\d[\d,]*", "N", line) for line in reported([(file, text, replacement)])]
             results.append(is_reported(replacement, lines, found))
