@@ -274,6 +274,16 @@ TEST_F(TypeLookup, EveryByteOfANameCounts) {
   }
 }
 
+TEST_F(TypeLookup, ABlankStandsForNoByteOfAName) {
+  const std::string name = "Map<a.B,c.D>";
+  for (std::size_t place = 0; place < name.size(); ++place) {
+    std::string blanked = name;
+    blanked[place] = ' ';
+    gTypes = {typeRecord("", "", blanked, ' ' + blanked)};
+    expectMaterialized(name);
+  }
+}
+
 TEST_F(TypeLookup, NamesOfTheTableAreComparedByteForByte) {
   gTypes = {typeRecord("box<a.B>", "Box<a.b>", "Box<a.B>>", "Box<a.B")};
   expectMaterialized("Box<a.B>");
