@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Makes the Debian packages, for the tests that install them.
 # Usage: make_packages.sh PROJECT LIBRARIES BUILD FOLDER; the package of the reference host is made of what was built in
-# BUILD, the others of what symbols.libraries has built, which is only configured anew.
+# BUILD, the others of what symbols.libraries has built, which is configured for /usr and not
+# compiled again.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 

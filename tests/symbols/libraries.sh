@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds both libraries with a compiler, for the checks that read their symbols. With g++ the kit too, and installs them,
+# Builds both libraries with a compiler as they ship, for the checks that read their symbols. With g++ the kit too, and installs them,
 # for the checks of packaging/.
 # Usage: libraries.sh PROJECT FOLDER COMPILER
 # shellcheck source-path=SCRIPTDIR source=../common.sh
@@ -10,7 +10,7 @@ require cmake ninja "$compiler"
 
 rm -rf "${libraries:?}/$compiler"
 mkdir -p "$libraries"
-options=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER="$compiler")
+options=(--preset release -DCMAKE_CXX_COMPILER="$compiler")
 [[ $compiler != g++ ]] || options+=(-DORVA_HOST_CONTRACT=ON)
 build_library "$root" "$libraries/$compiler" "${options[@]}" || fail "$compiler does not build the library"
 [[ -f $(archive "$compiler") && -f $(shared_library "$compiler") ]] || fail "$compiler: a library is missing"
