@@ -21,15 +21,15 @@ using orva::host_contract::Outcome;
 using orva::host_contract::Trial;
 using orva::host_contract::Weight;
 
-/// Runs a check of this test's own, for a second at most.
-static Outcome examine(void (*run)(Trial&)) {
+/// Runs a check of this test's own, for so long at most.
+static Outcome examine(void (*run)(Trial&), int seconds = 60) {
   faulty_host::fault.clear();
   return orva::host_contract::examine({"room", "Check", Weight::required, Needs::nothing, "Because.", run},
-                                      faulty_host::hooks(), 1);
+                                      faulty_host::hooks(), seconds);
 }
 
-static void expectBroken(void (*run)(Trial&), const std::string& seen) {
-  const Outcome outcome = examine(run);
+static void expectBroken(void (*run)(Trial&), const std::string& seen, int seconds = 60) {
+  const Outcome outcome = examine(run, seconds);
   EXPECT_EQ(outcome.kind, Outcome::broken);
   EXPECT_EQ(outcome.seen, seen);
 }
@@ -53,13 +53,13 @@ TEST(Examine, TellsHowTheHostEndedTheProcess) {
 }
 
 TEST(Examine, EndsWhatIsNotDoneInTimeAndTellsOfTheMutex) {
-  expectBroken([](Trial&) { pause(); }, "not done after 1 s");
+  expectBroken([](Trial&) { pause(); }, "not done after 1 s", 1);
   expectBroken(
       [](Trial&) {
         gReflectionMutex.lock();
         pause();
       },
-      "not done after 1 s; gReflectionMutex is held");
+      "not done after 1 s; gReflectionMutex is held", 1);
 }
 
 TEST(Examine, EndsWithTheOutcomeAndTakesTheHostsProcessesWithIt) {
