@@ -18,13 +18,13 @@ int32_t Reflection_getTypeCount(void);
 /// Names a registered type without its package.
 /// @param index of the entry, below the count.
 /// @return NUL-terminated name, which the runtime owns, or null. It stays valid as long as the full name of the same
-///         entry, which is fetched next, whatever other threads look up meanwhile.
+///         entry, which is fetched next, whatever other threads look up or load meanwhile.
 const char* Reflection_getTypeName(int32_t index);
 
 /// Names a registered type with its package.
 /// @param index of the entry, below the count.
 /// @return NUL-terminated name, which the runtime owns, or null. It stays valid until this thread calls the host again,
-///         whatever other threads look up meanwhile.
+///         whatever other threads look up or load meanwhile.
 const char* Reflection_getTypeFullName(int32_t index);
 
 }  // extern "C"

@@ -100,7 +100,7 @@ std::vector<Check> registryChecks() {
                    "No look-up finds such a type; most often the count is one too many."),
       room.required(
           "TheShortNameOutlivesTheFullNamesCall", theShortNameOutlivesTheFullNamesCall,
-          "The library copies both names after it asked for both; short names would be compared with other texts."),
+          "The library reads both names after it has asked for both; short names would be compared with other texts."),
       room.advised("ShortNamesAreTheTailsOfFullNames", shortNamesAreTheTailsOfFullNames,
                    "A name without a package would stand for two types, and look-ups of it would be ambiguous."),
       room.required(
