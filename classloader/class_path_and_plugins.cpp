@@ -50,7 +50,7 @@ void orva_ClassLoader_precompileSources(void* sourceFiles) {
 
 /// Refuses an entry type that is registered already: raises "IllegalStateException" with the name as registered.
 /// @return whether it was refused.
-/// Lets pass what is thrown because the name is ambiguous.
+/// Lets the exception for an ambiguous name pass.
 static bool rejectAlreadyLoadedPluginType(const char* entryType) {
   const std::optional<std::string> registered = reflectedTypeMatch(orEmpty(entryType));
   if (!registered) return false;
@@ -61,7 +61,7 @@ static bool rejectAlreadyLoadedPluginType(const char* entryType) {
 /// Looks up the entry type of a loaded plugin. When it is not registered, raises "ClassNotFoundException" with the name
 /// as given.
 /// @return its type object, null included; null after the raise.
-/// Lets pass what is thrown because the name is ambiguous.
+/// Lets the exception for an ambiguous name pass.
 static void* requireReflectedType(const char* entryType) {
   const std::string name(orEmpty(entryType));
   const std::optional<std::string> registered = reflectedTypeMatch(name);

@@ -1,7 +1,7 @@
 /**
  * @file
  * The native half of the language classes `ClassLoader` and `SystemClassLoader`: the functions that a host
- * binds to their native methods; this header is the list of them. C and C++ may include this header.
+ * binds to their native methods. This header is the list of them, and compiles as C and as C++.
  *
  * Strings are NUL-terminated, may be null unless a function says otherwise, and are not kept past the call.
  * Handles (`void*`) belong to the runtime; null is the language's null. Each function runs on the calling

@@ -29,28 +29,28 @@ namespace {
 /// The compact name of a generic type. It remembers which bytes are not whitespace, so it serves one walk only.
 class CompactKey {
  public:
-  explicit CompactKey(const std::string& requestedName) : key(compactTypeName(requestedName)) {}
+  explicit CompactKey(const std::string& requestedName) : key_(compactTypeName(requestedName)) {}
 
   /// Tells whether compacting `name` gives this key, and builds nothing to find out.
   bool isSpelledBy(std::string_view name) {
     // Compacting never makes a name longer.
-    return name.size() >= key.size() && !endsOtherwise(name) && isCompactOf(name);
+    return name.size() >= key_.size() && !endsOtherwise(name) && isCompactOf(name);
   }
 
  private:
-  /// Rejects most names, which are at least as long as the key, by their last bytes: names in one package share a
-  /// prefix. Going through them byte by byte would mispredict a branch for most of them.
+  /// Rejects most names by their last four bytes. `name` is at least as long as the key; false decides nothing. Names in
+  /// one package share a prefix, and comparing byte by byte would mispredict a branch for most of them.
   bool endsOtherwise(std::string_view name) const {
     constexpr std::size_t wordSize = 4;
-    if (key.size() < wordSize) return false;
+    if (key_.size() < wordSize) return false;
     const char* const nameEnd = name.data() + name.size() - wordSize;
-    const char* const keyEnd = key.data() + key.size() - wordSize;
+    const char* const keyEnd = key_.data() + key_.size() - wordSize;
     const std::size_t place = lastDifference(nameEnd, keyEnd);
-    return nameEnd[place] != keyEnd[place] && isKept[static_cast<unsigned char>(nameEnd[place])];
+    return nameEnd[place] != keyEnd[place] && isKept_[static_cast<unsigned char>(nameEnd[place])];
   }
 
   bool isCompactOf(std::string_view name) {
-    std::string_view rest = key;
+    std::string_view rest = key_;
     while (name.size() >= rest.size()) {
       // A byte of the key is not one that is dropped.
       while (!rest.empty() && name.back() == rest.back()) {
@@ -59,7 +59,7 @@ class CompactKey {
       }
       if (name.empty()) return true;
       if (!isDropped(name.back())) {
-        isKept[static_cast<unsigned char>(name.back())] = true;
+        isKept_[static_cast<unsigned char>(name.back())] = true;
         return false;
       }
       name.remove_suffix(1);
@@ -67,8 +67,8 @@ class CompactKey {
     return false;
   }
 
-  const std::string key;
-  std::array<bool, 256> isKept{};
+  const std::string key_;
+  std::array<bool, 256> isKept_{};
 };
 
 }  // namespace
@@ -117,8 +117,8 @@ static bool holds(const char* name, char bracket) { return std::strchr(name, bra
 void* orva_ClassLoader_getTypeByName(const char* typeName) {
   if (isMissing(typeName)) return Orva_typeByName(typeName);
   const bool prepared = bridged("ClassNotFoundException", [typeName] {
-    // Each phase reads the name afresh, and has a copy of its own while it calls the host: a host that changes the name
-    // in place while it materialises an instance decides by that whether a source is looked for.
+    // Each phase reads the name afresh, and calls the host with a copy of its own: a host may rewrite the name in place
+    // while it materialises an instance, and the second phase then goes by the new one.
     if (holds(typeName, '<') && holds(typeName, '>')) ensureGenericInstance(typeName);
     if (!holds(typeName, '<')) ensureClass(typeName);
   });

@@ -85,7 +85,7 @@ def find_sources(folder, plugin):
     paths = [path for path in map(Path, listed.split("\0")) if path.is_file()]
     strangers = [str(path) for path in paths if path.resolve() not in entries]
     if strangers:
-        sys.exit(f"lint failed: no target compiles {' '.join(strangers)}")
+        sys.exit(f"lint failed: no target compiles {' '.join(strangers)}; name them in lint/CMakeLists.txt")
     return [Source(path, entries[path.resolve()], Path(folder, "clean"), plugin) for path in paths]
 
 

@@ -3,6 +3,10 @@
 #include <clang/AST/ASTContext.h>
 #include <clang/Frontend/FrontendPluginRegistry.h>
 
+#include <memory>
+#include <string>
+#include <vector>
+
 namespace {
 
 class OwnDeclarations : public clang::ASTConsumer {

@@ -103,4 +103,4 @@ lints 0
 
 touch room/four.cpp
 lints 1
-prints 'lint failed: no target compiles room/four.cpp' 1
+prints 'lint failed: no target compiles room/four.cpp; name them in lint/CMakeLists.txt' 1

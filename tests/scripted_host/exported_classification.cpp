@@ -1,5 +1,4 @@
-// Stands in for the linker's --wrap where the library is a shared one: it classifies bytes by what the test program
-// exports.
+// Replaces the linker's --wrap where the library is shared: it then asks what the test program exports about a byte.
 #include <dlfcn.h>
 
 #include <cctype>

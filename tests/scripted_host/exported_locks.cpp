@@ -1,4 +1,4 @@
-// Stands in for the linker's --wrap where the library is a shared one: it locks by what the test program exports.
+// Replaces the linker's --wrap where the library is shared: it then calls the locks that the test program exports.
 #include <dlfcn.h>
 #include <pthread.h>
 
