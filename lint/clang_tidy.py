@@ -97,6 +97,7 @@ class Report:
         self.done = 0
         self.printed = set()
         self.failed = []
+        self.next = time.monotonic() + 10
 
     def add(self, source, output):
         self.done += 1
@@ -106,10 +107,13 @@ class Report:
             self.show(output.replace(f"{Path.cwd()}/", ""))
         self.progress(f"[{self.done}/{self.count}] {source.path}")
 
-    @staticmethod
-    def progress(text):
+    def progress(self, text):
+        """Moves a line on a terminal; elsewhere, prints one every ten seconds."""
         if sys.stderr.isatty():
             print(f"\r\033[K{text}", end="", file=sys.stderr, flush=True)
+        elif text and time.monotonic() >= self.next:
+            print(f"Linting: {text}", file=sys.stderr, flush=True)
+            self.next = time.monotonic() + 10
 
     def show(self, output):
         for finding in re.split(r"^(?=.+:\d+:\d+: (?:error|warning): )", output, flags=re.MULTILINE):

@@ -16,6 +16,7 @@ tool dpkg-query 'echo install ok installed'
 # shellcheck disable=SC2016  # the tool's own words
 tool ctest 'case "$*" in *--list-presets*) printf "  \"%s\" - X\n" dev asan ;; esac
 while [ $# -gt 0 ]; do
+  [ "$1" = -N ] && echo "Total Tests: $(cat selected)"
   [ "$1" = --output-junit ] && mkdir -p "${2%/*}" && printf "<testsuite\n\ttests=\"3\" failures=\"0\" disabled=\"0\" skipped=\"1\">" >"$2"
   shift
 done'
@@ -31,6 +32,7 @@ dev() {  # STATUS WORD…
 }
 expect() { grep -qxF -- "$2" "$1" || fail "expected '$2' in: $(cat "$1")"; }  # FILE LINE
 
+echo 3 >selected
 dev 0 test contract docs
 expect called 'cmake --build --preset dev --target suite-contract suite-docs'
 grep -q '^ctest --preset dev -R ^(contract|docs)\\\. ' called || fail "other tests are run: $(cat called)"
@@ -43,10 +45,21 @@ dev 0 test
 expect called 'cmake --build --preset dev'
 ! grep -q -- ' -R ' called || fail "a pattern leaves tests out: $(cat called)"
 
+echo 0 >selected
+dev 2 test asan docs
+expect errors "./dev test: preset 'asan' leaves out docs"
+echo 3 >selected
+
 dev 2 test contract nosuch
 expect errors "./dev test: there is no suite or preset 'nosuch'"
-expect errors 'suites:  contract docs'
+expect errors 'suites of dev: contract docs'
 expect errors 'presets: dev asan'
+dev 2 test contract asan
+expect errors "./dev test: name one preset, ahead of the suites, not 'asan'"
+dev 2 test --all contract
+expect errors "./dev test: takes nothing more, not '--all contract'"
+dev 2 lint docs
+expect errors "./dev lint: takes nothing more, not 'docs'"
 dev 2 nosuch
 expect errors "./dev: unknown word 'nosuch'"
 
@@ -59,6 +72,8 @@ expect errors 'a.cpp:1: error'
 tool cmake "$help_of_targets; echo '[1/2] Building a'"
 script -qec './dev test contract' /dev/null >printed || fail "./dev fails on a terminal: $(cat printed)"
 grep -qF $'\r\e[KBuilding: [1/2] Building a' printed || fail "nothing moves on a terminal: $(cat -v printed)"
+
+! compgen -G 'build/log.*' >&2 || fail "logs are left"
 
 # Nearly every word fails here, where there is nothing but the script; each has its line nevertheless.
 dev 1 all
