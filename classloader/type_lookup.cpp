@@ -38,8 +38,8 @@ class CompactKey {
   }
 
  private:
-  /// Rejects most names by their last four bytes. `name` is at least as long as the key; false decides nothing. Names in
-  /// one package share a prefix, and comparing byte by byte would mispredict a branch for most of them.
+  /// Rejects most names by their last four bytes. `name` is at least as long as the key; false decides nothing. Names
+  /// in one package share a prefix, and comparing byte by byte would mispredict a branch for most of them.
   bool endsOtherwise(std::string_view name) const {
     constexpr std::size_t wordSize = 4;
     if (key_.size() < wordSize) return false;
