@@ -27,39 +27,23 @@ static const Keys endingKey = {"org.sample.Box<Item>"};
 
 static void fillTable(const benchmark::State& state) { measured::fillTable(static_cast<std::size_t>(state.range(0))); }
 
-static void strange(benchmark::State& state) {
+static void madeUp(benchmark::State& state, const Keys& keys) {
   fillTable(state);
-  walk(state, strangeKey);
+  walk(state, keys);
 }
-static void like(benchmark::State& state) {
+static void madeUpFloor(benchmark::State& state, const Keys& keys) {
   fillTable(state);
-  walk(state, likeKey);
-}
-static void ending(benchmark::State& state) {
-  fillTable(state);
-  walk(state, endingKey);
-}
-static void strangeFloor(benchmark::State& state) {
-  fillTable(state);
-  floorOfWalk(state, strangeKey);
-}
-static void likeFloor(benchmark::State& state) {
-  fillTable(state);
-  floorOfWalk(state, likeKey);
-}
-static void endingFloor(benchmark::State& state) {
-  fillTable(state);
-  floorOfWalk(state, endingKey);
+  floorOfWalk(state, keys);
 }
 
 static void sizes(benchmark::internal::Benchmark* each) { each->RangeMultiplier(10)->Range(10, 1'000'000); }
 
-BENCHMARK(strange)->Name("walk_no_common_prefix/library")->Apply(sizes);
-BENCHMARK(strangeFloor)->Name("walk_no_common_prefix/floor")->Apply(sizes);
-BENCHMARK(like)->Name("walk_12_common_bytes/library")->Apply(sizes);
-BENCHMARK(likeFloor)->Name("walk_12_common_bytes/floor")->Apply(sizes);
-BENCHMARK(ending)->Name("walk_common_ending/library")->Apply(sizes);
-BENCHMARK(endingFloor)->Name("walk_common_ending/floor")->Apply(sizes);
+BENCHMARK_CAPTURE(madeUp, strange, strangeKey)->Name("walk_no_common_prefix/library")->Apply(sizes);
+BENCHMARK_CAPTURE(madeUpFloor, strange, strangeKey)->Name("walk_no_common_prefix/floor")->Apply(sizes);
+BENCHMARK_CAPTURE(madeUp, like, likeKey)->Name("walk_12_common_bytes/library")->Apply(sizes);
+BENCHMARK_CAPTURE(madeUpFloor, like, likeKey)->Name("walk_12_common_bytes/floor")->Apply(sizes);
+BENCHMARK_CAPTURE(madeUp, ending, endingKey)->Name("walk_common_ending/library")->Apply(sizes);
+BENCHMARK_CAPTURE(madeUpFloor, ending, endingKey)->Name("walk_common_ending/floor")->Apply(sizes);
 
 // ---- real names
 
