@@ -31,18 +31,18 @@ class CompactKey {
  public:
   explicit CompactKey(const std::string& requestedName) : key_(compactTypeName(requestedName)) {}
 
+  /// 1 for a name that is long enough to spell this key, 0 for any other: compacting never makes a name longer.
+  std::size_t fits(std::string_view name) const { return static_cast<std::size_t>(name.size() >= key_.size()); }
+
   /// Tells whether compacting `name` gives this key, and builds nothing to find out.
-  bool isSpelledBy(std::string_view name) {
-    // Compacting never makes a name longer.
-    return name.size() >= key_.size() && !endsOtherwise(name) && isCompactOf(name);
-  }
+  bool isSpelledBy(std::string_view name) { return !endsOtherwise(name) && isCompactOf(name); }
 
  private:
-  /// Rejects most names by their last four bytes. `name` is at least as long as the key; false decides nothing. Names
-  /// in one package share a prefix, and comparing byte by byte would mispredict a branch for most of them.
+  /// Rejects most names by their last four bytes; false decides nothing. Names in one package share a prefix, and
+  /// comparing byte by byte would mispredict a branch for most of them.
   bool endsOtherwise(std::string_view name) const {
     constexpr std::size_t wordSize = 4;
-    if (key_.size() < wordSize) return false;
+    if (key_.size() < wordSize || name.size() < wordSize) return false;
     const char* const nameEnd = name.data() + name.size() - wordSize;
     const char* const keyEnd = key_.data() + key_.size() - wordSize;
     const std::size_t place = lastDifference(nameEnd, keyEnd);
@@ -79,13 +79,29 @@ static bool spells(const TypeRecord& record, CompactKey& key) {
          key.isSpelledBy(recordName(record, 1)) || key.isSpelledBy(recordName(record, 2));
 }
 
+/// 1 for a record with a name that is long enough for the key, 0 for any other.
+static std::size_t mayMatch(const TypeRecord& record, const CompactKey& key) {
+  return key.fits(recordName(record, 1)) | key.fits(recordName(record, 2)) | key.fits(recordName(record, 3)) |
+         key.fits(recordName(record, 4));
+}
+
 /// Tells whether the type table holds a ready record of a generic instance, whatever its spacing.
 /// Throws `std::system_error` when the lock fails.
 static bool isInstanceReady(const std::string& requestedName) {
   CompactKey key(requestedName);
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  for (const TypeRecord& record : gTypes) {
-    if (isReady(record) && spells(record, key)) return true;
+  std::array<const TypeRecord*, 64> candidates{};
+  for (auto record = gTypes.begin(); record != gTypes.end();) {
+    // Candidates are counted, not branched on: how long one record's names are says nothing about the next.
+    std::size_t count = 0;
+    for (; record != gTypes.end() && count < candidates.size(); ++record) {
+      if (!isReady(*record)) continue;
+      candidates[count] = &*record;
+      count += mayMatch(*record, key);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+      if (spells(*candidates[i], key)) return true;
+    }
   }
   return false;
 }
