@@ -76,7 +76,7 @@ static Outcome examineIn(const fs::path& folder, const Check& check, Hooks& hook
   } catch (const std::exception& failure) {
     return {Outcome::broken, std::string("a std::exception came out of the host: ") + failure.what()};
   } catch (...) {
-    return {Outcome::broken, "an object that is no std::exception came out of the host"};
+    return {Outcome::broken, "the host threw something not derived from std::exception"};
   }
 }
 

@@ -111,7 +111,8 @@ std::vector<Check> nativeChecks() {
       room.required("TheMutexIsFreeAtEveryNativesEntry", theMutexIsFreeAtEveryNativesEntry,
                     "getTypeByName locks it for a generic name; the program would wait for itself."),
       room.required("ThrownObjectsPassTheCallersFrames", thrownObjectsPassTheCallersFrames,
-                    "Most natives let what is no std::exception through; the process would end in the caller's frame."),
+                    "Most natives let anything not derived from std::exception through; the process would end in the "
+                    "caller's frame."),
       room.required("StandardExceptionsPassTheCallersFrames", standardExceptionsPassTheCallersFrames,
                     "Some natives bridge nothing, and getTypeByName not its last step; the process would end in the "
                     "caller's frame."),
