@@ -30,6 +30,19 @@ bool walkTable(const std::string& key) {
   });
 }
 
+std::size_t touchNames() {
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  std::size_t instances = 0;
+  for (const TypeRecord& record : gTypes) {
+    if (!isReady(record)) continue;
+    for (const int number : {1, 2, 3, 4}) {
+      const std::string& name = recordName(record, number);
+      if (!name.empty() && name.back() == '>') ++instances;
+    }
+  }
+  return instances;
+}
+
 static bool endsAsSource(const std::string& path) {
   return path.size() > 3 && path.compare(path.size() - 3, 3, ".ov") == 0;
 }

@@ -15,6 +15,10 @@ std::size_t scanRegistry();
 /// @return whether one is equal.
 bool walkTable(const std::string& key);
 
+/// Reads one byte of each name of each ready record, the last one, under the table's mutex.
+/// @return how many of them end an instance of a generic.
+std::size_t touchNames();
+
 /// Lists the regular files of a folder whose names end in ".ov", with the type that the iteration brings, and sorts
 /// their paths.
 std::vector<std::string> listSources(const std::string& folder);

@@ -37,6 +37,12 @@ static void madeUpFloor(benchmark::State& state, const Keys& keys) {
   floorOfWalk(state, keys);
 }
 
+// What a walk that does not go by lengths alone has to read.
+static void madeUpNames(benchmark::State& state) {
+  fillTable(state);
+  measure(state, floors::touchNames);
+}
+
 static void sizes(benchmark::internal::Benchmark* each) { each->RangeMultiplier(10)->Range(10, 1'000'000); }
 
 BENCHMARK_CAPTURE(madeUp, strange, strangeKey)->Name("walk_no_common_prefix/library")->Apply(sizes);
@@ -45,6 +51,7 @@ BENCHMARK_CAPTURE(madeUp, like, likeKey)->Name("walk_12_common_bytes/library")->
 BENCHMARK_CAPTURE(madeUpFloor, like, likeKey)->Name("walk_12_common_bytes/floor")->Apply(sizes);
 BENCHMARK_CAPTURE(madeUp, ending, endingKey)->Name("walk_common_ending/library")->Apply(sizes);
 BENCHMARK_CAPTURE(madeUpFloor, ending, endingKey)->Name("walk_common_ending/floor")->Apply(sizes);
+BENCHMARK(madeUpNames)->Name("walk_names/floor")->Arg(10'000);
 
 // ---- real names
 

@@ -162,6 +162,7 @@ def main(folder, page, chart_folder):
         real_generic=f"{results.counter('real_lookup/floor', 'generic'):,.0f}",
         real_orders=f"{results.counter('real_lookup/floor', 'orders'):.0f}",
         real_keys=f"{results.counter('real_walk/library', 'names'):.0f}",
+        walk_names=time_text(results.nanoseconds("walk_names/floor/10000")),
         lookup_allocations=f"{lookup_allocations(results):.0f}", growth=growth_table(results),
         exponents=exponent_table(results), held=held, waits=waits,
         instructions=(folder / "instructions.txt").read_text(encoding="utf-8").rstrip(),
