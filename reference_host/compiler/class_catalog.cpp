@@ -20,52 +20,64 @@ const MethodSignature* ClassSummary::find(const std::string& method) const {
   return found == methods.end() ? nullptr : &*found;
 }
 
-/// Tells whether a name is an argument of a generic instance: those are full names, even without a package.
-static bool isInstanceArgument(const std::string& name, const SourceFile& file) {
-  const auto isName = [&](const TypeName& argument) { return argument.text() == name; };
-  return std::any_of(file.classes.begin(), file.classes.end(), [&](const language::ClassDeclaration& declared) {
-    return std::any_of(declared.name.arguments.begin(), declared.name.arguments.end(), isName);
-  });
+Scope Scope::of(const SourceFile& file, const language::ClassDeclaration& declared,
+                const std::vector<TypeName>& arguments) {
+  Scope scope{file, {}};
+  if (arguments.empty()) return scope;
+  scope.bound[declared.name] = file.qualify(TypeName{declared.name, arguments, {}}.text());
+  for (std::size_t i = 0; i < arguments.size(); ++i) scope.bound[declared.typeParameters[i]] = arguments[i].text();
+  return scope;
 }
 
-std::vector<std::string> ClassCatalog::candidates(const std::string& name, const SourceFile& file) {
-  if (name.find('.') != std::string::npos || isInstanceArgument(name, file)) return {name};
-  for (const language::ClassDeclaration& declared : file.classes) {
-    // Inside a generic instance, the bare name of its class means the instance.
-    if (!declared.name.arguments.empty() && declared.name.name == name) return {file.qualify(declared.name.text())};
-  }
-  return {file.qualify(name), "orva." + name};
+bool Scope::binds(const std::string& name) const { return bound.count(name) != 0; }
+
+const std::string& Scope::meaning(const std::string& name) const {
+  const auto found = bound.find(name);
+  return found == bound.end() ? name : found->second;
 }
 
-std::optional<std::string> ClassCatalog::resolveClass(const std::string& name, const SourceFile& file) const {
-  for (const std::string& candidate : candidates(name, file)) {
+std::vector<std::string> ClassCatalog::candidates(const std::string& name, const Scope& scope) {
+  if (scope.binds(name) || name.find('.') != std::string::npos) return {scope.meaning(name)};
+  return {scope.file.qualify(name), "orva." + name};
+}
+
+std::optional<std::string> ClassCatalog::resolveClass(const std::string& name, const Scope& scope) const {
+  // Known to exist, or an instance that is loaded when it is first called.
+  if (scope.binds(name)) return scope.meaning(name);
+  const auto& classes = scope.file.classes;
+  for (const std::string& candidate : candidates(name, scope)) {
     const auto isCandidate = [&](const language::ClassDeclaration& declared) {
-      return file.qualify(declared.name.text()) == candidate;
+      return scope.file.qualify(declared.name) == candidate;
     };
-    if (std::any_of(file.classes.begin(), file.classes.end(), isCandidate) ||
-        runtime::findTypeByFullName(candidate) != nullptr || !classPath_.find(candidate).empty()) {
+    if (std::any_of(classes.begin(), classes.end(), isCandidate) || runtime::findTypeByFullName(candidate) != nullptr ||
+        !classPath_.find(candidate).empty()) {
       return candidate;
     }
   }
   return std::nullopt;
 }
 
-std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const SourceFile& file) const {
-  if (runtime::isBuiltInType(type.text())) return type.text();
-  if (!type.arguments.empty()) {
-    return isInstanceArgument(type.text(), file) ? std::optional(type.text()) : std::nullopt;
-  }
-  return resolveClass(type.name, file);
+/// A type's spelling with the meanings of its names.
+static std::string spell(const TypeName& type, const Scope& scope) {
+  TypeName meant{scope.meaning(type.name), {}, {}};
+  for (const TypeName& argument : type.arguments) meant.arguments.push_back({spell(argument, scope), {}, {}});
+  return meant.text();
 }
 
-MethodSignature ClassCatalog::signatureOf(const language::MethodDeclaration& method, const SourceFile& file) const {
+std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const Scope& scope) const {
+  const std::string spelling = spell(type, scope);
+  if (runtime::isBuiltInType(spelling)) return spelling;
+  return type.arguments.empty() ? resolveClass(type.name, scope) : std::nullopt;
+}
+
+MethodSignature ClassCatalog::signatureOf(const language::MethodDeclaration& method, const Scope& scope) const {
   MethodSignature signature;
   signature.name = method.name;
   signature.isStatic = method.isStatic;
   for (const language::Parameter& parameter : method.parameters) {
-    signature.parameters.push_back(resolveType(parameter.type, file).value_or(parameter.type.text()));
+    signature.parameters.push_back(resolveType(parameter.type, scope).value_or(parameter.type.text()));
   }
-  signature.result = resolveType(method.result, file).value_or(method.result.text());
+  signature.result = resolveType(method.result, scope).value_or(method.result.text());
   return signature;
 }
 
@@ -81,10 +93,10 @@ std::optional<ClassSummary> ClassCatalog::find(const std::string& fullName) cons
     const language::SourceText source = readSource(path);
     const SourceFile file = language::parseSource(source);
     for (const language::ClassDeclaration& declared : file.classes) {
-      if (file.qualify(declared.name.name) != fullName) continue;
+      if (file.qualify(declared.name) != fullName) continue;
       // Only the instances of a generic class can be called.
       if (!declared.typeParameters.empty()) return summary;
-      for (const auto& method : declared.methods) summary.methods.push_back(signatureOf(method, file));
+      for (const auto& method : declared.methods) summary.methods.push_back(signatureOf(method, {file, {}}));
       return summary;
     }
   } catch (const std::runtime_error&) {

@@ -1,6 +1,7 @@
 // What the compiler knows of classes without loading them: their full names and the signatures of their methods.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,6 +11,23 @@
 #include "reference_host/runtime/type.h"
 
 namespace orva::compiler {
+
+/// Where the names of a class are looked up.
+struct Scope {
+  const language::SourceFile& file;
+  /// Names that mean one type here, whatever else is called so. In an instance of a generic class: its type parameters,
+  /// and the bare name of the class, which means the instance.
+  std::map<std::string, std::string> bound;
+
+  /// The scope of a class of a file; `arguments` are those of a generic instance, with full names.
+  static Scope of(const language::SourceFile& file, const language::ClassDeclaration& declared,
+                  const std::vector<language::TypeName>& arguments);
+
+  bool binds(const std::string& name) const;
+
+  /// What a name means here; the name itself when it is not bound.
+  const std::string& meaning(const std::string& name) const;
+};
 
 struct ClassSummary {
   std::string fullName;
@@ -23,19 +41,18 @@ class ClassCatalog {
  public:
   explicit ClassCatalog(ClassPath& classPath) : classPath_(classPath) {}
 
-  /// The full names that a class name may stand for: itself when it is qualified; otherwise, in this order, a class
-  /// of the same file or package, and one of package `orva`.
-  static std::vector<std::string> candidates(const std::string& name, const language::SourceFile& file);
+  /// The full names that a class name may stand for: what it is bound to; itself when it is qualified; otherwise, in
+  /// this order, a class of the same file or package, and one of package `orva`.
+  static std::vector<std::string> candidates(const std::string& name, const Scope& scope);
 
   /// The full name of the class that a name stands for; nothing when it stands for none.
-  std::optional<std::string> resolveClass(const std::string& name, const language::SourceFile& file) const;
+  std::optional<std::string> resolveClass(const std::string& name, const Scope& scope) const;
 
   /// A type's spelling with the full name of its class; nothing when there is no such type.
-  std::optional<std::string> resolveType(const language::TypeName& type, const language::SourceFile& file) const;
+  std::optional<std::string> resolveType(const language::TypeName& type, const Scope& scope) const;
 
   /// The signature of a declared method; types that do not exist keep the name that they are written with.
-  runtime::MethodSignature signatureOf(const language::MethodDeclaration& method,
-                                       const language::SourceFile& file) const;
+  runtime::MethodSignature signatureOf(const language::MethodDeclaration& method, const Scope& scope) const;
 
   /// A class by its full name; nothing when there is none, or when its source cannot be parsed.
   std::optional<ClassSummary> find(const std::string& fullName) const;

@@ -23,18 +23,27 @@ std::string shortSpelling(const TypeName& type) {
 
 class ClassGenerator {
  public:
-  ClassGenerator(const language::SourceText& source, const SourceFile& file, const ClassDeclaration& declared,
-                 const ClassCatalog& catalog, llvm::LLVMContext& context,
+  ClassGenerator(const ClassInput& input, const ClassCatalog& catalog, llvm::LLVMContext& context,
                  std::vector<language::Diagnostic>& diagnostics)
-      : declared_(declared),
-        builder_(file.qualify(declared.name.text()), source, context),
-        scope_{file, file.qualify(declared.name.text()), catalog, builder_, {}, diagnostics, {}} {}
+      : file_(input.file),
+        declared_(input.declared),
+        name_{input.declared.name, input.arguments, {}},
+        builder_(file_.qualify(name_.text()), input.source, context),
+        scope_{Scope::of(file_, declared_, input.arguments),
+               file_.qualify(name_.text()),
+               catalog,
+               builder_,
+               {},
+               diagnostics,
+               {}} {}
 
   GeneratedClass generate() {
     GeneratedClass generated;
     generated.initialiser = "orva.initialise:" + scope_.fullName;
-    if (declared_.typeParameters.empty()) {
+    if (isInstance() || declared_.typeParameters.empty()) {
       summariseFile();
+      signatures_ = signaturesOf(declared_, scope_.names);
+      scope_.summaries[scope_.fullName] = ClassSummary{scope_.fullName, signatures_};
       for (const MethodSignature& signature : signatures_) addFunction(signature);
       for (std::size_t i = 0; i < signatures_.size(); ++i) generateMethod(i, generated.natives);
     }
@@ -44,16 +53,22 @@ class ClassGenerator {
   }
 
  private:
+  bool isInstance() const { return !name_.arguments.empty(); }
+
+  std::vector<MethodSignature> signaturesOf(const ClassDeclaration& declared, const Scope& names) const {
+    std::vector<MethodSignature> signatures;
+    for (const MethodDeclaration& method : declared.methods) {
+      signatures.push_back(scope_.catalog.signatureOf(method, names));
+    }
+    return signatures;
+  }
+
   /// Notes the signatures of all classes of the file: they are not registered while it is compiled.
   void summariseFile() {
-    for (const ClassDeclaration& each : scope_.file.classes) {
-      ClassSummary summary{scope_.file.qualify(each.name.text()), {}};
-      for (const MethodDeclaration& method : each.methods) {
-        summary.methods.push_back(scope_.catalog.signatureOf(method, scope_.file));
-      }
-      if (&each == &declared_) signatures_ = summary.methods;
-      scope_.summaries.emplace(summary.fullName,
-                               each.typeParameters.empty() ? summary : ClassSummary{summary.fullName, {}});
+    for (const ClassDeclaration& each : file_.classes) {
+      ClassSummary summary{file_.qualify(each.name), {}};
+      if (each.typeParameters.empty()) summary.methods = signaturesOf(each, {file_, {}});
+      scope_.summaries.emplace(summary.fullName, std::move(summary));
     }
   }
 
@@ -69,12 +84,12 @@ class ClassGenerator {
       MethodGenerator(scope_, method, signatures_[index]).generate();
       return;
     }
-    if (!declared_.name.arguments.empty()) {
+    if (isInstance()) {
       scope_.diagnostics.push_back({method.position, "a generic class cannot have native methods"});
       return;
     }
     natives.push_back(
-        {scope_.fullName + "." + method.name, "orva_" + declared_.name.name + "_" + method.name, method.position});
+        {scope_.fullName + "." + method.name, "orva_" + declared_.name + "_" + method.name, method.position});
     generateNative(signatures_[index], natives.back().symbol);
   }
 
@@ -91,7 +106,7 @@ class ClassGenerator {
   }
 
   void requireType(const TypeName& type) {
-    if (!scope_.catalog.resolveType(type, scope_.file)) {
+    if (!scope_.catalog.resolveType(type, scope_.names)) {
       scope_.diagnostics.push_back({type.position, "unknown type '" + type.text() + "'"});
     }
   }
@@ -149,13 +164,11 @@ class ClassGenerator {
                               builder_.text(signature.result), builder_.number(signature.isStatic ? 1 : 0),
                               scope_.functions.at(signature.name), invoker(signature)}));
     }
-    const TypeName& name = declared_.name;
-    const bool isInstance = !name.arguments.empty();
-    const TypeName withShortArguments{shortSpelling(name), {}, {}};
+    const std::string withShortArguments = shortSpelling(name_);
     llvm::Constant* descriptor = builder_.constant(
-        builder_.structure({builder_.text(name.text()), builder_.text(scope_.fullName),
-                            builder_.text(isInstance ? scope_.file.qualify(withShortArguments.name) : ""),
-                            builder_.text(isInstance ? withShortArguments.name : ""),
+        builder_.structure({builder_.text(name_.text()), builder_.text(scope_.fullName),
+                            builder_.text(isInstance() ? file_.qualify(withShortArguments) : ""),
+                            builder_.text(isInstance() ? withShortArguments : ""),
                             builder_.number(static_cast<int64_t>(methods.size())), builder_.array(methods)}));
     llvm::Function* function = builder_.addFunction(llvm::FunctionType::get(builder_.typeOf("void"), false), symbol,
                                                     llvm::GlobalValue::ExternalLinkage);
@@ -164,7 +177,9 @@ class ClassGenerator {
     ir.CreateRetVoid();
   }
 
+  const SourceFile& file_;
   const ClassDeclaration& declared_;
+  const TypeName name_;  // without the package
   ModuleBuilder builder_;
   ClassScope scope_;
   std::vector<MethodSignature> signatures_;
@@ -172,10 +187,9 @@ class ClassGenerator {
 
 }  // namespace
 
-GeneratedClass generateClass(const language::SourceText& source, const SourceFile& file,
-                             const ClassDeclaration& declared, const ClassCatalog& catalog, llvm::LLVMContext& context,
+GeneratedClass generateClass(const ClassInput& input, const ClassCatalog& catalog, llvm::LLVMContext& context,
                              std::vector<language::Diagnostic>& diagnostics) {
-  return ClassGenerator(source, file, declared, catalog, context, diagnostics).generate();
+  return ClassGenerator(input, catalog, context, diagnostics).generate();
 }
 
 }  // namespace orva::compiler

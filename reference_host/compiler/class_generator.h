@@ -26,10 +26,17 @@ struct GeneratedClass {
   std::vector<NativeBinding> natives;
 };
 
-/// Generates a class of a file. What is wrong with it is added to `diagnostics`; then the result must not be used.
+/// A class to generate: one of a file, or an instance of a generic class of a file.
+struct ClassInput {
+  const language::SourceText& source;
+  const language::SourceFile& file;
+  const language::ClassDeclaration& declared;
+  std::vector<language::TypeName> arguments = {};  ///< of an instance, with full names
+};
+
+/// Generates a class. What is wrong with it is added to `diagnostics`; then the result must not be used.
 /// A generic class gets a type without methods: only its instances can be called.
-GeneratedClass generateClass(const language::SourceText& source, const language::SourceFile& file,
-                             const language::ClassDeclaration& declared, const ClassCatalog& catalog,
-                             llvm::LLVMContext& context, std::vector<language::Diagnostic>& diagnostics);
+GeneratedClass generateClass(const ClassInput& input, const ClassCatalog& catalog, llvm::LLVMContext& context,
+                             std::vector<language::Diagnostic>& diagnostics);
 
 }  // namespace orva::compiler

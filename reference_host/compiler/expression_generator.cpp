@@ -78,10 +78,6 @@ MethodGenerator::Value MethodGenerator::generate(const language::NameUse& use, P
   return {ir_.CreateLoad(variable->place->getAllocatedType(), variable->place), variable->type};
 }
 
-MethodGenerator::Value MethodGenerator::generate(const language::ClassUse& use, Position position, const std::string&) {
-  fail(position, "class '" + use.type.text() + "' is no value: expected a call of one of its methods");
-}
-
 MethodGenerator::Value MethodGenerator::generate(const language::ListLiteral& literal, Position, const std::string&) {
   llvm::Value* list = operation("newList", builder_.pointer(), {});
   for (const language::Expression& element : literal.elements) {
@@ -142,12 +138,10 @@ static std::size_t firstCall(const std::vector<Member>& members) {
 MethodGenerator::Value MethodGenerator::generate(const language::MemberChain& chain, Position position,
                                                  const std::string& wanted) {
   const auto* name = std::get_if<language::NameUse>(&chain.start->form);
-  const auto* instance = std::get_if<language::ClassUse>(&chain.start->form);
-  const bool startsWithClass = instance != nullptr || (name != nullptr && findVariable(name->name) == nullptr);
   std::size_t next = 0;
   Value value{};
-  if (startsWithClass) {
-    std::string className = instance != nullptr ? instance->type.text() : name->name;
+  if (name != nullptr && findVariable(name->name) == nullptr) {
+    std::string className = name->name;
     const std::size_t call = firstCall(chain.members);
     for (std::size_t i = 0; i < call; ++i) className += "." + chain.members[i].name;
     if (call == chain.members.size()) fail(position, "unknown variable '" + className + "'");
@@ -170,7 +164,7 @@ const std::optional<ClassSummary>& MethodGenerator::summaryOf(const std::string&
 
 MethodGenerator::Value MethodGenerator::staticCall(const std::string& className, const Member& member,
                                                    const std::string& wanted) {
-  const auto fullName = scope_.catalog.resolveClass(className, scope_.file);
+  const auto fullName = scope_.catalog.resolveClass(className, scope_.names);
   if (fullName) {
     if (const auto& summary = summaryOf(*fullName)) return linkedCall(*summary, member, nullptr, wanted);
   }
@@ -245,11 +239,11 @@ MethodGenerator::Value MethodGenerator::callByName(const std::string& className,
                                                    const std::string& wanted) {
   const std::vector<Value> values = arguments(member, nullptr);
   const WordArguments words = wordArguments(values);
-  const auto candidates = ClassCatalog::candidates(className, scope_.file);
+  const auto candidates = ClassCatalog::candidates(className, scope_.names);
   const std::string type = wanted.empty() ? "String" : wanted;
   llvm::Value* result = operation(
       "callByName", builder_.word(),
-      {builder_.text(className), builder_.number(static_cast<int64_t>(candidates.size())),
+      {builder_.text(scope_.names.meaning(className)), builder_.number(static_cast<int64_t>(candidates.size())),
        builder_.textArray(candidates), builder_.text(member.name), builder_.number(static_cast<int64_t>(values.size())),
        words.words, words.types, builder_.text(type), builder_.location(member.position)});
   return {type == "void" ? nullptr : builder_.fromWord(ir_, result, type), type};

@@ -1,18 +1,15 @@
-// Replacing the type parameters of a class by the arguments of an instance.
+// Resolving the names of an instance, and the files that stand for instances.
 #include "reference_host/compiler/generic_instances.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <map>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
-#include <vector>
 
-#include "reference_host/compiler/class_catalog.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/object_file.h"
-#include "reference_host/language/lexer.h"
 #include "reference_host/language/parser.h"
 #include "reference_host/runtime/type_registry.h"
 
@@ -40,18 +37,27 @@ fs::path GenericInstances::directory() {
   return directory_;
 }
 
-bool GenericInstances::isGenerated(const std::string& file) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return !directory_.empty() && fs::path(file).parent_path() == directory_;
+std::optional<GenericInstance> GenericInstances::instanceOf(const std::string& file) const {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (directory_.empty() || fs::path(file).parent_path() != directory_) return std::nullopt;
+  }
+  const std::string text = readSource(file).text;
+  const std::size_t end = text.find('\n');
+  // A path may hold any byte, so it comes last.
+  return GenericInstance{text.substr(0, end), file, text.substr(end + 1)};
 }
 
 std::optional<GenericInstances::GenericClass> GenericInstances::findClass(const std::string& name) {
-  const runtime::Type* type = runtime::findType(name);
-  if (type != nullptr && fs::path(type->source).extension() != ".o") return GenericClass{type->fullName, type->source};
-  if (type != nullptr) return GenericClass{type->fullName, classPath_.find(type->fullName)};
-  const std::string source = classPath_.find(name);
-  if (source.empty()) return std::nullopt;
-  return GenericClass{name, source};
+  const runtime::Type* type = runtime::findTypeByFullName(name);
+  if (type == nullptr) {
+    std::string source = classPath_.find(name);
+    if (!source.empty()) return GenericClass{name, std::move(source)};
+    type = runtime::findTypeByShortName(name);
+    if (type == nullptr) return std::nullopt;
+  }
+  const bool isFromObject = fs::path(type->source).extension() == ".o";
+  return GenericClass{type->fullName, isFromObject ? classPath_.find(type->fullName) : type->source};
 }
 
 std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argument) {
@@ -68,44 +74,19 @@ std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argume
   return resolved;
 }
 
-/// The text of a class, alone, with other names in the places of its type parameters. Everything else of the file but
-/// its package becomes blank, so that line numbers stay.
-static std::string instantiate(const language::SourceText& source, const language::SourceFile& file,
-                               const ClassDeclaration& declared, const std::map<std::string, std::string>& arguments) {
-  std::string text;
-  if (!file.package.empty()) text = "package " + file.package + ";";
-  for (const char byte : std::string_view(source.text).substr(0, declared.begin)) {
-    if (byte == '\n') text += '\n';
+const ClassDeclaration& declarationOf(const TypeName& instance, const language::SourceFile& file,
+                                      const std::string& path) {
+  const auto isNamed = [&](const ClassDeclaration& declared) { return file.qualify(declared.name) == instance.name; };
+  const auto declared = std::find_if(file.classes.begin(), file.classes.end(), isNamed);
+  if (declared == file.classes.end()) {
+    throw std::runtime_error("'" + path + "' declares no class '" + instance.name + "'");
   }
-  std::size_t copied = declared.begin;
-  bool followsDot = false;
-  for (const language::Token& token : language::tokenize(source)) {
-    if (token.begin < declared.begin || token.end > declared.end) continue;
-    const auto argument = arguments.find(token.text);
-    // A name after a dot is a member's, whatever it is called.
-    if (token.kind == language::TokenKind::name && !followsDot && argument != arguments.end()) {
-      text += source.text.substr(copied, token.begin - copied) + argument->second;
-      copied = token.end;
-    }
-    followsDot = token.is(".");
-  }
-  return text + source.text.substr(copied, declared.end - copied) + "\n";
-}
-
-static const ClassDeclaration& findDeclaration(const language::SourceFile& file, const std::string& fullName,
-                                               const std::string& path) {
-  for (const ClassDeclaration& declared : file.classes) {
-    if (file.qualify(declared.name.name) == fullName) return declared;
-  }
-  throw std::runtime_error("'" + path + "' declares no class '" + fullName + "'");
-}
-
-static void checkArgumentCount(const ClassDeclaration& declared, const TypeName& requested) {
-  const std::size_t expected = declared.typeParameters.size();
-  if (expected == requested.arguments.size()) return;
-  throw std::runtime_error("'" + requested.text() + "' has " + std::to_string(requested.arguments.size()) +
-                           (requested.arguments.size() == 1 ? " type argument" : " type arguments") + ": class '" +
-                           requested.name + "' takes " + std::to_string(expected));
+  const std::size_t expected = declared->typeParameters.size();
+  const std::size_t given = instance.arguments.size();
+  if (given == expected) return *declared;
+  throw std::runtime_error("'" + instance.text() + "' has " + std::to_string(given) +
+                           (given == 1 ? " type argument" : " type arguments") + ": class '" + instance.name +
+                           "' takes " + std::to_string(expected));
 }
 
 /// Parses a generic type name; nothing when the text is none.
@@ -131,21 +112,16 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   }
 
   const language::SourceText source = readSource(generic->source);
-  const language::SourceFile file = language::parseSource(source);
-  const ClassDeclaration& declared = findDeclaration(file, generic->fullName, source.path);
-  checkArgumentCount(declared, *requested);
-  std::map<std::string, std::string> replacements;
-  for (std::size_t i = 0; i < requested->arguments.size(); ++i) {
-    auto argument = resolveArgument(requested->arguments[i]);
-    if (!argument) return std::nullopt;
-    requested->arguments[i] = std::move(*argument);
-    replacements[declared.typeParameters[i]] = requested->arguments[i].text();
+  declarationOf(*requested, language::parseSource(source), source.path);
+  for (TypeName& argument : requested->arguments) {
+    auto resolved = resolveArgument(argument);
+    if (!resolved) return std::nullopt;
+    argument = std::move(*resolved);
   }
-  const std::string name = requested->text();
-  const fs::path target = directory() / (declared.name.name + "-" + sourceIdentity(name).substr(0, 16) + ".ov");
-  writeFile(target.string(), instantiate(source, file, declared, replacements) + "// " + name + ", generated from " +
-                                 source.path + "\n");
-  return GenericInstance{name, target.string(), generic->source};
+  GenericInstance instance{requested->text(), {}, generic->source};
+  instance.sourceFile = (directory() / (sourceIdentity(instance.name) + ".ov")).string();
+  writeFile(instance.sourceFile, instance.name + "\n" + instance.genericSource);
+  return instance;
 }
 
 }  // namespace orva::compiler

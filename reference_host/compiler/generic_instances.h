@@ -1,4 +1,4 @@
-// Generic instances: generates the source of `Box<Circle>` from the source of `Box<T>`.
+// Generic instances: what `Box<Circle>` is made of, and the files that stand for instances.
 #pragma once
 
 #include <filesystem>
@@ -11,29 +11,37 @@
 
 namespace orva::compiler {
 
-/// A generic instance and the file that its source was written to.
+/// A generic instance and the file that stands for it: its name in the first line, then the path of the generic's file.
 struct GenericInstance {
   std::string name;  ///< full name, with the full names of the arguments
   std::string sourceFile;
-  std::string genericSource;  ///< the file of the generic class, whose other classes the instance may call
+  std::string genericSource;  ///< the file of the generic class, which the instance is compiled from
 };
 
-/// Keeps generated sources in a directory of its own, which nobody else may read.
+/// The declaration that an instance is compiled from.
+/// @param instance the full name of the class, with the arguments.
+/// Throws `std::runtime_error` when the file declares no such class, or one that takes other arguments.
+const language::ClassDeclaration& declarationOf(const language::TypeName& instance, const language::SourceFile& file,
+                                                const std::string& path);
+
+/// Keeps the files of instances in a directory of its own, which nobody else may read.
 class GenericInstances {
  public:
   explicit GenericInstances(ClassPath& classPath) : classPath_(classPath) {}
 
-  /// Writes the source of an instance.
+  /// Writes the file of an instance. A full name on the class path comes before the short name of a loaded type.
   /// @param typeName the instance, with any blanks, as in `collections.Box< Circle >`.
   /// @return nothing when the text is no generic type, or its class or an argument is unknown.
-  /// Throws `std::runtime_error` when the class does not take these arguments, or a file cannot be read or written.
+  /// Throws `std::runtime_error` when a short name is ambiguous, the class does not take these arguments, or a file
+  /// cannot be read or written.
   std::optional<GenericInstance> materialize(const std::string& typeName);
 
   /// Removes the directory, when the process ends.
   void removeFiles();
 
-  /// Tells whether a file is a generated source.
-  bool isGenerated(const std::string& file) const;
+  /// The instance that a file stands for; nothing for any other file. Throws `std::runtime_error` when the file cannot
+  /// be read.
+  std::optional<GenericInstance> instanceOf(const std::string& file) const;
 
  private:
   struct GenericClass {

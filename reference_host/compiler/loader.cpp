@@ -56,18 +56,18 @@ void Loader::checkPlacement(const language::SourceText& source, const language::
                                     "': it cannot declare package '" + file.package + "'");
   }
   const std::string expected = fs::path(source.path).stem().string();
-  const auto isExpected = [&](const language::ClassDeclaration& declared) { return declared.name.name == expected; };
+  const auto isExpected = [&](const language::ClassDeclaration& declared) { return declared.name == expected; };
   if (std::none_of(file.classes.begin(), file.classes.end(), isExpected)) {
-    throw language::SourceError(source, file.classes.front().name.position,
+    throw language::SourceError(source, file.classes.front().position,
                                 "expected a class '" + expected + "', as the file is named");
   }
 }
 
 static void checkUnknown(const language::SourceText& source, const language::SourceFile& file) {
   for (const language::ClassDeclaration& declared : file.classes) {
-    const runtime::Type* known = runtime::findTypeByFullName(file.qualify(declared.name.text()));
+    const runtime::Type* known = runtime::findTypeByFullName(file.qualify(declared.name));
     if (known == nullptr) continue;
-    throw language::SourceError(source, declared.name.position,
+    throw language::SourceError(source, declared.position,
                                 "type '" + known->fullName + "' is already loaded from " + known->source);
   }
 }
@@ -83,20 +83,12 @@ void Loader::checkNatives(const language::SourceText& source, const std::vector<
   }
 }
 
-language::SourceFile Loader::parse(const language::SourceText& source, Placement placement) const {
-  const bool isInstance = generics_.isGenerated(source.path);
-  language::SourceFile file =
-      language::parseSource(source, isInstance ? language::Origin::instance : language::Origin::written);
-  if (placement == Placement::underRoot && !isInstance) checkPlacement(source, file);
-  return file;
-}
-
 Loader::Compiled Loader::compile(const language::SourceText& source, const language::SourceFile& file) const {
   Compiled compiled;
   std::vector<language::Diagnostic> diagnostics;
   for (const language::ClassDeclaration& declared : file.classes) {
     compiled.classes.push_back(
-        generateClass(source, file, declared, catalog_, *compiled.context.getContext(), diagnostics));
+        generateClass({source, file, declared}, catalog_, *compiled.context.getContext(), diagnostics));
   }
   if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);
   return compiled;
@@ -106,22 +98,48 @@ void Loader::load(const std::string& path, Placement placement) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const std::string real = realPath(path);
   if (loaded_.count(real) != 0) return;
-  const language::SourceText source = readSource(path);
-  // An object that was built from this very text brought its types.
-  if (objectIdentities_.count(sourceIdentity(source.text)) != 0) return;
-  const language::SourceFile file = parse(source, placement);
-  checkUnknown(source, file);
-  Compiled compiled = compile(source, file);
-  checkNatives(source, compiled.classes);
+  if (const auto instance = generics_.instanceOf(path)) {
+    loadInstance(*instance);
+  } else {
+    const language::SourceText source = readSource(path);
+    // An object that was built from this very text brought its types.
+    if (objectIdentities_.count(sourceIdentity(source.text)) != 0) return;
+    loadSource(source, placement);
+  }
+  loaded_.insert(real);
+}
 
+void Loader::loadSource(const language::SourceText& source, Placement placement) {
+  const language::SourceFile file = language::parseSource(source);
+  if (placement == Placement::underRoot) checkPlacement(source, file);
+  checkUnknown(source, file);
+  link(compile(source, file), source);
+}
+
+void Loader::loadInstance(const GenericInstance& instance) {
+  const language::SourceText source = readSource(instance.genericSource);
+  const language::SourceFile file = language::parseSource(source);
+  const language::TypeName name = language::parseTypeName(instance.name);
+  const language::ClassDeclaration& declared = declarationOf(name, file, source.path);
+  Compiled compiled;
+  std::vector<language::Diagnostic> diagnostics;
+  compiled.classes.push_back(
+      generateClass({source, file, declared, name.arguments}, catalog_, *compiled.context.getContext(), diagnostics));
+  // The text is the same for all instances; which one has the fault must be said.
+  for (language::Diagnostic& each : diagnostics) each.message += ", in " + instance.name;
+  if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);
+  link(std::move(compiled), source);
+}
+
+void Loader::link(Compiled compiled, const language::SourceText& source) {
+  checkNatives(source, compiled.classes);
   const auto unit = engine_.newUnit();
   for (GeneratedClass& generated : compiled.classes) unit->add(std::move(generated.module), compiled.context);
   runtime::Registration registration;
-  registration.setSource(path);
+  registration.setSource(source.path);
   for (const GeneratedClass& generated : compiled.classes) unit->run(generated.initialiser);
   registration.commit();
   unit->keep();
-  loaded_.insert(real);
 }
 
 std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::string>& paths,
@@ -166,7 +184,7 @@ Loader::BuiltObject Loader::build(const std::string& path) const {
   ObjectFile object;
   object.path = objectPathOf(path);
   const language::SourceText source = readSource(path);
-  Compiled compiled = compile(source, parse(source, Placement::anywhere));
+  Compiled compiled = compile(source, language::parseSource(source));
   object.identity = sourceIdentity(source.text);
   object.target = engine_.target();
   llvm::Module& whole = *compiled.classes.front().module;

@@ -15,6 +15,7 @@ namespace orva::compiler {
 
 class GenericInstances;
 struct GeneratedClass;
+struct GenericInstance;
 
 /// Whether a source's package and class must match its path under a root.
 enum class Placement { underRoot, anywhere };
@@ -26,7 +27,7 @@ class Loader {
       : classPath_(classPath), catalog_(catalog), engine_(engine), generics_(generics) {}
 
   /// Compiles a source file and registers its types, unless the file was loaded before, under whatever name, or an
-  /// object that was built from its text was.
+  /// object that was built from its text was. A file that stands for a generic instance loads that instance.
   /// Throws `std::runtime_error` (`SourceError` for what is wrong with the text).
   void load(const std::string& path, Placement placement);
 
@@ -49,7 +50,10 @@ class Loader {
   struct CheckedObject;
   struct BuiltObject;
 
-  language::SourceFile parse(const language::SourceText& source, Placement placement) const;
+  void loadSource(const language::SourceText& source, Placement placement);
+  void loadInstance(const GenericInstance& instance);
+  /// Links compiled classes and registers their types.
+  void link(Compiled compiled, const language::SourceText& source);
   Compiled compile(const language::SourceText& source, const language::SourceFile& file) const;
   BuiltObject build(const std::string& path) const;
   std::vector<CheckedObject> checkBundle(const std::vector<std::string>& paths,

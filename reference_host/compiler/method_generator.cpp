@@ -153,9 +153,9 @@ void MethodGenerator::generate(const language::Try& statement, Position /*positi
 }
 
 void MethodGenerator::handler(const language::Try& statement, llvm::Value* exception, llvm::BasicBlock* next) {
-  if (statement.exceptionClass != "Exception") {
-    llvm::Value* matches =
-        operation("exceptionIs", builder_.word(), {exception, builder_.text(statement.exceptionClass)});
+  const std::string& caught = scope_.names.meaning(statement.exceptionClass);
+  if (caught != "Exception") {
+    llvm::Value* matches = operation("exceptionIs", builder_.word(), {exception, builder_.text(caught)});
     llvm::BasicBlock* handle = newBlock("handle");
     llvm::BasicBlock* pass = newBlock("pass");
     ir_.CreateCondBr(ir_.CreateICmpNE(matches, builder_.number(0)), handle, pass);
@@ -173,9 +173,9 @@ void MethodGenerator::handler(const language::Try& statement, llvm::Value* excep
 }
 
 void MethodGenerator::generate(const language::Throw& statement, Position position) {
-  operation(
-      "raise", builder_.typeOf("void"),
-      {builder_.text(statement.exceptionClass), valueOf(statement.message, "String"), builder_.location(position)});
+  operation("raise", builder_.typeOf("void"),
+            {builder_.text(scope_.names.meaning(statement.exceptionClass)), valueOf(statement.message, "String"),
+             builder_.location(position)});
   ir_.CreateUnreachable();
 }
 
@@ -194,7 +194,7 @@ MethodGenerator::Variable& MethodGenerator::declareVariable(const std::string& n
 }
 
 std::string MethodGenerator::resolved(const language::TypeName& type) {
-  const auto found = scope_.catalog.resolveType(type, scope_.file);
+  const auto found = scope_.catalog.resolveType(type, scope_.names);
   if (!found) fail(type.position, "unknown type '" + type.text() + "'");
   return *found;
 }

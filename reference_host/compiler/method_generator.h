@@ -16,7 +16,7 @@ namespace orva::compiler {
 
 /// What the methods of one class are generated in.
 struct ClassScope {
-  const language::SourceFile& file;
+  const Scope names;
   const std::string fullName;
   const ClassCatalog& catalog;
   ModuleBuilder& builder;
@@ -65,7 +65,6 @@ class MethodGenerator {
   Value generate(const language::BooleanLiteral& literal, language::Position position, const std::string& wanted);
   Value generate(const language::NullLiteral& literal, language::Position position, const std::string& wanted);
   Value generate(const language::NameUse& use, language::Position position, const std::string& wanted);
-  Value generate(const language::ClassUse& use, language::Position position, const std::string& wanted);
   Value generate(const language::ListLiteral& literal, language::Position position, const std::string& wanted);
   Value generate(const language::Operation& operation, language::Position position, const std::string& wanted);
   Value generate(const language::MemberChain& chain, language::Position position, const std::string& wanted);

@@ -20,7 +20,7 @@ constexpr int deepest = 200;
 
 class Parser {
  public:
-  Parser(const SourceText& source, Origin origin) : source_(source), origin_(origin), tokens_(tokenize(source)) {}
+  explicit Parser(const SourceText& source) : source_(source), tokens_(tokenize(source)) {}
 
   SourceFile file() {
     SourceFile file;
@@ -32,9 +32,9 @@ class Parser {
     while (peek().kind != TokenKind::end) {
       file.classes.push_back(classDeclaration());
       const ClassDeclaration& last = file.classes.back();
-      const auto hasSameName = [&](const ClassDeclaration& other) { return other.name.name == last.name.name; };
+      const auto hasSameName = [&](const ClassDeclaration& other) { return other.name == last.name; };
       if (std::find_if(file.classes.begin(), file.classes.end() - 1, hasSameName) != file.classes.end() - 1) {
-        fail(last.name.position, "class '" + last.name.name + "' is declared twice");
+        fail(last.position, "class '" + last.name + "' is declared twice");
       }
     }
     if (file.classes.empty()) fail(peek().position, "expected a class");
@@ -148,26 +148,19 @@ class Parser {
 
   ClassDeclaration classDeclaration() {
     ClassDeclaration declared;
-    declared.begin = peek().begin;
     const Position start = peek().position;
     const Modifiers found = modifiers();
     if (found.isStatic || found.isNative) fail(start, "a class can only be public");
     expect("class");
-    declared.name.position = peek().position;
-    declared.name.name = name("the name of a class");
-    if (accept("<")) genericPart(declared);
-    typeParameters_ = declared.typeParameters;
+    declared.position = peek().position;
+    declared.name = name("the name of a class");
+    if (accept("<")) addTypeParameters(declared);
     expect("{");
-    while (!peek().is("}")) addMethod(declared);
-    declared.end = take().end;
+    while (!accept("}")) addMethod(declared);
     return declared;
   }
 
-  void genericPart(ClassDeclaration& declared) {
-    if (origin_ == Origin::instance) {
-      declared.name.arguments = typeArguments();
-      return;
-    }
+  void addTypeParameters(ClassDeclaration& declared) {
     do {
       const Position position = peek().position;
       std::string parameter = name("the name of a type parameter");
@@ -175,7 +168,7 @@ class Parser {
       if (std::find(known.begin(), known.end(), parameter) != known.end()) {
         fail(position, "type parameter '" + parameter + "' is declared twice");
       }
-      if (parameter == declared.name.name) fail(position, "type parameter '" + parameter + "' is named as its class");
+      if (parameter == declared.name) fail(position, "type parameter '" + parameter + "' is named as its class");
       known.push_back(std::move(parameter));
     } while (accept(","));
     expect(">");
@@ -196,7 +189,7 @@ class Parser {
     declared.isNative = found.isNative;
     declared.result = type();
     declared.position = peek().position;
-    declared.name = declaredName("the name of a method");
+    declared.name = name("the name of a method");
     expect("(");
     list(")", [&] { declared.parameters.push_back(parameter(declared.parameters)); });
     if (declared.isNative) {
@@ -211,21 +204,11 @@ class Parser {
     Parameter declared;
     declared.type = type();
     declared.position = peek().position;
-    declared.name = declaredName("the name of a parameter");
+    declared.name = name("the name of a parameter");
     for (const Parameter& other : before) {
       if (other.name == declared.name) fail(declared.position, "parameter '" + declared.name + "' is declared twice");
     }
     return declared;
-  }
-
-  /// A new name. It must differ from the type parameters, which are replaced wherever they stand.
-  std::string declaredName(const std::string& what) {
-    const Position position = peek().position;
-    std::string text = name(what);
-    if (std::find(typeParameters_.begin(), typeParameters_.end(), text) != typeParameters_.end()) {
-      fail(position, "'" + text + "' is a type parameter of this class: expected another name");
-    }
-    return text;
   }
 
   Block block() {
@@ -281,7 +264,7 @@ class Parser {
 
   Declaration declaration() {
     TypeName declaredType = type();
-    std::string variable = declaredName("the name of a variable");
+    std::string variable = name("the name of a variable");
     expect("=");
     return {std::move(declaredType), std::move(variable), valueBefore(";")};
   }
@@ -306,7 +289,7 @@ class Parser {
     expect("(");
     parsed.exceptionClass = name("the name of an exception class");
     parsed.variablePosition = peek().position;
-    parsed.variable = declaredName("the name of a variable");
+    parsed.variable = name("the name of a variable");
     expect(")");
     parsed.handler = block();
     return parsed;
@@ -347,33 +330,11 @@ class Parser {
 
   Expression postfix() {
     Expression start = primary();
-    if (!peek().is(".") && !startsInstanceUse(start)) return start;
+    if (!peek().is(".")) return start;
     const Position position = start.position;
     MemberChain chain{std::make_unique<Expression>(std::move(start)), {}};
-    if (peek().is("<")) useInstance(chain);
-    while (accept(".")) {
-      chain.members.push_back(member());
-      if (peek().is("<") && origin_ == Origin::instance) useInstance(chain);
-    }
+    while (accept(".")) chain.members.push_back(member());
     return {position, std::move(chain)};
-  }
-
-  bool startsInstanceUse(const Expression& start) const {
-    return origin_ == Origin::instance && peek().is("<") && std::holds_alternative<NameUse>(start.form);
-  }
-
-  /// Turns `a.b.Box` before a `<` into the class `a.b.Box<…>`, whose methods are called next.
-  void useInstance(MemberChain& chain) {
-    const auto* first = std::get_if<NameUse>(&chain.start->form);
-    const auto isCall = [](const Member& member) { return member.isCall; };
-    if (first == nullptr || std::any_of(chain.members.begin(), chain.members.end(), isCall)) failExpected("';'");
-    TypeName used{first->name, {}, chain.start->position};
-    for (const Member& member : chain.members) used.name += "." + member.name;
-    expect("<");
-    used.arguments = typeArguments();
-    chain.start = std::make_unique<Expression>(Expression{used.position, ClassUse{used}});
-    chain.members.clear();
-    if (!peek().is(".")) failExpected("'.'");
   }
 
   Member member() {
@@ -405,20 +366,18 @@ class Parser {
   }
 
   const SourceText& source_;
-  Origin origin_;
   std::vector<Token> tokens_;
   std::size_t at_ = 0;
   int depth_ = 0;
-  std::vector<std::string> typeParameters_;
 };
 
 }  // namespace
 
-SourceFile parseSource(const SourceText& source, Origin origin) { return Parser(source, origin).file(); }
+SourceFile parseSource(const SourceText& source) { return Parser(source).file(); }
 
 TypeName parseTypeName(const std::string& text) {
   const SourceText source{"type name", text};
-  return Parser(source, Origin::written).wholeType();
+  return Parser(source).wholeType();
 }
 
 }  // namespace orva::language

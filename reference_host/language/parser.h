@@ -8,13 +8,9 @@
 
 namespace orva::language {
 
-/// Whether a source was written by a person, or generated for a generic instance. Only the latter may name its class
-/// as the instance, `class Box<geometry.Circle>`, and call methods of a class that has type arguments.
-enum class Origin { written, instance };
-
 /// Parses a whole source file. Throws `SourceError` at the first thing that is not of the language, at names declared
 /// twice, and where it is nested deeper than 200 levels.
-SourceFile parseSource(const SourceText& source, Origin origin = Origin::written);
+SourceFile parseSource(const SourceText& source);
 
 /// Parses a type name, such as `collections.Box< geometry.Circle >`. Throws `SourceError` when it is none.
 TypeName parseTypeName(const std::string& text);

@@ -40,10 +40,6 @@ struct NullLiteral {};
 struct NameUse {
   std::string name;
 };
-/// A class written with type arguments; only sources generated for generic instances hold one.
-struct ClassUse {
-  TypeName type;
-};
 struct ListLiteral {
   std::vector<Expression> elements;
 };
@@ -67,8 +63,7 @@ struct MemberChain {
 
 struct Expression {
   Position position;
-  std::variant<StringLiteral, IntegerLiteral, BooleanLiteral, NullLiteral, NameUse, ClassUse, ListLiteral, Operation,
-               MemberChain>
+  std::variant<StringLiteral, IntegerLiteral, BooleanLiteral, NullLiteral, NameUse, ListLiteral, Operation, MemberChain>
       form;
 };
 
@@ -126,13 +121,10 @@ struct MethodDeclaration {
 };
 
 struct ClassDeclaration {
-  /// The name after `class`; in a source generated for a generic instance, with the instance's arguments.
-  TypeName name;
+  std::string name;
+  Position position;  ///< of the name
   std::vector<std::string> typeParameters;
   std::vector<MethodDeclaration> methods;
-  /// Where the whole declaration stands in the source: from `begin` up to `end`.
-  std::size_t begin = 0;
-  std::size_t end = 0;
 };
 
 struct SourceFile {

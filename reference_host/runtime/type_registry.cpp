@@ -160,6 +160,15 @@ const Type* findTypeByFullName(std::string_view fullName) {
   return lookUp(registry().fullNames, std::string(fullName));
 }
 
+const Type* findTypeByShortName(const std::string& name) {
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  const auto found = registry().otherNames.find(name);
+  if (found == registry().otherNames.end()) return nullptr;
+  if (found->second != nullptr) return found->second;
+  // As the library says it of a name that is asked for by itself.
+  throw std::runtime_error("Ambiguous plugin entry type '" + name + "'; use its fully qualified name");
+}
+
 const Type& typeAt(int32_t index) { return registry().numbers.at(index); }
 
 int32_t typeCount() { return registry().numbers.count(); }

@@ -15,7 +15,7 @@ static std::string expectedText(const SourceText& source, std::size_t place, con
          "\n  " + shown + "\n  " + std::string(place - start, ' ') + "^";
 }
 
-testing::AssertionResult refuses(std::string marked, const std::string& message, Origin origin) {
+testing::AssertionResult refuses(std::string marked, const std::string& message) {
   const std::size_t place = marked.find('^');
   if (place == std::string::npos || place != marked.rfind('^')) {
     return testing::AssertionFailure() << "the source needs one mark:\n" << marked;
@@ -23,7 +23,7 @@ testing::AssertionResult refuses(std::string marked, const std::string& message,
   const SourceText source{"Main.ov", marked.erase(place, 1)};
   const std::string expected = expectedText(source, place, message);
   try {
-    parseSource(source, origin);
+    parseSource(source);
   } catch (const SourceError& error) {
     if (error.what() == expected) return testing::AssertionSuccess();
     return testing::AssertionFailure() << "expected\n" << expected << "\nbut the error is\n" << error.what();

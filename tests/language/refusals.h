@@ -11,7 +11,7 @@ namespace orva::language {
 
 /// Succeeds when parsing the source throws exactly the diagnostic for this message at the place marked by the only
 /// `^` in it. The mark itself is not parsed.
-testing::AssertionResult refuses(std::string marked, const std::string& message, Origin origin = Origin::written);
+testing::AssertionResult refuses(std::string marked, const std::string& message);
 
 /// The same for statements, which are put into a method.
 testing::AssertionResult refusesBody(const std::string& marked, const std::string& message);

@@ -23,7 +23,6 @@ std::string repeated(std::size_t count, const std::string& text) {
 /// A source that is nested as often as one likes; `core` holds the mark of the place that is too deep.
 struct Nest {
   std::string before, open, core, close, after;
-  Origin origin = Origin::written;
 
   std::string marked(std::size_t levels) const {
     return before + repeated(levels, open) + core + repeated(levels, close) + after;
@@ -32,7 +31,7 @@ struct Nest {
 
 /// A nest among the statements of a method.
 Nest inMethod(const Nest& nest) {
-  return {"class A { void m() { " + nest.before, nest.open, nest.core, nest.close, nest.after + " } }", nest.origin};
+  return {"class A { void m() { " + nest.before, nest.open, nest.core, nest.close, nest.after + " } }"};
 }
 
 /// Succeeds when so many levels are the most that parse.
@@ -40,11 +39,11 @@ testing::AssertionResult isDeepest(std::size_t levels, const Nest& nest) {
   std::string text = nest.marked(levels);
   text.erase(text.find('^'), 1);
   try {
-    parseSource({"Main.ov", text}, nest.origin);
+    parseSource({"Main.ov", text});
   } catch (const SourceError& error) {
     return testing::AssertionFailure() << levels << " levels are refused: " << error.what();
   }
-  return refuses(nest.marked(levels + 1), tooDeep, nest.origin);
+  return refuses(nest.marked(levels + 1), tooDeep);
 }
 
 // A method's body is the first level of its statements, and a whole expression in it the second.
@@ -79,12 +78,6 @@ TEST(Nesting, IsLimitedWhereDeclarationsAreTold) {
   EXPECT_TRUE(refuses("class A { void m() { " + before + "^" + repeated(200, "B<") + "C x = 1;", tooDeep));
 }
 
-TEST(Nesting, IsLimitedForInstances) {
-  EXPECT_TRUE(isDeepest(200, {"class ", "A<", "^B", ">", " {}", Origin::instance}));
-  EXPECT_TRUE(isDeepest(197, inMethod({"return B<", "B<", "^C", ">", ">.m();", Origin::instance})));
-  EXPECT_TRUE(isDeepest(197, inMethod({"return ", "B<C>.m(", "D<^E>.n()", ")", ";", Origin::instance})));
-}
-
 TEST(Nesting, IsLimitedForTypeNames) {
   const auto nested = [](std::size_t levels) { return repeated(levels, "B<") + "C" + repeated(levels, ">"); };
   EXPECT_EQ(nested(199), parseTypeName(nested(199)).text());
@@ -115,18 +108,16 @@ TEST(Nesting, CountsOnlyWhatIsStillOpen) {
 
 TEST(Nesting, OfAnyDepthIsRefusedWithoutExhaustingTheStack) {
   constexpr std::size_t deep = 100000;
-  const auto isRefused = [](const std::string& text, Origin origin) {
-    EXPECT_THROW(parseSource({"Main.ov", text}, origin), SourceError) << text.substr(0, 60);
+  const auto isRefused = [](const std::string& text) {
+    EXPECT_THROW(parseSource({"Main.ov", text}), SourceError) << text.substr(0, 60);
   };
-  for (const Origin origin : {Origin::written, Origin::instance}) {
-    isRefused("class A { void m() { return " + repeated(deep, "("), origin);
-    isRefused("class A { void m() { " + repeated(deep, "["), origin);
-    isRefused("class A { void m() { " + repeated(deep, "a.m("), origin);
-    isRefused("class A { void m() { " + repeated(deep, "try {"), origin);
-    isRefused("class A { void m() { " + repeated(deep, "A<"), origin);
-    isRefused("class A { " + repeated(deep, "A<"), origin);
-    isRefused("class " + repeated(deep, "A<"), origin);
-  }
+  isRefused("class A { void m() { return " + repeated(deep, "("));
+  isRefused("class A { void m() { " + repeated(deep, "["));
+  isRefused("class A { void m() { " + repeated(deep, "a.m("));
+  isRefused("class A { void m() { " + repeated(deep, "try {"));
+  isRefused("class A { void m() { " + repeated(deep, "A<"));
+  isRefused("class A { " + repeated(deep, "A<"));
+  isRefused("class " + repeated(deep, "A<"));
   EXPECT_THROW(parseTypeName(repeated(deep, "A<")), SourceError);
 }
 

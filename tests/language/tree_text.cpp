@@ -20,7 +20,6 @@ struct ExpressionText {
   std::string operator()(const BooleanLiteral& literal) const { return literal.value ? "true" : "false"; }
   std::string operator()(const NullLiteral&) const { return "null"; }
   std::string operator()(const NameUse& use) const { return use.name; }
-  std::string operator()(const ClassUse& use) const { return "{class " + use.type.text() + "}"; }
   std::string operator()(const ListLiteral& literal) const { return "[list" + spaced(literal.elements) + "]"; }
 
   /// Operators stand between the operands that they join, as the tree is flat.
@@ -87,20 +86,20 @@ std::string treeText(const MethodDeclaration& method) {
 }
 
 std::string treeText(const ClassDeclaration& declaration) {
-  std::string text = "class " + declaration.name.text();
+  std::string text = "class " + declaration.name;
   for (const std::string& parameter : declaration.typeParameters) text += " $" + parameter;
   return text + " {" + joined(declaration.methods, "; ") + "}";
 }
 
 std::string treeText(const SourceFile& file) { return "package '" + file.package + "' " + joined(file.classes, " "); }
 
-std::string parsedStatements(const std::string& text, Origin origin) {
-  const SourceFile file = parseSource({"Main.ov", "class Main { void main() {" + text + "\n} }"}, origin);
+std::string parsedStatements(const std::string& text) {
+  const SourceFile file = parseSource({"Main.ov", "class Main { void main() {" + text + "\n} }"});
   return joined(file.classes.at(0).methods.at(0).body, " ");
 }
 
-std::string parsedExpression(const std::string& text, Origin origin) {
-  const SourceFile file = parseSource({"Main.ov", "class Main { void main() { return " + text + "\n; } }"}, origin);
+std::string parsedExpression(const std::string& text) {
+  const SourceFile file = parseSource({"Main.ov", "class Main { void main() { return " + text + "\n; } }"});
   const auto& parsed = std::get<Return>(file.classes.at(0).methods.at(0).body.at(0).form);
   return treeText(parsed.value.value());
 }

@@ -21,8 +21,8 @@ std::string treeText(const ClassDeclaration& declaration);
 std::string treeText(const SourceFile& file);
 
 /// The tree of one expression, of statements, or of a whole written source.
-std::string parsedExpression(const std::string& text, Origin origin = Origin::written);
-std::string parsedStatements(const std::string& text, Origin origin = Origin::written);
+std::string parsedExpression(const std::string& text);
+std::string parsedStatements(const std::string& text);
 std::string parsedFile(const std::string& text);
 
 }  // namespace orva::language

@@ -1,4 +1,4 @@
-// The sources of generic instances: where they are written, and what stands in them.
+// Generic instances: the files that stand for them, and what their names mean.
 #include "reference_host/compiler/generic_instances.h"
 
 #include <gtest/gtest.h>
@@ -23,6 +23,8 @@ static orva::compiler::GenericInstance materialize(const std::string& typeName) 
   return orva::compiler::activeContext().generics.materialize(typeName).value_or(orva::compiler::GenericInstance{});
 }
 
+static void activeFindOrLoad(const std::string& name) { orva::compiler::activeContext().findOrLoad(name); }
+
 static void writeClasses() {
   writeFile("c/Pair.ov",
             "// Two of a kind.\n"
@@ -35,18 +37,31 @@ static void writeClasses() {
   writeFile("g/Circle.ov", "package g; class Circle { }");
 }
 
-TEST(GenericInstances, ReplaceTheParametersAndNothingElse) {
+TEST(GenericInstances, AreNamedInFull) {
   const Workspace workspace;
   writeClasses();
   const auto instance = materialize(" c.Pair <g.Circle,\tint> ");
   EXPECT_EQ(instance.name, "c.Pair<g.Circle,int>");
   EXPECT_EQ(instance.genericSource, "./c/Pair.ov");
-  EXPECT_EQ(readFile(instance.sourceFile),
-            "package c;\n\n\n"
-            "public class Pair<g.Circle, int> { // A and B\n"
-            "  g.Circle a(int b) { return x.A.B(\"A\", b); }\n"
-            "}\n"
-            "// c.Pair<g.Circle,int>, generated from ./c/Pair.ov\n");
+}
+
+TEST(GenericInstances, AreReadFromTheirFilesWhateverTheFoldersAreCalled) {
+  const Workspace workspace;
+  auto& context = orva::compiler::activeContext();
+  const std::vector<std::string> folders = {"new\nline", "\n", "blank and \t tab", "quote\"s'", "$(x)", "\x01\xFF",
+                                            "-",         "*"};
+  for (std::size_t i = 0; i < folders.size(); ++i) {
+    const std::string name = "Generic" + std::to_string(i);
+    writeFile(folders[i] + "/" + name + ".ov", "class " + name + "<T> { static T same(T value) { return value; } }");
+    ASSERT_TRUE(context.classPath.add(folders[i]));
+    const auto written = materialize(name + "<int>");
+    const auto read = context.generics.instanceOf(written.sourceFile).value_or(orva::compiler::GenericInstance{});
+    EXPECT_EQ(read.name, name + "<int>");
+    EXPECT_EQ(read.genericSource, folders[i] + "/" + name + ".ov");
+    ASSERT_NE(orva_ClassLoader_getTypeByName((name + "<int>").c_str()), nullptr);
+    EXPECT_EQ(orva::runtime::findTypeByFullName(name + "<int>")->source, read.genericSource);
+    EXPECT_EQ(callMethod(name + "<int>", "same", {7}), 7);
+  }
 }
 
 TEST(GenericInstances, HaveAFileForEachArgumentsAndTheSameForTheSame) {
@@ -56,8 +71,8 @@ TEST(GenericInstances, HaveAFileForEachArgumentsAndTheSameForTheSame) {
   const auto file = [&](const std::string& name) { return materialize(name).sourceFile; };
   EXPECT_EQ(file("c.Pair<g.Circle,int>"), file("c.Pair< g.Circle , int >"));
   EXPECT_NE(file("c.Pair<g.Circle,int>"), file("c.Pair<int,g.Circle>"));
-  EXPECT_TRUE(generics.isGenerated(file("c.Pair<int,int>")));
-  EXPECT_FALSE(generics.isGenerated("./c/Pair.ov"));
+  EXPECT_TRUE(generics.instanceOf(file("c.Pair<int,int>")).has_value());
+  EXPECT_FALSE(generics.instanceOf("./c/Pair.ov").has_value());
 }
 
 TEST(GenericInstances, LieInAPrivateFolder) {
@@ -118,12 +133,149 @@ TEST(GenericInstances, MayHaveInstancesOfSeveralArgumentsAsParameters) {
   EXPECT_EQ(type->find("of")->signature.parameters, (std::vector<std::string>{"c.Pair<g.Circle,int>", "int"}));
 }
 
+namespace {
+
+/// One way in which a generic class, its neighbour, its argument and a variable may share names.
+struct Naming {
+  std::string package;     ///< of the generic class and its neighbour
+  std::string argument;    ///< full name of the argument
+  std::string parameter;   ///< name of the type parameter
+  std::string variable;    ///< name of a method's parameter
+  bool isNeighbourLoaded;  ///< before the instance is asked for
+
+  std::string text() const { return package + " " + argument + " " + parameter + " " + variable; }
+  std::string generic() const { return package + ".Cap<" + argument + ">"; }
+};
+
+}  // namespace
+
+/// The parts of a class's full name that another may use: a package and a short name.
+static std::vector<Naming> namings() {
+  std::vector<Naming> all;
+  for (const char* argument : {"Helper", "shop.Helper", "shop.Cap", "Cap", "shop.Item", "Console"}) {
+    for (const char* parameter : {"T", "Other", "Item", "Console", "shop"}) {
+      for (const char* variable : {"text", "shop", "h", "T", "Helper"}) {
+        for (const bool isLoaded : {false, true}) {
+          all.push_back({"g" + std::to_string(all.size()), argument, parameter, variable, isLoaded});
+        }
+      }
+    }
+  }
+  return all;
+}
+
+static void writeNaming(const Naming& naming) {
+  const std::string package = "package " + naming.package + "; ";
+  // A variable hides the class of its name, so the neighbour is called where there is none.
+  writeFile(naming.package + "/Cap.ov",
+            package + "class Cap<" + naming.parameter + "> {\n" +
+                "  static String neighbours() { return Helper.h() + \" \" + Other.h(); }\n" +
+                "  static String argument() { return " + naming.parameter + ".h(); }\n" +
+                "  static int one() { return 1; }\n" +
+                "  static String own() { return Cap.argument() + (Cap.one() + 1); }\n" +
+                "  static String given(String " + naming.variable + ") { return " + naming.variable + "; }\n}\n");
+  for (const char* neighbour : {"Helper", "Other", "Item"}) {
+    writeFile(naming.package + "/" + neighbour + ".ov", package + "class " + neighbour +
+                                                            " { static String h() { return \"" + naming.package + "." +
+                                                            neighbour + "\"; } }");
+  }
+}
+
+TEST(GenericInstances, MeanTheirOwnNeighboursAndTheArgumentsOfTheRequest) {
+  const Workspace workspace;
+  for (const std::string name : {"Helper", "shop.Helper", "shop.Cap", "Cap", "shop.Item", "Console"}) {
+    const std::size_t dot = name.find('.');
+    const std::string package = dot == std::string::npos ? "" : "package shop; ";
+    const std::string file = dot == std::string::npos ? name : "shop/" + name.substr(dot + 1);
+    writeFile(file + ".ov", package + "class " + name.substr(dot + 1) + " { static String h() { return \"argument " +
+                                name + "\"; } }");
+  }
+  for (const Naming& naming : namings()) {
+    SCOPED_TRACE(naming.text());
+    writeNaming(naming);
+    if (naming.isNeighbourLoaded) orva_ClassLoader_getTypeByName((naming.package + ".Helper").c_str());
+    ASSERT_NE(orva_ClassLoader_getTypeByName(naming.generic().c_str()), nullptr);
+    const std::string argument = "argument " + naming.argument;
+    const std::string other = naming.parameter == "Other" ? argument : naming.package + ".Other";
+    EXPECT_EQ(callText(naming.generic(), "neighbours"), naming.package + ".Helper " + other);
+    EXPECT_EQ(callText(naming.generic(), "argument"), argument);
+    EXPECT_EQ(callText(naming.generic(), "own"), argument + "2");
+    EXPECT_EQ(callText(naming.generic(), "given", {reinterpret_cast<int64_t>("text")}), "text");
+  }
+}
+
+TEST(GenericInstances, TakeAFullNameBeforeTheShortNameOfALoadedType) {
+  const Workspace workspace;
+  writeClasses();
+  writeFile("p/Item.ov", "package p; class Item { }");
+  writeFile("p/Box.ov", "package p; class Box<T> { }");
+  writeFile("Item.ov", "class Item { }");
+  writeFile("Box.ov", "class Box<T> { }");
+  ASSERT_NE(orva_ClassLoader_getTypeByName("p.Item"), nullptr);
+  ASSERT_NE(orva_ClassLoader_getTypeByName("p.Box"), nullptr);
+  EXPECT_EQ(materialize("c.Pair<Item,int>").name, "c.Pair<Item,int>");
+  EXPECT_EQ(materialize("Box<Item>").name, "Box<Item>");
+  EXPECT_EQ(materialize("p.Box<Box<Item>>").name, "p.Box<Box<Item>>");
+  fs::remove("Item.ov");
+  fs::remove("Box.ov");
+  orva::compiler::activeContext().classPath.dropCaches();
+  EXPECT_EQ(materialize("Box<Item>").name, "p.Box<p.Item>");
+}
+
+TEST(GenericInstances, OfAnAmbiguousNameAreFailures) {
+  const Workspace workspace;
+  writeClasses();
+  for (const std::string package : {"p", "q"}) {
+    writeFile(package + "/Item.ov", "package " + package + "; class Item { }");
+    writeFile(package + "/Box.ov", "package " + package + "; class Box<T> { }");
+    ASSERT_NE(orva_ClassLoader_getTypeByName((package + ".Item").c_str()), nullptr);
+    ASSERT_NE(orva_ClassLoader_getTypeByName((package + ".Box").c_str()), nullptr);
+  }
+  const std::string item = "Ambiguous plugin entry type 'Item'; use its fully qualified name";
+  const std::string box = "Ambiguous plugin entry type 'Box'; use its fully qualified name";
+  for (const auto& [name, message] : {std::pair{"c.Pair<Item,int>", item},
+                                      {"c.Pair<int,Item>", item},
+                                      {"p.Box<q.Box<Item>>", item},
+                                      {"Box<int>", box},
+                                      {"p.Box<Box<int>>", box}}) {
+    EXPECT_EQ(orva_ClassLoader_getTypeByName(name), nullptr);
+    const auto pending = orva::runtime::takePendingException().value_or(orva::runtime::PendingException{});
+    EXPECT_EQ(pending.className + ": " + pending.message, "ClassNotFoundException: " + message) << name;
+  }
+  // What is asked for by itself is refused in the same words.
+  EXPECT_EQ(orva_ClassLoader_getTypeByName("Item"), nullptr);
+  EXPECT_EQ(orva::runtime::takePendingException().value_or(orva::runtime::PendingException{}).message, item);
+}
+
+TEST(GenericInstances, NameTheGenericsFileAndTheInstanceInErrors) {
+  const Workspace workspace;
+  writeClasses();
+  writeFile("c/Wrong.ov",
+            "package c;\n// first\nclass Wrong<T> {\n  static int f(T value) {\n    return value;\n  }\n}\n");
+  EXPECT_EQ(failureOf([] { activeFindOrLoad("c.Wrong<g.Circle>"); }),
+            "./c/Wrong.ov:5:12: error: expected int, found g.Circle, in c.Wrong<g.Circle>\n      return value;\n       "
+            "      ^");
+  EXPECT_EQ(failureOf([] { activeFindOrLoad("c.Wrong<int>"); }), "nothing");
+}
+
+TEST(GenericInstances, MayHaveParametersInTypesOfTheRuntime) {
+  const Workspace workspace;
+  writeFile("Lists.ov",
+            "class Lists<T> { static int size() { ArrayList<T> list = [\"a\", \"b\"]; return list.size(); } }");
+  ASSERT_NE(orva_ClassLoader_getTypeByName("Lists<String>"), nullptr);
+  EXPECT_EQ(callMethod("Lists<String>", "size"), 2);
+  EXPECT_NE(failureOf([] { activeFindOrLoad("Lists<int>"); }).find("unknown type 'ArrayList<T>', in Lists<int>"),
+            std::string::npos);
+}
+
 TEST(GenericInstances, HaveNoNatives) {
   const Workspace workspace;
   writeFile("Thrower.ov", "class Thrower<T> { static native boolean truth(int value); }");
   EXPECT_EQ(orva_ClassLoader_getTypeByName("Thrower<int>"), nullptr);
   const auto pending = orva::runtime::takePendingException().value_or(orva::runtime::PendingException{});
-  EXPECT_NE(pending.message.find(":1:44: error: a generic class cannot have native methods\n"), std::string::npos)
+  EXPECT_NE(
+      pending.message.find("./Thrower.ov:1:42: error: a generic class cannot have native methods, in Thrower<int>\n"),
+      std::string::npos)
       << pending.message;
 }
 
