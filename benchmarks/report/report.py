@@ -45,6 +45,7 @@ HOST_TARGETS = [
      "class_path/1000_roots_stat", None),
     ("A class that is below none of 1,000 roots, beside stat", "class_path/1000_roots_missing",
      "class_path/1000_roots_stat", None),
+    ("Adding 1,000 roots, beside 100", "class_path/add_roots/1000", "class_path/add_roots/100", None),
     ("A class of 2,000 methods, beside one of 500", "large_class/2000_methods", "large_class/500_methods", None),
     ("1,000,000 types: registering, beside a hash table", "registry/1000000_add", "registry/1000000_add_floor", None),
     ("1,000,000 types: reading all names, beside a list", "registry/1000000_scan", "registry/1000000_scan_floor", None),

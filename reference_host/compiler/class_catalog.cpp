@@ -41,6 +41,18 @@ std::vector<std::string> ClassCatalog::candidates(const std::string& name, const
   return {scope.file.qualify(name), "orva." + name};
 }
 
+const std::string& ClassCatalog::sourceOf(const std::string& fullName) const {
+  const auto known = sources_.find(fullName);
+  if (known != sources_.end()) return known->second;
+  std::string& source = sources_[fullName];
+  try {
+    source = classPath_.find(fullName);
+  } catch (const std::runtime_error&) {
+    // Whoever loads the class learns what keeps it from being found.
+  }
+  return source;
+}
+
 std::optional<std::string> ClassCatalog::resolveClass(const std::string& name, const Scope& scope) const {
   // Known to exist, or an instance that is loaded when it is first called.
   if (scope.binds(name)) return scope.meaning(name);
@@ -50,7 +62,7 @@ std::optional<std::string> ClassCatalog::resolveClass(const std::string& name, c
       return scope.file.qualify(declared.name) == candidate;
     };
     if (std::any_of(classes.begin(), classes.end(), isCandidate) || runtime::findTypeByFullName(candidate) != nullptr ||
-        !classPath_.find(candidate).empty()) {
+        !sourceOf(candidate).empty()) {
       return candidate;
     }
   }
@@ -67,7 +79,12 @@ static std::string spell(const TypeName& type, const Scope& scope) {
 std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const Scope& scope) const {
   const std::string spelling = spell(type, scope);
   if (runtime::isBuiltInType(spelling)) return spelling;
-  return type.arguments.empty() ? resolveClass(type.name, scope) : std::nullopt;
+  if (!type.arguments.empty()) return std::nullopt;
+  auto found = resolveClass(type.name, scope);
+  if (found) return found;
+  // Throws what keeps the class from being found: then it is not unknown.
+  for (const std::string& candidate : candidates(type.name, scope)) static_cast<void>(classPath_.find(candidate));
+  return std::nullopt;
 }
 
 MethodSignature ClassCatalog::signatureOf(const language::MethodDeclaration& method, const Scope& scope) const {
@@ -87,7 +104,7 @@ std::optional<ClassSummary> ClassCatalog::find(const std::string& fullName) cons
     for (const runtime::Method& method : type->methods) summary.methods.push_back(method.signature);
     return summary;
   }
-  const std::string path = classPath_.find(fullName);
+  const std::string& path = sourceOf(fullName);
   if (path.empty()) return std::nullopt;
   try {
     const language::SourceText source = readSource(path);

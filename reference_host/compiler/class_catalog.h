@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "reference_host/compiler/class_path.h"
@@ -36,10 +37,11 @@ struct ClassSummary {
   const runtime::MethodSignature* find(const std::string& method) const;
 };
 
-/// Answers from the registry of loaded types first, then from the sources on the class path.
+/// Answers from the registry of loaded types first, then from the sources on the class path. One catalogue serves one
+/// source, in which a name is looked for once: while that source is compiled, it means the same everywhere.
 class ClassCatalog {
  public:
-  explicit ClassCatalog(ClassPath& classPath) : classPath_(classPath) {}
+  explicit ClassCatalog(const ClassPath& classPath) : classPath_(classPath) {}
 
   /// The full names that a class name may stand for: what it is bound to; itself when it is qualified; otherwise, in
   /// this order, a class of the same file or package, and one of package `orva`.
@@ -48,7 +50,8 @@ class ClassCatalog {
   /// The full name of the class that a name stands for; nothing when it stands for none.
   std::optional<std::string> resolveClass(const std::string& name, const Scope& scope) const;
 
-  /// A type's spelling with the full name of its class; nothing when there is no such type.
+  /// A type's spelling with the full name of its class; nothing when there is no such type. Throws
+  /// `std::runtime_error` when a folder may not be searched for it.
   std::optional<std::string> resolveType(const language::TypeName& type, const Scope& scope) const;
 
   /// The signature of a declared method; types that do not exist keep the name that they are written with.
@@ -58,7 +61,12 @@ class ClassCatalog {
   std::optional<ClassSummary> find(const std::string& fullName) const;
 
  private:
-  ClassPath& classPath_;
+  /// The source of a class; empty when it is not found.
+  const std::string& sourceOf(const std::string& fullName) const;
+
+  const ClassPath& classPath_;
+  mutable std::unordered_map<std::string, std::string>
+      sources_;  // of the classes that were looked for, and "" for none
 };
 
 }  // namespace orva::compiler

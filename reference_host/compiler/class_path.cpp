@@ -1,12 +1,14 @@
-// Searching the roots in order, and remembering what was found.
+// Searching the roots in order.
 #include "reference_host/compiler/class_path.h"
 
-#include <llvm/Support/FileSystem.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <mutex>
+#include <stdexcept>
 #include <system_error>
-#include <utility>
 
 #include "reference_host/language/lexer.h"
 
@@ -20,71 +22,91 @@ static std::string normalised(const std::string& directory) {
   return (normal.has_filename() ? normal : normal.parent_path()).string();
 }
 
-ClassPath::ClassPath(std::string standardLibrary)
-    : standardLibrary_(std::move(standardLibrary)), lists_(1), current_(&lists_.back()) {
+ClassPath::ClassPath(std::string standardLibrary) : standardLibrary_(std::move(standardLibrary)), lists_(1) {
   if (!standardLibrary_.empty()) directories_.insert(normalised(standardLibrary_));
 }
 
-static bool areSameDirectory(const std::string& left, const std::string& right) {
-  std::error_code error;
-  return left == right || fs::equivalent(left, right, error);
+const std::vector<std::string>& ClassPath::roots() const {
+  const std::lock_guard<std::shared_mutex> lock(mutex_);
+  isHandedOut_ = true;
+  return lists_.back();
+}
+
+/// Asks the system what a path leads to; what is not there has no mode.
+/// @return what keeps the system from telling.
+static std::error_code examine(const std::string& path, struct stat& status) {
+  status = {};
+  if (stat(path.c_str(), &status) == 0) return {};
+  // Nothing can have a name that is too long.
+  if (errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG) return {};
+  return {errno, std::generic_category()};
+}
+
+bool ClassPath::isRoot(const std::string& directory, const Identity& identity) const {
+  if (spellings_.count(directory) != 0) return true;
+  const auto known = identities_.find(identity);
+  if (known == identities_.end()) return false;
+  // That root may be gone, and its number another directory's now.
+  struct stat status{};
+  return !examine(known->second, status) && Identity(status.st_dev, status.st_ino) == identity;
 }
 
 bool ClassPath::add(const std::string& root) {
-  std::error_code error;
-  if (!fs::is_directory(root, error)) return false;
-  const std::lock_guard<std::mutex> lock(mutex_);
-  const auto isRoot = [&](const std::string& known) { return areSameDirectory(known, root); };
-  if (std::any_of(roots().begin(), roots().end(), isRoot)) return false;
-  std::vector<std::string>& extended = lists_.emplace_back(roots());
-  extended.push_back(root);
+  struct stat status{};
+  if (const std::error_code error = examine(root, status)) {
+    throw std::runtime_error("Cannot open the class path root '" + root + "': " + error.message());
+  }
+  if (!S_ISDIR(status.st_mode)) return false;
+  const Identity identity(status.st_dev, status.st_ino);
+  const std::lock_guard<std::shared_mutex> lock(mutex_);
+  if (isRoot(root, identity)) return false;
+  if (isHandedOut_) lists_.emplace_back(lists_.back());
+  isHandedOut_ = false;
+  lists_.back().push_back(root);
+  spellings_.insert(root);
+  identities_[identity] = root;
   directories_.insert(normalised(root));
-  current_ = &extended;
   return true;
 }
 
-/// The path of a file below a root; empty when there is no such file.
-static std::string fileBelow(const std::string& root, const std::string& relative) {
-  std::string file = root + (root.back() == '/' ? "" : "/") + relative;
-  return llvm::sys::fs::is_regular_file(file) ? file : std::string();
-}
-
-std::string ClassPath::search(const std::string& className) const {
+std::string ClassPath::find(const std::string& className) const {
   if (!language::isQualifiedName(className)) return {};
   std::string relative = className + ".ov";
   std::replace(relative.begin(), relative.end() - 3, '.', '/');
-  for (const std::string& root : roots()) {
-    std::string file = fileBelow(root, relative);
-    if (!file.empty()) return file;
-  }
-  return standardLibrary_.empty() ? std::string() : fileBelow(standardLibrary_, relative);
+  std::string file;
+  std::string failure;
+  const auto isBelow = [&](const std::string& root) {
+    file.assign(root).append(root.back() == '/' ? "" : "/").append(relative);
+    struct stat status{};
+    const std::error_code error = examine(file, status);
+    if (error && failure.empty()) failure = "'" + file + "': " + error.message();
+    return S_ISREG(status.st_mode);
+  };
+  const std::shared_lock<std::shared_mutex> lock(mutex_);
+  const std::vector<std::string>& roots = lists_.back();
+  if (std::any_of(roots.begin(), roots.end(), isBelow)) return file;
+  if (!standardLibrary_.empty() && isBelow(standardLibrary_)) return file;
+  if (failure.empty()) return {};
+  throw std::runtime_error("Cannot look for class '" + className + "' at " + failure);
 }
 
-std::string ClassPath::find(const std::string& className) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  const auto known = cache_.find(className);
-  if (known != cache_.end()) return known->second;
-  return cache_.emplace(className, search(className)).first->second;
+/// The package of a folder that lies below a root.
+static std::string packageBelow(const fs::path& root, const fs::path& folder) {
+  const fs::path relative = folder.lexically_relative(root);
+  std::string package = relative == "." ? "" : relative.string();
+  std::replace(package.begin(), package.end(), '/', '.');
+  return package;
 }
 
-void ClassPath::dropCaches() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  cache_.clear();
-}
-
-std::optional<std::string> ClassPath::packageOf(const std::string& file) const {
-  const fs::path directory = fs::path(file).lexically_normal().parent_path();
-  const std::lock_guard<std::mutex> lock(mutex_);
-  // Roots may lie inside each other; the innermost one decides.
-  for (fs::path root = directory;; root = root.parent_path()) {
-    if (directories_.count(root.empty() ? "." : root.string()) != 0) {
-      const fs::path relative = directory.lexically_relative(root);
-      std::string package = relative == "." ? "" : relative.string();
-      std::replace(package.begin(), package.end(), '/', '.');
-      return package;
-    }
+std::vector<std::string> ClassPath::packagesOf(const std::string& file) const {
+  const fs::path folder = fs::path(file).lexically_normal().parent_path();
+  std::vector<std::string> packages;
+  const std::shared_lock<std::shared_mutex> lock(mutex_);
+  for (fs::path root = folder;; root = root.parent_path()) {
+    const bool isRoot = directories_.count(root.empty() ? "." : root.string()) != 0;
+    if (isRoot) packages.push_back(packageBelow(root, folder));
     // What lies above `..` cannot be told from the path.
-    if (root.filename() == ".." || root == root.parent_path()) return std::nullopt;
+    if (root.filename() == ".." || root == root.parent_path()) return packages;
   }
 }
 

@@ -1,18 +1,20 @@
 // The class path: where the source of a class is looked for.
 #pragma once
 
-#include <atomic>
+#include <sys/types.h>
+
 #include <deque>
-#include <mutex>
-#include <optional>
+#include <map>
+#include <shared_mutex>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace orva::compiler {
 
-/// The roots in search order, and the standard library, which is searched last and is not one of them.
+/// The roots in search order, and the standard library, which is searched last and is not one of them. No search is
+/// remembered: files come and go while programs run.
 /// Threads may use one object at once.
 class ClassPath {
  public:
@@ -22,30 +24,33 @@ class ClassPath {
   const std::string& standardLibrary() const { return standardLibrary_; }
 
   /// The roots. Lists handed out stay valid and unchanged when a root is added.
-  const std::vector<std::string>& roots() const { return *current_.load(); }
+  const std::vector<std::string>& roots() const;
 
   /// Adds a root behind the others.
   /// @return false when it is not a directory, or is a root already under this or another spelling.
+  /// Throws `std::runtime_error` when the system does not tell what it is.
   bool add(const std::string& root);
 
-  /// Finds the source file of class `a.b.C`, which is ROOT/a/b/C.ov. Hits and misses are remembered.
+  /// Finds the source file of class `a.b.C`, which is ROOT/a/b/C.ov.
   /// @return its path; empty when there is none or the name is no qualified name.
-  std::string find(const std::string& className);
+  /// Throws `std::runtime_error` when the class is below no root, and a folder on the way may not be searched.
+  std::string find(const std::string& className) const;
 
-  /// Forgets hits and misses.
-  void dropCaches();
-
-  /// The package that a file must declare because of the root that it lies under; nothing when it lies under none.
-  std::optional<std::string> packageOf(const std::string& file) const;
+  /// The packages that a file may declare, one for each root that it lies under, the innermost root's first; none when
+  /// it lies under none.
+  std::vector<std::string> packagesOf(const std::string& file) const;
 
  private:
-  std::string search(const std::string& className) const;
+  using Identity = std::pair<dev_t, ino_t>;
+
+  bool isRoot(const std::string& directory, const Identity& identity) const;
 
   const std::string standardLibrary_;
-  mutable std::mutex mutex_;
-  std::deque<std::vector<std::string>> lists_;  // every list that was ever current
-  std::atomic<const std::vector<std::string>*> current_;
-  std::unordered_map<std::string, std::string> cache_;
+  mutable std::shared_mutex mutex_;
+  mutable bool isHandedOut_ = false;             // the last list, which is copied then before it changes
+  std::deque<std::vector<std::string>> lists_;   // those that were handed out, and the current one
+  std::unordered_set<std::string> spellings_;    // of the roots
+  std::map<Identity, std::string> identities_;   // what the roots were when they were added
   std::unordered_set<std::string> directories_;  // of the roots and the standard library, without needless dots
 };
 

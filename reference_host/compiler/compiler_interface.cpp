@@ -1,8 +1,11 @@
 // The compiler's interface as natives know it, each operation in a few words of the rooms that do it.
+#include <stdexcept>
+
 #include "reference_host/compiler/context.h"
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/language/lexer.h"
 #include "runtime_api/compiler.h"
+#include "runtime_api/runtime.h"
 
 namespace orva::compiler {
 
@@ -48,7 +51,15 @@ std::string Runtime::getStandardLibraryPath() const { return activeContext().cla
 
 const std::vector<std::string>& Runtime::getKlassPaths() const { return activeContext().classPath.roots(); }
 
-bool Runtime::addKlassPath(const std::string& root) { return activeContext().classPath.add(root); }
+bool Runtime::addKlassPath(const std::string& root) {
+  try {
+    return activeContext().classPath.add(root);
+  } catch (const std::runtime_error& failure) {
+    Orva_raise("IOException", failure.what());
+    // Told otherwise, the native would raise that the root does not exist.
+    return true;
+  }
+}
 
 std::string ClassLoader::sourceFileForClass(const std::string& className, const std::shared_ptr<Context>& /*context*/,
                                             const std::shared_ptr<Token>& /*token*/) {
@@ -64,7 +75,8 @@ bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std
   return true;
 }
 
-void ClassLoader::invalidateKlassPathCaches() { activeContext().classPath.dropCaches(); }
+// Each search asks the file system anew.
+void ClassLoader::invalidateKlassPathCaches() {}
 
 bool PackageLayout::isValidPackageName(std::string_view packageName) { return language::isQualifiedName(packageName); }
 

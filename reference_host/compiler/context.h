@@ -5,11 +5,11 @@
 #include <optional>
 #include <string>
 
-#include "reference_host/compiler/class_catalog.h"
 #include "reference_host/compiler/class_path.h"
 #include "reference_host/compiler/engine.h"
 #include "reference_host/compiler/generic_instances.h"
 #include "reference_host/compiler/loader.h"
+#include "reference_host/runtime/type.h"
 #include "runtime_api/compiler.h"
 
 namespace orva::compiler {
@@ -19,13 +19,9 @@ class Context {
  public:
   /// @param standardLibrary root directory of the standard library; empty when there is none.
   explicit Context(const std::string& standardLibrary)
-      : classPath(standardLibrary),
-        catalog(classPath),
-        generics(classPath),
-        loader(classPath, catalog, engine, generics) {}
+      : classPath(standardLibrary), generics(classPath), loader(classPath, engine, generics) {}
 
   ClassPath classPath;
-  ClassCatalog catalog;
   Engine engine;
   GenericInstances generics;
   Loader loader;

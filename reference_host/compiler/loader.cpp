@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "reference_host/compiler/class_catalog.h"
 #include "reference_host/compiler/class_generator.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/generic_instances.h"
@@ -47,12 +48,20 @@ static std::string realPath(const std::string& path) {
   return real.string();
 }
 
+/// The package that is spelled most like another one; the innermost root's when several are.
+static const std::string& nearest(const std::vector<std::string>& packages, llvm::StringRef declared) {
+  const auto isNearer = [&](const std::string& left, const std::string& right) {
+    return declared.edit_distance(left) < declared.edit_distance(right);
+  };
+  return *std::min_element(packages.begin(), packages.end(), isNearer);
+}
+
 void Loader::checkPlacement(const language::SourceText& source, const language::SourceFile& file) const {
-  const auto package = classPath_.packageOf(source.path);
-  if (!package) return;
-  if (file.package != *package) {
+  const std::vector<std::string> packages = classPath_.packagesOf(source.path);
+  if (packages.empty()) return;
+  if (std::find(packages.begin(), packages.end(), file.package) == packages.end()) {
     throw language::SourceError(source, file.packagePosition,
-                                "this file lies in the directory of package '" + *package +
+                                "this file lies in the directory of package '" + nearest(packages, file.package) +
                                     "': it cannot declare package '" + file.package + "'");
   }
   const std::string expected = fs::path(source.path).stem().string();
@@ -85,10 +94,11 @@ void Loader::checkNatives(const language::SourceText& source, const std::vector<
 
 Loader::Compiled Loader::compile(const language::SourceText& source, const language::SourceFile& file) const {
   Compiled compiled;
+  const ClassCatalog catalog(classPath_);
   std::vector<language::Diagnostic> diagnostics;
   for (const language::ClassDeclaration& declared : file.classes) {
     compiled.classes.push_back(
-        generateClass({source, file, declared}, catalog_, *compiled.context.getContext(), diagnostics));
+        generateClass({source, file, declared}, catalog, *compiled.context.getContext(), diagnostics));
   }
   if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);
   return compiled;
@@ -123,8 +133,8 @@ void Loader::loadInstance(const GenericInstance& instance) {
   const language::ClassDeclaration& declared = declarationOf(name, file, source.path);
   Compiled compiled;
   std::vector<language::Diagnostic> diagnostics;
-  compiled.classes.push_back(
-      generateClass({source, file, declared, name.arguments}, catalog_, *compiled.context.getContext(), diagnostics));
+  compiled.classes.push_back(generateClass({source, file, declared, name.arguments}, ClassCatalog(classPath_),
+                                           *compiled.context.getContext(), diagnostics));
   // The text is the same for all instances; which one has the fault must be said.
   for (language::Diagnostic& each : diagnostics) each.message += ", in " + instance.name;
   if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);

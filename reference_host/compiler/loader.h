@@ -7,9 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "reference_host/compiler/class_catalog.h"
 #include "reference_host/compiler/class_path.h"
 #include "reference_host/compiler/engine.h"
+#include "reference_host/language/source_text.h"
+#include "reference_host/language/syntax_tree.h"
 
 namespace orva::compiler {
 
@@ -23,8 +24,8 @@ enum class Placement { underRoot, anywhere };
 /// Loads one source or bundle at a time; threads wait for each other. A load that fails leaves nothing behind.
 class Loader {
  public:
-  Loader(ClassPath& classPath, ClassCatalog& catalog, Engine& engine, GenericInstances& generics)
-      : classPath_(classPath), catalog_(catalog), engine_(engine), generics_(generics) {}
+  Loader(const ClassPath& classPath, Engine& engine, GenericInstances& generics)
+      : classPath_(classPath), engine_(engine), generics_(generics) {}
 
   /// Compiles a source file and registers its types, unless the file was loaded before, under whatever name, or an
   /// object that was built from its text was. A file that stands for a generic instance loads that instance.
@@ -61,8 +62,7 @@ class Loader {
   void checkPlacement(const language::SourceText& source, const language::SourceFile& file) const;
   void checkNatives(const language::SourceText& source, const std::vector<GeneratedClass>& classes);
 
-  ClassPath& classPath_;
-  ClassCatalog& catalog_;
+  const ClassPath& classPath_;
   Engine& engine_;
   GenericInstances& generics_;
   std::mutex mutex_;

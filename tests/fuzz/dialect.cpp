@@ -132,7 +132,6 @@ static void compile(const SourceText& source, const SourceFile& file, const Clas
 
 static void play(const SourceText& source) {
   static ClassPath classPath(ORVA_STANDARD_LIBRARY);
-  classPath.dropCaches();
   try {
     compile(source, parseSource(source), ClassCatalog(classPath));
   } catch (const SourceError& refusal) {

@@ -1,9 +1,12 @@
-// The class path: order of roots, other spellings of a root, and what is remembered.
+// The class path: order of roots, other spellings of a root, and files that come and go.
 #include "reference_host/compiler/class_path.h"
 
 #include <gtest/gtest.h>
 
+#include "classloader/natives.h"
+#include "reference_host/runtime/pending_exception.h"
 #include "runtime_api/compiler.h"
+#include "temporary_folder.h"
 #include "workspace.h"
 
 namespace fs = std::filesystem;
@@ -72,19 +75,82 @@ TEST(ClassPath, FindsNothingForWhatIsNoClassName) {
   EXPECT_EQ(path.find(std::string(5000, 'a')), "");
 }
 
-TEST(ClassPath, RemembersHitsAndMissesUntilTheyAreDropped) {
+TEST(ClassPath, FindsWhatIsThereNow) {
   const Workspace workspace;
-  writeFile("one/A.ov", "");
-  ClassPath path("");
+  fs::create_directories("one");
+  ClassPath path("library");
   path.add("one");
-  EXPECT_EQ(path.find("A"), "one/A.ov");
-  EXPECT_EQ(path.find("B"), "");
-  fs::rename("one/A.ov", "one/B.ov");
-  EXPECT_EQ(path.find("A"), "one/A.ov");
-  EXPECT_EQ(path.find("B"), "");
-  path.dropCaches();
-  EXPECT_EQ(path.find("A"), "");
-  EXPECT_EQ(path.find("B"), "one/B.ov");
+  EXPECT_EQ(path.find("a.B"), "");
+  // Each comes before those that were found so far; then they go, in the same order.
+  writeFile("library/a/B.ov", "");
+  EXPECT_EQ(path.find("a.B"), "library/a/B.ov");
+  fs::create_directories("two");
+  path.add("two");
+  EXPECT_EQ(path.find("a.B"), "library/a/B.ov");
+  writeFile("two/a/B.ov", "");
+  EXPECT_EQ(path.find("a.B"), "two/a/B.ov");
+  writeFile("one/a/C.ov", "");
+  EXPECT_EQ(path.find("a.B"), "two/a/B.ov");
+  fs::rename("one/a/C.ov", "one/a/B.ov");
+  EXPECT_EQ(path.find("a.B"), "one/a/B.ov");
+  fs::remove("one/a/B.ov");
+  EXPECT_EQ(path.find("a.B"), "two/a/B.ov");
+  fs::remove_all("two");
+  EXPECT_EQ(path.find("a.B"), "library/a/B.ov");
+  fs::remove_all("library");
+  EXPECT_EQ(path.find("a.B"), "");
+}
+
+/// Gives every file below the working directory to everybody, but for what is closed then.
+static void openToAll() {
+  constexpr auto readable = fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
+                            fs::perms::others_read | fs::perms::others_exec;
+  fs::permissions(".", readable);
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(".")) fs::permissions(entry, readable);
+}
+
+TEST(ClassPath, TellsWhichFolderMayNotBeSearched) {
+  const Workspace workspace;
+  for (const char* file : {"one/a/b/C.ov", "one/D.ov", "two/a/b/E.ov", "library/a/b/F.ov"}) writeFile(file, "");
+  ClassPath path("library");
+  path.add("one");
+  path.add("two");
+  for (const char* closed : {"one", "one/a", "one/a/b"}) {
+    openToAll();
+    fs::permissions(closed, fs::perms::none);
+    const WithoutRights nobody;
+    // What another root has is found; the closed folder is blamed for what is nowhere else.
+    EXPECT_EQ(path.find("a.b.E"), "two/a/b/E.ov");
+    EXPECT_EQ(path.find("a.b.F"), "library/a/b/F.ov");
+    for (const std::string name : {"C", "Missing"}) {
+      EXPECT_EQ(failureOf([&] { path.find("a.b." + name); }),
+                "Cannot look for class 'a.b." + name + "' at 'one/a/b/" + name + ".ov': Permission denied")
+          << closed;
+    }
+  }
+  openToAll();
+  const WithoutRights nobody;
+  EXPECT_EQ(path.find("a.b.C"), "one/a/b/C.ov");
+  EXPECT_EQ(path.find("a.b.Missing"), "");
+}
+
+TEST(ClassPath, ARootThatMayNotBeLookedAtIsNoMissingOne) {
+  const Workspace workspace;
+  writeFile("closed/root/A.ov", "");
+  openToAll();
+  fs::permissions("closed", fs::perms::none);
+  {
+    const WithoutRights nobody;
+    ClassPath path("");
+    EXPECT_EQ(failureOf([&] { path.add("closed/root"); }),
+              "Cannot open the class path root 'closed/root': Permission denied");
+    EXPECT_EQ(path.roots(), Texts{});
+    orva_ClassLoader_addSourceRoot("closed/root");
+  }
+  fs::permissions("closed", fs::perms::owner_all);
+  const auto raised = orva::runtime::takePendingException().value_or(orva::runtime::PendingException{});
+  EXPECT_EQ(raised.className, "IOException");
+  EXPECT_EQ(raised.message, "Cannot open the class path root 'closed/root': Permission denied");
 }
 
 TEST(ClassPath, ListsHandedOutStayAsTheyWere) {
@@ -101,24 +167,62 @@ TEST(ClassPath, ListsHandedOutStayAsTheyWere) {
   EXPECT_EQ(runtime.getKlassPaths(), all);
 }
 
-TEST(ClassPath, TheInnermostRootTellsThePackageOfAFile) {
+TEST(ClassPath, AListThatNobodyHasIsNotCopied) {
+  const Workspace workspace;
+  ClassPath path("");
+  const auto make = [](int number) {
+    std::string root = "root" + std::to_string(number);
+    fs::create_directory(root);
+    return root;
+  };
+  path.add(make(0));
+  const std::vector<std::string>* const first = &path.roots();
+  path.add(make(1));
+  const std::vector<std::string>* const second = &path.roots();
+  EXPECT_NE(first, second);
+  EXPECT_EQ(&path.roots(), second);
+  path.add(make(2));
+  path.find("A");
+  for (int i = 3; i < 1000; ++i) path.add(make(i));
+  // One list for all that came since: the one that is growing.
+  EXPECT_EQ(first->size(), 1U);
+  EXPECT_EQ(second->size(), 2U);
+  EXPECT_EQ(path.roots().size(), 1000U);
+}
+
+TEST(ClassPath, ADirectoryThatTookThePlaceOfAnotherIsARootOfItsOwn) {
+  const Workspace workspace;
+  ClassPath path("");
+  // A file system may give each new directory the number of the one that was removed before.
+  for (int i = 0; i < 20; ++i) {
+    const std::string root = "root" + std::to_string(i);
+    fs::create_directory(root);
+    EXPECT_TRUE(path.add(root)) << root;
+    EXPECT_FALSE(path.add("./" + root)) << root;
+    fs::remove(root);
+  }
+  fs::create_directory("root7");
+  EXPECT_FALSE(path.add("root7"));
+}
+
+TEST(ClassPath, EachRootTellsAPackageOfAFile) {
   const Workspace workspace;
   fs::create_directories("one/two/three");
   ClassPath path("");
   path.add("one");
-  EXPECT_EQ(path.packageOf("one/A.ov"), "");
-  EXPECT_EQ(path.packageOf("./one/two/../two/three/A.ov"), "two.three");
-  EXPECT_EQ(path.packageOf("oneself/A.ov"), std::nullopt);
-  EXPECT_EQ(path.packageOf("A.ov"), std::nullopt);
-  EXPECT_EQ(path.packageOf("../one/A.ov"), std::nullopt);
+  EXPECT_EQ(path.packagesOf("one/A.ov"), Texts{""});
+  EXPECT_EQ(path.packagesOf("./one/two/../two/three/A.ov"), Texts{"two.three"});
+  EXPECT_EQ(path.packagesOf("oneself/A.ov"), Texts{});
+  EXPECT_EQ(path.packagesOf("A.ov"), Texts{});
+  EXPECT_EQ(path.packagesOf("../one/A.ov"), Texts{});
   path.add("one/two/");
-  EXPECT_EQ(path.packageOf("one/two/three/A.ov"), "three");
-  EXPECT_EQ(path.packageOf("one/two/A.ov"), "");
-  EXPECT_EQ(path.packageOf("one/A.ov"), "");
+  EXPECT_EQ(path.packagesOf("one/two/three/A.ov"), (Texts{"three", "two.three"}));
+  EXPECT_EQ(path.packagesOf("one/two/A.ov"), (Texts{"", "two"}));
+  EXPECT_EQ(path.packagesOf("one/A.ov"), Texts{""});
   ClassPath innerFirst("");
   innerFirst.add("one/two");
   innerFirst.add("one");
-  EXPECT_EQ(innerFirst.packageOf("one/two/three/A.ov"), "three");
+  EXPECT_EQ(innerFirst.packagesOf("one/two/three/A.ov"), (Texts{"three", "two.three"}));
 }
 
 TEST(ClassPath, RootsThatStartElsewhereTellThePackageOfTheirFiles) {
@@ -127,18 +231,18 @@ TEST(ClassPath, RootsThatStartElsewhereTellThePackageOfTheirFiles) {
   fs::create_directories("aside/two");
   fs::current_path("below");
   ClassPath path("../aside/two/");
-  EXPECT_EQ(path.packageOf("a/A.ov"), std::nullopt);
-  EXPECT_EQ(path.packageOf("../aside/A.ov"), std::nullopt);
-  EXPECT_EQ(path.packageOf("../aside/two/a/A.ov"), "a");
+  EXPECT_EQ(path.packagesOf("a/A.ov"), Texts{});
+  EXPECT_EQ(path.packagesOf("../aside/A.ov"), Texts{});
+  EXPECT_EQ(path.packagesOf("../aside/two/a/A.ov"), Texts{"a"});
   path.add("..");
-  EXPECT_EQ(path.packageOf("a/A.ov"), std::nullopt);
-  EXPECT_EQ(path.packageOf("../../A.ov"), std::nullopt);
-  EXPECT_EQ(path.packageOf("../A.ov"), "");
-  EXPECT_EQ(path.packageOf("../aside/A.ov"), "aside");
+  EXPECT_EQ(path.packagesOf("a/A.ov"), Texts{});
+  EXPECT_EQ(path.packagesOf("../../A.ov"), Texts{});
+  EXPECT_EQ(path.packagesOf("../A.ov"), Texts{""});
+  EXPECT_EQ(path.packagesOf("../aside/A.ov"), Texts{"aside"});
   path.add("./");
-  EXPECT_EQ(path.packageOf("A.ov"), "");
-  EXPECT_EQ(path.packageOf("./a/b/A.ov"), "a.b");
+  EXPECT_EQ(path.packagesOf("A.ov"), Texts{""});
+  EXPECT_EQ(path.packagesOf("./a/b/A.ov"), Texts{"a.b"});
   path.add("/");
-  EXPECT_EQ(path.packageOf("/A.ov"), "");
-  EXPECT_EQ(path.packageOf("/a/b/A.ov"), "a.b");
+  EXPECT_EQ(path.packagesOf("/A.ov"), Texts{""});
+  EXPECT_EQ(path.packagesOf("/a/b/A.ov"), Texts{"a.b"});
 }

@@ -218,7 +218,6 @@ TEST(GenericInstances, TakeAFullNameBeforeTheShortNameOfALoadedType) {
   EXPECT_EQ(materialize("p.Box<Box<Item>>").name, "p.Box<Box<Item>>");
   fs::remove("Item.ov");
   fs::remove("Box.ov");
-  orva::compiler::activeContext().classPath.dropCaches();
   EXPECT_EQ(materialize("Box<Item>").name, "p.Box<p.Item>");
 }
 

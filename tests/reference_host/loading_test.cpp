@@ -1,6 +1,8 @@
 // Loading sources and bundles: each once, and all of it or nothing.
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "classloader/natives.h"
 #include "reference_host/compiler/context.h"
 #include "reference_host/compiler/object_file.h"
@@ -179,6 +181,50 @@ TEST(Loading, CallersOfAClassThatIsGoneAreTold) {
   orva::compiler::ClassLoader::invalidateKlassPathCaches();
   EXPECT_EQ(messageOf("Caller", "number"), "Class not found: Callee");
   EXPECT_EQ(messageOf("Holder<Box<int>>", "number"), "Class not found: Box<int>");
+}
+
+TEST(Loading, ASourceBelowSeveralRootsMayDeclareThePackageOfAny) {
+  const Workspace workspace;
+  // Packages by root: of the folder a/b/c below roots that lie in each other.
+  const std::vector<std::pair<std::string, std::string>> all = {
+      {"./", "a.b.c"}, {"a", "b.c"}, {"./a/b", "c"}, {"a/b/c/", ""}};
+  fs::create_directories("a/b/c");
+  for (unsigned chosen = 1; chosen < 1U << all.size(); ++chosen) {
+    orva::compiler::ClassPath classPath("");
+    std::set<std::string> packages;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      if ((chosen >> i & 1) == 0) continue;
+      EXPECT_TRUE(classPath.add(all[i].first));
+      packages.insert(all[i].second);
+    }
+    orva::compiler::Loader loader(classPath, activeContext().engine, activeContext().generics);
+    int number = 0;
+    for (const char* package : {"", "a", "b", "c", "a.b", "b.c", "a.b.c", "a.c", "b.c.a", "x.a.b.c"}) {
+      const std::string name = "C" + std::to_string(chosen) + "x" + std::to_string(number++);
+      const std::string file = "./a/b/c/" + name + ".ov";
+      writeFile(file, (*package == '\0' ? "" : "package " + std::string(package) + "; ") + "class " + name + " { }");
+      const std::string failure = failureOf([&] { loader.load(file, Placement::underRoot); });
+      EXPECT_EQ(failure == "nothing", packages.count(package) != 0) << file << " of package " << package;
+    }
+  }
+}
+
+TEST(Loading, ASourceInNoPackageOfItsIsToldTheNearest) {
+  const Workspace workspace;
+  fs::create_directories("plugins/text");
+  EXPECT_TRUE(activeContext().classPath.add("plugins"));
+  const auto toldTo = [](const std::string& package) {
+    writeFile("plugins/text/Upper.ov", package + "class Upper { }");
+    const std::string text =
+        failureOf([] { activeContext().loader.load("./plugins/text/Upper.ov", Placement::underRoot); });
+    const std::string begin = "this file lies in the directory of package '";
+    const std::size_t at = text.find(begin);
+    return at == std::string::npos ? text : text.substr(at + begin.size(), text.find("':", at) - at - begin.size());
+  };
+  EXPECT_EQ(toldTo("package plugin.text; "), "plugins.text");
+  EXPECT_EQ(toldTo("package plugins.txt; "), "plugins.text");
+  EXPECT_EQ(toldTo("package test; "), "text");
+  EXPECT_EQ(toldTo(""), "text");
 }
 
 TEST(Loading, ASourceOutsideOfEveryRootMayDeclareAnyPackage) {
