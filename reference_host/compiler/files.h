@@ -10,14 +10,21 @@
 
 namespace orva::compiler {
 
-/// Reads a regular file. Throws `std::runtime_error` when there is none or it cannot be read.
+/// Reads a regular file into memory. Throws `std::runtime_error` when there is none or it cannot be read.
 std::unique_ptr<llvm::MemoryBuffer> readFile(const std::string& path);
 
 /// Reads a source file. Throws as `readFile` does.
 language::SourceText readSource(const std::string& path);
 
-/// Writes a file under a name of its own first and renames it, so that nobody ever sees half of it. Throws
-/// `std::runtime_error` when that fails; then what was there before still is.
+/// Writes a file under a name of its own first and renames it, so that nobody ever sees half of it. It has the mode of
+/// the file that it replaces. A link is replaced too; what it leads to stays as it is. Throws `std::runtime_error`
+/// when that fails; then what was there before still is.
 void writeFile(const std::string& path, const std::string& bytes);
+
+/// Removes what `writeFile` is writing. For the handler of a signal that ends the process: async-signal-safe.
+void removeUnfinishedFiles() noexcept;
+
+/// Sixteen hexadecimal digits that nobody can guess, for the names of files.
+std::string unguessableDigits();
 
 }  // namespace orva::compiler

@@ -1,0 +1,103 @@
+// Writing files: under which name, in whose place, and with which mode.
+#include "reference_host/compiler/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <set>
+
+#include "temporary_folder.h"
+#include "workspace.h"
+
+namespace fs = std::filesystem;
+
+static mode_t modeOf(const std::string& path) {
+  struct stat status{};
+  EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+  return status.st_mode & 07777;
+}
+
+static std::set<std::string> names() {
+  std::set<std::string> found;
+  for (const fs::directory_entry& entry : fs::directory_iterator(".")) found.insert(entry.path().filename());
+  return found;
+}
+
+TEST(Files, HaveTheModeOfThoseThatTheyReplaceOrWhatTheUmaskLeaves) {
+  const Workspace workspace;
+  for (const mode_t mask : {0000, 0002, 0022, 0027, 0077, 0177}) {
+    const mode_t before = umask(mask);
+    fs::remove("file");
+    orva::compiler::writeFile("file", "new");
+    EXPECT_EQ(modeOf("file"), 0666 & ~mask);
+    for (const mode_t mode : {0400, 0444, 0600, 0640, 0644, 0666, 0755}) {
+      ASSERT_EQ(chmod("file", mode), 0);
+      orva::compiler::writeFile("file", "again");
+      EXPECT_EQ(modeOf("file"), mode);
+    }
+    umask(before);
+  }
+  EXPECT_EQ(readFile("file"), "again");
+  EXPECT_EQ(names(), std::set<std::string>{"file"});
+}
+
+TEST(Files, OfAnyNameThatAFolderHolds) {
+  const Workspace workspace;
+  std::set<std::string> all;
+  for (const std::size_t length : {1U, 8U, 200U, 250U, 251U, 252U, 253U, 254U, 255U}) {
+    const std::string name(length, 'n');
+    orva::compiler::writeFile(name, name);
+    EXPECT_EQ(readFile(name), name);
+    all.insert(name);
+  }
+  for (const std::string name : {"%%%%", "a b", "-", "new\nline", "XXXXXX"}) {
+    orva::compiler::writeFile(name, name);
+    EXPECT_EQ(readFile(name), name);
+    all.insert(name);
+  }
+  EXPECT_EQ(names(), all);
+  EXPECT_EQ(failureOf([] { orva::compiler::writeFile(std::string(256, 'n'), ""); }),
+            "Cannot write '" + std::string(256, 'n') + "': File name too long");
+  EXPECT_EQ(names(), all);
+}
+
+TEST(Files, ThatGrowTooLargeLeaveWhatWasThere) {
+  const Workspace workspace;
+  writeFile("file", "before");
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  for (const rlim_t size : {0U, 1U, 4096U}) {
+    limit.rlim_cur = size;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    for (const char* path : {"file", "other"}) {
+      EXPECT_EQ(failureOf([&] { orva::compiler::writeFile(path, std::string(10000, 'x')); }),
+                "Cannot write '" + std::string(path) + "': File too large");
+    }
+  }
+  EXPECT_EQ(readFile("file"), "before");
+  EXPECT_EQ(names(), std::set<std::string>{"file"});
+}
+
+TEST(Files, AreReadIntoMemory) {
+  const Workspace workspace;
+  // Larger than anything that is worth a mapping.
+  const std::string text(1 << 20, 'x');
+  writeFile("file", text);
+  const auto bytes = orva::compiler::readFile("file");
+  fs::resize_file("file", 0);
+  EXPECT_EQ(bytes->getBuffer(), text);
+}
+
+TEST(Files, DigitsAreOtherEachTime) {
+  std::set<std::string> seen;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string digits = orva::compiler::unguessableDigits();
+    EXPECT_EQ(digits.find_first_not_of("0123456789abcdef"), std::string::npos);
+    EXPECT_EQ(digits.size(), 16U);
+    seen.insert(digits);
+  }
+  EXPECT_EQ(seen.size(), 1000U);
+}
