@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "reference_host/compiler/private_folder.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace orva::compiler {
@@ -16,7 +17,8 @@ static std::shared_ptr<Context>& active() {
 
 void startHost(const std::string& standardLibrary) {
   active() = std::make_shared<Context>(standardLibrary);
-  std::atexit([] { active()->generics.removeFiles(); });
+  removeAbandonedFolders();
+  std::atexit(removePrivateFolder);
 }
 
 Context& activeContext() {

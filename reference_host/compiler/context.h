@@ -34,8 +34,8 @@ class Context {
   const runtime::Type* findOrLoad(const std::string& fullName);
 };
 
-/// Makes a context with a standard library the active one; once in a process, before anything else is asked of the
-/// host.
+/// Makes a context with a standard library the active one, and removes what killed processes left in the temporary
+/// folder; once in a process, before anything else is asked of the host.
 void startHost(const std::string& standardLibrary);
 
 /// The active context. Throws `std::logic_error` before the host was started.

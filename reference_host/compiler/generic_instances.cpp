@@ -2,14 +2,13 @@
 #include "reference_host/compiler/generic_instances.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/object_file.h"
+#include "reference_host/compiler/private_folder.h"
 #include "reference_host/language/parser.h"
 #include "reference_host/runtime/type_registry.h"
 
@@ -19,29 +18,8 @@ namespace fs = std::filesystem;
 using language::ClassDeclaration;
 using language::TypeName;
 
-void GenericInstances::removeFiles() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  std::error_code error;
-  if (!directory_.empty()) fs::remove_all(directory_, error);
-}
-
-fs::path GenericInstances::directory() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (directory_.empty()) {
-    std::string pattern = (fs::temp_directory_path() / "orva-host-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) {
-      throw std::system_error(errno, std::generic_category(), "Cannot make the directory '" + pattern + "'");
-    }
-    directory_ = pattern;
-  }
-  return directory_;
-}
-
 std::optional<GenericInstance> GenericInstances::instanceOf(const std::string& file) const {
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (directory_.empty() || fs::path(file).parent_path() != directory_) return std::nullopt;
-  }
+  if (!isInPrivateFolder(file)) return std::nullopt;
   const std::string text = readSource(file).text;
   const std::size_t end = text.find('\n');
   // A path may hold any byte, so it comes last.
@@ -119,7 +97,7 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
     argument = std::move(*resolved);
   }
   GenericInstance instance{requested->text(), {}, generic->source};
-  instance.sourceFile = (directory() / (sourceIdentity(instance.name) + ".ov")).string();
+  instance.sourceFile = (privateFolder() / (sourceIdentity(instance.name) + ".ov")).string();
   writeFile(instance.sourceFile, instance.name + "\n" + instance.genericSource);
   return instance;
 }

@@ -1,8 +1,6 @@
 // Generic instances: what `Box<Circle>` is made of, and the files that stand for instances.
 #pragma once
 
-#include <filesystem>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -24,7 +22,7 @@ struct GenericInstance {
 const language::ClassDeclaration& declarationOf(const language::TypeName& instance, const language::SourceFile& file,
                                                 const std::string& path);
 
-/// Keeps the files of instances in a directory of its own, which nobody else may read.
+/// Keeps the files of instances in the private folder.
 class GenericInstances {
  public:
   explicit GenericInstances(ClassPath& classPath) : classPath_(classPath) {}
@@ -35,9 +33,6 @@ class GenericInstances {
   /// Throws `std::runtime_error` when a short name is ambiguous, the class does not take these arguments, or a file
   /// cannot be read or written.
   std::optional<GenericInstance> materialize(const std::string& typeName);
-
-  /// Removes the directory, when the process ends.
-  void removeFiles();
 
   /// The instance that a file stands for; nothing for any other file. Throws `std::runtime_error` when the file cannot
   /// be read.
@@ -52,11 +47,8 @@ class GenericInstances {
   std::optional<GenericClass> findClass(const std::string& name);
   /// The argument's spelling with full names; nothing when it is unknown.
   std::optional<language::TypeName> resolveArgument(const language::TypeName& argument);
-  std::filesystem::path directory();
 
   ClassPath& classPath_;
-  mutable std::mutex mutex_;
-  std::filesystem::path directory_;  // made when it is needed first
 };
 
 }  // namespace orva::compiler

@@ -5,6 +5,7 @@
 #include "reference_host/compiler/context.h"
 #include "reference_host/program/options.h"
 #include "reference_host/program/run.h"
+#include "reference_host/program/signals.h"
 #include "reference_host/runtime/values.h"
 
 static void reportUncaught(const orva::runtime::Exception& exception) {
@@ -39,4 +40,7 @@ static int run(const RunOptions& options) {
   return 1;
 }
 
-int main(int argc, char** argv) { return run(parseOptions(argc, argv)); }
+int main(int argc, char** argv) {
+  orva::program::cleanUpOnSignals();
+  return run(parseOptions(argc, argv));
+}

@@ -105,19 +105,15 @@ TEST(GenericInstances, AreGoneWhenTheProcessHasEnded) {
 TEST(GenericInstances, ThatCannotBeWrittenAreFailures) {
   const Workspace workspace;
   writeClasses();
-  setenv("TMPDIR", "/dev/null", 1);
-  EXPECT_NE(failureOf([] { orva::compiler::activeContext().generics.materialize("c.Pair<int,int>"); }), "nothing");
   fs::create_directory("temporary");
   fs::permissions("temporary", static_cast<fs::perms>(0555));
   setenv("TMPDIR", (workspace.path() / "temporary").c_str(), 1);
   fs::permissions(".", fs::perms::owner_all | fs::perms::group_exec | fs::perms::others_exec);
   {
     const WithoutRights nobody;
-    const std::string failure =
-        failureOf([] { orva::compiler::activeContext().generics.materialize("c.Pair<int,int>"); });
-    // The system fills in what tells the directory from others.
-    const std::string begin = "Cannot make the directory '" + (workspace.path() / "temporary/orva-host-").string();
-    EXPECT_EQ(failure, begin + failure.substr(begin.size(), 6) + "': Permission denied");
+    EXPECT_EQ(failureOf([] { orva::compiler::activeContext().generics.materialize("c.Pair<int,int>"); }),
+              "Cannot make a folder in '" + (workspace.path() / "temporary").string() +
+                  "', which TMPDIR names: Permission denied");
   }
   fs::permissions("temporary", fs::perms::owner_all);
   EXPECT_TRUE(orva::compiler::activeContext().generics.materialize("c.Pair<int,int>").has_value());

@@ -1,0 +1,155 @@
+// The folder is locked for as long as its process lives: who can lock it knows that the process is dead. Process ids
+// would not do, since containers have their own and may share the folder around it.
+#include "reference_host/compiler/private_folder.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <mutex>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+
+#include "reference_host/compiler/files.h"
+
+namespace orva::compiler {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view prefix = "orva-host-";
+
+// A signal handler reads these, once the owner is set.
+static std::array<char, PATH_MAX> folderPath;
+static int lockedFolder = -1;
+static std::atomic<pid_t> owner{0};
+static std::mutex mutex;
+
+/// The folder that TMPDIR names; empty when it names none.
+static std::string namedFolder() {
+  const char* const named = std::getenv("TMPDIR");
+  return named == nullptr ? "" : named;
+}
+
+static std::string folderForFolders() { return namedFolder().empty() ? "/tmp" : namedFolder(); }
+
+[[noreturn]] static void fail(int reason) {
+  throw std::runtime_error("Cannot make a folder in '" + folderForFolders() + "'" +
+                           (namedFolder().empty() ? "" : ", which TMPDIR names") + ": " +
+                           std::generic_category().message(reason));
+}
+
+static int openFolder(const std::string& path) {
+  return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+/// Opens and locks a new folder.
+/// @return its descriptor, which holds the lock; -1 when it was taken for an abandoned one and is removed.
+static int lockNewFolder(const std::string& path) {
+  const int folder = openFolder(path);
+  if (folder < 0 && errno == ENOENT) return -1;
+  if (folder < 0) {
+    const int reason = errno;
+    rmdir(path.c_str());
+    fail(reason);
+  }
+  // Where folders cannot be locked, nobody can take this one for abandoned either.
+  flock(folder, LOCK_EX);
+  struct stat status{};
+  if (stat(path.c_str(), &status) == 0) return folder;
+  close(folder);
+  return -1;
+}
+
+/// Makes a folder that nobody else may read. Throws `std::runtime_error` when it cannot be made.
+static void makeFolder() {
+  std::error_code error;
+  const fs::path parent = fs::absolute(folderForFolders(), error);
+  if (error) fail(error.value());
+  for (;;) {
+    std::string path = (parent / prefix).string() + unguessableDigits();
+    if (path.size() >= folderPath.size()) fail(ENAMETOOLONG);
+    if (mkdir(path.c_str(), S_IRWXU) != 0) fail(errno);
+    const int folder = lockNewFolder(path);
+    if (folder < 0) continue;
+    *std::copy(path.begin(), path.end(), folderPath.begin()) = '\0';
+    lockedFolder = folder;
+    owner = getpid();
+    return;
+  }
+}
+
+fs::path privateFolder() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  // A process that was forked from the one that made the folder makes its own.
+  if (owner != getpid()) makeFolder();
+  return folderPath.data();
+}
+
+bool isInPrivateFolder(const std::string& file) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  return owner == getpid() && fs::path(file).parent_path() == folderPath.data();
+}
+
+/// Removes the files in an open folder. Async-signal-safe, which reading it with `readdir` would not be.
+static void removeFilesIn(int folder) noexcept {
+  alignas(dirent64) std::array<char, 2048> entries;
+  // Entries that go while others are read may hide some of those: the folder is read until nothing goes.
+  for (bool isChanged = true; isChanged;) {
+    isChanged = false;
+    lseek(folder, 0, SEEK_SET);
+    for (ssize_t size = 0; (size = getdents64(folder, entries.data(), entries.size())) > 0;) {
+      for (const char* at = entries.data(); at < entries.data() + size;) {
+        const auto* entry = reinterpret_cast<const dirent64*>(at);
+        if (unlinkat(folder, entry->d_name, 0) == 0) isChanged = true;
+        at += entry->d_reclen;
+      }
+    }
+  }
+}
+
+void removePrivateFolder() noexcept {
+  pid_t self = getpid();
+  if (!owner.compare_exchange_strong(self, 0)) return;
+  removeFilesIn(lockedFolder);
+  rmdir(folderPath.data());
+  close(lockedFolder);
+}
+
+/// Tells whether a name is one that `makeFolder` gives.
+static bool isOurName(std::string_view name) {
+  constexpr std::size_t digits = 16;
+  const auto isDigit = [](char each) { return (each >= '0' && each <= '9') || (each >= 'a' && each <= 'f'); };
+  return name.size() == prefix.size() + digits && name.substr(0, prefix.size()) == prefix &&
+         std::all_of(name.begin() + prefix.size(), name.end(), isDigit);
+}
+
+static void removeIfAbandoned(const std::string& path) {
+  const int folder = openFolder(path);
+  if (folder < 0) return;
+  struct stat status{};
+  const bool isOurs = fstat(folder, &status) == 0 && status.st_uid == geteuid();
+  if (isOurs && flock(folder, LOCK_EX | LOCK_NB) == 0) {
+    removeFilesIn(folder);
+    rmdir(path.c_str());
+  }
+  close(folder);
+}
+
+void removeAbandonedFolders() {
+  std::error_code error;
+  for (fs::directory_iterator entry(folderForFolders(), error); entry != fs::directory_iterator();
+       entry.increment(error)) {
+    if (isOurName(entry->path().filename().native())) removeIfAbandoned(entry->path());
+  }
+}
+
+}  // namespace orva::compiler

@@ -1,0 +1,24 @@
+// A folder for the files of this process alone, which is gone when the process is.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace orva::compiler {
+
+/// The folder, made when it is asked for first: below the folder that TMPDIR names, or /tmp when it names none. Nobody
+/// else may read it, and no folder is made in it. Throws `std::runtime_error` when it cannot be made.
+std::filesystem::path privateFolder();
+
+/// Tells whether a file lies directly in the folder.
+bool isInPrivateFolder(const std::string& file);
+
+/// Removes the folder and its files, if this process made one. For the end of the process, and for the handler of a
+/// signal that ends it: async-signal-safe.
+void removePrivateFolder() noexcept;
+
+/// Removes the folders that processes of this user left when they were killed, below where this process would make its
+/// own. Those of processes that live stay, wherever those run.
+void removeAbandonedFolders();
+
+}  // namespace orva::compiler

@@ -1,0 +1,10 @@
+// Signals that end the program.
+#pragma once
+
+namespace orva::program {
+
+/// From now on, a signal that ends the program first removes its temporary files; the process then ends by that signal
+/// all the same. One that is ignored stays so. A file that grows beyond its limit is an error of whoever writes it.
+void cleanUpOnSignals();
+
+}  // namespace orva::program

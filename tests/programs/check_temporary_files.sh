@@ -1,0 +1,148 @@
+#!/usr/bin/env bash
+# Checks that the host leaves no temporary file, however it ends, and says why it cannot write one.
+# Usage: check_temporary_files.sh ORVA_HOST
+set -uo pipefail
+host=$(realpath "$1")
+work=$(realpath "$(mktemp -d)")
+trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
+cd "$work" || exit 1
+mkdir temporary
+export TMPDIR=$work/temporary
+failures=0
+
+fail() {
+  printf '%s\n' "$*"
+  failures=1
+}
+
+expect() {  # NAME EXPECTED FOUND
+  [ "$2" = "$3" ] || fail "$1: expected <$2>, found <$3>"
+}
+
+expect_no_files() {  # NAME
+  expect "$1: what is left in TMPDIR" '' "$(ls -A temporary)"
+  expect "$1: what is left beside the sources" '' "$(find . -path ./temporary -prune -o -name '.orva-*' -print)"
+}
+
+echo 'class Box<T> { static String of() { return "box"; } }' >Box.ov
+# Makes a generic instance, which is a file in TMPDIR, tells so, and goes on without end.
+cat >Endless.ov <<'OV'
+class Endless {
+  static int down(int n) { if (n == 60) { return 0; } return Endless.down(n + 1) + Endless.down(n + 1); }
+  static void main(ArrayList<String> args) {
+    ClassLoader.getTypeByName("Box<int>");
+    ClassLoader.precompileSources(["Box.ov"]);
+    ClassLoader.precompileSources(args);
+    Endless.down(0);
+  }
+}
+OV
+echo 'class Short { static void main() { ClassLoader.getTypeByName("Box<int>"); Console.print("short"); } }' >Short.ov
+echo 'class Maker { static void main() { ClassLoader.precompileSources(["Box.ov"]); } }' >Maker.ov
+echo 'class Plain { static void main() { Console.print("plain"); } }' >Plain.ov
+cat >Printer.ov <<'OV'
+class Printer {
+  static void many(int n) { Console.print("0123456789abcdef"); if (n != 3000) { Printer.many(n + 1); } }
+  static void main() { ClassLoader.getTypeByName("Box<int>"); Printer.many(0); Printer.many(0); }
+}
+OV
+
+# Starts Endless.ov with a command in front, as `running`, and waits until its files are there.
+start() {  # COMMAND…
+  rm -f Box.o
+  "$@" "$host" run Endless.ov >output 2>errors &
+  running=$!
+  while kill -s 0 "$running" 2>/dev/null && [ ! -e Box.o ]; do sleep 0.05; done
+  [ "$(ls -A temporary)" ] || fail "Endless.ov made no file in TMPDIR: $(cat output errors)"
+}
+
+# Ends `running` by a signal, and puts its status into `found`.
+end() {  # SIGNAL
+  kill -s "$1" "$running"
+  wait "$running" 2>/dev/null
+  found=$?
+}
+
+# Signals, each with the status that the process has when nobody handles it.
+for signal in HUP INT QUIT PIPE ALRM TERM USR1 USR2 XCPU VTALRM PROF IO PWR; do
+  # A shell has its background commands ignore some.
+  start env --default-signal
+  end "$signal"
+  expect "SIG$signal: status" $((128 + $(kill -l "$signal"))) "$found"
+  expect_no_files "SIG$signal"
+done
+
+# One that is ignored stays ignored, as under nohup.
+start env --default-signal --ignore-signal=HUP
+kill -s HUP "$running"
+end TERM
+expect 'ignored SIGHUP: status' 143 "$found"
+expect_no_files 'ignored SIGHUP'
+
+# Whoever reads the output goes away.
+"$host" run Printer.ov 2>errors | head -1 >/dev/null
+expect 'closed pipe: status' 141 "${PIPESTATUS[0]}"
+expect_no_files 'closed pipe'
+
+# After SIGKILL the next start removes what is left, but for what belongs to a process that lives.
+start env --default-signal
+end KILL
+[ "$(ls -A temporary)" ] || fail 'SIGKILL left nothing to remove'
+expect 'after SIGKILL: output' plain "$("$host" run Plain.ov)"
+expect_no_files 'after SIGKILL'
+start env --default-signal
+living=$(ls -A temporary)
+expect 'beside a living process: output' short "$("$host" run Short.ov)"
+expect 'beside a living process: its folder' "$living" "$(ls -A temporary)"
+# In a namespace of its own, where process ids begin anew and no process of ours is seen.
+if unshare --user --map-root-user --pid --fork true 2>/dev/null; then
+  expect 'from another namespace: output' short "$(unshare --user --map-root-user --pid --fork "$host" run Short.ov)"
+  expect 'from another namespace: its folder' "$living" "$(ls -A temporary)"
+fi
+end TERM
+expect_no_files 'after a living process'
+
+# Files that may not grow are errors, not signals; what was there stays.
+"$host" run Maker.ov || fail 'Maker.ov failed'
+before=$(sha256sum Box.o)
+(ulimit -f 1; exec "$host" run Maker.ov) >output 2>errors
+expect 'exhausted file size: status' 1 $?
+expect 'exhausted file size: message' "Exception: Cannot write 'Box.o': File too large" "$(head -1 errors)"
+expect 'exhausted file size: object' "$before" "$(sha256sum Box.o)"
+expect_no_files 'exhausted file size'
+(ulimit -f 1; "$host" run Printer.ov >printed 2>errors; echo $? >status)
+expect 'exhausted output: status' 1 "$(cat status)"
+expect 'exhausted output: message' 'Cannot print: File too large' "$(cat errors)"
+expect_no_files 'exhausted output'
+
+# TMPDIR: none is the usual one, an unusable one is named with the reason.
+expect 'empty TMPDIR' short "$(TMPDIR='' "$host" run Short.ov 2>&1)"
+expect 'no TMPDIR' short "$(env -u TMPDIR "$host" run Short.ov 2>&1)"
+for reason in 'nowhere:No such file or directory' 'Box.ov:Not a directory'; do
+  folder=${reason%%:*}
+  TMPDIR=$folder "$host" run Short.ov >output 2>errors
+  expect "TMPDIR=$folder: status" 1 $?
+  expect "TMPDIR=$folder: message" \
+    "ClassNotFoundException: Cannot make a folder in '$folder', which TMPDIR names: ${reason#*:}" "$(head -1 errors)"
+  expect "TMPDIR=$folder, which is not needed" plain "$(TMPDIR=$folder "$host" run Plain.ov 2>&1)"
+done
+
+# A link that someone planted under a name that could be guessed: nothing is written through it.
+echo precious >victim
+expected=$(cat victim)
+rm -f Box.o
+sh -c 'for n in 0 1 2; do ln -s victim "Box.o.$$.$n.tmp"; done; exec "$0" run Maker.ov' "$host"
+expect 'planted link: status' 0 $?
+expect 'planted link: its target' "$expected" "$(cat victim)"
+[ -s Box.o ] || fail 'planted link: no object'
+
+# A class of the longest name that a folder holds.
+name=$(printf 'N%.0s' $(seq 252))
+echo "class $name<T> { static String of() { return \"long\"; } static void main() { Console.print(
+  ClassLoader.getTypeByName(\"$name<int>\").call(\"of\")); ClassLoader.precompileSources([\"$name.ov\"]); } }" >"$name.ov"
+echo "class Long { static void main() { ClassLoader.precompileSources([\"$name.ov\"]);
+  Console.print(ClassLoader.getTypeByName(\"$name<int>\").call(\"of\")); } }" >Long.ov
+expect 'long name' long "$("$host" run Long.ov 2>&1)"
+[ -s "$name.o" ] || fail 'long name: no object'
+expect_no_files 'long name'
+exit $failures
