@@ -4,7 +4,7 @@
 #include <llvm/ADT/StringExtras.h>
 #include <llvm/IR/Constants.h>
 #include <llvm/IR/GlobalVariable.h>
-#include <llvm/Object/ObjectFile.h>
+#include <llvm/Object/ELFObjectFile.h>
 #include <llvm/Support/BLAKE3.h>
 #include <llvm/Support/JSON.h>
 #include <llvm/Support/SHA256.h>
@@ -44,20 +44,27 @@ std::string objectPathOf(const std::string& sourcePath) {
   return path.replace_extension(".o").string();
 }
 
-/// The digest covers the whole file, with zeros in its own place.
-static std::string digestEntry(const std::string& digest) { return "\"digest\":\"" + digest + "\""; }
+// The digest of the whole file, with zeros in its own place.
+constexpr const char* wholeDigest = "digest";
+// The digest of what tells a linker where everything lies. It is apart from the other so that no tool which puts that
+// one right has code linked from another place, of another size or for another use.
+constexpr const char* layoutDigest = "layout";
+
+static std::string digestEntry(const char* key, const std::string& digest) {
+  return "\"" + std::string(key) + "\":\"" + digest + "\"";
+}
 
 static std::string noDigest() { return std::string(64, '0'); }
 
 /// Puts one digest in the place of another. Throws when the header, a part of the bytes, does not hold the other.
-static std::string replaceDigest(llvm::StringRef bytes, llvm::StringRef header, const std::string& from,
-                                 const std::string& to) {
-  const std::string entry = digestEntry(from);
+static std::string replaceDigest(llvm::StringRef bytes, llvm::StringRef header, const char* key,
+                                 const std::string& from, const std::string& to) {
+  const std::string entry = digestEntry(key, from);
   const std::size_t inHeader = header.find(entry);
   if (inHeader == llvm::StringRef::npos) throw std::runtime_error("the digest is not there");
   std::string replaced = bytes.str();
   const auto headerBegin = static_cast<std::size_t>(header.data() - bytes.data());
-  return replaced.replace(headerBegin + inHeader, entry.size(), digestEntry(to));
+  return replaced.replace(headerBegin + inHeader, entry.size(), digestEntry(key, to));
 }
 
 void addHeader(llvm::Module& module, const ObjectFile& object) {
@@ -65,7 +72,8 @@ void addHeader(llvm::Module& module, const ObjectFile& object) {
                       {"abi", object.abi},
                       {"target", object.target},
                       {"dialect", object.dialect},
-                      {"digest", noDigest()},
+                      {wholeDigest, noDigest()},
+                      {layoutDigest, noDigest()},
                       {"initialisers", json::Array(object.initialisers)},
                       {"natives", json::Array(object.natives)}};
   std::string text;
@@ -84,6 +92,19 @@ static std::unique_ptr<llvm::object::ObjectFile> parseElf(llvm::MemoryBufferRef 
   auto parsed = llvm::object::ObjectFile::createELFObjectFile(bytes);
   if (!parsed) throw std::runtime_error(llvm::toString(parsed.takeError()));
   return std::move(*parsed);
+}
+
+/// The digest of the ELF header and the section table.
+static std::string layoutOf(const llvm::object::ObjectFile& object) {
+  const auto* elf = llvm::dyn_cast<llvm::object::ELF64LEObjectFile>(&object);
+  if (elf == nullptr) throw std::runtime_error("it is no ELF object of 64 bits in little-endian order");
+  const auto& file = elf->getELFFile();
+  auto sections = file.sections();
+  if (!sections) throw std::runtime_error(llvm::toString(sections.takeError()));
+  const auto bytesOf = [](const auto* first, std::size_t count) {
+    return llvm::StringRef(reinterpret_cast<const char*>(first), count * sizeof *first);
+  };
+  return objectDigest((bytesOf(&file.getHeader(), 1) + bytesOf(sections->data(), sections->size())).str());
 }
 
 /// The header's text, a part of the object's bytes.
@@ -125,9 +146,13 @@ static int64_t numberOf(const json::Object& header, const char* key) {
   return *number;
 }
 
-static void checkDigest(const std::string& digest, llvm::StringRef header, llvm::StringRef bytes) {
-  if (objectDigest(replaceDigest(bytes, header, digest, noDigest())) != digest) {
+static void checkDigests(const llvm::object::ObjectFile& object, llvm::StringRef text, const json::Object& header) {
+  const std::string digest = textOf(header, wholeDigest);
+  if (objectDigest(replaceDigest(object.getData(), text, wholeDigest, digest, noDigest())) != digest) {
     throw std::runtime_error("its bytes are not those that were written");
+  }
+  if (layoutOf(object) != textOf(header, layoutDigest)) {
+    throw std::runtime_error("its ELF header or section table is not the one that was written");
   }
 }
 
@@ -147,7 +172,7 @@ static std::optional<ObjectFile> parseObject(const std::string& path, const llvm
   object.abi = numberOf(*header, "abi");
   // What else a header of another version holds is not known.
   if (object.abi != currentObjectAbi) return object;
-  checkDigest(textOf(*header, "digest"), *text, bytes.getBuffer());
+  checkDigests(*parsed, *text, *header);
   object.identity = textOf(*header, "identity");
   object.target = textOf(*header, "target");
   object.dialect = textOf(*header, "dialect");
@@ -187,10 +212,14 @@ void checkObject(const ObjectFile& object, const std::string& identity, const st
   requireEqual(object, "source identity", object.identity, identity);
 }
 
-/// Tells whether a file is an ELF object with our section, whatever else is wrong with it.
+/// Tells whether what is there is an ELF object with our section, whatever else is wrong with it. Throws when it
+/// cannot be read.
 static bool isOurs(const std::string& path) {
+  std::error_code error;
+  const fs::file_type type = fs::status(path, error).type();
+  if (type != fs::file_type::regular && type != fs::file_type::none) return false;
+  const auto bytes = readFile(path);
   try {
-    const auto bytes = readFile(path);
     const auto parsed = parseElf(bytes->getMemBufferRef());
     return parsed != nullptr && findHeader(*parsed).has_value();
   } catch (const std::runtime_error&) {
@@ -198,18 +227,22 @@ static bool isOurs(const std::string& path) {
   }
 }
 
-static std::string withDigest(const std::string& bytes) {
+/// Fills in a digest. Throws when the bytes have no place for it.
+static std::string withDigest(const std::string& bytes, const char* key,
+                              std::string (*digestOf)(const llvm::object::ObjectFile&)) {
   const auto parsed = parseElf({bytes, ""});
   const auto header = parsed == nullptr ? std::nullopt : findHeader(*parsed);
-  return replaceDigest(bytes, header.value_or(""), noDigest(), objectDigest(bytes));
+  return replaceDigest(bytes, header.value_or(""), key, noDigest(), header ? digestOf(*parsed) : "");
 }
+
+static std::string digestOfAll(const llvm::object::ObjectFile& object) { return objectDigest(object.getData()); }
 
 void writeObject(const ObjectFile& object, const std::string& bytes) {
   std::error_code error;
   if (fs::exists(fs::symlink_status(object.path, error)) && !isOurs(object.path)) {
     throw std::runtime_error("'" + object.path + "' is not an object of this compiler, and is not overwritten");
   }
-  writeFile(object.path, withDigest(bytes));
+  writeFile(object.path, withDigest(withDigest(bytes, layoutDigest, layoutOf), wholeDigest, digestOfAll));
 }
 
 }  // namespace orva::compiler

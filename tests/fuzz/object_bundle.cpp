@@ -26,9 +26,9 @@ namespace {
 
 constexpr std::size_t digestSize = 64;
 
-/// Where the digits of the digest begin; npos when there are none.
-std::size_t findDigest(const std::string& bytes) {
-  static const std::string key = "\"digest\":\"";
+/// Where the digits of a digest begin; npos when there are none.
+std::size_t findDigest(const std::string& bytes, const std::string& name = "digest") {
+  const std::string key = "\"" + name + "\":\"";
   const std::size_t at = bytes.find(key);
   if (at == std::string::npos || at + key.size() + digestSize > bytes.size()) return std::string::npos;
   return at + key.size();
@@ -125,9 +125,11 @@ void checkBundle(const ObjectFile& object) {
 /// A file is written over by an object of this compiler only when it is one too.
 void checkWriting(const std::string& bytes, bool isObject) {
   const std::string& whole = Objects::get().whole().front();
+  std::string blank = whole;
+  for (const char* name : {"digest", "layout"}) blank = withDigest(blank, findDigest(blank, name), noDigest());
   ObjectFile object;
   object.path = Objects::get().path();
-  const bool refused = isRefused([&] { writeObject(object, withDigest(whole, findDigest(whole), noDigest())); });
+  const bool refused = isRefused([&] { writeObject(object, blank); });
   require(readFile(object.path) == (refused ? bytes : whole), "a refused file is changed, or another one is not");
   require(!refused || !isObject, "an object is not written over");
   require(refused || bytes.find(".orva.object") != std::string::npos, "a file that is no object is written over");

@@ -1,13 +1,21 @@
 // Object files: what their header says, that every check is made, and that no half object is ever seen.
 #include "reference_host/compiler/object_file.h"
 
+#include <elf.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <csignal>
+#include <cstddef>
+#include <cstring>
+#include <random>
+#include <set>
+#include <thread>
 
 #include "reference_host/compiler/context.h"
 #include "temporary_folder.h"
@@ -39,11 +47,17 @@ static void replaceOnce(std::string& text, const std::string& from, const std::s
   text.replace(at, from.size(), to);
 }
 
-/// Rewrites A.o with another text in its header, and a digest that fits.
+/// Puts 64 digits behind a key of the header.
+static std::string withDigits(std::string bytes, const std::string& key, const std::string& digits) {
+  const std::string begin = "\"" + key + "\":\"";
+  return bytes.replace(bytes.find(begin) + begin.size(), 64, digits);
+}
+
+static const std::string noDigits(64, '0');
+
+/// Rewrites A.o with another text in its header, and digests that fit.
 static void changeHeader(const std::string& from, const std::string& to) {
-  std::string bytes = readFile("A.o");
-  const std::size_t digest = bytes.find("\"digest\":\"") + 10;
-  bytes.replace(digest, 64, std::string(64, '0'));
+  std::string bytes = withDigits(withDigits(readFile("A.o"), "digest", noDigits), "layout", noDigits);
   replaceOnce(bytes, from, to);
   ObjectFile object;
   object.path = "A.o";
@@ -216,6 +230,90 @@ TEST(ObjectFile, EveryByteThatChangedIsFound) {
   }
 }
 
+/// The bytes that say where everything lies, but for those that name the format: the ELF header and the section table.
+static std::vector<std::size_t> layoutBytes(const std::string& bytes) {
+  uint64_t table = 0;
+  std::memcpy(&table, &bytes[offsetof(Elf64_Ehdr, e_shoff)], sizeof table);
+  std::vector<std::size_t> places;
+  for (std::size_t at = SELFMAG; at < sizeof(Elf64_Ehdr); ++at) places.push_back(at);
+  for (std::size_t at = table; at < bytes.size(); ++at) places.push_back(at);
+  return places;
+}
+
+/// Writes A.o with a digest of the whole file that fits, and tells why it is not loaded.
+static std::string refusalOf(const std::string& bytes) {
+  const std::string blank = withDigits(bytes, "digest", noDigits);
+  writeFile("A.o", withDigits(bytes, "digest", orva::compiler::objectDigest(blank)));
+  return failureOf([] { activeContext().loader.loadBundle({"A.o"}, {sourceIdentity(source)}); });
+}
+
+TEST(ObjectFile, EveryChangeOfTheLayoutIsRefusedThoughTheDigestFits) {
+  const Workspace workspace;
+  const std::string whole = compiled();
+  for (const std::size_t at : layoutBytes(whole)) {
+    for (int bit = 0; bit < 8; ++bit) {
+      std::string bytes = whole;
+      bytes[at] = static_cast<char>(bytes[at] ^ (1 << bit));
+      const std::string refusal = refusalOf(bytes);
+      // Some leave nothing that can be read as an object.
+      ASSERT_EQ(refusal.rfind("'A.o' is ", 0), 0U) << "byte " << at << ", bit " << bit << ": " << refusal;
+    }
+  }
+  EXPECT_EQ(typeCounts(), (std::vector<std::size_t>{0, 0}));
+}
+
+TEST(ObjectFile, RandomChangesOfTheLayoutAreRefusedThoughTheDigestFits) {
+  const Workspace workspace;
+  const std::string whole = compiled();
+  const std::vector<std::size_t> places = layoutBytes(whole);
+  std::minstd_rand random(1);
+  const auto below = [&random](std::size_t size) {
+    return std::uniform_int_distribution<std::size_t>(0, size - 1)(random);
+  };
+  for (int round = 0; round < 3000; ++round) {
+    std::string bytes = whole;
+    // Runs of up to eight bytes, which are whole fields, with few and with many bits.
+    for (std::size_t changes = 1 + below(4); changes > 0; --changes) {
+      const std::size_t first = below(places.size());
+      const std::size_t end = std::min(first + 1 + below(8), places.size());
+      const auto filler = static_cast<char>(below(256));
+      for (std::size_t i = first; i < end; ++i)
+        bytes[places[i]] = round % 2 == 0 ? filler : static_cast<char>(below(256));
+    }
+    if (bytes == whole) continue;
+    const std::string refusal = refusalOf(bytes);
+    ASSERT_EQ(refusal.rfind("'A.o' is ", 0), 0U) << "round " << round << ": " << refusal;
+  }
+  EXPECT_EQ(typeCounts(), (std::vector<std::size_t>{0, 0}));
+}
+
+TEST(ObjectFile, IsDamagedWhenItIsCutShortWhileItIsRead) {
+  const Workspace workspace;
+  const std::string whole = compiled(source + "// " + std::string(100, 'x'));
+  const std::string identity = readObject("A.o").identity;
+  std::atomic<bool> isOver{false};
+  std::thread cutter([&] {
+    while (!isOver) {
+      writeFile("A.o", whole);
+      for (std::size_t size = whole.size(); size > 0 && !isOver; size /= 2) fs::resize_file("A.o", size);
+    }
+  });
+  std::set<std::string> seen;
+  for (int round = 0; round < 2000; ++round) {
+    seen.insert(failureOf([] { readObject("A.o"); }).substr(0, 9));
+  }
+  isOver = true;
+  cutter.join();
+  // Damaged, or no object at all: an empty file, say.
+  seen.erase("nothing");
+  EXPECT_EQ(seen, std::set<std::string>{"'A.o' is "});
+  // What was read stays readable, whatever becomes of the file.
+  writeFile("A.o", whole);
+  const ObjectFile object = readObject("A.o");
+  fs::resize_file("A.o", 0);
+  EXPECT_EQ(object.bytes->getBuffer(), whole);
+}
+
 TEST(ObjectFile, EveryTruncationIsFound) {
   const Workspace workspace;
   const std::string whole = compiled();
@@ -247,6 +345,30 @@ TEST(ObjectFile, IsNotWrittenOverWhatIsNotOurs) {
   fs::create_symlink("nowhere", "A.o");
   EXPECT_EQ(failureOf(compile), refused);
   EXPECT_FALSE(fs::exists("nowhere"));
+  fs::remove("A.o");
+  fs::create_symlink("A.o", "A.o");
+  EXPECT_EQ(failureOf(compile), "Cannot read 'A.o': Too many levels of symbolic links");
+}
+
+TEST(ObjectFile, ThatMayNotBeReadIsNotCalledAForeignOne) {
+  const Workspace workspace;
+  compiled();
+  fs::permissions(".", fs::perms::owner_all | fs::perms::group_all | fs::perms::others_all);
+  fs::permissions("A.o", fs::perms::none);
+  const WithoutRights nobody;
+  EXPECT_EQ(failureOf([] { activeContext().loader.precompile("A.ov"); }), "Cannot read 'A.o': Permission denied");
+  EXPECT_EQ(failureOf([] { readObject("A.o"); }), "Cannot read 'A.o': Permission denied");
+}
+
+TEST(ObjectFile, TakesThePlaceOfALinkAndNotOfWhatItLeadsTo) {
+  const Workspace workspace;
+  const std::string whole = compiled();
+  writeFile("B.ov", "class B { }");
+  fs::rename("A.o", "Elsewhere.o");
+  fs::create_symlink("Elsewhere.o", "B.o");
+  activeContext().loader.precompile("B.ov");
+  EXPECT_FALSE(fs::is_symlink("B.o"));
+  EXPECT_EQ(readFile("Elsewhere.o"), whole);
 }
 
 TEST(ObjectFile, IsWrittenOverADamagedOneOfOurs) {
@@ -291,8 +413,6 @@ TEST(ObjectFile, AKilledWriterLeavesNoHalfObject) {
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
     ASSERT_EQ(readFile("A.o"), whole);
   }
-  // What a killed writer may leave beside it disturbs nobody.
-  writeFile("A.o." + std::to_string(getpid()) + ".0.tmp", whole.substr(0, 100));
-  writeFile("A.o." + std::to_string(getpid()) + ".1.tmp", whole.substr(0, 100));
+  // What a killed writer may have left beside it disturbs nobody.
   EXPECT_EQ(compiled(), whole);
 }
