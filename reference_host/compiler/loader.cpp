@@ -1,13 +1,11 @@
 // One load at a time: compile or check everything, link it, then register it all at once.
 #include "reference_host/compiler/loader.h"
 
-#include <llvm/ADT/ScopeExit.h>
 #include <llvm/ExecutionEngine/Orc/ThreadSafeModule.h>
 #include <llvm/Linker/Linker.h>
-#include <llvm/Support/ThreadPool.h>
 
 #include <algorithm>
-#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <future>
 #include <stdexcept>
@@ -18,6 +16,7 @@
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/generic_instances.h"
 #include "reference_host/compiler/object_file.h"
+#include "reference_host/compiler/workers.h"
 #include "reference_host/language/parser.h"
 #include "reference_host/runtime/type_registry.h"
 
@@ -218,17 +217,20 @@ void Loader::precompile(const std::string& path) {
 }
 
 void Loader::precompile(const std::vector<std::string>& paths, const std::function<void(const std::string&)>& done) {
-  std::atomic<bool> isOver{false};
-  llvm::DefaultThreadPool cores;
-  // The pool runs all that waits in it before it is destroyed.
-  const auto skipTheRest = llvm::make_scope_exit([&isOver] { isOver = true; });
-  std::vector<std::shared_future<BuiltObject>> objects;
+  std::vector<std::packaged_task<BuiltObject()>> builds;
+  std::vector<std::future<BuiltObject>> objects;
   for (const std::string& path : paths) {
-    objects.push_back(cores.async([&] { return isOver ? BuiltObject() : build(path); }));
+    objects.push_back(builds.emplace_back([&] { return build(path); }).get_future());
   }
+  Workers workers(paths.size(), [&builds](std::size_t i) { builds[i](); });
+  const auto isBuilt = [&objects](std::size_t i) {
+    return objects[i].wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+  };
   for (std::size_t i = 0; i < paths.size(); ++i) {
-    const std::shared_future<BuiltObject> built = std::move(objects[i]);
-    writeObject(built.get().object, built.get().bytes);
+    while (!isBuilt(i) && workers.doNext()) {
+    }
+    const BuiltObject built = objects[i].get();
+    writeObject(built.object, built.bytes);
     done(paths[i]);
   }
 }

@@ -1,7 +1,10 @@
 // Loading sources and bundles: each once, and all of it or nothing.
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <set>
+#include <system_error>
+#include <thread>
 
 #include "classloader/natives.h"
 #include "reference_host/compiler/context.h"
@@ -303,6 +306,19 @@ TEST(Precompiling, StopsWhenTheListenerThrows) {
   EXPECT_EQ(failureOf([&] { orva::compiler::Compiler::precompileSources(writeSources(20), nullptr, listener); }),
             "enough");
   for (int i = 0; i < 20; ++i) EXPECT_EQ(fs::exists("C" + std::to_string(i) + ".o"), i < 6) << i;
+}
+
+TEST(Precompiling, GoesOnWithoutThreads) {
+  const Workspace workspace;
+  const std::vector<std::string> sources = writeSources(5);
+  // No address space has room for such a stack.
+  pthread_attr_t huge;
+  ASSERT_EQ(pthread_attr_init(&huge), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&huge, std::size_t{1} << 47U), 0);
+  ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+  EXPECT_THROW(std::thread([] {}).join(), std::system_error);
+  precompile(sources);
+  for (const std::string& source : sources) EXPECT_TRUE(fs::exists(orva::compiler::objectPathOf(source)));
 }
 
 TEST(Precompiling, OfNothingBuildsNothing) {

@@ -1,0 +1,40 @@
+// As many threads as there are cores, as far as the system makes them.
+#include "reference_host/compiler/workers.h"
+
+#include <llvm/Support/Threading.h>
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace orva::compiler {
+
+Workers::Workers(std::size_t count, std::function<void(std::size_t)> job) : count_(count), job_(std::move(job)) {
+  // The caller's thread works too. One job each needs no more threads.
+  const std::size_t wanted = std::min<std::size_t>(llvm::hardware_concurrency().compute_thread_count(), count_);
+  threads_.reserve(wanted);
+  try {
+    while (threads_.size() + 1 < wanted) {
+      threads_.emplace_back([this] {
+        while (doNext()) {
+        }
+      });
+    }
+  } catch (const std::exception&) {
+    // There is no room for more threads.
+  }
+}
+
+Workers::~Workers() {
+  next_ = count_;
+  for (std::thread& each : threads_) each.join();
+}
+
+bool Workers::doNext() {
+  const std::size_t job = next_++;
+  if (job >= count_) return false;
+  job_(job);
+  return true;
+}
+
+}  // namespace orva::compiler

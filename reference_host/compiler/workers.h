@@ -1,0 +1,34 @@
+// Jobs that are done on all cores.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <thread>
+#include <vector>
+
+namespace orva::compiler {
+
+/// Runs each of several jobs once, beginning with the first. Where no thread can be made, the caller's is enough.
+class Workers {
+ public:
+  /// @param job does the job of a number below `count`, on any thread; throws nothing.
+  Workers(std::size_t count, std::function<void(std::size_t)> job);
+
+  /// Begins no further job, and waits for those that run.
+  ~Workers();
+  Workers(const Workers&) = delete;
+  Workers& operator=(const Workers&) = delete;
+
+  /// Does the next job on this thread.
+  /// @return false when all have begun.
+  bool doNext();
+
+ private:
+  const std::size_t count_;
+  const std::function<void(std::size_t)> job_;
+  std::atomic<std::size_t> next_{0};
+  std::vector<std::thread> threads_;
+};
+
+}  // namespace orva::compiler
