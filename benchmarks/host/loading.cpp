@@ -38,7 +38,7 @@ static BareModule moduleOf(const FreshClass& fresh) {
   std::vector<orva::language::Diagnostic> diagnostics;
   auto context = std::make_unique<llvm::LLVMContext>();
   const compiler::ClassCatalog catalog(activeContext().classPath);
-  auto generated = compiler::generateClass(source, file, file.classes.front(), catalog, *context, diagnostics);
+  auto generated = compiler::generateClass({source, file, file.classes.front()}, catalog, *context, diagnostics);
   bareEngine().prepare(*generated.module);
   return {{std::move(generated.module), std::move(context)}, generated.initialiser};
 }
