@@ -3,6 +3,7 @@
 
 #include "reference_host/compiler/method_generator.h"
 #include "reference_host/compiler/module_builder.h"
+#include "reference_host/language/foreign_constructs.h"
 
 namespace orva::compiler {
 
@@ -107,7 +108,7 @@ class ClassGenerator {
 
   void requireType(const TypeName& type) {
     if (!scope_.catalog.resolveType(type, scope_.names)) {
-      scope_.diagnostics.push_back({type.position, "unknown type '" + type.text() + "'"});
+      scope_.diagnostics.push_back({type.position, language::unknownType(type.text(), type.name)});
     }
   }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "reference_host/compiler/method_generator.h"
+#include "reference_host/language/foreign_constructs.h"
 
 namespace orva::compiler {
 
@@ -74,7 +75,7 @@ MethodGenerator::Value MethodGenerator::generate(const language::NullLiteral&, P
 
 MethodGenerator::Value MethodGenerator::generate(const language::NameUse& use, Position position, const std::string&) {
   const Variable* variable = findVariable(use.name);
-  if (variable == nullptr) fail(position, "unknown variable '" + use.name + "'");
+  if (variable == nullptr) fail(position, language::unknownVariable(use.name));
   return {ir_.CreateLoad(variable->place->getAllocatedType(), variable->place), variable->type};
 }
 
@@ -142,9 +143,10 @@ MethodGenerator::Value MethodGenerator::generate(const language::MemberChain& ch
   Value value{};
   if (name != nullptr && findVariable(name->name) == nullptr) {
     std::string className = name->name;
+    if (className == "this" || className == "super") fail(position, language::unknownVariable(className));
     const std::size_t call = firstCall(chain.members);
     for (std::size_t i = 0; i < call; ++i) className += "." + chain.members[i].name;
-    if (call == chain.members.size()) fail(position, "unknown variable '" + className + "'");
+    if (call == chain.members.size()) fail(position, language::unknownVariable(className));
     value = staticCall(className, chain.members[call], call + 1 == chain.members.size() ? wanted : "");
     next = call + 1;
   } else {
@@ -254,7 +256,7 @@ MethodGenerator::Value MethodGenerator::memberCall(const Value& receiver, const 
   if (!runtime::isPointerType(receiver.type)) {
     fail(member.position, "'." + member.name + "' needs an object: found " + receiver.type);
   }
-  if (!member.isCall) fail(member.position, "'." + member.name + "' is no call: expected '('");
+  if (!member.isCall) fail(member.position, "expected '(' after '." + member.name + "'");
   operation("requireReceiver", builder_.typeOf("void"),
             {receiver.value, builder_.text(member.name), builder_.location(member.position)});
   if (receiver.type == "Type" && member.name == "call") return typeCall(receiver, member);

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "reference_host/language/foreign_constructs.h"
+
 namespace orva::compiler {
 
 using language::Position;
@@ -94,7 +96,7 @@ void MethodGenerator::generate(const language::Declaration& declaration, Positio
 
 void MethodGenerator::generate(const language::Assignment& assignment, Position position) {
   const Variable* variable = findVariable(assignment.name);
-  if (variable == nullptr) fail(position, "unknown variable '" + assignment.name + "'");
+  if (variable == nullptr) fail(position, language::unknownVariable(assignment.name));
   llvm::AllocaInst* place = variable->place;
   ir_.CreateStore(valueOf(assignment.value, std::string(variable->type)), place);
 }
@@ -195,7 +197,7 @@ MethodGenerator::Variable& MethodGenerator::declareVariable(const std::string& n
 
 std::string MethodGenerator::resolved(const language::TypeName& type) {
   const auto found = scope_.catalog.resolveType(type, scope_.names);
-  if (!found) fail(type.position, "unknown type '" + type.text() + "'");
+  if (!found) fail(type.position, language::unknownType(type.text(), type.name));
   return *found;
 }
 

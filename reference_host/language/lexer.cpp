@@ -4,6 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdio>
+
+#include "reference_host/language/foreign_constructs.h"
+#include "reference_host/language/printable_text.h"
 
 namespace orva::language {
 
@@ -37,16 +41,27 @@ bool isQualifiedName(std::string_view text) {
 
 namespace {
 
+/// Text that is no token.
+struct Fault {
+  Position position;
+  std::string message;
+  std::size_t begin;  ///< where the character stands that begins no token; otherwise the end of the text
+};
+
 class Lexer {
  public:
-  explicit Lexer(const SourceText& source) : source_(source), text_(source.text) {}
+  explicit Lexer(const SourceText& source) : text_(source.text), at_(source.start()) {}
 
   std::vector<Token> run() {
     std::vector<Token> tokens;
-    do {
-      skipBlanks();
-      tokens.push_back(next());
-    } while (tokens.back().kind != TokenKind::end);
+    try {
+      do {
+        skipBlanks();
+        tokens.push_back(next());
+      } while (tokens.back().kind != TokenKind::end);
+    } catch (const Fault& fault) {
+      tokens.push_back({TokenKind::fault, fault.message, 0, fault.position, fault.begin, fault.begin});
+    }
     return tokens;
   }
 
@@ -65,7 +80,7 @@ class Lexer {
   }
 
   [[noreturn]] void fail(Position position, const std::string& message) const {
-    throw SourceError(source_, position, message);
+    throw Fault{position, message, text_.size()};
   }
 
   void skipBlanks() {
@@ -86,7 +101,7 @@ class Lexer {
   void skipBlockComment() {
     const Position start = position_;
     const std::size_t end = text_.find("*/", at_ + 2);
-    if (end == std::string_view::npos) fail(start, "this comment has no end: expected '*/'");
+    if (end == std::string_view::npos) fail(start, "unterminated comment: expected '*/'");
     while (at_ < end + 2) advance();
   }
 
@@ -121,7 +136,7 @@ class Lexer {
     token.kind = TokenKind::integer;
     const char* last = token.text.data() + token.text.size();
     const auto [stop, error] = std::from_chars(token.text.data(), last, token.value);
-    if (stop != last) fail(token.position, "'" + token.text + "' is not a number");
+    if (stop != last) fail(token.position, "'" + token.text + "' is not a number: expected decimal digits");
     if (error != std::errc())
       fail(token.position, "the number " + token.text + " is too large: expected at most 2^63-1");
   }
@@ -130,7 +145,7 @@ class Lexer {
     token.kind = TokenKind::string;
     advance();
     while (peek() != '"') {
-      if (atEnd() || peek() == '\n') fail(token.position, "this string has no end: expected '\"' on its line");
+      if (atEnd() || peek() == '\n') fail(token.position, "unterminated string: expected '\"' on its line");
       if (peek() == '\0') fail(position_, "a string cannot hold a zero byte");
       token.text += peek() == '\\' ? readEscape() : peek();
       advance();
@@ -154,22 +169,31 @@ class Lexer {
     token.kind = TokenKind::symbol;
     token.text = text_.substr(at_, (peek() == '=' || peek() == '!') && peek(1) == '=' ? 2 : 1);
     static constexpr std::string_view single = "{}()[]<>;,.=+";
-    if (token.text.size() == 1 && (single.find(peek()) == std::string_view::npos)) {
-      fail(position_, "unexpected character " + printable(peek()));
-    }
+    if (token.text.size() == 1 && single.find(peek()) == std::string_view::npos) failCharacter();
     for (std::size_t count = token.text.size(); count > 0; --count) advance();
   }
 
-  static std::string printable(char byte) {
-    if (byte > ' ' && byte < '\x7F') return std::string("'") + byte + "'";
-    static constexpr std::string_view digits = "0123456789ABCDEF";
-    const auto value = static_cast<unsigned char>(byte);
-    return std::string("0x") + digits[value >> 4U] + digits[value & 15U];
+  [[noreturn]] void failCharacter() const {
+    const std::string_view rest = text_.substr(at_);
+    if (at_ == 0 && (rest.substr(0, 2) == "\xFF\xFE" || rest.substr(0, 2) == "\xFE\xFF")) {
+      fail(position_, "this text is UTF-16: expected UTF-8");
+    }
+    const Character character = firstCharacter(rest);
+    const std::string_view spelling = rest.substr(0, character.size);
+    const std::string advice = adviceOn(Place::character, spelling);
+    throw Fault{position_, advice.empty() ? "unexpected character " + describe(character, spelling) : advice, at_};
   }
 
-  const SourceText& source_;
+  static std::string describe(const Character& character, std::string_view spelling) {
+    if (character.code > ' ' && character.code < 0x7F) return "'" + std::string(spelling) + "'";
+    std::array<char, 16> number{};
+    const bool isByte = character.size == 1;
+    std::snprintf(number.data(), number.size(), isByte ? "0x%02X" : "U+%04X", static_cast<unsigned>(character.code));
+    return isByte ? number.data() : "'" + printable(spelling) + "' (" + number.data() + ")";
+  }
+
   std::string_view text_;
-  std::size_t at_ = 0;
+  std::size_t at_;
   Position position_;
 };
 

@@ -11,15 +11,17 @@
 
 namespace orva::language {
 
-enum class TokenKind { name, keyword, string, integer, symbol, end };
+/// What a token is. A `fault` is text that is no token; nothing behind it is read.
+enum class TokenKind { name, keyword, string, integer, symbol, end, fault };
 
 struct Token {
   TokenKind kind = TokenKind::end;
-  /// The token as it is spelled; for a string, its characters with the escapes resolved.
+  /// The token as it is spelled; for a string, its characters with the escapes resolved; for a fault, what is wrong.
   std::string text;
   int64_t value = 0;  ///< of an integer
   Position position;
-  /// Where the token's spelling stands in the source: from `begin` up to `end`.
+  /// Where the token's spelling stands in the source: from `begin` up to `end`. A fault that is a character which
+  /// begins no token has no end of its own; any other fault stands at the end of the text.
   std::size_t begin = 0;
   std::size_t end = 0;
 
@@ -28,8 +30,8 @@ struct Token {
   }
 };
 
-/// Splits a source into tokens; the last one is of kind `end`. Comments and white space are dropped.
-/// Throws `SourceError` for a character, a string, a comment or a number that is none.
+/// Splits a source into tokens; the last one is of kind `end` or `fault`. A byte order mark, comments and white space
+/// are dropped.
 std::vector<Token> tokenize(const SourceText& source);
 
 /// Tells whether a text is one name: a letter or `_`, then letters, digits and `_`, and no keyword.

@@ -2,8 +2,10 @@
 #include "reference_host/language/parser.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
+#include "reference_host/language/foreign_constructs.h"
 #include "reference_host/language/lexer.h"
 
 namespace orva::language {
@@ -42,6 +44,7 @@ class Parser {
   }
 
   TypeName wholeType() {
+    if (source_.start() > 0) fail({}, "a type name cannot begin with a byte order mark");
     TypeName parsed = type();
     if (peek().kind != TokenKind::end) failExpected("the end of the type name");
     return parsed;
@@ -94,12 +97,75 @@ class Parser {
     throw SourceError(source_, position, message);
   }
 
+  /// Notes where a construct begins, so that an error in it can tell what it is in another language.
+  void begin(Place place) {
+    place_ = place;
+    start_ = at_;
+  }
+
+  /// Fails at a token, unless the construct that is open begins as one of another language does: then with that.
+  [[noreturn]] void refuse(const Token& token, const std::string& message) const {
+    const std::string advice = adviceOnStart();
+    fail(advice.empty() ? token.position : tokens_[start_].position, advice.empty() ? message : advice);
+  }
+
   [[noreturn]] void failExpected(const std::string& what) const {
     const Token& found = peek();
+    if (isWord(found)) refuseForeignWord(found);
+    if (found.kind == TokenKind::symbol || found.kind == TokenKind::fault) refuseForeignSymbol(found);
+    if (found.kind == TokenKind::fault) refuse(found, found.text);
     const std::string spelling = found.kind == TokenKind::end
                                      ? "the end of the text"
                                      : "'" + source_.text.substr(found.begin, found.end - found.begin) + "'";
-    fail(found.position, "expected " + what + ", found " + spelling);
+    refuse(found, "expected " + what + ", found " + spelling);
+  }
+
+  static bool isWord(const Token& token) { return token.kind == TokenKind::name || token.kind == TokenKind::keyword; }
+
+  std::string adviceOnStart() const {
+    if (!isWord(tokens_[start_])) return {};
+    const Token& next = tokens_[start_ + 1];
+    // A name of the program's own.
+    if (next.is("=") || next.is(".")) return {};
+    return adviceOn(place_, tokens_[start_].text);
+  }
+
+  void refuseForeignWord(const Token& found) const {
+    const bool followsElse = at_ > 0 && tokens_[at_ - 1].is("else");
+    const Place place = place_ == Place::statement ? Place::inStatement : Place::inDeclaration;
+    const std::string advice = adviceOn(place, followsElse ? "else " + found.text : found.text);
+    if (!advice.empty()) refuse(found, advice);
+  }
+
+  /// Symbols of other languages are several of this one, of which the first was taken for an operator.
+  void refuseForeignSymbol(const Token& found) const {
+    if (at_ == 0) return;
+    const Token& before = tokens_[at_ - 1];
+    const bool isOfArray = found.is("[") && isWord(before) && place_ == Place::member;
+    if (before.is(".") || (place_ != Place::statement && !isOfArray)) return;
+    if (found.is("<") && startsInstanceCall()) {
+      refuse(found, "a method of a generic class is called through its type, as in 'type.call(\"method\")'");
+    }
+    const std::string_view joined = foreignSymbol(std::string_view(source_.text).substr(before.begin));
+    if (before.kind == TokenKind::symbol && before.begin + joined.size() > found.begin) {
+      refuse(before, adviceOn(Place::symbol, joined));
+    }
+    const std::string_view symbol = foreignSymbol(std::string_view(source_.text).substr(found.begin));
+    if (!symbol.empty() && found.begin + symbol.size() >= found.end) refuse(found, adviceOn(Place::symbol, symbol));
+  }
+
+  /// Tells whether the `<` that comes next belongs to a type whose method is called.
+  bool startsInstanceCall() const {
+    std::size_t ahead = at_ - 1;
+    return skipType(ahead, depth_ + 1) && tokens_[ahead].is(".");
+  }
+
+  [[noreturn]] void failBareCall() const {
+    const Token& called = peek();
+    const std::string advice = adviceOn(Place::call, called.text);
+    refuse(called, advice.empty() ? "methods are called as 'Class." + called.text + "(…)': expected a class before '" +
+                                        called.text + "'"
+                                  : advice);
   }
 
   /// Reads `item { "," item }` up to `close`, which is taken; nothing at all is fine too.
@@ -150,13 +216,17 @@ class Parser {
     ClassDeclaration declared;
     const Position start = peek().position;
     const Modifiers found = modifiers();
+    begin(Place::file);
     if (found.isStatic || found.isNative) fail(start, "a class can only be public");
     expect("class");
     declared.position = peek().position;
     declared.name = name("the name of a class");
     if (accept("<")) addTypeParameters(declared);
     expect("{");
-    while (!accept("}")) addMethod(declared);
+    while (!accept("}")) {
+      if (peek().kind == TokenKind::end) failExpected("a method or '}'");
+      addMethod(declared);
+    }
     return declared;
   }
 
@@ -185,11 +255,18 @@ class Parser {
   MethodDeclaration method() {
     MethodDeclaration declared;
     const Modifiers found = modifiers();
+    begin(Place::member);
     declared.isStatic = found.isStatic;
     declared.isNative = found.isNative;
+    const Token& start = peek();
     declared.result = type();
-    declared.position = peek().position;
+    if (peek().is("(")) {
+      refuse(start, "expected the type of the result, such as 'void', before '" + declared.result.text() + "'");
+    }
+    const Token& named = peek();
+    declared.position = named.position;
     declared.name = name("the name of a method");
+    if (peek().is(";") || peek().is("=")) refuse(named, "there are no fields: a class holds methods only");
     expect("(");
     list(")", [&] { declared.parameters.push_back(parameter(declared.parameters)); });
     if (declared.isNative) {
@@ -221,6 +298,8 @@ class Parser {
 
   Statement statement() {
     const Position position = peek().position;
+    begin(Place::statement);
+    if (!startsStatement()) failExpected(peek().kind == TokenKind::end ? "a statement or '}'" : "a statement");
     if (accept("return")) return {position, returnStatement()};
     if (accept("if")) return {position, ifStatement()};
     if (accept("try")) return {position, tryStatement()};
@@ -232,6 +311,14 @@ class Parser {
       return {position, Assignment{std::move(target), valueBefore(";")}};
     }
     return {position, ExpressionStatement{valueBefore(";")}};
+  }
+
+  bool startsStatement() const {
+    static constexpr std::array<std::string_view, 9> starts = {"return", "if",   "try", "throw", "true",
+                                                               "false",  "null", "(",   "["};
+    const auto isStart = [this](std::string_view spelling) { return peek().is(spelling); };
+    const bool isSpelled = peek().kind == TokenKind::symbol || peek().kind == TokenKind::keyword;
+    return peek().kind != TokenKind::end && (!isSpelled || std::any_of(starts.begin(), starts.end(), isStart));
   }
 
   Expression valueBefore(std::string_view close) {
@@ -265,6 +352,9 @@ class Parser {
   Declaration declaration() {
     TypeName declaredType = type();
     std::string variable = name("the name of a variable");
+    if (peek().is(";") || peek().is(",")) {
+      refuse(peek(), "expected '=' and the value of variable '" + variable + "', found '" + peek().text + "'");
+    }
     expect("=");
     return {std::move(declaredType), std::move(variable), valueBefore(";")};
   }
@@ -296,9 +386,10 @@ class Parser {
   }
 
   Throw throwStatement() {
-    expect("new");
+    if (!accept("new")) failExpected("'new' and an exception, as in 'throw new Name(\"message\");'");
     std::string exceptionClass = name("the name of an exception class");
     expect("(");
+    if (peek().is(")")) failExpected("the message of the exception");
     Expression message = valueBefore(")");
     expect(";");
     return {std::move(exceptionClass), std::move(message)};
@@ -340,6 +431,9 @@ class Parser {
   Member member() {
     Member parsed;
     parsed.position = peek().position;
+    if (peek().kind == TokenKind::integer && tokens_[at_ - 2].kind == TokenKind::integer) {
+      refuse(tokens_[at_ - 2], "there are no fractions: expected an integer");
+    }
     parsed.name = name("a name after '.'");
     parsed.isCall = accept("(");
     if (parsed.isCall) list(")", [&] { parsed.arguments.push_back(expression()); });
@@ -360,7 +454,9 @@ class Parser {
     switch (peek().kind) {
       case TokenKind::string: return {position, StringLiteral{take().text}};
       case TokenKind::integer: return {position, IntegerLiteral{take().value}};
-      case TokenKind::name: return {position, NameUse{take().text}};
+      case TokenKind::name:
+        if (tokens_[at_ + 1].is("(")) failBareCall();
+        return {position, NameUse{take().text}};
       default: failExpected("an expression");
     }
   }
@@ -368,6 +464,8 @@ class Parser {
   const SourceText& source_;
   std::vector<Token> tokens_;
   std::size_t at_ = 0;
+  Place place_ = Place::file;
+  std::size_t start_ = 0;  ///< where the class, method or statement begins that is parsed, behind its modifiers
   int depth_ = 0;
 };
 

@@ -3,46 +3,55 @@
 
 #include <algorithm>
 
+#include "reference_host/language/printable_text.h"
+
 namespace orva::language {
+
+constexpr std::size_t mostDiagnostics = 20;
+
+std::size_t SourceText::start() const {
+  static constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  return text.compare(0, byteOrderMark.size(), byteOrderMark) == 0 ? byteOrderMark.size() : 0;
+}
+
+static std::string_view withoutCarriageReturn(std::string_view line) {
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
 
 std::vector<std::string_view> SourceText::lines() const {
   std::vector<std::string_view> all;
-  for (std::size_t begin = 0; begin <= text.size();) {
+  for (std::size_t begin = start(); begin <= text.size();) {
     const std::size_t end = std::min(text.find('\n', begin), text.size());
-    all.push_back(std::string_view(text).substr(begin, end - begin));
-    if (!all.back().empty() && all.back().back() == '\r') all.back().remove_suffix(1);
+    all.push_back(withoutCarriageReturn(std::string_view(text).substr(begin, end - begin)));
     begin = end + 1;
   }
   return all;
 }
 
 std::string_view SourceText::line(std::size_t number) const {
-  const std::vector<std::string_view> all = lines();
-  return number <= all.size() ? all[number - 1] : std::string_view();
+  std::string_view rest = std::string_view(text).substr(start());
+  for (; number > 1; --number) {
+    const std::size_t end = rest.find('\n');
+    if (end == std::string_view::npos) return {};
+    rest.remove_prefix(end + 1);
+  }
+  return withoutCarriageReturn(rest.substr(0, rest.find('\n')));
 }
 
-/// White space as wide as the text before a column: tabs stay tabs, the later bytes of a UTF-8 character take no room.
-static std::string indentation(std::string_view line, std::size_t column) {
-  std::string blanks;
-  for (const char byte : line.substr(0, column - 1)) {
-    const bool continues = (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-    if (!continues) blanks.push_back(byte == '\t' ? '\t' : ' ');
-  }
-  return blanks;
+static std::string describe(const SourceText& source, const Diagnostic& diagnostic) {
+  const auto& [position, message] = diagnostic;
+  const Excerpt shown = excerpt(source.line(position.line), position.column);
+  return printable(source.path) + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) +
+         ": error: " + printable(shortened(message)) + "\n  " + shown.text + "\n  " + shown.indentation + "^";
 }
 
 static std::string describe(const SourceText& source, const std::vector<Diagnostic>& diagnostics) {
   std::string text;
-  for (const auto& [position, message] : diagnostics) {
-    const std::string_view line = source.line(position.line);
-    if (!text.empty()) text += '\n';
-    text += source.path + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) +
-            ": error: " + message + "\n  ";
-    text += line;
-    // A message ends at its first zero byte wherever it is handed on as a C string.
-    std::replace(text.begin(), text.end(), '\0', ' ');
-    text += "\n  " + indentation(line, position.column) + "^";
-  }
+  const std::size_t shown = std::min(diagnostics.size(), mostDiagnostics);
+  for (std::size_t i = 0; i < shown; ++i) text += (i == 0 ? "" : "\n") + describe(source, diagnostics[i]);
+  const std::size_t more = diagnostics.size() - shown;
+  if (more > 0) text += "\nand " + std::to_string(more) + (more == 1 ? " more error" : " more errors");
   return text;
 }
 

@@ -20,6 +20,9 @@ struct SourceText {
   std::string path;
   std::string text;
 
+  /// Where the first line begins: behind a byte order mark.
+  std::size_t start() const;
+
   /// The texts of all lines, without their line ends.
   std::vector<std::string_view> lines() const;
 
@@ -33,8 +36,9 @@ struct Diagnostic {
   std::string message;
 };
 
-/// A source that does not compile. Its text holds one block for each diagnostic: `file:line:column: error: …`,
-/// the line, and a caret below the column.
+/// A source that does not compile. Its text holds a block for each of the first 20 diagnostics: `file:line:column:
+/// error: …`, the line, and a caret below the column. A last line tells how many more there are. The text is printable:
+/// it holds line ends and tabs, and no other control characters.
 class SourceError : public std::runtime_error {
  public:
   SourceError(const SourceText& source, const std::vector<Diagnostic>& diagnostics);

@@ -15,6 +15,7 @@
 #include "reference_host/compiler/class_catalog.h"
 #include "reference_host/compiler/class_generator.h"
 #include "reference_host/language/parser.h"
+#include "reference_host/language/printable_text.h"
 #include "target.h"
 
 using namespace orva::compiler;
@@ -51,28 +52,41 @@ static std::string_view trimmed(std::string_view line) {
   return line;
 }
 
-/// The line as a diagnostic shows it.
-static std::string shown(std::string_view line) {
-  std::string text = "  " + std::string(line);
-  std::replace(text.begin(), text.end(), '\0', ' ');
-  return text;
+/// Tells whether a diagnostic shows a line as it is: neither cut nor with escapes.
+static bool isPlain(std::string_view line) {
+  const auto isPrintable = [](char byte) { return byte == '\t' || (byte >= ' ' && byte <= '~'); };
+  const auto tabs = static_cast<std::size_t>(std::count(line.begin(), line.end(), '\t'));
+  return line.size() + 7 * tabs <= 120 && std::all_of(line.begin(), line.end(), isPrintable);
 }
 
 /// White space up to a caret that stands under the column.
 static std::string caret(std::string_view line, std::size_t column) {
-  std::string text = "  ";
-  for (const char byte : line.substr(0, column - 1)) {
-    if (byte == '\t') text += '\t';
-    if (byte != '\t' && (byte & 0xC0) != 0x80) text += ' ';
-  }
+  std::string text(line.substr(0, column - 1));
+  std::replace_if(text.begin(), text.end(), [](char byte) { return byte != '\t'; }, ' ');
   return text + '^';
 }
 
-/// A refusal is a block for each thing that is wrong: the place and the message, the line, a caret.
+/// The line and the caret below it, of a diagnostic for a place in a line.
+static void checkExcerpt(std::string_view line, std::size_t column, std::string_view shown, std::string_view mark) {
+  require(take(shown, "  ") && take(mark, "  ") && !mark.empty() && mark.back() == '^',
+          "no line, or no caret below it");
+  if (isPlain(line)) {
+    require(shown == line, "a diagnostic shows another line: " + std::string(shown));
+    require(mark == caret(line, column), "a caret stands elsewhere: " + std::string(mark));
+  }
+  // 120 characters of four bytes, with a mark on either side.
+  constexpr std::size_t mostBytes = 488;
+  require(shown.size() <= mostBytes && mark.size() <= 123, "a diagnostic shows too much of a line");
+}
+
+/// A refusal is a block for each of 20 things that are wrong: the place and the message, the line, a caret; and a last
+/// line for all others. It is printable.
 static void checkRefusal(const SourceText& source, const std::string& refusal) {
-  const std::vector<std::string_view> blocks = splitLines(refusal);
-  const std::vector<std::string_view> lines = splitLines(source.text);
-  require(blocks.size() % 3 == 0, "a diagnostic is not three lines:\n" + refusal);
+  require(refusal == printableLines(refusal), "a diagnostic is not printable:\n" + refusal);
+  std::vector<std::string_view> blocks = splitLines(refusal);
+  const std::vector<std::string_view> lines = splitLines(std::string_view(source.text).substr(source.start()));
+  if (blocks.size() == 3 * 20 + 1 && take(blocks.back(), "and ") && takeNumber(blocks.back()) > 0) blocks.pop_back();
+  require(blocks.size() % 3 == 0 && blocks.size() <= 60, "a diagnostic is not three lines:\n" + refusal);
   for (std::size_t i = 0; i < blocks.size(); i += 3) {
     std::string_view head = blocks[i];
     require(take(head, source.path + ":"), "a diagnostic does not name the file:\n" + refusal);
@@ -82,8 +96,7 @@ static void checkRefusal(const SourceText& source, const std::string& refusal) {
     require(line >= 1 && line <= lines.size(), "a diagnostic points to no line:\n" + refusal);
     const std::string_view text = lines[line - 1];
     require(column >= 1 && column <= text.size() + 1, "a diagnostic points behind its line:\n" + refusal);
-    require(blocks[i + 1] == shown(trimmed(text)), "a diagnostic shows another line:\n" + refusal);
-    require(blocks[i + 2] == caret(trimmed(text), column), "a caret stands elsewhere:\n" + refusal);
+    checkExcerpt(trimmed(text), column, blocks[i + 1], blocks[i + 2]);
   }
 }
 

@@ -38,8 +38,8 @@ TEST(File, RefusesPackagesThatAreNoQualifiedName) {
 }
 
 TEST(File, RefusesASecondPackage) {
-  EXPECT_TRUE(refuses("package a; ^package b; class A {}", "expected 'class', found 'package'"));
-  EXPECT_TRUE(refuses("class A {} ^package a;", "expected 'class', found 'package'"));
+  EXPECT_TRUE(refuses("package a; ^package b; class A {}", "'package' stands once, at the start of the file"));
+  EXPECT_TRUE(refuses("class A {} ^package a;", "'package' stands once, at the start of the file"));
 }
 
 TEST(File, NeedsAClass) {
@@ -54,7 +54,7 @@ TEST(File, HoldsItsClassesInOrder) {
 TEST(File, RefusesAnythingBetweenClasses) {
   EXPECT_TRUE(refuses("class A {}^;", "expected 'class', found ';'"));
   EXPECT_TRUE(refuses("class A {} ^}", "expected 'class', found '}'"));
-  EXPECT_TRUE(refuses("^void main() {}", "expected 'class', found 'void'"));
+  EXPECT_TRUE(refuses("^void main() {}", "expected 'class', found 'void': methods stand in classes"));
   EXPECT_TRUE(refuses("public ^", "expected 'class', found the end of the text"));
 }
 
@@ -69,7 +69,7 @@ TEST(Class, NeedsANameAndBraces) {
   EXPECT_TRUE(refuses("class ^new {}", "expected the name of a class, found 'new'"));
   EXPECT_TRUE(refuses("class a^.B {}", "expected '{', found '.'"));
   EXPECT_TRUE(refuses("class A^;", "expected '{', found ';'"));
-  EXPECT_TRUE(refuses("class A {\n^", "expected a type, found the end of the text"));
+  EXPECT_TRUE(refuses("class A {\n^", "expected a method or '}', found the end of the text"));
   EXPECT_TRUE(refuses("class A { ^; }", "expected a type, found ';'"));
 }
 
@@ -129,14 +129,14 @@ TEST(Method, HasABodyUnlessItIsNative) {
   EXPECT_TRUE(refuses("class A { void m()^; }", "expected '{', found ';'"));
   EXPECT_TRUE(refuses("class A { native void m() ^{} }", "expected ';', found '{'"));
   EXPECT_TRUE(refuses("class A { native void m() ^}", "expected ';', found '}'"));
-  EXPECT_TRUE(refuses("class A { void m() { ^", "expected an expression, found the end of the text"));
+  EXPECT_TRUE(refuses("class A { void m() { ^", "expected a statement or '}', found the end of the text"));
 }
 
 TEST(Method, NeedsATypeANameAndParentheses) {
-  EXPECT_TRUE(refuses("class A { m^() {} }", "expected the name of a method, found '('"));
+  EXPECT_TRUE(refuses("class A { ^m() {} }", "expected the type of the result, such as 'void', before 'm'"));
   EXPECT_TRUE(refuses("class A { void ^class() {} }", "expected the name of a method, found 'class'"));
   EXPECT_TRUE(refuses("class A { void m^{} }", "expected '(', found '{'"));
-  EXPECT_TRUE(refuses("class A { void m ^= 1; }", "expected '(', found '='"));
+  EXPECT_TRUE(refuses("class A { void ^m = 1; }", "there are no fields: a class holds methods only"));
   EXPECT_TRUE(refuses("class A { public ^}", "expected a type, found '}'"));
 }
 

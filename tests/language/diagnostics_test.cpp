@@ -87,10 +87,10 @@ TEST(SourceError, PointsAtTheEndOfTheText) {
             refusal("class A\n// behind"));
 }
 
-TEST(SourceError, ShowsZeroBytesAsBlanks) {
-  EXPECT_EQ("some folder/Main.ov:1:12: error: expected a class\n  /* a b c */\n             ^",
+TEST(SourceError, ShowsZeroBytes) {
+  EXPECT_EQ("some folder/Main.ov:1:12: error: expected a class\n  /* a\\x00b\\x00c */\n                   ^",
             refusal("/* a\0b\0c */"s));
-  EXPECT_EQ("some folder/Main.ov:1:8: error: unexpected character 0x00\n  class A {}\n         ^",
+  EXPECT_EQ("some folder/Main.ov:1:8: error: unexpected character 0x00\n  class A\\x00{}\n         ^",
             refusal("class A\0{}"s));
 }
 
@@ -106,8 +106,74 @@ TEST(SourceError, ShowsATokenAsItIsSpelled) {
 TEST(SourceError, SpeaksOfTheFirstErrorOnly) {
   EXPECT_EQ("some folder/Main.ov:1:7: error: expected the name of a class, found '('\n  class (\n        ^",
             refusal("class (\nclass )"));
-  EXPECT_EQ("some folder/Main.ov:2:7: error: unexpected character '#'\n  class #\n        ^",
+  EXPECT_EQ("some folder/Main.ov:1:7: error: expected the name of a class, found '('\n  class (\n        ^",
             refusal("class (\nclass #"));
+}
+
+TEST(SourceText, DropsAByteOrderMark) {
+  const SourceText source{"Main.ov",
+                          "\xEF\xBB\xBF"
+                          "one\n\xEF\xBB\xBFtwo"};
+  EXPECT_EQ("one", source.line(1));
+  EXPECT_EQ("\xEF\xBB\xBFtwo", source.line(2));
+  EXPECT_EQ((std::vector<std::string_view>{"one", "\xEF\xBB\xBFtwo"}), source.lines());
+  EXPECT_EQ("", (SourceText{"Main.ov", "\xEF\xBB\xBF"}.line(1)));
+}
+
+TEST(SourceError, CountsColumnsBehindAByteOrderMark) {
+  const std::string mark = "\xEF\xBB\xBF";
+  for (const std::string text :
+       {"class A", "clas A {}", "class A {}\nclass", "class A { void m() { é } }", "/* open"}) {
+    EXPECT_EQ(refusal(text), refusal(mark + text));
+  }
+  EXPECT_EQ("no error", refusal(mark + "class A {}"));
+  EXPECT_EQ("some folder/Main.ov:1:1: error: unexpected character '\\uFEFF' (U+FEFF)\n  \\uFEFFclass A {}\n  ^",
+            refusal(mark + mark + "class A {}"));
+}
+
+/// The text of so many errors, one in each line.
+std::string errors(std::size_t count) {
+  SourceText source{"Main.ov", ""};
+  std::vector<Diagnostic> diagnostics;
+  for (std::size_t i = 1; i <= count; ++i) {
+    source.text += "line " + std::to_string(i) + "\n";
+    diagnostics.push_back({{i, 1}, "number " + std::to_string(i)});
+  }
+  return SourceError(source, diagnostics).what();
+}
+
+TEST(SourceError, ShowsTwentyErrorsAndCountsTheOthers) {
+  std::string expected;
+  for (std::size_t count = 1; count <= 20; ++count) {
+    const std::string number = std::to_string(count);
+    expected += (count == 1 ? "" : "\n") + ("Main.ov:" + number + ":1: error: number ") + number + "\n  line " +
+                number + "\n  ^";
+    EXPECT_EQ(expected, errors(count));
+  }
+  EXPECT_EQ(expected + "\nand 1 more error", errors(21));
+  EXPECT_EQ(expected + "\nand 2 more errors", errors(22));
+  EXPECT_EQ(expected + "\nand 980 more errors", errors(1000));
+}
+
+TEST(SourceError, CutsALongLineAroundTheCaret) {
+  const SourceText source{"Main.ov", std::string(1000, 'a') + "!" + std::string(1000, 'b')};
+  EXPECT_EQ("Main.ov:1:1001: error: here\n  …" + std::string(60, 'a') + "!" + std::string(59, 'b') + "…\n  " +
+                std::string(61, ' ') + "^",
+            std::string(SourceError(source, Position{1, 1001}, "here").what()));
+}
+
+TEST(SourceError, CutsALongMessageInItsMiddle) {
+  const std::string name = std::string(600, 'a') + std::string(600, 'b');
+  const SourceError error({"Main.ov", "x"}, Position{1, 1}, name);
+  EXPECT_EQ("Main.ov:1:1: error: " + std::string(500, 'a') + "…" + std::string(500, 'b') + "\n  x\n  ^",
+            std::string(error.what()));
+}
+
+TEST(SourceError, IsPrintableWhateverItShows) {
+  const std::string bad = "\x1B[31m\x07\xFF\n\xC2\x9B";
+  const std::string shown = R"(\x1B[31m\x07\xFF\n\u009B)";
+  const SourceError error({bad, "a\x1B[31m\rb"}, Position{1, 8}, bad);
+  EXPECT_EQ(shown + ":1:8: error: " + shown + "\n  a\\x1B[31m\\rb\n             ^", std::string(error.what()));
 }
 
 TEST(SourceError, HoldsItsOwnText) {
@@ -119,7 +185,7 @@ TEST(SourceError, HoldsItsOwnText) {
     text = error.what();
   }
   EXPECT_EQ(
-      "gone.ov:1:26: error: expected a type, found the end of the text\n"
+      "gone.ov:1:26: error: expected a method or '}', found the end of the text\n"
       "  class A { void m() { x; }\n                           ^",
       text);
 }

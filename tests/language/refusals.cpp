@@ -4,15 +4,18 @@
 #include <algorithm>
 #include <utility>
 
+#include "reference_host/language/printable_text.h"
+
 namespace orva::language {
 
 static std::string expectedText(const SourceText& source, std::size_t place, const std::string& message) {
   const auto line = 1 + std::count(source.text.begin(), source.text.begin() + static_cast<std::ptrdiff_t>(place), '\n');
   const std::size_t before = place == 0 ? std::string::npos : source.text.rfind('\n', place - 1);
   const std::size_t start = before == std::string::npos ? 0 : before + 1;
-  const std::string shown = source.text.substr(start, source.text.find('\n', start) - start);
-  return source.path + ":" + std::to_string(line) + ":" + std::to_string(place - start + 1) + ": error: " + message +
-         "\n  " + shown + "\n  " + std::string(place - start, ' ') + "^";
+  const std::size_t column = place - start + 1;
+  const Excerpt shown = excerpt(source.text.substr(start, source.text.find('\n', start) - start), column);
+  return source.path + ":" + std::to_string(line) + ":" + std::to_string(column) + ": error: " + message + "\n  " +
+         shown.text + "\n  " + shown.indentation + "^";
 }
 
 testing::AssertionResult refuses(std::string marked, const std::string& message) {

@@ -85,9 +85,9 @@ TEST(Nesting, IsLimitedForTypeNames) {
     parseTypeName(nested(200));
     FAIL() << "no error";
   } catch (const SourceError& error) {
-    EXPECT_EQ(
-        "type name:1:401: error: " + std::string(tooDeep) + "\n  " + nested(200) + "\n  " + std::string(400, ' ') + "^",
-        error.what());
+    EXPECT_EQ("type name:1:401: error: " + std::string(tooDeep) + "\n  …" + repeated(30, "B<") + "C" +
+                  repeated(59, ">") + "…\n  " + std::string(61, ' ') + "^",
+              error.what());
   }
 }
 

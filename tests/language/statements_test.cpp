@@ -11,6 +11,9 @@
 namespace orva::language {
 namespace {
 
+const char* const notAssigned = "unexpected '=': only a variable is assigned, as in 'count = 1;', and '==' compares";
+const char* const notCompared = "there is no '<': values are compared with '==' and '!='";
+
 TEST(Statement, DeclaresAVariableWhereANameFollowsACompleteType) {
   EXPECT_EQ("(let int x 1)", parsedStatements("int x = 1;"));
   EXPECT_EQ("(let a.b.C x 1)", parsedStatements("a.b.C x = 1;"));
@@ -32,15 +35,15 @@ TEST(Statement, IsAnExpressionWhereNoNameFollowsAType) {
 TEST(Statement, AssignsToANameOnly) {
   EXPECT_EQ("(set x 1)", parsedStatements("x = 1;"));
   EXPECT_EQ("(set int (x == y))", parsedStatements("int = x == y;"));
-  EXPECT_TRUE(refusesBody("a.b ^= 1;", "expected ';', found '='"));
-  EXPECT_TRUE(refusesBody("(x) ^= 1;", "expected ';', found '='"));
-  EXPECT_TRUE(refusesBody("1 ^= 1;", "expected ';', found '='"));
-  EXPECT_TRUE(refusesBody("x = y ^= 1;", "expected ';', found '='"));
-  EXPECT_TRUE(refusesBody("x.m() ^= 1;", "expected ';', found '='"));
+  EXPECT_TRUE(refusesBody("a.b ^= 1;", notAssigned));
+  EXPECT_TRUE(refusesBody("(x) ^= 1;", notAssigned));
+  EXPECT_TRUE(refusesBody("1 ^= 1;", notAssigned));
+  EXPECT_TRUE(refusesBody("x = y ^= 1;", notAssigned));
+  EXPECT_TRUE(refusesBody("x.m() ^= 1;", notAssigned));
 }
 
 TEST(Statement, RefusesDeclarationsWithoutAValue) {
-  EXPECT_TRUE(refusesBody("int x^;", "expected '=', found ';'"));
+  EXPECT_TRUE(refusesBody("int x^;", "expected '=' and the value of variable 'x', found ';'"));
   EXPECT_TRUE(refusesBody("int x = ^;", "expected an expression, found ';'"));
   EXPECT_TRUE(refusesBody("int x = 1^, y = 2;", "expected ';', found ','"));
   EXPECT_TRUE(refusesBody("int x ^== 1;", "expected '=', found '=='"));
@@ -48,16 +51,17 @@ TEST(Statement, RefusesDeclarationsWithoutAValue) {
 }
 
 TEST(Statement, RefusesTypesThatAreNotComplete) {
-  EXPECT_TRUE(refusesBody("A^<> x = 1;", "expected ';', found '<'"));
-  EXPECT_TRUE(refusesBody("A^<B x = 1;", "expected ';', found '<'"));
-  EXPECT_TRUE(refusesBody("A^<B x y = 1;", "expected ';', found '<'"));
-  EXPECT_TRUE(refusesBody("A^<B,> x = 1;", "expected ';', found '<'"));
-  EXPECT_TRUE(refusesBody("A^<1> x = 1;", "expected ';', found '<'"));
+  EXPECT_TRUE(refusesBody("A^<> x = 1;", "there is no '<>': values are compared with '==' and '!='"));
+  EXPECT_TRUE(refusesBody("A^<B x = 1;", notCompared));
+  EXPECT_TRUE(refusesBody("A^<B x y = 1;", notCompared));
+  EXPECT_TRUE(refusesBody("A^<B,> x = 1;", notCompared));
+  EXPECT_TRUE(refusesBody("A^<1> x = 1;", notCompared));
   EXPECT_TRUE(refuses("class A { void m() { a.^", "expected a name after '.', found the end of the text"));
-  EXPECT_TRUE(refuses("class A { void m() { A^<B,", "expected ';', found '<'"));
+  EXPECT_TRUE(refuses("class A { void m() { A^<B,", notCompared));
   EXPECT_TRUE(refusesBody("a. ^= 1;", "expected a name after '.', found '='"));
-  EXPECT_TRUE(refusesBody("A^<B>.C x = 1;", "expected ';', found '<'"));
-  EXPECT_TRUE(refusesBody("^static int x = 1;", "expected an expression, found 'static'"));
+  EXPECT_TRUE(refusesBody("A^<B>.C x = 1;",
+                          "a method of a generic class is called through its type, as in 'type.call(\"method\")'"));
+  EXPECT_TRUE(refusesBody("^static int x = 1;", "'static' stands only before a class or a method"));
 }
 
 TEST(Statement, EndsWithASemicolon) {
@@ -65,8 +69,8 @@ TEST(Statement, EndsWithASemicolon) {
   EXPECT_TRUE(refuses("class A { void m() { x = 1 ^} }", "expected ';', found '}'"));
   EXPECT_TRUE(refuses("class A { void m() { return 1 ^} }", "expected ';', found '}'"));
   EXPECT_TRUE(refuses("class A { void m() { return ^} }", "expected an expression, found '}'"));
-  EXPECT_TRUE(refusesBody("^;", "expected an expression, found ';'"));
-  EXPECT_TRUE(refusesBody("^{ }", "expected an expression, found '{'"));
+  EXPECT_TRUE(refusesBody("^;", "expected a statement, found ';'"));
+  EXPECT_TRUE(refusesBody("^{ }", "expected a statement, found '{'"));
 }
 
 TEST(Statement, ReturnsAValueOrNone) {
@@ -85,10 +89,10 @@ TEST(Statement, HasConditions) {
 TEST(Statement, RefusesOtherConditions) {
   EXPECT_TRUE(refusesBody("if ^a {}", "expected '(', found 'a'"));
   EXPECT_TRUE(refusesBody("if (^) {}", "expected an expression, found ')'"));
-  EXPECT_TRUE(refusesBody("if (a ^= b) {}", "expected ')', found '='"));
+  EXPECT_TRUE(refusesBody("if (a ^= b) {}", notAssigned));
   EXPECT_TRUE(refusesBody("if (a) ^return;", "expected '{', found 'return'"));
-  EXPECT_TRUE(refusesBody("if (a) {} else ^if (b) {}", "expected '{', found 'if'"));
-  EXPECT_TRUE(refusesBody("^else {}", "expected an expression, found 'else'"));
+  EXPECT_TRUE(refusesBody("if (a) {} else ^if (b) {}", "there is no 'else if': expected 'else { if (…) { … } }'"));
+  EXPECT_TRUE(refusesBody("^else {}", "'else' stands behind the block of 'if'"));
 }
 
 TEST(Statement, CatchesExceptions) {
@@ -106,7 +110,7 @@ TEST(Statement, RefusesOtherCatches) {
   EXPECT_TRUE(refusesBody("try {} catch (Exception^) {}", "expected the name of a variable, found ')'"));
   EXPECT_TRUE(refusesBody("try {} catch (Exception e ^f) {}", "expected ')', found 'f'"));
   EXPECT_TRUE(refusesBody("try {} catch (Exception e)^;", "expected '{', found ';'"));
-  EXPECT_TRUE(refusesBody("try {} catch (A a) {} ^catch (B b) {}", "expected an expression, found 'catch'"));
+  EXPECT_TRUE(refusesBody("try {} catch (A a) {} ^catch (B b) {}", "'catch' stands once, behind the block of 'try'"));
 }
 
 TEST(Statement, ThrowsANewException) {
@@ -115,13 +119,16 @@ TEST(Statement, ThrowsANewException) {
 }
 
 TEST(Statement, RefusesOtherThrows) {
-  EXPECT_TRUE(refusesBody("throw ^e;", "expected 'new', found 'e'"));
+  EXPECT_TRUE(
+      refusesBody("throw ^e;", "expected 'new' and an exception, as in 'throw new Name(\"message\");', found 'e'"));
   EXPECT_TRUE(refusesBody("throw new ^\"A\"(1);", "expected the name of an exception class, found '\"A\"'"));
   EXPECT_TRUE(refusesBody("throw new a^.B(1);", "expected '(', found '.'"));
-  EXPECT_TRUE(refusesBody("throw new A(^);", "expected an expression, found ')'"));
+  EXPECT_TRUE(refusesBody("throw new A(^);", "expected the message of the exception, found ')'"));
   EXPECT_TRUE(refusesBody("throw new A(1^, 2);", "expected ')', found ','"));
   EXPECT_TRUE(refusesBody("throw new A(1)^.m();", "expected ';', found '.'"));
-  EXPECT_TRUE(refusesBody("x = ^new A(1);", "expected an expression, found 'new'"));
+  EXPECT_TRUE(
+      refusesBody("x = ^new A(1);",
+                  "'new' stands only in 'throw new Name(\"message\");': all other objects come from native methods"));
 }
 
 TEST(Statement, TellsWhereItStands) {

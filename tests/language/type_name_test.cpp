@@ -68,7 +68,7 @@ TEST(TypeName, RefusesWhatIsNoName) {
   EXPECT_EQ("type name:1:1: error: expected a type, found 'class'\n  class\n  ^", refusal("class"));
   EXPECT_EQ("type name:1:1: error: expected a type, found '\"A\"'\n  \"A\"\n  ^", refusal("\"A\""));
   EXPECT_EQ("type name:1:2: error: unexpected character '/'\n  a/B\n   ^", refusal("a/B"));
-  EXPECT_EQ("type name:1:2: error: unexpected character 0x00\n  A \n   ^", refusal(std::string("A\0", 2)));
+  EXPECT_EQ("type name:1:2: error: unexpected character 0x00\n  A\\x00\n   ^", refusal(std::string("A\0", 2)));
 }
 
 }  // namespace

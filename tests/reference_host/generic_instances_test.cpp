@@ -259,7 +259,9 @@ TEST(GenericInstances, MayHaveParametersInTypesOfTheRuntime) {
             "class Lists<T> { static int size() { ArrayList<T> list = [\"a\", \"b\"]; return list.size(); } }");
   ASSERT_NE(orva_ClassLoader_getTypeByName("Lists<String>"), nullptr);
   EXPECT_EQ(callMethod("Lists<String>", "size"), 2);
-  EXPECT_NE(failureOf([] { activeFindOrLoad("Lists<int>"); }).find("unknown type 'ArrayList<T>', in Lists<int>"),
+  EXPECT_NE(failureOf([] {
+              activeFindOrLoad("Lists<int>");
+            }).find("unknown type 'ArrayList<T>': expected 'ArrayList<String>', in Lists<int>"),
             std::string::npos);
 }
 
