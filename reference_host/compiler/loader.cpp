@@ -3,6 +3,7 @@
 
 #include <llvm/ExecutionEngine/Orc/ThreadSafeModule.h>
 #include <llvm/Linker/Linker.h>
+#include <llvm/Support/PrettyStackTrace.h>
 
 #include <algorithm>
 #include <chrono>
@@ -104,6 +105,7 @@ Loader::Compiled Loader::compile(const language::SourceText& source, const langu
 }
 
 void Loader::load(const std::string& path, Placement placement) {
+  const llvm::PrettyStackTraceFormat step("loading '%s'", path.c_str());
   const std::lock_guard<std::mutex> lock(mutex_);
   const std::string real = realPath(path);
   if (loaded_.count(real) != 0) return;
@@ -176,6 +178,7 @@ void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector
   std::vector<std::unique_ptr<CodeUnit>> units;
   runtime::Registration registration;
   for (CheckedObject& object : objects) {
+    const llvm::PrettyStackTraceFormat step("loading '%s'", object.file.path.c_str());
     units.push_back(engine_.newUnit());
     units.back()->add(std::move(object.file.bytes));
     registration.setSource(object.file.path);
@@ -190,6 +193,7 @@ void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector
 }
 
 Loader::BuiltObject Loader::build(const std::string& path) const {
+  const llvm::PrettyStackTraceFormat step("precompiling '%s'", path.c_str());
   ObjectFile object;
   object.path = objectPathOf(path);
   const language::SourceText source = readSource(path);

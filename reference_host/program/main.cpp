@@ -3,6 +3,8 @@
 #include <exception>
 
 #include "reference_host/compiler/context.h"
+#include "reference_host/language/printable_text.h"
+#include "reference_host/program/bug_report.h"
 #include "reference_host/program/options.h"
 #include "reference_host/program/run.h"
 #include "reference_host/program/signals.h"
@@ -32,7 +34,7 @@ static int run(const RunOptions& options) {
     reportUncaught(*thrown.exception);
   } catch (const std::exception& failure) {
     std::fflush(stdout);
-    std::fprintf(stderr, "%s\n", failure.what());
+    std::fprintf(stderr, "%s\n", orva::language::printableLines(failure.what()).c_str());
   } catch (...) {
     std::fflush(stdout);
     std::fputs("A native threw an object that is no std::exception\n", stderr);
@@ -42,5 +44,6 @@ static int run(const RunOptions& options) {
 
 int main(int argc, char** argv) {
   orva::program::cleanUpOnSignals();
+  orva::program::reportFatalErrors(argc, argv);
   return run(parseOptions(argc, argv));
 }

@@ -1,37 +1,187 @@
-// Options by LLVM's command line library, which the host links anyway.
+// Options, parsed by hand: LLVM's library would add all of its own.
 #include "reference_host/program/options.h"
 
-#include <llvm/Config/llvm-config.h>
-#include <llvm/Support/CommandLine.h>
+#include <llvm/ADT/StringRef.h>
 #include <llvm/Support/FileSystem.h>
 #include <llvm/Support/Path.h>
-#include <llvm/Support/raw_ostream.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <system_error>
 
-namespace cl = llvm::cl;
+#include "reference_host/language/printable_text.h"
+#include "reference_host/program/bug_report.h"
 
 namespace {
 
+using orva::language::printable;
+
 constexpr int usageError = 2;
 
-cl::OptionCategory hostOptions("Options");
+struct Option {
+  std::string_view name;
+  std::string_view value;  ///< what stands for it in the help; empty for an option that takes none
+  std::string_view help;
+};
 
-cl::SubCommand runCommand("run", "Compile the program FILE and run the method 'main' of its class");
+constexpr std::array options = {
+    Option{"--class-path", "DIR", "Look for classes below DIR too; may be given several times"},
+    Option{"--stdlib", "DIR", "The standard library (default: ../share/orva/stdlib, seen from the executable)"},
+    Option{"--help", "", "Print this help"},
+    Option{"--version", "", "Print the versions of orva-host and LLVM, and the target of compiled code"},
+};
 
-cl::opt<std::string> programFile(cl::Positional, cl::desc("FILE [-- ARG...]"), cl::sub(runCommand),
-                                 cl::cat(hostOptions));
+[[noreturn]] void failUsage(const std::string& problem) {
+  std::fprintf(stderr, "orva-host: %s; try 'orva-host --help'\n", problem.c_str());
+  std::exit(usageError);
+}
 
-cl::list<std::string> classPathRoots("class-path", cl::value_desc("DIR"), cl::sub(runCommand), cl::cat(hostOptions),
-                                     cl::desc("Look for classes below DIR too; may be given several times"));
+[[noreturn]] void failUsage(const std::string& problem, const std::string& meant) {
+  std::fprintf(stderr, "orva-host: %s; did you mean '%s'?\n", problem.c_str(), meant.c_str());
+  std::exit(usageError);
+}
 
-cl::opt<std::string> standardLibraryRoot("stdlib", cl::value_desc("DIR"), cl::sub(runCommand), cl::cat(hostOptions),
-                                         cl::desc("The standard library (default: ../share/orva/stdlib, seen from the "
-                                                  "executable)"));
+std::string quoted(std::string_view word) { return "'" + printable(word) + "'"; }
 
-void printVersion(llvm::raw_ostream& out) { out << "orva-host " ORVA_VERSION " (LLVM " LLVM_VERSION_STRING ")\n"; }
+/// Prints what was asked for, and ends the process.
+[[noreturn]] void answer(const std::string& text) {
+  if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) std::exit(0);
+  std::fprintf(stderr, "Cannot print: %s\n", std::generic_category().message(errno).c_str());
+  std::exit(1);
+}
+
+std::string help() {
+  std::string text =
+      "Usage: orva-host run FILE [--class-path DIR]... [--stdlib DIR] [-- ARG...]\n"
+      "       orva-host --help | --version\n"
+      "\n"
+      "Runs programs of the orva language.\n"
+      "\n"
+      "Commands:\n"
+      "  run FILE          Compile the program FILE and run the method 'main' of its class\n"
+      "\n"
+      "Options:\n";
+  for (const Option& option : options) {
+    std::string left = "  " + std::string(option.name) + " " + std::string(option.value);
+    left.resize(20, ' ');
+    text += left + std::string(option.help) + "\n";
+  }
+  return text +
+         "  -- ARG...         Pass all that follows to 'main'\n"
+         "\n"
+         "Exit status: 0 when the program ends, 1 after an uncaught exception or when it does\n"
+         "not compile, 2 when the command line or the installation is wrong.\n";
+}
+
+/// The option that a word was probably meant to be: one that it abbreviates, or hardly differs from.
+std::string nearestOption(std::string_view word) {
+  const auto distance = [&](const Option& option) -> std::size_t {
+    const bool isAbbreviation = word.size() > 3 && option.name.substr(0, word.size()) == word;
+    return isAbbreviation ? 0 : llvm::StringRef(word.data(), word.size()).edit_distance(option.name);
+  };
+  const auto* nearest = std::min_element(options.begin(), options.end(), [&](const Option& one, const Option& other) {
+    return distance(one) < distance(other);
+  });
+  return std::string(distance(*nearest) <= std::max<std::size_t>(2, word.size() / 4) ? nearest->name : "");
+}
+
+/// The words of the command line, taken one by one.
+class CommandLine {
+ public:
+  CommandLine(int argc, char** argv) : words_(argv + std::min(argc, 1), argv + argc) {}
+
+  RunOptions parse() {
+    while (at_ < words_.size()) {
+      const std::string_view word = words_[at_++];
+      if (word == "--") break;
+      if (word.size() > 1 && word.front() == '-') {
+        readOption(word);
+      } else {
+        readWord(word);
+      }
+    }
+    if (!hasCommand_) failUsage("expected the command 'run'");
+    if (!hasProgram_) failUsage("expected the FILE of a program");
+    // What follows `--` is the program's own.
+    for (; at_ < words_.size(); ++at_) parsed_.arguments.emplace_back(words_[at_]);
+    return std::move(parsed_);
+  }
+
+ private:
+  void readWord(std::string_view word) {
+    if (!hasCommand_) {
+      if (word != "run") failCommand(word);
+      hasCommand_ = true;
+    } else if (hasProgram_) {
+      failUsage("unexpected word " + quoted(word) + ": expected one FILE, and the program's arguments after '--'");
+    } else {
+      if (word.empty()) failUsage("the FILE is empty: expected the path of a program");
+      parsed_.program = word;
+      hasProgram_ = true;
+    }
+  }
+
+  [[noreturn]] static void failCommand(std::string_view word) {
+    constexpr std::string_view extension = ".ov";
+    const bool isProgram = word.size() > extension.size() && word.substr(word.size() - 3) == extension;
+    if (isProgram) failUsage("unknown command " + quoted(word), "run " + printable(word));
+    const bool isNear = !word.empty() && llvm::StringRef(word.data(), word.size()).edit_distance("run") < 3;
+    if (isNear && word.size() > 1) failUsage("unknown command " + quoted(word), "run");
+    failUsage("unknown command " + quoted(word) + ": expected 'run'");
+  }
+
+  void readOption(std::string_view word) {
+    const std::size_t equals = word.find('=');
+    const std::string_view name = word.substr(0, equals);
+    const auto* option =
+        std::find_if(options.begin(), options.end(), [&](const Option& each) { return each.name == name; });
+    if (option == options.end()) failOption(name);
+    if (option->value.empty()) {
+      if (equals != std::string_view::npos) failUsage("option " + quoted(name) + " takes no value");
+      answer(name == "--help" ? help() : orva::program::versionLine() + "\n");
+    }
+    const std::string_view value = equals == std::string_view::npos ? nextValue(*option) : word.substr(equals + 1);
+    if (value.empty()) failValue(*option, "has an empty value");
+    keep(*option, value);
+  }
+
+  [[noreturn]] static void failOption(std::string_view name) {
+    const std::string meant = nearestOption(name);
+    if (!meant.empty()) failUsage("unknown option " + quoted(name), meant);
+    failUsage("unknown option " + quoted(name));
+  }
+
+  [[noreturn]] static void failValue(const Option& option, const std::string& problem) {
+    failUsage("option " + quoted(option.name) + " " + problem + ": expected '" + std::string(option.name) + " " +
+              std::string(option.value) + "'");
+  }
+
+  std::string_view nextValue(const Option& option) {
+    // A value that begins with dashes is given after `=`.
+    if (at_ == words_.size() || std::string_view(words_[at_]).substr(0, 2) == "--") failValue(option, "has no value");
+    return words_[at_++];
+  }
+
+  void keep(const Option& option, std::string_view value) {
+    if (option.name == "--class-path") {
+      parsed_.classPath.emplace_back(value);
+    } else {
+      if (!parsed_.standardLibrary.empty()) failUsage("option " + quoted(option.name) + " is given twice");
+      parsed_.standardLibrary = value;
+    }
+  }
+
+  std::vector<const char*> words_;
+  std::size_t at_ = 0;
+  bool hasCommand_ = false;
+  bool hasProgram_ = false;
+  RunOptions parsed_;
+};
 
 /// Built and installed trees have the same shape, so one rule finds the library in both.
 std::string defaultStandardLibrary(const char* program) {
@@ -41,49 +191,38 @@ std::string defaultStandardLibrary(const char* program) {
   return (prefix + "/share/orva/stdlib").str();
 }
 
-[[noreturn]] void failUsage(const std::string& problem) {
-  llvm::errs() << "orva-host: " << problem << "; try 'orva-host --help'\n";
-  std::exit(usageError);
+/// What keeps a folder from being searched, if anything.
+std::error_code problemOfFolder(const std::string& path) {
+  llvm::sys::fs::file_status status;
+  if (const std::error_code error = llvm::sys::fs::status(path, status)) return error;
+  if (!llvm::sys::fs::is_directory(status)) return std::make_error_code(std::errc::not_a_directory);
+  return access(path.c_str(), X_OK) == 0 ? std::error_code() : std::error_code(errno, std::generic_category());
 }
 
-void parse(const std::vector<const char*>& words) {
-  cl::SetVersionPrinter(printVersion);
-  cl::HideUnrelatedOptions(hostOptions, cl::SubCommand::getTopLevel());
-  cl::HideUnrelatedOptions(hostOptions, runCommand);
-  std::string problems;
-  llvm::raw_string_ostream out(problems);
-  const bool isGood = cl::ParseCommandLineOptions(
-      static_cast<int>(words.size()), words.data(),
-      "Runs programs of the orva language.\n\n"
-      "  orva-host run FILE [--class-path DIR]... [--stdlib DIR] [-- ARG...]\n\n"
-      "Exit status: 0 when the program ends, 1 after an uncaught exception or when it does\n"
-      "not compile, 2 when the command line or the installation is wrong.\n",
-      &out);
-  if (isGood) return;
-  llvm::errs() << problems;
-  std::exit(usageError);
+void checkStandardLibrary(const std::string& root) {
+  const std::error_code problem = problemOfFolder(root + "/orva");
+  if (!problem) return;
+  if (problem == std::errc::no_such_file_or_directory || problem == std::errc::not_a_directory) {
+    failUsage("no standard library in " + quoted(root) + ": expected a folder 'orva' there");
+  }
+  failUsage("cannot search the standard library " + quoted(root + "/orva") + ": " + problem.message());
+}
+
+void checkRoot(const std::string& root) {
+  const std::error_code problem = problemOfFolder(root);
+  if (!problem) return;
+  if (problem == std::errc::no_such_file_or_directory)
+    failUsage("the class path root " + quoted(root) + " does not exist");
+  if (problem == std::errc::not_a_directory) failUsage("the class path root " + quoted(root) + " is not a directory");
+  failUsage("cannot search the class path root " + quoted(root) + ": " + problem.message());
 }
 
 }  // namespace
 
 RunOptions parseOptions(int argc, char** argv) {
-  // What follows `--` is the program's own.
-  char** end = argv + argc;
-  char** separator = std::find_if(argv, end, [](const char* word) { return std::string_view(word) == "--"; });
-  parse({argv, separator});
-  if (!runCommand) failUsage("expected the command 'run'");
-  if (programFile.empty()) failUsage("expected the FILE of a program");
-
-  RunOptions options;
-  options.program = programFile;
-  options.classPath = {classPathRoots.begin(), classPathRoots.end()};
-  options.standardLibrary = standardLibraryRoot.empty() ? defaultStandardLibrary(argv[0]) : standardLibraryRoot;
-  if (separator != end) options.arguments = {separator + 1, end};
-  if (!llvm::sys::fs::is_directory(options.standardLibrary + "/orva")) {
-    failUsage("no standard library in '" + options.standardLibrary + "': expected a folder 'orva' there");
-  }
-  for (const std::string& root : options.classPath) {
-    if (!llvm::sys::fs::is_directory(root)) failUsage("the class path root '" + root + "' is not a directory");
-  }
-  return options;
+  RunOptions parsed = CommandLine(argc, argv).parse();
+  if (parsed.standardLibrary.empty()) parsed.standardLibrary = defaultStandardLibrary(argv[0]);
+  checkStandardLibrary(parsed.standardLibrary);
+  for (const std::string& root : parsed.classPath) checkRoot(root);
+  return parsed;
 }

@@ -11,6 +11,7 @@
 #include "reference_host/compiler/context.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/language/parser.h"
+#include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace orva::program {
@@ -46,7 +47,8 @@ static const runtime::Method& findMain(const Program& program) {
   const std::string fullName = program.package.empty() ? name : program.package + "." + name;
   const runtime::Type* type = runtime::findTypeByFullName(fullName);
   if (type == nullptr) {
-    throw std::runtime_error("'" + program.file + "' has no class '" + fullName + "': expected one named as the file");
+    throw std::runtime_error("'" + language::printable(program.file) + "' has no class '" +
+                             language::printable(fullName) + "': expected one named as the file");
   }
   const runtime::Method* method = type->find("main");
   const std::vector<std::string> withArguments = {"ArrayList<String>"};

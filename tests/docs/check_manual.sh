@@ -14,12 +14,12 @@ same() { diff -u --label "$1" --label "$2" "$work/one" "$work/other" || status=1
 
 mandoc -T lint -W warning "$page" || status=1
 
-{ "$host" --help; "$host" run --help; } >"$work/help"
-sed -nE 's/^  (--[a-z-]+).*/\1/p' "$work/help" | sort -u >"$work/one"
-section OPTIONS | sed -nE 's/^\.It Fl (-[a-z-]+).*/-\1/p' | sort >"$work/other"
+"$host" --help >"$work/help"
+sed -nE 's/^  (--[a-z-]+( [A-Z]+)?)  .*/\1/p' "$work/help" | sort >"$work/one"
+section OPTIONS | sed -nE 's/^\.It Fl (-[a-z-]+)( Ar( [A-Z]+))?$/-\1\3/p' | sort >"$work/other"
 same 'options of --help' 'options of the page'
-sed -n '/^SUBCOMMANDS:/,/^  Type/s/^  \([a-z-]*\) - .*/\1/p' "$work/help" >"$work/one"
-section COMMANDS | sed -nE 's/^\.It Cm ([a-z-]+).*/\1/p' >"$work/other"
+sed -nE '/^Commands:/,/^$/s/^  ([a-z-]+ [A-Z]+) .*/\1/p' "$work/help" >"$work/one"
+section COMMANDS | sed -nE 's/^\.It Cm ([a-z-]+) Ar ([A-Z]+)$/\1 \2/p' >"$work/other"
 same 'commands of --help' 'commands of the page'
 "$host" --version | sed 's/^orva-host \([^ ]*\) .*/\1/' >"$work/one"
 sed -n 's/^\.Os orva-classloader //p' "$page" >"$work/other"

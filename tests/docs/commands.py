@@ -36,7 +36,7 @@ class Commands:
         self.suites = {target[len("suite-"):] for target in self.targets if target.startswith("suite-")}
         self.variables = set(re.findall(r"^(\w+):", Path(build, "CMakeCache.txt").read_text(encoding="utf-8"), re.M))
         host = Path(build, "bin", "orva-host")
-        self.host_help = output_of(host, "--help") + output_of(host, "run", "--help")
+        self.host_help = output_of(host, "--help")
 
     def is_own(self, text):
         return bool(re.match(r"(\./dev|ctest|cmake|orva-host)( |$)|-D\w", text) or PROGRAM.match(text))

@@ -54,43 +54,91 @@ echo "class Deep {
   static void main() { try { Deep.down(0); } catch (Exception e) { Console.print(e.message()); } }
 }" >Deep.ov
 
-# Usage.
+# Usage: one line on standard error, and status 2.
 try="; try 'orva-host --help'"
 check nothing 2 '' "orva-host: expected the command 'run'$try"
 check no_file 2 '' "orva-host: expected the FILE of a program$try" run
 check only_arguments 2 '' "orva-host: expected the command 'run'$try" -- run app/Main.ov
-check no_root 2 '' "orva-host: the class path root 'nowhere' is not a directory$try" run app/Main.ov --class-path nowhere
+check no_command 2 '' "orva-host: unknown command 'app/Main.ov'; did you mean 'run app/Main.ov'?" app/Main.ov
+check near_command 2 '' "orva-host: unknown command 'rnu'; did you mean 'run'?" rnu app/Main.ov
+for command in fly '' RUN -; do
+  check "command_$command" 2 '' "orva-host: unknown command '$command': expected 'run'$try" "$command" app/Main.ov
+done
+check two_files 2 '' "orva-host: unexpected word 'NoMain.ov': expected one FILE, and the program's arguments after '--'$try" \
+  run app/Main.ov NoMain.ov
+check empty_file 2 '' "orva-host: the FILE is empty: expected the path of a program$try" run ''
+check repeated 2 '' "orva-host: option '--stdlib' is given twice$try" run --stdlib a --stdlib=b app/Main.ov
+for option in --class-path --stdlib; do
+  expected="expected '$option DIR'$try"
+  check "no_value $option" 2 '' "orva-host: option '$option' has no value: $expected" run app/Main.ov $option
+  check "no_value_arguments $option" 2 '' "orva-host: option '$option' has no value: $expected" run app/Main.ov $option -- a
+  check "option_as_value $option" 2 '' "orva-host: option '$option' has no value: $expected" run app/Main.ov $option --help
+  check "empty_value $option" 2 '' "orva-host: option '$option' has an empty value: $expected" run app/Main.ov $option ''
+  check "empty_value_in_word $option" 2 '' "orva-host: option '$option' has an empty value: $expected" run app/Main.ov $option=
+done
+for option in --help --version; do
+  for value in '' yes; do
+    check "valued $option" 2 '' "orva-host: option '$option' takes no value$try" "$option=$value"
+  done
+done
+
+# Unknown options, also those that LLVM's own programs have; the nearest option is named.
+for option in --fly -h -x --debug-pass=Structure --stats --print-after-all --print-options --time-passes --debug \
+  --help-list --help-hidden --x86-asm-syntax=att -O2 ---; do
+  check "unknown $option" 2 '' "orva-host: unknown option '${option%%=*}'$try" run app/Main.ov "$option"
+  check "unknown ahead $option" 2 '' "orva-host: unknown option '${option%%=*}'$try" "$option" run app/Main.ov
+done
+near() {  # MEANT WORD…
+  local word
+  for word in "${@:2}"; do
+    check "near $word" 2 '' "orva-host: unknown option '${word%%=*}'; did you mean '$1'?" run app/Main.ov "$word"
+  done
+}
+near --class-path --clas-path --classpath --class-pth --Class-path -class-path --class-paths=one --class --class_path=
+near --stdlib --stdlb --std-lib -stdlib --stdlib64 --std --stdlibs=x
+near --help -help --hepl --halp --hel
+near --version -version --versoin --vers
+check escaped 2 '' "orva-host: unknown option '-\\x1B[31m\\n\\xFF'$try" run app/Main.ov $'-\e[31m\n\xff'
+
+# Folders that cannot be searched are told from those that do not exist.
+check no_root 2 '' "orva-host: the class path root 'nowhere' does not exist$try" run app/Main.ov --class-path nowhere
 check file_root 2 '' "orva-host: the class path root 'NoMain.ov' is not a directory$try" run app/Main.ov --class-path NoMain.ov
 check no_library 2 '' "orva-host: no standard library in 'no_library': expected a folder 'orva' there$try" \
   run app/Main.ov --stdlib no_library
 check absent_library 2 '' "orva-host: no standard library in 'nowhere': expected a folder 'orva' there$try" \
   run app/Main.ov --stdlib=nowhere
-check no_value 2 '' 'orva-host: for the --class-path option: requires a value!' run app/Main.ov --class-path
-for words in 'fly app/Main.ov' 'run app/Main.ov --fly' 'run app/Main.ov NoMain.ov' \
-  'run --stdlib a --stdlib b app/Main.ov' 'app/Main.ov'; do
-  # shellcheck disable=SC2086
-  timeout 60 "$host" $words >.output 2>.errors
-  found=$?
-  if [ $found -ne 2 ] || [ -s .output ] || ! grep -q -- '--help' .errors; then
-    echo "'$words': expected status 2 and a hint at --help, found status $found, <$(cat .output)>, <$(cat .errors)>"
-    failures=1
-  fi
-done
+long=$(printf 'n%.0s' {1..300})
+check long_root 2 '' "orva-host: cannot search the class path root '$long': File name too long$try" \
+  run app/Main.ov --class-path "$long"
+ln -s loop loop
+check looped_library 2 '' "orva-host: cannot search the standard library 'loop/orva': Too many levels of symbolic links$try" \
+  run app/Main.ov --stdlib loop
 
 # Help and version.
-for words in --help 'run --help'; do
+for words in --help 'run --help' 'run app/Main.ov --help' '--help fly'; do
   # shellcheck disable=SC2086
   "$host" $words >.output 2>.errors || { echo "$words: status $?"; failures=1; }
   [ -s .errors ] && { echo "$words: printed errors"; failures=1; }
-  for text in run 'FILE' -- --help --version 'Exit status'; do
-    case "$words $text" in 'run --help --version' | 'run --help Exit status' | '--help FILE') continue ;; esac
+  for text in 'run FILE' '--class-path DIR' '--stdlib DIR' '-- ARG...' --help --version 'Exit status'; do
     grep -qF -- "$text" .output || { echo "'$words' does not tell of '$text'"; failures=1; }
   done
+  awk 'length > 120 { exit 1 }' .output || { echo "'$words' prints lines that are too long"; failures=1; }
 done
-for text in --class-path --stdlib 'FILE [-- ARG...]'; do
-  "$host" run --help | grep -qF -- "$text" || { echo "'run --help' does not tell of '$text'"; failures=1; }
-done
-"$host" --version | grep -qxE 'orva-host [0-9]+\.[0-9]+\.[0-9]+ \(LLVM 19\.[0-9.]+\)' || { echo 'wrong version'; failures=1; }
+version='orva-host [0-9]+\.[0-9]+\.[0-9]+ \(LLVM 19\.[0-9.]+, [a-z0-9_]+-[a-z0-9_-]+\)'
+"$host" --version | grep -qxE "$version" || { echo 'wrong version'; failures=1; }
+"$host" --version >/dev/full 2>.errors
+found="$? $(cat .errors)"
+[ "$found" = '1 Cannot print: No space left on device' ] || { echo "version to a full disk: found '$found'"; failures=1; }
+
+# A program whose name begins with '@' is no response file.
+cp app/Main.ov @Main.ov
+sed -i 's/class Main/class Response/; s/Main\./Response./g' @Main.ov
+check response_file 1 '' "'@Main.ov' has no class '@Main': expected one named as the file" run @Main.ov
+mkdir -p @app
+cp app/Main.ov @app/Main.ov
+check response_folder 0 '<@x>' '' run @app/Main.ov -- @x
+check absent_response_file 1 '' "Cannot read '@absent': No such file or directory" run @absent
+check dash 1 '' "Cannot read '-': No such file or directory" run -
 
 # Arguments.
 check no_arguments 0 '' '' run app/Main.ov
@@ -118,7 +166,10 @@ done
 check incomplete_library 1 '' "$(printf '%s\n' "ClassNotFoundException: Class not found: ClassLoader" '  at Sealed.ov:1' "  $(cat Sealed.ov)")" \
   run Sealed.ov --stdlib broken
 
-# A package directory that may not be read counts as empty.
+# What cannot be shown is escaped.
+check escaped_file 1 '' "Cannot read 'a\\x1B[31m\\xFF\\rb': No such file or directory" run $'a\e[31m\xff\rb'
+
+# A package directory that may not be read counts as empty; what may not be searched is told from what is not there.
 echo 'no source' >sealed/store/Broken.ov
 chmod 000 sealed/store
 reader=("$host")
@@ -133,18 +184,64 @@ fi
 "${reader[@]}" run Sealed.ov --class-path sealed >.output 2>.errors
 found="$? $(cat .output .errors)"
 [ "$found" = '0 nothing' ] || { echo "sealed package: found '$found'"; failures=1; }
+denied() {  # EXPECTED WORD…
+  "${reader[@]}" run "${@:2}" >.output 2>.errors </dev/null
+  found="$? $(cat .output .errors)"
+  [ "$found" = "$1" ] || { printf "permission denied: expected <%s>, found <%s>\n" "$1" "$found"; failures=1; }
+}
+mkdir -p closed/inside/orva
+cp Sealed.ov closed/
+cp Sealed.ov Closed.ov
+chmod 000 closed Closed.ov
+denied "2 orva-host: cannot search the class path root 'closed': Permission denied$try" Sealed.ov --class-path closed
+denied "2 orva-host: cannot search the class path root 'closed/inside': Permission denied$try" \
+  Sealed.ov --class-path closed/inside
+denied "2 orva-host: cannot search the standard library 'closed/orva': Permission denied$try" Sealed.ov --stdlib closed
+denied "2 orva-host: cannot search the standard library 'closed/inside/orva': Permission denied$try" \
+  Sealed.ov --stdlib=closed/inside
+denied "1 Cannot read 'Closed.ov': Permission denied" Closed.ov
+denied "1 Cannot read 'closed/Sealed.ov': Permission denied" closed/Sealed.ov
 
 # Natives that another library brings: one throws what nobody catches, one is the program itself and raises.
 cat >natives.cpp <<'CPP'
 extern "C" void Orva_raise(const char* exceptionClass, const char* message);
 extern "C" void orva_Thrower_fail() { throw 42; }
+namespace llvm { [[noreturn]] void report_fatal_error(const char* reason, bool generateCrashDump); }
+extern "C" void orva_Breaker_fail() { llvm::report_fatal_error("broken\x1B on purpose", false); }
 extern "C" void orva_Raiser_main() { Orva_raise("Raised", "before any line was reached"); }
 CPP
 "$compiler" -shared -fPIC natives.cpp -o natives.so || failures=1
 echo 'class Thrower { static native void fail(); static void main() { Console.print("first"); Thrower.fail(); } }' >Thrower.ov
+echo 'class Breaker { static native void fail(); static void main() { Console.print("first"); Breaker.fail(); } }' >Breaker.ov
 echo 'class Raiser { static native void main(); }' >Raiser.ov
 preload=$work/natives.so
 check foreign_object 1 first 'A native threw an object that is no std::exception' run Thrower.ov
+check engine_failure 1 first "orva-host: the engine failed: broken\\x1B on purpose
+This is a defect of orva-host. Please report it with the sources of the program and these lines:
+  version: $("$host" --version)
+  command: $host run Breaker.ov -- 'a b'" run Breaker.ov -- 'a b'
+echo 'class Box<T> { }' >Box.ov
+echo 'class Precompiler { static void main() {
+  ClassLoader.getTypeByName("Box<String>"); ClassLoader.precompileSources(["Empty.ov"]);
+} }' >Precompiler.ov
+mkdir temporary
+cat >emitter.cpp <<'CPP'
+namespace llvm { [[noreturn]] void report_fatal_error(const char* reason, bool generateCrashDump); }
+// Stands in the place of llvm::legacy::PassManager::run.
+extern "C" bool _ZN4llvm6legacy11PassManager3runERNS_6ModuleE(void*, void*) {
+  llvm::report_fatal_error("no instruction for this", true);
+}
+CPP
+"$compiler" -shared -fPIC emitter.cpp -o emitter.so || failures=1
+preload=$work/emitter.so
+TMPDIR=$work/temporary check compiler_failure 1 '' "orva-host: the engine failed: no instruction for this
+This is a defect of orva-host. Please report it with the sources of the program and these lines:
+  while: precompiling 'Empty.ov'
+  version: $("$host" --version)
+  command: $host run Precompiler.ov" run Precompiler.ov
+left=$(find temporary -mindepth 1; ls Empty.*)
+[ "$left" = Empty.ov ] || { echo "a failure of the engine left '$left'"; failures=1; }
+preload=$work/natives.so
 check raised_by_main 1 '' 'Raised: before any line was reached' run Raiser.ov
 preload=
 
