@@ -79,19 +79,36 @@ static void measure(benchmark::State& state, double (*here)(), double (*floor)()
   reportFloor(state, floorSeconds);
 }
 
-/// Loads the object of a class of so many methods: the time of each must not grow with their number.
-static void loadLargeClass(benchmark::State& state, int methods) {
+/// Writes a class of so many methods and tells the path of its source.
+static std::string writeLargeClass(int methods) {
   static int count = 0;
+  const std::string name = "Large" + std::to_string(count++);
+  std::string text = "class " + name + " {\n";
+  for (int i = 0; i < methods; ++i) {
+    const std::string number = std::to_string(i);
+    text += "  static String m" + number + "() { Console.print(\"a\" + " + number + "); return \"text " + number +
+            "\"; }\n";
+  }
+  writeText(name + ".ov", text + "}\n");
+  return name + ".ov";
+}
+
+// The time of each method must not grow with their number.
+
+static void loadLargeSource(benchmark::State& state, int methods) {
   while (state.KeepRunning()) {
-    const std::string name = "Large" + std::to_string(count++);
-    std::string text = "class " + name + " {\n";
-    for (int i = 0; i < methods; ++i) {
-      text += "  static int m" + std::to_string(i) + "(int a) { return a + " + std::to_string(i) + "; }\n";
-    }
-    writeText(name + ".ov", text + "}\n");
-    activeContext().loader.precompile(name + ".ov");
-    const std::string identity = compiler::sourceIdentity(text + "}\n");
-    state.SetIterationTime(secondsOf([&] { activeContext().loader.loadBundle({name + ".o"}, {identity}); }));
+    const std::string path = writeLargeClass(methods);
+    state.SetIterationTime(secondsOf([&] { activeContext().loader.load(path, compiler::Placement::underRoot); }));
+  }
+}
+
+static void loadLargeObject(benchmark::State& state, int methods) {
+  while (state.KeepRunning()) {
+    const std::string path = writeLargeClass(methods);
+    activeContext().loader.precompile(path);
+    const std::string object = compiler::objectPathOf(path);
+    const std::string identity = compiler::readObject(object).identity;
+    state.SetIterationTime(secondsOf([&] { activeContext().loader.loadBundle({object}, {identity}); }));
   }
 }
 
@@ -104,11 +121,14 @@ void registerLoading() {
   };
   add("class_from_source", loadFromSource, linkModule);
   add("class_from_object", loadFromObject, linkObject);
-  for (const int methods : {500, 2000}) {
-    benchmark::RegisterBenchmark(("large_class/" + std::to_string(methods) + "_methods").c_str(), loadLargeClass,
-                                 methods)
-        ->UseManualTime()
-        ->Iterations(1)
-        ->Unit(benchmark::kMillisecond);
-  }
+  const auto addLarge = [](const std::string& name, void (*load)(benchmark::State&, int)) {
+    for (const int methods : {4000, 8000}) {
+      benchmark::RegisterBenchmark((name + "/" + std::to_string(methods) + "_methods").c_str(), load, methods)
+          ->UseManualTime()
+          ->Iterations(1)
+          ->Unit(benchmark::kMillisecond);
+    }
+  };
+  addLarge("large_source", loadLargeSource);
+  addLarge("large_object", loadLargeObject);
 }

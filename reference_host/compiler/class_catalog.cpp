@@ -15,9 +15,8 @@ using language::TypeName;
 using runtime::MethodSignature;
 
 const MethodSignature* ClassSummary::find(const std::string& method) const {
-  const auto found =
-      std::find_if(methods.begin(), methods.end(), [&](const MethodSignature& each) { return each.name == method; });
-  return found == methods.end() ? nullptr : &*found;
+  const auto found = methods.find(method);
+  return found == methods.end() ? nullptr : &found->second;
 }
 
 Scope Scope::of(const SourceFile& file, const language::ClassDeclaration& declared,
@@ -101,7 +100,8 @@ MethodSignature ClassCatalog::signatureOf(const language::MethodDeclaration& met
 std::optional<ClassSummary> ClassCatalog::find(const std::string& fullName) const {
   ClassSummary summary{fullName, {}};
   if (const runtime::Type* type = runtime::findTypeByFullName(fullName)) {
-    for (const runtime::Method& method : type->methods) summary.methods.push_back(method.signature);
+    for (const runtime::Method& method : type->methods)
+      summary.methods.emplace(method.signature.name, method.signature);
     return summary;
   }
   const std::string& path = sourceOf(fullName);
@@ -113,7 +113,7 @@ std::optional<ClassSummary> ClassCatalog::find(const std::string& fullName) cons
       if (file.qualify(declared.name) != fullName) continue;
       // Only the instances of a generic class can be called.
       if (!declared.typeParameters.empty()) return summary;
-      for (const auto& method : declared.methods) summary.methods.push_back(signatureOf(method, {file, {}}));
+      for (const auto& method : declared.methods) summary.methods.emplace(method.name, signatureOf(method, {file, {}}));
       return summary;
     }
   } catch (const std::runtime_error&) {

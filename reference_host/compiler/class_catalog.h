@@ -32,7 +32,7 @@ struct Scope {
 
 struct ClassSummary {
   std::string fullName;
-  std::vector<runtime::MethodSignature> methods;
+  std::map<std::string, runtime::MethodSignature> methods;  ///< by name
 
   const runtime::MethodSignature* find(const std::string& method) const;
 };

@@ -44,7 +44,7 @@ class ClassGenerator {
     if (isInstance() || declared_.typeParameters.empty()) {
       summariseFile();
       signatures_ = signaturesOf(declared_, scope_.names);
-      scope_.summaries[scope_.fullName] = ClassSummary{scope_.fullName, signatures_};
+      summarise(scope_.fullName, signatures_);
       for (const MethodSignature& signature : signatures_) addFunction(signature);
       for (std::size_t i = 0; i < signatures_.size(); ++i) generateMethod(i, generated.natives);
     }
@@ -67,10 +67,15 @@ class ClassGenerator {
   /// Notes the signatures of all classes of the file: they are not registered while it is compiled.
   void summariseFile() {
     for (const ClassDeclaration& each : file_.classes) {
-      ClassSummary summary{file_.qualify(each.name), {}};
-      if (each.typeParameters.empty()) summary.methods = signaturesOf(each, {file_, {}});
-      scope_.summaries.emplace(summary.fullName, std::move(summary));
+      const bool isGeneric = !each.typeParameters.empty();
+      summarise(file_.qualify(each.name), isGeneric ? std::vector<MethodSignature>() : signaturesOf(each, {file_, {}}));
     }
+  }
+
+  void summarise(const std::string& fullName, const std::vector<MethodSignature>& signatures) {
+    ClassSummary summary{fullName, {}};
+    for (const MethodSignature& signature : signatures) summary.methods.emplace(signature.name, signature);
+    scope_.summaries[fullName] = std::move(summary);
   }
 
   void addFunction(const MethodSignature& signature) {

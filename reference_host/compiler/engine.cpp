@@ -35,12 +35,53 @@ static orc::JITTargetMachineBuilder baselineMachine() {
   return machine;
 }
 
+/// Keeps the unwind table of an object whole. JITLink takes it apart, a record at a time, so that the records of
+/// functions that nobody calls can be left out; that takes the square of the number of functions, and all of ours are
+/// called.
+class WholeUnwindTable final : public orc::ObjectLinkingLayer::Plugin {
+ public:
+  void modifyPassConfig(orc::MaterializationResponsibility& /*unit*/, llvm::jitlink::LinkGraph& /*graph*/,
+                        llvm::jitlink::PassConfiguration& passes) override {
+    // The passes that take it apart know it by its section's name.
+    passes.PrePrunePasses.insert(passes.PrePrunePasses.begin(), hide);
+    passes.PostPrunePasses.emplace_back(show);
+  }
+
+  llvm::Error notifyFailed(orc::MaterializationResponsibility& /*unit*/) override { return llvm::Error::success(); }
+  llvm::Error notifyRemovingResources(orc::JITDylib& /*library*/, orc::ResourceKey /*key*/) override {
+    return llvm::Error::success();
+  }
+  void notifyTransferringResources(orc::JITDylib& /*library*/, orc::ResourceKey /*to*/,
+                                   orc::ResourceKey /*from*/) override {}
+
+ private:
+  static constexpr const char* shown = ".eh_frame";
+  static constexpr const char* hidden = ".eh_frame.whole";
+
+  static llvm::Error hide(llvm::jitlink::LinkGraph& graph) {
+    llvm::jitlink::Section* table = graph.findSectionByName(shown);
+    if (table == nullptr) return llvm::Error::success();
+    for (llvm::jitlink::Block* block : table->blocks()) {
+      graph.addAnonymousSymbol(*block, 0, block->getSize(), false, true);
+    }
+    graph.mergeSections(graph.createSection(hidden, table->getMemProt()), *table, true);
+    return llvm::Error::success();
+  }
+
+  static llvm::Error show(llvm::jitlink::LinkGraph& graph) {
+    llvm::jitlink::Section* table = graph.findSectionByName(hidden);
+    if (table != nullptr) graph.mergeSections(*graph.findSectionByName(shown), *table);
+    return llvm::Error::success();
+  }
+};
+
 /// JITLink, with unwind tables made known to the process, so that C++ exceptions can cross compiled frames.
 static llvm::Expected<std::unique_ptr<orc::ObjectLayer>> makeLinkingLayer(orc::ExecutionSession& session,
                                                                           const llvm::Triple& /*triple*/) {
   auto layer = std::make_unique<orc::ObjectLinkingLayer>(session);
   auto registrar = orc::EPCEHFrameRegistrar::Create(session);
   if (!registrar) return registrar.takeError();
+  layer->addPlugin(std::make_shared<WholeUnwindTable>());
   layer->addPlugin(std::make_shared<orc::EHFrameRegistrationPlugin>(session, std::move(*registrar)));
   return std::unique_ptr<orc::ObjectLayer>(std::move(layer));
 }

@@ -7,8 +7,6 @@ namespace orva::compiler {
 
 using llvm::Constant;
 
-constexpr std::size_t functionsInSection = 32;
-
 ModuleBuilder::ModuleBuilder(const std::string& name, const language::SourceText& source, llvm::LLVMContext& context)
     : source_(source), lines_(source.lines()), module_(std::make_unique<llvm::Module>(name, context)) {}
 
@@ -29,9 +27,6 @@ llvm::Function* ModuleBuilder::addFunction(llvm::FunctionType* type, const std::
                                            llvm::GlobalValue::LinkageTypes linkage) {
   llvm::Function* function = llvm::Function::Create(type, linkage, name, *module_);
   function->setUWTableKind(llvm::UWTableKind::Default);
-  // Linking a section takes the square of its functions.
-  const std::size_t section = functions_++ / functionsInSection;
-  if (section > 0) function->setSection(".text." + module_->getName().str() + "." + std::to_string(section));
   return function;
 }
 

@@ -62,7 +62,6 @@ class ModuleBuilder {
   const language::SourceText& source_;
   const std::vector<std::string_view> lines_;
   std::unique_ptr<llvm::Module> module_;
-  std::size_t functions_ = 0;
   std::map<std::string, llvm::Constant*> texts_;
   std::map<std::size_t, llvm::Constant*> locations_;
   std::map<std::string, llvm::Function*> links_;

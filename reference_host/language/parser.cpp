@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <utility>
 
 #include "reference_host/language/foreign_constructs.h"
@@ -223,9 +224,11 @@ class Parser {
     declared.name = name("the name of a class");
     if (accept("<")) addTypeParameters(declared);
     expect("{");
+    std::set<std::string> names;
     while (!accept("}")) {
       if (peek().kind == TokenKind::end) failExpected("a method or '}'");
-      addMethod(declared);
+      const MethodDeclaration& added = declared.methods.emplace_back(method());
+      if (!names.insert(added.name).second) fail(added.position, "method '" + added.name + "' is declared twice");
     }
     return declared;
   }
@@ -242,14 +245,6 @@ class Parser {
       known.push_back(std::move(parameter));
     } while (accept(","));
     expect(">");
-  }
-
-  void addMethod(ClassDeclaration& declared) {
-    MethodDeclaration added = method();
-    for (const MethodDeclaration& other : declared.methods) {
-      if (other.name == added.name) fail(added.position, "method '" + added.name + "' is declared twice");
-    }
-    declared.methods.push_back(std::move(added));
   }
 
   MethodDeclaration method() {

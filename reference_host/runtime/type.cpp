@@ -11,9 +11,9 @@ bool MethodSignature::operator==(const MethodSignature& other) const {
 }
 
 const Method* Type::find(std::string_view method) const {
-  const auto found =
-      std::find_if(methods.begin(), methods.end(), [&](const Method& each) { return each.signature.name == method; });
-  return found == methods.end() ? nullptr : &*found;
+  const auto isBefore = [](const Method& each, std::string_view wanted) { return each.signature.name < wanted; };
+  const auto found = std::lower_bound(methods.begin(), methods.end(), method, isBefore);
+  return found == methods.end() || found->signature.name != method ? nullptr : &*found;
 }
 
 std::vector<std::string> splitTypes(std::string_view list) {

@@ -33,8 +33,8 @@ struct Method {
 struct Type {
   std::string name;
   std::string fullName;
-  std::string source;  ///< the file that it was loaded from, as it was named
-  std::vector<Method> methods;
+  std::string source;           ///< the file that it was loaded from, as it was named
+  std::vector<Method> methods;  ///< in the order of their names
 
   const Method* find(std::string_view method) const;
 };

@@ -77,6 +77,8 @@ Type makeType(const TypeDescriptor& descriptor, std::string source) {
                             method.code,
                             method.invoke});
   }
+  std::sort(type.methods.begin(), type.methods.end(),
+            [](const Method& one, const Method& other) { return one.signature.name < other.signature.name; });
   return type;
 }
 
