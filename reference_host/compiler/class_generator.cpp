@@ -80,7 +80,7 @@ class ClassGenerator {
 
   void addFunction(const MethodSignature& signature) {
     scope_.functions[signature.name] =
-        builder_.addFunction(builder_.functionType(signature), scope_.fullName + "." + signature.name);
+        builder_.addFunction(builder_.functionType(signature), "method:" + scope_.fullName + "." + signature.name);
   }
 
   void generateMethod(std::size_t index, std::vector<NativeBinding>& natives) {

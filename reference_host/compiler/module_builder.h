@@ -31,6 +31,7 @@ class ModuleBuilder {
   llvm::FunctionType* functionType(const runtime::MethodSignature& signature);
 
   /// A new function that other code can unwind through.
+  /// @param name holds a colon, which no symbol of C, of LLVM or of the runtime does, whatever a program is made of.
   llvm::Function* addFunction(llvm::FunctionType* type, const std::string& name,
                               llvm::GlobalValue::LinkageTypes linkage = llvm::GlobalValue::InternalLinkage);
 
