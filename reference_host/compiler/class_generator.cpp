@@ -3,6 +3,7 @@
 
 #include "reference_host/compiler/method_generator.h"
 #include "reference_host/compiler/module_builder.h"
+#include "reference_host/compiler/native_methods.h"
 #include "reference_host/language/foreign_constructs.h"
 
 namespace orva::compiler {
@@ -94,8 +95,8 @@ class ClassGenerator {
       scope_.diagnostics.push_back({method.position, "a generic class cannot have native methods"});
       return;
     }
-    natives.push_back(
-        {scope_.fullName + "." + method.name, "orva_" + declared_.name + "_" + method.name, method.position});
+    natives.push_back({scope_.fullName + "." + method.name, nativeSymbol(declared_.name, method.name),
+                       describe(signatures_[index]), method.position});
     generateNative(signatures_[index], natives.back().symbol);
   }
 

@@ -13,10 +13,11 @@
 
 namespace orva::compiler {
 
-/// A native method and the C symbol that it is bound to.
+/// A native method, the C symbol that it is bound to, and how it is declared.
 struct NativeBinding {
   std::string method;
   std::string symbol;
+  std::string signature;
   language::Position position;
 };
 

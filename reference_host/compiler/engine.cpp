@@ -1,7 +1,9 @@
-// LLVM's ORC with JITLink; every unit is a library of its own, so that units cannot meet each other's symbols.
+// LLVM's ORC with JITLink. Every unit is a library of its own, so that units cannot meet each other's symbols; and none
+// sees those of the process, so that whatever is in there, the names of a program mean what the program says.
 #include "reference_host/compiler/engine.h"
 
 #include <llvm/ADT/SmallVector.h>
+#include <llvm/ADT/StringExtras.h>
 #include <llvm/ExecutionEngine/JITLink/EHFrameSupport.h>
 #include <llvm/ExecutionEngine/Orc/EPCEHFrameRegistrar.h>
 #include <llvm/ExecutionEngine/Orc/LLJIT.h>
@@ -14,8 +16,10 @@
 #include <llvm/Target/TargetMachine.h>
 #include <llvm/TargetParser/Host.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include "reference_host/compiler/linkage.h"
 #include "reference_host/runtime/operations.h"
@@ -86,6 +90,27 @@ static llvm::Expected<std::unique_ptr<orc::ObjectLayer>> makeLinkingLayer(orc::E
   return std::unique_ptr<orc::ObjectLayer>(std::move(layer));
 }
 
+/// What an error of the linker says.
+static std::string describe(llvm::Error error) {
+  std::string text;
+  const auto add = [&text](const std::string& message) { text += (text.empty() ? "" : "; ") + message; };
+  llvm::handleAllErrors(
+      std::move(error),
+      [&](const orc::SymbolsNotFound& missing) {
+        std::vector<std::string> names;
+        for (const orc::SymbolStringPtr& symbol : missing.getSymbols()) names.push_back("'" + (*symbol).str() + "'");
+        std::sort(names.begin(), names.end());
+        add("it refers to " + llvm::join(names, ", ") +
+            ": expected only its own symbols, the runtime's operations and the natives that it declares");
+      },
+      [&](const llvm::ErrorInfoBase& other) { add(other.message()); });
+  return text;
+}
+
+static orc::ExecutorSymbolDef exported(const void* address) {
+  return {orc::ExecutorAddr::fromPtr(address), llvm::JITSymbolFlags::Exported};
+}
+
 /// The value itself, which may be a reference.
 template <typename Value>
 static Value valueOrThrow(llvm::Expected<Value> expected) {
@@ -113,18 +138,18 @@ Engine::Session::Session() {
                          .setJITTargetMachineBuilder(machine)
                          .setObjectLinkingLayerCreator(makeLinkingLayer)
                          .setPlatformSetUp(orc::setUpInactivePlatform)
+                         .setLinkProcessSymbolsByDefault(false)
                          .create());
   // The session reports the cause apart from the failed look-up; they are put together again in `require`.
   jit->getExecutionSession().setErrorReporter([this](llvm::Error error) {
     if (!reported.empty()) reported += "; ";
-    reported += llvm::toString(std::move(error));
+    reported += describe(std::move(error));
   });
   operations = &jit->getExecutionSession().createBareJITDylib("orva.operations");
   orc::SymbolMap symbols;
   for (const auto& list : {runtime::operations(), linkOperations()}) {
     for (const runtime::NamedOperation& operation : list) {
-      symbols[jit->mangleAndIntern(operation.name)] = {orc::ExecutorAddr::fromPtr(operation.address),
-                                                       llvm::JITSymbolFlags::Exported};
+      symbols[jit->mangleAndIntern(operation.name)] = exported(operation.address);
     }
   }
   require(operations->define(orc::absoluteSymbols(std::move(symbols))));
@@ -133,7 +158,7 @@ Engine::Session::Session() {
 void Engine::Session::require(llvm::Error error) {
   const std::string cause = std::exchange(reported, {});
   if (error) {
-    const std::string failed = llvm::toString(std::move(error));
+    const std::string failed = describe(std::move(error));
     throw std::runtime_error(cause.empty() ? failed : cause);
   }
 }
@@ -142,23 +167,15 @@ Engine::Engine() : session_(std::make_unique<Session>()) {}
 
 Engine::~Engine() = default;
 
-std::unique_ptr<CodeUnit> Engine::newUnit() {
+std::unique_ptr<CodeUnit> Engine::newUnit(const NativeAddresses& natives) {
   orc::JITDylib& library =
       valueOrThrow(session_->jit->createJITDylib("orva.unit." + std::to_string(session_->units++)));
-  // Operations first: asking the process for a symbol that it lacks takes long.
-  library.setLinkOrder(
-      {{session_->operations, orc::JITDylibLookupFlags::MatchExportedSymbolsOnly},
-       {session_->jit->getProcessSymbolsJITDylib().get(), orc::JITDylibLookupFlags::MatchExportedSymbolsOnly}});
-  return std::make_unique<CodeUnit>(*this, library);
-}
-
-bool Engine::defines(const std::string& symbol) {
-  auto found = session_->jit->getExecutionSession().lookup({session_->jit->getProcessSymbolsJITDylib().get()},
-                                                           session_->jit->mangleAndIntern(symbol));
-  if (found) return true;
-  llvm::consumeError(found.takeError());
-  session_->reported.clear();
-  return false;
+  auto unit = std::make_unique<CodeUnit>(*this, library);
+  library.setLinkOrder({{session_->operations, orc::JITDylibLookupFlags::MatchExportedSymbolsOnly}});
+  orc::SymbolMap symbols;
+  for (const auto& [symbol, address] : natives) symbols[session_->jit->mangleAndIntern(symbol)] = exported(address);
+  if (!symbols.empty()) session_->require(library.define(orc::absoluteSymbols(std::move(symbols))));
+  return unit;
 }
 
 std::string Engine::target() const { return session_->machine.getTargetTriple().str(); }

@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "reference_host/compiler/native_methods.h"
+
 namespace llvm {
 class MemoryBuffer;
 class Module;
@@ -50,11 +52,8 @@ class Engine {
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
-  /// A new, empty unit, which sees the process's symbols and the runtime's operations.
-  std::unique_ptr<CodeUnit> newUnit();
-
-  /// Tells whether the process defines a C symbol.
-  bool defines(const std::string& symbol);
+  /// A new, empty unit, which sees the runtime's operations and, of the process, these functions alone.
+  std::unique_ptr<CodeUnit> newUnit(const NativeAddresses& natives);
 
   /// The target triple that all code is made for. The code uses no more than the baseline of its processor family.
   std::string target() const;

@@ -21,12 +21,6 @@ static const rt::Type* findOrLoad(const std::string& fullName, const rt::SourceL
   }
 }
 
-static std::string describe(const rt::MethodSignature& signature) {
-  std::string text = (signature.isStatic ? "static " : "") + signature.result + " " + signature.name + "(";
-  for (std::size_t i = 0; i < signature.parameters.size(); ++i) text += (i == 0 ? "" : ", ") + signature.parameters[i];
-  return text + ")";
-}
-
 extern "C" {
 
 /// Finds the method that a caller was compiled against, and remembers it in the caller's slot.

@@ -81,15 +81,18 @@ static void checkUnknown(const language::SourceText& source, const language::Sou
   }
 }
 
-void Loader::checkNatives(const language::SourceText& source, const std::vector<GeneratedClass>& classes) {
+/// Finds the functions of all native methods of a source.
+static NativeAddresses bindNatives(const language::SourceText& source, const std::vector<GeneratedClass>& classes) {
+  NativeAddresses natives;
   for (const GeneratedClass& generated : classes) {
     for (const NativeBinding& native : generated.natives) {
-      if (engine_.defines(native.symbol)) continue;
-      throw language::SourceError(source, native.position,
-                                  "native method '" + native.method + "' needs the symbol '" + native.symbol +
-                                      "', which the process does not define");
+      if (const auto problem = nativeProblem(native.symbol, native.signature)) {
+        throw language::SourceError(source, native.position, "native method '" + native.method + "' " + *problem);
+      }
+      natives[native.symbol] = findNative(native.symbol);
     }
   }
+  return natives;
 }
 
 Loader::Compiled Loader::compile(const language::SourceText& source, const language::SourceFile& file) const {
@@ -143,8 +146,7 @@ void Loader::loadInstance(const GenericInstance& instance) {
 }
 
 void Loader::link(Compiled compiled, const language::SourceText& source) {
-  checkNatives(source, compiled.classes);
-  const auto unit = engine_.newUnit();
+  const auto unit = engine_.newUnit(bindNatives(source, compiled.classes));
   for (GeneratedClass& generated : compiled.classes) unit->add(std::move(generated.module), compiled.context);
   runtime::Registration registration;
   registration.setSource(source.path);
@@ -159,10 +161,9 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
   for (std::size_t i = 0; i < paths.size(); ++i) {
     ObjectFile object = readObject(paths[i]);
     checkObject(object, identities[i], engine_.target());
-    for (const std::string& symbol : object.natives) {
-      if (engine_.defines(symbol)) continue;
-      throw std::runtime_error(object.path + ": a native method needs the symbol '" + symbol +
-                               "', which the process does not define");
+    for (const auto& [symbol, signature] : object.natives) {
+      const auto problem = nativeProblem(symbol, signature);
+      if (problem) throw std::runtime_error(object.path + ": a native method " + *problem);
     }
     std::string real = realPath(paths[i]);
     const auto isSame = [&](const CheckedObject& other) { return other.realPath == real; };
@@ -172,6 +173,20 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
   return objects;
 }
 
+/// Links an object on its own, and notes its types in the registration that is open.
+std::unique_ptr<CodeUnit> Loader::link(CheckedObject& object) {
+  try {
+    NativeAddresses natives;
+    for (const auto& native : object.file.natives) natives[native.first] = findNative(native.first);
+    auto unit = engine_.newUnit(natives);
+    unit->add(std::move(object.file.bytes));
+    for (const std::string& initialiser : object.file.initialisers) unit->run(initialiser);
+    return unit;
+  } catch (const std::runtime_error& failure) {
+    throw std::runtime_error("'" + object.file.path + "' cannot be linked: " + failure.what());
+  }
+}
+
 void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities) {
   const std::lock_guard<std::mutex> lock(mutex_);
   std::vector<CheckedObject> objects = checkBundle(paths, identities);
@@ -179,10 +194,8 @@ void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector
   runtime::Registration registration;
   for (CheckedObject& object : objects) {
     const llvm::PrettyStackTraceFormat step("loading '%s'", object.file.path.c_str());
-    units.push_back(engine_.newUnit());
-    units.back()->add(std::move(object.file.bytes));
     registration.setSource(object.file.path);
-    for (const std::string& initialiser : object.file.initialisers) units.back()->run(initialiser);
+    units.push_back(link(object));
   }
   registration.commit();
   for (const auto& unit : units) unit->keep();
@@ -205,7 +218,7 @@ Loader::BuiltObject Loader::build(const std::string& path) const {
   llvm::Linker others(whole);
   for (GeneratedClass& generated : compiled.classes) {
     object.initialisers.push_back(generated.initialiser);
-    for (const NativeBinding& native : generated.natives) object.natives.push_back(native.symbol);
+    for (const NativeBinding& native : generated.natives) object.natives[native.symbol] = native.signature;
     if (generated.module.get() != &whole && others.linkInModule(std::move(generated.module))) {
       throw std::runtime_error("Cannot join the classes of '" + path + "' in one object");
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
@@ -60,7 +61,7 @@ class Loader {
   std::vector<CheckedObject> checkBundle(const std::vector<std::string>& paths,
                                          const std::vector<std::string>& identities);
   void checkPlacement(const language::SourceText& source, const language::SourceFile& file) const;
-  void checkNatives(const language::SourceText& source, const std::vector<GeneratedClass>& classes);
+  std::unique_ptr<CodeUnit> link(CheckedObject& object);
 
   const ClassPath& classPath_;
   Engine& engine_;

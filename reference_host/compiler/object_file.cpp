@@ -68,6 +68,8 @@ static std::string replaceDigest(llvm::StringRef bytes, llvm::StringRef header, 
 }
 
 void addHeader(llvm::Module& module, const ObjectFile& object) {
+  json::Object natives;
+  for (const auto& [symbol, signature] : object.natives) natives[symbol] = signature;
   json::Object header{{"identity", object.identity},
                       {"abi", object.abi},
                       {"target", object.target},
@@ -75,7 +77,7 @@ void addHeader(llvm::Module& module, const ObjectFile& object) {
                       {wholeDigest, noDigest()},
                       {layoutDigest, noDigest()},
                       {"initialisers", json::Array(object.initialisers)},
-                      {"natives", json::Array(object.natives)}};
+                      {"natives", std::move(natives)}};
   std::string text;
   llvm::raw_string_ostream(text) << json::Value(std::move(header));
   auto* value = llvm::ConstantDataArray::getString(module.getContext(), text, false);
@@ -134,6 +136,14 @@ static std::vector<std::string> textsOf(const json::Object& header, const char* 
   return texts;
 }
 
+static std::map<std::string, std::string> namedTextsOf(const json::Object& header, const char* key) {
+  const json::Object* object = header.getObject(key);
+  if (object == nullptr) throw std::runtime_error(std::string("its header has no object '") + key + "'");
+  std::map<std::string, std::string> texts;
+  for (const auto& [name, text] : *object) texts.emplace(name.str(), text.getAsString().value_or("").str());
+  return texts;
+}
+
 static std::string textOf(const json::Object& header, const char* key) {
   const auto text = header.getString(key);
   if (!text) throw std::runtime_error(std::string("its header has no text '") + key + "'");
@@ -177,7 +187,7 @@ static std::optional<ObjectFile> parseObject(const std::string& path, const llvm
   object.target = textOf(*header, "target");
   object.dialect = textOf(*header, "dialect");
   object.initialisers = textsOf(*header, "initialisers");
-  object.natives = textsOf(*header, "natives");
+  object.natives = namedTextsOf(*header, "natives");
   return object;
 }
 

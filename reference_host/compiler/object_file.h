@@ -6,6 +6,7 @@
 #include <llvm/Support/MemoryBuffer.h>
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,7 +14,7 @@
 namespace orva::compiler {
 
 /// The version of the layout of objects: of the descriptors, the operations and the header.
-constexpr int32_t currentObjectAbi = 1;
+constexpr int32_t currentObjectAbi = 2;
 
 /// The version of the language that sources are written in.
 constexpr const char* currentDialect = "1";
@@ -26,7 +27,8 @@ struct ObjectFile {
   std::string target;  ///< LLVM target triple
   std::string dialect = currentDialect;
   std::vector<std::string> initialisers;  ///< symbols, one for each class
-  std::vector<std::string> natives;       ///< symbols that the process must define
+  /// The signatures of native methods, by the symbols that the process must define.
+  std::map<std::string, std::string> natives;
   std::unique_ptr<llvm::MemoryBuffer> bytes;
 };
 

@@ -137,6 +137,11 @@ static rt::Exception* orvart_beginCatch(void* caught) {
   return exception;
 }
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
+/// What unwinds frames with handlers, by the name that the code generator knows it by.
+int __gxx_personality_v0(...);
+// NOLINTEND(bugprone-reserved-identifier)
+
 static void orvart_enterNative() { rt::forgetPendingException(); }
 
 static void orvart_leaveNative(const rt::SourceLocation* callSite) {
@@ -187,6 +192,7 @@ std::vector<NamedOperation> operations() {
       {"orvart_raise", addressOf(orvart_raise)},
       {"orvart_rethrow", addressOf(orvart_rethrow)},
       {"orvart_beginCatch", addressOf(orvart_beginCatch)},
+      {"__gxx_personality_v0", addressOf(__gxx_personality_v0)},
       {"orvart_enterNative", addressOf(orvart_enterNative)},
       {"orvart_leaveNative", addressOf(orvart_leaveNative)},
       {"orvart_requireReceiver", addressOf(orvart_requireReceiver)},

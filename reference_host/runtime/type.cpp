@@ -10,6 +10,12 @@ bool MethodSignature::operator==(const MethodSignature& other) const {
   return name == other.name && isStatic == other.isStatic && parameters == other.parameters && result == other.result;
 }
 
+std::string describe(const MethodSignature& signature) {
+  std::string text = (signature.isStatic ? "static " : "") + signature.result + " " + signature.name + "(";
+  for (std::size_t i = 0; i < signature.parameters.size(); ++i) text += (i == 0 ? "" : ", ") + signature.parameters[i];
+  return text + ")";
+}
+
 const Method* Type::find(std::string_view method) const {
   const auto isBefore = [](const Method& each, std::string_view wanted) { return each.signature.name < wanted; };
   const auto found = std::lower_bound(methods.begin(), methods.end(), method, isBefore);

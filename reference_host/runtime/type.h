@@ -21,6 +21,9 @@ struct MethodSignature {
   bool operator==(const MethodSignature& other) const;
 };
 
+/// A signature as a declaration spells it: `static String name(int, String)`.
+std::string describe(const MethodSignature& signature);
+
 /// Calls a static method with arguments and result as 64-bit words.
 using Invoker = int64_t (*)(const int64_t* arguments, const SourceLocation* callSite);
 

@@ -1,0 +1,71 @@
+// The process's symbols are looked up one by one, and only for declared natives: compiled code sees no others.
+#include "reference_host/compiler/native_methods.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "reference_host/language/parser.h"
+#include "reference_host/runtime/type.h"
+
+namespace orva::compiler {
+
+std::string nativeSymbol(const std::string& className, const std::string& method) {
+  return "orva_" + className + "_" + method;
+}
+
+/// The standard library's classes as they were when the host was built: a program may be given other ones, but the
+/// functions stay.
+static constexpr std::array standardClasses = {
+#include "reference_host/standard_classes.inc"
+};
+
+/// Tells whether the symbol of an entry point of the runtime's looks like a native's.
+static bool isEntryPoint(std::string_view symbol) {
+  static constexpr std::array<std::string_view, 2> entryPoints = {"orva_collections_ArrayList_size",
+                                                                  "orva_collections_ArrayList_operator_index"};
+  return std::find(entryPoints.begin(), entryPoints.end(), symbol) != entryPoints.end();
+}
+
+static std::string spelled(const language::TypeName& type, const language::SourceFile& file) {
+  return runtime::isBuiltInType(type.text()) ? type.text() : file.qualify(type.text());
+}
+
+static std::string declarationOf(const language::MethodDeclaration& method, const language::SourceFile& file) {
+  runtime::MethodSignature signature{method.name, method.isStatic, {}, spelled(method.result, file)};
+  for (const language::Parameter& parameter : method.parameters) {
+    signature.parameters.push_back(spelled(parameter.type, file));
+  }
+  return describe(signature);
+}
+
+/// The declarations of the natives of the standard library, by their symbols.
+static std::map<std::string, std::string> readStandardNatives() {
+  std::map<std::string, std::string> natives;
+  for (const char* text : standardClasses) {
+    const language::SourceFile file = language::parseSource({"the standard library", text});
+    for (const language::ClassDeclaration& declared : file.classes) {
+      for (const language::MethodDeclaration& method : declared.methods) {
+        if (method.isNative) natives[nativeSymbol(declared.name, method.name)] = declarationOf(method, file);
+      }
+    }
+  }
+  return natives;
+}
+
+std::optional<std::string> nativeProblem(const std::string& symbol, const std::string& signature) {
+  static const std::map<std::string, std::string> standardNatives = readStandardNatives();
+  if (findNative(symbol) == nullptr) return "needs the symbol '" + symbol + "', which the process does not define";
+  if (isEntryPoint(symbol)) {
+    return "needs the symbol '" + symbol + "', which is an entry point of the runtime, not a native";
+  }
+  const auto known = standardNatives.find(symbol);
+  if (known == standardNatives.end() || known->second == signature) return std::nullopt;
+  return "is declared as '" + signature + "': expected '" + known->second + "' for the symbol '" + symbol + "'";
+}
+
+void* findNative(const std::string& symbol) { return dlsym(RTLD_DEFAULT, symbol.c_str()); }
+
+}  // namespace orva::compiler

@@ -1,0 +1,29 @@
+// Rewriting objects as the compiler writes them.
+#include "changed_object.h"
+
+#include <gtest/gtest.h>
+
+#include "reference_host/compiler/object_file.h"
+#include "workspace.h"
+
+void replaceOnce(std::string& text, const std::string& from, const std::string& to) {
+  const std::size_t at = text.find(from);
+  ASSERT_NE(at, std::string::npos) << from;
+  ASSERT_EQ(text.find(from, at + 1), std::string::npos) << from;
+  text.replace(at, from.size(), to);
+}
+
+std::string noDigits() { return std::string(64, '0'); }
+
+std::string withDigits(std::string bytes, const std::string& key, const std::string& digits) {
+  const std::string begin = "\"" + key + "\":\"";
+  return bytes.replace(bytes.find(begin) + begin.size(), digits.size(), digits);
+}
+
+void changeObject(const std::string& path, const std::string& from, const std::string& to) {
+  std::string bytes = withDigits(withDigits(readFile(path), "digest", noDigits()), "layout", noDigits());
+  replaceOnce(bytes, from, to);
+  orva::compiler::ObjectFile object;
+  object.path = path;
+  writeObject(object, bytes);
+}
