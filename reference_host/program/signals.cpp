@@ -27,7 +27,7 @@ static void handle(int signal, void (*handler)(int), int flags) {
 void cleanUpOnSignals() {
   for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM,
                            SIGPROF, SIGPOLL, SIGPWR}) {
-    handle(signal, cleanUp, SA_RESETHAND | SA_ONSTACK);
+    handle(signal, cleanUp, static_cast<int>(SA_RESETHAND | SA_ONSTACK));
   }
   // A handler that does nothing, where programs that natives start would inherit an ignored signal.
   handle(SIGXFSZ, [](int) {}, SA_RESTART);

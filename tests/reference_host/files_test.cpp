@@ -27,12 +27,12 @@ static std::set<std::string> names() {
 
 TEST(Files, HaveTheModeOfThoseThatTheyReplaceOrWhatTheUmaskLeaves) {
   const Workspace workspace;
-  for (const mode_t mask : {0000, 0002, 0022, 0027, 0077, 0177}) {
+  for (const mode_t mask : {0000U, 0002U, 0022U, 0027U, 0077U, 0177U}) {
     const mode_t before = umask(mask);
     fs::remove("file");
     orva::compiler::writeFile("file", "new");
     EXPECT_EQ(modeOf("file"), 0666 & ~mask);
-    for (const mode_t mode : {0400, 0444, 0600, 0640, 0644, 0666, 0755}) {
+    for (const mode_t mode : {0400U, 0444U, 0600U, 0640U, 0644U, 0666U, 0755U}) {
       ASSERT_EQ(chmod("file", mode), 0);
       orva::compiler::writeFile("file", "again");
       EXPECT_EQ(modeOf("file"), mode);
