@@ -74,6 +74,8 @@ std::string help() {
   return text +
          "  -- ARG...         Pass all that follows to 'main'\n"
          "\n"
+         "Objects that a program loads are trusted code: their digests find damage, not malice.\n"
+         "\n"
          "Exit status: 0 when the program ends, 1 after an uncaught exception or when it does\n"
          "not compile, 2 when the command line or the installation is wrong.\n";
 }

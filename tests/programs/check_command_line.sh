@@ -119,7 +119,7 @@ for words in --help 'run --help' 'run app/Main.ov --help' '--help fly'; do
   # shellcheck disable=SC2086
   "$host" $words >.output 2>.errors || { echo "$words: status $?"; failures=1; }
   [ -s .errors ] && { echo "$words: printed errors"; failures=1; }
-  for text in 'run FILE' '--class-path DIR' '--stdlib DIR' '-- ARG...' --help --version 'Exit status'; do
+  for text in 'run FILE' '--class-path DIR' '--stdlib DIR' '-- ARG...' --help --version 'trusted code' 'Exit status'; do
     grep -qF -- "$text" .output || { echo "'$words' does not tell of '$text'"; failures=1; }
   done
   awk 'length > 120 { exit 1 }' .output || { echo "'$words' prints lines that are too long"; failures=1; }
