@@ -1,4 +1,6 @@
 // `orva-host`: runs a program of the language.
+#include <fcntl.h>
+
 #include <cstdio>
 #include <exception>
 
@@ -15,6 +17,14 @@ static void reportUncaught(const orva::runtime::Exception& exception) {
   if (const auto* location = exception.location) {
     std::fprintf(stderr, "  at %s:%lld\n  %s\n", location->file, static_cast<long long>(location->line),
                  location->text);
+  }
+}
+
+/// Opens what the process was started without, so that no file of the host's takes the place of its output. Each is
+/// opened the wrong way round, so that using it fails as before.
+static void reserveStandardStreams() {
+  for (int stream = 0; stream <= 2; ++stream) {
+    if (fcntl(stream, F_GETFD) == -1) open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
   }
 }
 
@@ -43,6 +53,7 @@ static int run(const RunOptions& options) {
 }
 
 int main(int argc, char** argv) {
+  reserveStandardStreams();
   orva::program::cleanUpOnSignals();
   orva::program::reportFatalErrors(argc, argv);
   return run(parseOptions(argc, argv));

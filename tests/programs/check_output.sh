@@ -1,0 +1,131 @@
+#!/usr/bin/env bash
+# Checks that nothing which a program prints is lost in silence: every write that fails is reported, whatever the sizes
+# of the texts, and all that was printed before a crash is there.
+# Usage: check_output.sh ORVA_HOST CXX_COMPILER
+set -uo pipefail
+host=$(realpath "$1") compiler=$2
+work=$(realpath "$(mktemp -d)")
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+# check NAME EXPECTED FOUND
+check() {
+  [ "$3" = "$2" ] && return
+  printf '%s: expected <%s>, found <%s>\n' "$1" "$2" "$3"
+  failures=1
+}
+
+text() { printf "%$1s" | tr ' ' "$2"; }  # SIZE BYTE
+
+cat >Print.ov <<'OV'
+class Print {
+  static void all(ArrayList<String> args, int at) {
+    if (at == args.size()) { return; }
+    Console.print(args.get(at));
+    Print.all(args, at + 1);
+  }
+  static void main(ArrayList<String> args) { Print.all(args, 0); }
+}
+OV
+
+# Sizes around those of buffers, alone and in all pairs; the disk is full from the first byte on.
+sizes=(0 1 1023 4094 4095 4096 4097 8191 8192 70000)
+mixes=()
+for one in "${sizes[@]}"; do
+  mixes+=("$one")
+  for other in "${sizes[@]}"; do mixes+=("$one $other"); done
+done
+for mix in "${mixes[@]}"; do
+  words=()
+  for size in $mix; do words+=("$(text "$size" x)"); done
+  "$host" run Print.ov -- "${words[@]}" >/dev/full 2>.errors
+  check "full disk, $mix" '1 Cannot print: No space left on device' "$? $(cat .errors)"
+done
+
+# A file may become so long and no longer: what fits is there, the rest is reported.
+for sizes in '2047 1' '2048' '1000 1000 1000' '4096 4095' '70000'; do
+  words=()
+  for size in $sizes; do words+=("$(text "$size" x)"); done
+  (trap '' XFSZ && ulimit -f 2 && "$host" run Print.ov -- "${words[@]}" >.output 2>.errors)
+  check "limited file, $sizes" '1 Cannot print: File too large 2048' "$? $(cat .errors) $(wc -c <.output)"
+done
+(trap '' XFSZ && ulimit -f 2 && "$host" run Print.ov -- "$(text 2047 x)" >.output 2>.errors)
+check 'a file that is just long enough' '0  2048' "$? $(cat .errors) $(wc -c <.output)"
+
+# No output at all, and a pipe that nobody reads.
+"$host" run Print.ov -- text >&- 2>.errors
+check 'closed output' '1 Cannot print: Bad file descriptor' "$? $(cat .errors)"
+"$host" run Print.ov >&- 2>.errors
+check 'closed output of a program that prints nothing' '0 ' "$? $(cat .errors)"
+mkfifo pipe
+# shellcheck disable=SC2094
+exec 3<>pipe 4>pipe 3>&-
+(trap '' PIPE && exec "$host" run Print.ov -- text) >&4 2>.errors
+check 'pipe without a reader' '1 Cannot print: Broken pipe' "$? $(cat .errors)"
+exec 4>&-
+
+# Natives that end the process in the midst of it, and print by themselves.
+cat >natives.cpp <<'CPP'
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+extern "C" void orva_Natives_end(long how) {
+  if (how == 0) _exit(7);
+  if (how == 1) std::abort();
+  std::raise(static_cast<int>(how));
+}
+extern "C" void orva_Natives_print(const char* text) { std::printf("%s\n", text); }
+extern "C" void orva_Natives_hurry() { fcntl(STDOUT_FILENO, F_SETFL, fcntl(STDOUT_FILENO, F_GETFL) | O_NONBLOCK); }
+CPP
+"$compiler" -shared -fPIC natives.cpp -o natives.so || exit 1
+cat >Natives.ov <<'OV'
+class Natives {
+  static native void end(int how);
+  static native void print(String text);
+  static native void hurry();
+}
+OV
+with_natives() { env LD_PRELOAD="$work/natives.so" ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}" "$host" "$@"; }
+for how in 0 1 9 11 15; do
+  echo "class End { static void main() { Console.print(\"first\"); Console.print(\"last\"); Natives.end($how); } }" >End.ov
+  with_natives run End.ov >.output 2>.errors
+  check "what was printed before end $how, in a file" 'first last' "$(tr '\n' ' ' <.output | sed 's/ $//')"
+  check "what was printed before end $how, in a pipe" 'first last' "$(with_natives run End.ov 2>.errors | tr '\n' ' ' | sed 's/ $//')"
+done
+
+# One order for all that prints, and for errors.
+cat >Order.ov <<'OV'
+class Order {
+  static void main() {
+    Console.print("1");
+    Natives.print("2");
+    Console.print("3");
+    Natives.print("4");
+    throw new Exception("5");
+  }
+}
+OV
+with_natives run Order.ov >.output 2>&1
+check order '1 2 3 4 Exception: 5' "$(head -5 .output | tr '\n' ' ' | sed 's/ $//')"
+
+# Output that does not wait for its reader.
+cat >Hurry.ov <<'OV'
+class Hurry {
+  static void lines(String text, int n) {
+    if (n == 40) { return; }
+    Console.print(text);
+    Hurry.lines(text, n + 1);
+  }
+  static void main(ArrayList<String> args) { Natives.hurry(); Hurry.lines(args.get(0), 0); }
+}
+OV
+mkfifo slow
+{ sleep 0.3; wc -c; } <slow >.size &
+with_natives run Hurry.ov -- "$(text 9999 x)" >slow 2>.errors
+check 'output that does not wait' '0 ' "$? $(cat .errors)"
+wait
+check 'all of it' 400000 "$(tr -d ' ' <.size)"
+exit $failures
