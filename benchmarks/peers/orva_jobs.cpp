@@ -83,7 +83,7 @@ static void requireNothingRaised() {
 static void requireWorks(void* type, int number) {
   if (type == nullptr) requireNothingRaised();
   const auto* method = type == nullptr ? nullptr : static_cast<const rt::Type*>(type)->find("number");
-  peers::require(method != nullptr && method->invoke(nullptr, nullptr) == number, "a loaded class does not work");
+  peers::require(method != nullptr && method->call(nullptr, nullptr) == number, "a loaded class does not work");
 }
 
 static void loadSources(const Report& report, const std::string& root) {

@@ -23,7 +23,7 @@ const std::vector<BuiltInMethod>& builtInMethods() {
   static const std::vector<BuiltInMethod> methods = {
       {"ArrayList<String>", {"size", false, {}, "int"}, "listSize", false},
       {"ArrayList<String>", {"get", false, {"int"}, "String"}, "listGet", true},
-      {"ArrayList<String>", {"add", false, {"String"}, "void"}, "listAdd", false},
+      {"ArrayList<String>", {"add", false, {"String"}, "void"}, "listAdd", true},
       {"Type", {"name", false, {}, "String"}, "typeName", false},
       {"Type", {"source", false, {}, "String"}, "typeSource", false},
       {"Exception", {"className", false, {}, "String"}, "exceptionClass", false},
@@ -79,10 +79,12 @@ MethodGenerator::Value MethodGenerator::generate(const language::NameUse& use, P
   return {ir_.CreateLoad(variable->place->getAllocatedType(), variable->place), variable->type};
 }
 
-MethodGenerator::Value MethodGenerator::generate(const language::ListLiteral& literal, Position, const std::string&) {
-  llvm::Value* list = operation("newList", builder_.pointer(), {});
+MethodGenerator::Value MethodGenerator::generate(const language::ListLiteral& literal, Position position,
+                                                 const std::string&) {
+  llvm::Constant* place = builder_.location(position);
+  llvm::Value* list = operation("newList", builder_.pointer(), {place});
   for (const language::Expression& element : literal.elements) {
-    operation("listAdd", builder_.typeOf("void"), {list, valueOf(element, "String")});
+    operation("listAdd", builder_.typeOf("void"), {list, valueOf(element, "String"), place});
   }
   return {list, "ArrayList<String>"};
 }
@@ -105,14 +107,15 @@ MethodGenerator::Value MethodGenerator::add(const Value& left, const Value& righ
   }
   llvm::Value* first = asText(left, position).value;
   llvm::Value* second = asText(right, position).value;
-  return {operation("joinTexts", builder_.pointer(), {first, second}), "String"};
+  return {operation("joinTexts", builder_.pointer(), {first, second, builder_.location(position)}), "String"};
 }
 
 MethodGenerator::Value MethodGenerator::asText(const Value& value, Position position) {
   if (value.type == "String" || value.type == "null") return {value.value, "String"};
-  if (value.type == "int" || value.type == "boolean") {
-    return {operation(value.type + "Text", builder_.pointer(), {value.value}), "String"};
+  if (value.type == "int") {
+    return {operation("intText", builder_.pointer(), {value.value, builder_.location(position)}), "String"};
   }
+  if (value.type == "boolean") return {operation("booleanText", builder_.pointer(), {value.value}), "String"};
   fail(position, "expected a String, an int or a boolean, found " + value.type);
 }
 

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <exception>
+#include <new>
 #include <string>
 
 #include "reference_host/compiler/context.h"
@@ -16,6 +17,8 @@ using orva::compiler::activeContext;
 static const rt::Type* findOrLoad(const std::string& fullName, const rt::SourceLocation* callSite) {
   try {
     return activeContext().findOrLoad(fullName);
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& failure) {
     rt::throwException("Exception", failure.what(), callSite);
   }
@@ -68,8 +71,8 @@ static int64_t orvart_callByName(const char* name, int64_t candidateCount, const
 namespace orva::compiler {
 
 std::vector<runtime::NamedOperation> linkOperations() {
-  return {{"orvart_linkMethod", reinterpret_cast<const void*>(orvart_linkMethod)},
-          {"orvart_callByName", reinterpret_cast<const void*>(orvart_callByName)}};
+  return {runtime::guarded<orvart_linkMethod>("orvart_linkMethod"),
+          runtime::guarded<orvart_callByName>("orvart_callByName")};
 }
 
 }  // namespace orva::compiler

@@ -42,14 +42,15 @@ void MethodGenerator::generate() {
     const Variable& variable = declareVariable(parameter.name, signature_.parameters[i], parameter.position);
     ir_.CreateStore(function_->getArg(first + i), variable.place);
   }
-  operation("checkStack", builder_.typeOf("void"),
-            {builder_.text(scope_.fullName + "." + method_.name),
+  frame_ = allocate(builder_.callFrame(), "frame");
+  operation("enter", builder_.typeOf("void"),
+            {frame_, builder_.text(scope_.fullName + "." + method_.name),
              function_->getArg(static_cast<unsigned>(function_->arg_size() - 1))});
   const std::size_t problems = scope_.diagnostics.size();
   block(method_.body);
   if (hasEnded()) return;
   if (signature_.result == "void") {
-    ir_.CreateRetVoid();
+    leave(nullptr);
     return;
   }
   // A statement that is wrong may have been the one that returns.
@@ -109,11 +110,18 @@ void MethodGenerator::generate(const language::Return& statement, Position posit
   if (!statement.value) {
     if (signature_.result != "void")
       fail(position, "expected a value of type " + signature_.result + " after 'return'");
-    ir_.CreateRetVoid();
+    leave(nullptr);
     return;
   }
   if (signature_.result == "void") fail(position, "method '" + method_.name + "' returns nothing: expected 'return;'");
-  ir_.CreateRet(valueOf(*statement.value, signature_.result));
+  leave(valueOf(*statement.value, signature_.result));
+}
+
+void MethodGenerator::leave(llvm::Value* result) {
+  // It never throws: even within a `try`, it is called plainly.
+  ir_.CreateCall(builder_.operation("leave", builder_.typeOf("void"), {builder_.pointer()}), {frame_});
+  // Null makes a return without a value.
+  ir_.Insert(llvm::ReturnInst::Create(ir_.getContext(), result));
 }
 
 void MethodGenerator::generate(const language::If& statement, Position /*position*/) {
@@ -149,7 +157,7 @@ void MethodGenerator::generate(const language::Try& statement, Position /*positi
   // Only language exceptions are caught; every other C++ exception goes on to whoever called the program.
   pad->addClause(llvm::cast<llvm::Constant>(
       builder_.module().getOrInsertGlobal("orvart_thrownType", llvm::Type::getInt8Ty(ir_.getContext()))));
-  llvm::Value* exception = operation("beginCatch", builder_.pointer(), {ir_.CreateExtractValue(pad, 0)});
+  llvm::Value* exception = operation("beginCatch", builder_.pointer(), {ir_.CreateExtractValue(pad, 0), frame_});
   handler(statement, exception, next);
   ir_.SetInsertPoint(next);
 }

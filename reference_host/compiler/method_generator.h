@@ -56,6 +56,8 @@ class MethodGenerator {
   void generate(const language::Try& statement, language::Position position);
   void generate(const language::Throw& statement, language::Position position);
   void handler(const language::Try& statement, llvm::Value* exception, llvm::BasicBlock* next);
+  /// Returns from the method; `result` is null where it returns nothing.
+  void leave(llvm::Value* result);
 
   // Expressions. `wanted` is the type that the place asks for; empty when it asks for none, `void` when it drops the
   // value. It decides what a call gives whose method is found while the program runs.
@@ -115,6 +117,8 @@ class MethodGenerator {
   const runtime::MethodSignature& signature_;
   llvm::Function* function_;
   llvm::IRBuilder<> ir_;
+  /// The method's `CallFrame`.
+  llvm::AllocaInst* frame_ = nullptr;
   std::vector<std::map<std::string, Variable>> variables_;
   /// Where calls unwind to; null outside of every `try`.
   llvm::BasicBlock* landing_ = nullptr;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "reference_host/language/source_text.h"
+#include "reference_host/runtime/call_stack.h"
 #include "reference_host/runtime/type.h"
 
 namespace orva::compiler {
@@ -26,6 +27,9 @@ class ModuleBuilder {
   llvm::Type* word() { return llvm::Type::getInt64Ty(module_->getContext()); }
   llvm::PointerType* pointer() { return llvm::PointerType::getUnqual(module_->getContext()); }
   llvm::Type* typeOf(const std::string& type);
+
+  /// Room for a `CallFrame` of the runtime.
+  llvm::Type* callFrame() { return llvm::ArrayType::get(word(), sizeof(runtime::CallFrame) / sizeof(int64_t)); }
 
   /// The machine signature of a method: receiver, arguments, call site.
   llvm::FunctionType* functionType(const runtime::MethodSignature& signature);

@@ -3,22 +3,15 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 
 #include "reference_host/compiler/context.h"
-#include "reference_host/language/printable_text.h"
 #include "reference_host/program/bug_report.h"
 #include "reference_host/program/options.h"
+#include "reference_host/program/report.h"
 #include "reference_host/program/run.h"
 #include "reference_host/program/signals.h"
 #include "reference_host/runtime/values.h"
-
-static void reportUncaught(const orva::runtime::Exception& exception) {
-  std::fprintf(stderr, "%s: %s\n", exception.className, exception.message);
-  if (const auto* location = exception.location) {
-    std::fprintf(stderr, "  at %s:%lld\n  %s\n", location->file, static_cast<long long>(location->line),
-                 location->text);
-  }
-}
 
 /// Opens what the process was started without, so that no file of the host's takes the place of its output. Each is
 /// opened the wrong way round, so that using it fails as before.
@@ -42,12 +35,15 @@ static int run(const RunOptions& options) {
   } catch (const orva::runtime::Thrown& thrown) {
     std::fflush(stdout);
     reportUncaught(*thrown.exception);
+  } catch (const std::bad_alloc&) {
+    std::fflush(stdout);
+    reportFailure("Memory ran out");
   } catch (const std::exception& failure) {
     std::fflush(stdout);
-    std::fprintf(stderr, "%s\n", orva::language::printableLines(failure.what()).c_str());
+    reportFailure(failure.what());
   } catch (...) {
     std::fflush(stdout);
-    std::fputs("A native threw an object that is no std::exception\n", stderr);
+    reportFailure("A native threw an object that is no std::exception");
   }
   return 1;
 }

@@ -67,7 +67,7 @@ void runProgram(const Program& program, const std::vector<std::string>& argument
   runtime::ArrayList* list = runtime::newList();
   for (const std::string& argument : arguments) list->elements.push_back(runtime::newText(argument));
   const auto word = reinterpret_cast<int64_t>(list);
-  method.invoke(&word, nullptr);
+  method.call(&word, nullptr);
   if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "Cannot print");
 }
 

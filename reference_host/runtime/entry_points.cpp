@@ -1,4 +1,5 @@
 // The runtime's entry points: what natives call to raise, to look up, to allocate and to read lists.
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -10,7 +11,14 @@
 
 namespace rt = orva::runtime;
 
-void Orva_raise(const char* exceptionClass, const char* message) { rt::setPendingException({exceptionClass, message}); }
+void Orva_raise(const char* exceptionClass, const char* message) {
+  try {
+    rt::setPendingException({exceptionClass, message});
+  } catch (const std::bad_alloc&) {
+    // So short that they need no memory of their own.
+    rt::setPendingException({"Exception", "Memory ran out"});
+  }
+}
 
 void* Orva_typeByName(const char* typeName) {
   // Types are opaque to natives, which never write through the pointer.

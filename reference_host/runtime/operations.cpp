@@ -2,18 +2,17 @@
 #include "reference_host/runtime/operations.h"
 
 #include <cxxabi.h>
-#include <pthread.h>
 
-#include <algorithm>
 #include <cstring>
 #include <typeinfo>
 
+#include "reference_host/runtime/call_stack.h"
 #include "reference_host/runtime/pending_exception.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace orva::runtime {
 
-void throwException(const std::string& className, const std::string& message, const SourceLocation* callSite) {
+void throwException(std::string_view className, std::string_view message, const SourceLocation* callSite) {
   throw Thrown{newException(className, message, callSite)};
 }
 
@@ -26,7 +25,7 @@ int64_t callDynamically(const Type& type, const char* methodName, const DynamicA
     throwException("Exception", *problem, callSite);
   }
   result = method->signature.result;
-  return method->invoke(arguments.values, callSite);
+  return method->call(arguments.values, callSite);
 }
 
 static const char* listText(const ArrayList* list) {
@@ -49,23 +48,6 @@ const char* textOf(int64_t value, const std::string& type) {
   return reinterpret_cast<const Object*>(value)->type->fullName.c_str();
 }
 
-/// The lowest address that this thread's compiled code may use. Below it stays room for the host, which may have to
-/// compile a class; and a stack without limit has one here, so that recursion without end ends.
-static const char* stackLimit() {
-  static constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
-  static thread_local const char* const limit = [] {
-    pthread_attr_t attributes;
-    void* lowest = nullptr;
-    std::size_t size = 0;
-    pthread_getattr_np(pthread_self(), &attributes);
-    pthread_attr_getstack(&attributes, &lowest, &size);
-    pthread_attr_destroy(&attributes);
-    const std::size_t used = std::min(size, 64 * mebibyte);
-    return static_cast<const char*>(lowest) + (size - used) + std::min(2 * mebibyte, used / 2);
-  }();
-  return limit;
-}
-
 }  // namespace orva::runtime
 
 namespace rt = orva::runtime;
@@ -74,11 +56,13 @@ extern "C" {
 
 const char* orvart_printableText(const char* text) { return text == nullptr ? "null" : text; }
 
-static const char* orvart_joinTexts(const char* left, const char* right) {
-  return rt::newText(std::string(orvart_printableText(left)) + orvart_printableText(right));
+static const char* orvart_joinTexts(const char* left, const char* right, const rt::SourceLocation* /*callSite*/) {
+  return rt::newText(orvart_printableText(left), orvart_printableText(right));
 }
 
-static const char* orvart_intText(int64_t value) { return rt::textOf(value, "int"); }
+static const char* orvart_intText(int64_t value, const rt::SourceLocation* /*callSite*/) {
+  return rt::textOf(value, "int");
+}
 
 static const char* orvart_booleanText(int64_t value) { return rt::textOf(value, "boolean"); }
 
@@ -87,7 +71,7 @@ static int64_t orvart_textsEqual(const char* left, const char* right) {
   return equal ? 1 : 0;
 }
 
-static rt::ArrayList* orvart_newList() { return rt::newList(); }
+static rt::ArrayList* orvart_newList(const rt::SourceLocation* /*callSite*/) { return rt::newList(); }
 
 static int64_t orvart_listSize(const rt::ArrayList* list) { return static_cast<int64_t>(list->elements.size()); }
 
@@ -100,7 +84,9 @@ static const char* orvart_listGet(const rt::ArrayList* list, int64_t index, cons
   return list->elements[static_cast<std::size_t>(index)];
 }
 
-static void orvart_listAdd(rt::ArrayList* list, const char* element) { list->elements.push_back(element); }
+static void orvart_listAdd(rt::ArrayList* list, const char* element, const rt::SourceLocation* /*callSite*/) {
+  rt::addElement(*list, element);
+}
 
 static const char* orvart_typeName(const rt::Type* type) { return type->fullName.c_str(); }
 
@@ -131,7 +117,9 @@ static int64_t orvart_exceptionIs(const rt::Exception* exception, const char* cl
 [[noreturn]] static void orvart_rethrow(rt::Exception* exception) { throw rt::Thrown{exception}; }
 
 /// Ends the C++ exception that reached a handler and hands the language's one over.
-static rt::Exception* orvart_beginCatch(void* caught) {
+/// @param frame of the method with the handler.
+static rt::Exception* orvart_beginCatch(void* caught, const rt::CallFrame* frame) {
+  rt::returnToCall(*frame);
   rt::Exception* exception = static_cast<rt::Thrown*>(abi::__cxa_begin_catch(caught))->exception;
   abi::__cxa_end_catch();
   return exception;
@@ -156,11 +144,13 @@ static void orvart_requireReceiver(const void* receiver, const char* method, con
   }
 }
 
-static void orvart_checkStack(const char* method, const rt::SourceLocation* callSite) {
-  if (static_cast<const char*>(__builtin_frame_address(0)) < rt::stackLimit()) {
+static void orvart_enter(rt::CallFrame* frame, const char* method, const rt::SourceLocation* callSite) {
+  if (!rt::enterCall(*frame, method, callSite)) {
     rt::throwException("Exception", std::string("Recursion too deep in '") + method + "'", callSite);
   }
 }
+
+static void orvart_leave(const rt::CallFrame* frame) { rt::leaveCall(*frame); }
 
 }  // extern "C"
 
@@ -175,28 +165,29 @@ std::vector<NamedOperation> operations() {
   return {
       {"orvart_registerType", addressOf(orvart_registerType)},
       {"orvart_printableText", addressOf(orvart_printableText)},
-      {"orvart_joinTexts", addressOf(orvart_joinTexts)},
-      {"orvart_intText", addressOf(orvart_intText)},
+      guarded<orvart_joinTexts>("orvart_joinTexts"),
+      guarded<orvart_intText>("orvart_intText"),
       {"orvart_booleanText", addressOf(orvart_booleanText)},
       {"orvart_textsEqual", addressOf(orvart_textsEqual)},
-      {"orvart_newList", addressOf(orvart_newList)},
+      guarded<orvart_newList>("orvart_newList"),
       {"orvart_listSize", addressOf(orvart_listSize)},
-      {"orvart_listGet", addressOf(orvart_listGet)},
-      {"orvart_listAdd", addressOf(orvart_listAdd)},
+      guarded<orvart_listGet>("orvart_listGet"),
+      guarded<orvart_listAdd>("orvart_listAdd"),
       {"orvart_typeName", addressOf(orvart_typeName)},
       {"orvart_typeSource", addressOf(orvart_typeSource)},
-      {"orvart_typeCall", addressOf(orvart_typeCall)},
+      guarded<orvart_typeCall>("orvart_typeCall"),
       {"orvart_exceptionClass", addressOf(orvart_exceptionClass)},
       {"orvart_exceptionMessage", addressOf(orvart_exceptionMessage)},
       {"orvart_exceptionIs", addressOf(orvart_exceptionIs)},
-      {"orvart_raise", addressOf(orvart_raise)},
+      guarded<orvart_raise>("orvart_raise"),
       {"orvart_rethrow", addressOf(orvart_rethrow)},
       {"orvart_beginCatch", addressOf(orvart_beginCatch)},
       {"__gxx_personality_v0", addressOf(__gxx_personality_v0)},
       {"orvart_enterNative", addressOf(orvart_enterNative)},
-      {"orvart_leaveNative", addressOf(orvart_leaveNative)},
-      {"orvart_requireReceiver", addressOf(orvart_requireReceiver)},
-      {"orvart_checkStack", addressOf(orvart_checkStack)},
+      guarded<orvart_leaveNative>("orvart_leaveNative"),
+      guarded<orvart_requireReceiver>("orvart_requireReceiver"),
+      guarded<orvart_enter>("orvart_enter"),
+      {"orvart_leave", addressOf(orvart_leave)},
       {"orvart_thrownType", &typeid(Thrown)},
   };
 }

@@ -1,9 +1,12 @@
 // The operations that compiled code calls. They have C names, so that object files can be linked against them.
-// Those that take a call site throw a language exception (`Thrown`) that carries it.
+// Those that take a call site throw a language exception (`Thrown`) that carries it, also when memory runs out.
 #pragma once
 
 #include <cstdint>
+#include <new>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "reference_host/runtime/type.h"
@@ -20,8 +23,27 @@ struct NamedOperation {
 /// All operations of the runtime, and the type by which compiled code catches a language exception.
 std::vector<NamedOperation> operations();
 
-[[noreturn]] void throwException(const std::string& className, const std::string& message,
-                                 const SourceLocation* callSite);
+[[noreturn]] void throwException(std::string_view className, std::string_view message, const SourceLocation* callSite);
+
+/// An operation whose last argument is a call site, and which throws a language exception there when memory runs out.
+template <auto operation>
+struct Guarded;
+template <typename Result, typename... Arguments, Result (*operation)(Arguments...)>
+struct Guarded<operation> {
+  static Result call(Arguments... arguments) {
+    try {
+      return operation(arguments...);
+    } catch (const std::bad_alloc& failure) {
+      throw Thrown{newMemoryException(failure, std::get<sizeof...(Arguments) - 1>(std::tie(arguments...)))};
+    }
+  }
+};
+
+/// As compiled code calls it.
+template <auto operation>
+NamedOperation guarded(const char* name) {
+  return {name, reinterpret_cast<const void*>(Guarded<operation>::call)};
+}
 
 /// The arguments of a call whose method is found while the program runs.
 struct DynamicArguments {

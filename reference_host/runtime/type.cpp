@@ -1,8 +1,10 @@
-// Comparing and checking method signatures.
+// Calling methods, and checking their signatures.
 #include "reference_host/runtime/type.h"
 
 #include <algorithm>
 #include <array>
+
+#include "reference_host/runtime/call_stack.h"
 
 namespace orva::runtime {
 
@@ -14,6 +16,11 @@ std::string describe(const MethodSignature& signature) {
   std::string text = (signature.isStatic ? "static " : "") + signature.result + " " + signature.name + "(";
   for (std::size_t i = 0; i < signature.parameters.size(); ++i) text += (i == 0 ? "" : ", ") + signature.parameters[i];
   return text + ")";
+}
+
+int64_t Method::call(const int64_t* arguments, const SourceLocation* callSite) const {
+  const CallBoundary boundary;
+  return invoke(arguments, callSite);
 }
 
 const Method* Type::find(std::string_view method) const {

@@ -31,6 +31,9 @@ struct Method {
   MethodSignature signature;
   void* code = nullptr;      ///< takes the receiver if there is one, the arguments, then the call site
   Invoker invoke = nullptr;  ///< null for a method that is not static
+
+  /// Calls a static method from C++, where what it throws may be caught.
+  int64_t call(const int64_t* arguments, const SourceLocation* callSite) const;
 };
 
 struct Type {

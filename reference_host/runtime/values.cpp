@@ -1,42 +1,168 @@
 // Keeps every value of the running program.
 #include "reference_host/runtime/values.h"
 
-#include <deque>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <mutex>
-#include <string>
-#include <utility>
+
+#include "reference_host/runtime/call_stack.h"
 
 namespace orva::runtime {
 
-/// Values of one kind; a deque never moves what it holds.
-template <typename Value>
-class Pool {
+namespace {
+
+/// Hands out memory piece by piece from chunks that are never freed.
+class Arena {
  public:
-  Value* add(Value value) {
+  void* allocate(std::size_t size, std::size_t alignment) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return &values_.emplace_back(std::move(value));
+    if (size > largestShared) return newChunk(size) + 1;
+    std::size_t gap = (alignment - reinterpret_cast<std::uintptr_t>(next_) % alignment) % alignment;
+    if (gap + size > left_) {
+      next_ = reinterpret_cast<char*>(newChunk(chunkSize) + 1);
+      left_ = chunkSize;
+      gap = 0;
+    }
+    void* const place = next_ + gap;
+    next_ += gap + size;
+    left_ -= gap + size;
+    return place;
   }
 
  private:
+  /// What begins each chunk: the chunks are a list, so that all that is held can be reached.
+  struct alignas(std::max_align_t) Chunk {
+    Chunk* previous;
+  };
+  static constexpr std::size_t chunkSize = std::size_t{64} * 1024;
+  static constexpr std::size_t largestShared = chunkSize / 8;
+
+  Chunk* newChunk(std::size_t size) {
+    chunks_ = new (::operator new(sizeof(Chunk) + size)) Chunk{chunks_};
+    return chunks_;
+  }
+
   std::mutex mutex_;
-  std::deque<Value> values_;
+  Chunk* chunks_ = nullptr;
+  char* next_ = nullptr;
+  std::size_t left_ = 0;
 };
 
-/// The one pool for a kind of value. Never destroyed: threads may still run while the process ends.
-template <typename Value>
-static Pool<Value>& pool() {
-  static auto* const values = new Pool<Value>();
-  return *values;
+/// Addresses that nothing uses for now, and so no memory either.
+class Kept {
+ public:
+  void release() {
+    void* const addresses = addresses_.exchange(MAP_FAILED);
+    if (addresses != MAP_FAILED) munmap(addresses, size);
+  }
+
+ private:
+  static constexpr std::size_t size = std::size_t{16} * 1024 * 1024;
+
+  std::atomic<void*> addresses_{mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)};
+};
+
+/// All that values need.
+struct Memory {
+  Arena arena;
+  Kept forHandlers;
+  Kept forReport;
+};
+
+}  // namespace
+
+/// Never destroyed: threads may still run while the process ends. It needs no memory itself.
+static Memory& memory() {
+  alignas(Memory) static std::array<std::byte, sizeof(Memory)> room;
+  static auto* const only = new (room.data()) Memory();
+  return *only;
 }
 
-const char* newText(std::string_view text) { return pool<std::string>().add(std::string(text))->c_str(); }
+OutOfMemory::OutOfMemory(const char* kind, std::size_t count, const char* units) noexcept : text_{} {
+  std::snprintf(text_.data(), text_.size(), "Memory ran out: no room for a %s of %zu %s", kind, count, units);
+}
 
-ArrayList* newList() { return pool<ArrayList>().add({}); }
+void* newBytes(std::size_t size, std::size_t alignment, const char* kind) {
+  try {
+    return memory().arena.allocate(size, alignment);
+  } catch (const std::bad_alloc&) {
+    throw OutOfMemory(kind, size, "bytes");
+  }
+}
 
-Object* newObject(const Type& type) { return pool<Object>().add({&type}); }
+const char* newText(std::string_view text) { return newText(text, {}); }
+
+const char* newText(std::string_view left, std::string_view right) {
+  const std::size_t size = left.size() + right.size();
+  auto* const text = static_cast<char*>(newBytes(size + 1, 1, "text"));
+  std::copy(left.begin(), left.end(), text);
+  std::copy(right.begin(), right.end(), text + left.size());
+  text[size] = '\0';
+  return text;
+}
+
+ArrayList* newList() { return new (newBytes(sizeof(ArrayList), alignof(ArrayList), "list")) ArrayList(); }
+
+void addElement(ArrayList& list, const char* element) {
+  try {
+    list.elements.push_back(element);
+  } catch (const std::bad_alloc&) {
+    throw OutOfMemory("list", list.elements.size() + 1, "elements");
+  }
+}
+
+Object* newObject(const Type& type) {
+  auto* const object = newValue<Object>();
+  object->type = &type;
+  return object;
+}
 
 Exception* newException(std::string_view className, std::string_view message, const SourceLocation* location) {
-  return pool<Exception>().add({newText(className), newText(message), location});
+  auto* const exception = newValue<Exception>();
+  *exception = {newText(className), newText(message), location, nullptr};
+  if (placesInTrace() == 0) return exception;
+  auto* const trace = newValue<CallTrace>();
+  *trace = traceOf(location, newValues<Place>(placesInTrace()));
+  exception->trace = trace;
+  return exception;
+}
+
+namespace {
+
+/// An exception that brings its own memory.
+struct LastException {
+  Exception* fill(const char* message, const SourceLocation* location) noexcept {
+    std::snprintf(text.data(), text.size(), "%s", message);
+    trace = traceOf(location, places.data());
+    exception = {"Exception", text.data(), location, &trace};
+    return &exception;
+  }
+
+  Exception exception;
+  std::array<char, sizeof(OutOfMemory)> text;
+  CallTrace trace;
+  std::array<Place, mostPlacesInTrace> places;
+};
+
+}  // namespace
+
+Exception* newMemoryException(const std::bad_alloc& failure, const SourceLocation* location) noexcept {
+  static thread_local LastException last;
+  release(Reserve::handlers);
+  const auto* detailed = dynamic_cast<const OutOfMemory*>(&failure);
+  const char* const message = detailed != nullptr ? detailed->what() : "Memory ran out";
+  try {
+    return newException("Exception", message, location);
+  } catch (const std::bad_alloc&) {
+    return last.fill(message, location);
+  }
+}
+
+void release(Reserve reserve) noexcept {
+  (reserve == Reserve::handlers ? memory().forHandlers : memory().forReport).release();
 }
 
 }  // namespace orva::runtime

@@ -53,7 +53,7 @@ class ReferenceHostHooks : public Hooks {
                         "  static void main() { KitsProgram.probe(); }\n"
                         "}\n");
     compiler::activeContext().loader.load(file, compiler::Placement::anywhere);
-    runtime::findTypeByFullName("KitsProgram")->find("main")->invoke(nullptr, nullptr);
+    runtime::findTypeByFullName("KitsProgram")->find("main")->call(nullptr, nullptr);
     return true;
   }
 

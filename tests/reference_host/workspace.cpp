@@ -46,7 +46,7 @@ std::string readFile(const std::string& path) {
 int64_t callMethod(const std::string& fullName, const std::string& method, const std::vector<int64_t>& arguments) {
   const orva::runtime::Type* type = orva::runtime::findTypeByFullName(fullName);
   if (type == nullptr || type->find(method) == nullptr) throw std::logic_error("no method " + fullName + "." + method);
-  return type->find(method)->invoke(arguments.data(), nullptr);
+  return type->find(method)->call(arguments.data(), nullptr);
 }
 
 std::string callText(const std::string& fullName, const std::string& method, const std::vector<int64_t>& arguments) {

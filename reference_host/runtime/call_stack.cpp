@@ -1,0 +1,163 @@
+// A list of frames for each thread, linked through the stack itself.
+#include "reference_host/runtime/call_stack.h"
+
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <utility>
+
+namespace orva::runtime {
+
+namespace {
+
+constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
+
+constexpr std::size_t keptAtEachEnd = mostPlacesInTrace / 2;
+
+struct CallStack {
+  const CallFrame* top = nullptr;
+  /// The lowest address that compiled code may use; null until the first call.
+  const char* limit = nullptr;
+  /// The outermost calls, by their depth; of those at the same depth, the last.
+  std::array<const CallFrame*, keptAtEachEnd + 1> outermost{};
+};
+
+thread_local CallStack calls;
+
+struct Bounds {
+  const char* lowest;
+  std::size_t size;
+};
+
+Bounds stackBounds() {
+  pthread_attr_t attributes;
+  void* lowest = nullptr;
+  std::size_t size = 0;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) {
+    // Without /proc, nothing is known of the first thread's stack but that it is small at worst.
+    size = mebibyte / 8;
+    return {static_cast<const char*>(__builtin_frame_address(0)) - size, size};
+  }
+  pthread_attr_getstack(&attributes, &lowest, &size);
+  pthread_attr_destroy(&attributes);
+  // A stack without limit has one here, so that recursion without end ends.
+  const std::size_t used = std::min(size, 64 * mebibyte);
+  return {static_cast<const char*>(lowest) + (size - used), used};
+}
+
+bool hasAddresses(std::size_t size) {
+  void* const probe = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (probe != MAP_FAILED) munmap(probe, size);
+  return probe != MAP_FAILED;
+}
+
+/// Where the address space is limited, a stack that cannot grow ends the process: it gets what it may use at once, and
+/// may use no more than half of what there is. Throws `OutOfMemory` when that is next to nothing.
+__attribute__((no_sanitize("address"))) Bounds withRoom(Bounds stack) {
+  rlimit addresses{};
+  if (getrlimit(RLIMIT_AS, &addresses) != 0 || addresses.rlim_cur == RLIM_INFINITY) return stack;
+  const char* const end = stack.lowest + stack.size;
+  while (!hasAddresses(2 * stack.size)) {
+    stack.size /= 2;
+    if (stack.size < mebibyte / 8) throw OutOfMemory("stack", mebibyte / 8, "bytes");
+  }
+  stack.lowest = end - stack.size;
+  *const_cast<volatile char*>(stack.lowest + stack.size / 8) = 0;
+  return stack;
+}
+
+/// Below the limit stays room for the runtime and for natives.
+const char* stackLimit() {
+  if (calls.limit == nullptr) {
+    const Bounds stack = withRoom(stackBounds());
+    calls.limit = stack.lowest + std::min(2 * mebibyte, stack.size / 4);
+  }
+  return calls.limit;
+}
+
+std::size_t mixed(std::size_t digest, const Place& place) {
+  constexpr std::size_t prime = 0x100000001b3;
+  digest = (digest ^ reinterpret_cast<std::uintptr_t>(place.location)) * prime;
+  return (digest ^ reinterpret_cast<std::uintptr_t>(place.method)) * prime;
+}
+
+}  // namespace
+
+bool enterCall(CallFrame& frame, const char* method, const SourceLocation* callSite) {
+  if (reinterpret_cast<const char*>(&frame) < stackLimit()) return false;
+  const CallFrame* caller = calls.top;
+  frame = {caller, method, callSite, 0, 0};
+  if (caller != nullptr) {
+    frame.depth = caller->depth + 1;
+    frame.digest = mixed(caller->digest, {callSite, caller->method});
+  }
+  if (frame.depth < calls.outermost.size()) calls.outermost[frame.depth] = &frame;
+  calls.top = &frame;
+  return true;
+}
+
+void leaveCall(const CallFrame& frame) { calls.top = frame.caller; }
+
+void returnToCall(const CallFrame& frame) { calls.top = &frame; }
+
+CallBoundary::CallBoundary() : top_(calls.top) {}
+
+CallBoundary::~CallBoundary() { calls.top = top_; }
+
+static std::size_t callCount() { return calls.top == nullptr ? 0 : calls.top->depth + 1; }
+
+std::size_t placesInTrace() { return std::min(callCount(), mostPlacesInTrace); }
+
+CallTrace traceOf(const SourceLocation* location, Place* places) {
+  const bool isDeep = callCount() > mostPlacesInTrace;
+  const std::size_t innermostCount = isDeep ? keptAtEachEnd : callCount();
+  CallTrace trace{places, innermostCount, 0, nullptr, 0, 0, 0};
+  const CallFrame* frame = calls.top;
+  for (std::size_t i = 0; i < innermostCount; ++i, frame = frame->caller) {
+    *places++ = {location, frame->method};
+    location = frame->callSite;
+    trace.digestInside = frame->digest;
+  }
+  if (!isDeep) return trace;
+  trace.omitted = callCount() - mostPlacesInTrace;
+  trace.outermost = places;
+  trace.outermostCount = keptAtEachEnd;
+  trace.digestOutside = calls.outermost[keptAtEachEnd]->digest;
+  for (std::size_t i = keptAtEachEnd; i > 0; --i) {
+    *places++ = {calls.outermost[i]->callSite, calls.outermost[i - 1]->method};
+  }
+  return trace;
+}
+
+/// Tells whether the omitted places are the last of the innermost ones, over and over.
+static bool isRepetition(const CallTrace& trace, const Place* pattern, std::size_t period) {
+  std::size_t digest = trace.digestOutside;
+  for (std::size_t i = trace.omitted; i > 0; --i) digest = mixed(digest, pattern[(i - 1) % period]);
+  return digest == trace.digestInside;
+}
+
+FullTrace completeTrace(const CallTrace& trace) {
+  const Place* const end = trace.innermost + trace.innermostCount;
+  FullTrace full{{trace.innermost, end}, trace.omitted, {trace.outermost, trace.outermost + trace.outermostCount}};
+  for (std::size_t period = 1; full.omitted > 0 && period <= trace.innermostCount; ++period) {
+    const Place* const pattern = end - period;
+    if (!isRepetition(trace, pattern, period)) continue;
+    full.innermost.reserve(mostPlacesInTrace + trace.omitted);
+    for (std::size_t i = 0; i < trace.omitted; ++i) full.innermost.push_back(pattern[i % period]);
+    full.innermost.insert(full.innermost.end(), full.outermost.begin(), full.outermost.end());
+    return {std::move(full.innermost), 0, {}};
+  }
+  return full;
+}
+
+std::size_t remainingStack() {
+  static thread_local const char* const lowest = stackBounds().lowest;
+  const auto* const here = static_cast<const char*>(__builtin_frame_address(0));
+  return here > lowest ? static_cast<std::size_t>(here - lowest) : 0;
+}
+
+}  // namespace orva::runtime
