@@ -41,6 +41,7 @@ class ClassGenerator {
 
   GeneratedClass generate() {
     GeneratedClass generated;
+    generated.fullName = scope_.fullName;
     generated.initialiser = "orva.initialise:" + scope_.fullName;
     if (isInstance() || declared_.typeParameters.empty()) {
       summariseFile();

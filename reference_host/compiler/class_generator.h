@@ -22,6 +22,7 @@ struct NativeBinding {
 };
 
 struct GeneratedClass {
+  std::string fullName;
   std::unique_ptr<llvm::Module> module;
   std::string initialiser;  ///< symbol of a function without arguments
   std::vector<NativeBinding> natives;

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "reference_host/compiler/ample_stack.h"
 #include "reference_host/compiler/private_folder.h"
 #include "reference_host/runtime/type_registry.h"
 
@@ -27,7 +28,8 @@ Context& activeContext() {
 }
 
 std::optional<GenericInstance> Context::materialize(const std::string& typeName) {
-  auto instance = generics.materialize(typeName);
+  std::optional<GenericInstance> instance;
+  onAmpleStack(typeName, [&] { instance = generics.materialize(typeName); });
   if (!instance) return instance;
   const std::string genericClass = instance->name.substr(0, instance->name.find('<'));
   // An object of the generic class brought the classes of its file already.

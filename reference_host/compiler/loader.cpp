@@ -3,17 +3,20 @@
 
 #include <llvm/ExecutionEngine/Orc/ThreadSafeModule.h>
 #include <llvm/Linker/Linker.h>
-#include <llvm/Support/PrettyStackTrace.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <future>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
+#include "reference_host/compiler/ample_stack.h"
 #include "reference_host/compiler/class_catalog.h"
 #include "reference_host/compiler/class_generator.h"
+#include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/generic_instances.h"
 #include "reference_host/compiler/object_file.h"
@@ -100,6 +103,7 @@ Loader::Compiled Loader::compile(const language::SourceText& source, const langu
   const ClassCatalog catalog(classPath_);
   std::vector<language::Diagnostic> diagnostics;
   for (const language::ClassDeclaration& declared : file.classes) {
+    const Work work("class '" + file.qualify(declared.name) + "' was compiled");
     compiled.classes.push_back(
         generateClass({source, file, declared}, catalog, *compiled.context.getContext(), diagnostics));
   }
@@ -107,9 +111,27 @@ Loader::Compiled Loader::compile(const language::SourceText& source, const langu
   return compiled;
 }
 
+/// Links code and runs an initialiser in it.
+/// @param what names the code in messages.
+static void run(CodeUnit& unit, const std::string& initialiser, const std::string& what) {
+  const Work work(what + " was linked");
+  try {
+    unit.run(initialiser);
+  } catch (const std::runtime_error& failure) {
+    const std::string reason = failure.what();
+    const bool isMemory = reason.find(std::generic_category().message(ENOMEM)) != std::string::npos;
+    throw std::runtime_error(isMemory ? std::string(lackOfMemory()) + " while " + work.name()
+                                      : what + " cannot be linked: " + reason);
+  }
+}
+
 void Loader::load(const std::string& path, Placement placement) {
-  const llvm::PrettyStackTraceFormat step("loading '%s'", path.c_str());
+  onAmpleStack(path, [&] { loadHere(path, placement); });
+}
+
+void Loader::loadHere(const std::string& path, Placement placement) {
   const std::lock_guard<std::mutex> lock(mutex_);
+  const Work work("'" + path + "' was loaded");
   const std::string real = realPath(path);
   if (loaded_.count(real) != 0) return;
   if (const auto instance = generics_.instanceOf(path)) {
@@ -137,6 +159,7 @@ void Loader::loadInstance(const GenericInstance& instance) {
   const language::ClassDeclaration& declared = declarationOf(name, file, source.path);
   Compiled compiled;
   std::vector<language::Diagnostic> diagnostics;
+  const Work work("class '" + instance.name + "' was compiled");
   compiled.classes.push_back(generateClass({source, file, declared, name.arguments}, ClassCatalog(classPath_),
                                            *compiled.context.getContext(), diagnostics));
   // The text is the same for all instances; which one has the fault must be said.
@@ -150,7 +173,9 @@ void Loader::link(Compiled compiled, const language::SourceText& source) {
   for (GeneratedClass& generated : compiled.classes) unit->add(std::move(generated.module), compiled.context);
   runtime::Registration registration;
   registration.setSource(source.path);
-  for (const GeneratedClass& generated : compiled.classes) unit->run(generated.initialiser);
+  for (const GeneratedClass& generated : compiled.classes) {
+    run(*unit, generated.initialiser, "class '" + generated.fullName + "'");
+  }
   registration.commit();
   unit->keep();
 }
@@ -175,25 +200,26 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
 
 /// Links an object on its own, and notes its types in the registration that is open.
 std::unique_ptr<CodeUnit> Loader::link(CheckedObject& object) {
-  try {
-    NativeAddresses natives;
-    for (const auto& native : object.file.natives) natives[native.first] = findNative(native.first);
-    auto unit = engine_.newUnit(natives);
-    unit->add(std::move(object.file.bytes));
-    for (const std::string& initialiser : object.file.initialisers) unit->run(initialiser);
-    return unit;
-  } catch (const std::runtime_error& failure) {
-    throw std::runtime_error("'" + object.file.path + "' cannot be linked: " + failure.what());
+  NativeAddresses natives;
+  for (const auto& native : object.file.natives) natives[native.first] = findNative(native.first);
+  auto unit = engine_.newUnit(natives);
+  unit->add(std::move(object.file.bytes));
+  for (const std::string& initialiser : object.file.initialisers) {
+    run(*unit, initialiser, "'" + object.file.path + "'");
   }
+  return unit;
 }
 
 void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities) {
+  onAmpleStack(paths.empty() ? "" : paths.front(), [&] { loadBundleHere(paths, identities); });
+}
+
+void Loader::loadBundleHere(const std::vector<std::string>& paths, const std::vector<std::string>& identities) {
   const std::lock_guard<std::mutex> lock(mutex_);
   std::vector<CheckedObject> objects = checkBundle(paths, identities);
   std::vector<std::unique_ptr<CodeUnit>> units;
   runtime::Registration registration;
   for (CheckedObject& object : objects) {
-    const llvm::PrettyStackTraceFormat step("loading '%s'", object.file.path.c_str());
     registration.setSource(object.file.path);
     units.push_back(link(object));
   }
@@ -206,7 +232,13 @@ void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector
 }
 
 Loader::BuiltObject Loader::build(const std::string& path) const {
-  const llvm::PrettyStackTraceFormat step("precompiling '%s'", path.c_str());
+  BuiltObject built;
+  onAmpleStack(path, [&] { built = buildHere(path); });
+  return built;
+}
+
+Loader::BuiltObject Loader::buildHere(const std::string& path) const {
+  const Work work("'" + path + "' was compiled");
   ObjectFile object;
   object.path = objectPathOf(path);
   const language::SourceText source = readSource(path);

@@ -58,6 +58,10 @@ class Loader {
   void link(Compiled compiled, const language::SourceText& source);
   Compiled compile(const language::SourceText& source, const language::SourceFile& file) const;
   BuiltObject build(const std::string& path) const;
+  // On a stack that is known to have room.
+  void loadHere(const std::string& path, Placement placement);
+  void loadBundleHere(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
+  BuiltObject buildHere(const std::string& path) const;
   std::vector<CheckedObject> checkBundle(const std::vector<std::string>& paths,
                                          const std::vector<std::string>& identities);
   void checkPlacement(const language::SourceText& source, const language::SourceFile& file) const;

@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <optional>
 
 #include "reference_host/compiler/context.h"
+#include "reference_host/compiler/exhaustion.h"
 #include "reference_host/program/bug_report.h"
 #include "reference_host/program/options.h"
 #include "reference_host/program/report.h"
@@ -22,14 +24,17 @@ static void reserveStandardStreams() {
 }
 
 /// Runs the program and tells its exit status.
-static int run(const RunOptions& options) {
+static int run(int argc, char** argv) {
   try {
+    std::optional<orva::compiler::Work> starting(std::in_place, "the host was started");
+    const RunOptions options = parseOptions(argc, argv);
     orva::compiler::startHost(options.standardLibrary);
     const auto program = orva::program::readProgram(options.program);
     auto& runtime = orva::compiler::Runtime::getInstance();
     runtime.addKlassPath(orva::program::rootOf(program));
     // All are directories; one that is refused is a root already.
     for (const std::string& root : options.classPath) runtime.addKlassPath(root);
+    starting.reset();
     orva::program::runProgram(program, options.arguments);
     return 0;
   } catch (const orva::runtime::Thrown& thrown) {
@@ -52,5 +57,6 @@ int main(int argc, char** argv) {
   reserveStandardStreams();
   orva::program::cleanUpOnSignals();
   orva::program::reportFatalErrors(argc, argv);
-  return run(parseOptions(argc, argv));
+  orva::compiler::watchMemory();
+  return run(argc, argv);
 }

@@ -232,7 +232,7 @@ CPP
 preload=$work/emitter.so
 TMPDIR=$work/temporary check compiler_failure 1 '' "orva-host: the engine failed: no instruction for this
 This is a defect of orva-host. Please report it with the sources of the program and these lines:
-  while: precompiling 'Empty.ov'
+  while: 'Empty.ov' was compiled
   version: $("$host" --version)
   command: $host run Precompiler.ov" run Precompiler.ov
 left=$(find temporary -mindepth 1; ls Empty.*)

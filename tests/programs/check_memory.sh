@@ -1,0 +1,104 @@
+#!/usr/bin/env bash
+# Checks what becomes of programs for which memory runs out: they get exceptions, which they can catch, and whatever else
+# fails is said in one line. Where it runs out first depends on the limit, so each program runs under many.
+# Usage: check_memory.sh ORVA_HOST
+set -uo pipefail
+host=$(realpath "$1")
+work=$(realpath "$(mktemp -d)")
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+fail() {
+  printf '%s\n' "$*"
+  failures=1
+}
+
+# Texts that double, texts that grow a little in each call, texts that are joined and dropped, lists, numbers, and
+# exceptions; each program ends by an exception, which it catches, and goes on.
+program() {  # NAME PARAMETERS FIRST BODY
+  cat >"$1.ov" <<OV
+class $1 {
+  static void more($2) {
+    $4
+  }
+  static void main() {
+    try { $1.more($3); } catch (Exception e) { Console.print("caught " + e.className() + ": " + e.message()); }
+    Console.print("goes " + "on");
+    $1.more($3);
+  }
+}
+OV
+}
+program Doubled 'String text' '"0123456789"' 'Doubled.more(text + text);'
+program Grown 'String text' '"0123456789"' 'Grown.more(text + "0123456789012345678901234567890123456789012345678901234567890123456789");'
+program Joined 'String text, int n' '"0123456789", 0' 'Joined.twice(text); Joined.more(text, n + 1); }
+  static void twice(String text) { Joined.once(text); Joined.once(text); Joined.once(text); Joined.once(text); }
+  static void once(String text) { String all = text + text + text + text; all = all + all + all + all + all + all; all = all + all + all + all + all + all; all = all + all + all; all = all + all + all;'
+program Listed 'ArrayList<String> list, int n' '[], 0' 'Listed.fill(list, 0); Listed.more(list, n + 1); }
+  static void fill(ArrayList<String> list, int n) { if (n == 20000) { return; } list.add("x"); list.add("x"); list.add("x"); list.add("x"); Listed.fill(list, n + 1);'
+program Thrown 'int n' '0' 'Thrown.fill(0); Thrown.more(n + 1); }
+  static void fill(int n) { if (n == 5000) { return; } try { throw new Sour("a message that takes some memory, and is kept for good, as all are, " + n); } catch (Sour e) { } Thrown.fill(n + 1);'
+names=(Doubled Grown Joined Listed Thrown)
+
+# A class that takes the compiler more memory than there may be.
+{
+  echo 'class Wide {'
+  for ((i = 0; i < 1500; i++)); do echo "  static String m$i(String a) { Console.print(\"a\" + $i + a); return \"text $i\" + a; }"; done
+  echo '  static String all() { return "all"; }'
+  echo '}'
+} >Wide.ov
+echo 'class UseWide { static void main() { Console.print(Wide.all()); } }' >UseWide.ov
+
+# From where the host starts at all.
+least=0
+for ((limit = 60000; limit < 1000000; limit += 10000)); do
+  echo 'class Hello { static void main() { Console.print("Hello"); } }' >Hello.ov
+  (ulimit -v $limit && "$host" run Hello.ov >.output 2>.errors)
+  status=$?
+  if [ $status -eq 0 ]; then
+    least=$limit
+    break
+  fi
+  # Below that, whoever fails says so in a line: the dynamic linker, or the host.
+  [ $status -eq 127 ] || { [ $status -eq 1 ] && [ "$(wc -l <.errors)" -eq 1 ] && grep -q "^Memory ran out while " .errors; } ||
+    fail "start with $limit KiB: found status $status, <$(head -3 .errors)>"
+done
+[ $least -gt 0 ] || fail 'the host does not start with 1 GB'
+
+for stack in 256 8192; do
+  for ((more = 0; more < 60000; more += 4000)); do
+    limit=$((least + more))
+    (ulimit -s $stack && ulimit -v $limit && timeout 100 "$host" run UseWide.ov >.output 2>.errors)
+    found="$? $(cat .output) $(sed -E "s/class '(UseWide|Wide|orva.Console)'|'([^']*\/)?(UseWide|Wide|Console)\.ov'/CLASS/; s/(loaded|compiled|linked)$/MADE/" .errors | head -1)"
+    case $found in
+      '0 all ' | '1  Memory ran out while CLASS was MADE' | '1  Exception: Memory ran out while CLASS was MADE' | '1  Exception: Memory ran out: no room for a stack of '*) ;;
+      '1  Cannot compile CLASS: the stack is too short, and no thread with a longer one can be started: '*) ;;
+      *) fail "UseWide with $limit KiB and a stack of $stack KiB: found <$found>" ;;
+    esac
+  done
+done
+
+for name in "${names[@]}"; do
+  for more in 0 3000 10000 31000 64000 200000; do
+    limit=$((least + more))
+    (ulimit -v $limit && timeout 100 "$host" run "$name.ov" >.output 2>.errors)
+    status=$?
+    first=$(head -1 .errors)
+    case $first in
+      "Exception: Memory ran out: no room for a stack of "*) ;;
+      "Exception: Memory ran out"* | "Exception: Recursion too deep in '$name."*) grep -q "^  at $name.ov:[0-9]* in $name\.[a-z]*$" .errors ||
+        fail "$name with $limit KiB: no place in <$(cat .errors)>" ;;
+      "Memory ran out while class '"*"' was "* | "Memory ran out while '"*".ov' was loaded") [ "$(wc -l <.errors)" -eq 1 ] || fail "$name with $limit KiB: found <$(cat .errors)>" ;;
+      *) fail "$name with $limit KiB: found <$(head -5 .errors)>" ;;
+    esac
+    [ $status -eq 1 ] || fail "$name with $limit KiB: found status $status, <$first>"
+  done
+  # With the most, the program itself has caught one.
+  case $(cat .output) in
+    "caught Exception: Memory ran out: no room for a "*$'\ngoes on') ;;
+    "caught Exception: Recursion too deep in "*$'\ngoes on') ;;
+    *) fail "$name: found <$(cat .output)>" ;;
+  esac
+done
+exit $failures
