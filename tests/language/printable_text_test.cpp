@@ -88,8 +88,8 @@ TEST(FirstCharacter, ReadsEveryCodePoint) {
     const std::string text = utf8(code) + "x";
     const Character character = firstCharacter(text);
     const bool isSurrogate = code >= 0xD800 && code < 0xE000;
-    ASSERT_EQ(!isSurrogate, character.isValid) << code;
-    ASSERT_EQ(isSurrogate ? 1 : text.size() - 1, character.size) << code;
+    ASSERT_EQ(!isSurrogate, character.isValid) << text;
+    ASSERT_EQ(isSurrogate ? 1 : text.size() - 1, character.size) << text;
     if (!isSurrogate) {
       ASSERT_EQ(code, character.code);
     }
