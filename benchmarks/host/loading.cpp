@@ -37,8 +37,8 @@ static BareModule moduleOf(const FreshClass& fresh) {
   const auto file = orva::language::parseSource(source);
   std::vector<orva::language::Diagnostic> diagnostics;
   auto context = std::make_unique<llvm::LLVMContext>();
-  const compiler::ClassCatalog catalog(activeContext().classPath);
-  auto generated = compiler::generateClass({source, file, file.classes.front()}, catalog, *context, diagnostics);
+  const compiler::ClassCatalog catalog(activeContext().classPath, file);
+  auto generated = compiler::generateClass({source, file, file.classes.front(), {}}, catalog, *context, diagnostics);
   bareEngine().prepare(*generated.module);
   return {{std::move(generated.module), std::move(context)}, generated.initialiser};
 }

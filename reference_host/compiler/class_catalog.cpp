@@ -55,12 +55,8 @@ const std::string& ClassCatalog::sourceOf(const std::string& fullName) const {
 std::optional<std::string> ClassCatalog::resolveClass(const std::string& name, const Scope& scope) const {
   // Known to exist, or an instance that is loaded when it is first called.
   if (scope.binds(name)) return scope.meaning(name);
-  const auto& classes = scope.file.classes;
   for (const std::string& candidate : candidates(name, scope)) {
-    const auto isCandidate = [&](const language::ClassDeclaration& declared) {
-      return scope.file.qualify(declared.name) == candidate;
-    };
-    if (std::any_of(classes.begin(), classes.end(), isCandidate) || runtime::findTypeByFullName(candidate) != nullptr ||
+    if (scope.file.find(candidate) != nullptr || runtime::findTypeByFullName(candidate) != nullptr ||
         !sourceOf(candidate).empty()) {
       return candidate;
     }
@@ -97,29 +93,37 @@ MethodSignature ClassCatalog::signatureOf(const language::MethodDeclaration& met
   return signature;
 }
 
-std::optional<ClassSummary> ClassCatalog::find(const std::string& fullName) const {
-  ClassSummary summary{fullName, {}};
-  if (const runtime::Type* type = runtime::findTypeByFullName(fullName)) {
-    for (const runtime::Method& method : type->methods)
-      summary.methods.emplace(method.signature.name, method.signature);
-    return summary;
-  }
+ClassSummary ClassCatalog::summarise(const language::ClassDeclaration& declared, const SourceFile& file) const {
+  ClassSummary summary{file.qualify(declared.name), {}};
+  if (!declared.typeParameters.empty()) return summary;
+  for (const auto& method : declared.methods) summary.methods.emplace(method.name, signatureOf(method, {file, {}}));
+  return summary;
+}
+
+static ClassSummary summarise(const runtime::Type& type) {
+  ClassSummary summary{type.fullName, {}};
+  for (const runtime::Method& method : type.methods) summary.methods.emplace(method.signature.name, method.signature);
+  return summary;
+}
+
+std::optional<ClassSummary> ClassCatalog::summarise(const std::string& fullName) const {
+  if (const auto* declared = file_.find(fullName)) return summarise(*declared, file_);
+  if (const auto* type = runtime::findTypeByFullName(fullName)) return compiler::summarise(*type);
   const std::string& path = sourceOf(fullName);
   if (path.empty()) return std::nullopt;
   try {
-    const language::SourceText source = readSource(path);
-    const SourceFile file = language::parseSource(source);
-    for (const language::ClassDeclaration& declared : file.classes) {
-      if (file.qualify(declared.name) != fullName) continue;
-      // Only the instances of a generic class can be called.
-      if (!declared.typeParameters.empty()) return summary;
-      for (const auto& method : declared.methods) summary.methods.emplace(method.name, signatureOf(method, {file, {}}));
-      return summary;
-    }
+    const SourceFile file = language::parseSource(readSource(path));
+    if (const auto* declared = file.find(fullName)) return summarise(*declared, file);
   } catch (const std::runtime_error&) {
     // Whoever loads the class learns what is wrong with its source.
   }
   return std::nullopt;
+}
+
+const ClassSummary* ClassCatalog::find(const std::string& fullName) const {
+  auto known = summaries_.find(fullName);
+  if (known == summaries_.end()) known = summaries_.emplace(fullName, summarise(fullName)).first;
+  return known->second ? &*known->second : nullptr;
 }
 
 }  // namespace orva::compiler

@@ -37,11 +37,12 @@ struct ClassSummary {
   const runtime::MethodSignature* find(const std::string& method) const;
 };
 
-/// Answers from the registry of loaded types first, then from the sources on the class path. One catalogue serves one
-/// source, in which a name is looked for once: while that source is compiled, it means the same everywhere.
+/// Answers from the source that is compiled, then from the registry of loaded types, then from the sources on the class
+/// path. One catalogue serves one source, in which a name is looked for once: while that source is compiled, it means
+/// the same everywhere.
 class ClassCatalog {
  public:
-  explicit ClassCatalog(const ClassPath& classPath) : classPath_(classPath) {}
+  ClassCatalog(const ClassPath& classPath, const language::SourceFile& file) : classPath_(classPath), file_(file) {}
 
   /// The full names that a class name may stand for: what it is bound to; itself when it is qualified; otherwise, in
   /// this order, a class of the same file or package, and one of package `orva`.
@@ -57,16 +58,22 @@ class ClassCatalog {
   /// The signature of a declared method; types that do not exist keep the name that they are written with.
   runtime::MethodSignature signatureOf(const language::MethodDeclaration& method, const Scope& scope) const;
 
-  /// A class by its full name; nothing when there is none, or when its source cannot be parsed.
-  std::optional<ClassSummary> find(const std::string& fullName) const;
+  /// A class by its full name; null when there is none, or when its source cannot be parsed. A generic class has no
+  /// methods: only those of its instances can be called.
+  const ClassSummary* find(const std::string& fullName) const;
 
  private:
   /// The source of a class; empty when it is not found.
   const std::string& sourceOf(const std::string& fullName) const;
 
+  ClassSummary summarise(const language::ClassDeclaration& declared, const language::SourceFile& file) const;
+  std::optional<ClassSummary> summarise(const std::string& fullName) const;
+
   const ClassPath& classPath_;
-  mutable std::unordered_map<std::string, std::string>
-      sources_;  // of the classes that were looked for, and "" for none
+  const language::SourceFile& file_;
+  // What was asked for before; an empty path stands for no source.
+  mutable std::unordered_map<std::string, std::string> sources_;
+  mutable std::map<std::string, std::optional<ClassSummary>> summaries_;
 };
 
 }  // namespace orva::compiler

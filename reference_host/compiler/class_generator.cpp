@@ -37,16 +37,14 @@ class ClassGenerator {
                builder_,
                {},
                diagnostics,
-               {}} {}
+               {file_.qualify(name_.text()), {}}} {}
 
   GeneratedClass generate() {
     GeneratedClass generated;
     generated.fullName = scope_.fullName;
     generated.initialiser = "orva.initialise:" + scope_.fullName;
     if (isInstance() || declared_.typeParameters.empty()) {
-      summariseFile();
-      signatures_ = signaturesOf(declared_, scope_.names);
-      summarise(scope_.fullName, signatures_);
+      summarise();
       for (const MethodSignature& signature : signatures_) addFunction(signature);
       for (std::size_t i = 0; i < signatures_.size(); ++i) generateMethod(i, generated.natives);
     }
@@ -58,26 +56,11 @@ class ClassGenerator {
  private:
   bool isInstance() const { return !name_.arguments.empty(); }
 
-  std::vector<MethodSignature> signaturesOf(const ClassDeclaration& declared, const Scope& names) const {
-    std::vector<MethodSignature> signatures;
-    for (const MethodDeclaration& method : declared.methods) {
-      signatures.push_back(scope_.catalog.signatureOf(method, names));
+  void summarise() {
+    for (const MethodDeclaration& method : declared_.methods) {
+      signatures_.push_back(scope_.catalog.signatureOf(method, scope_.names));
+      scope_.own.methods.emplace(method.name, signatures_.back());
     }
-    return signatures;
-  }
-
-  /// Notes the signatures of all classes of the file: they are not registered while it is compiled.
-  void summariseFile() {
-    for (const ClassDeclaration& each : file_.classes) {
-      const bool isGeneric = !each.typeParameters.empty();
-      summarise(file_.qualify(each.name), isGeneric ? std::vector<MethodSignature>() : signaturesOf(each, {file_, {}}));
-    }
-  }
-
-  void summarise(const std::string& fullName, const std::vector<MethodSignature>& signatures) {
-    ClassSummary summary{fullName, {}};
-    for (const MethodSignature& signature : signatures) summary.methods.emplace(signature.name, signature);
-    scope_.summaries[fullName] = std::move(summary);
   }
 
   void addFunction(const MethodSignature& signature) {

@@ -161,17 +161,15 @@ MethodGenerator::Value MethodGenerator::generate(const language::MemberChain& ch
   return value;
 }
 
-const std::optional<ClassSummary>& MethodGenerator::summaryOf(const std::string& fullName) {
-  const auto known = scope_.summaries.find(fullName);
-  if (known != scope_.summaries.end()) return known->second;
-  return scope_.summaries[fullName] = scope_.catalog.find(fullName);
+const ClassSummary* MethodGenerator::summaryOf(const std::string& fullName) const {
+  return fullName == scope_.fullName ? &scope_.own : scope_.catalog.find(fullName);
 }
 
 MethodGenerator::Value MethodGenerator::staticCall(const std::string& className, const Member& member,
                                                    const std::string& wanted) {
   const auto fullName = scope_.catalog.resolveClass(className, scope_.names);
   if (fullName) {
-    if (const auto& summary = summaryOf(*fullName)) return linkedCall(*summary, member, nullptr, wanted);
+    if (const auto* summary = summaryOf(*fullName)) return linkedCall(*summary, member, nullptr, wanted);
   }
   return callByName(className, member, wanted);
 }
@@ -264,7 +262,7 @@ MethodGenerator::Value MethodGenerator::memberCall(const Value& receiver, const 
             {receiver.value, builder_.text(member.name), builder_.location(member.position)});
   if (receiver.type == "Type" && member.name == "call") return typeCall(receiver, member);
   if (isBuiltIn(receiver.type)) return builtInCall(receiver, member, wanted);
-  if (const auto& summary = summaryOf(receiver.type)) return linkedCall(*summary, member, receiver.value, wanted);
+  if (const auto* summary = summaryOf(receiver.type)) return linkedCall(*summary, member, receiver.value, wanted);
   return linkedCall({receiver.type, {}}, member, receiver.value, wanted);
 }
 

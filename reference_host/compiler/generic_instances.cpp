@@ -54,9 +54,8 @@ std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argume
 
 const ClassDeclaration& declarationOf(const TypeName& instance, const language::SourceFile& file,
                                       const std::string& path) {
-  const auto isNamed = [&](const ClassDeclaration& declared) { return file.qualify(declared.name) == instance.name; };
-  const auto declared = std::find_if(file.classes.begin(), file.classes.end(), isNamed);
-  if (declared == file.classes.end()) {
+  const ClassDeclaration* declared = file.find(instance.name);
+  if (declared == nullptr) {
     throw std::runtime_error("'" + path + "' declares no class '" + instance.name + "'");
   }
   const std::size_t expected = declared->typeParameters.size();

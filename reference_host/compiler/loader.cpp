@@ -68,8 +68,7 @@ void Loader::checkPlacement(const language::SourceText& source, const language::
                                     "': it cannot declare package '" + file.package + "'");
   }
   const std::string expected = fs::path(source.path).stem().string();
-  const auto isExpected = [&](const language::ClassDeclaration& declared) { return declared.name == expected; };
-  if (std::none_of(file.classes.begin(), file.classes.end(), isExpected)) {
+  if (file.find(file.qualify(expected)) == nullptr) {
     throw language::SourceError(source, file.classes.front().position,
                                 "expected a class '" + expected + "', as the file is named");
   }
@@ -100,12 +99,12 @@ static NativeAddresses bindNatives(const language::SourceText& source, const std
 
 Loader::Compiled Loader::compile(const language::SourceText& source, const language::SourceFile& file) const {
   Compiled compiled;
-  const ClassCatalog catalog(classPath_);
+  const ClassCatalog catalog(classPath_, file);
   std::vector<language::Diagnostic> diagnostics;
   for (const language::ClassDeclaration& declared : file.classes) {
     const Work work("class '" + file.qualify(declared.name) + "' was compiled");
     compiled.classes.push_back(
-        generateClass({source, file, declared}, catalog, *compiled.context.getContext(), diagnostics));
+        generateClass({source, file, declared, {}}, catalog, *compiled.context.getContext(), diagnostics));
   }
   if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);
   return compiled;
@@ -160,7 +159,7 @@ void Loader::loadInstance(const GenericInstance& instance) {
   Compiled compiled;
   std::vector<language::Diagnostic> diagnostics;
   const Work work("class '" + instance.name + "' was compiled");
-  compiled.classes.push_back(generateClass({source, file, declared, name.arguments}, ClassCatalog(classPath_),
+  compiled.classes.push_back(generateClass({source, file, declared, name.arguments}, ClassCatalog(classPath_, file),
                                            *compiled.context.getContext(), diagnostics));
   // The text is the same for all instances; which one has the fault must be said.
   for (language::Diagnostic& each : diagnostics) each.message += ", in " + instance.name;
@@ -231,6 +230,18 @@ void Loader::loadBundleHere(const std::vector<std::string>& paths, const std::ve
   }
 }
 
+/// Joins the modules of classes in the first. Each is joined with a neighbour that has as many classes, since joining
+/// two takes the time of both.
+static void join(std::vector<GeneratedClass>& classes) {
+  for (std::size_t distance = 1; distance < classes.size(); distance *= 2) {
+    for (std::size_t i = 0; i + distance < classes.size(); i += 2 * distance) {
+      if (llvm::Linker::linkModules(*classes[i].module, std::move(classes[i + distance].module))) {
+        throw std::runtime_error("Cannot join class '" + classes[i + distance].fullName + "' with others");
+      }
+    }
+  }
+}
+
 Loader::BuiltObject Loader::build(const std::string& path) const {
   BuiltObject built;
   onAmpleStack(path, [&] { built = buildHere(path); });
@@ -245,16 +256,13 @@ Loader::BuiltObject Loader::buildHere(const std::string& path) const {
   Compiled compiled = compile(source, language::parseSource(source));
   object.identity = sourceIdentity(source.text);
   object.target = engine_.target();
-  llvm::Module& whole = *compiled.classes.front().module;
-  whole.setSourceFileName(path);
-  llvm::Linker others(whole);
-  for (GeneratedClass& generated : compiled.classes) {
+  for (const GeneratedClass& generated : compiled.classes) {
     object.initialisers.push_back(generated.initialiser);
     for (const NativeBinding& native : generated.natives) object.natives[native.symbol] = native.signature;
-    if (generated.module.get() != &whole && others.linkInModule(std::move(generated.module))) {
-      throw std::runtime_error("Cannot join the classes of '" + path + "' in one object");
-    }
   }
+  join(compiled.classes);
+  llvm::Module& whole = *compiled.classes.front().module;
+  whole.setSourceFileName(path);
   addHeader(whole, object);
   std::string bytes = engine_.emitObject(whole);
   return {std::move(object), std::move(bytes)};

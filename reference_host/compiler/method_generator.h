@@ -23,8 +23,8 @@ struct ClassScope {
   /// The functions of the class's own methods, by name.
   std::map<std::string, llvm::Function*> functions;
   std::vector<language::Diagnostic>& diagnostics;
-  /// Classes that were asked for before; the class itself and those of its file are found here too.
-  std::map<std::string, std::optional<ClassSummary>> summaries;
+  /// The class itself, which may be an instance of a generic class.
+  ClassSummary own;
 };
 
 /// Generates one method. What is wrong with it is added to the class's diagnostics, a statement at a time.
@@ -95,7 +95,7 @@ class MethodGenerator {
   };
   WordArguments wordArguments(const std::vector<Value>& values);
 
-  const std::optional<ClassSummary>& summaryOf(const std::string& fullName);
+  const ClassSummary* summaryOf(const std::string& fullName) const;
   Variable* findVariable(const std::string& name);
   Variable& declareVariable(const std::string& name, const std::string& type, language::Position position);
   std::string resolved(const language::TypeName& type);

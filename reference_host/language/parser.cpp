@@ -17,6 +17,12 @@ std::string TypeName::text() const {
   return arguments.empty() ? spelling : spelling + ">";
 }
 
+const ClassDeclaration* SourceFile::find(const std::string& fullName) const {
+  const std::string name = fullName.substr(fullName.rfind('.') + 1);
+  const auto found = places.find(name);
+  return found != places.end() && qualify(name) == fullName ? &classes[found->second] : nullptr;
+}
+
 namespace {
 
 constexpr int deepest = 200;
@@ -35,8 +41,7 @@ class Parser {
     while (peek().kind != TokenKind::end) {
       file.classes.push_back(classDeclaration());
       const ClassDeclaration& last = file.classes.back();
-      const auto hasSameName = [&](const ClassDeclaration& other) { return other.name == last.name; };
-      if (std::find_if(file.classes.begin(), file.classes.end() - 1, hasSameName) != file.classes.end() - 1) {
+      if (!file.places.emplace(last.name, file.places.size()).second) {
         fail(last.position, "class '" + last.name + "' is declared twice");
       }
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -131,6 +132,10 @@ struct SourceFile {
   std::string package;  ///< empty when none is declared
   Position packagePosition;
   std::vector<ClassDeclaration> classes;
+  std::map<std::string, std::size_t> places;  ///< of the classes in the list, by their names
+
+  /// The class of a full name; null when the file declares none.
+  const ClassDeclaration* find(const std::string& fullName) const;
 
   /// The name of a class or a package member with the package in front.
   std::string qualify(const std::string& name) const { return package.empty() ? name : package + "." + name; }

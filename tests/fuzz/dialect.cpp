@@ -115,7 +115,7 @@ static std::vector<ClassInput> instances(const SourceText& source, const SourceF
   std::vector<ClassInput> all;
   for (const ClassDeclaration& declared : file.classes) {
     for (std::size_t first = 0; !declared.typeParameters.empty() && first < arguments.size(); ++first) {
-      all.push_back({source, file, declared});
+      all.push_back({source, file, declared, {}});
       while (all.back().arguments.size() < declared.typeParameters.size()) {
         all.back().arguments.push_back(arguments[(first + all.back().arguments.size()) % arguments.size()]);
       }
@@ -131,7 +131,7 @@ static void compile(const SourceText& source, const SourceFile& file, const Clas
   std::vector<Diagnostic> diagnostics;
   std::vector<GeneratedClass> classes;
   std::vector<ClassInput> inputs = instances(source, file);
-  for (const ClassDeclaration& declared : file.classes) inputs.push_back({source, file, declared});
+  for (const ClassDeclaration& declared : file.classes) inputs.push_back({source, file, declared, {}});
   for (const ClassInput& input : inputs) classes.push_back(generateClass(input, catalog, context, diagnostics));
   if (!diagnostics.empty()) throw SourceError(source, diagnostics);
   llvm::Module whole(source.path, context);
@@ -146,7 +146,8 @@ static void compile(const SourceText& source, const SourceFile& file, const Clas
 static void play(const SourceText& source) {
   static ClassPath classPath(ORVA_STANDARD_LIBRARY);
   try {
-    compile(source, parseSource(source), ClassCatalog(classPath));
+    const SourceFile file = parseSource(source);
+    compile(source, file, ClassCatalog(classPath, file));
   } catch (const SourceError& refusal) {
     checkRefusal(source, refusal.what());
   }

@@ -195,6 +195,31 @@ static double loadChain(int count) {
   });
 }
 
+/// Loads a file of so many classes, each of which calls the next, and makes an object of another such file.
+static double loadClasses(int count) {
+  const std::string name = "Link" + std::to_string(count) + "_";
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += "class " + name + std::to_string(i) + " { static int get(int x) { return " + name +
+            std::to_string((i + 1) % count) + ".get(x); } }\n";
+  }
+  writeFile(name + ".ov", text);
+  writeFile("Built.ov", text);
+  orva::compiler::Loader& loader = orva::compiler::activeContext().loader;
+  return secondsOf([&] {
+    loader.load(name + ".ov", orva::compiler::Placement::anywhere);
+    loader.precompile("Built.ov");
+  });
+}
+
+TEST(CompiledCode, TheTimeOfAClassDoesNotGrowWithThoseOfItsFile) {
+  const Workspace workspace;
+  loadClasses(100);
+  const double few = loadClasses(750);
+  // In proportion they take four times as long; each pair looked at, sixteen times.
+  EXPECT_LT(loadClasses(3000), few * 8);
+}
+
 TEST(CompiledCode, TheTimeOfAMethodDoesNotGrowWithTheirNumber) {
   const Workspace workspace;
   loadChain(100);
