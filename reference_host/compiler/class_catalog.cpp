@@ -72,7 +72,7 @@ static std::string spell(const TypeName& type, const Scope& scope) {
 }
 
 std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const Scope& scope) const {
-  const std::string spelling = spell(type, scope);
+  std::string spelling = spell(type, scope);
   if (runtime::isBuiltInType(spelling)) return spelling;
   if (!type.arguments.empty()) return std::nullopt;
   auto found = resolveClass(type.name, scope);

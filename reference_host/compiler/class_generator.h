@@ -33,7 +33,7 @@ struct ClassInput {
   const language::SourceText& source;
   const language::SourceFile& file;
   const language::ClassDeclaration& declared;
-  std::vector<language::TypeName> arguments = {};  ///< of an instance, with full names
+  std::vector<language::TypeName> arguments;  ///< of an instance, with full names
 };
 
 /// Generates a class. What is wrong with it is added to `diagnostics`; then the result must not be used.
