@@ -53,6 +53,22 @@ static std::string refersTo(const std::string& symbol) {
          "': expected only its own symbols, the runtime's operations and the natives that it declares";
 }
 
+/// Those that fuzzing begins with; damaged ones are made of them.
+TEST(ObjectFile, OfTheCorpusIsOfThisFormat) {
+  const Workspace workspace;
+  std::size_t count = 0;
+  for (const fs::directory_entry& entry : fs::directory_iterator(FUZZ_CORPUS "/object_bundle")) {
+    if (entry.path().filename().string().rfind("whole_", 0) != 0) continue;
+    ++count;
+    const ObjectFile object = readObject(entry.path());
+    checkObject(object, object.identity, object.target);
+    // The natives of the others are nowhere.
+    const bool isLinked = object.natives.empty() && object.target == activeContext().engine.target();
+    if (isLinked) activeContext().loader.loadBundle({object.path}, {object.identity});
+  }
+  EXPECT_EQ(count, 4U);
+}
+
 TEST(ObjectFile, IdentitiesAreSha256) {
   EXPECT_EQ(sourceIdentity(""), identityOfNothing);
   EXPECT_EQ(sourceIdentity("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
