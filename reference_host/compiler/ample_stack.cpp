@@ -6,9 +6,12 @@
 #include <exception>
 #include <system_error>
 
+#include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/call_stack.h"
 
 namespace orva::compiler {
+
+using language::inQuotes;
 
 namespace {
 
@@ -48,9 +51,9 @@ void onAmpleStack(const std::string& subject, const std::function<void()>& work)
   const int error = pthread_create(&thread, &attributes, runJob, &job);
   pthread_attr_destroy(&attributes);
   if (error != 0) {
-    throw std::system_error(
-        error, std::generic_category(),
-        "Cannot compile '" + subject + "': the stack is too short, and no thread with a longer one can be started");
+    throw std::system_error(error, std::generic_category(),
+                            "Cannot compile " + inQuotes(subject) +
+                                ": the stack is too short, and no thread with a longer one can be started");
   }
   pthread_join(thread, nullptr);
   if (job.failure) std::rethrow_exception(job.failure);

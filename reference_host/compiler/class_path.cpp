@@ -11,8 +11,11 @@
 #include <system_error>
 
 #include "reference_host/language/lexer.h"
+#include "reference_host/language/printable_text.h"
 
 namespace orva::compiler {
+
+using language::inQuotes;
 
 namespace fs = std::filesystem;
 
@@ -54,7 +57,7 @@ bool ClassPath::isRoot(const std::string& directory, const Identity& identity) c
 bool ClassPath::add(const std::string& root) {
   struct stat status{};
   if (const std::error_code error = examine(root, status)) {
-    throw std::runtime_error("Cannot open the class path root '" + root + "': " + error.message());
+    throw std::runtime_error("Cannot open the class path root " + inQuotes(root) + ": " + error.message());
   }
   if (!S_ISDIR(status.st_mode)) return false;
   const Identity identity(status.st_dev, status.st_ino);
@@ -79,7 +82,7 @@ std::string ClassPath::find(const std::string& className) const {
     file.assign(root).append(root.back() == '/' ? "" : "/").append(relative);
     struct stat status{};
     const std::error_code error = examine(file, status);
-    if (error && failure.empty()) failure = "'" + file + "': " + error.message();
+    if (error && failure.empty()) failure = inQuotes(file) + ": " + error.message();
     return S_ISREG(status.st_mode);
   };
   const std::shared_lock<std::shared_mutex> lock(mutex_);

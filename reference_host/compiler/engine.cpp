@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "reference_host/compiler/linkage.h"
+#include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/operations.h"
 
 namespace orva::compiler {
@@ -98,7 +99,8 @@ static std::string describe(llvm::Error error) {
       std::move(error),
       [&](const orc::SymbolsNotFound& missing) {
         std::vector<std::string> names;
-        for (const orc::SymbolStringPtr& symbol : missing.getSymbols()) names.push_back("'" + (*symbol).str() + "'");
+        for (const orc::SymbolStringPtr& symbol : missing.getSymbols())
+          names.push_back(language::inQuotes((*symbol).str()));
         std::sort(names.begin(), names.end());
         add("it refers to " + llvm::join(names, ", ") +
             ": expected only its own symbols, the runtime's operations and the natives that it declares");

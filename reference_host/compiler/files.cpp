@@ -17,7 +17,11 @@
 #include <string_view>
 #include <system_error>
 
+#include "reference_host/language/printable_text.h"
+
 namespace orva::compiler {
+
+using language::inQuotes;
 
 namespace fs = std::filesystem;
 
@@ -26,13 +30,13 @@ std::unique_ptr<llvm::MemoryBuffer> readFile(const std::string& path) {
   const fs::file_type type = fs::status(path, error).type();
   // Opening a FIFO would wait for a writer.
   if (!error && type != fs::file_type::regular) {
-    throw std::runtime_error("Cannot read '" + path + "': expected a regular file");
+    throw std::runtime_error("Cannot read " + inQuotes(path) + ": expected a regular file");
   }
   // LLVM maps no volatile file that needs a zero at its end: a mapped one that is cut short would end the process.
   constexpr bool needsZero = true;
   constexpr bool isVolatile = true;
   auto buffer = llvm::MemoryBuffer::getFile(path, false, needsZero, isVolatile);
-  if (!buffer) throw std::runtime_error("Cannot read '" + path + "': " + buffer.getError().message());
+  if (!buffer) throw std::runtime_error("Cannot read " + inQuotes(path) + ": " + buffer.getError().message());
   return std::move(*buffer);
 }
 
@@ -126,7 +130,7 @@ void writeFile(const std::string& path, const std::string& bytes) {
     file.write(bytes);
     file.finish();
   } catch (const std::system_error& failure) {
-    throw std::runtime_error("Cannot write '" + path + "': " + failure.code().message());
+    throw std::runtime_error("Cannot write " + inQuotes(path) + ": " + failure.code().message());
   }
 }
 

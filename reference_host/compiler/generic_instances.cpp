@@ -10,9 +10,12 @@
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/compiler/private_folder.h"
 #include "reference_host/language/parser.h"
+#include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace orva::compiler {
+
+using language::inQuotes;
 
 namespace fs = std::filesystem;
 using language::ClassDeclaration;
@@ -56,7 +59,7 @@ const ClassDeclaration& declarationOf(const TypeName& instance, const language::
                                       const std::string& path) {
   const ClassDeclaration* declared = file.find(instance.name);
   if (declared == nullptr) {
-    throw std::runtime_error("'" + path + "' declares no class '" + instance.name + "'");
+    throw std::runtime_error(inQuotes(path) + " declares no class '" + instance.name + "'");
   }
   const std::size_t expected = declared->typeParameters.size();
   const std::size_t given = instance.arguments.size();

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "reference_host/compiler/context.h"
+#include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace rt = orva::runtime;
@@ -37,8 +38,8 @@ static void* orvart_linkMethod(const char* className, const char* method, const 
   const rt::Method* found = type->find(method);
   if (found == nullptr || !(found->signature == expected)) {
     rt::throwException("Exception",
-                       "Type '" + type->fullName + "' of " + type->source + " has no method '" + describe(expected) +
-                           "' that its caller was compiled for",
+                       "Type '" + type->fullName + "' of " + orva::language::printable(type->source) +
+                           " has no method '" + describe(expected) + "' that its caller was compiled for",
                        callSite);
   }
   slot->store(found->code, std::memory_order_release);

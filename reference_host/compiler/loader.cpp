@@ -22,9 +22,12 @@
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/compiler/workers.h"
 #include "reference_host/language/parser.h"
+#include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace orva::compiler {
+
+using language::inQuotes;
 
 namespace fs = std::filesystem;
 
@@ -47,7 +50,7 @@ struct Loader::BuiltObject {
 static std::string realPath(const std::string& path) {
   std::error_code error;
   const fs::path real = fs::canonical(path, error);
-  if (error) throw std::runtime_error("Cannot read '" + path + "': " + error.message());
+  if (error) throw std::runtime_error("Cannot read " + inQuotes(path) + ": " + error.message());
   return real.string();
 }
 
@@ -130,7 +133,7 @@ void Loader::load(const std::string& path, Placement placement) {
 
 void Loader::loadHere(const std::string& path, Placement placement) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  const Work work("'" + path + "' was loaded");
+  const Work work(inQuotes(path) + " was loaded");
   const std::string real = realPath(path);
   if (loaded_.count(real) != 0) return;
   if (const auto instance = generics_.instanceOf(path)) {
@@ -187,7 +190,7 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
     checkObject(object, identities[i], engine_.target());
     for (const auto& [symbol, signature] : object.natives) {
       const auto problem = nativeProblem(symbol, signature);
-      if (problem) throw std::runtime_error(object.path + ": a native method " + *problem);
+      if (problem) throw std::runtime_error(language::printable(object.path) + ": a native method " + *problem);
     }
     std::string real = realPath(paths[i]);
     const auto isSame = [&](const CheckedObject& other) { return other.realPath == real; };
@@ -204,7 +207,7 @@ std::unique_ptr<CodeUnit> Loader::link(CheckedObject& object) {
   auto unit = engine_.newUnit(natives);
   unit->add(std::move(object.file.bytes));
   for (const std::string& initialiser : object.file.initialisers) {
-    run(*unit, initialiser, "'" + object.file.path + "'");
+    run(*unit, initialiser, inQuotes(object.file.path));
   }
   return unit;
 }
@@ -249,7 +252,7 @@ Loader::BuiltObject Loader::build(const std::string& path) const {
 }
 
 Loader::BuiltObject Loader::buildHere(const std::string& path) const {
-  const Work work("'" + path + "' was compiled");
+  const Work work(inQuotes(path) + " was compiled");
   ObjectFile object;
   object.path = objectPathOf(path);
   const language::SourceText source = readSource(path);

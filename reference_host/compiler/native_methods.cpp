@@ -8,9 +8,12 @@
 #include <string_view>
 
 #include "reference_host/language/parser.h"
+#include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/type.h"
 
 namespace orva::compiler {
+
+using language::inQuotes;
 
 std::string nativeSymbol(const std::string& className, const std::string& method) {
   return "orva_" + className + "_" + method;
@@ -57,13 +60,15 @@ static std::map<std::string, std::string> readStandardNatives() {
 
 std::optional<std::string> nativeProblem(const std::string& symbol, const std::string& signature) {
   static const std::map<std::string, std::string> standardNatives = readStandardNatives();
-  if (findNative(symbol) == nullptr) return "needs the symbol '" + symbol + "', which the process does not define";
+  if (findNative(symbol) == nullptr)
+    return "needs the symbol " + inQuotes(symbol) + ", which the process does not define";
   if (isEntryPoint(symbol)) {
-    return "needs the symbol '" + symbol + "', which is an entry point of the runtime, not a native";
+    return "needs the symbol " + inQuotes(symbol) + ", which is an entry point of the runtime, not a native";
   }
   const auto known = standardNatives.find(symbol);
   if (known == standardNatives.end() || known->second == signature) return std::nullopt;
-  return "is declared as '" + signature + "': expected '" + known->second + "' for the symbol '" + symbol + "'";
+  return "is declared as " + inQuotes(signature) + ": expected " + inQuotes(known->second) + " for the symbol " +
+         inQuotes(symbol);
 }
 
 void* findNative(const std::string& symbol) { return dlsym(RTLD_DEFAULT, symbol.c_str()); }

@@ -17,8 +17,11 @@
 #include <utility>
 
 #include "reference_host/compiler/files.h"
+#include "reference_host/language/printable_text.h"
 
 namespace orva::compiler {
+
+using language::inQuotes;
 
 namespace fs = std::filesystem;
 namespace json = llvm::json;
@@ -39,7 +42,7 @@ std::string objectDigest(llvm::StringRef bytes) {
 std::string objectPathOf(const std::string& sourcePath) {
   fs::path path(sourcePath);
   if (path.extension() != ".ov") {
-    throw std::runtime_error("'" + sourcePath + "' is no source file: expected a name that ends in '.ov'");
+    throw std::runtime_error(inQuotes(sourcePath) + " is no source file: expected a name that ends in '.ov'");
   }
   return path.replace_extension(".o").string();
 }
@@ -197,11 +200,11 @@ ObjectFile readObject(const std::string& path) {
   try {
     object = parseObject(path, *bytes);
   } catch (const std::runtime_error& failure) {
-    throw std::runtime_error("'" + path + "' is damaged: " + failure.what());
+    throw std::runtime_error(inQuotes(path) + " is damaged: " + failure.what());
   }
   if (!object) {
-    throw std::runtime_error("'" + path +
-                             "' is not an object of this compiler: expected an ELF object with a section '" +
+    throw std::runtime_error(inQuotes(path) +
+                             " is not an object of this compiler: expected an ELF object with a section '" +
                              headerSection + "'");
   }
   object->bytes = std::move(bytes);
@@ -211,8 +214,8 @@ ObjectFile readObject(const std::string& path) {
 static void requireEqual(const ObjectFile& object, const char* what, const std::string& found,
                          const std::string& expected) {
   if (found == expected) return;
-  throw std::runtime_error("'" + object.path + "' has another " + what + ": expected '" + expected + "', found '" +
-                           found + "'");
+  throw std::runtime_error(inQuotes(object.path) + " has another " + what + ": expected " + inQuotes(expected) +
+                           ", found " + inQuotes(found));
 }
 
 void checkObject(const ObjectFile& object, const std::string& identity, const std::string& target) {
@@ -250,7 +253,7 @@ static std::string digestOfAll(const llvm::object::ObjectFile& object) { return 
 void writeObject(const ObjectFile& object, const std::string& bytes) {
   std::error_code error;
   if (fs::exists(fs::symlink_status(object.path, error)) && !isOurs(object.path)) {
-    throw std::runtime_error("'" + object.path + "' is not an object of this compiler, and is not overwritten");
+    throw std::runtime_error(inQuotes(object.path) + " is not an object of this compiler, and is not overwritten");
   }
   writeFile(object.path, withDigest(withDigest(bytes, layoutDigest, layoutOf), wholeDigest, digestOfAll));
 }

@@ -20,8 +20,11 @@
 #include <system_error>
 
 #include "reference_host/compiler/files.h"
+#include "reference_host/language/printable_text.h"
 
 namespace orva::compiler {
+
+using language::inQuotes;
 
 namespace fs = std::filesystem;
 
@@ -42,7 +45,7 @@ static std::string namedFolder() {
 static std::string folderForFolders() { return namedFolder().empty() ? "/tmp" : namedFolder(); }
 
 [[noreturn]] static void fail(int reason) {
-  throw std::runtime_error("Cannot make a folder in '" + folderForFolders() + "'" +
+  throw std::runtime_error("Cannot make a folder in " + inQuotes(folderForFolders()) +
                            (namedFolder().empty() ? "" : ", which TMPDIR names") + ": " +
                            std::generic_category().message(reason));
 }

@@ -61,8 +61,7 @@ static std::string escaped(const Character& character) {
   return text.data();
 }
 
-/// Escapes all but the characters that are visible, or stand in `kept`.
-static std::string escapedExcept(std::string_view kept, std::string_view text) {
+std::string printable(std::string_view text, std::string_view kept) {
   std::string result;
   result.reserve(text.size());
   while (!text.empty()) {
@@ -74,9 +73,7 @@ static std::string escapedExcept(std::string_view kept, std::string_view text) {
   return result;
 }
 
-std::string printable(std::string_view text) { return escapedExcept("", text); }
-
-std::string printableLines(std::string_view text) { return escapedExcept("\n\t", text); }
+std::string inQuotes(std::string_view text) { return "'" + printable(text) + "'"; }
 
 /// Where the character begins that a byte belongs to.
 static std::size_t startOfCharacter(std::string_view text, std::size_t at) {
@@ -106,7 +103,7 @@ static std::vector<Cell> cellsOf(std::string_view line, std::size_t begin) {
   std::vector<Cell> cells;
   while (begin < line.size()) {
     const std::size_t size = firstCharacter(line.substr(begin)).size;
-    std::string text = escapedExcept("\t", line.substr(begin, size));
+    std::string text = printable(line.substr(begin, size), "\t");
     const auto width = static_cast<std::size_t>(
         std::count_if(text.begin(), text.end(), [](char byte) { return !continuesCharacter(byte); }));
     begin += size;

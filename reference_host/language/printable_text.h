@@ -19,10 +19,11 @@ Character firstCharacter(std::string_view text);
 
 /// The text with each control character, invisible character and invalid byte as an escape, such as `\n`, `\x1B` or
 /// `\u202E`.
-std::string printable(std::string_view text);
+/// @param kept the characters that stay as they are.
+std::string printable(std::string_view text, std::string_view kept = {});
 
-/// The same for text of several lines: line ends and tabs stay.
-std::string printableLines(std::string_view text);
+/// A name or a path as messages hold it: printable, in quotes.
+std::string inQuotes(std::string_view text);
 
 /// A text that a message can hold: a very long one is cut in its middle.
 std::string shortened(const std::string& text);

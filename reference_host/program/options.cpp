@@ -19,6 +19,7 @@
 
 namespace {
 
+using orva::language::inQuotes;
 using orva::language::printable;
 
 constexpr int usageError = 2;
@@ -45,8 +46,6 @@ constexpr std::array options = {
   std::fprintf(stderr, "orva-host: %s; did you mean '%s'?\n", problem.c_str(), meant.c_str());
   std::exit(usageError);
 }
-
-std::string quoted(std::string_view word) { return "'" + printable(word) + "'"; }
 
 /// Prints what was asked for, and ends the process.
 [[noreturn]] void answer(const std::string& text) {
@@ -120,7 +119,7 @@ class CommandLine {
       if (word != "run") failCommand(word);
       hasCommand_ = true;
     } else if (hasProgram_) {
-      failUsage("unexpected word " + quoted(word) + ": expected one FILE, and the program's arguments after '--'");
+      failUsage("unexpected word " + inQuotes(word) + ": expected one FILE, and the program's arguments after '--'");
     } else {
       if (word.empty()) failUsage("the FILE is empty: expected the path of a program");
       parsed_.program = word;
@@ -131,10 +130,10 @@ class CommandLine {
   [[noreturn]] static void failCommand(std::string_view word) {
     constexpr std::string_view extension = ".ov";
     const bool isProgram = word.size() > extension.size() && word.substr(word.size() - 3) == extension;
-    if (isProgram) failUsage("unknown command " + quoted(word), "run " + printable(word));
+    if (isProgram) failUsage("unknown command " + inQuotes(word), "run " + printable(word));
     const bool isNear = !word.empty() && llvm::StringRef(word.data(), word.size()).edit_distance("run") < 3;
-    if (isNear && word.size() > 1) failUsage("unknown command " + quoted(word), "run");
-    failUsage("unknown command " + quoted(word) + ": expected 'run'");
+    if (isNear && word.size() > 1) failUsage("unknown command " + inQuotes(word), "run");
+    failUsage("unknown command " + inQuotes(word) + ": expected 'run'");
   }
 
   void readOption(std::string_view word) {
@@ -144,7 +143,7 @@ class CommandLine {
         std::find_if(options.begin(), options.end(), [&](const Option& each) { return each.name == name; });
     if (option == options.end()) failOption(name);
     if (option->value.empty()) {
-      if (equals != std::string_view::npos) failUsage("option " + quoted(name) + " takes no value");
+      if (equals != std::string_view::npos) failUsage("option " + inQuotes(name) + " takes no value");
       answer(name == "--help" ? help() : orva::program::versionLine() + "\n");
     }
     const std::string_view value = equals == std::string_view::npos ? nextValue(*option) : word.substr(equals + 1);
@@ -154,12 +153,12 @@ class CommandLine {
 
   [[noreturn]] static void failOption(std::string_view name) {
     const std::string meant = nearestOption(name);
-    if (!meant.empty()) failUsage("unknown option " + quoted(name), meant);
-    failUsage("unknown option " + quoted(name));
+    if (!meant.empty()) failUsage("unknown option " + inQuotes(name), meant);
+    failUsage("unknown option " + inQuotes(name));
   }
 
   [[noreturn]] static void failValue(const Option& option, const std::string& problem) {
-    failUsage("option " + quoted(option.name) + " " + problem + ": expected '" + std::string(option.name) + " " +
+    failUsage("option " + inQuotes(option.name) + " " + problem + ": expected '" + std::string(option.name) + " " +
               std::string(option.value) + "'");
   }
 
@@ -173,7 +172,7 @@ class CommandLine {
     if (option.name == "--class-path") {
       parsed_.classPath.emplace_back(value);
     } else {
-      if (!parsed_.standardLibrary.empty()) failUsage("option " + quoted(option.name) + " is given twice");
+      if (!parsed_.standardLibrary.empty()) failUsage("option " + inQuotes(option.name) + " is given twice");
       parsed_.standardLibrary = value;
     }
   }
@@ -205,18 +204,18 @@ void checkStandardLibrary(const std::string& root) {
   const std::error_code problem = problemOfFolder(root + "/orva");
   if (!problem) return;
   if (problem == std::errc::no_such_file_or_directory || problem == std::errc::not_a_directory) {
-    failUsage("no standard library in " + quoted(root) + ": expected a folder 'orva' there");
+    failUsage("no standard library in " + inQuotes(root) + ": expected a folder 'orva' there");
   }
-  failUsage("cannot search the standard library " + quoted(root + "/orva") + ": " + problem.message());
+  failUsage("cannot search the standard library " + inQuotes(root + "/orva") + ": " + problem.message());
 }
 
 void checkRoot(const std::string& root) {
   const std::error_code problem = problemOfFolder(root);
   if (!problem) return;
   if (problem == std::errc::no_such_file_or_directory)
-    failUsage("the class path root " + quoted(root) + " does not exist");
-  if (problem == std::errc::not_a_directory) failUsage("the class path root " + quoted(root) + " is not a directory");
-  failUsage("cannot search the class path root " + quoted(root) + ": " + problem.message());
+    failUsage("the class path root " + inQuotes(root) + " does not exist");
+  if (problem == std::errc::not_a_directory) failUsage("the class path root " + inQuotes(root) + " is not a directory");
+  failUsage("cannot search the class path root " + inQuotes(root) + ": " + problem.message());
 }
 
 }  // namespace

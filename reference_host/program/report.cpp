@@ -19,8 +19,7 @@ namespace rt = orva::runtime;
 static void write(std::string_view text, std::string_view kept) {
   while (!text.empty()) {
     const std::string_view character = text.substr(0, language::firstCharacter(text).size);
-    const bool stays = kept.find(character[0]) != std::string_view::npos;
-    const std::string shown = stays ? std::string(character) : language::printable(character);
+    const std::string shown = language::printable(character, kept);
     std::fwrite(shown.data(), 1, shown.size(), stderr);
     text.remove_prefix(character.size());
   }

@@ -47,16 +47,16 @@ static const runtime::Method& findMain(const Program& program) {
   const std::string fullName = program.package.empty() ? name : program.package + "." + name;
   const runtime::Type* type = runtime::findTypeByFullName(fullName);
   if (type == nullptr) {
-    throw std::runtime_error("'" + language::printable(program.file) + "' has no class '" +
-                             language::printable(fullName) + "': expected one named as the file");
+    throw std::runtime_error(language::inQuotes(program.file) + " has no class " + language::inQuotes(fullName) +
+                             ": expected one named as the file");
   }
   const runtime::Method* method = type->find("main");
   const std::vector<std::string> withArguments = {"ArrayList<String>"};
   const bool isMain = method != nullptr && method->signature.isStatic && method->signature.result == "void" &&
                       (method->signature.parameters.empty() || method->signature.parameters == withArguments);
   if (!isMain) {
-    throw std::runtime_error("Class '" + fullName +
-                             "' has no method 'static void main()' or 'static void main(ArrayList<String> args)'");
+    throw std::runtime_error("Class " + language::inQuotes(fullName) +
+                             " has no method 'static void main()' or 'static void main(ArrayList<String> args)'");
   }
   return *method;
 }

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "reference_host/language/printable_text.h"
 #include "runtime_api/reflection.h"
 
 std::mutex gReflectionMutex;
@@ -118,7 +119,8 @@ static void checkNew(const std::vector<Registration::Noted>& noted) {
     if (const Type* known = lookUp(registry().fullNames, fullName)) sources.emplace(fullName, known->source);
     const auto [other, isNew] = sources.emplace(fullName, source);
     if (!isNew) {
-      throw std::runtime_error("Type '" + fullName + "' of " + source + " is already loaded from " + other->second);
+      throw std::runtime_error("Type '" + fullName + "' of " + language::printable(source) +
+                               " is already loaded from " + language::printable(other->second));
     }
   }
 }

@@ -82,7 +82,7 @@ static void checkExcerpt(std::string_view line, std::size_t column, std::string_
 /// A refusal is a block for each of 20 things that are wrong: the place and the message, the line, a caret; and a last
 /// line for all others. It is printable.
 static void checkRefusal(const SourceText& source, const std::string& refusal) {
-  require(refusal == printableLines(refusal), "a diagnostic is not printable:\n" + refusal);
+  require(refusal == printable(refusal, "\n\t"), "a diagnostic is not printable:\n" + refusal);
   std::vector<std::string_view> blocks = splitLines(refusal);
   const std::vector<std::string_view> lines = splitLines(std::string_view(source.text).substr(source.start()));
   if (blocks.size() == 3 * 20 + 1 && take(blocks.back(), "and ") && takeNumber(blocks.back()) > 0) blocks.pop_back();

@@ -81,7 +81,12 @@ TEST(Printable, IsSafeForAnyBytes) {
   }
 }
 
-TEST(PrintableLines, KeepsLineEndsAndTabs) { EXPECT_EQ("a\n\tb\\r\n\\x1B", printableLines("a\n\tb\r\n\x1B")); }
+TEST(Printable, KeepsWhatItIsTold) { EXPECT_EQ("a\n\tb\\r\n\\x1B", printable("a\n\tb\r\n\x1B", "\n\t")); }
+
+TEST(InQuotes, IsPrintable) {
+  EXPECT_EQ("'a\\n\\x1Bb'", inQuotes("a\n\x1B"
+                                     "b"));
+}
 
 TEST(FirstCharacter, ReadsEveryCodePoint) {
   for (char32_t code = 0; code < 0x110000; code += code < 0x1000 ? 1 : 0x35) {
@@ -182,7 +187,7 @@ TEST(Excerpt, PointsAtTheSameCharacterWhereverItCuts) {
         const std::string expected = character == "\t" ? character : printable(character);
         ASSERT_EQ(expected, pointedAt(shown).substr(0, expected.size())) << count << " " << place;
         ASSERT_LE(widthOf(shown.text), 122U);
-        ASSERT_EQ(shown.text, printableLines(shown.text));
+        ASSERT_EQ(shown.text, printable(shown.text, "\n\t"));
         place += size;
       }
     }
