@@ -26,7 +26,8 @@ class Context {
   GenericInstances generics;
   Loader loader;
 
-  /// Writes the source of a generic instance, as `GenericInstances::materialize` does, and loads its generic class.
+  /// Writes the file that stands for a generic instance, as `GenericInstances::materialize` does, and loads its generic
+  /// class.
   std::optional<GenericInstance> materialize(const std::string& typeName);
 
   /// Finds a loaded type by its full name, or loads it: a class from its source, a generic instance from its generic
