@@ -79,10 +79,14 @@ static void measure(benchmark::State& state, double (*here)(), double (*floor)()
   reportFloor(state, floorSeconds);
 }
 
+static std::string newClassName() {
+  static int count = 0;
+  return "Large" + std::to_string(count++);
+}
+
 /// Writes a class of so many methods and tells the path of its source.
 static std::string writeLargeClass(int methods) {
-  static int count = 0;
-  const std::string name = "Large" + std::to_string(count++);
+  const std::string name = newClassName();
   std::string text = "class " + name + " {\n";
   for (int i = 0; i < methods; ++i) {
     const std::string number = std::to_string(i);
@@ -93,18 +97,30 @@ static std::string writeLargeClass(int methods) {
   return name + ".ov";
 }
 
-// The time of each method must not grow with their number.
+/// Writes a file of so many classes, each of which calls the next, and tells its path.
+static std::string writeClasses(int classes) {
+  const std::string name = newClassName();
+  std::string text = "class " + name + " { static int get(int x) { return " + name + "_0.get(x); } }\n";
+  for (int i = 0; i < classes; ++i) {
+    text += "class " + name + "_" + std::to_string(i) + " { static int get(int x) { return " + name + "_" +
+            std::to_string((i + 1) % classes) + ".get(x); } }\n";
+  }
+  writeText(name + ".ov", text);
+  return name + ".ov";
+}
 
-static void loadLargeSource(benchmark::State& state, int methods) {
+// The time of each method, and of each class, must not grow with their number.
+
+static void loadLargeSource(benchmark::State& state, std::string (*write)(int), int size) {
   while (state.KeepRunning()) {
-    const std::string path = writeLargeClass(methods);
+    const std::string path = write(size);
     state.SetIterationTime(secondsOf([&] { activeContext().loader.load(path, compiler::Placement::underRoot); }));
   }
 }
 
-static void loadLargeObject(benchmark::State& state, int methods) {
+static void loadLargeObject(benchmark::State& state, std::string (*write)(int), int size) {
   while (state.KeepRunning()) {
-    const std::string path = writeLargeClass(methods);
+    const std::string path = write(size);
     activeContext().loader.precompile(path);
     const std::string object = compiler::objectPathOf(path);
     const std::string identity = compiler::readObject(object).identity;
@@ -121,14 +137,18 @@ void registerLoading() {
   };
   add("class_from_source", loadFromSource, linkModule);
   add("class_from_object", loadFromObject, linkObject);
-  const auto addLarge = [](const std::string& name, void (*load)(benchmark::State&, int)) {
-    for (const int methods : {4000, 8000}) {
-      benchmark::RegisterBenchmark((name + "/" + std::to_string(methods) + "_methods").c_str(), load, methods)
+  using Write = std::string (*)(int);
+  const auto addLarge = [](const std::string& name, void (*load)(benchmark::State&, Write, int), Write write,
+                           const std::string& what, int few) {
+    for (const int size : {few, 2 * few}) {
+      benchmark::RegisterBenchmark((name + "/" + std::to_string(size) + "_" + what).c_str(), load, write, size)
           ->UseManualTime()
           ->Iterations(1)
           ->Unit(benchmark::kMillisecond);
     }
   };
-  addLarge("large_source", loadLargeSource);
-  addLarge("large_object", loadLargeObject);
+  addLarge("large_source", loadLargeSource, writeLargeClass, "methods", 4000);
+  addLarge("large_object", loadLargeObject, writeLargeClass, "methods", 4000);
+  addLarge("large_source", loadLargeSource, writeClasses, "classes", 2000);
+  addLarge("large_object", loadLargeObject, writeClasses, "classes", 2000);
 }

@@ -48,6 +48,8 @@ HOST_TARGETS = [
     ("Adding 1,000 roots, beside 100", "class_path/add_roots/1000", "class_path/add_roots/100", None),
     ("A source of 8,000 methods, beside one of 4,000", "large_source/8000_methods", "large_source/4000_methods", 2.5),
     ("An object of 8,000 methods, beside one of 4,000", "large_object/8000_methods", "large_object/4000_methods", 2.5),
+    ("A source of 4,000 classes, beside one of 2,000", "large_source/4000_classes", "large_source/2000_classes", None),
+    ("An object of 4,000 classes, beside one of 2,000", "large_object/4000_classes", "large_object/2000_classes", None),
     ("1,000,000 types: registering, beside a hash table", "registry/1000000_add", "registry/1000000_add_floor", None),
     ("1,000,000 types: reading all names, beside a list", "registry/1000000_scan", "registry/1000000_scan_floor", None),
     ("1,000,000 types: finding one, beside a hash table", "registry/1000000_find", "registry/1000000_find_floor", None),

@@ -1,7 +1,6 @@
 // What crosses compiled frames: C++ exceptions, language exceptions and the pending exception of a native.
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <future>
 
 #include "reference_host/compiler/context.h"
@@ -161,71 +160,6 @@ TEST(CompiledCode, ManyMethodsOfOneClassCallEachOtherAndThrow) {
                                                     {orva::compiler::sourceIdentity(readFile("Built.ov"))});
   EXPECT_EQ(callText("Built", "start"), "thrown at 500");
   EXPECT_EQ(callText("Near", "start"), "thrown at 500");
-}
-
-/// The processor time that a function takes.
-template <typename Function>
-static double secondsOf(const Function& function) {
-  const std::clock_t begin = std::clock();
-  function();
-  return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
-}
-
-/// A class that calls each method of a chain.
-static std::string callerOf(const std::string& name, int count) {
-  std::string text = "class Caller" + name + " {\n  static void all() {\n";
-  for (int i = 0; i < count; ++i)
-    text += "    try { " + name + ".m" + std::to_string(i) + "(0); } catch (Exception e) { }\n";
-  return text + "  }\n}\n";
-}
-
-/// Loads a class of so many methods and one that calls them all; from their sources, and from their objects.
-static double loadChain(int count) {
-  const std::string name = "Chain" + std::to_string(count);
-  writeFile(name + ".ov", chainOf(name, count));
-  writeFile("Caller" + name + ".ov", callerOf(name, count));
-  writeFile("Built.ov", "package built; " + chainOf(name, count));
-  const std::string identity = orva::compiler::sourceIdentity(readFile("Built.ov"));
-  orva::compiler::Loader& loader = orva::compiler::activeContext().loader;
-  return secondsOf([&] {
-    loader.load(name + ".ov", orva::compiler::Placement::underRoot);
-    loader.load("Caller" + name + ".ov", orva::compiler::Placement::underRoot);
-    loader.precompile("Built.ov");
-    loader.loadBundle({"Built.o"}, {identity});
-  });
-}
-
-/// Loads a file of so many classes, each of which calls the next, and makes an object of another such file.
-static double loadClasses(int count) {
-  const std::string name = "Link" + std::to_string(count) + "_";
-  std::string text;
-  for (int i = 0; i < count; ++i) {
-    text += "class " + name + std::to_string(i) + " { static int get(int x) { return " + name +
-            std::to_string((i + 1) % count) + ".get(x); } }\n";
-  }
-  writeFile(name + ".ov", text);
-  writeFile("Built.ov", text);
-  orva::compiler::Loader& loader = orva::compiler::activeContext().loader;
-  return secondsOf([&] {
-    loader.load(name + ".ov", orva::compiler::Placement::anywhere);
-    loader.precompile("Built.ov");
-  });
-}
-
-TEST(CompiledCode, TheTimeOfAClassDoesNotGrowWithThoseOfItsFile) {
-  const Workspace workspace;
-  loadClasses(100);
-  const double few = loadClasses(750);
-  // In proportion they take four times as long; each pair looked at, sixteen times.
-  EXPECT_LT(loadClasses(3000), few * 8);
-}
-
-TEST(CompiledCode, TheTimeOfAMethodDoesNotGrowWithTheirNumber) {
-  const Workspace workspace;
-  loadChain(100);
-  const double few = loadChain(1000);
-  // In proportion they take four times as long; each pair looked at, sixteen times.
-  EXPECT_LT(loadChain(4000), few * 8);
 }
 
 TEST(CompiledCode, RecursionIsStoppedOnEveryThread) {
