@@ -54,7 +54,7 @@ static Times useRegistry() {
   const std::vector<std::string> wanted = someNames(names);
   std::vector<orva::runtime::TypeDescriptor> descriptors;
   for (const Names& each : names) {
-    descriptors.push_back({{each.name.c_str(), each.fullName.c_str(), "", ""}, 0, nullptr});
+    descriptors.push_back({each.name.c_str(), each.fullName.c_str(), 0, nullptr});
   }
   Times times{};
   times.adding = secondsOf([&] {

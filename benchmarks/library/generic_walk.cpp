@@ -1,6 +1,5 @@
 // Walking the type table for a generic instance that is not in it.
 #include <algorithm>
-#include <cctype>
 #include <set>
 #include <utility>
 
@@ -70,32 +69,10 @@ static const Keys& realKeys() {
   return keys;
 }
 
-/// A spelling with the short names of the arguments.
-static std::string withShortArguments(const std::string& name) {
-  std::string spelling;
-  std::size_t word = 0;
-  for (const char byte : name) {
-    const bool isArgument = spelling.find('<') != std::string::npos;
-    spelling += byte;
-    if (byte == '.' && isArgument) {
-      spelling.resize(word);
-    } else if (byte != '_' && std::isalnum(static_cast<unsigned char>(byte)) == 0) {
-      word = spelling.size();
-    }
-  }
-  return spelling;
-}
-
-/// The names that the reference host gives a record: short and full, and for a generic instance both spelled with the
-/// short names of its arguments.
+/// The names that the reference host gives a record: short and full, and a generic instance the full one alone.
 static TypeRecord recordOf(const measured::TypeNames& type) {
   static char object;
-  TypeRecord record{type.shortName, type.fullName, {}, {}, &object, {&object}};
-  if (isGeneric(type)) {
-    record.name3 = withShortArguments(type.shortName);
-    record.name4 = withShortArguments(type.fullName);
-  }
-  return record;
+  return {isGeneric(type) ? "" : type.shortName, type.fullName, {}, {}, &object, {&object}};
 }
 
 /// A record for each type, but for those that are asked for.

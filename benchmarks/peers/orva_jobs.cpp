@@ -24,8 +24,7 @@ static void registerTypes(int from, int to) {
   for (int i = from; i < to; ++i) {
     const std::string name = "Type" + std::to_string(i);
     const auto& [shortName, fullName] = names.emplace_back(std::array{name, "peers." + name});
-    registration.add(
-        descriptors.emplace_back(rt::TypeDescriptor{{shortName.c_str(), fullName.c_str(), "", ""}, 0, nullptr}));
+    registration.add(descriptors.emplace_back(rt::TypeDescriptor{shortName.c_str(), fullName.c_str(), 0, nullptr}));
   }
   registration.commit();
 }

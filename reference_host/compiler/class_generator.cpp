@@ -16,13 +16,6 @@ using runtime::MethodSignature;
 
 namespace {
 
-/// A type's spelling with the short names of its arguments, and of itself.
-std::string shortSpelling(const TypeName& type) {
-  TypeName shortened{type.name.substr(type.name.rfind('.') + 1), {}, {}};
-  for (const TypeName& argument : type.arguments) shortened.arguments.push_back({shortSpelling(argument), {}, {}});
-  return shortened.text();
-}
-
 class ClassGenerator {
  public:
   ClassGenerator(const ClassInput& input, const ClassCatalog& catalog, llvm::LLVMContext& context,
@@ -155,11 +148,8 @@ class ClassGenerator {
                               builder_.text(signature.result), builder_.number(signature.isStatic ? 1 : 0),
                               scope_.functions.at(signature.name), invoker(signature)}));
     }
-    const std::string withShortArguments = shortSpelling(name_);
     llvm::Constant* descriptor = builder_.constant(
         builder_.structure({builder_.text(name_.text()), builder_.text(scope_.fullName),
-                            builder_.text(isInstance() ? file_.qualify(withShortArguments) : ""),
-                            builder_.text(isInstance() ? withShortArguments : ""),
                             builder_.number(static_cast<int64_t>(methods.size())), builder_.array(methods)}));
     llvm::Function* function = builder_.addFunction(llvm::FunctionType::get(builder_.typeOf("void"), false), symbol,
                                                     llvm::GlobalValue::ExternalLinkage);

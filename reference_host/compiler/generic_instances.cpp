@@ -100,7 +100,8 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   }
   GenericInstance instance{requested->text(), {}, generic->source};
   instance.sourceFile = (privateFolder() / (sourceIdentity(instance.name) + ".ov")).string();
-  writeFile(instance.sourceFile, instance.name + "\n" + instance.genericSource);
+  // Asked for again, the instance has its file; nobody else writes to the folder.
+  if (!fs::exists(instance.sourceFile)) writeFile(instance.sourceFile, instance.name + "\n" + instance.genericSource);
   return instance;
 }
 

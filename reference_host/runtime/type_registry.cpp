@@ -49,8 +49,8 @@ struct Registry {
   std::deque<Type> types;  // never moves its elements
   TypeNumbers numbers;
   std::unordered_map<std::string, const Type*> fullNames;
-  /// The other spellings; null for one that several types share.
-  std::unordered_map<std::string, const Type*> otherNames;
+  /// Of types that are no instances and lie in a package; null for a name that several types share.
+  std::unordered_map<std::string, const Type*> shortNames;
 };
 
 Registry& registry() {
@@ -71,7 +71,7 @@ const Type* lookUp(const std::unordered_map<std::string, const Type*>& names, co
 }
 
 Type makeType(const TypeDescriptor& descriptor, std::string source) {
-  Type type{descriptor.names[0], descriptor.names[1], std::move(source), {}};
+  Type type{descriptor.name, descriptor.fullName, std::move(source), {}};
   for (int64_t i = 0; i < descriptor.methodCount; ++i) {
     const MethodDescriptor& method = descriptor.methods[i];
     type.methods.push_back({{method.name, method.isStatic != 0, splitTypes(method.parameters), method.result},
@@ -87,15 +87,16 @@ Type makeType(const TypeDescriptor& descriptor, std::string source) {
 void add(const TypeDescriptor& descriptor, std::string source) {
   Registry& all = registry();
   Type& type = all.types.emplace_back(makeType(descriptor, std::move(source)));
-  TypeRecord record{descriptor.names[0], descriptor.names[1], descriptor.names[2], descriptor.names[3], &type, {}};
+  // What any other spelling of a generic instance means depends on the classes that there are when it is asked for.
+  const bool isInstance = type.fullName.find('<') != std::string::npos;
+  TypeRecord record{isInstance ? "" : type.name, type.fullName, {}, {}, &type, {}};
   // The type itself stands first, so that a type without methods is ready too.
   record.members.push_back(&type);
   for (Method& method : type.methods) record.members.push_back(&method);
   all.fullNames.emplace(type.fullName, &type);
-  for (const std::string& name : {record.name1, record.name3, record.name4}) {
-    if (name.empty() || name == type.fullName) continue;
-    const auto [at, isNew] = all.otherNames.emplace(name, &type);
-    if (!isNew && at->second != &type) at->second = nullptr;
+  if (!isInstance && type.name != type.fullName) {
+    const auto [at, isNew] = all.shortNames.emplace(type.name, &type);
+    if (!isNew) at->second = nullptr;
   }
   gTypes.push_back(std::move(record));
   all.numbers.add(type);
@@ -115,7 +116,7 @@ Registration* Registration::current() { return openRegistration; }
 static void checkNew(const std::vector<Registration::Noted>& noted) {
   std::unordered_map<std::string, std::string> sources;
   for (const auto& [descriptor, source] : noted) {
-    const std::string fullName = descriptor->names[1];
+    const std::string fullName = descriptor->fullName;
     if (const Type* known = lookUp(registry().fullNames, fullName)) sources.emplace(fullName, known->source);
     const auto [other, isNew] = sources.emplace(fullName, source);
     if (!isNew) {
@@ -132,10 +133,10 @@ void Registration::commit() {
   noted_.clear();
 }
 
-/// Finds a type by one of the spellings that it is noted with; the lock is held.
-static const Type* findSpelling(const std::string& name) {
+/// Finds a type by its full name or its short one; the lock is held.
+static const Type* findByEither(const std::string& name) {
   const Type* type = lookUp(registry().fullNames, name);
-  return type != nullptr ? type : lookUp(registry().otherNames, name);
+  return type != nullptr ? type : lookUp(registry().shortNames, name);
 }
 
 /// A generic spelling with the full name of each class that is loaded; the lock is held.
@@ -144,7 +145,7 @@ static std::string withFullNames(const std::string& name) {
   for (std::size_t begin = 0; begin < name.size();) {
     const std::size_t end = std::min(name.find_first_of("<,>", begin), name.size());
     const std::string each = name.substr(begin, end - begin);
-    const Type* type = findSpelling(each);
+    const Type* type = findByEither(each);
     spelling += (type == nullptr ? each : type->fullName) + name.substr(end, 1);
     begin = end + 1;
   }
@@ -155,7 +156,7 @@ const Type* findType(std::string_view name) {
   const bool isGeneric = name.find('<') != std::string_view::npos;
   const std::string key = isGeneric ? withoutBlanks(name) : std::string(name);
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  const Type* type = findSpelling(key);
+  const Type* type = findByEither(key);
   return type != nullptr || !isGeneric ? type : lookUp(registry().fullNames, withFullNames(key));
 }
 
@@ -166,8 +167,8 @@ const Type* findTypeByFullName(std::string_view fullName) {
 
 const Type* findTypeByShortName(const std::string& name) {
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  const auto found = registry().otherNames.find(name);
-  if (found == registry().otherNames.end()) return nullptr;
+  const auto found = registry().shortNames.find(name);
+  if (found == registry().shortNames.end()) return nullptr;
   if (found->second != nullptr) return found->second;
   // As the library says it of a name that is asked for by itself.
   throw std::runtime_error("Ambiguous plugin entry type '" + name + "'; use its fully qualified name");

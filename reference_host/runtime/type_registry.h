@@ -23,8 +23,8 @@ struct MethodDescriptor {
   Invoker invoke;
 };
 struct TypeDescriptor {
-  /// Short name, full name and, for a generic instance, both with the short names of its arguments.
-  const char* names[4];
+  const char* name;
+  const char* fullName;
   int64_t methodCount;
   const MethodDescriptor* methods;
 };

@@ -217,6 +217,43 @@ TEST(GenericInstances, TakeAFullNameBeforeTheShortNameOfALoadedType) {
   EXPECT_EQ(materialize("Box<Item>").name, "p.Box<p.Item>");
 }
 
+TEST(GenericInstances, MeanTheSameWhateverInstancesThereAre) {
+  const Workspace workspace;
+  writeFile("p/Item.ov", "package p; class Item { static String h() { return \"p\"; } }");
+  writeFile("p/Box.ov", "package p; class Box<T> { static String h() { return T.h(); } }");
+  writeFile("Item.ov", "class Item { static String h() { return \"root\"; } }");
+  const auto called = [](const std::string& name) {
+    const auto* type = static_cast<const orva::runtime::Type*>(orva_ClassLoader_getTypeByName(name.c_str()));
+    return type == nullptr ? "nothing" : type->fullName + " " + callText(type->fullName, "h");
+  };
+  EXPECT_EQ(called("p.Box<p.Item>"), "p.Box<p.Item> p");
+  EXPECT_EQ(called("p.Box<Item>"), "p.Box<Item> root");
+  EXPECT_EQ(called("Box< p . Item >"), "p.Box<p.Item> p");
+  writeFile("Box.ov", "class Box<T> { static String h() { return \"root box of \" + T.h(); } }");
+  EXPECT_EQ(called("Box<p.Item>"), "Box<p.Item> root box of p");
+  EXPECT_EQ(called("Box<Box<Item>>"), "Box<Box<Item>> root box of root box of root");
+  EXPECT_EQ(called("p.Box<Box<p.Item>>"), "p.Box<Box<p.Item>> root box of p");
+}
+
+TEST(GenericInstances, AreWrittenOnce) {
+  const Workspace workspace;
+  writeFile("Box.ov", "class Box<T> { static int one() { return 1; } }");
+  std::string name = "int";
+  for (int depth = 0; depth < 10; ++depth) {
+    name = "Box<" + name + ">";
+    ASSERT_NE(orva_ClassLoader_getTypeByName(name.c_str()), nullptr);
+  }
+  const std::string file = materialize(name).sourceFile;
+  const auto inode = [&file] {
+    struct stat status{};
+    EXPECT_EQ(stat(file.c_str(), &status), 0);
+    return status.st_ino;
+  };
+  const auto before = inode();
+  ASSERT_NE(orva_ClassLoader_getTypeByName(("Box<" + name + ">").c_str()), nullptr);
+  EXPECT_EQ(inode(), before);
+}
+
 TEST(GenericInstances, OfAnAmbiguousNameAreFailures) {
   const Workspace workspace;
   writeClasses();
@@ -228,6 +265,10 @@ TEST(GenericInstances, OfAnAmbiguousNameAreFailures) {
   }
   const std::string item = "Ambiguous plugin entry type 'Item'; use its fully qualified name";
   const std::string box = "Ambiguous plugin entry type 'Box'; use its fully qualified name";
+  // Whatever instances there are.
+  for (const char* instance : {"c.Pair<p.Item,int>", "c.Pair<q.Item,int>", "p.Box<int>", "q.Box<int>"}) {
+    ASSERT_NE(orva_ClassLoader_getTypeByName(instance), nullptr);
+  }
   for (const auto& [name, message] : {std::pair{"c.Pair<Item,int>", item},
                                       {"c.Pair<int,Item>", item},
                                       {"p.Box<q.Box<Item>>", item},
