@@ -52,8 +52,9 @@ std::string unguessableDigits() {
 static std::array<std::atomic<const char*>, 64> unfinishedNames;
 
 void removeUnfinishedFiles() noexcept {
-  for (const auto& name : unfinishedNames) {
-    if (const char* const file = name.load()) unlink(file);
+  for (auto& name : unfinishedNames) {
+    // Taken out first, so that the thread that writes the file does not free the name meanwhile.
+    if (const char* const file = name.exchange(nullptr)) unlink(file);
   }
 }
 
@@ -65,17 +66,22 @@ namespace {
 class UnfinishedName {
  public:
   explicit UnfinishedName(const char* name)
-      : place_(std::find_if(unfinishedNames.begin(), unfinishedNames.end(), [name](std::atomic<const char*>& place) {
+      : name_(name),
+        place_(std::find_if(unfinishedNames.begin(), unfinishedNames.end(), [name](std::atomic<const char*>& place) {
           const char* none = nullptr;
           return place.compare_exchange_strong(none, name);
         })) {}
   ~UnfinishedName() {
-    if (place_ != unfinishedNames.end()) place_->store(nullptr);
+    const char* name = name_;
+    if (place_ == unfinishedNames.end() || place_->compare_exchange_strong(name, nullptr)) return;
+    // Another thread is ending the process, and reads the name until then.
+    for (;;) pause();
   }
   UnfinishedName(const UnfinishedName&) = delete;
   UnfinishedName& operator=(const UnfinishedName&) = delete;
 
  private:
+  const char* const name_;
   const decltype(unfinishedNames)::iterator place_;
 };
 

@@ -21,7 +21,8 @@ language::SourceText readSource(const std::string& path);
 /// when that fails; then what was there before still is.
 void writeFile(const std::string& path, const std::string& bytes);
 
-/// Removes what `writeFile` is writing. For the handler of a signal that ends the process: async-signal-safe.
+/// Removes what `writeFile` is writing, and keeps it from returning. For whoever ends the process, such as the handler
+/// of a signal: async-signal-safe.
 void removeUnfinishedFiles() noexcept;
 
 /// Sixteen hexadecimal digits that nobody can guess, for the names of files.
