@@ -1,6 +1,8 @@
 // Only async-signal-safe calls: a signal may come while anything holds any lock.
 #include "reference_host/program/signals.h"
 
+#include <unistd.h>
+
 #include <csignal>
 
 #include "reference_host/compiler/files.h"
@@ -11,8 +13,14 @@ namespace orva::program {
 static void cleanUp(int signal) {
   compiler::removeUnfinishedFiles();
   compiler::removePrivateFolder();
-  // It waits until this handler has returned, and then takes its default action.
+  // It takes its default action as soon as it is let through.
   raise(signal);
+  sigset_t raised;
+  sigemptyset(&raised);
+  sigaddset(&raised, signal);
+  pthread_sigmask(SIG_UNBLOCK, &raised, nullptr);
+  // There is none for the first process of a container.
+  _exit(128 + signal);
 }
 
 /// Handles a signal, once, unless it is ignored or handled already.

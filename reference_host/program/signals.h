@@ -4,7 +4,8 @@
 namespace orva::program {
 
 /// From now on, a signal that ends the program first removes its temporary files; the process then ends by that signal
-/// all the same. One that is ignored stays so. A file that grows beyond its limit is an error of whoever writes it.
+/// all the same. The first process of a container, which no signal ends, exits with the status that a shell would give
+/// it. A signal that is ignored stays so. A file that grows beyond its limit is an error of whoever writes it.
 void cleanUpOnSignals();
 
 }  // namespace orva::program

@@ -102,6 +102,17 @@ fi
 end TERM
 expect_no_files 'after a living process'
 
+# The first process of a container, which the system does not end by a signal that it raises itself.
+if unshare --user --map-root-user --pid --fork true 2>/dev/null; then
+  start env --default-signal unshare --user --map-root-user --pid --fork
+  read -r first <"/proc/$running/task/$running/children"
+  kill -s TERM "$first"
+  timeout 20 tail --pid="$first" -f /dev/null || { fail 'first process: SIGTERM did not end it'; kill -s KILL "$first"; }
+  wait "$running" 2>/dev/null
+  expect 'first process: status' 143 $?
+  expect_no_files 'first process'
+fi
+
 # Files that may not grow are errors, not signals; what was there stays.
 "$host" run Maker.ov || fail 'Maker.ov failed'
 before=$(sha256sum Box.o)
