@@ -74,8 +74,7 @@ MethodGenerator::Value MethodGenerator::generate(const language::NullLiteral&, P
 }
 
 MethodGenerator::Value MethodGenerator::generate(const language::NameUse& use, Position position, const std::string&) {
-  const Variable* variable = findVariable(use.name);
-  if (variable == nullptr) fail(position, language::unknownVariable(use.name));
+  const Variable* variable = knownVariable(use.name, position);
   return {ir_.CreateLoad(variable->place->getAllocatedType(), variable->place), variable->type};
 }
 

@@ -15,7 +15,7 @@ using language::Position;
 
 namespace {
 
-/// What is wrong with one statement.
+/// What is wrong with one statement; without a message when that was said before.
 struct Fault {
   language::Diagnostic diagnostic;
 };
@@ -75,7 +75,7 @@ void MethodGenerator::block(const language::Block& statements) {
     try {
       statement(each);
     } catch (const Fault& fault) {
-      scope_.diagnostics.push_back(fault.diagnostic);
+      if (!fault.diagnostic.message.empty()) scope_.diagnostics.push_back(fault.diagnostic);
       variables_.resize(level);
     }
   }
@@ -87,17 +87,26 @@ void MethodGenerator::statement(const language::Statement& statement) {
 }
 
 void MethodGenerator::generate(const language::Declaration& declaration, Position position) {
-  const std::string type = resolved(declaration.type);
-  if (type == "void") fail(position, "a variable cannot be void");
-  // Declared in any case, so that one mistake in the value is not reported at each later use.
+  // Declared in any case, so that one mistake is not reported at each later use.
+  const std::string type = typeOfVariable(declaration, position);
   const Variable variable = declareVariable(declaration.name, type, position);
   ir_.CreateStore(llvm::Constant::getNullValue(variable.place->getAllocatedType()), variable.place);
   ir_.CreateStore(valueOf(declaration.value, type), variable.place);
 }
 
+std::string MethodGenerator::typeOfVariable(const language::Declaration& declaration, Position position) {
+  try {
+    std::string type = resolved(declaration.type);
+    if (type == "void") fail(position, "a variable cannot be void");
+    return type;
+  } catch (const Fault&) {
+    variables_.back().try_emplace(declaration.name);
+    throw;
+  }
+}
+
 void MethodGenerator::generate(const language::Assignment& assignment, Position position) {
-  const Variable* variable = findVariable(assignment.name);
-  if (variable == nullptr) fail(position, language::unknownVariable(assignment.name));
+  const Variable* variable = knownVariable(assignment.name, position);
   llvm::AllocaInst* place = variable->place;
   ir_.CreateStore(valueOf(assignment.value, std::string(variable->type)), place);
 }
@@ -195,6 +204,13 @@ MethodGenerator::Variable* MethodGenerator::findVariable(const std::string& name
     if (found != level->end()) return &found->second;
   }
   return nullptr;
+}
+
+MethodGenerator::Variable* MethodGenerator::knownVariable(const std::string& name, Position position) {
+  Variable* variable = findVariable(name);
+  if (variable == nullptr) fail(position, language::unknownVariable(name));
+  if (variable->place == nullptr) throw Fault{{position, {}}};
+  return variable;
 }
 
 MethodGenerator::Variable& MethodGenerator::declareVariable(const std::string& name, const std::string& type,

@@ -42,7 +42,7 @@ class MethodGenerator {
   };
   struct Variable {
     std::string type;
-    llvm::AllocaInst* place;
+    llvm::AllocaInst* place = nullptr;  ///< null when the declaration is wrong
   };
 
   // Statements.
@@ -97,6 +97,9 @@ class MethodGenerator {
 
   const ClassSummary* summaryOf(const std::string& fullName) const;
   Variable* findVariable(const std::string& name);
+  /// A variable that must be there; fails, without another message when its declaration is wrong.
+  Variable* knownVariable(const std::string& name, language::Position position);
+  std::string typeOfVariable(const language::Declaration& declaration, language::Position position);
   Variable& declareVariable(const std::string& name, const std::string& type, language::Position position);
   std::string resolved(const language::TypeName& type);
   llvm::AllocaInst* allocate(llvm::Type* type, const std::string& name);
