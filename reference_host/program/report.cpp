@@ -25,6 +25,17 @@ static void write(std::string_view text, std::string_view kept) {
   }
 }
 
+/// Writes a message. Its further lines are indented, so that none looks like a call.
+static void writeMessage(std::string_view text) {
+  for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+    write(text.substr(0, end), "\t");
+    std::fputs("\n    ", stderr);
+    text.remove_prefix(end + 1);
+  }
+  write(text, "\t");
+  std::fputc('\n', stderr);
+}
+
 /// Writes the head of a source line, or all of it when there is no memory for cutting it.
 static void writeSourceLine(std::string_view line) {
   std::fputs("  ", stderr);
@@ -139,8 +150,7 @@ void reportUncaught(const rt::Exception& exception) {
   const Message message;
   write(exception.className, {});
   std::fputs(": ", stderr);
-  write(exception.message, "\n\t");
-  std::fputc('\n', stderr);
+  writeMessage(exception.message);
   if (exception.trace != nullptr && exception.location != nullptr) {
     writeTrace(*exception.trace, exception.location->text);
   } else if (exception.location != nullptr) {

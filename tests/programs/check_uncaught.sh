@@ -115,7 +115,9 @@ for ((byte = 128; byte < 160; byte++)); do
   says "$(printf '<%b>' "\\x$hex")" "$shown"
 done
 says $'<\xff\xe2\x82\xed\xa0\x80\xc0\x9b>' '<\xFF\xE2\x82\xED\xA0\x80\xC0\x9B>'
-says $'<\t\n  grün €  𝄞>' $'<\t\n  grün €  𝄞>'
+says $'<\t\n  grün €  𝄞>' $'<\t\n      grün €  𝄞>'
+# No line of a message looks like a call.
+says $'x\n  at Fake.ov:1 in Fake.main\n\n  ... more' $'x\n      at Fake.ov:1 in Fake.main\n    \n      ... more'
 
 name=$'\e[31mRed'
 mkdir "$name"
