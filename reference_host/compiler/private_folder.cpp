@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <mutex>
 #include <stdexcept>
@@ -72,6 +73,26 @@ static int lockNewFolder(const std::string& path) {
   return -1;
 }
 
+namespace {
+
+/// Lets no signal through, so that a handler finds a folder known or not there.
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+}  // namespace
+
 /// Makes a folder that nobody else may read. Throws `std::runtime_error` when it cannot be made.
 static void makeFolder() {
   std::error_code error;
@@ -80,6 +101,7 @@ static void makeFolder() {
   for (;;) {
     std::string path = (parent / prefix).string() + unguessableDigits();
     if (path.size() >= folderPath.size()) fail(ENAMETOOLONG);
+    const BlockedSignals blocked;
     if (mkdir(path.c_str(), S_IRWXU) != 0) fail(errno);
     const int folder = lockNewFolder(path);
     if (folder < 0) continue;

@@ -33,10 +33,12 @@ static void handle(int signal, void (*handler)(int), int flags) {
 }
 
 void cleanUpOnSignals() {
+  constexpr int flags = static_cast<int>(SA_RESETHAND | SA_ONSTACK);
   for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM,
-                           SIGPROF, SIGPOLL, SIGPWR}) {
-    handle(signal, cleanUp, static_cast<int>(SA_RESETHAND | SA_ONSTACK));
+                           SIGPROF, SIGPOLL, SIGPWR, SIGSTKFLT}) {
+    handle(signal, cleanUp, flags);
   }
+  for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) handle(signal, cleanUp, flags);
   // A handler that does nothing, where programs that natives start would inherit an ignored signal.
   handle(SIGXFSZ, [](int) {}, SA_RESTART);
 }

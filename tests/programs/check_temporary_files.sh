@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
 # Checks that the host leaves no temporary file, however it ends, and says why it cannot write one.
-# Usage: check_temporary_files.sh ORVA_HOST
+# Usage: check_temporary_files.sh ORVA_HOST CXX_COMPILER
 set -uo pipefail
-host=$(realpath "$1")
+host=$(realpath "$1") compiler=$2
 work=$(realpath "$(mktemp -d)")
 trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
 cd "$work" || exit 1
 mkdir temporary
 export TMPDIR=$work/temporary
+# A build for coverage would write its profile below the limits that are tried.
+export LLVM_PROFILE_FILE=/dev/null
 failures=0
 
 fail() {
@@ -64,13 +66,31 @@ end() {  # SIGNAL
 }
 
 # Signals, each with the status that the process has when nobody handles it.
-for signal in HUP INT QUIT PIPE ALRM TERM USR1 USR2 XCPU VTALRM PROF IO PWR; do
+for signal in HUP INT QUIT PIPE ALRM TERM USR1 USR2 XCPU VTALRM PROF IO PWR STKFLT RTMIN RTMIN+7 RTMAX; do
   # A shell has its background commands ignore some.
   start env --default-signal
   end "$signal"
   expect "SIG$signal: status" $((128 + $(kill -l "$signal"))) "$found"
   expect_no_files "SIG$signal"
 done
+
+# One that comes while the folder is made.
+cat >early.cpp <<'CPP'
+#include <csignal>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+extern "C" int mkdir(const char* path, mode_t mode) {
+  const int result = mkdirat(AT_FDCWD, path, mode);
+  kill(getpid(), SIGTERM);
+  return result;
+}
+CPP
+"$compiler" -shared -fPIC early.cpp -o early.so || fail 'early.so is not compiled'
+env --default-signal LD_PRELOAD="$work/early.so" ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}" \
+  "$host" run Short.ov >output 2>errors
+expect 'while the folder is made: status' 143 $?
+expect_no_files 'while the folder is made'
 
 # One that is ignored stays ignored, as under nohup.
 start env --default-signal --ignore-signal=HUP
