@@ -1,7 +1,9 @@
 // Searching the roots in order.
 #include "reference_host/compiler/class_path.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -56,7 +58,10 @@ bool ClassPath::isRoot(const std::string& directory, const Identity& identity) c
 
 bool ClassPath::add(const std::string& root) {
   struct stat status{};
-  if (const std::error_code error = examine(root, status)) {
+  std::error_code error = examine(root, status);
+  if (S_ISDIR(status.st_mode) && faccessat(AT_FDCWD, root.c_str(), X_OK, AT_EACCESS) != 0)
+    error.assign(errno, std::generic_category());
+  if (error) {
     throw std::runtime_error("Cannot open the class path root " + inQuotes(root) + ": " + error.message());
   }
   if (!S_ISDIR(status.st_mode)) return false;

@@ -146,6 +146,7 @@ TEST(ClassPath, ARootThatMayNotBeLookedAtIsNoMissingOne) {
     EXPECT_EQ(failureOf([&] { path.add("closed/root"); }),
               "Cannot open the class path root 'closed/root': Permission denied");
     EXPECT_EQ(path.roots(), Texts{});
+    EXPECT_EQ(failureOf([&] { path.add("closed"); }), "Cannot open the class path root 'closed': Permission denied");
     orva_ClassLoader_addSourceRoot("closed/root");
   }
   fs::permissions("closed", fs::perms::owner_all);
