@@ -27,6 +27,9 @@ namespace {
 
 constexpr int deepest = 200;
 
+/// As many as a call may pass.
+constexpr std::size_t mostParameters = 255;
+
 class Parser {
  public:
   explicit Parser(const SourceText& source) : source_(source), tokens_(tokenize(source)) {}
@@ -285,6 +288,7 @@ class Parser {
     for (const Parameter& other : before) {
       if (other.name == declared.name) fail(declared.position, "parameter '" + declared.name + "' is declared twice");
     }
+    if (before.size() == mostParameters) fail(declared.position, "too many parameters: expected at most 255");
     return declared;
   }
 

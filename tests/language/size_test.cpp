@@ -131,6 +131,17 @@ const Block& bodyOf(const SourceFile& file) { return file.classes.at(0).methods.
 
 const Expression& returnedBy(const SourceFile& file) { return std::get<Return>(bodyOf(file).at(0).form).value.value(); }
 
+TEST(Length, IsLimitedForParameters) {
+  const auto parameters = [](int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += "int p" + std::to_string(i) + ", ";
+    return text;
+  };
+  EXPECT_NO_THROW(parseSource({"Main.ov", "class A { void m(" + parameters(254) + "int last) {} }"}));
+  EXPECT_TRUE(
+      refuses("class A { void m(" + parameters(255) + "int ^last) {} }", "too many parameters: expected at most 255"));
+}
+
 TEST(Length, HasNoLimitForOperands) {
   const SourceFile sum = parsedBody("return 1" + repeated(many, " + 1") + ";");
   EXPECT_EQ(many + 1, std::get<Operation>(returnedBy(sum).form).operands.size());
