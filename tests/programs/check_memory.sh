@@ -2,17 +2,8 @@
 # Checks what becomes of programs for which memory runs out: they get exceptions, which they can catch, and whatever else
 # fails is said in one line. Where it runs out first depends on the limit, so each program runs under many.
 # Usage: check_memory.sh ORVA_HOST
-set -uo pipefail
-host=$(realpath "$1")
-work=$(realpath "$(mktemp -d)")
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
-
-fail() {
-  printf '%s\n' "$*"
-  failures=1
-}
+# shellcheck source-path=SCRIPTDIR source=checks.sh
+source "$(dirname "$0")/checks.sh"
 
 # Texts that double, texts that grow a little in each call, texts that are joined and dropped, lists, numbers, and
 # exceptions; each program ends by an exception, which it catches, and goes on.

@@ -2,21 +2,11 @@
 # Checks that nothing which a program prints is lost in silence: every write that fails is reported, whatever the sizes
 # of the texts, and all that was printed before a crash is there.
 # Usage: check_output.sh ORVA_HOST CXX_COMPILER
-set -uo pipefail
-host=$(realpath "$1") compiler=$2
-work=$(realpath "$(mktemp -d)")
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
+# shellcheck source-path=SCRIPTDIR source=checks.sh
+source "$(dirname "$0")/checks.sh"
+compiler=$2
 # A build for coverage would write its profile below the limits that are tried.
 export LLVM_PROFILE_FILE=/dev/null
-failures=0
-
-# check NAME EXPECTED FOUND
-check() {
-  [ "$3" = "$2" ] && return
-  printf '%s: expected <%s>, found <%s>\n' "$1" "$2" "$3"
-  failures=1
-}
 
 text() { printf "%$1s" | tr ' ' "$2"; }  # SIZE BYTE
 
@@ -42,7 +32,7 @@ for mix in "${mixes[@]}"; do
   words=()
   for size in $mix; do words+=("$(text "$size" x)"); done
   "$host" run Print.ov -- "${words[@]}" >/dev/full 2>.errors
-  check "full disk, $mix" '1 Cannot print: No space left on device' "$? $(cat .errors)"
+  expect "full disk, $mix" '1 Cannot print: No space left on device' "$? $(cat .errors)"
 done
 
 # A file may become so long and no longer: what fits is there, the rest is reported.
@@ -50,21 +40,21 @@ for sizes in '2047 1' '2048' '1000 1000 1000' '4096 4095' '70000'; do
   words=()
   for size in $sizes; do words+=("$(text "$size" x)"); done
   (trap '' XFSZ && ulimit -f 2 && "$host" run Print.ov -- "${words[@]}" >.output 2>.errors)
-  check "limited file, $sizes" '1 Cannot print: File too large 2048' "$? $(cat .errors) $(wc -c <.output)"
+  expect "limited file, $sizes" '1 Cannot print: File too large 2048' "$? $(cat .errors) $(wc -c <.output)"
 done
 (trap '' XFSZ && ulimit -f 2 && "$host" run Print.ov -- "$(text 2047 x)" >.output 2>.errors)
-check 'a file that is just long enough' '0  2048' "$? $(cat .errors) $(wc -c <.output)"
+expect 'a file that is just long enough' '0  2048' "$? $(cat .errors) $(wc -c <.output)"
 
 # No output at all, and a pipe that nobody reads.
 "$host" run Print.ov -- text >&- 2>.errors
-check 'closed output' '1 Cannot print: Bad file descriptor' "$? $(cat .errors)"
+expect 'closed output' '1 Cannot print: Bad file descriptor' "$? $(cat .errors)"
 "$host" run Print.ov >&- 2>.errors
-check 'closed output of a program that prints nothing' '0 ' "$? $(cat .errors)"
+expect 'closed output of a program that prints nothing' '0 ' "$? $(cat .errors)"
 mkfifo pipe
 # shellcheck disable=SC2094
 exec 3<>pipe 4>pipe 3>&-
 (trap '' PIPE && exec "$host" run Print.ov -- text) >&4 2>.errors
-check 'pipe without a reader' '1 Cannot print: Broken pipe' "$? $(cat .errors)"
+expect 'pipe without a reader' '1 Cannot print: Broken pipe' "$? $(cat .errors)"
 exec 4>&-
 
 # Natives that end the process in the midst of it, and print by themselves.
@@ -94,8 +84,8 @@ with_natives() { env LD_PRELOAD="$work/natives.so" ASAN_OPTIONS="verify_asan_lin
 for how in 0 1 9 11 15; do
   echo "class End { static void main() { Console.print(\"first\"); Console.print(\"last\"); Natives.end($how); } }" >End.ov
   with_natives run End.ov >.output 2>.errors
-  check "what was printed before end $how, in a file" 'first last' "$(tr '\n' ' ' <.output | sed 's/ $//')"
-  check "what was printed before end $how, in a pipe" 'first last' "$(with_natives run End.ov 2>.errors | tr '\n' ' ' | sed 's/ $//')"
+  expect "what was printed before end $how, in a file" 'first last' "$(tr '\n' ' ' <.output | sed 's/ $//')"
+  expect "what was printed before end $how, in a pipe" 'first last' "$(with_natives run End.ov 2>.errors | tr '\n' ' ' | sed 's/ $//')"
 done
 
 # One order for all that prints, and for errors.
@@ -111,7 +101,7 @@ class Order {
 }
 OV
 with_natives run Order.ov >.output 2>&1
-check order '1 2 3 4 Exception: 5' "$(head -5 .output | tr '\n' ' ' | sed 's/ $//')"
+expect order '1 2 3 4 Exception: 5' "$(head -5 .output | tr '\n' ' ' | sed 's/ $//')"
 
 # Output that does not wait for its reader.
 cat >Hurry.ov <<'OV'
@@ -127,7 +117,7 @@ OV
 mkfifo slow
 { sleep 0.3; wc -c; } <slow >.size &
 with_natives run Hurry.ov -- "$(text 9999 x)" >slow 2>.errors
-check 'output that does not wait' '0 ' "$? $(cat .errors)"
+expect 'output that does not wait' '0 ' "$? $(cat .errors)"
 wait
-check 'all of it' 400000 "$(tr -d ' ' <.size)"
+expect 'all of it' 400000 "$(tr -d ' ' <.size)"
 exit $failures

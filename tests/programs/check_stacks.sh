@@ -2,12 +2,8 @@
 # Checks that recursion which is too deep is caught on stacks of all sizes, and that classes are loaded, compiled ahead
 # and instantiated at the end of the stack.
 # Usage: check_stacks.sh ORVA_HOST
-set -uo pipefail
-host=$(realpath "$1")
-work=$(realpath "$(mktemp -d)")
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
+# shellcheck source-path=SCRIPTDIR source=checks.sh
+source "$(dirname "$0")/checks.sh"
 
 mkdir -p deep
 echo 'package deep; class Item { static String text() { return "item"; } }' >deep/Item.ov

@@ -1,25 +1,13 @@
 #!/usr/bin/env bash
 # Checks that the host leaves no temporary file, however it ends, and says why it cannot write one.
 # Usage: check_temporary_files.sh ORVA_HOST CXX_COMPILER
-set -uo pipefail
-host=$(realpath "$1") compiler=$2
-work=$(realpath "$(mktemp -d)")
-trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
-cd "$work" || exit 1
-mkdir temporary
-export TMPDIR=$work/temporary
+# shellcheck source-path=SCRIPTDIR source=checks.sh
+source "$(dirname "$0")/checks.sh"
+compiler=$2
 # A build for coverage would write its profile below the limits that are tried.
 export LLVM_PROFILE_FILE=/dev/null
-failures=0
-
-fail() {
-  printf '%s\n' "$*"
-  failures=1
-}
-
-expect() {  # NAME EXPECTED FOUND
-  [ "$2" = "$3" ] || fail "$1: expected <$2>, found <$3>"
-}
+mkdir temporary
+export TMPDIR=$work/temporary
 
 expect_no_files() {  # NAME
   expect "$1: what is left in TMPDIR" '' "$(ls -A temporary)"

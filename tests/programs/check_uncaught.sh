@@ -2,12 +2,8 @@
 # Checks what is shown of an exception that nothing catches: the calls that led to it, recursion folded, and nothing that
 # could command a terminal.
 # Usage: check_uncaught.sh ORVA_HOST
-set -uo pipefail
-host=$(realpath "$1")
-work=$(realpath "$(mktemp -d)")
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
+# shellcheck source-path=SCRIPTDIR source=checks.sh
+source "$(dirname "$0")/checks.sh"
 
 # check NAME EXPECTED WORD…: runs the host and compares its errors; numbers of repetitions above 999 are those of deep recursion.
 check() {

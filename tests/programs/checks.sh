@@ -1,0 +1,17 @@
+# What checks of the program share: the host, a temporary folder in which they run, and how a check fails.
+# shellcheck shell=bash disable=SC2034
+set -uo pipefail
+host=$(realpath "$1")
+work=$(realpath "$(mktemp -d)")
+trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+fail() {
+  printf '%s\n' "$*"
+  failures=1
+}
+
+expect() {  # NAME EXPECTED FOUND
+  [ "$2" = "$3" ] || fail "$1: expected <$2>, found <$3>"
+}
