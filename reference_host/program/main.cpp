@@ -45,7 +45,8 @@ static int run(int argc, char** argv) {
     reportFailure("Memory ran out");
   } catch (const std::exception& failure) {
     std::fflush(stdout);
-    reportFailure(failure.what());
+    const std::string_view text = failure.what();
+    reportFailure(text.empty() ? "A native threw a std::exception without a text" : text);
   } catch (...) {
     std::fflush(stdout);
     reportFailure("A native threw an object that is no std::exception");

@@ -42,6 +42,13 @@ std::string rootOf(const Program& program) {
   return root.string();
 }
 
+static bool isGeneric(const std::string& file, const std::string& className) {
+  const language::SourceText source = compiler::readSource(file);
+  const language::SourceFile parsed = language::parseSource(source);
+  const language::ClassDeclaration* declared = parsed.find(className);
+  return declared != nullptr && !declared->typeParameters.empty();
+}
+
 static const runtime::Method& findMain(const Program& program) {
   const std::string name = fs::path(program.file).stem().string();
   const std::string fullName = program.package.empty() ? name : program.package + "." + name;
@@ -55,8 +62,11 @@ static const runtime::Method& findMain(const Program& program) {
   const bool isMain = method != nullptr && method->signature.isStatic && method->signature.result == "void" &&
                       (method->signature.parameters.empty() || method->signature.parameters == withArguments);
   if (!isMain) {
-    throw std::runtime_error("Class " + language::inQuotes(fullName) +
-                             " has no method 'static void main()' or 'static void main(ArrayList<String> args)'");
+    throw std::runtime_error(
+        "Class " + language::inQuotes(fullName) +
+        (isGeneric(program.file, fullName)
+             ? " is generic: expected 'main' in a class without type parameters"
+             : " has no method 'static void main()' or 'static void main(ArrayList<String> args)'"));
   }
   return *method;
 }

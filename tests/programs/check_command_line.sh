@@ -159,6 +159,8 @@ for class in Empty NoMain Instance Wide; do
   check $class 1 '' "Class '$class' has no method 'static void main()' or 'static void main(ArrayList<String> args)'" \
     run $class.ov
 done
+echo 'class Generic<T> { static void main() { } }' >Generic.ov
+check Generic 1 '' "Class 'Generic' is generic: expected 'main' in a class without type parameters" run Generic.ov
 check incomplete_library 1 '' "$(printf '%s\n' "ClassNotFoundException: Class not found: ClassLoader" '  at Sealed.ov:2 in store.Sealed.main' "  $(tail -1 Sealed.ov)")" \
   run Sealed.ov --stdlib broken
 
@@ -200,18 +202,22 @@ denied "1 Cannot read 'closed/Sealed.ov': Permission denied" closed/Sealed.ov
 
 # Natives that another library brings: one throws what nobody catches, one is the program itself and raises.
 cat >natives.cpp <<'CPP'
+#include <stdexcept>
 extern "C" void Orva_raise(const char* exceptionClass, const char* message);
 extern "C" void orva_Thrower_fail() { throw 42; }
 namespace llvm { [[noreturn]] void report_fatal_error(const char* reason, bool generateCrashDump); }
+extern "C" void orva_Silent_fail() { throw std::runtime_error(""); }
 extern "C" void orva_Breaker_fail() { llvm::report_fatal_error("broken\x1B on purpose", false); }
 extern "C" void orva_Raiser_main() { Orva_raise("Raised", "before any line was reached"); }
 CPP
 "$compiler" -shared -fPIC natives.cpp -o natives.so || failures=1
 echo 'class Thrower { static native void fail(); static void main() { Console.print("first"); Thrower.fail(); } }' >Thrower.ov
+echo 'class Silent { static native void fail(); static void main() { Silent.fail(); } }' >Silent.ov
 echo 'class Breaker { static native void fail(); static void main() { Console.print("first"); Breaker.fail(); } }' >Breaker.ov
 echo 'class Raiser { static native void main(); }' >Raiser.ov
 preload=$work/natives.so
 check foreign_object 1 first 'A native threw an object that is no std::exception' run Thrower.ov
+check failure_without_text 1 '' 'A native threw a std::exception without a text' run Silent.ov
 check engine_failure 1 first "orva-host: the engine failed: broken\\x1B on purpose
 This is a defect of orva-host. Please report it with the sources of the program and these lines:
   version: $("$host" --version)
