@@ -149,6 +149,7 @@ void registerLoading() {
   };
   addLarge("large_source", loadLargeSource, writeLargeClass, "methods", 4000);
   addLarge("large_object", loadLargeObject, writeLargeClass, "methods", 4000);
-  addLarge("large_source", loadLargeSource, writeClasses, "classes", 2000);
-  addLarge("large_object", loadLargeObject, writeClasses, "classes", 2000);
+  // Each class of a source takes three memory mappings, of which a process has some 65,000.
+  addLarge("large_source", loadLargeSource, writeClasses, "classes", 300);
+  addLarge("large_object", loadLargeObject, writeClasses, "classes", 300);
 }
