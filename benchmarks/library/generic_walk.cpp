@@ -69,7 +69,7 @@ static const Keys& realKeys() {
   return keys;
 }
 
-/// The names that the reference host gives a record: short and full, and a generic instance the full one alone.
+/// The names that the reference host gives a record: short and full; a generic instance has only the full one.
 static TypeRecord recordOf(const measured::TypeNames& type) {
   static char object;
   return {isGeneric(type) ? "" : type.shortName, type.fullName, {}, {}, &object, {&object}};

@@ -51,7 +51,7 @@ class ClassCatalog {
   /// The full name of the class that a name stands for; nothing when it stands for none.
   std::optional<std::string> resolveClass(const std::string& name, const Scope& scope) const;
 
-  /// A type's spelling with the full name of its class; nothing when there is no such type. Throws
+  /// A type's spelling with the full name of its class; nothing for an unknown type. Throws
   /// `std::runtime_error` when a folder may not be searched for it.
   std::optional<std::string> resolveType(const language::TypeName& type, const Scope& scope) const;
 

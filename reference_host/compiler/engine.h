@@ -52,7 +52,7 @@ class Engine {
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
-  /// A new, empty unit, which sees the runtime's operations and, of the process, these functions alone.
+  /// A new, empty unit, which sees the runtime's operations and only these functions of the process.
   std::unique_ptr<CodeUnit> newUnit(const NativeAddresses& natives);
 
   /// The target triple that all code is made for. The code uses no more than the baseline of its processor family.

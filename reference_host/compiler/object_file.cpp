@@ -42,7 +42,7 @@ std::string objectDigest(llvm::StringRef bytes) {
 std::string objectPathOf(const std::string& sourcePath) {
   fs::path path(sourcePath);
   if (path.extension() != ".ov") {
-    throw std::runtime_error(inQuotes(sourcePath) + " is no source file: expected a name that ends in '.ov'");
+    throw std::runtime_error(inQuotes(sourcePath) + " is not a source file: expected a name that ends in '.ov'");
   }
   return path.replace_extension(".o").string();
 }
@@ -169,7 +169,7 @@ static void checkDigests(const llvm::object::ObjectFile& object, llvm::StringRef
   }
 }
 
-/// Reads the header of an object; nothing when it is no object of this compiler. Throws when the file is damaged.
+/// Reads the header of an object; nothing when this compiler did not write it. Throws when the file is damaged.
 static std::optional<ObjectFile> parseObject(const std::string& path, const llvm::MemoryBuffer& bytes) {
   const auto parsed = parseElf(bytes.getMemBufferRef());
   if (parsed == nullptr) return std::nullopt;

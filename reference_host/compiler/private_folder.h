@@ -1,4 +1,4 @@
-// A folder for the files of this process alone, which is gone when the process is.
+// This process's own folder for files, which is removed when the process ends.
 #pragma once
 
 #include <filesystem>

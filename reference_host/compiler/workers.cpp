@@ -21,7 +21,7 @@ Workers::Workers(std::size_t count, std::function<void(std::size_t)> job) : coun
       });
     }
   } catch (const std::exception&) {
-    // There is no room for more threads.
+    // The system allows no more threads.
   }
 }
 

@@ -41,7 +41,7 @@ bool isQualifiedName(std::string_view text) {
 
 namespace {
 
-/// Text that is no token.
+/// Text that cannot be a token.
 struct Fault {
   Position position;
   std::string message;

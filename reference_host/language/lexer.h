@@ -11,7 +11,7 @@
 
 namespace orva::language {
 
-/// What a token is. A `fault` is text that is no token; nothing behind it is read.
+/// What a token is. A `fault` is text that cannot be a token; nothing behind it is read.
 enum class TokenKind { name, keyword, string, integer, symbol, end, fault };
 
 struct Token {

@@ -49,7 +49,7 @@ static int run(int argc, char** argv) {
     reportFailure(text.empty() ? "A native threw a std::exception without a text" : text);
   } catch (...) {
     std::fflush(stdout);
-    reportFailure("A native threw an object that is no std::exception");
+    reportFailure("A native threw an object not derived from std::exception");
   }
   return 1;
 }

@@ -18,7 +18,7 @@ static void awaitRoom() {
   poll(&output, 1, -1);
 }
 
-/// Writes a line, and keeps nothing of it back, so that nothing is lost however the process ends. Throws
+/// Writes a line at once, so that nothing is lost however the process ends. Throws
 /// `std::system_error`.
 static void writeLine(char* text) {
   std::array<char, 1> end{'\n'};

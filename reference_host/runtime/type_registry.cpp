@@ -49,7 +49,7 @@ struct Registry {
   std::deque<Type> types;  // never moves its elements
   TypeNumbers numbers;
   std::unordered_map<std::string, const Type*> fullNames;
-  /// Of types that are no instances and lie in a package; null for a name that several types share.
+  /// Short names of types in packages, but for generic instances; null for a name that several types share.
   std::unordered_map<std::string, const Type*> shortNames;
 };
 

@@ -67,7 +67,7 @@ const Type* findType(std::string_view name);
 /// Finds a type by its full name alone.
 const Type* findTypeByFullName(std::string_view fullName);
 
-/// Finds a type by its short name alone; null when there is none. Throws `std::runtime_error` when it is ambiguous.
+/// Finds a type by its short name only; null when there is none. Throws `std::runtime_error` when it is ambiguous.
 const Type* findTypeByShortName(const std::string& name);
 
 /// The type of an entry; `index` is below the count.

@@ -126,7 +126,7 @@ version='orva-host [0-9]+\.[0-9]+\.[0-9]+ \(LLVM 19\.[0-9.]+, [a-z0-9_]+-[a-z0-9
 found="$? $(cat .errors)"
 [ "$found" = '1 Cannot print: No space left on device' ] || { echo "version to a full disk: found '$found'"; failures=1; }
 
-# A program whose name begins with '@' is no response file.
+# LLVM would read a name that begins with '@' as a response file.
 cp app/Main.ov @Main.ov
 sed -i 's/class Main/class Response/; s/Main\./Response./g' @Main.ov
 check response_file 1 '' "'@Main.ov' has no class '@Main': expected one named as the file" run @Main.ov
@@ -216,7 +216,7 @@ echo 'class Silent { static native void fail(); static void main() { Silent.fail
 echo 'class Breaker { static native void fail(); static void main() { Console.print("first"); Breaker.fail(); } }' >Breaker.ov
 echo 'class Raiser { static native void main(); }' >Raiser.ov
 preload=$work/natives.so
-check foreign_object 1 first 'A native threw an object that is no std::exception' run Thrower.ov
+check foreign_object 1 first 'A native threw an object not derived from std::exception' run Thrower.ov
 check failure_without_text 1 '' 'A native threw a std::exception without a text' run Silent.ov
 check engine_failure 1 first "orva-host: the engine failed: broken\\x1B on purpose
 This is a defect of orva-host. Please report it with the sources of the program and these lines:

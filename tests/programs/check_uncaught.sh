@@ -43,7 +43,7 @@ check classes $'Exception: \'add\' is called on null\n  at ./a/Shop.ov:3 in a.Ti
   class Till { static void add(ArrayList<String> items) { items.add("x"); } }
   at ./a/Shop.ov:2 in a.Shop.sell\n  at Buyer.ov:1 in Buyer.main' Buyer.ov
 
-# Recursion of each short period, as deep as the stack, and through a number of calls that is no multiple of the period.
+# Recursion of each short period, as deep as the stack, and through a number of calls that the period does not divide.
 cat >R1.ov <<'OV'
 class R1 {
   static int down(int n) { return R1.down(n + 1); }
@@ -76,7 +76,7 @@ for period in 2 3 5 8; do
   check "recursion of $period" "$expected" $name.ov
 done
 
-# Calls that are no recursion, and too many to show.
+# Calls without recursion, and too many to show.
 {
   echo 'class Long {'
   for ((i = 0; i < 100; i++)); do echo "  static void m$i() { Long.m$((i + 1))(); }"; done

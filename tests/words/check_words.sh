@@ -51,7 +51,7 @@ expect errors "./dev test: preset 'asan' leaves out docs"
 echo 3 >selected
 
 dev 2 test contract nosuch
-expect errors "./dev test: there is no suite or preset 'nosuch'"
+expect errors "./dev test: unknown suite or preset 'nosuch'"
 expect errors 'suites of dev: contract docs'
 expect errors 'presets: dev asan'
 dev 2 test contract asan
