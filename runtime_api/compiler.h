@@ -10,6 +10,9 @@
 #include <string_view>
 #include <vector>
 
+// A host compiled with -fvisibility=hidden still serves the shared library.
+#pragma GCC visibility push(default)
+
 /// What the library calls of the compiler.
 namespace orva::compiler {
 
@@ -115,3 +118,5 @@ class PackageLayout {
 };
 
 }  // namespace orva::compiler
+
+#pragma GCC visibility pop

@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+// A host compiled with -fvisibility=hidden still serves the shared library.
+#pragma GCC visibility push(default)
+
 extern "C" {
 
 /// Counts the registered types. Entries are numbered from 0 and are never taken away.
@@ -62,3 +65,5 @@ inline const std::string& recordName(const TypeRecord& record, int number) {
 /// @param record of the type table.
 /// @return whether its pointer is set and its sequence is not empty.
 inline bool isReady(const TypeRecord& record) { return record.type != nullptr && !record.members.empty(); }
+
+#pragma GCC visibility pop

@@ -4,6 +4,9 @@
 
 #include <cstdint>
 
+// A host compiled with -fvisibility=hidden still serves the shared library.
+#pragma GCC visibility push(default)
+
 extern "C" {
 
 /// Marks a language exception as pending for the current native call and returns normally.
@@ -41,3 +44,5 @@ int64_t orva_collections_ArrayList_size(void* list);
 const char* orva_collections_ArrayList_operator_index(void* list, int64_t index);
 
 }  // extern "C"
+
+#pragma GCC visibility pop
