@@ -8,7 +8,7 @@ set(config ${CMAKE_INSTALL_LIBDIR}/cmake/OrvaClassLoader)
 set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 foreach(kind IN ITEMS static shared)
-  install(TARGETS orva_classloader_${kind} EXPORT classloader_${kind}
+  install(TARGETS orva_classloader_${kind} orva_classloader_linked_${kind} EXPORT classloader_${kind}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
     INCLUDES DESTINATION ${headers})
@@ -46,11 +46,14 @@ configure_package_config_file(cmake/OrvaClassLoaderConfig.cmake.in OrvaClassLoad
 write_basic_package_version_file(OrvaClassLoaderConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES
   ${PROJECT_BINARY_DIR}/OrvaClassLoaderConfig.cmake ${PROJECT_BINARY_DIR}/OrvaClassLoaderConfigVersion.cmake
+  cmake/OrvaClassLoaderLink.cmake
   DESTINATION ${config} COMPONENT development)
 
 file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig} /prefix)
-configure_file(cmake/orva-classloader.pc.in orva-classloader.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/orva-classloader.pc DESTINATION ${pkgconfig} COMPONENT development)
+foreach(package IN ITEMS orva-classloader orva-classloader-static)
+  configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgconfig} COMPONENT development)
+endforeach()
 
 # The program looks for its standard library in ../share/orva, seen from its own folder.
 if(ORVA_REFERENCE_HOST)

@@ -35,10 +35,9 @@ check_consumer() { # compiler, static or shared, options of CMake…
 
 # Builds it without CMake, by what pkg-config says.
 check_consumer_by_pkg_config() { # compiler, static or shared
-  local object=$work/$1-by-pkg-config.o program=$work/$1-$2-by-pkg-config libraries link
-  libraries=$(pkg-config --variable=libdir orva-classloader)
-  link="$(pkg-config --libs orva-classloader) -Wl,-rpath,$libraries"
-  [[ $2 == shared ]] || link="-rdynamic -Wl,--whole-archive $libraries/liborva-classloader.a -Wl,--no-whole-archive"
+  local object=$work/$1-by-pkg-config.o program=$work/$1-$2-by-pkg-config package=orva-classloader link
+  [[ $2 == shared ]] || package=orva-classloader-static
+  link="$(pkg-config --libs "$package") -Wl,-rpath,$(pkg-config --variable=libdir "$package")"
   # shellcheck disable=SC2046  # a list of flags
   [[ -f $object ]] || "$1" -std=c++17 -c "$work/consumer/host.cpp" -o "$object" $(pkg-config --cflags orva-classloader)
   # shellcheck disable=SC2086  # a list of flags

@@ -23,6 +23,7 @@ lib/liborva-classloader.so
 lib/liborva-classloader.so.0
 lib/liborva-classloader.so.0.1.0
 lib/liborva-host-contract.a
+lib/pkgconfig/orva-classloader-static.pc
 lib/pkgconfig/orva-classloader.pc
 END
 same "what is installed" "$work/expected" "$work/found"
