@@ -33,7 +33,8 @@ install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents} CO
 install(DIRECTORY docs DESTINATION ${documents} COMPONENT development PATTERN Doxyfile EXCLUDE)
 
 # The headers that the libraries were built with; the host's may include others that lie beside them.
-install(FILES classloader/natives.h DESTINATION ${headers}/classloader COMPONENT development)
+install(FILES classloader/native_list.inc classloader/native_table.h classloader/natives.h
+  DESTINATION ${headers}/classloader COMPONENT development)
 list(TRANSFORM orva_own_headers PREPEND runtime_api/ OUTPUT_VARIABLE own_headers)
 install(FILES ${own_headers} DESTINATION ${headers}/runtime_api COMPONENT development)
 if(ORVA_RUNTIME_API_DIR)

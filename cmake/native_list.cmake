@@ -1,6 +1,7 @@
 # Reads the natives out of natives.h, the one list of them, and writes it for whoever needs a line for each:
 #   ORVA_NATIVE(symbol, class, method, static or instance, result, (parameters))
-# Usage: cmake -P native_list.cmake NATIVES_H FILE; or included, orva_write_native_list(NATIVES_H FILE).
+# Usage: cmake -P native_list.cmake NATIVES_H FILE
+cmake_policy(VERSION 3.25)
 
 # A method of an instance takes its receiver first.
 function(orva_native_line declaration line)
@@ -20,19 +21,11 @@ function(orva_native_line declaration line)
   set(${line} "ORVA_NATIVE(${native}, ${kind}, ${type})" PARENT_SCOPE)
 endfunction()
 
-function(orva_write_native_list header file)
-  set(list "// Written by cmake/native_list.cmake.")
-  file(READ ${header} text)
-  string(REGEX MATCHALL "\n[A-Za-z][^;\n]*\\([^;]*" declarations "${text}")
-  foreach(declaration IN LISTS declarations)
-    orva_native_line("${declaration}" line)
-    string(APPEND list "\n${line}")
-  endforeach()
-  # Where nothing changed, nothing is compiled again.
-  file(CONFIGURE OUTPUT ${file} CONTENT "${list}\n" @ONLY)
-endfunction()
-
-if(CMAKE_SCRIPT_MODE_FILE STREQUAL CMAKE_CURRENT_LIST_FILE)
-  cmake_policy(VERSION 3.25)
-  orva_write_native_list(${CMAKE_ARGV3} ${CMAKE_ARGV4})
-endif()
+set(list "// Written by cmake/native_list.cmake.")
+file(READ ${CMAKE_ARGV3} text)
+string(REGEX MATCHALL "\n[A-Za-z][^;\n]*\\([^;]*" declarations "${text}")
+foreach(declaration IN LISTS declarations)
+  orva_native_line("${declaration}" line)
+  string(APPEND list "\n${line}")
+endforeach()
+file(WRITE ${CMAKE_ARGV4} "${list}\n")

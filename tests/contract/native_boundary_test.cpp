@@ -1,14 +1,17 @@
 // The natives' boundary: their types, the two that only hand a call on, and how failures cross the bridge.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <type_traits>
 
 #include "classloader/failure_bridge.h"
+#include "classloader/native_table.h"
 #include "classloader/natives.h"
 #include "scripted_host.h"
 
@@ -24,6 +27,29 @@ class FailureBridge : public HostTest {};
   static_assert(std::is_same_v<decltype(symbol), result parameters>);
 #include "classloader/native_list.inc"
 #undef ORVA_NATIVE
+
+TEST(NativeTable, TellsOfEachNativeWhatItIs) {
+  const auto& [symbol, className, methodName, isStatic, function] = std::get<3>(orva::natives);
+  EXPECT_EQ("orva_ClassLoader_addSourceRoot", symbol);
+  EXPECT_EQ("ClassLoader", className);
+  EXPECT_EQ("addSourceRoot", methodName);
+  EXPECT_TRUE(isStatic);
+  EXPECT_EQ(&orva_ClassLoader_addSourceRoot, function);
+  EXPECT_FALSE(std::get<7>(orva::natives).isStatic);
+}
+
+TEST(NativeTable, FindsWhatHasThatSymbolAndNothingElse) {
+  std::size_t found = 0;
+  const auto find = [&found](const auto& native) {
+    EXPECT_EQ(reinterpret_cast<void*>(native.function), orva::findNative(native.symbol));
+    ++found;
+  };
+  std::apply([&find](const auto&... native) { (find(native), ...); }, orva::natives);
+  EXPECT_EQ(std::tuple_size_v<decltype(orva::natives)>, found);
+  for (const char* symbol : {"", "orva_ClassLoader", "orva_ClassLoader_getSystem2", "getSystem"}) {
+    EXPECT_EQ(nullptr, orva::findNative(symbol)) << symbol;
+  }
+}
 
 TEST_F(NativeBoundary, AbiVersionIsTheCompilersSignExtended) {
   const int32_t lowest = std::numeric_limits<int32_t>::min();

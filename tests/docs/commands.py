@@ -96,7 +96,7 @@ class Commands:
                 raise Unknown(f"no test matches '{pattern}'")
 
     def _check_cmake(self, words):
-        options = read_options(words, {"--preset", "--target", "--prefix", "--component", "-S", "-B", "-G"},
+        options = read_options(words, {"--preset", "--target", "--prefix", "--component", "-S", "-B", "-G", "-P"},
                                {"--build", "--install"})
         self._need_preset("build" if "--build" in options else "configure", options)
         target = options.get("--target")

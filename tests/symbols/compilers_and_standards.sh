@@ -14,7 +14,7 @@ commands() {
         echo "$compiler -std=$standard ${warnings[*]} -I$root -fsyntax-only $file"
       done
     done
-    for file in "$root"/classloader/natives.h "$root"/runtime_api/*.h; do
+    for file in "$root"/classloader/{natives,native_table}.h "$root"/runtime_api/*.h; do
       echo "$compiler -std=c++17 ${warnings[*]} -I$root -fsyntax-only -include $file -xc++ /dev/null"
     done
   done
@@ -22,5 +22,5 @@ commands() {
 }
 
 commands >"$work/commands"
-[[ $(wc -l <"$work/commands") -ge 37 ]] || fail "sources or headers are missing"
+[[ $(wc -l <"$work/commands") -ge 40 ]] || fail "sources or headers are missing"
 xargs -P 2 -I{} sh -c '{} || { echo "failed: {}" >&2; exit 1; }' <"$work/commands" || fail "something does not compile"

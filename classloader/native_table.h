@@ -1,0 +1,45 @@
+/// The natives as a table, for a host without `dlsym`, and for one that wants them typed. Its entries refer to the
+/// natives, so that a linker puts them into the program without being told.
+/// @file
+#pragma once
+
+#include <string_view>
+#include <tuple>
+
+#include "classloader/natives.h"
+
+/// Names of the language.
+namespace orva {
+
+/// One native.
+/// @tparam Function its type, such as `void*(const char*)`.
+template <typename Function>
+struct Native {
+  std::string_view symbol;      ///< such as "orva_ClassLoader_getSystem"
+  std::string_view className;   ///< of the language class that declares its method
+  std::string_view methodName;  ///< of the language method
+  bool isStatic;                ///< whether the method is; otherwise the receiver is the first parameter
+  Function* function;           ///< the native itself
+};
+
+/// All natives, in the order of `natives.h`; `std::apply` hands them out with their types.
+inline constexpr std::tuple natives{
+#define ORVA_NATIVE(symbol, className, methodName, kind, ...) \
+  Native<decltype(symbol)>{#symbol, #className, #methodName, std::string_view(#kind) == "static", &symbol},
+#include "classloader/native_list.inc"
+#undef ORVA_NATIVE
+};
+
+/// Finds a native as `dlsym` would.
+/// @param symbol its name.
+/// @return its address, to be called as a function of its own type; null when there is no such native.
+inline void* findNative(std::string_view symbol) {
+  void* found = nullptr;
+  const auto look = [&](const auto& native) {
+    if (native.symbol == symbol) found = reinterpret_cast<void*>(native.function);
+  };
+  std::apply([&](const auto&... native) { (look(native), ...); }, natives);
+  return found;
+}
+
+}  // namespace orva
