@@ -39,7 +39,8 @@ check_consumer_by_pkg_config() { # compiler, static or shared
   [[ $2 == shared ]] || package=orva-classloader-static
   link="$(pkg-config --libs "$package") -Wl,-rpath,$(pkg-config --variable=libdir "$package")"
   # shellcheck disable=SC2046  # a list of flags
-  [[ -f $object ]] || "$1" -std=c++17 -c "$work/consumer/host.cpp" -o "$object" $(pkg-config --cflags orva-classloader)
+  [[ -f $object ]] ||
+    "$1" -std=c++17 -fvisibility=hidden -c "$work/consumer/host.cpp" -o "$object" $(pkg-config --cflags orva-classloader)
   # shellcheck disable=SC2086  # a list of flags
   "$1" "$object" -o "$program" $link || fail "$program does not build"
   must_run "$2" "$program"

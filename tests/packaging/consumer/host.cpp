@@ -4,9 +4,5 @@
 #include <runtime_api/reflection.h>
 #include <runtime_api/runtime.h>
 
-#ifdef HOST_RECORD
-static_assert(sizeof(TypeRecord::names) > 0, "this is not the host's own record");
-#endif
-
 // Copied here from the folder of the plain host.
 #include "plain_host.h"

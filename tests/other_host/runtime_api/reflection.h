@@ -1,11 +1,14 @@
-// A host's own reflection.h: another record, whose names are no `std::string`, read through the two accessors.
+// This team's own reflection.h: another record, whose names are no `std::string`, read through the two accessors.
 #pragma once
 
 #include <cstdint>
 #include <mutex>
 #include <string_view>
+#include <vector>
 
 #include "runtime_api/record.h"
+
+#pragma GCC visibility push(default)
 
 extern "C" {
 int32_t Reflection_getTypeCount(void);
@@ -16,5 +19,7 @@ const char* Reflection_getTypeFullName(int32_t index);
 extern std::mutex gReflectionMutex;
 extern std::vector<TypeRecord> gTypes;
 
+#pragma GCC visibility pop
+
 inline std::string_view recordName(const TypeRecord& record, int number) { return record.names[number - 1]; }
-inline bool isReady(const TypeRecord& record) { return record.type != nullptr && !record.members.empty(); }
+inline bool isReady(const TypeRecord& record) { return record.type != nullptr && record.memberCount > 0; }

@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Links what cannot work: each linker that can tell must refuse it with the name of what is missing.
+# Usage: refusals.sh PROJECT PREPARED
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
+
+require pkg-config g++ clang++ ld.gold ld.lld ld.lld-19 mold
+prepared=$2
+export PKG_CONFIG_PATH=$prepared/installed/lib/pkgconfig LD_LIBRARY_PATH=$prepared/installed/lib
+read -ra shared < <(pkg-config --libs orva-classloader)
+read -ra static < <(pkg-config --libs orva-classloader-static)
+
+refused() { # message, command…
+  ! LC_ALL=C "${@:2}" -o "$work/program" >"$work/log" 2>&1 || fail "linked: ${*:2}"
+  grep -qE "$1" "$work/log" || fail "${*:2}: expected '$1', but the linker said: $(cat "$work/log")"
+}
+
+# A host without its runtime. Mold leaves what the shared library lacks to the first call.
+echo 'int main() {}' >"$work/main.cpp"
+rest=("$work/main.cpp" "$prepared"/clang++/{by_name,compiler,registry}.o)
+for linker in bfd gold lld; do
+  refused "undefined.*Orva_raise" clang++ -fuse-ld=$linker "${rest[@]}" "${shared[@]}"
+done
+for linker in bfd gold lld mold; do
+  refused "undefined.*Orva_raise" clang++ -fuse-ld=$linker "${rest[@]}" "${static[@]}"
+done
+
+# A host whose own headers lack the two lines.
+cp -r "$root/tests/other_host" "$work/hidden"
+sed -i '/^#pragma GCC visibility/d' "$work"/hidden/runtime_api/*.h
+cd "$work/hidden"
+rm by_table.cpp
+g++ -std=c++17 -fPIE -fvisibility=hidden -I. "-I$prepared/installed/include/orva-classloader" -c ./*.cpp
+refused "hidden symbol .* is referenced by DSO" g++ ./*.o "${shared[@]}"
+refused "non-exported symbol .* is referenced by DSO" clang++ --ld-path=ld.lld-19 ./*.o "${shared[@]}"
+g++ ./*.o "${static[@]}" -o "$work/program"
+"$work/program" || fail "the static library does not find hidden symbols"
