@@ -1,9 +1,19 @@
-# What the library needs, each refused here in a line: a compiler, a standard, and headers of the host's own.
+# What the library needs. Each requirement that is not met is refused here in one line.
 include_guard()
 
+# Cygwin calls itself a Unix, but its shared libraries cannot leave symbols to the host.
+if(NOT UNIX OR CYGWIN)
+  message(FATAL_ERROR "The library needs a Unix-like system, such as Linux, FreeBSD or macOS, and cannot be built for "
+    "${CMAKE_SYSTEM_NAME}: choose another CMAKE_SYSTEM_NAME, or machine")
+endif()
+
 # The first releases whose own standard libraries hold std::filesystem.
-if(NOT CMAKE_CXX_COMPILER_ID MATCHES "^(GNU|Clang)$" OR CMAKE_CXX_COMPILER_VERSION VERSION_LESS 9)
-  message(FATAL_ERROR "The library needs g++ 9, clang++ 9 or newer; "
+set(oldest_GNU 9)
+set(oldest_Clang 9)
+set(oldest_AppleClang 11)
+set(oldest "${oldest_${CMAKE_CXX_COMPILER_ID}}")
+if(NOT oldest OR CMAKE_CXX_COMPILER_VERSION VERSION_LESS oldest)
+  message(FATAL_ERROR "The library needs g++ 9, clang++ 9, Apple's clang++ 11 or newer; "
     "found '${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}' in ${CMAKE_CXX_COMPILER}")
 endif()
 
@@ -32,6 +42,36 @@ if(ORVA_RUNTIME_API_DIR)
       "${ORVA_RUNTIME_API_DIR}")
   endif()
 endif()
+
+# Compiles with the options that the library will be compiled with, because any of a number of places may set them, and
+# generator expressions may choose among them.
+function(orva_require_exceptions)
+  get_directory_property(options COMPILE_OPTIONS)
+  add_library(orva_parents_options INTERFACE IMPORTED)
+  set_target_properties(orva_parents_options PROPERTIES INTERFACE_COMPILE_OPTIONS "${options}")
+  set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
+  set(configurations ${CMAKE_CONFIGURATION_TYPES})
+  if(NOT configurations)
+    set(configurations None)
+    if(CMAKE_BUILD_TYPE)
+      set(configurations ${CMAKE_BUILD_TYPE})
+    endif()
+  endif()
+  foreach(CMAKE_TRY_COMPILE_CONFIGURATION IN LISTS configurations)
+    try_compile(compiles
+      SOURCE_FROM_CONTENT exceptions.cpp "#ifndef __cpp_exceptions\n#error exceptions are off\n#endif\n"
+      CMAKE_FLAGS -DCMAKE_CONFIGURATION_TYPES=${CMAKE_TRY_COMPILE_CONFIGURATION}
+      LINK_LIBRARIES orva_parents_options
+      OUTPUT_VARIABLE output
+      NO_CACHE)
+    if(NOT compiles AND output MATCHES "exceptions are off")
+      string(TOUPPER CMAKE_CXX_FLAGS_${CMAKE_TRY_COMPILE_CONFIGURATION} flags)
+      message(FATAL_ERROR "The library needs C++ exceptions: take -fno-exceptions out of CMAKE_CXX_FLAGS, ${flags} and "
+        "add_compile_options, or put -fexceptions after it")
+    endif()
+  endforeach()
+endfunction()
+orva_require_exceptions()
 
 # The reference host, the tests and the benchmarks are hosts of their own, with the record of our headers.
 function(orva_require_own_runtime_api)

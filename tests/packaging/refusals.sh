@@ -5,11 +5,20 @@ source "$(dirname "$0")/../common.sh"
 
 require cmake ninja g++ clang++
 
+export CMAKE_GENERATOR=Ninja
+project=$root
+configure() { # options of CMake…
+  rm -rf "$work/build"
+  cmake -S "$project" -B "$work/build" -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF "$@" >"$work/log" 2>&1
+}
+
+accepts() { # options of CMake…
+  configure "$@" || fail "$* was refused: $(cat "$work/log")"
+}
+
 refuses() { # message, options of CMake…
   local log=$work/log said
-  rm -rf "$work/build"
-  ! cmake -S "$root" -B "$work/build" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF "${@:2}" >"$log" 2>&1 ||
-    fail "${*:2} was accepted"
+  ! configure "${@:2}" || fail "${*:2} was accepted"
   # CMake breaks a message into lines, and indents them.
   said=$(awk '/^CMake Error/ { error = 1; next } !/^  / { error = 0 } error' "$log" | tr -s ' \n' ' ')
   [[ $said == " $1 " ]] || fail "${*:2}: expected '$1', but CMake said: $(cat "$log")"
@@ -23,11 +32,12 @@ done
 refuses_compiler() { # what CMake takes it for, the compiler and macros…
   printf '#!/bin/sh\nexec %s "$@"\n' "${*:2}" >"$work/compiler"
   chmod +x "$work/compiler"
-  refuses "The library needs g++ 9, clang++ 9 or newer; found '$1' in $work/compiler" \
+  refuses "The library needs g++ 9, clang++ 9, Apple's clang++ 11 or newer; found '$1' in $work/compiler" \
     -DCMAKE_CXX_COMPILER="$work/compiler"
 }
 refuses_compiler 'GNU 8.2.0' g++ -U__GNUC__ -D__GNUC__=8
 refuses_compiler 'Clang 8.0.6' clang++ -U__clang_major__ -D__clang_major__=8
+refuses_compiler 'AppleClang 10.0.6.1' clang++ -D__apple_build_version__ -U__clang_major__ -D__clang_major__=10
 refuses_compiler 'PathScale 6.0' g++ -D__PATHCC__=6 -D__PATHCC_MINOR__=0
 
 mkdir -p "$work/none" "$work/empty/runtime_api" "$work/own/runtime_api"
@@ -43,3 +53,40 @@ done
 
 refuses 'The reference host needs LLVM 19.1 (Debian: llvm-19-dev), which was not found' \
   -DORVA_REFERENCE_HOST=ON -DCMAKE_DISABLE_FIND_PACKAGE_LLVM=ON
+
+for system in Windows CYGWIN MSYS Generic; do
+  refuses "The library needs a Unix-like system, such as Linux, FreeBSD or macOS, and cannot be built for $system:\
+ choose another CMAKE_SYSTEM_NAME, or machine" \
+    -DCMAKE_SYSTEM_NAME=$system -DCMAKE_C_COMPILER_WORKS=ON -DCMAKE_CXX_COMPILER_WORKS=ON
+done
+
+# Where options come from, and whether the library is compiled with them.
+needs_exceptions() { # configuration, options of CMake…
+  refuses "The library needs C++ exceptions: take -fno-exceptions out of CMAKE_CXX_FLAGS, CMAKE_CXX_FLAGS_$1 and\
+ add_compile_options, or put -fexceptions after it" "${@:2}"
+}
+off=-fno-exceptions
+needs_exceptions NONE -DCMAKE_CXX_FLAGS=$off
+CXXFLAGS="-O1 $off" needs_exceptions NONE
+needs_exceptions RELEASE -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=$off
+CMAKE_GENERATOR='Ninja Multi-Config' needs_exceptions MINSIZEREL -DCMAKE_CONFIGURATION_TYPES='Debug;MinSizeRel' \
+  -DCMAKE_CXX_FLAGS_MINSIZEREL="-fexceptions $off"
+accepts -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_DEBUG=$off
+accepts -DCMAKE_CXX_FLAGS_DEBUG=$off
+accepts -DCMAKE_CXX_FLAGS="$off -fexceptions"
+
+# A project that embeds this one.
+project=$work/parent
+mkdir "$project"
+cat >"$project/CMakeLists.txt" <<END
+cmake_minimum_required(VERSION 3.25)
+project(parent LANGUAGES C CXX)
+add_compile_options(\${OPTIONS})
+add_subdirectory($root orva-classloader \${EXCLUDE})
+END
+for options in $off "$off;-Werror" "\$<\$<COMPILE_LANGUAGE:CXX>:$off>" "\$<\$<CONFIG:Debug>:$off>"; do
+  needs_exceptions DEBUG -DCMAKE_BUILD_TYPE=Debug -DOPTIONS="$options"
+done
+for options in "$off;-fexceptions" "\$<\$<COMPILE_LANGUAGE:C>:$off>" "\$<\$<CONFIG:Debug>:$off>"; do
+  accepts -DCMAKE_BUILD_TYPE=Release -DOPTIONS="$options"
+done
