@@ -7,7 +7,7 @@ set(headers ${CMAKE_INSTALL_INCLUDEDIR}/orva-classloader)
 set(config ${CMAKE_INSTALL_LIBDIR}/cmake/OrvaClassLoader)
 set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-foreach(kind IN ITEMS static shared)
+foreach(kind IN LISTS orva_kinds)
   install(TARGETS orva_classloader_${kind} orva_classloader_linked_${kind} EXPORT classloader_${kind}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
@@ -51,14 +51,17 @@ install(FILES
   DESTINATION ${config} COMPONENT development)
 
 file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig} /prefix)
-foreach(package IN ITEMS orva-classloader orva-classloader-static)
+set(package_of_static orva-classloader-static)
+set(package_of_shared orva-classloader)
+foreach(kind IN LISTS orva_kinds)
+  set(package ${package_of_${kind}})
   configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgconfig} COMPONENT development)
 endforeach()
 
 # The program looks for its standard library in ../share/orva, seen from its own folder.
 if(ORVA_REFERENCE_HOST)
-  if(BUILD_SHARED_LIBS)
+  if(orva_linked_kind STREQUAL shared)
     set_target_properties(orva-host PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   endif()
   install(TARGETS orva-host RUNTIME DESTINATION bin COMPONENT host)

@@ -54,6 +54,8 @@ done
 refuses 'The reference host needs LLVM 19.1 (Debian: llvm-19-dev), which was not found' \
   -DORVA_REFERENCE_HOST=ON -DCMAKE_DISABLE_FIND_PACKAGE_LLVM=ON
 
+refuses 'ORVA_STATIC and ORVA_SHARED are both OFF: turn at least one of them on' -DORVA_STATIC=OFF -DORVA_SHARED=OFF
+
 for system in Windows CYGWIN MSYS Generic; do
   refuses "The library needs a Unix-like system, such as Linux, FreeBSD or macOS, and cannot be built for $system:\
  choose another CMAKE_SYSTEM_NAME, or machine" \
