@@ -27,10 +27,12 @@ if(TARGET orva_host_contract)
     COMPONENT development)
 endif()
 
-# The pages, whole: they lead to each other.
-set(documents ${CMAKE_INSTALL_DATADIR}/doc/orva-classloader)
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents} COMPONENT development)
-install(DIRECTORY docs DESTINATION ${documents} COMPONENT development PATTERN Doxyfile EXCLUDE)
+# The pages, whole: they lead to each other. An embedding project installs its own.
+if(PROJECT_IS_TOP_LEVEL)
+  set(documents ${CMAKE_INSTALL_DATADIR}/doc/orva-classloader)
+  install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents} COMPONENT development)
+  install(DIRECTORY docs DESTINATION ${documents} COMPONENT development PATTERN Doxyfile EXCLUDE)
+endif()
 
 # The headers that the libraries were built with; the host's may include others that lie beside them.
 install(FILES classloader/native_list.inc classloader/native_table.h classloader/natives.h

@@ -88,3 +88,16 @@ function(orva_require_a_library)
     message(FATAL_ERROR "ORVA_STATIC and ORVA_SHARED are both OFF: turn at least one of them on")
   endif()
 endfunction()
+
+# CMake installs nothing of a folder that is excluded from the target `all`, nor of the folders in it.
+function(orva_require_installed_folders)
+  set(folder ${PROJECT_SOURCE_DIR})
+  while(ORVA_INSTALL AND folder)
+    get_directory_property(excluded DIRECTORY ${folder} EXCLUDE_FROM_ALL)
+    if(excluded)
+      message(FATAL_ERROR "ORVA_INSTALL is ON, but CMake installs nothing that was added with EXCLUDE_FROM_ALL, as "
+        "${folder} was: turn one of them off")
+    endif()
+    get_directory_property(folder DIRECTORY ${folder} PARENT_DIRECTORY)
+  endwhile()
+endfunction()

@@ -92,3 +92,7 @@ done
 for options in "$off;-fexceptions" "\$<\$<COMPILE_LANGUAGE:C>:$off>" "\$<\$<CONFIG:Debug>:$off>"; do
   accepts -DCMAKE_BUILD_TYPE=Release -DOPTIONS="$options"
 done
+
+refuses "ORVA_INSTALL is ON, but CMake installs nothing that was added with EXCLUDE_FROM_ALL, as $root was: turn one of\
+ them off" -DORVA_INSTALL=ON -DEXCLUDE=EXCLUDE_FROM_ALL
+accepts -DEXCLUDE=EXCLUDE_FROM_ALL
