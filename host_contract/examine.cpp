@@ -4,9 +4,11 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 
 #include <cerrno>
 #include <chrono>
@@ -138,7 +140,10 @@ static void watch(int pipe, int seconds) {
 /// The part of the child.
 [[noreturn]] static void examineInChild(const fs::path& folder, const Check& check, Hooks& hooks, int pipe,
                                         int seconds) {
+  // Elsewhere, a child whose kit was killed ends when it writes to the pipe that nobody reads.
+#ifdef __linux__
   prctl(PR_SET_PDEATHSIG, SIGKILL);
+#endif
   std::thread(watch, pipe, seconds).detach();
   send(pipe, examineIn(folder, check, hooks));
   std::fflush(nullptr);
@@ -190,9 +195,15 @@ static Outcome outcomeOf(pid_t process, int pipe, int seconds) {
   return {Outcome::broken, "not done after " + std::to_string(seconds) + " s"};
 }
 
+/// Opens a pipe that no program inherits which the host starts. Not by pipe2, which macOS lacks.
+static void openPipe(int (&ends)[2]) {
+  if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category(), "No pipe for a check");
+  for (const int end : ends) fcntl(end, F_SETFD, FD_CLOEXEC);
+}
+
 Outcome examine(const Check& check, Hooks& hooks, int seconds) {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "No pipe for a check");
+  openPipe(ends);
   const fs::path folder = newFolder();
   std::fflush(nullptr);
   const pid_t process = fork();

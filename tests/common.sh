@@ -33,3 +33,10 @@ require() {
 same() {
   diff -u "$2" "$3" >&2 || fail "$1"
 }
+
+# The symbols that natives.h declares, sorted; and in $work/native_list.inc a line for each.
+natives() {
+  cmake -P "$root/cmake/native_list.cmake" "$root/classloader/natives.h" "$work/native_list.inc"
+  sed -n 's/^ORVA_NATIVE(\([^,]*\),.*/\1/p' "$work/native_list.inc" | sort | grep . ||
+    fail "natives.h declares no natives"
+}

@@ -1,0 +1,99 @@
+#!/usr/bin/env bash
+# Compiles and links for platforms that nothing here can run: with musl's headers, with those of them alone that other
+# Unix systems have too, and for macOS.
+# shellcheck source-path=SCRIPTDIR source=../common.sh
+source "$(dirname "$0")/../common.sh"
+
+require cmake ninja musl-gcc clang-19 clang++-19 ld64.lld-19 llvm-nm-19
+natives >"$work/natives"
+
+musl=$(dirname "$(echo '#include <stdio.h>' | musl-gcc -M -xc - | grep -o '/[^ ]*/stdio\.h')")
+libcxx=/usr/lib/llvm-19/include/c++/v1
+[[ -f $libcxx/vector ]] || fail "libc++-19-dev is not installed"
+
+# The folders of musl that POSIX has, and files beside them, but for those of Linux.
+mkdir -p "$work/posix/sys" "$work/lists/classloader"
+ln -s "$musl"/* "$work/posix" 2>/dev/null || true
+rm "$work"/posix/{byteswap,elf,endian,link,malloc}.h
+for header in ipc mman msg resource select sem shm socket stat statvfs time times types uio un utsname wait; do
+  ln -s "$musl/sys/$header.h" "$work/posix/sys"
+done
+cp "$work/native_list.inc" "$work/lists/classloader/native_list.inc"
+
+sources=("$root"/{classloader,host_contract,host_contract/checks,examples/minimal_host}/*.cpp)
+[[ ${#sources[@]} -ge 25 ]] || fail "sources are missing: ${sources[*]}"
+included() { # pattern
+  cat "${sources[@]}" "$root"/{classloader,runtime_api,host_contract,host_contract/checks}/*.h |
+    grep -oE "^#include <$1>" | sort -u
+}
+
+# What the headers of POSIX declare in a C library with more than POSIX, and in one without.
+declared() { # macro
+  included '[a-z/]*\.h' | grep -vF sys/prctl.h | musl-gcc -E "-D$1" -xc - | grep -oE '[a-z_0-9]+ *\(' |
+    tr -d ' (' | sort -u
+}
+extensions=$(comm -23 <(declared _GNU_SOURCE) <(declared _XOPEN_SOURCE=700) | paste -sd ' ')
+[[ " $extensions " == *' prlimit '* ]] || fail "the extensions of musl are not known: $extensions"
+# POSIX of 2024 has these, macOS has not.
+extensions+=' accept4 dup3 pipe2'
+
+# The standard library may use all of musl, the sources with the headers of POSIX only what POSIX has.
+check_with_headers() { # folder of the C library, sources…
+  local source options=(--target=x86_64-linux-musl -std=c++17 -Wall -Wextra -Werror -nostdinc -nostdinc++
+    -isystem "$libcxx" -isystem "$(clang++-19 -print-resource-dir)/include" -isystem "$1"
+    -D_LIBCPP_HAS_MUSL_LIBC -D_LIBCPP_HAS_THREAD_API_PTHREAD)
+  included '[a-z_]*' >"$work/prelude.h"
+  if [[ $1 != "$musl" ]]; then
+    options+=(-U__linux__)
+    { included '[a-z/]*\.h' | grep -vF sys/prctl.h; echo "#pragma clang poison $extensions"; } >>"$work/prelude.h"
+  fi
+  clang++-19 "${options[@]}" -xc++-header "$work/prelude.h" -o "$work/prelude.pch"
+  for source in "${@:2}"; do
+    clang++-19 "${options[@]}" -include-pch "$work/prelude.pch" -I"$root" -I"$root/examples/minimal_host" \
+      -I"$work/lists" -fsyntax-only "$source" || fail "${source#"$root/"} does not compile with the headers of $1"
+  done
+}
+# What asks for Linux is another source there.
+mapfile -t asks_for_linux < <(grep -l __linux__ "${sources[@]}")
+check_with_headers "$musl" "$root"/classloader/*.cpp "${asks_for_linux[@]}"
+check_with_headers "$work/posix" "${sources[@]}"
+musl-gcc -std=c11 -Wall -Wextra -Wpedantic -Werror -I"$root" -fsyntax-only -include classloader/natives.h \
+  -xc /dev/null || fail "natives.h does not compile with musl-gcc"
+
+# Without Apple's headers the sources cannot be compiled, so C functions stand for them. CMake decides how they are
+# linked.
+cat >"$work/natives.c" <<'END'
+#include "classloader/natives.h"
+void Orva_raise(const char*, const char*);
+void orva_hidden(void);
+__attribute__((visibility("hidden"))) void orva_hidden(void) { Orva_raise(0, 0); }
+void other(void);
+void other(void) { orva_hidden(); }
+#define ORVA_NATIVE(symbol, class, method, kind, result, parameters) result symbol parameters { other(); }
+#include "native_list.inc"
+END
+link_for_macos() { # processor
+  local target=$1-apple-macos11 build=$work/$1 flags object objects
+  flags="-nostdlib -fuse-ld=lld --ld-path=$(command -v ld64.lld-19)"
+  # What CMake tries are whole programs, for which the system's library is missing.
+  cmake -S "$root" -B "$build" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_STATIC=OFF \
+    -DCMAKE_SYSTEM_NAME=Darwin -DCMAKE_HAVE_LIBC_PTHREAD=ON -DCMAKE_INSTALL_NAME_TOOL=true \
+    -DCMAKE_C_COMPILER=clang-19 -DCMAKE_C_COMPILER_TARGET="$target" \
+    -DCMAKE_CXX_COMPILER=clang++-19 -DCMAKE_CXX_COMPILER_TARGET="$target" \
+    -DCMAKE_EXE_LINKER_FLAGS="$flags -Wl,-undefined,dynamic_lookup" -DCMAKE_SHARED_LINKER_FLAGS="$flags" \
+    >"$work/log" 2>&1 || fail "CMake does not configure for macOS: $(cat "$work/log")"
+  ninja -C "$build" -t commands classloader/all | grep -- -dynamiclib >"$work/command" || fail "no library for macOS"
+  mapfile -t objects < <(grep -o '[^ ]*\.cpp\.o' "$work/command")
+  for object in "${objects[@]}"; do
+    clang-19 --target="$target" -c -xc /dev/null -o "$build/$object"
+  done
+  clang-19 --target="$target" -ffreestanding -Wno-return-type -I"$root" -I"$work" -c "$work/natives.c" \
+    -o "$build/$object"
+  (cd "$build" && eval "$(cat "$work/command")") >"$work/log" 2>&1 ||
+    fail "the library does not link for macOS on $1: $(cat "$work/log")"
+  llvm-nm-19 -g --defined-only "$build"/classloader/*.dylib | awk 'NF == 3 { print substr($3, 2) }' | sort -u \
+    >"$work/exported"
+  same "macOS on $1: symbols of the shared library" "$work/natives" "$work/exported"
+}
+link_for_macos x86_64
+link_for_macos arm64
