@@ -12,6 +12,7 @@
 #include "classloader/string_argument.h"
 #include "classloader/string_list.h"
 #include "classloader/type_names.h"
+#include "classloader/version_note.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/runtime.h"
 

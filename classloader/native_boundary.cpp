@@ -1,5 +1,6 @@
 // The two natives that only hand a call on: nothing is checked, nothing is bridged.
 #include "classloader/natives.h"
+#include "classloader/version_note.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/runtime.h"
 

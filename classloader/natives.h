@@ -13,6 +13,8 @@
 
 #include <stdint.h>
 
+#include "version.h"
+
 #if defined(__GNUC__)
 #define ORVA_EXPORT __attribute__((visibility("default")))
 #else

@@ -11,6 +11,7 @@
 #include "classloader/failure_bridge.h"
 #include "classloader/natives.h"
 #include "classloader/string_argument.h"
+#include "classloader/version_note.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/runtime.h"
 

@@ -11,6 +11,7 @@
 #include "classloader/natives.h"
 #include "classloader/string_argument.h"
 #include "classloader/type_names.h"
+#include "classloader/version_note.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/reflection.h"
 #include "runtime_api/runtime.h"

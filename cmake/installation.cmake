@@ -35,7 +35,8 @@ if(PROJECT_IS_TOP_LEVEL)
 endif()
 
 # The headers that the libraries were built with; the host's may include others that lie beside them.
-install(FILES classloader/native_list.inc classloader/native_table.h classloader/natives.h
+install(FILES
+  classloader/native_list.inc classloader/native_table.h classloader/natives.h classloader/version.h
   DESTINATION ${headers}/classloader COMPONENT development)
 list(TRANSFORM orva_own_headers PREPEND runtime_api/ OUTPUT_VARIABLE own_headers)
 install(FILES ${own_headers} DESTINATION ${headers}/runtime_api COMPONENT development)

@@ -16,6 +16,7 @@ sort >"$work/expected" <<'END'
 include/orva-classloader/classloader/native_list.inc
 include/orva-classloader/classloader/native_table.h
 include/orva-classloader/classloader/natives.h
+include/orva-classloader/classloader/version.h
 include/orva-classloader/host_contract/hooks.h
 include/orva-classloader/runtime_api/compiler.h
 include/orva-classloader/runtime_api/reflection.h
@@ -47,7 +48,8 @@ for compiler in g++ clang++; do
     check_consumer_by_pkg_config "$compiler" "$kind"
   done
   for standard in c++17 c++20 c++2b; do
-    for header in classloader/{natives,native_table}.h host_contract/hooks.h runtime_api/{compiler,reflection,runtime}.h; do
+    for header in classloader/{natives,native_table,version}.h host_contract/hooks.h \
+      runtime_api/{compiler,reflection,runtime}.h; do
       "$compiler" -std="$standard" "${warnings[@]}" -I"$headers" -fsyntax-only -include "$header" -xc++ /dev/null ||
         fail "$header does not compile alone as $standard with $compiler"
     done

@@ -14,7 +14,7 @@ commands() {
         echo "$compiler -std=$standard ${warnings[*]} -I$root -fsyntax-only $file"
       done
     done
-    for file in "$root"/classloader/{natives,native_table}.h "$root"/runtime_api/*.h; do
+    for file in "$root"/classloader/{natives,native_table,version}.h "$root"/runtime_api/*.h; do
       echo "$compiler -std=c++17 ${warnings[*]} -I$root -fsyntax-only -include $file -xc++ /dev/null"
     done
   done
