@@ -44,7 +44,7 @@ use_program() {
 use_packages() {
   [[ ! -e $root/README.md ]] || fail "the checkout is still there"
   # Not `grep -q`, which ends ldconfig by a signal once it has found the line.
-  ldconfig -p | grep 'liborva-classloader\.so\.0 ' >/dev/null || fail "the shared library is not in the linker's cache"
+  ldconfig -p | grep 'liborva-classloader\.so\.0\.1 ' >/dev/null || fail "the shared library is not in the linker's cache"
   use_hosts
   use_template
   use_program

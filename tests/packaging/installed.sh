@@ -23,7 +23,7 @@ include/orva-classloader/runtime_api/reflection.h
 include/orva-classloader/runtime_api/runtime.h
 lib/liborva-classloader.a
 lib/liborva-classloader.so
-lib/liborva-classloader.so.0
+lib/liborva-classloader.so.0.1
 lib/liborva-classloader.so.0.1.0
 lib/liborva-host-contract.a
 lib/pkgconfig/orva-classloader-static.pc
@@ -40,7 +40,7 @@ dead = [f"{path}:{line}: {link}" for path in Path(sys.argv[1]).rglob("*.md") for
 sys.exit("\n".join(dead) or 0)
 END
 readelf -d "$libraries/liborva-classloader.so" >"$work/dynamic"
-grep -q 'SONAME.*\[liborva-classloader\.so\.0\]' "$work/dynamic" || fail "another soname"
+grep -q 'SONAME.*\[liborva-classloader\.so\.0\.1\]' "$work/dynamic" || fail "another soname"
 
 for compiler in g++ clang++; do
   for kind in static shared; do
