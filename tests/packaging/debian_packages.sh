@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# Installs the Debian packages, builds hosts with them, runs a program, and removes them again.
+# Installs the Debian packages, builds hosts with them, runs a program where the reference host is among them, and
+# removes them again.
 # Usage: debian_packages.sh PROJECT FOLDER; the folder holds the packages.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
 require unshare
-made=$2
-packages=(orva-reference-host liborva-classloader-dev liborva-classloader0)
+made=$(realpath "$2")
+mapfile -t packages < <(for package in "$made"/*.deb; do dpkg-deb --field "$package" Package; done)
 
 installed_here() { dpkg-query -W -f '${Package} ${Status}\n' "${packages[@]}" 2>&1 || true; }
 every_file() { find /etc /opt /usr /var/lib/dpkg/info -xdev | sort; }
@@ -32,12 +33,13 @@ use_template() {
 }
 
 use_program() {
+  [[ " ${packages[*]} " == *' orva-reference-host '* ]] || return 0
   local expected=/usr/share/orva/stdlib/orva/Console.ov printed
   printf 'class Main { static void main() { %s } }\n' \
     'Console.print(ClassLoader.getTypeByName("orva.Console").source());' >Main.ov
   printed=$(orva-host run Main.ov)
   [[ $printed == "$expected" ]] || fail "orva-host printed '$printed', expected '$expected'"
-  [[ -f /usr/share/man/man1/orva-host.1 ]] || fail "the manual page of orva-host is missing"
+  [[ -f /usr/share/man/man1/orva-host.1.gz ]] || fail "the manual page of orva-host is missing"
 }
 
 # Runs where the packages are installed.
@@ -55,13 +57,17 @@ use_packages() {
   ! comm -13 before after | grep . >&2 || fail "files that removing the packages left behind"
 }
 
-for package in "${packages[@]}"; do
-  dpkg-deb --field "$made/${package}"_*.deb Depends
-done >"$work/dependencies"
-for dependency in 'libllvm19' 'liborva-classloader0 (= 0.1.0)' 'libc6 (>= '; do
-  grep -qF "$dependency" "$work/dependencies" || fail "no package depends on $dependency: $(cat "$work/dependencies")"
-done
+depends_on() {  # PACKAGE DEPENDENCY
+  dpkg-deb --field "$made/$1"_*.deb Depends | grep -F "$2" >/dev/null || fail "$1 does not depend on $2"
+}
 
+for package in "${packages[@]}"; do
+  case $package in
+    liborva-classloader0.1) depends_on "$package" 'libc6 (>= ' ;;
+    liborva-classloader-dev) depends_on "$package" 'liborva-classloader0.1 (= 0.1.0)' ;;
+    orva-reference-host) depends_on "$package" libllvm19 && depends_on "$package" 'liborva-classloader0.1 (>= 0.1.0)' ;;
+  esac
+done
 for package in "${packages[@]}"; do
   dpkg-deb --contents "$made/${package}"_*.deb
 done | grep '^d' | grep -v '^drwxr-xr-x root/root' >&2 && fail "folders of a package that not everyone may open"
