@@ -1,7 +1,10 @@
-// How the host contract kit reaches this host.
+// How the host contract kit reaches this host: every hook there is.
 #include <host_contract/hooks.h>
 
+#include <dlfcn.h>
+
 #include <deque>
+#include <fstream>
 
 #include "minimal_host.h"
 
@@ -12,6 +15,8 @@ namespace {
 
 class MinimalHooks : public Hooks {
  public:
+  // == Every host has these
+
   void start(const std::string& /*folder*/) override { minimal_host::start(); }
 
   std::optional<Raised> takePending() override {
@@ -28,10 +33,40 @@ class MinimalHooks : public Hooks {
     return &list;
   }
 
+  // == How this host calls natives. Leave out what your host does as these do, but for callNative.
+
+  void* boundNative(const char* symbol) override { return dlsym(RTLD_DEFAULT, symbol); }
+
+  // Any thread may call this host.
+  void attachThread() override {}
+
   // The programs of this host are C++ that calls natives by their addresses, as lookup.cpp does.
   bool callNative(void (*native)()) override {
     native();
     return true;
+  }
+
+  // == What the compiler reads and writes. Leave out what yours cannot do yet; its checks are then not run.
+
+  std::string classSource(const std::string& packageName, const std::string& className) override {
+    return "class " + packageName + "." + className + "\n";
+  }
+
+  std::string brokenSource(const std::string& /*packageName*/, const std::string& className) override {
+    return "clas " + className + "\n";
+  }
+
+  std::string genericSource(const std::string& packageName, const std::string& className) override {
+    return "generic " + packageName + "." + className + "\n";
+  }
+
+  std::string objectFile(const std::string& sourceFile) override { return sourceFile + ".object"; }
+
+  std::string sourceIdentity(const std::string& sourceFile) override {
+    std::ifstream in(sourceFile);
+    std::string statement;
+    std::getline(in, statement);
+    return statement;
   }
 
  private:

@@ -1,4 +1,4 @@
-// The smallest host: everything that the class loaders call, in memory. Start from a copy of it.
+// The smallest host, in memory: everything that the class loaders call but the compiler. Start from a copy of it.
 #include "minimal_host.h"
 
 #include <algorithm>
@@ -181,41 +181,6 @@ bool PackageLayout::isValidPackageName(std::string_view packageName) {
     isNameBegun = byte != '.';
   }
   return isNameBegun;
-}
-
-}  // namespace orva::compiler
-
-// == The compiler, which this host has not
-
-namespace orva::compiler {
-
-class Context {};
-
-[[noreturn]] static void refuse(const std::string& what) {
-  throw std::runtime_error("This host has no compiler: " + what);
-}
-
-int32_t Compiler::objectAbiVersion() { return 0; }
-
-std::shared_ptr<Context> Compiler::activeRuntimeContext() { return std::make_shared<Context>(); }
-
-void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> /*context*/) {
-  refuse("cannot load " + sourcePath);
-}
-
-void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string>& /*objectPaths*/,
-                                                   const std::vector<std::string>& /*sourceIdentities*/) {
-  refuse("cannot load objects");
-}
-
-void Compiler::precompileSources(const std::vector<std::string>& /*sourceFiles*/, std::shared_ptr<Context> /*context*/,
-                                 const std::function<void(const CompilationProgress&)>& /*progress*/) {
-  refuse("cannot precompile");
-}
-
-bool ClassLoader::materializeRuntimeGenericType(const std::string& /*typeName*/, std::string& /*instanceName*/,
-                                                std::string& /*sourceFile*/, std::shared_ptr<Context>& /*context*/) {
-  return false;
 }
 
 }  // namespace orva::compiler
