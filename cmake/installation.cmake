@@ -36,7 +36,8 @@ endif()
 
 # The headers that the libraries were built with; the host's may include others that lie beside them.
 install(FILES
-  classloader/native_list.inc classloader/native_table.h classloader/natives.h classloader/version.h
+  classloader/native_list.inc classloader/native_table.h classloader/natives.h classloader/record_layout.h
+  classloader/version.h ${PROJECT_BINARY_DIR}/record/classloader/record.h
   DESTINATION ${headers}/classloader COMPONENT development)
 list(TRANSFORM orva_own_headers PREPEND runtime_api/ OUTPUT_VARIABLE own_headers)
 install(FILES ${own_headers} DESTINATION ${headers}/runtime_api COMPONENT development)
@@ -54,11 +55,19 @@ install(FILES
   DESTINATION ${config} COMPONENT development)
 
 file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig} /prefix)
+# The record is known when the library is built.
+set(ORVA_TYPE_RECORD "@ORVA_TYPE_RECORD@")
 set(package_of_static orva-classloader-static)
 set(package_of_shared orva-classloader)
 foreach(kind IN LISTS orva_kinds)
   set(package ${package_of_${kind}})
-  configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
+  configure_file(cmake/${package}.pc.in configured/${package}.pc @ONLY)
+  add_custom_command(OUTPUT ${package}.pc
+    COMMAND ${CMAKE_COMMAND} -P ${PROJECT_SOURCE_DIR}/cmake/record.cmake
+      $<TARGET_OBJECTS:orva_classloader_measured> configured/${package}.pc ${package}.pc
+    DEPENDS orva_classloader_measured $<TARGET_OBJECTS:orva_classloader_measured> configured/${package}.pc
+    VERBATIM)
+  add_custom_target(orva_pkgconfig_${kind} ALL DEPENDS ${package}.pc)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgconfig} COMPONENT development)
 endforeach()
 

@@ -16,6 +16,8 @@ sort >"$work/expected" <<'END'
 include/orva-classloader/classloader/native_list.inc
 include/orva-classloader/classloader/native_table.h
 include/orva-classloader/classloader/natives.h
+include/orva-classloader/classloader/record.h
+include/orva-classloader/classloader/record_layout.h
 include/orva-classloader/classloader/version.h
 include/orva-classloader/host_contract/hooks.h
 include/orva-classloader/runtime_api/compiler.h
@@ -48,7 +50,7 @@ for compiler in g++ clang++; do
     check_consumer_by_pkg_config "$compiler" "$kind"
   done
   for standard in c++17 c++20 c++2b; do
-    for header in classloader/{natives,native_table,version}.h host_contract/hooks.h \
+    for header in classloader/{natives,native_table,record_layout,version}.h host_contract/hooks.h \
       runtime_api/{compiler,reflection,runtime}.h; do
       "$compiler" -std="$standard" "${warnings[@]}" -I"$headers" -fsyntax-only -include "$header" -xc++ /dev/null ||
         fail "$header does not compile alone as $standard with $compiler"
