@@ -16,8 +16,9 @@ void expectNothingPending(Trial& trial) {
 const std::vector<Check>& allChecks() {
   static const std::vector<Check> checks = [] {
     std::vector<Check> all;
-    for (const auto& room : {exceptionChecks, typeChecks, listChecks, registryChecks, nativeChecks, classPathChecks,
-                             packageChecks, sourceChecks, precompilingChecks, genericChecks, objectChecks}) {
+    for (const auto& room :
+         {recordChecks, exceptionChecks, typeChecks, listChecks, registryChecks, nativeChecks, classPathChecks,
+          packageChecks, sourceChecks, precompilingChecks, genericChecks, objectChecks}) {
       for (Check& check : room()) all.push_back(std::move(check));
     }
     return all;

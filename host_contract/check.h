@@ -9,7 +9,7 @@
 
 namespace orva::host_contract {
 
-/// The library relies on what is required; good hosts do what is advised.
+/// Without what is required, the library gives a wrong result, hangs or crashes; good hosts do what is advised too.
 enum class Weight { required, advised };
 
 /// What a host must be able to do for a check to run.
@@ -19,6 +19,7 @@ enum class Needs { nothing, sources, generics, objects };
 struct Trial {
   Hooks& hooks;
   std::filesystem::path folder;  ///< empty, and removed after the check
+  int seconds;                   ///< how long the check may take
 };
 
 struct Check {
@@ -47,6 +48,11 @@ struct Room {
 
 /// Thrown by a check that the host does not keep.
 struct Broken {
+  std::string seen;
+};
+
+/// Thrown by a check that the host does not keep, where no other check can be asked then.
+struct Unusable {
   std::string seen;
 };
 
@@ -82,6 +88,7 @@ void expectFailure(const std::string& what, const Action& action) {
 /// All checks, in the order in which they run.
 const std::vector<Check>& allChecks();
 
+std::vector<Check> recordChecks();
 std::vector<Check> exceptionChecks();
 std::vector<Check> typeChecks();
 std::vector<Check> listChecks();

@@ -4,22 +4,27 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #ifdef __linux__
 #include <sys/prctl.h>
 #endif
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <functional>
+#include <new>
 #include <system_error>
 #include <thread>
 
-#include "runtime_api/reflection.h"
+#include "host_contract/calls.h"
+#include "host_contract/host.h"
 
 namespace fs = std::filesystem;
 
@@ -50,31 +55,50 @@ static fs::path newFolder() {
   return folder;
 }
 
-/// Starts the host. Throws `Broken` when that fails: then it is no matter of the check.
+/// Thrown when the host does not start, which is no matter of the check.
+struct Unstarted {
+  std::string seen;
+};
+
+/// Starts the host, or throws `Unstarted`.
 static void start(Hooks& hooks, const fs::path& folder) {
   try {
     hooks.start(folder);
   } catch (const std::exception& failure) {
-    throw Broken{std::string("the hook start threw a std::exception: ") + failure.what()};
+    throw Unstarted{std::string("it threw a std::exception: ") + failure.what()};
   } catch (...) {
-    throw Broken{"the hook start threw an object that is no std::exception"};
+    throw Unstarted{"it threw something not derived from std::exception"};
   }
 }
 
-static Outcome examineIn(const fs::path& folder, const Check& check, Hooks& hooks) {
+/// What the process that waits for a check sees of it, also when it crashes or hangs.
+struct Progress {
+  Calls calls;
+  std::atomic<bool> isStarted;
+};
+
+static Outcome examineIn(const fs::path& folder, const Check& check, Hooks& hooksOfHost, int seconds,
+                         Progress& progress) {
+  noteCallsIn(progress.calls);
+  NotedHooks hooks(hooksOfHost);
   try {
     fs::create_directories(folder / "host");
     fs::create_directories(folder / "check");
     start(hooks, folder / "host");
+    progress.isStarted = true;
     const std::string reason = reasonNotToRun(check.needs, hooks);
     if (!reason.empty()) return {Outcome::notRun, reason};
-    Trial trial{hooks, folder / "check"};
+    Trial trial{hooks, folder / "check", seconds};
     check.run(trial);
     return {Outcome::held, {}};
   } catch (const NotRun& notRun) {
     return {Outcome::notRun, notRun.reason};
   } catch (const Broken& broken) {
     return {Outcome::broken, broken.seen};
+  } catch (const Unusable& unusable) {
+    return {Outcome::unusable, unusable.seen};
+  } catch (const Unstarted& unstarted) {
+    return {Outcome::unstarted, unstarted.seen};
   } catch (const std::exception& failure) {
     return {Outcome::broken, std::string("a std::exception came out of the host: ") + failure.what()};
   } catch (...) {
@@ -88,9 +112,10 @@ static void removeFolder(const fs::path& folder) {
   fs::remove_all(folder, ignored);
 }
 
-Outcome examineHere(const Check& check, Hooks& hooks) {
+Outcome examineHere(const Check& check, Hooks& hooks, int seconds) {
+  static Progress progress;
   const fs::path folder = newFolder();
-  Outcome outcome = examineIn(folder, check, hooks);
+  Outcome outcome = examineIn(folder, check, hooks, seconds, progress);
   removeFolder(folder);
   return outcome;
 }
@@ -128,24 +153,33 @@ static bool receive(int pipe, Clock::time_point end, std::string& text) {
   }
 }
 
+/// What is said of a check that is not done in time.
+static Outcome late(int seconds, const Progress& progress) {
+  std::string text = "not done after " + std::to_string(seconds) + " s";
+  const std::string calls = unfinishedCalls(progress.calls);
+  const bool isOne = calls.find(" and ") == std::string::npos;
+  if (!calls.empty()) text += "; " + calls + (isOne ? " has" : " have") + " not returned";
+  return {progress.isStarted ? Outcome::hung : Outcome::unstarted, text};
+}
+
 /// The part of the child that ends it in time: says what it waits for, most likely.
-static void watch(int pipe, int seconds) {
+static void watch(int pipe, int seconds, const Progress& progress) {
   std::this_thread::sleep_for(std::chrono::seconds(seconds));
-  const bool isFree = gReflectionMutex.try_lock();
-  const std::string late = "not done after " + std::to_string(seconds) + " s";
-  send(pipe, {Outcome::broken, isFree ? late : late + "; gReflectionMutex is held"});
+  Outcome outcome = late(seconds, progress);
+  if (!gReflectionMutex.try_lock()) outcome.seen += "; gReflectionMutex is held";
+  send(pipe, outcome);
   std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 /// The part of the child.
-[[noreturn]] static void examineInChild(const fs::path& folder, const Check& check, Hooks& hooks, int pipe,
-                                        int seconds) {
+[[noreturn]] static void examineInChild(const fs::path& folder, const Check& check, Hooks& hooks, int pipe, int seconds,
+                                        Progress& progress) {
   // Elsewhere, a child whose kit was killed ends when it writes to the pipe that nobody reads.
 #ifdef __linux__
   prctl(PR_SET_PDEATHSIG, SIGKILL);
 #endif
-  std::thread(watch, pipe, seconds).detach();
-  send(pipe, examineIn(folder, check, hooks));
+  std::thread(watch, pipe, seconds, std::cref(progress)).detach();
+  send(pipe, examineIn(folder, check, hooks, seconds, progress));
   std::fflush(nullptr);
   // The destructors were copied from the parent, and are not this process's to run.
   _exit(0);
@@ -168,17 +202,20 @@ static void endAll(pid_t process) {
 }
 
 /// What a process left that told no outcome.
-static Outcome withoutOutcome(int status) {
+static Outcome withoutOutcome(int status, const Progress& progress) {
+  std::string text =
+      "the host ended the process with status " + std::to_string(WEXITSTATUS(status)) + ", or closed the kit's pipe";
   if (WIFSIGNALED(status)) {
     const int signal = WTERMSIG(status);
-    return {Outcome::broken, "the host was ended by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")"};
+    text = "the host was ended by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
   }
-  return {Outcome::broken, "the host ended the process with status " + std::to_string(WEXITSTATUS(status)) +
-                               ", or closed the kit's pipe"};
+  const std::string calls = unfinishedCalls(progress.calls);
+  if (!calls.empty()) text += " in " + calls;
+  return {progress.isStarted ? Outcome::broken : Outcome::unstarted, text};
 }
 
 /// The part of the parent: waits for the outcome of a process.
-static Outcome outcomeOf(pid_t process, int pipe, int seconds) {
+static Outcome outcomeOf(pid_t process, int pipe, int seconds, const Progress& progress) {
   // The child itself says that it is late; one that cannot is ended.
   const auto end = Clock::now() + std::chrono::seconds(seconds + 2);
   std::string text;
@@ -189,10 +226,10 @@ static Outcome outcomeOf(pid_t process, int pipe, int seconds) {
   int status = 0;
   if (ends(process, end, status)) {
     kill(-process, SIGKILL);
-    return withoutOutcome(status);
+    return withoutOutcome(status, progress);
   }
   endAll(process);
-  return {Outcome::broken, "not done after " + std::to_string(seconds) + " s"};
+  return late(seconds, progress);
 }
 
 /// Opens a pipe that no program inherits which the host starts. Not by pipe2, which macOS lacks.
@@ -201,7 +238,31 @@ static void openPipe(int (&ends)[2]) {
   for (const int end : ends) fcntl(end, F_SETFD, FD_CLOEXEC);
 }
 
+namespace {
+
+/// Progress that a process and its children share.
+class SharedProgress {
+ public:
+  SharedProgress()
+      : memory_(mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {
+    if (memory_ == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "No memory for a check");
+    progress_ = new (memory_) Progress{};
+  }
+  ~SharedProgress() { munmap(memory_, sizeof(Progress)); }
+  SharedProgress(const SharedProgress&) = delete;
+  SharedProgress& operator=(const SharedProgress&) = delete;
+
+  Progress& operator*() const { return *progress_; }
+
+ private:
+  void* const memory_;
+  Progress* progress_;
+};
+
+}  // namespace
+
 Outcome examine(const Check& check, Hooks& hooks, int seconds) {
+  const SharedProgress progress;
   int ends[2];
   openPipe(ends);
   const fs::path folder = newFolder();
@@ -210,9 +271,9 @@ Outcome examine(const Check& check, Hooks& hooks, int seconds) {
   if (process < 0) throw std::system_error(errno, std::generic_category(), "No process for a check");
   // Both sides: neither knows which one runs first.
   setpgid(process, process);
-  if (process == 0) examineInChild(folder, check, hooks, ends[1], seconds);
+  if (process == 0) examineInChild(folder, check, hooks, ends[1], seconds, *progress);
   close(ends[1]);
-  Outcome outcome = outcomeOf(process, ends[0], seconds);
+  Outcome outcome = outcomeOf(process, ends[0], seconds, *progress);
   close(ends[0]);
   removeFolder(folder);
   return outcome;

@@ -5,6 +5,8 @@
 
 namespace orva::host_contract {
 
+Hooks::Hooks(const RecordLayout& record) : record_(record) {}
+
 void Hooks::start(const std::string& /*folder*/) {}
 
 void* Hooks::boundNative(const char* symbol) { return dlsym(RTLD_DEFAULT, symbol); }

@@ -7,8 +7,24 @@
 #include <string>
 #include <vector>
 
+#include "classloader/record.h"
+#include "classloader/record_layout.h"
+#include "runtime_api/reflection.h"
+
 /// The kit that checks whether a host keeps its side.
 namespace orva::host_contract {
+
+/// The record that the library was built with.
+constexpr RecordLayout libraryRecord{ORVA_RECORD_SIZE,  ORVA_RECORD_ALIGNMENT, ORVA_RECORD_TABLE,
+                                     ORVA_RECORD_NAME1, ORVA_RECORD_NAME2,     ORVA_RECORD_NAME3,
+                                     ORVA_RECORD_NAME4, ORVA_RECORD_TYPE,      ORVA_RECORD_MEMBERS};
+
+/// The record of the headers that this source includes: the host's, in the source that derives `Hooks`.
+constexpr RecordLayout hostRecord = recordLayout<TypeRecord, decltype(gTypes)>();
+
+static_assert(hostRecord == libraryRecord,
+              "the library was built with another TypeRecord than this host has: build the library with "
+              "-DORVA_RUNTIME_API_DIR=DIR, where DIR/runtime_api/reflection.h is the host's");
 
 /// A language exception as a program sees it.
 struct Raised {
@@ -23,7 +39,15 @@ struct Raised {
 /// run. What a hook throws breaks the check that called it.
 class Hooks {
  public:
+  /// Notes the record of the host.
+  /// @param record as the source that derives this class sees it; leave it out.
+  explicit Hooks(const RecordLayout& record = hostRecord);
+
   virtual ~Hooks() = default;
+
+  /// Tells which record the host has.
+  /// @return the one that was noted.
+  const RecordLayout& recordOfHost() const { return record_; }
 
   /// Starts the host; called once in each check's process, before anything else. The class path may be empty: the
   /// checks add the roots that they need.
@@ -80,6 +104,9 @@ class Hooks {
   /// @param sourceFile path of the source, which is there.
   /// @return the identity; the checks that need one are not run when it is empty.
   virtual std::string sourceIdentity(const std::string& sourceFile);
+
+ private:
+  RecordLayout record_;
 };
 
 /// Hands out the hooks of the host that the kit is linked with. The host's team defines this function.
@@ -91,8 +118,9 @@ Hooks& hostHooks();
 /// @param argumentCount as `main` was given it.
 /// @param arguments as `main` was given them.
 /// @param hooks of the host to check.
-/// @return the exit status: 0 when no required check is broken, 1 when one is, 2 when the command line is wrong or the
-///         checks could not be run.
+/// @return the exit status: 0 when no required check is broken, 1 when one is (with `--strict`, when any is), 2 when
+/// the
+///         command line is wrong or the checks could not be run.
 int run(int argumentCount, char** arguments, Hooks& hooks);
 
 }  // namespace orva::host_contract

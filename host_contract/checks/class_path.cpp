@@ -3,15 +3,12 @@
 #include <string>
 #include <system_error>
 
-#include "classloader/natives.h"
 #include "host_contract/checks/sources_on_disk.h"
-#include "runtime_api/compiler.h"
+#include "host_contract/host.h"
 
 namespace fs = std::filesystem;
 
 namespace orva::host_contract {
-
-using compiler::Runtime;
 
 static void thereIsOneRuntime(Trial& /*trial*/) {
   expect(&Runtime::getInstance() == &Runtime::getInstance(), "Runtime::getInstance gave two runtimes");
@@ -25,16 +22,16 @@ static bool isRoot(const std::string& path, const fs::path& folder) {
 
 static void anAddedRootIsInTheList(Trial& trial) {
   const fs::path root = addRoot(trial, "root");
-  const auto& roots = Runtime::getInstance().getKlassPaths();
+  const auto& roots = Runtime::getKlassPaths();
   const auto isAdded = [&root](const std::string& path) { return isRoot(path, root); };
   expect(std::any_of(roots.begin(), roots.end(), isAdded), "none of the roots is the one that was added");
 }
 
 static void laterRootsComeLater(Trial& trial) {
-  const std::vector<std::string> before = Runtime::getInstance().getKlassPaths();
+  const std::vector<std::string> before = Runtime::getKlassPaths();
   const fs::path first = addRoot(trial, "first");
   addRoot(trial, "second");
-  const auto& roots = Runtime::getInstance().getKlassPaths();
+  const auto& roots = Runtime::getKlassPaths();
   expect(roots.size() == before.size() + 2,
          "two new roots made " + std::to_string(before.size()) + " roots " + std::to_string(roots.size()));
   const bool inOrder = std::equal(before.begin(), before.end(), roots.begin()) && isRoot(roots[before.size()], first);
@@ -43,21 +40,21 @@ static void laterRootsComeLater(Trial& trial) {
 
 static void aRefusedRootChangesNothing(Trial& trial) {
   const fs::path root = addRoot(trial, "root");
-  const std::vector<std::string> before = Runtime::getInstance().getKlassPaths();
-  if (Runtime::getInstance().addKlassPath(root.string())) return;
-  expect(Runtime::getInstance().getKlassPaths() == before, "a root was refused, and the list is another one");
+  const std::vector<std::string> before = Runtime::getKlassPaths();
+  if (Runtime::addKlassPath(root.string())) return;
+  expect(Runtime::getKlassPaths() == before, "a root was refused, and the list is another one");
 }
 
 static void aListStaysAsItIsWhileRootsAreAdded(Trial& trial) {
   addRoot(trial, "root");
-  const auto& list = Runtime::getInstance().getKlassPaths();
+  const auto& list = Runtime::getKlassPaths();
   const std::size_t size = list.size();
   addRoot(trial, "another");
   expect(list.size() == size, "a list that was handed out has changed under its reader");
 }
 
 static void theStandardLibraryHoldsTheLoaders(Trial& /*trial*/) {
-  const fs::path root = Runtime::getInstance().getStandardLibraryPath();
+  const fs::path root = Runtime::getStandardLibraryPath();
   if (root.empty()) return;
   for (const char* name : {"ClassLoader.ov", "SystemClassLoader.ov"}) {
     const fs::path file = root / "orva" / name;
@@ -68,8 +65,7 @@ static void theStandardLibraryHoldsTheLoaders(Trial& /*trial*/) {
 
 static void aMissingClassHasNoSource(Trial& trial) {
   addRoot(trial, "root");
-  const std::string file =
-      compiler::ClassLoader::sourceFileForClass("no.such.Type", compiler::Compiler::activeRuntimeContext(), nullptr);
+  const std::string file = sourceFileForClass("no.such.Type");
   expect(file.empty(), "the source of 'no.such.Type' is '" + file + "'");
 }
 
@@ -104,12 +100,14 @@ std::vector<Check> classPathChecks() {
                     "Packages are searched below the listed roots; those of the new root would not be found."),
       room.advised("LaterRootsComeLater", laterRootsComeLater,
                    "The first root that holds a package wins; a new root would hide what programs use already."),
-      room.advised("ARefusedRootChangesNothing", aRefusedRootChangesNothing,
-                   "A program that is told 0 would find its root searched all the same, or an older one gone."),
+      room.advised(
+          "ARefusedRootChangesNothing", aRefusedRootChangesNothing,
+          "addSourceRoot answers 0 and keeps what was remembered of the class path; the root would be searched "
+          "all the same, or an older one be gone."),
       room.advised(
           "AListStaysAsItIsWhileRootsAreAdded", aListStaysAsItIsWhileRootsAreAdded,
-          "A thread that loads a package reads the list in place, without a lock; another that adds a root would "
-          "pull it away."),
+          "A thread that loads a package reads the list in place, without a lock; another that adds a root meanwhile "
+          "would crash it, unless the host keeps it from doing so."),
       room.required(
           "TheStandardLibraryHoldsTheLoaders", theStandardLibraryHoldsTheLoaders,
           "The first call of getSystem loads these two files; it would fail in every program. A host without them "

@@ -3,9 +3,8 @@
 #include <string>
 #include <thread>
 
-#include "classloader/natives.h"
 #include "host_contract/check.h"
-#include "runtime_api/runtime.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 
@@ -86,8 +85,10 @@ std::vector<Check> exceptionChecks() {
   return {
       room.required("RaiseReturns", raiseReturns,
                     "A native that raises would leave by a C++ exception, in place of its failure value."),
-      room.required("RaiseCopiesTheClassName", raiseCopiesTheClassName,
-                    "The exception's class would be read from memory that is used for something else."),
+      room.required(
+          "RaiseCopiesTheClassName", raiseCopiesTheClassName,
+          "The library keeps the class name for the call alone; a program would be shown another one, or the process "
+          "would crash."),
       room.required("RaiseCopiesTheMessage", raiseCopiesTheMessage,
                     "The message is often the text of a C++ exception that is destroyed right after the call; programs "
                     "would see freed memory."),

@@ -1,9 +1,9 @@
 // Generic classes: generating, loading and finding their instances.
 #include <string>
 
-#include "classloader/natives.h"
 #include "host_contract/checks/known_types.h"
 #include "host_contract/checks/sources_on_disk.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 

@@ -7,8 +7,7 @@
 #include <mutex>
 #include <string_view>
 
-#include "classloader/natives.h"
-#include "runtime_api/reflection.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 

@@ -6,21 +6,24 @@
 #include <thread>
 
 #include "host_contract/check.h"
-#include "runtime_api/reflection.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 
 void expectFreeMutex(const std::string& when) {
   bool isFree = false;
-  std::thread([&isFree] {
-    // Another thread of the host may hold it for a moment.
-    for (int attempt = 0; attempt < 1000 && !isFree; ++attempt) {
-      isFree = gReflectionMutex.try_lock();
-      if (!isFree) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    if (isFree) gReflectionMutex.unlock();
-  }).join();
+  std::thread([&isFree] { isFree = lockMutexForSomeTime().owns_lock(); }).join();
   expect(isFree, "gReflectionMutex is held " + when);
+}
+
+std::unique_lock<std::mutex> lockMutexForSomeTime() {
+  std::unique_lock<std::mutex> lock(gReflectionMutex, std::try_to_lock);
+  // Another thread of the host may hold it for a moment.
+  for (int attempt = 0; attempt < 1000 && !lock.owns_lock(); ++attempt) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    static_cast<void>(lock.try_lock());
+  }
+  return lock;
 }
 
 }  // namespace orva::host_contract

@@ -1,11 +1,11 @@
 // Natives: how the host binds them, and what it does around their calls.
-#include "classloader/natives.h"
 
 #include <stdexcept>
 #include <string>
 
 #include "host_contract/check.h"
 #include "host_contract/checks/mutex.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 
@@ -14,7 +14,7 @@ static void nativesAreBoundByTheirPlainSymbols(Trial& trial) {
     const char* symbol;
     void (*address)();
   };
-#define ORVA_NATIVE(symbol, ...) {#symbol, reinterpret_cast<void (*)()>(symbol)},
+#define ORVA_NATIVE(symbol, ...) {#symbol, reinterpret_cast<void (*)()>(::symbol)},
   static const Native natives[] = {
 #include "classloader/native_list.inc"
   };

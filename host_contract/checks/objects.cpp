@@ -3,11 +3,9 @@
 #include <string>
 
 #include "host_contract/checks/sources_on_disk.h"
-#include "runtime_api/compiler.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
-
-using compiler::Compiler;
 
 /// An object that the host's compiler wrote, and the identity of its source.
 struct Built {
@@ -17,7 +15,7 @@ struct Built {
 
 static Built build(Trial& trial) {
   const std::string source = writeClass(trial, addRoot(trial, "root"), "Apple");
-  Compiler::precompileSources({source}, Compiler::activeRuntimeContext(), {});
+  Compiler::precompileSources({source});
   Built built{trial.hooks.objectFile(source), trial.hooks.sourceIdentity(source)};
   if (built.identity.empty()) throw NotRun{"this host has no identities of sources: its hooks tell none"};
   return built;

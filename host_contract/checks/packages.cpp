@@ -1,25 +1,22 @@
 // Packages: which names are names, and what loading all types of one does.
-#include "classloader/natives.h"
 #include "host_contract/checks/sources_on_disk.h"
-#include "runtime_api/compiler.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 
-using compiler::PackageLayout;
-
 static void theEmptyNameIsRefused(Trial& /*trial*/) {
-  expect(!PackageLayout::isValidPackageName(""), "the empty name is a package name");
+  expect(!isValidPackageName(""), "the empty name is a package name");
 }
 
 static void dottedNamesAreAccepted(Trial& /*trial*/) {
   for (const char* name : {"shop", "shop.cart", "shop.cart.items"}) {
-    expect(PackageLayout::isValidPackageName(name), std::string("'") + name + "' is refused");
+    expect(isValidPackageName(name), std::string("'") + name + "' is refused");
   }
 }
 
 static void namesThatLeaveTheRootAreRefused(Trial& /*trial*/) {
   for (const char* name : {"..", "shop..cart", ".shop", "shop.", "../shop", "shop/cart", "/etc"}) {
-    expect(!PackageLayout::isValidPackageName(name), std::string("'") + name + "' is a package name");
+    expect(!isValidPackageName(name), std::string("'") + name + "' is a package name");
   }
 }
 
@@ -39,7 +36,8 @@ std::vector<Check> packageChecks() {
   return {
       room.required("TheEmptyNameIsRefused", theEmptyNameIsRefused,
                     "The empty name stands for the root itself; all of its sources would be loaded as a package."),
-      room.advised("DottedNamesAreAccepted", dottedNamesAreAccepted, "No package of that name could be loaded."),
+      room.advised("DottedNamesAreAccepted", dottedNamesAreAccepted,
+                   "Loading such a package would raise an exception that calls its name wrong."),
       room.advised(
           "NamesThatLeaveTheRootAreRefused", namesThatLeaveTheRootAreRefused,
           "Each segment becomes a folder below a root; a name with empty segments or slashes would reach folders "

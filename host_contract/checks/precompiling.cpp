@@ -3,16 +3,12 @@
 #include <vector>
 
 #include "host_contract/checks/sources_on_disk.h"
-#include "runtime_api/compiler.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 
-using compiler::Compiler;
-
 /// Precompiles as the native does: in the active context, without a listener.
-static void precompile(const std::vector<std::string>& files) {
-  Compiler::precompileSources(files, Compiler::activeRuntimeContext(), {});
-}
+static void precompile(const std::vector<std::string>& files) { Compiler::precompileSources(files); }
 
 static void noListenerIsNeeded(Trial& trial) { precompile({writeClass(trial, addRoot(trial, "root"), "Apple")}); }
 

@@ -1,13 +1,13 @@
 // The registry of loaded types: the three query functions, and the type table with its mutex.
 #include <cstdint>
-#include <mutex>
+#include <future>
+#include <optional>
 #include <string>
-#include <string_view>
 
 #include "host_contract/check.h"
 #include "host_contract/checks/known_types.h"
 #include "host_contract/checks/mutex.h"
-#include "runtime_api/reflection.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 
@@ -64,18 +64,6 @@ static void shortNamesAreTheTailsOfFullNames(Trial& trial) {
   }
 }
 
-static void recordsAreReadableUnderTheMutex(Trial& trial) {
-  registeredTypes(trial);
-  const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  for (const TypeRecord& record : gTypes) {
-    for (int number = 1; number <= 4; ++number) {
-      const std::string name(std::string_view(recordName(record, number)));
-      expect(name.find('\0') == std::string::npos, "a record's name holds a zero byte");
-    }
-    static_cast<void>(isReady(record));
-  }
-}
-
 static void theMutexIsFreeBetweenCalls(Trial& trial) {
   expectFreeMutex("before any call");
   registeredTypes(trial);
@@ -103,10 +91,6 @@ std::vector<Check> registryChecks() {
           "The library reads both names after it has asked for both; short names would be compared with other texts."),
       room.advised("ShortNamesAreTheTailsOfFullNames", shortNamesAreTheTailsOfFullNames,
                    "A name without a package would stand for two types, and look-ups of it would be ambiguous."),
-      room.required(
-          "RecordsAreReadableUnderTheMutex", recordsAreReadableUnderTheMutex,
-          "A generic look-up reads all records through the two accessors of reflection.h; with a record that the "
-          "headers do not describe it would crash."),
       room.required("TheMutexIsFreeBetweenCalls", theMutexIsFreeBetweenCalls,
                     "A generic look-up locks it; it would wait for ever."),
       room.advised("EveryRegisteredTypeHasAReadyRecord", everyRegisteredTypeHasAReadyRecord,

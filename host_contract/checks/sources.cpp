@@ -1,19 +1,19 @@
 // Sources: loading them into the active engine.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <deque>
+#include <functional>
 #include <mutex>
 #include <thread>
+#include <utility>
 
-#include "classloader/natives.h"
 #include "host_contract/checks/known_types.h"
 #include "host_contract/checks/mutex.h"
 #include "host_contract/checks/sources_on_disk.h"
-#include "runtime_api/compiler.h"
-#include "runtime_api/reflection.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
-
-using compiler::Compiler;
 
 static void aLoadedSourceRegistersItsType(Trial& trial) {
   load(writeClass(trial, addRoot(trial, "root"), "Apple"));

@@ -4,10 +4,8 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "classloader/natives.h"
 #include "host_contract/checks/known_types.h"
-#include "runtime_api/compiler.h"
-#include "runtime_api/runtime.h"
+#include "host_contract/host.h"
 
 namespace fs = std::filesystem;
 
@@ -47,7 +45,7 @@ fs::path addRoot(Trial& trial, const std::string& name) {
 std::string fullNameOf(const std::string& className) { return std::string(samplePackage) + "." + className; }
 
 void load(const std::string& sourceFile) {
-  compiler::Compiler::ensureSourceLoadedInActiveJit(sourceFile, compiler::Compiler::activeRuntimeContext());
+  Compiler::ensureSourceLoadedInActiveJit(sourceFile, Compiler::activeRuntimeContext());
 }
 
 void expectLoaded(const std::string& className) {

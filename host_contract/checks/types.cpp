@@ -1,11 +1,9 @@
 // Types and objects: `Orva_typeByName` and `Orva_allocObject`.
 #include <string>
 
-#include "classloader/natives.h"
 #include "host_contract/check.h"
 #include "host_contract/checks/known_types.h"
-#include "runtime_api/reflection.h"
-#include "runtime_api/runtime.h"
+#include "host_contract/host.h"
 
 namespace orva::host_contract {
 

@@ -10,11 +10,14 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "fault.h"
 #include "hooks.h"
+#include "host_contract/calls.h"
 #include "runtime_api/reflection.h"
 
+using orva::host_contract::Calling;
 using orva::host_contract::Needs;
 using orva::host_contract::NotRun;
 using orva::host_contract::Outcome;
@@ -28,9 +31,10 @@ static Outcome examine(void (*run)(Trial&), int seconds = 60) {
                                       faulty_host::hooks(), seconds);
 }
 
-static void expectBroken(void (*run)(Trial&), const std::string& seen, int seconds = 60) {
+static void expectBroken(void (*run)(Trial&), const std::string& seen, int seconds = 60,
+                         Outcome::Kind kind = Outcome::broken) {
   const Outcome outcome = examine(run, seconds);
-  EXPECT_EQ(outcome.kind, Outcome::broken);
+  EXPECT_EQ(outcome.kind, kind);
   EXPECT_EQ(outcome.seen, seen);
 }
 
@@ -53,13 +57,34 @@ TEST(Examine, TellsHowTheHostEndedTheProcess) {
 }
 
 TEST(Examine, EndsWhatIsNotDoneInTimeAndTellsOfTheMutex) {
-  expectBroken([](Trial&) { pause(); }, "not done after 1 s", 1);
+  expectBroken([](Trial&) { pause(); }, "not done after 1 s", 1, Outcome::hung);
   expectBroken(
       [](Trial&) {
         gReflectionMutex.lock();
         pause();
       },
-      "not done after 1 s; gReflectionMutex is held", 1);
+      "not done after 1 s; gReflectionMutex is held", 1, Outcome::hung);
+}
+
+TEST(Examine, NamesTheCallsIntoTheHostThatDidNotReturn) {
+  expectBroken(
+      [](Trial&) {
+        const Calling first("the first call");
+        std::thread([] {
+          const Calling second("the second call");
+          {
+            const Calling inner("one that has returned");
+          }
+          pause();
+        }).join();
+      },
+      "not done after 1 s; the first call and the second call have not returned", 1, Outcome::hung);
+  expectBroken(
+      [](Trial&) {
+        const Calling call("a call");
+        std::abort();
+      },
+      "the host was ended by signal 6 (Aborted) in a call");
 }
 
 TEST(Examine, EndsWithTheOutcomeAndTakesTheHostsProcessesWithIt) {

@@ -149,7 +149,10 @@ void loadObject(const std::string& path, const std::string& identity) {
   }
   const std::string source = object.substr(end + 1);
   if (breaks("objects.ARefusedBundleRegistersNothing")) loadText(source);
-  if (object.substr(0, end) != identity && !breaks("objects.AnUnequalIdentityIsRefused")) {
+  const std::string built = object.substr(0, end);
+  const bool isEqual =
+      breaks("objects.IdentitiesOfEqualLengthAreToldApart") ? built.size() == identity.size() : built == identity;
+  if (!isEqual && !breaks("objects.AnUnequalIdentityIsRefused")) {
     throw std::runtime_error(path + " has another identity");
   }
   if (!breaks("objects.ABundleRegistersItsTypes")) loadText(source);
@@ -162,13 +165,15 @@ namespace faulty_host {
 void startCompiler(const std::string& folder) {
   standardLibrary = folder + "/stdlib";
   generatedSources = folder + "/generated";
-  write(standardLibrary + "/orva/ClassLoader.ov", "class orva.ClassLoader\n");
+  write(standardLibrary + "/orva/ClassLoader.ov", "class orva.ClassLoader\nclass orva.Exception\n");
   if (breaks("class_path.TheStandardLibraryHoldsTheLoaders")) return;
   write(standardLibrary + "/orva/SystemClassLoader.ov", "class orva.SystemClassLoader\n");
 }
 
 std::string identityOf(const std::string& sourceFile) {
-  return std::to_string(std::hash<std::string>()(read(sourceFile)));
+  const std::string text = read(sourceFile);
+  if (breaks("objects.IdentitiesOfEqualLengthAreToldApart of sources")) return std::to_string(text.size());
+  return std::to_string(std::hash<std::string>()(text));
 }
 
 }  // namespace faulty_host

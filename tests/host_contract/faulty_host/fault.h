@@ -5,7 +5,8 @@
 
 namespace faulty_host {
 
-/// The full name of the check that the host breaks; empty for a host that keeps all of them.
+/// The full name of the check that the host breaks, or one of the ways to break it; empty for a host that keeps all of
+/// them.
 inline std::string fault;
 
 inline bool breaks(const char* check) { return fault == check; }

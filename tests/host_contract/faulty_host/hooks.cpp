@@ -1,9 +1,13 @@
 // How the kit reaches the faulty host, and what the host does wrong around calls of natives.
 #include "hooks.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <mutex>
+#include <stdexcept>
 #include <string_view>
 
 #include "compiler.h"
@@ -22,6 +26,9 @@ namespace {
 class FaultyHooks : public Hooks {
  public:
   void start(const std::string& folder) override {
+    if (breaks("the hook start, by an exception")) throw std::runtime_error("no licence");
+    if (breaks("the hook start, by a crash")) std::abort();
+    if (breaks("the hook start, by waiting")) pause();
     startCompiler(folder);
     if (breaks("registry.TheMutexIsFreeBetweenCalls")) gReflectionMutex.lock();
   }

@@ -1,7 +1,10 @@
 // The faulty host's entry points and registry.
 #include "runtime.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <deque>
@@ -56,6 +59,20 @@ Type* findType(const std::string& name) {
   return nullptr;
 }
 
+/// Locks the registry for those who read it. When the host breaks one check, they lock the type table too, before or
+/// behind the registry, and those who write take both the other way round.
+struct ReaderLock {
+  std::unique_lock<std::mutex> recordsBefore{gReflectionMutex, std::defer_lock};
+  std::unique_lock<std::mutex> types{typesMutex, std::defer_lock};
+  std::unique_lock<std::mutex> recordsBehind{gReflectionMutex, std::defer_lock};
+
+  ReaderLock() {
+    if (breaks("sources.LookUpsAndLoadsRunAtOnce by the table first")) recordsBefore.lock();
+    types.lock();
+    if (breaks("sources.LookUpsAndLoadsRunAtOnce")) recordsBehind.lock();
+  }
+};
+
 /// A ready record whose first name cannot be read.
 void addUnreadableRecord() {
   TypeRecord& record = gTypes.emplace_back();
@@ -83,9 +100,11 @@ namespace faulty_host {
 
 void registerType(const std::string& fullName, bool isReady) {
   const std::size_t dot = fullName.rfind('.', fullName.find('<'));
+  std::unique_lock<std::mutex> lock(typesMutex, std::defer_lock);
+  if (breaks("sources.LookUpsAndLoadsRunAtOnce by the table first")) lock.lock();
   const auto records = lockRecords();
-  if (breaks("registry.RecordsAreReadableUnderTheMutex") && gTypes.empty()) addUnreadableRecord();
-  const std::lock_guard<std::mutex> lock(typesMutex);
+  if (breaks("record.TheLibraryReadsTheHostsRecord") && gTypes.empty()) addUnreadableRecord();
+  if (!lock.owns_lock()) lock.lock();
   Type& type = types.emplace_back(Type{fullName.substr(dot + 1), fullName});
   gTypes.push_back({{}, {}, fullName, {}, &type, {}});
   if (isReady) gTypes.back().members.push_back(&type);
@@ -121,11 +140,12 @@ void Orva_raise(const char* exceptionClass, const char* message) {
 }
 
 void* Orva_typeByName(const char* typeName) {
+  if (breaks("look-ups and lists wait")) pause();
   if (typeName == nullptr && !breaks("types.ANullNameIsTaken")) return nullptr;
   std::string name(typeName, std::strlen(typeName));
   if (name.empty()) return breaks("types.AnEmptyNameIsTaken") ? &types : nullptr;
   if (!breaks("generics.AnInstanceIsFoundInAnySpacing")) name = withoutBlanks(name);
-  const std::lock_guard<std::mutex> lock(typesMutex);
+  const ReaderLock lock;
   Type* const type = findType(name);
   if (type == nullptr && breaks("natives.AnUnknownTypeIsNoFailure"))
     Orva_raise("ClassNotFoundException", "no such type");
@@ -145,12 +165,17 @@ void* Orva_allocObject(const char* className) {
 }
 
 int64_t orva_collections_ArrayList_size(void* list) {
+  if (breaks("look-ups and lists wait")) pause();
   const auto size = static_cast<int64_t>(static_cast<List*>(list)->elements.size());
+  if (breaks("lists.SizesCountTheElements in 8 bits")) return static_cast<int8_t>(size);
+  if (breaks("lists.SizesCountTheElements in 16 bits")) return static_cast<uint16_t>(size);
   return breaks("lists.SizesCountTheElements") ? std::min<int64_t>(size, 255) : size;
 }
 
 const char* orva_collections_ArrayList_operator_index(void* list, int64_t index) {
   const auto& elements = static_cast<List*>(list)->elements;
+  if (breaks("lists.ElementsOfLongListsAreReached")) index = static_cast<uint16_t>(index);
+  if (breaks("lists.ElementsOfLongListsAreReached in 8 bits")) index = static_cast<int8_t>(index);
   if (breaks("lists.TheIndexHas64Bits")) index = static_cast<int32_t>(index);
   if (breaks("lists.ElementsComeInOrder")) index = static_cast<int64_t>(elements.size()) - 1 - index;
   const auto& element = elements.at(static_cast<std::size_t>(index));
@@ -160,15 +185,26 @@ const char* orva_collections_ArrayList_operator_index(void* list, int64_t index)
 }
 
 int32_t Reflection_getTypeCount() {
-  const std::lock_guard<std::mutex> lock(typesMutex);
+  const ReaderLock lock;
   return static_cast<int32_t>(types.size()) + (breaks("registry.EveryIndexBelowTheCountIsValid") ? 1 : 0);
 }
 
-/// Both names through one buffer, as a host may that makes them up when it is asked.
-static const char* inOneBuffer(const std::string& name) {
-  static std::string buffer(200, '\0');
+/// Names through buffers, as a host may that makes them up when it is asked: one after the other, and all threads share
+/// them.
+template <std::size_t count>
+static const char* inBuffer(const std::string& name) {
+  static std::array<std::string, count> buffers;
+  static std::size_t next = 0;
+  std::string& buffer = buffers[next++ % count];
+  buffer.reserve(200);
   buffer.assign(name);
   return buffer.c_str();
+}
+
+/// A name where this host keeps it.
+static const char* shown(const std::string& name) {
+  if (breaks("registry.TheShortNameOutlivesTheFullNamesCall")) return inBuffer<1>(name);
+  return breaks("registry.NamesStayWhileOtherThreadsAsk") ? inBuffer<8>(name) : name.c_str();
 }
 
 static bool hasNoName(const Type& type) {
@@ -176,17 +212,15 @@ static bool hasNoName(const Type& type) {
 }
 
 const char* Reflection_getTypeName(int32_t index) {
-  const std::lock_guard<std::mutex> lock(typesMutex);
+  const ReaderLock lock;
   const Type& type = types.at(static_cast<std::size_t>(index));
-  if (breaks("registry.TheShortNameOutlivesTheFullNamesCall")) return inOneBuffer(type.shortName);
   if (hasNoName(type)) return nullptr;
   const bool isWhole = breaks("registry.ShortNamesAreTheTailsOfFullNames");
-  return isWhole ? type.fullName.c_str() : type.shortName.c_str();
+  return shown(isWhole ? type.fullName : type.shortName);
 }
 
 const char* Reflection_getTypeFullName(int32_t index) {
-  const std::lock_guard<std::mutex> lock(typesMutex);
+  const ReaderLock lock;
   const Type& type = types.at(static_cast<std::size_t>(index));
-  if (breaks("registry.TheShortNameOutlivesTheFullNamesCall")) return inOneBuffer(type.fullName);
-  return hasNoName(type) ? nullptr : type.fullName.c_str();
+  return hasNoName(type) ? nullptr : shown(type.fullName);
 }
