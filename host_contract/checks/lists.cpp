@@ -17,7 +17,8 @@ static std::string elementOf(void* list, int64_t index) {
 }
 
 static void sizesCountTheElements(Trial& trial) {
-  for (const int64_t size : {0, 1, 3, 1000}) {
+  // The last ones are other numbers in 8 and in 16 bits, with a sign and without.
+  for (const int64_t size : {0, 1, 3, 200, 1000, 40'000, 70'000}) {
     void* const list = trial.hooks.newStringList(std::vector<const char*>(static_cast<std::size_t>(size), "element"));
     expect(list != nullptr, "the hook newStringList gave null");
     const int64_t counted = orva_collections_ArrayList_size(list);
@@ -29,6 +30,28 @@ static void elementsComeInOrder(Trial& trial) {
   void* const list = trial.hooks.newStringList({"first", "second", "third"});
   const std::string seen = elementOf(list, 0) + ", " + elementOf(list, 1) + ", " + elementOf(list, 2);
   expect(seen == "'first', 'second', 'third'", "the elements are " + seen);
+}
+
+/// What an element of a long list is, where all that may come of a wrong index is told as what it is.
+static std::string elementOfLongList(void* list, int64_t index) {
+  try {
+    return elementOf(list, index);
+  } catch (const std::exception& failure) {
+    return std::string("an exception, ") + failure.what();
+  }
+}
+
+static void elementsOfLongListsAreReached(Trial& trial) {
+  std::vector<std::string> texts;
+  for (int element = 0; element < 70'000; ++element) texts.push_back(std::to_string(element));
+  std::vector<const char*> elements;
+  for (const std::string& text : texts) elements.push_back(text.c_str());
+  void* const list = trial.hooks.newStringList(elements);
+  for (const int64_t index : {127, 128, 255, 256, 32'767, 32'768, 65'535, 65'536, 69'999}) {
+    const std::string seen = elementOfLongList(list, index);
+    expect(seen == "'" + std::to_string(index) + "'",
+           "element " + std::to_string(index) + " of a list of 70000 elements, each its own index, is " + seen);
+  }
 }
 
 static void nullElementsComeAsNull(Trial& trial) {
@@ -71,6 +94,10 @@ std::vector<Check> listChecks() {
       room.required("ElementsComeInOrder", elementsComeInOrder,
                     "Element i of the identities belongs to object i; objects would be refused, or sources compiled in "
                     "another order than the program gave."),
+      room.required(
+          "ElementsOfLongListsAreReached", elementsOfLongListsAreReached,
+          "The library passes indexes in 64 bits; a host that cuts them to 8 or 16 would give other files than the "
+          "program named, or crash."),
       room.required(
           "NullElementsComeAsNull", nullElementsComeAsNull,
           "A program's null in a list would be taken for a file, in place of the exception that names the list."),

@@ -37,6 +37,35 @@ static void anUnequalIdentityIsRefused(Trial& trial) {
                 [&] { loadObject(built.object, "the identity of another source"); });
 }
 
+/// The identity of a source that is as long as the one that was built, and declares another class.
+static std::string identityOfEqualSource(Trial& trial) {
+  return trial.hooks.sourceIdentity(writeClass(trial, trial.folder / "root", "Grape"));
+}
+
+/// Another identity of the same length: one byte is another of its kind.
+static std::string altered(std::string identity, std::size_t at) {
+  char& byte = identity[at];
+  if (byte >= '0' && byte <= '9') {
+    byte = byte == '9' ? '0' : static_cast<char>(byte + 1);
+  } else {
+    byte = byte == 'a' ? 'b' : 'a';
+  }
+  return identity;
+}
+
+static void identitiesOfEqualLengthAreToldApart(Trial& trial) {
+  const Built built = build(trial);
+  const std::string equal = identityOfEqualSource(trial);
+  expect(equal != built.identity, "two sources of equal length, with other classes, have the identity '" + equal + "'");
+  expectFailure("loading an object with the identity of another source of equal length",
+                [&] { loadObject(built.object, equal); });
+  const std::size_t last = built.identity.size() - 1;
+  for (const std::size_t at : {std::size_t{0}, last / 2, last}) {
+    expectFailure("loading an object whose identity differs in byte " + std::to_string(at) + " alone",
+                  [&] { loadObject(built.object, altered(built.identity, at)); });
+  }
+}
+
 static void aRefusedBundleRegistersNothing(Trial& trial) {
   const Built built = build(trial);
   try {
@@ -64,8 +93,12 @@ std::vector<Check> objectChecks() {
   return {
       room.required("ABundleRegistersItsTypes", aBundleRegistersItsTypes,
                     "The library looks for the plugin's type once its bundle is loaded; every plugin would fail."),
-      room.advised("AnUnequalIdentityIsRefused", anUnequalIdentityIsRefused,
-                   "A program would run an object that was built from another source than it named."),
+      room.required("AnUnequalIdentityIsRefused", anUnequalIdentityIsRefused,
+                    "A program would run an object that was built from another source than it named."),
+      room.required(
+          "IdentitiesOfEqualLengthAreToldApart", identitiesOfEqualLengthAreToldApart,
+          "Most identities of a host have one length; a program would run an object that was built from another "
+          "source than it named."),
       room.advised("ARefusedBundleRegistersNothing", aRefusedBundleRegistersNothing,
                    "The plugin's type would count as loaded, and could not be loaded any more."),
       room.required("AMissingObjectThrowsAStandardException", aMissingObjectThrowsAStandardException,

@@ -64,6 +64,46 @@ static void shortNamesAreTheTailsOfFullNames(Trial& trial) {
   }
 }
 
+/// The names of one entry, where the host keeps them, and what they were.
+struct Kept {
+  const char* shortName;
+  const char* fullName;
+  std::string shortText;
+  std::string fullText;
+};
+
+static Kept namesOf(int32_t index) {
+  Kept names{Reflection_getTypeName(index), Reflection_getTypeFullName(index), {}, {}};
+  names.shortText = textOf(names.shortName);
+  names.fullText = textOf(names.fullName);
+  return names;
+}
+
+/// Asks for names until so many questions would have gone once around any ring of buffers.
+/// @return which text one of the kept names became; nothing when both stayed.
+static std::optional<std::string> spoiledByQuestions(const Kept& kept, int32_t count) {
+  for (int32_t question = 0; question < 1000 + count; ++question) {
+    namesOf(question % count);
+    if (textOf(kept.shortName) != kept.shortText) return textOf(kept.shortName);
+    if (textOf(kept.fullName) != kept.fullText) return textOf(kept.fullName);
+  }
+  return std::nullopt;
+}
+
+static void namesStayWhileOtherThreadsAsk(Trial& trial) {
+  const int32_t count = registeredTypes(trial);
+  if (count < 2) throw NotRun{"this host registers fewer than two types before a program runs"};
+  const Kept kept = namesOf(0);
+  auto spoiled = std::async(std::launch::async, [&] {
+    trial.hooks.attachThread();
+    return spoiledByQuestions(kept, count);
+  });
+  const std::optional<std::string> text = spoiled.get();
+  if (text) {
+    throw Broken{"a name of '" + kept.fullText + "' became '" + *text + "' while another thread asked for names"};
+  }
+}
+
 static void theMutexIsFreeBetweenCalls(Trial& trial) {
   expectFreeMutex("before any call");
   registeredTypes(trial);
@@ -89,6 +129,9 @@ std::vector<Check> registryChecks() {
       room.required(
           "TheShortNameOutlivesTheFullNamesCall", theShortNameOutlivesTheFullNamesCall,
           "The library reads both names after it has asked for both; short names would be compared with other texts."),
+      room.required("NamesStayWhileOtherThreadsAsk", namesStayWhileOtherThreadsAsk,
+                    "The library reads both names of an entry in place, without a lock; while programs on other "
+                    "threads look types up, it would compare and return other texts."),
       room.advised("ShortNamesAreTheTailsOfFullNames", shortNamesAreTheTailsOfFullNames,
                    "A name without a package would stand for two types, and look-ups of it would be ambiguous."),
       room.required("TheMutexIsFreeBetweenCalls", theMutexIsFreeBetweenCalls,

@@ -142,6 +142,87 @@ static void parallelLoadsOfOneSourceEndWell(Trial& trial) {
   expectLoaded("Apple");
 }
 
+using Clock = std::chrono::steady_clock;
+
+/// Calls the host on a thread of its own. What it throws is another check's concern.
+class Caller {
+ public:
+  Caller(Trial& trial, std::function<void()> call)
+      : thread_([this, &trial, call = std::move(call)] {
+          trial.hooks.attachThread();
+          hasBegun_ = true;
+          try {
+            call();
+          } catch (...) {
+          }
+        }) {}
+  ~Caller() { thread_.join(); }
+  Caller(const Caller&) = delete;
+  Caller& operator=(const Caller&) = delete;
+
+  bool hasBegun() const { return hasBegun_; }
+
+ private:
+  std::atomic<bool> hasBegun_{false};
+  std::thread thread_;
+};
+
+/// A load and look-ups of each kind, made to meet: while the kit holds the mutex, each goes on until it needs it. Those
+/// that have taken another lock before then wait for the one that is given the mutex first, and it for them.
+class Meeting {
+ public:
+  explicit Meeting(Trial& trial) : trial_(trial), root_(addRoot(trial, "root")), name_(nameOfEntry(0)) {
+    const auto begin = Clock::now();
+    load(writeClass(trial_, root_, "Apple"));
+    timeOfALoad_ = std::min<Clock::duration>(2 * (Clock::now() - begin), std::chrono::milliseconds(200));
+  }
+
+  /// @param loadFirst whether the load asks for the mutex ahead of the look-ups.
+  /// @return whether all had begun before the mutex was given.
+  bool hold(bool loadFirst) {
+    const std::string file = writeClass(trial_, root_, "Apple" + std::to_string(++count_));
+    std::deque<Caller> callers;
+    bool haveBegun = false;
+    if (const auto lock = lockMutexForSomeTime(); lock.owns_lock()) {
+      if (loadFirst) beginLoad(callers, file);
+      beginLookUps(callers);
+      if (!loadFirst) beginLoad(callers, file);
+      haveBegun = std::all_of(callers.begin(), callers.end(), [](const Caller& caller) { return caller.hasBegun(); });
+    }
+    return haveBegun;
+  }
+
+ private:
+  void beginLoad(std::deque<Caller>& callers, const std::string& file) {
+    callers.emplace_back(trial_, [file] { load(file); });
+    std::this_thread::sleep_for(timeOfALoad_ + std::chrono::milliseconds(1));
+  }
+
+  void beginLookUps(std::deque<Caller>& callers) {
+    callers.emplace_back(trial_, [] { nameOfEntry(Reflection_getTypeCount() - 1); });
+    callers.emplace_back(trial_, [this] { Orva_typeByName(name_.c_str()); });
+    callers.emplace_back(trial_, [this] { orva_ClassLoader_getTypeByName(name_.c_str()); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+
+  Trial& trial_;
+  const std::filesystem::path root_;
+  const std::string name_;
+  Clock::duration timeOfALoad_{};
+  int count_ = 0;
+};
+
+static void lookUpsAndLoadsRunAtOnce(Trial& trial) {
+  constexpr int enough = 32;
+  const auto end = Clock::now() + std::chrono::milliseconds(500 * std::min(20, trial.seconds));
+  loadStandardTypes(trial);
+  Meeting meeting(trial);
+  // On a loaded machine, some threads begin too late.
+  for (int overlapped = 0; overlapped < enough && Clock::now() < end;) {
+    if (meeting.hold(overlapped % 2 == 0)) ++overlapped;
+  }
+}
+
 std::vector<Check> sourceChecks() {
   const Room room{"sources", Needs::sources};
   return {
@@ -173,6 +254,10 @@ std::vector<Check> sourceChecks() {
           "chance."),
       room.required("TheTableChangesUnderTheMutex", theTableChangesUnderTheMutex,
                     "A generic look-up on another thread would walk a table that moves, and crash by chance."),
+      room.required("LookUpsAndLoadsRunAtOnce", lookUpsAndLoadsRunAtOnce,
+                    "Programs look types up on some threads and load them on others; where look-ups and loads take the "
+                    "registry's "
+                    "lock and gReflectionMutex in opposite orders, both would wait for ever."),
       room.advised(
           "ParallelLoadsOfOneSourceEndWell", parallelLoadsOfOneSourceEndWell,
           "No lock is held between a look-up and its load, so that threads load one source at once; one of them "

@@ -24,7 +24,7 @@ run 0 --help
 [[ $printed == Usage:* ]] || fail "--help prints no usage"
 
 run 0 --list lists
-[ "$(grep -c '^lists\.' <<<"$printed")" -eq 5 ] || fail "--list lists does not print five checks"
+[ "$(grep -c '^lists\.' <<<"$printed")" -eq 6 ] || fail "--list lists does not print six checks"
 grep -q '^    .*\.$' <<<"$printed" || fail "--list does not say what breaks"
 
 run 0 lists.ElementsComeInOrder
@@ -42,7 +42,7 @@ grep -qx 'not run: this host compiles nothing: its hooks write no source' <<<"$p
 run 2 absent
 [ "$errors" = "No check matches 'absent'; --list prints them all" ] || fail "a wrong pattern"
 run 2 --here lists
-[ "$errors" = "--here runs one check, and 5 are asked for" ] || fail "--here with a room"
+[ "$errors" = "--here runs one check, and 6 are asked for" ] || fail "--here with a room"
 for seconds in 0 3601 x 5x ''; do
   run 2 --seconds "$seconds"
   [ "$errors" = "--seconds takes a number from 1 to 3600, not '$seconds'" ] || fail "--seconds $seconds"

@@ -37,15 +37,18 @@ static const std::map<std::string, Names> brokenWith = {
     {"types.AnUnknownNameGivesNull",
      {"types.AnUnknownClassIsNotAllocated", "natives.AnUnknownTypeIsNoFailure", "natives.OddNamesAreTaken"}},
     {"class_path.AMissingClassHasNoSource", {"natives.AnUnknownTypeIsNoFailure"}},
+    {"lists.ElementsComeInOrder", {"lists.ElementsOfLongListsAreReached"}},
+    {"registry.TheShortNameOutlivesTheFullNamesCall", {"registry.NamesStayWhileOtherThreadsAsk"}},
     {"packages.DottedNamesAreAccepted", {"packages.EverySourceOfAPackageIsLoaded"}},
     {"types.OneNameGivesOneObject", {"generics.AnInstanceIsFoundInAnySpacing"}},
     // Every look-up goes through all entries.
     {"registry.EveryIndexBelowTheCountIsValid",
      {"registry.EveryEntryHasAName", "registry.TheShortNameOutlivesTheFullNamesCall",
-      "registry.ShortNamesAreTheTailsOfFullNames", "registry.EveryRegisteredTypeHasAReadyRecord",
-      "types.EveryRegisteredNameIsFound", "natives.AnUnknownTypeIsNoFailure",
-      "class_path.AClassUnderAnAddedRootIsFound", "class_path.CachesAreDroppedWithTheClassPath",
-      "sources.APluginIsHandedBack", "sources.AFailingLoadRegistersNothing", "precompiling.NothingIsRegistered",
+      "registry.ShortNamesAreTheTailsOfFullNames", "registry.NamesStayWhileOtherThreadsAsk",
+      "registry.EveryRegisteredTypeHasAReadyRecord", "types.EveryRegisteredNameIsFound",
+      "natives.AnUnknownTypeIsNoFailure", "class_path.AClassUnderAnAddedRootIsFound",
+      "class_path.CachesAreDroppedWithTheClassPath", "sources.APluginIsHandedBack",
+      "sources.AFailingLoadRegistersNothing", "precompiling.NothingIsRegistered",
       "objects.ARefusedBundleRegistersNothing"}},
     {"record.TheLibraryReadsTheHostsRecord",
      {"registry.EveryRegisteredTypeHasAReadyRecord", "generics.AnInstanceIsFoundInAnySpacing",
@@ -68,9 +71,20 @@ static const std::map<std::string, Names> brokenWith = {
     // Objects are built by precompiling.
     {"precompiling.NoListenerIsNeeded",
      {"precompiling.NothingIsRegistered", "objects.ABundleRegistersItsTypes", "objects.AnUnequalIdentityIsRefused",
-      "objects.ARefusedBundleRegistersNothing", "objects.ADamagedObjectThrowsAStandardException"}},
+      "objects.IdentitiesOfEqualLengthAreToldApart", "objects.ARefusedBundleRegistersNothing",
+      "objects.ADamagedObjectThrowsAStandardException"}},
     {"precompiling.NothingIsRegistered", {"objects.ARefusedBundleRegistersNothing"}},
-    {"objects.AnUnequalIdentityIsRefused", {"objects.ARefusedBundleRegistersNothing"}},
+    {"objects.AnUnequalIdentityIsRefused",
+     {"objects.ARefusedBundleRegistersNothing", "objects.IdentitiesOfEqualLengthAreToldApart"}},
+    // Cut to fewer bits, an index is cut to 32 bits as well.
+    {"lists.ElementsOfLongListsAreReached", {"lists.TheIndexHas64Bits"}},
+    // Other ways to break a check.
+    {"lists.SizesCountTheElements in 8 bits", {"lists.SizesCountTheElements"}},
+    {"lists.SizesCountTheElements in 16 bits", {"lists.SizesCountTheElements"}},
+    {"lists.ElementsOfLongListsAreReached in 8 bits",
+     {"lists.ElementsOfLongListsAreReached", "lists.TheIndexHas64Bits"}},
+    {"sources.LookUpsAndLoadsRunAtOnce by the table first", {"sources.LookUpsAndLoadsRunAtOnce"}},
+    {"objects.IdentitiesOfEqualLengthAreToldApart of sources", {"objects.IdentitiesOfEqualLengthAreToldApart"}},
 };
 
 static std::vector<Outcome> outcomes(const std::vector<Check>& checks) {

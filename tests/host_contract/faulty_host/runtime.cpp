@@ -175,7 +175,7 @@ int64_t orva_collections_ArrayList_size(void* list) {
 const char* orva_collections_ArrayList_operator_index(void* list, int64_t index) {
   const auto& elements = static_cast<List*>(list)->elements;
   if (breaks("lists.ElementsOfLongListsAreReached")) index = static_cast<uint16_t>(index);
-  if (breaks("lists.ElementsOfLongListsAreReached in 8 bits")) index = static_cast<int8_t>(index);
+  if (breaks("lists.ElementsOfLongListsAreReached in 8 bits")) index = static_cast<uint8_t>(index);
   if (breaks("lists.TheIndexHas64Bits")) index = static_cast<int32_t>(index);
   if (breaks("lists.ElementsComeInOrder")) index = static_cast<int64_t>(elements.size()) - 1 - index;
   const auto& element = elements.at(static_cast<std::size_t>(index));
