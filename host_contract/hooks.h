@@ -23,7 +23,7 @@ constexpr RecordLayout libraryRecord{ORVA_RECORD_SIZE,  ORVA_RECORD_ALIGNMENT, O
 constexpr RecordLayout hostRecord = recordLayout<TypeRecord, decltype(gTypes)>();
 
 static_assert(hostRecord == libraryRecord,
-              "the library was built with another TypeRecord than this host has: build the library with "
+              "the library was built with another TypeRecord or gTypes than this host has: build the library with "
               "-DORVA_RUNTIME_API_DIR=DIR, where DIR/runtime_api/reflection.h is the host's");
 
 /// A language exception as a program sees it.

@@ -100,7 +100,7 @@ std::vector<Check> classPathChecks() {
                     "Packages are searched below the listed roots; those of the new root would not be found."),
       room.advised("LaterRootsComeLater", laterRootsComeLater,
                    "The first root that holds a package wins; a new root would hide what programs use already."),
-      room.advised(
+      room.required(
           "ARefusedRootChangesNothing", aRefusedRootChangesNothing,
           "addSourceRoot answers 0 and keeps what was remembered of the class path; the root would be searched "
           "all the same, or an older one be gone."),

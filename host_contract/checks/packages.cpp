@@ -36,8 +36,8 @@ std::vector<Check> packageChecks() {
   return {
       room.required("TheEmptyNameIsRefused", theEmptyNameIsRefused,
                     "The empty name stands for the root itself; all of its sources would be loaded as a package."),
-      room.advised("DottedNamesAreAccepted", dottedNamesAreAccepted,
-                   "Loading such a package would raise an exception that calls its name wrong."),
+      room.required("DottedNamesAreAccepted", dottedNamesAreAccepted,
+                    "Loading such a package would raise an exception that calls its name wrong."),
       room.advised(
           "NamesThatLeaveTheRootAreRefused", namesThatLeaveTheRootAreRefused,
           "Each segment becomes a folder below a root; a name with empty segments or slashes would reach folders "
