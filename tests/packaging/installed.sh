@@ -62,6 +62,13 @@ for compiler in gcc clang; do
     -xc /dev/null || fail "natives.h does not compile as C11 with $compiler"
 done
 
+# As an older CMake would call itself.
+echo 'set(CMAKE_VERSION 3.23.5)' >"$work/older.cmake"
+! build "$work/consumer" "$work/older" -DCMAKE_PROJECT_INCLUDE="$work/older.cmake" ||
+  fail "a CMake without link features is accepted"
+grep -q 'OrvaClassLoader needs CMake 3.24 or newer; this is 3.23.5' "$work/older.log" ||
+  fail "the older CMake is not named: $(cat "$work/older.log")"
+
 ! build "$work/consumer" "$work/other-version" -DORVA_VERSION=0.0 || fail "another minor version is taken for this one"
 
 sed -i '/^void\* Orva_allocObject(/d' "$work/consumer/plain_host.h"
