@@ -13,7 +13,7 @@ mkdir -p "$libraries"
 options=(--preset release -DCMAKE_CXX_COMPILER="$compiler")
 [[ $compiler != g++ ]] || options+=(-DORVA_HOST_CONTRACT=ON)
 # As a compiler that asks its linker for no build ID of its own accord.
-[[ $compiler != clang++ ]] || options+=(-DCMAKE_SHARED_LINKER_FLAGS=-Wl,--build-id=none)
+[[ $compiler != clang++ ]] || options+=('-DCMAKE_SHARED_LINKER_FLAGS=-Wl,--build-id=none')
 build_library "$root" "$libraries/$compiler" "${options[@]}" || fail "$compiler does not build the library"
 [[ -f $(archive "$compiler") && -f $(shared_library "$compiler") ]] || fail "$compiler: a library is missing"
 
