@@ -13,6 +13,7 @@
 #include "reference_host/program/report.h"
 #include "reference_host/program/run.h"
 #include "reference_host/program/signals.h"
+#include "reference_host/runtime/call_stack.h"
 #include "reference_host/runtime/values.h"
 
 /// Opens what the process was started without, so that no file of the host's takes the place of its output. Each is
@@ -21,6 +22,15 @@ static void reserveStandardStreams() {
   for (int stream = 0; stream <= 2; ++stream) {
     if (fcntl(stream, F_GETFD) == -1) open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
   }
+}
+
+/// Tells whether the stack has room for the start of the host, and says so where it has not.
+static bool hasStack() {
+  constexpr std::size_t least = std::size_t{24} * 1024;
+  if (orva::runtime::remainingStack() >= least) return true;
+  // Formatting would take 8 KiB.
+  std::fputs("orva-host: the stack is too short: fewer than 24 KiB of it are left (ulimit -s)\n", stderr);
+  return false;
 }
 
 /// Runs the program and tells its exit status.
@@ -56,6 +66,7 @@ static int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   reserveStandardStreams();
+  if (!hasStack()) return 1;
   orva::program::cleanUpOnSignals();
   orva::program::reportFatalErrors(argc, argv);
   orva::compiler::watchMemory();

@@ -2,19 +2,23 @@
 #include "reference_host/runtime/call_stack.h"
 
 #include <pthread.h>
+#include <sys/auxv.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace orva::runtime {
 
 namespace {
 
-constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
+constexpr std::size_t kibibyte = 1024;
+constexpr std::size_t mebibyte = 1024 * kibibyte;
 
 constexpr std::size_t keptAtEachEnd = mostPlacesInTrace / 2;
 
@@ -28,25 +32,44 @@ struct CallStack {
 
 thread_local CallStack calls;
 
+/// Where the address space is limited, a thread begins with no shorter stack.
+constexpr std::size_t leastStack = 128 * kibibyte;
+
 struct Bounds {
   const char* lowest;
   std::size_t size;
 };
 
-Bounds stackBounds() {
+/// The stack of the first thread, which the system lets grow down to its limit. It ends behind the name of the program.
+Bounds firstStack() {
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const std::uintptr_t name = getauxval(AT_EXECFN);
+  const std::uintptr_t end = (name + std::strlen(reinterpret_cast<const char*>(name)) + page) / page * page;
+  rlimit limit{};
+  getrlimit(RLIMIT_STACK, &limit);
+  const std::size_t size = std::min<rlim_t>(limit.rlim_cur, end) / page * page;
+  return {reinterpret_cast<const char*>(end - size), size};
+}
+
+Bounds wholeStack() {
   pthread_attr_t attributes;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) {
+    // The C library needs /proc to tell the bounds of the first thread's stack, and memory to tell those of any.
+    if (gettid() == getpid()) return firstStack();
+    throw OutOfMemory("stack", leastStack, "bytes");
+  }
   void* lowest = nullptr;
   std::size_t size = 0;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) {
-    // Without /proc, nothing is known of the first thread's stack but that it is small at worst.
-    size = mebibyte / 8;
-    return {static_cast<const char*>(__builtin_frame_address(0)) - size, size};
-  }
   pthread_attr_getstack(&attributes, &lowest, &size);
   pthread_attr_destroy(&attributes);
-  // A stack without limit has one here, so that recursion without end ends.
-  const std::size_t used = std::min(size, 64 * mebibyte);
-  return {static_cast<const char*>(lowest) + (size - used), used};
+  return {static_cast<const char*>(lowest), size};
+}
+
+/// What is used of the stack: one without limit has one here, so that recursion without end ends.
+Bounds stackBounds() {
+  const Bounds whole = wholeStack();
+  const std::size_t used = std::min(whole.size, 64 * mebibyte);
+  return {whole.lowest + (whole.size - used), used};
 }
 
 bool hasAddresses(std::size_t size) {
@@ -63,7 +86,7 @@ __attribute__((no_sanitize("address"))) Bounds withRoom(Bounds stack) {
   const char* const end = stack.lowest + stack.size;
   while (!hasAddresses(2 * stack.size)) {
     stack.size /= 2;
-    if (stack.size < mebibyte / 8) throw OutOfMemory("stack", mebibyte / 8, "bytes");
+    if (stack.size < leastStack) throw OutOfMemory("stack", leastStack, "bytes");
   }
   stack.lowest = end - stack.size;
   *const_cast<volatile char*>(stack.lowest + stack.size / 8) = 0;
@@ -74,7 +97,7 @@ __attribute__((no_sanitize("address"))) Bounds withRoom(Bounds stack) {
 const char* stackLimit() {
   if (calls.limit == nullptr) {
     const Bounds stack = withRoom(stackBounds());
-    calls.limit = stack.lowest + std::min(2 * mebibyte, stack.size / 4);
+    calls.limit = stack.lowest + std::clamp(stack.size / 4, 16 * kibibyte, 2 * mebibyte);
   }
   return calls.limit;
 }
