@@ -23,24 +23,33 @@ static void cleanUp(int signal) {
   _exit(128 + signal);
 }
 
-/// Handles a signal, once, unless it is ignored or handled already.
-static void handle(int signal, void (*handler)(int), int flags) {
-  struct sigaction action{};
-  if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
-  action.sa_handler = handler;
-  action.sa_flags = flags;
-  sigaction(signal, &action, nullptr);
+/// What the system does to a write that may not make a file longer, it does in the name of the process that writes.
+/// That write fails then. A handler, where programs that natives start would inherit an ignored signal.
+static void cleanUpUnlessOwn(int signal, siginfo_t* info, void* /*context*/) {
+  if (info->si_code == SI_USER && info->si_pid == getpid()) return;
+  std::signal(signal, SIG_DFL);
+  cleanUp(signal);
+}
+
+/// Takes an action for a signal, unless it is ignored or handled already.
+static void handle(int signal, const struct sigaction& action) {
+  struct sigaction before{};
+  if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) sigaction(signal, &action, nullptr);
 }
 
 void cleanUpOnSignals() {
-  constexpr int flags = static_cast<int>(SA_RESETHAND | SA_ONSTACK);
+  struct sigaction once{};
+  once.sa_handler = cleanUp;
+  once.sa_flags = static_cast<int>(SA_RESETHAND | SA_ONSTACK);
   for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM,
                            SIGPROF, SIGPOLL, SIGPWR, SIGSTKFLT}) {
-    handle(signal, cleanUp, flags);
+    handle(signal, once);
   }
-  for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) handle(signal, cleanUp, flags);
-  // A handler that does nothing, where programs that natives start would inherit an ignored signal.
-  handle(SIGXFSZ, [](int) {}, SA_RESTART);
+  for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) handle(signal, once);
+  struct sigaction always{};
+  always.sa_sigaction = cleanUpUnlessOwn;
+  always.sa_flags = SA_SIGINFO | SA_RESTART | SA_ONSTACK;
+  handle(SIGXFSZ, always);
 }
 
 }  // namespace orva::program

@@ -49,12 +49,17 @@ start() {  # COMMAND…
 # Ends `running` by a signal, and puts its status into `found`.
 end() {  # SIGNAL
   kill -s "$1" "$running"
+  for ((i = 0; i < 400; i++)); do
+    kill -s 0 "$running" || break
+    sleep 0.05
+  done 2>/dev/null
+  kill -s KILL "$running" 2>/dev/null
   wait "$running" 2>/dev/null
   found=$?
 }
 
 # Signals, each with the status that the process has when nobody handles it.
-for signal in HUP INT QUIT PIPE ALRM TERM USR1 USR2 XCPU VTALRM PROF IO PWR STKFLT RTMIN RTMIN+7 RTMAX; do
+for signal in HUP INT QUIT PIPE ALRM TERM USR1 USR2 XCPU XFSZ VTALRM PROF IO PWR STKFLT RTMIN RTMIN+7 RTMAX; do
   # A shell has its background commands ignore some.
   start env --default-signal
   end "$signal"
@@ -81,11 +86,13 @@ expect 'while the folder is made: status' 143 $?
 expect_no_files 'while the folder is made'
 
 # One that is ignored stays ignored, as under nohup.
-start env --default-signal --ignore-signal=HUP
-kill -s HUP "$running"
-end TERM
-expect 'ignored SIGHUP: status' 143 "$found"
-expect_no_files 'ignored SIGHUP'
+for signal in HUP XFSZ; do
+  start env --default-signal --ignore-signal=$signal
+  kill -s $signal "$running"
+  end TERM
+  expect "ignored SIG$signal: status" 143 "$found"
+  expect_no_files "ignored SIG$signal"
+done
 
 # Whoever reads the output goes away.
 "$host" run Printer.ov 2>errors | head -1 >/dev/null
