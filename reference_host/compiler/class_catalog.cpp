@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/language/parser.h"
+#include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace orva::compiler {
@@ -111,6 +113,7 @@ std::optional<ClassSummary> ClassCatalog::summarise(const std::string& fullName)
   if (const auto* type = runtime::findTypeByFullName(fullName)) return compiler::summarise(*type);
   const std::string& path = sourceOf(fullName);
   if (path.empty()) return std::nullopt;
+  const Work work(language::inQuotes(path) + " was read");
   try {
     const SourceFile file = language::parseSource(readSource(path));
     if (const auto* declared = file.find(fullName)) return summarise(*declared, file);

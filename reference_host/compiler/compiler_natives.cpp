@@ -1,13 +1,16 @@
 // The natives of the language class `Compiler`.
 #include <exception>
+#include <new>
 #include <string>
 
+#include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/runtime/values.h"
 #include "runtime_api/runtime.h"
 
-/// Runs a function from file name to text; raises "ValueException" for a null file and "IOException" when it throws.
+/// Runs a function from file name to text; raises "ValueException" for a null file, "Exception" when memory runs out,
+/// and "IOException" when it throws.
 template <typename Function>
 static const char* textOfFile(const char* file, Function function) {
   if (file == nullptr) {
@@ -16,6 +19,9 @@ static const char* textOfFile(const char* file, Function function) {
   }
   try {
     return orva::runtime::newText(function(std::string(file)));
+  } catch (const std::bad_alloc&) {
+    Orva_raise("Exception", orva::compiler::lackOfMemory());
+    return nullptr;
   } catch (const std::exception& failure) {
     Orva_raise("IOException", failure.what());
     return nullptr;

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/compiler/private_folder.h"
@@ -91,6 +92,7 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
                              "' is loaded from an object: its instances need its source on the class path");
   }
 
+  const Work work(inQuotes(generic->source) + " was read");
   const language::SourceText source = readSource(generic->source);
   declarationOf(*requested, language::parseSource(source), source.path);
   for (TypeName& argument : requested->arguments) {

@@ -155,13 +155,13 @@ void Loader::loadSource(const language::SourceText& source, Placement placement)
 }
 
 void Loader::loadInstance(const GenericInstance& instance) {
+  const Work work("class '" + instance.name + "' was compiled");
   const language::SourceText source = readSource(instance.genericSource);
   const language::SourceFile file = language::parseSource(source);
   const language::TypeName name = language::parseTypeName(instance.name);
   const language::ClassDeclaration& declared = declarationOf(name, file, source.path);
   Compiled compiled;
   std::vector<language::Diagnostic> diagnostics;
-  const Work work("class '" + instance.name + "' was compiled");
   compiled.classes.push_back(generateClass({source, file, declared, name.arguments}, ClassCatalog(classPath_, file),
                                            *compiled.context.getContext(), diagnostics));
   // The text is the same for all instances; which one has the fault must be said.
@@ -186,6 +186,7 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
                                                        const std::vector<std::string>& identities) {
   std::vector<CheckedObject> objects;
   for (std::size_t i = 0; i < paths.size(); ++i) {
+    const Work work(inQuotes(paths[i]) + " was loaded");
     ObjectFile object = readObject(paths[i]);
     checkObject(object, identities[i], engine_.target());
     for (const auto& [symbol, signature] : object.natives) {
@@ -202,6 +203,7 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
 
 /// Links an object on its own, and notes its types in the registration that is open.
 std::unique_ptr<CodeUnit> Loader::link(CheckedObject& object) {
+  const Work work(inQuotes(object.file.path) + " was loaded");
   NativeAddresses natives;
   for (const auto& native : object.file.natives) natives[native.first] = findNative(native.first);
   auto unit = engine_.newUnit(natives);

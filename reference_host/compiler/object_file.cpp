@@ -16,6 +16,7 @@
 #include <system_error>
 #include <utility>
 
+#include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/language/printable_text.h"
 
@@ -251,6 +252,7 @@ static std::string withDigest(const std::string& bytes, const char* key,
 static std::string digestOfAll(const llvm::object::ObjectFile& object) { return objectDigest(object.getData()); }
 
 void writeObject(const ObjectFile& object, const std::string& bytes) {
+  const Work work(inQuotes(object.path) + " was written");
   std::error_code error;
   if (fs::exists(fs::symlink_status(object.path, error)) && !isOurs(object.path)) {
     throw std::runtime_error(inQuotes(object.path) + " is not an object of this compiler, and is not overwritten");

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "reference_host/compiler/context.h"
+#include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/language/parser.h"
 #include "reference_host/language/printable_text.h"
@@ -19,6 +20,7 @@ namespace orva::program {
 namespace fs = std::filesystem;
 
 Program readProgram(const std::string& file) {
+  const compiler::Work work(language::inQuotes(file) + " was read");
   try {
     const language::SourceText source = compiler::readSource(file);
     return {file, language::parseSource(source).package};
@@ -43,6 +45,7 @@ std::string rootOf(const Program& program) {
 }
 
 static bool isGeneric(const std::string& file, const std::string& className) {
+  const compiler::Work work(language::inQuotes(file) + " was read");
   const language::SourceText source = compiler::readSource(file);
   const language::SourceFile parsed = language::parseSource(source);
   const language::ClassDeclaration* declared = parsed.find(className);

@@ -57,11 +57,39 @@ for ((limit = 60000; limit < 1000000; limit += 10000)); do
 done
 [ $least -gt 0 ] || fail 'the host does not start with 1 GB'
 
+# A source that takes the parser more memory than there is: it is named, whoever asks for it.
+mkdir -p huge
+{
+  echo 'package huge; class Huge { static void main() { } }'
+  head -c 3000000 /dev/zero | tr '\0' '('
+} >huge/Huge.ov
+huge() {  # NAME BODY EXPECTED
+  echo "class $1 { static void main() { $2 } }" >"$1.ov"
+  (ulimit -v $((least + 40000)) && "$host" run "${4-$1.ov}" >.output 2>.errors)
+  expect "a huge source, $1" "1 $3" "$? $(head -1 .errors)"
+}
+huge Program '' "Memory ran out while 'huge/Huge.ov' was read" huge/Huge.ov
+huge Caller 'huge.Huge.main();' "Memory ran out while './huge/Huge.ov' was read"
+huge Loader 'ClassLoader.getTypeByName("huge.Huge");' "Memory ran out while './huge/Huge.ov' was loaded"
+huge Instance 'ClassLoader.getTypeByName("huge.Huge<int>");' "Memory ran out while './huge/Huge.ov' was read"
+huge Ahead 'ClassLoader.precompileSources(["huge/Huge.ov"]);' "Memory ran out while 'huge/Huge.ov' was compiled"
+echo 'class Identity { static void main() { Compiler.sourceIdentity("huge/Huge.ov"); } }' >Identity.ov
+for ((size = 3000000; size < 30000000; size += 3000000)); do
+  truncate -s $size huge/Huge.ov
+  (ulimit -v $((least + 40000)) && "$host" run Identity.ov >.output 2>.errors)
+  found="$? $(head -1 .errors)"
+  case $found in
+    '0 ' | '1 Exception: Memory ran out' | "1 IOException: Cannot read 'huge/Huge.ov': Cannot allocate memory") ;;
+    *) fail "the identity of a source of $size bytes: found <$found>" ;;
+  esac
+done
+rm -r huge
+
 for stack in 256 8192; do
   for ((more = 0; more < 60000; more += 4000)); do
     limit=$((least + more))
     (ulimit -s $stack && ulimit -v $limit && timeout 100 "$host" run UseWide.ov >.output 2>.errors)
-    found="$? $(cat .output) $(sed -E "s/class '(UseWide|Wide|orva.Console)'|'([^']*\/)?(UseWide|Wide|Console)\.ov'/CLASS/; s/(loaded|compiled|linked)$/MADE/" .errors | head -1)"
+    found="$? $(cat .output) $(sed -E "s/class '(UseWide|Wide|orva.Console)'|'([^']*\/)?(UseWide|Wide|Console)\.ov'/CLASS/; s/(loaded|compiled|linked|read)$/MADE/" .errors | head -1)"
     case $found in
       '0 all ' | '1  Memory ran out while CLASS was MADE' | '1  Exception: Memory ran out while CLASS was MADE' | '1  Exception: Memory ran out: no room for a stack of '*) ;;
       '1  Cannot compile CLASS: the stack is too short, and no thread with a longer one can be started: '*) ;;
