@@ -111,10 +111,11 @@ class UnfinishedFile {
     }
   }
 
-  void finish() {
+  void finish(std::optional<mode_t> mode) {
     struct stat old{};
+    if (!mode && lstat(target_.c_str(), &old) == 0 && S_ISREG(old.st_mode)) mode = old.st_mode & 0777;
     // Where modes cannot be changed, all files have the same.
-    if (lstat(target_.c_str(), &old) == 0 && S_ISREG(old.st_mode)) fchmod(file_, old.st_mode & 0777);
+    if (mode) fchmod(file_, *mode);
     if (::close(std::exchange(file_, -1)) != 0) failWithErrno();
     if (std::rename(name_.c_str(), target_.c_str()) != 0) failWithErrno();
     isFinished_ = true;
@@ -130,11 +131,11 @@ class UnfinishedFile {
 
 }  // namespace
 
-void writeFile(const std::string& path, const std::string& bytes) {
+void writeFile(const std::string& path, const std::string& bytes, std::optional<mode_t> mode) {
   try {
     UnfinishedFile file(path);
     file.write(bytes);
-    file.finish();
+    file.finish(mode);
   } catch (const std::system_error& failure) {
     throw std::runtime_error("Cannot write " + inQuotes(path) + ": " + failure.code().message());
   }

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <llvm/Support/MemoryBuffer.h>
+#include <sys/types.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "reference_host/language/source_text.h"
@@ -19,7 +21,8 @@ language::SourceText readSource(const std::string& path);
 /// Writes a file under a name of its own first and renames it, so that nobody ever sees half of it. It has the mode of
 /// the file that it replaces. A link is replaced too; what it leads to stays as it is. Throws `std::runtime_error`
 /// when that fails; then what was there before still is.
-void writeFile(const std::string& path, const std::string& bytes);
+/// @param mode the mode of the file, whatever it replaces and whatever the umask is.
+void writeFile(const std::string& path, const std::string& bytes, std::optional<mode_t> mode = std::nullopt);
 
 /// Removes what `writeFile` is writing, and keeps it from returning. For whoever ends the process, such as the handler
 /// of a signal: async-signal-safe.

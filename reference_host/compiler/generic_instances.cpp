@@ -1,9 +1,12 @@
 // Resolving the names of an instance, and the files that stand for instances.
 #include "reference_host/compiler/generic_instances.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "reference_host/compiler/exhaustion.h"
@@ -103,7 +106,10 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   GenericInstance instance{requested->text(), {}, generic->source};
   instance.sourceFile = (privateFolder() / (sourceIdentity(instance.name) + ".ov")).string();
   // Asked for again, the instance has its file; nobody else writes to the folder.
-  if (!fs::exists(instance.sourceFile)) writeFile(instance.sourceFile, instance.name + "\n" + instance.genericSource);
+  std::error_code error;
+  if (!fs::exists(instance.sourceFile, error)) {
+    writeFile(instance.sourceFile, instance.name + "\n" + instance.genericSource, S_IRUSR | S_IWUSR);
+  }
   return instance;
 }
 

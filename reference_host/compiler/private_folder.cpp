@@ -103,6 +103,8 @@ static void makeFolder() {
     if (path.size() >= folderPath.size()) fail(ENAMETOOLONG);
     const BlockedSignals blocked;
     if (mkdir(path.c_str(), S_IRWXU) != 0) fail(errno);
+    // The umask may have taken what its owner needs.
+    chmod(path.c_str(), S_IRWXU);
     const int folder = lockNewFolder(path);
     if (folder < 0) continue;
     *std::copy(path.begin(), path.end(), folderPath.begin()) = '\0';

@@ -10,6 +10,7 @@
 
 #include "classloader/natives.h"
 #include "reference_host/compiler/context.h"
+#include "reference_host/compiler/private_folder.h"
 #include "reference_host/runtime/pending_exception.h"
 #include "reference_host/runtime/type_registry.h"
 #include "runtime_api/compiler.h"
@@ -117,6 +118,29 @@ TEST(GenericInstances, ThatCannotBeWrittenAreFailures) {
   }
   fs::permissions("temporary", fs::perms::owner_all);
   EXPECT_TRUE(orva::compiler::activeContext().generics.materialize("c.Pair<int,int>").has_value());
+}
+
+TEST(GenericInstances, HaveFilesThatTheirUserCanReadWhateverTheUmask) {
+  const Workspace workspace;
+  writeClasses();
+  fs::create_directory("temporary");
+  fs::permissions("temporary", fs::perms::all);
+  for (const char* folder : {".", "c", "g"}) {
+    fs::permissions(folder, fs::perms::owner_all | fs::perms::group_exec | fs::perms::others_exec);
+  }
+  setenv("TMPDIR", (workspace.path() / "temporary").c_str(), 1);
+  const WithoutRights nobody;
+  for (const mode_t mask : {0000U, 0022U, 0077U, 0177U, 0277U, 0377U, 0477U, 0577U, 0677U, 0777U}) {
+    const mode_t before = umask(mask);
+    orva::compiler::GenericInstance instance;
+    EXPECT_EQ(failureOf([&] { instance = materialize("c.Pair<int,g.Circle>"); }), "nothing") << std::oct << mask;
+    umask(before);
+    ASSERT_TRUE(orva::compiler::activeContext().generics.instanceOf(instance.sourceFile)) << std::oct << mask;
+    EXPECT_EQ(fs::status(instance.sourceFile).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(fs::status(fs::path(instance.sourceFile).parent_path()).permissions(), fs::perms::owner_all);
+    orva::compiler::removePrivateFolder();
+  }
+  EXPECT_TRUE(fs::is_empty("temporary"));
 }
 
 TEST(GenericInstances, MayHaveInstancesOfSeveralArgumentsAsParameters) {
