@@ -3,7 +3,6 @@
 
 #include <pthread.h>
 #include <sys/auxv.h>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -13,12 +12,13 @@
 #include <cstring>
 #include <utility>
 
+#include "reference_host/runtime/address_space.h"
+
 namespace orva::runtime {
 
 namespace {
 
 constexpr std::size_t kibibyte = 1024;
-constexpr std::size_t mebibyte = 1024 * kibibyte;
 
 constexpr std::size_t keptAtEachEnd = mostPlacesInTrace / 2;
 
@@ -72,23 +72,13 @@ Bounds stackBounds() {
   return {whole.lowest + (whole.size - used), used};
 }
 
-bool hasAddresses(std::size_t size) {
-  void* const probe = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  if (probe != MAP_FAILED) munmap(probe, size);
-  return probe != MAP_FAILED;
-}
-
 /// Where the address space is limited, a stack that cannot grow ends the process: it gets what it may use at once, and
 /// may use no more than half of what there is. Throws `OutOfMemory` when that is next to nothing.
 __attribute__((no_sanitize("address"))) Bounds withRoom(Bounds stack) {
-  rlimit addresses{};
-  if (getrlimit(RLIMIT_AS, &addresses) != 0 || addresses.rlim_cur == RLIM_INFINITY) return stack;
-  const char* const end = stack.lowest + stack.size;
-  while (!hasAddresses(2 * stack.size)) {
-    stack.size /= 2;
-    if (stack.size < leastStack) throw OutOfMemory("stack", leastStack, "bytes");
-  }
-  stack.lowest = end - stack.size;
+  if (!isAddressSpaceLimited()) return stack;
+  const std::size_t affordable = remainingAddresses(2 * stack.size) / 2;
+  if (affordable < std::min(leastStack, stack.size)) throw OutOfMemory("stack", leastStack, "bytes");
+  stack = {stack.lowest + (stack.size - affordable), affordable};
   *const_cast<volatile char*>(stack.lowest + stack.size / 8) = 0;
   return stack;
 }

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <mutex>
 
+#include "reference_host/runtime/address_space.h"
 #include "reference_host/runtime/call_stack.h"
 
 namespace orva::runtime {
@@ -51,18 +52,19 @@ class Arena {
   std::size_t left_ = 0;
 };
 
-/// Addresses that nothing uses for now, and so no memory either.
+/// A share of the address space that nothing uses for now.
 class Kept {
  public:
   void release() {
-    void* const addresses = addresses_.exchange(MAP_FAILED);
-    if (addresses != MAP_FAILED) munmap(addresses, size);
+    void* const addresses = addresses_.exchange(nullptr);
+    if (addresses != nullptr) munmap(addresses, size_);
   }
 
  private:
-  static constexpr std::size_t size = std::size_t{16} * 1024 * 1024;
+  static constexpr std::size_t share = 8;
 
-  std::atomic<void*> addresses_{mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)};
+  const std::size_t size_ = remainingAddresses(share * 16 * mebibyte) / share;
+  std::atomic<void*> addresses_{reserveAddresses(size_)};
 };
 
 /// All that values need.

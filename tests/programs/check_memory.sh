@@ -57,6 +57,11 @@ for ((limit = 60000; limit < 1000000; limit += 10000)); do
 done
 [ $least -gt 0 ] || fail 'the host does not start with 1 GB'
 
+# What runs under one limit runs under every higher one.
+for ((more = 0; more < 36000; more += 400)); do
+  expect "Hello with $((least + more)) KiB" Hello "$(ulimit -v $((least + more)) && "$host" run Hello.ov 2>&1)"
+done
+
 # A source that takes the parser more memory than there is: it is named, whoever asks for it.
 mkdir -p huge
 {
