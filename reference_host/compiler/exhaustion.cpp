@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -50,6 +51,9 @@ const char* lackOfMemory() {
 }
 
 [[noreturn]] static void endProcess() {
+  static std::atomic_flag isEnding = ATOMIC_FLAG_INIT;
+  // Another thread's line is enough.
+  while (isEnding.test_and_set()) pause();
   const char* const name = std::exchange(current, nullptr)->name();
   const char* const lack = lackOfMemory();
   runtime::release(runtime::Reserve::report);

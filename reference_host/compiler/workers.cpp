@@ -1,4 +1,4 @@
-// As many threads as there are cores, as far as the system makes them.
+// As many threads as there are cores, as far as the system makes them and the address space carries them.
 #include "reference_host/compiler/workers.h"
 
 #include <llvm/Support/Threading.h>
@@ -7,11 +7,17 @@
 #include <exception>
 #include <utility>
 
+#include "reference_host/runtime/address_space.h"
+
 namespace orva::compiler {
+
+/// For the thread's stack, for what the C library sets aside for its allocations, and for LLVM.
+constexpr std::size_t neededByEach = 256 * runtime::mebibyte;
 
 Workers::Workers(std::size_t count, std::function<void(std::size_t)> job) : count_(count), job_(std::move(job)) {
   // The caller's thread works too. One job each needs no more threads.
-  const std::size_t wanted = std::min<std::size_t>(llvm::hardware_concurrency().compute_thread_count(), count_);
+  std::size_t wanted = std::min<std::size_t>(llvm::hardware_concurrency().compute_thread_count(), count_);
+  wanted = std::max<std::size_t>(runtime::remainingAddresses(wanted * neededByEach) / neededByEach, 1);
   threads_.reserve(wanted);
   try {
     while (threads_.size() + 1 < wanted) {

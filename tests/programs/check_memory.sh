@@ -62,6 +62,23 @@ for ((more = 0; more < 36000; more += 400)); do
   expect "Hello with $((least + more)) KiB" Hello "$(ulimit -v $((least + more)) && "$host" run Hello.ov 2>&1)"
 done
 
+# What one thread compiles ahead, several do too: there are no more of them than the addresses carry.
+mkdir ahead
+for name in One Two Three Four; do echo "package ahead; class $name { }" >ahead/$name.ov; done
+echo 'class Ahead {
+  static void main() {
+    ClassLoader.precompileSources(["ahead/One.ov", "ahead/Two.ov", "ahead/Three.ov", "ahead/Four.ov"]);
+    Console.print("compiled");
+  }
+}' >Ahead.ov
+for ((more = 0; more < 60000; more += 4000)); do
+  limit=$((least + more))
+  alone=$(ulimit -v $limit && taskset -c 0 "$host" run Ahead.ov 2>&1)
+  together=$(ulimit -v $limit && "$host" run Ahead.ov 2>&1)
+  [ "$alone" != compiled ] || expect "several threads with $limit KiB" compiled "$together"
+  expect "lines of several threads with $limit KiB" 1 "$(grep -c '^compiled$\|Memory ran out' <<<"$together")"
+done
+
 # A source that takes the parser more memory than there is: it is named, whoever asks for it.
 mkdir -p huge
 {
