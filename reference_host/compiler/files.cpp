@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <llvm/ADT/StringExtras.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,9 +13,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <mutex>
 #include <random>
+#include <set>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 
 #include "reference_host/language/printable_text.h"
@@ -46,6 +48,13 @@ std::string unguessableDigits() {
   std::random_device random;
   const uint64_t high = random();
   return llvm::utohexstr(high << 32 | random(), true, 16);
+}
+
+bool isUnguessableName(std::string_view name, std::string_view prefix) {
+  constexpr std::size_t digits = 16;
+  const auto isDigit = [](char each) { return (each >= '0' && each <= '9') || (each >= 'a' && each <= 'f'); };
+  return name.size() == prefix.size() + digits && name.substr(0, prefix.size()) == prefix &&
+         std::all_of(name.begin() + prefix.size(), name.end(), isDigit);
 }
 
 /// The names of the files that are being written. A file that finds no place is not removed by a signal.
@@ -85,17 +94,55 @@ class UnfinishedName {
   const decltype(unfinishedNames)::iterator place_;
 };
 
+constexpr const char* prefix = ".orva-";
+
+/// Makes a file, and locks it for as long as it is open: who can lock it knows that its process is dead. Throws
+/// `std::system_error`.
+int createLocked(const std::string& name) {
+  for (;;) {
+    const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (file < 0) failWithErrno();
+    // Where files cannot be locked, nobody can take this one for abandoned either.
+    flock(file, LOCK_EX);
+    struct stat status{};
+    if (fstat(file, &status) != 0 || status.st_nlink > 0) return file;
+    // It was taken for an abandoned one before it was locked.
+    close(file);
+  }
+}
+
+void removeIfAbandoned(const fs::path& path) {
+  // Opening a FIFO would wait for a writer.
+  const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  if (file < 0) return;
+  struct stat status{};
+  const bool isOurs = fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid();
+  if (isOurs && flock(file, LOCK_EX | LOCK_NB) == 0) unlink(path.c_str());
+  close(file);
+}
+
+/// Removes what killed processes were writing in a folder. Once, since that takes as long as the folder is large.
+void removeAbandonedFilesIn(const fs::path& folder) {
+  static std::mutex mutex;
+  static std::set<fs::path> known;
+  const std::lock_guard<std::mutex> lock(mutex);
+  if (!known.insert(folder).second) return;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder.empty() ? "." : folder, error); entry != fs::directory_iterator();
+       entry.increment(error)) {
+    if (isUnguessableName(entry->path().filename().native(), prefix)) removeIfAbandoned(entry->path());
+  }
+}
+
 /// A new file beside another one, which takes its place or is removed. Every function throws `std::system_error`.
 class UnfinishedFile {
  public:
   /// The name is short: it fits into any folder that the target's own name fits into.
   explicit UnfinishedFile(std::string target)
       : target_(std::move(target)),
-        name_((fs::path(target_).parent_path() / (".orva-" + unguessableDigits())).string()),
+        name_((fs::path(target_).parent_path() / (prefix + unguessableDigits())).string()),
         unfinished_(name_.c_str()),
-        file_(open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {
-    if (file_ < 0) failWithErrno();
-  }
+        file_(createLocked(name_)) {}
   ~UnfinishedFile() {
     if (file_ >= 0) ::close(file_);
     if (!isFinished_) unlink(name_.c_str());
@@ -116,7 +163,9 @@ class UnfinishedFile {
     if (!mode && lstat(target_.c_str(), &old) == 0 && S_ISREG(old.st_mode)) mode = old.st_mode & 0777;
     // Where modes cannot be changed, all files have the same.
     if (mode) fchmod(file_, *mode);
-    if (::close(std::exchange(file_, -1)) != 0) failWithErrno();
+    // Some file systems report a failed write when a file is closed. Its lock is kept until it has its name.
+    const int lock = fcntl(file_, F_DUPFD_CLOEXEC, 0);
+    if (lock < 0 || ::close(std::exchange(file_, lock)) != 0) failWithErrno();
     if (std::rename(name_.c_str(), target_.c_str()) != 0) failWithErrno();
     isFinished_ = true;
   }
@@ -132,6 +181,7 @@ class UnfinishedFile {
 }  // namespace
 
 void writeFile(const std::string& path, const std::string& bytes, std::optional<mode_t> mode) {
+  removeAbandonedFilesIn(fs::path(path).parent_path());
   try {
     UnfinishedFile file(path);
     file.write(bytes);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "reference_host/language/source_text.h"
 
@@ -20,7 +21,8 @@ language::SourceText readSource(const std::string& path);
 
 /// Writes a file under a name of its own first and renames it, so that nobody ever sees half of it. It has the mode of
 /// the file that it replaces. A link is replaced too; what it leads to stays as it is. Throws `std::runtime_error`
-/// when that fails; then what was there before still is.
+/// when that fails; then what was there before still is. The first time in a folder, it removes the files that killed
+/// processes of this user were writing there.
 /// @param mode the mode of the file, whatever it replaces and whatever the umask is.
 void writeFile(const std::string& path, const std::string& bytes, std::optional<mode_t> mode = std::nullopt);
 
@@ -30,5 +32,8 @@ void removeUnfinishedFiles() noexcept;
 
 /// Sixteen hexadecimal digits that nobody can guess, for the names of files.
 std::string unguessableDigits();
+
+/// Tells whether a name is a prefix and such digits.
+bool isUnguessableName(std::string_view name, std::string_view prefix);
 
 }  // namespace orva::compiler

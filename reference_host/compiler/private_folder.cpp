@@ -151,14 +151,6 @@ void removePrivateFolder() noexcept {
   close(lockedFolder);
 }
 
-/// Tells whether a name is one that `makeFolder` gives.
-static bool isOurName(std::string_view name) {
-  constexpr std::size_t digits = 16;
-  const auto isDigit = [](char each) { return (each >= '0' && each <= '9') || (each >= 'a' && each <= 'f'); };
-  return name.size() == prefix.size() + digits && name.substr(0, prefix.size()) == prefix &&
-         std::all_of(name.begin() + prefix.size(), name.end(), isDigit);
-}
-
 static void removeIfAbandoned(const std::string& path) {
   const int folder = openFolder(path);
   if (folder < 0) return;
@@ -175,7 +167,7 @@ void removeAbandonedFolders() {
   std::error_code error;
   for (fs::directory_iterator entry(folderForFolders(), error); entry != fs::directory_iterator();
        entry.increment(error)) {
-    if (isOurName(entry->path().filename().native())) removeIfAbandoned(entry->path());
+    if (isUnguessableName(entry->path().filename().native(), prefix)) removeIfAbandoned(entry->path());
   }
 }
 

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <set>
@@ -79,6 +81,72 @@ TEST(Files, ThatGrowTooLargeLeaveWhatWasThere) {
   }
   EXPECT_EQ(readFile("file"), "before");
   EXPECT_EQ(names(), std::set<std::string>{"file"});
+}
+
+/// A process that writes a file in the working directory and comes to the limit of its size.
+static pid_t startWriter(void (*onLimit)(int)) {
+  const pid_t child = fork();
+  if (child != 0) return child;
+  std::signal(SIGXFSZ, onLimit);
+  const rlimit limit{4096, 4096};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  orva::compiler::writeFile("large", std::string(10000, 'x'));
+  _exit(0);
+}
+
+/// What is left in the working directory once a process has written a file there and ended.
+static std::set<std::string> namesAfterAnother() {
+  const pid_t child = fork();
+  if (child == 0) {
+    orva::compiler::writeFile("file", "text");
+    _exit(0);
+  }
+  EXPECT_EQ(waitpid(child, nullptr, 0), child);
+  return names();
+}
+
+TEST(Files, OfAKilledProcessAreRemovedByTheNextThatWritesThere) {
+  const Workspace workspace;
+  const pid_t dead = startWriter(SIG_DFL);
+  ASSERT_EQ(waitpid(dead, nullptr, 0), dead);
+  EXPECT_EQ(names().size(), 1U);
+  EXPECT_EQ(namesAfterAnother(), std::set<std::string>{"file"});
+}
+
+TEST(Files, OfALivingProcessStay) {
+  const Workspace workspace;
+  const pid_t living = startWriter([](int) {
+    raise(SIGSTOP);
+    _exit(0);
+  });
+  ASSERT_EQ(waitpid(living, nullptr, WUNTRACED), living);
+  EXPECT_EQ(namesAfterAnother().size(), 2U);
+  kill(living, SIGKILL);
+  ASSERT_EQ(waitpid(living, nullptr, 0), living);
+  EXPECT_EQ(namesAfterAnother(), std::set<std::string>{"file"});
+}
+
+TEST(Files, NothingElseIsTakenForAnAbandonedOne) {
+  const Workspace workspace;
+  const std::string digits = "0123456789abcdef";
+  std::set<std::string> all = {"file"};
+  for (const std::string name : {".orva", ".orva-", ".orva-backup", ".orva-0123456789ABCDEF", "orva-0123456789abcdef",
+                                 ".orva-0123456789abcdef0", ".orva-123456789abcdef", ".orva-0123456789abcdeg"}) {
+    writeFile(name, "");
+    all.insert(name);
+  }
+  // Right in their names.
+  const auto named = [&](char last) { return ".orva-" + digits.substr(1) + last; };
+  fs::create_directory(named('0'));
+  fs::create_symlink("elsewhere", named('1'));
+  ASSERT_EQ(mkfifo(named('2').c_str(), 0600), 0);
+  for (const char last : {'0', '1', '2'}) all.insert(named(last));
+  if (geteuid() == 0) {
+    writeFile(named('3'), "");
+    ASSERT_EQ(chown(named('3').c_str(), 65534, 65534), 0);
+    all.insert(named('3'));
+  }
+  EXPECT_EQ(namesAfterAnother(), all);
 }
 
 TEST(Files, AreReadIntoMemory) {
