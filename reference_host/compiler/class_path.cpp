@@ -87,7 +87,10 @@ std::string ClassPath::find(const std::string& className) const {
     file.assign(root).append(root.back() == '/' ? "" : "/").append(relative);
     struct stat status{};
     const std::error_code error = examine(file, status);
-    if (error && failure.empty()) failure = inQuotes(file) + ": " + error.message();
+    const bool isOther = status.st_mode != 0 && !S_ISREG(status.st_mode);
+    if (failure.empty() && (error || isOther)) {
+      failure = inQuotes(file) + ": " + (error ? error.message() : "expected a regular file");
+    }
     return S_ISREG(status.st_mode);
   };
   const std::shared_lock<std::shared_mutex> lock(mutex_);

@@ -33,7 +33,8 @@ class ClassPath {
 
   /// Finds the source file of class `a.b.C`, which is ROOT/a/b/C.ov.
   /// @return its path; empty when there is none or the name is no qualified name.
-  /// Throws `std::runtime_error` when the class is below no root, and a folder on the way may not be searched.
+  /// Throws `std::runtime_error` when the class is below no root, and a folder on the way may not be searched or
+  /// something else lies at its place.
   std::string find(const std::string& className) const;
 
   /// The packages that a file may declare, one for each root that it lies under, the innermost root's first; none when

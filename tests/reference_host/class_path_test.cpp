@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <sys/stat.h>
 
 #include "classloader/natives.h"
 #include "reference_host/runtime/pending_exception.h"
@@ -133,6 +134,28 @@ TEST(ClassPath, TellsWhichFolderMayNotBeSearched) {
   const WithoutRights nobody;
   EXPECT_EQ(path.find("a.b.C"), "one/a/b/C.ov");
   EXPECT_EQ(path.find("a.b.Missing"), "");
+}
+
+TEST(ClassPath, AClassThatIsNoFileIsNoMissingOne) {
+  const Workspace workspace;
+  fs::create_directories("one/a/Folder.ov");
+  ASSERT_EQ(mkfifo("one/a/Fifo.ov", 0600), 0);
+  fs::create_symlink("/dev/null", "one/a/Device.ov");
+  fs::create_symlink("nowhere", "one/a/Dangling.ov");
+  fs::create_directories("two");
+  fs::create_directories("library/orva/Console.ov");
+  ClassPath path("library");
+  path.add("one");
+  path.add("two");
+  EXPECT_EQ(path.find("a.Dangling"), "");
+  EXPECT_EQ(failureOf([&] { path.find("orva.Console"); }),
+            "Cannot look for class 'orva.Console' at 'library/orva/Console.ov': expected a regular file");
+  for (const std::string name : {"Folder", "Fifo", "Device"}) {
+    EXPECT_EQ(failureOf([&] { path.find("a." + name); }),
+              "Cannot look for class 'a." + name + "' at 'one/a/" + name + ".ov': expected a regular file");
+    writeFile("two/a/" + name + ".ov", "");
+    EXPECT_EQ(path.find("a." + name), "two/a/" + name + ".ov");
+  }
 }
 
 TEST(ClassPath, ARootThatMayNotBeLookedAtIsNoMissingOne) {
