@@ -1,7 +1,6 @@
 // How the host contract kit reaches this host: every hook there is.
-#include <host_contract/hooks.h>
-
 #include <dlfcn.h>
+#include <host_contract/hooks.h>
 
 #include <deque>
 #include <fstream>

@@ -1,8 +1,7 @@
 // The smallest host as the kit sees one whose team has written only the hooks without which nothing can be checked.
-#include "host_contract/hooks.h"
-
 #include <deque>
 
+#include "host_contract/hooks.h"
 #include "minimal_host.h"
 
 using orva::host_contract::Hooks;
