@@ -123,19 +123,22 @@ class ClassGenerator {
     }
   }
 
-  /// A function that takes arguments and result as words, for calls whose method is found while the program runs.
+  /// A function that takes receiver, arguments and result as words, for calls whose method is found while the program
+  /// runs.
   llvm::Constant* invoker(const MethodSignature& signature) {
-    if (!signature.isStatic) return llvm::ConstantPointerNull::get(builder_.pointer());
     auto* type = llvm::FunctionType::get(builder_.word(), {builder_.pointer(), builder_.pointer()}, false);
     llvm::Function* function = builder_.addFunction(type, "invoke:" + signature.name);
     llvm::IRBuilder<> ir(entryOf(function));
+    llvm::Function* method = scope_.functions.at(signature.name);
     std::vector<llvm::Value*> arguments;
-    for (unsigned i = 0; i < signature.parameters.size(); ++i) {
+    for (unsigned i = 0; i + 1 < method->arg_size(); ++i) {
       llvm::Value* place = ir.CreateConstInBoundsGEP1_64(builder_.word(), function->getArg(0), i);
-      arguments.push_back(builder_.fromWord(ir, ir.CreateLoad(builder_.word(), place), signature.parameters[i]));
+      llvm::Value* word = ir.CreateLoad(builder_.word(), place);
+      const bool isPointer = method->getArg(i)->getType()->isPointerTy();
+      arguments.push_back(isPointer ? ir.CreateIntToPtr(word, builder_.pointer()) : word);
     }
     arguments.push_back(function->getArg(1));
-    llvm::Value* result = ir.CreateCall(scope_.functions.at(signature.name), arguments);
+    llvm::Value* result = ir.CreateCall(method, arguments);
     ir.CreateRet(signature.result == "void" ? builder_.number(0) : builder_.toWord(ir, result));
     return function;
   }

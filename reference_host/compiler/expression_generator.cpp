@@ -3,47 +3,12 @@
 
 #include "reference_host/compiler/method_generator.h"
 #include "reference_host/language/foreign_constructs.h"
+#include "reference_host/runtime/built_in_methods.h"
 
 namespace orva::compiler {
 
 using language::Member;
 using language::Position;
-
-namespace {
-
-/// A method of a type that the runtime itself brings.
-struct BuiltInMethod {
-  std::string type;
-  runtime::MethodSignature signature;
-  const char* operation;
-  bool takesCallSite;
-};
-
-const std::vector<BuiltInMethod>& builtInMethods() {
-  static const std::vector<BuiltInMethod> methods = {
-      {"ArrayList<String>", {"size", false, {}, "int"}, "listSize", false},
-      {"ArrayList<String>", {"get", false, {"int"}, "String"}, "listGet", true},
-      {"ArrayList<String>", {"add", false, {"String"}, "void"}, "listAdd", true},
-      {"Type", {"name", false, {}, "String"}, "typeName", false},
-      {"Type", {"source", false, {}, "String"}, "typeSource", false},
-      {"Exception", {"className", false, {}, "String"}, "exceptionClass", false},
-      {"Exception", {"message", false, {}, "String"}, "exceptionMessage", false},
-  };
-  return methods;
-}
-
-bool isBuiltIn(const std::string& type) {
-  const auto isOfType = [&](const BuiltInMethod& method) { return method.type == type; };
-  return std::any_of(builtInMethods().begin(), builtInMethods().end(), isOfType);
-}
-
-const BuiltInMethod* findBuiltIn(const std::string& type, const std::string& name) {
-  const auto matches = [&](const BuiltInMethod& each) { return each.type == type && each.signature.name == name; };
-  const auto found = std::find_if(builtInMethods().begin(), builtInMethods().end(), matches);
-  return found == builtInMethods().end() ? nullptr : &*found;
-}
-
-}  // namespace
 
 MethodGenerator::Value MethodGenerator::expression(const language::Expression& expression, const std::string& wanted) {
   return std::visit([&](const auto& form) { return generate(form, expression.position, wanted); }, expression.form);
@@ -51,7 +16,12 @@ MethodGenerator::Value MethodGenerator::expression(const language::Expression& e
 
 llvm::Value* MethodGenerator::valueOf(const language::Expression& expression, const std::string& type) {
   const Value value = this->expression(expression, type);
-  if (!runtime::isAssignable(type, value.type)) fail(expression.position, "expected " + type + ", found " + value.type);
+  if (value.isDynamic()) {
+    operation("requireType", builder_.typeOf("void"),
+              {value.typeAtRun, builder_.text(type), builder_.location(expression.position)});
+    return builder_.fromWord(ir_, value.value, type);
+  }
+  if (const auto problem = runtime::assignmentProblem(type, value.type)) fail(expression.position, *problem);
   return value.value;
 }
 
@@ -100,36 +70,72 @@ MethodGenerator::Value MethodGenerator::generate(const language::Operation& oper
 }
 
 MethodGenerator::Value MethodGenerator::add(const Value& left, const Value& right, Position position) {
+  if (left.isDynamic() || right.isDynamic()) return dynamicSum(left, right, position);
+  if (const auto problem = runtime::sumProblem(left.type, right.type)) fail(position, *problem);
   if (left.type == "int" && right.type == "int") return {ir_.CreateAdd(left.value, right.value), "int"};
-  if (left.type != "String" && right.type != "String") {
-    fail(position, "'+' adds ints or joins a String: found " + left.type + " + " + right.type);
-  }
   llvm::Value* first = asText(left, position).value;
   llvm::Value* second = asText(right, position).value;
   return {operation("joinTexts", builder_.pointer(), {first, second, builder_.location(position)}), "String"};
 }
 
+MethodGenerator::Value MethodGenerator::dynamicSum(const Value& left, const Value& right, Position position) {
+  if (left.type == "void" || right.type == "void") fail(position, "this call returns nothing");
+  llvm::Value* sum = operation(
+      "dynamicSum", builder_.word(),
+      {wordOf(left), spelledType(left), wordOf(right), spelledType(right), placeOfType(), builder_.location(position)});
+  if (left.type == "String" || right.type == "String") return {builder_.fromWord(ir_, sum, "String"), "String"};
+  return dynamicValue(sum);
+}
+
+llvm::Value* MethodGenerator::wordOf(const Value& value) { return builder_.toWord(ir_, value.value); }
+
+llvm::Value* MethodGenerator::spelledType(const Value& value) {
+  return value.isDynamic() ? value.typeAtRun : builder_.text(value.type);
+}
+
+llvm::Value* MethodGenerator::placeOfType() {
+  if (placeOfType_ == nullptr) placeOfType_ = allocate(builder_.pointer(), "type");
+  return placeOfType_;
+}
+
+MethodGenerator::Value MethodGenerator::dynamicValue(llvm::Value* word) {
+  return {word, {}, ir_.CreateLoad(builder_.pointer(), placeOfType())};
+}
+
 MethodGenerator::Value MethodGenerator::asText(const Value& value, Position position) {
-  if (value.type == "String" || value.type == "null") return {value.value, "String"};
+  if (value.isDynamic()) {
+    return {operation("dynamicText", builder_.pointer(), {value.value, value.typeAtRun, builder_.location(position)}),
+            "String"};
+  }
+  if (const auto problem = runtime::textProblem(value.type)) fail(position, *problem);
   if (value.type == "int") {
     return {operation("intText", builder_.pointer(), {value.value, builder_.location(position)}), "String"};
   }
   if (value.type == "boolean") return {operation("booleanText", builder_.pointer(), {value.value}), "String"};
-  fail(position, "expected a String, an int or a boolean, found " + value.type);
+  return {value.value, "String"};
 }
 
 MethodGenerator::Value MethodGenerator::compare(const Value& left, const Value& right, bool equal, Position position) {
-  if (!runtime::isAssignable(left.type, right.type) && !runtime::isAssignable(right.type, left.type)) {
-    fail(position, "cannot compare " + left.type + " with " + right.type);
-  }
   llvm::Value* same = nullptr;
-  if (left.type == "String" || right.type == "String") {
+  if (left.isDynamic() || right.isDynamic()) {
+    same = dynamicComparison(left, right, position);
+  } else if (const auto problem = runtime::comparisonProblem(left.type, right.type)) {
+    fail(position, *problem);
+  } else if (left.type == "String" || right.type == "String") {
     llvm::Value* textsEqual = operation("textsEqual", builder_.word(), {left.value, right.value});
     same = ir_.CreateICmpNE(textsEqual, builder_.number(0));
   } else {
     same = ir_.CreateICmpEQ(left.value, right.value);
   }
   return {ir_.CreateZExt(equal ? same : ir_.CreateNot(same), builder_.word()), "boolean"};
+}
+
+llvm::Value* MethodGenerator::dynamicComparison(const Value& left, const Value& right, Position position) {
+  if (left.type == "void" || right.type == "void") fail(position, "this call returns nothing");
+  llvm::Value* equal =
+      operation("dynamicEqual", builder_.word(),
+                {wordOf(left), spelledType(left), wordOf(right), spelledType(right), builder_.location(position)});
+  return ir_.CreateICmpNE(equal, builder_.number(0));
 }
 
 /// The position of the first call among the members; what stands before it can only be a class.
@@ -170,7 +176,8 @@ MethodGenerator::Value MethodGenerator::staticCall(const std::string& className,
   if (fullName) {
     if (const auto* summary = summaryOf(*fullName)) return linkedCall(*summary, member, nullptr, wanted);
   }
-  return callByName(className, member, wanted);
+  return callByName(scope_.names.meaning(className), ClassCatalog::candidates(className, scope_.names), member,
+                    arguments(member, nullptr), wanted);
 }
 
 std::vector<MethodGenerator::Value> MethodGenerator::arguments(const Member& member,
@@ -186,114 +193,135 @@ std::vector<MethodGenerator::Value> MethodGenerator::arguments(const Member& mem
   return values;
 }
 
-/// The type of a call of a method that does not exist: whatever its place asks for.
-static std::string resultOfMissing(const std::string& wanted) { return wanted.empty() ? "null" : wanted; }
+bool MethodGenerator::fits(const std::string& typeName, const Member& member, const runtime::MethodSignature* method,
+                           bool isStaticCall, const std::vector<Value>& arguments) {
+  std::vector<std::string> types;
+  for (const Value& argument : arguments) {
+    const std::size_t i = types.size();
+    const bool isBelieved = argument.isDynamic() && method != nullptr && i < method->parameters.size();
+    types.push_back(isBelieved ? method->parameters[i] : argument.type);
+  }
+  return !runtime::callProblem(typeName, member.name, method, isStaticCall, types);
+}
+
+bool MethodGenerator::isAnyDynamic(const std::vector<Value>& values) {
+  return std::any_of(values.begin(), values.end(), [](const Value& each) { return each.isDynamic(); });
+}
 
 MethodGenerator::Value MethodGenerator::linkedCall(const ClassSummary& summary, const Member& member,
-                                                   llvm::Value* receiver, const std::string& wanted) {
+                                                   const Value* receiver, const std::string& wanted) {
   const runtime::MethodSignature* method = summary.find(member.name);
-  std::vector<Value> values = arguments(member, method);
   // The console prints whatever can be joined to a String.
-  if (summary.fullName == "orva.Console" && member.name == "print" && values.size() == 1) {
-    values[0] = asText(values[0], member.arguments[0].position);
+  const bool prints = summary.fullName == "orva.Console" && member.name == "print" && member.arguments.size() == 1;
+  std::vector<Value> values = arguments(member, prints ? nullptr : method);
+  if (prints) values[0] = asText(values[0], member.arguments[0].position);
+  const bool isRight = fits(summary.fullName, member, method, receiver == nullptr, values);
+  if (!isRight || isAnyDynamic(values)) {
+    const std::string& result = isRight ? method->result : wanted;
+    return receiver == nullptr ? callByName(summary.fullName, {summary.fullName}, member, values, result)
+                               : callMember(*receiver, member, values, result);
   }
-  std::vector<std::string> types;
   std::vector<llvm::Value*> passed;
-  if (receiver != nullptr) passed.push_back(receiver);
-  for (const Value& value : values) {
-    types.push_back(value.type);
-    passed.push_back(value.value);
-  }
-  const std::string result = method == nullptr ? resultOfMissing(wanted) : method->result;
-  if (const auto problem = runtime::callProblem(summary.fullName, member.name, method, receiver == nullptr, types)) {
-    return faultyCall(*problem, result, member.position);
-  }
+  if (receiver != nullptr) passed.push_back(receiver->value);
+  for (const Value& value : values) passed.push_back(value.value);
   passed.push_back(builder_.location(member.position));
   llvm::Function* target = summary.fullName == scope_.fullName ? scope_.functions.at(member.name)
                                                                : builder_.linkedMethod(summary.fullName, *method);
-  return {call(target, passed), result};
-}
-
-MethodGenerator::Value MethodGenerator::faultyCall(const std::string& problem, const std::string& type,
-                                                   Position position) {
-  operation("raise", builder_.typeOf("void"),
-            {builder_.text("Exception"), builder_.text(problem), builder_.location(position)});
-  llvm::Type* machineType = builder_.typeOf(type);
-  return {machineType->isVoidTy() ? nullptr : llvm::Constant::getNullValue(machineType), type};
+  return {call(target, passed), method->result};
 }
 
 MethodGenerator::WordArguments MethodGenerator::wordArguments(const std::vector<Value>& values) {
+  llvm::Constant* count = builder_.number(static_cast<int64_t>(values.size()));
   if (values.empty()) {
     auto* null = llvm::ConstantPointerNull::get(builder_.pointer());
-    return {null, null};
+    return {count, null, null};
   }
-  auto* type = llvm::ArrayType::get(builder_.word(), values.size());
-  llvm::Value* words = allocate(type, "arguments");
-  std::vector<std::string> types;
+  auto* wordArray = llvm::ArrayType::get(builder_.word(), values.size());
+  auto* typeArray = llvm::ArrayType::get(builder_.pointer(), values.size());
+  const bool isDynamic = isAnyDynamic(values);
+  llvm::Value* words = allocate(wordArray, "arguments");
+  llvm::Value* types = isDynamic ? allocate(typeArray, "types") : nullptr;
+  std::vector<std::string> knownTypes;
   for (unsigned i = 0; i < values.size(); ++i) {
-    ir_.CreateStore(builder_.toWord(ir_, values[i].value), ir_.CreateConstInBoundsGEP2_64(type, words, 0, i));
-    types.push_back(values[i].type);
+    ir_.CreateStore(wordOf(values[i]), ir_.CreateConstInBoundsGEP2_64(wordArray, words, 0, i));
+    if (isDynamic) ir_.CreateStore(spelledType(values[i]), ir_.CreateConstInBoundsGEP2_64(typeArray, types, 0, i));
+    knownTypes.push_back(values[i].type);
   }
-  return {words, builder_.textArray(types)};
+  return {count, words, isDynamic ? types : builder_.textArray(knownTypes)};
 }
 
-MethodGenerator::Value MethodGenerator::callByName(const std::string& className, const Member& member,
-                                                   const std::string& wanted) {
-  const std::vector<Value> values = arguments(member, nullptr);
-  const WordArguments words = wordArguments(values);
-  const auto candidates = ClassCatalog::candidates(className, scope_.names);
-  const std::string type = wanted.empty() ? "String" : wanted;
-  llvm::Value* result = operation(
-      "callByName", builder_.word(),
-      {builder_.text(scope_.names.meaning(className)), builder_.number(static_cast<int64_t>(candidates.size())),
-       builder_.textArray(candidates), builder_.text(member.name), builder_.number(static_cast<int64_t>(values.size())),
-       words.words, words.types, builder_.text(type), builder_.location(member.position)});
-  return {type == "void" ? nullptr : builder_.fromWord(ir_, result, type), type};
+MethodGenerator::Value MethodGenerator::lateResult(llvm::Value* word, const std::string& wanted) {
+  if (wanted.empty()) return dynamicValue(word);
+  return {wanted == "void" ? nullptr : builder_.fromWord(ir_, word, wanted), wanted};
+}
+
+MethodGenerator::Value MethodGenerator::callByName(const std::string& className,
+                                                   const std::vector<std::string>& candidates, const Member& member,
+                                                   const std::vector<Value>& arguments, const std::string& wanted) {
+  const WordArguments words = wordArguments(arguments);
+  llvm::Value* result =
+      operation("callByName", builder_.word(),
+                {builder_.text(className), builder_.number(static_cast<int64_t>(candidates.size())),
+                 builder_.textArray(candidates), builder_.text(member.name), words.count, words.words, words.types,
+                 builder_.text(wanted), placeOfType(), builder_.location(member.position)});
+  return lateResult(result, wanted);
+}
+
+MethodGenerator::Value MethodGenerator::callMember(const Value& receiver, const Member& member,
+                                                   const std::vector<Value>& arguments, const std::string& wanted) {
+  std::vector<Value> all = {receiver};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  const WordArguments words = wordArguments(all);
+  llvm::Value* result = operation("callMember", builder_.word(),
+                                  {builder_.text(member.name), words.count, words.words, words.types,
+                                   builder_.text(wanted), placeOfType(), builder_.location(member.position)});
+  return lateResult(result, wanted);
 }
 
 MethodGenerator::Value MethodGenerator::memberCall(const Value& receiver, const Member& member,
                                                    const std::string& wanted) {
-  if (!runtime::isPointerType(receiver.type)) {
-    fail(member.position, "'." + member.name + "' needs an object: found " + receiver.type);
+  if (!receiver.isDynamic()) {
+    if (const auto problem = runtime::receiverProblem(receiver.type, member.name)) fail(member.position, *problem);
   }
   if (!member.isCall) fail(member.position, "expected '(' after '." + member.name + "'");
+  if (receiver.isDynamic()) {
+    operation("requireObject", builder_.typeOf("void"),
+              {receiver.value, receiver.typeAtRun, builder_.text(member.name), builder_.location(member.position)});
+    return callMember(receiver, member, arguments(member, nullptr), wanted);
+  }
   operation("requireReceiver", builder_.typeOf("void"),
             {receiver.value, builder_.text(member.name), builder_.location(member.position)});
   if (receiver.type == "Type" && member.name == "call") return typeCall(receiver, member);
-  if (isBuiltIn(receiver.type)) return builtInCall(receiver, member, wanted);
-  if (const auto* summary = summaryOf(receiver.type)) return linkedCall(*summary, member, receiver.value, wanted);
-  return linkedCall({receiver.type, {}}, member, receiver.value, wanted);
+  if (runtime::isBuiltInType(receiver.type)) return builtInCall(receiver, member, wanted);
+  if (const auto* summary = summaryOf(receiver.type)) return linkedCall(*summary, member, &receiver, wanted);
+  return callMember(receiver, member, arguments(member, nullptr), wanted);
 }
 
 MethodGenerator::Value MethodGenerator::builtInCall(const Value& receiver, const Member& member,
                                                     const std::string& wanted) {
-  const BuiltInMethod* method = findBuiltIn(receiver.type, member.name);
+  const runtime::BuiltInMethod* method = runtime::findBuiltInMethod(receiver.type, member.name);
   const runtime::MethodSignature* signature = method == nullptr ? nullptr : &method->signature;
-  std::vector<std::string> types;
+  const std::vector<Value> values = arguments(member, signature);
+  const bool isRight = fits(receiver.type, member, signature, false, values);
+  if (!isRight || isAnyDynamic(values)) {
+    return callMember(receiver, member, values, isRight ? signature->result : wanted);
+  }
   std::vector<llvm::Value*> passed = {receiver.value};
-  for (const Value& value : arguments(member, signature)) {
-    types.push_back(value.type);
-    passed.push_back(value.value);
-  }
-  const std::string result = signature == nullptr ? resultOfMissing(wanted) : signature->result;
-  if (const auto problem = runtime::callProblem(receiver.type, member.name, signature, false, types)) {
-    return faultyCall(*problem, result, member.position);
-  }
+  for (const Value& value : values) passed.push_back(value.value);
   if (method->takesCallSite) passed.push_back(builder_.location(member.position));
-  return {operation(method->operation, builder_.typeOf(result), passed), result};
+  return {operation(method->operation, builder_.typeOf(signature->result), passed), signature->result};
 }
 
 MethodGenerator::Value MethodGenerator::typeCall(const Value& receiver, const Member& member) {
   std::vector<Value> values = arguments(member, nullptr);
-  if (values.empty() || !runtime::isAssignable("String", values.front().type)) {
-    return faultyCall("Method 'Type.call' takes the name of a method, then its arguments", "String", member.position);
-  }
+  const bool isNamed = !values.empty() && runtime::isAssignable("String", values.front().type);
+  if (!isNamed) return callMember(receiver, member, values, "String");
   llvm::Value* method = values.front().value;
   values.erase(values.begin());
   const WordArguments words = wordArguments(values);
-  llvm::Value* result = operation("typeCall", builder_.pointer(),
-                                  {receiver.value, method, builder_.number(static_cast<int64_t>(values.size())),
-                                   words.words, words.types, builder_.location(member.position)});
+  llvm::Value* result =
+      operation("typeCall", builder_.pointer(),
+                {receiver.value, method, words.count, words.words, words.types, builder_.location(member.position)});
   return {result, "String"};
 }
 

@@ -5,9 +5,11 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "reference_host/compiler/context.h"
 #include "reference_host/language/printable_text.h"
+#include "reference_host/runtime/built_in_methods.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace rt = orva::runtime;
@@ -25,15 +27,32 @@ static const rt::Type* findOrLoad(const std::string& fullName, const rt::SourceL
   }
 }
 
+static void requireClass(const rt::Type* found, const std::string& name, const rt::SourceLocation* callSite) {
+  if (found == nullptr) rt::throwException("ClassNotFoundException", "Class not found: " + name, callSite);
+}
+
+/// The result of a method as its caller needs it: of any type but void for an empty name, dropped for `void`.
+static int64_t fitted(const rt::DynamicValue& result, const std::string& method, const char* wanted,
+                      const char** resultType, const rt::SourceLocation* callSite) {
+  const std::string_view need = wanted;
+  const std::string_view given = result.type;
+  if (need != "void" && (need.empty() ? given == "void" : need != given)) {
+    rt::throwException(
+        "Exception",
+        "Method '" + method + "' returns " + (given == "void" ? "nothing" : std::string(given) + ", not " + wanted),
+        callSite);
+  }
+  *resultType = result.type;
+  return result.word;
+}
+
 extern "C" {
 
 /// Finds the method that a caller was compiled against, and remembers it in the caller's slot.
 static void* orvart_linkMethod(const char* className, const char* method, const char* parameters, const char* result,
                                int64_t isStatic, std::atomic<void*>* slot, const rt::SourceLocation* callSite) {
   const rt::Type* type = findOrLoad(className, callSite);
-  if (type == nullptr) {
-    rt::throwException("ClassNotFoundException", std::string("Class not found: ") + className, callSite);
-  }
+  requireClass(type, className, callSite);
   const rt::MethodSignature expected{method, isStatic != 0, rt::splitTypes(parameters), result};
   const rt::Method* found = type->find(method);
   if (found == nullptr || !(found->signature == expected)) {
@@ -46,25 +65,34 @@ static void* orvart_linkMethod(const char* className, const char* method, const 
   return found->code;
 }
 
-/// Calls a static method of a class that was unknown when the caller was compiled.
+/// Calls a static method that was unknown when the caller was compiled.
 /// @param name the class as it is written; `candidates` are the full names that it may stand for.
-/// @param wanted the type that the caller expects: `String` takes any result as a text, `void` drops it.
+/// @param wanted as for `fitted`, which sets `resultType` too.
 static int64_t orvart_callByName(const char* name, int64_t candidateCount, const char* const* candidates,
                                  const char* method, int64_t count, const int64_t* values, const char* const* types,
-                                 const char* wanted, const rt::SourceLocation* callSite) {
+                                 const char* wanted, const char** resultType, const rt::SourceLocation* callSite) {
   const rt::Type* type = nullptr;
   for (int64_t i = 0; i < candidateCount && type == nullptr; ++i) type = findOrLoad(candidates[i], callSite);
-  if (type == nullptr) {
-    rt::throwException("ClassNotFoundException", std::string("Class not found: ") + name, callSite);
+  requireClass(type, name, callSite);
+  const rt::DynamicValue result = rt::callDynamically(*type, method, true, {count, values, types}, callSite);
+  return fitted(result, type->fullName + "." + method, wanted, resultType, callSite);
+}
+
+/// Calls a method of an instance that was unknown when the caller was compiled; the receiver is the first argument, and
+/// is not null.
+static int64_t orvart_callMember(const char* method, int64_t count, const int64_t* values, const char* const* types,
+                                 const char* wanted, const char** resultType, const rt::SourceLocation* callSite) {
+  const std::string className = types[0];
+  const rt::DynamicArguments arguments{count, values, types};
+  rt::DynamicValue result{};
+  if (rt::isBuiltInType(className)) {
+    result = rt::callBuiltIn(method, arguments, callSite);
+  } else {
+    const rt::Type* type = findOrLoad(className, callSite);
+    requireClass(type, className, callSite);
+    result = rt::callDynamically(*type, method, false, arguments, callSite);
   }
-  std::string result;
-  const int64_t value = rt::callDynamically(*type, method, {count, values, types}, result, callSite);
-  if (std::string(wanted) == "String") return reinterpret_cast<int64_t>(rt::textOf(value, result));
-  if (std::string(wanted) != "void" && wanted != result) {
-    rt::throwException(
-        "Exception", "Method '" + type->fullName + "." + method + "' returns " + result + ", not " + wanted, callSite);
-  }
-  return value;
+  return fitted(result, className + "." + method, wanted, resultType, callSite);
 }
 
 }  // extern "C"
@@ -73,7 +101,8 @@ namespace orva::compiler {
 
 std::vector<runtime::NamedOperation> linkOperations() {
   return {runtime::guarded<orvart_linkMethod>("orvart_linkMethod"),
-          runtime::guarded<orvart_callByName>("orvart_callByName")};
+          runtime::guarded<orvart_callByName>("orvart_callByName"),
+          runtime::guarded<orvart_callMember>("orvart_callMember")};
 }
 
 }  // namespace orva::compiler

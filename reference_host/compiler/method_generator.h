@@ -37,8 +37,11 @@ class MethodGenerator {
 
  private:
   struct Value {
-    llvm::Value* value;
-    std::string type;  ///< `null` for the literal, `void` for a call without a result
+    llvm::Value* value;  ///< a word where the type is not known
+    std::string type;    ///< `null` for the literal, `void` for a call without a result, empty when it is not known
+    llvm::Value* typeAtRun = nullptr;  ///< the spelled type, where it is known only while the program runs
+
+    bool isDynamic() const { return typeAtRun != nullptr; }
   };
   struct Variable {
     std::string type;
@@ -60,7 +63,7 @@ class MethodGenerator {
   void leave(llvm::Value* result);
 
   // Expressions. `wanted` is the type that the place asks for; empty when it asks for none, `void` when it drops the
-  // value. It decides what a call gives whose method is found while the program runs.
+  // value. A call whose method is found while the program runs has that type; where it is empty, that of its result.
   Value expression(const language::Expression& expression, const std::string& wanted);
   Value generate(const language::StringLiteral& literal, language::Position position, const std::string& wanted);
   Value generate(const language::IntegerLiteral& literal, language::Position position, const std::string& wanted);
@@ -72,26 +75,45 @@ class MethodGenerator {
   Value generate(const language::MemberChain& chain, language::Position position, const std::string& wanted);
   Value add(const Value& left, const Value& right, language::Position position);
   Value compare(const Value& left, const Value& right, bool equal, language::Position position);
+  Value dynamicSum(const Value& left, const Value& right, language::Position position);
+  llvm::Value* dynamicComparison(const Value& left, const Value& right, language::Position position);
   Value asText(const Value& value, language::Position position);
+  /// A value as a word, and its spelled type.
+  llvm::Value* wordOf(const Value& value);
+  llvm::Value* spelledType(const Value& value);
+  /// Where an operation puts the spelled type of what it returns.
+  llvm::Value* placeOfType();
+  /// What an operation returned as a word, and its type.
+  Value dynamicValue(llvm::Value* word);
   /// Evaluates an expression that must be of a type.
   llvm::Value* valueOf(const language::Expression& expression, const std::string& type);
 
   // Calls.
   Value staticCall(const std::string& className, const language::Member& member, const std::string& wanted);
-  Value linkedCall(const ClassSummary& summary, const language::Member& member, llvm::Value* receiver,
+  /// A call of a method that may be known already; `receiver` is null for a static method.
+  Value linkedCall(const ClassSummary& summary, const language::Member& member, const Value* receiver,
                    const std::string& wanted);
-  Value callByName(const std::string& className, const language::Member& member, const std::string& wanted);
   Value memberCall(const Value& receiver, const language::Member& member, const std::string& wanted);
   Value builtInCall(const Value& receiver, const language::Member& member, const std::string& wanted);
   Value typeCall(const Value& receiver, const language::Member& member);
-  /// Throws "Exception" while the program runs, for a call that cannot be right.
-  Value faultyCall(const std::string& problem, const std::string& type, language::Position position);
+  // Calls whose methods are found and checked while the program runs: what is wrong with a call is said when it is
+  // made, of the classes that there are then.
+  Value callByName(const std::string& className, const std::vector<std::string>& candidates,
+                   const language::Member& member, const std::vector<Value>& arguments, const std::string& wanted);
+  Value callMember(const Value& receiver, const language::Member& member, const std::vector<Value>& arguments,
+                   const std::string& wanted);
+  Value lateResult(llvm::Value* word, const std::string& wanted);
   /// Evaluates arguments; `method` is null when it is found while the program runs.
   std::vector<Value> arguments(const language::Member& member, const runtime::MethodSignature* method);
+  /// Tells whether a method takes arguments; of those whose types are not known it is believed.
+  static bool fits(const std::string& typeName, const language::Member& member, const runtime::MethodSignature* method,
+                   bool isStaticCall, const std::vector<Value>& arguments);
+  static bool isAnyDynamic(const std::vector<Value>& values);
   /// The words and the spelled types of arguments, as two arrays in the frame.
   struct WordArguments {
+    llvm::Value* count;
     llvm::Value* words;
-    llvm::Constant* types;
+    llvm::Value* types;
   };
   WordArguments wordArguments(const std::vector<Value>& values);
 
@@ -122,6 +144,7 @@ class MethodGenerator {
   llvm::IRBuilder<> ir_;
   /// The method's `CallFrame`.
   llvm::AllocaInst* frame_ = nullptr;
+  llvm::AllocaInst* placeOfType_ = nullptr;
   std::vector<std::map<std::string, Variable>> variables_;
   /// Where calls unwind to; null outside of every `try`.
   llvm::BasicBlock* landing_ = nullptr;

@@ -14,7 +14,7 @@
 namespace orva::compiler {
 
 /// The version of the layout of objects: of the descriptors, the operations and the header.
-constexpr int32_t currentObjectAbi = 2;
+constexpr int32_t currentObjectAbi = 3;
 
 /// The version of the language that sources are written in.
 constexpr const char* currentDialect = "1";

@@ -16,16 +16,15 @@ void throwException(std::string_view className, std::string_view message, const 
   throw Thrown{newException(className, message, callSite)};
 }
 
-int64_t callDynamically(const Type& type, const char* methodName, const DynamicArguments& arguments,
-                        std::string& result, const SourceLocation* callSite) {
+DynamicValue callDynamically(const Type& type, const char* methodName, bool isStatic, const DynamicArguments& arguments,
+                             const SourceLocation* callSite) {
   const Method* method = type.find(methodName);
-  const std::vector<std::string> types(arguments.types, arguments.types + arguments.count);
+  const std::vector<std::string> types(arguments.types + (isStatic ? 0 : 1), arguments.types + arguments.count);
   if (const auto problem =
-          callProblem(type.fullName, methodName, method == nullptr ? nullptr : &method->signature, true, types)) {
+          callProblem(type.fullName, methodName, method == nullptr ? nullptr : &method->signature, isStatic, types)) {
     throwException("Exception", *problem, callSite);
   }
-  result = method->signature.result;
-  return method->call(arguments.values, callSite);
+  return {method->call(arguments.values, callSite), method->signature.result.c_str()};
 }
 
 static const char* listText(const ArrayList* list) {
@@ -37,7 +36,9 @@ static const char* listText(const ArrayList* list) {
   return newText(text + "]");
 }
 
-const char* textOf(int64_t value, const std::string& type) {
+const char* textOf(const DynamicValue& dynamic) {
+  const int64_t value = dynamic.word;
+  const std::string_view type = dynamic.type;
   if (type == "int") return newText(std::to_string(value));
   if (type == "boolean") return value != 0 ? "true" : "false";
   if (type == "void" || value == 0) return nullptr;
@@ -45,7 +46,8 @@ const char* textOf(int64_t value, const std::string& type) {
   if (type == "Type") return reinterpret_cast<const Type*>(value)->fullName.c_str();
   if (type == "ArrayList<String>") return listText(reinterpret_cast<const ArrayList*>(value));
   if (type == "Exception") return reinterpret_cast<const Exception*>(value)->message;
-  return reinterpret_cast<const Object*>(value)->type->fullName.c_str();
+  // An object may be anything that a native made, and is never looked into.
+  return dynamic.type;
 }
 
 }  // namespace orva::runtime
@@ -61,50 +63,17 @@ static const char* orvart_joinTexts(const char* left, const char* right, const r
 }
 
 static const char* orvart_intText(int64_t value, const rt::SourceLocation* /*callSite*/) {
-  return rt::textOf(value, "int");
+  return rt::textOf({value, "int"});
 }
 
-static const char* orvart_booleanText(int64_t value) { return rt::textOf(value, "boolean"); }
+static const char* orvart_booleanText(int64_t value) { return rt::textOf({value, "boolean"}); }
 
-static int64_t orvart_textsEqual(const char* left, const char* right) {
+int64_t orvart_textsEqual(const char* left, const char* right) {
   const bool equal = left == nullptr || right == nullptr ? left == right : std::strcmp(left, right) == 0;
   return equal ? 1 : 0;
 }
 
 static rt::ArrayList* orvart_newList(const rt::SourceLocation* /*callSite*/) { return rt::newList(); }
-
-static int64_t orvart_listSize(const rt::ArrayList* list) { return static_cast<int64_t>(list->elements.size()); }
-
-static const char* orvart_listGet(const rt::ArrayList* list, int64_t index, const rt::SourceLocation* callSite) {
-  const int64_t size = orvart_listSize(list);
-  if (index < 0 || index >= size) {
-    rt::throwException("Exception",
-                       "Index " + std::to_string(index) + " is outside of a list of " + std::to_string(size), callSite);
-  }
-  return list->elements[static_cast<std::size_t>(index)];
-}
-
-static void orvart_listAdd(rt::ArrayList* list, const char* element, const rt::SourceLocation* /*callSite*/) {
-  rt::addElement(*list, element);
-}
-
-static const char* orvart_typeName(const rt::Type* type) { return type->fullName.c_str(); }
-
-static const char* orvart_typeSource(const rt::Type* type) { return type->source.c_str(); }
-
-static const char* orvart_typeCall(const rt::Type* type, const char* method, int64_t count, const int64_t* values,
-                                   const char* const* types, const rt::SourceLocation* callSite) {
-  if (method == nullptr) {
-    rt::throwException("Exception", "Method 'Type.call' takes the name of a method, not null", callSite);
-  }
-  std::string result;
-  const int64_t value = rt::callDynamically(*type, method, {count, values, types}, result, callSite);
-  return rt::textOf(value, result);
-}
-
-static const char* orvart_exceptionClass(const rt::Exception* exception) { return exception->className; }
-
-static const char* orvart_exceptionMessage(const rt::Exception* exception) { return exception->message; }
 
 static int64_t orvart_exceptionIs(const rt::Exception* exception, const char* className) {
   return std::strcmp(exception->className, className) == 0 ? 1 : 0;
@@ -138,7 +107,7 @@ static void orvart_leaveNative(const rt::SourceLocation* callSite) {
   if (pending) rt::throwException(pending->className, pending->message, callSite);
 }
 
-static void orvart_requireReceiver(const void* receiver, const char* method, const rt::SourceLocation* callSite) {
+void orvart_requireReceiver(const void* receiver, const char* method, const rt::SourceLocation* callSite) {
   if (receiver == nullptr) {
     rt::throwException("Exception", std::string("'") + method + "' is called on null", callSite);
   }
@@ -170,14 +139,6 @@ std::vector<NamedOperation> operations() {
       {"orvart_booleanText", addressOf(orvart_booleanText)},
       {"orvart_textsEqual", addressOf(orvart_textsEqual)},
       guarded<orvart_newList>("orvart_newList"),
-      {"orvart_listSize", addressOf(orvart_listSize)},
-      guarded<orvart_listGet>("orvart_listGet"),
-      guarded<orvart_listAdd>("orvart_listAdd"),
-      {"orvart_typeName", addressOf(orvart_typeName)},
-      {"orvart_typeSource", addressOf(orvart_typeSource)},
-      guarded<orvart_typeCall>("orvart_typeCall"),
-      {"orvart_exceptionClass", addressOf(orvart_exceptionClass)},
-      {"orvart_exceptionMessage", addressOf(orvart_exceptionMessage)},
       {"orvart_exceptionIs", addressOf(orvart_exceptionIs)},
       guarded<orvart_raise>("orvart_raise"),
       {"orvart_rethrow", addressOf(orvart_rethrow)},

@@ -45,23 +45,37 @@ NamedOperation guarded(const char* name) {
   return {name, reinterpret_cast<const void*>(Guarded<operation>::call)};
 }
 
-/// The arguments of a call whose method is found while the program runs.
+/// A value whose type is known only while the program runs. The spelled type stays valid.
+struct DynamicValue {
+  int64_t word;
+  const char* type;
+};
+
+/// The arguments of a call whose method is found while the program runs. The receiver, if there is one, is the first.
 struct DynamicArguments {
   int64_t count;
   const int64_t* values;
   const char* const* types;
 };
 
-/// Calls a static method after checking that it exists and takes the arguments. Throws a language exception when it
+/// Calls a method of a class after checking that it exists and takes the arguments. Throws a language exception when it
 /// does not.
-/// @param[out] result the spelled type of what is returned.
-int64_t callDynamically(const Type& type, const char* method, const DynamicArguments& arguments, std::string& result,
-                        const SourceLocation* callSite);
+/// @param isStatic whether the caller has no receiver.
+DynamicValue callDynamically(const Type& type, const char* method, bool isStatic, const DynamicArguments& arguments,
+                             const SourceLocation* callSite);
 
 /// A value as a text: what `+` and `print` make of it. Null for the result of a void method.
-const char* textOf(int64_t value, const std::string& type);
+const char* textOf(const DynamicValue& value);
 
 }  // namespace orva::runtime
 
+extern "C" {
+
 /// The text that `+` makes of a String: null becomes "null".
-extern "C" const char* orvart_printableText(const char* text);
+const char* orvart_printableText(const char* text);
+
+int64_t orvart_textsEqual(const char* left, const char* right);
+
+void orvart_requireReceiver(const void* receiver, const char* method, const orva::runtime::SourceLocation* callSite);
+
+}  // extern "C"

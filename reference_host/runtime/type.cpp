@@ -56,6 +56,34 @@ bool isAssignable(std::string_view wanted, std::string_view given) {
   return wanted == given ? wanted != "void" : given == "null" && isPointerType(wanted);
 }
 
+std::optional<std::string> textProblem(const std::string& type) {
+  if (type == "String" || type == "int" || type == "boolean" || type == "null") return std::nullopt;
+  return "expected a String, an int or a boolean, found " + type;
+}
+
+std::optional<std::string> sumProblem(const std::string& left, const std::string& right) {
+  if (left == "int" && right == "int") return std::nullopt;
+  if (left != "String" && right != "String") {
+    return "'+' adds ints or joins a String: found " + left + " + " + right;
+  }
+  return textProblem(left == "String" ? right : left);
+}
+
+std::optional<std::string> comparisonProblem(const std::string& left, const std::string& right) {
+  if (isAssignable(left, right) || isAssignable(right, left)) return std::nullopt;
+  return "cannot compare " + left + " with " + right;
+}
+
+std::optional<std::string> assignmentProblem(const std::string& wanted, const std::string& given) {
+  if (isAssignable(wanted, given)) return std::nullopt;
+  return "expected " + wanted + ", found " + given;
+}
+
+std::optional<std::string> receiverProblem(const std::string& type, const std::string& methodName) {
+  if (isPointerType(type)) return std::nullopt;
+  return "'." + methodName + "' needs an object: found " + type;
+}
+
 std::optional<std::string> callProblem(const std::string& typeName, const std::string& methodName,
                                        const MethodSignature* method, bool isStaticCall,
                                        const std::vector<std::string>& argumentTypes) {

@@ -24,15 +24,15 @@ struct MethodSignature {
 /// A signature as a declaration spells it: `static String name(int, String)`.
 std::string describe(const MethodSignature& signature);
 
-/// Calls a static method with arguments and result as 64-bit words.
+/// Calls a method with receiver, if it has one, arguments and result as 64-bit words.
 using Invoker = int64_t (*)(const int64_t* arguments, const SourceLocation* callSite);
 
 struct Method {
   MethodSignature signature;
-  void* code = nullptr;      ///< takes the receiver if there is one, the arguments, then the call site
-  Invoker invoke = nullptr;  ///< null for a method that is not static
+  void* code = nullptr;  ///< takes the receiver if there is one, the arguments, then the call site
+  Invoker invoke = nullptr;
 
-  /// Calls a static method from C++, where what it throws may be caught.
+  /// Calls the method from C++, where what it throws may be caught.
   int64_t call(const int64_t* arguments, const SourceLocation* callSite) const;
 };
 
@@ -57,6 +57,17 @@ bool isPointerType(std::string_view type);
 /// Tells whether a value of one type may be used where another is wanted: they are equal, or it is null for a type
 /// whose values are pointers.
 bool isAssignable(std::string_view wanted, std::string_view given);
+
+/// Says what is wrong with `left + right`, `left == right` or the text of a value, if anything.
+std::optional<std::string> sumProblem(const std::string& left, const std::string& right);
+std::optional<std::string> comparisonProblem(const std::string& left, const std::string& right);
+std::optional<std::string> textProblem(const std::string& type);
+
+/// Says what is wrong with a value in the place of another type, if anything.
+std::optional<std::string> assignmentProblem(const std::string& wanted, const std::string& given);
+
+/// Says what is wrong with the type of a value whose method is called, if anything.
+std::optional<std::string> receiverProblem(const std::string& type, const std::string& methodName);
 
 /// Says what is wrong with a call, if anything.
 /// @param method null when the type has no method of that name.

@@ -77,7 +77,7 @@ TEST(ObjectFile, HeaderTellsWhatItWasBuiltFromAndFor) {
   const ObjectFile object = readObject("A.o");
   EXPECT_EQ(object.path, "A.o");
   EXPECT_EQ(object.identity, sourceIdentity(source));
-  EXPECT_EQ(object.abi, 2);
+  EXPECT_EQ(object.abi, 3);
   EXPECT_EQ(object.dialect, "1");
   EXPECT_EQ(object.target, activeContext().engine.target());
   EXPECT_EQ(object.initialisers, (std::vector<std::string>{"orva.initialise:A", "orva.initialise:B"}));
@@ -106,14 +106,14 @@ TEST(ObjectFile, EachDifferenceIsToldWithBothValues) {
             "'A.o' has another dialect version: expected '1', found '2'");
   object.abi = 7;
   EXPECT_EQ(failureOf([&] { checkObject(object, "x", "moon"); }),
-            "'A.o' has another ABI version: expected '2', found '7'");
+            "'A.o' has another ABI version: expected '3', found '7'");
 }
 
 TEST(ObjectFile, AnObjectOfAnotherAbiVersionIsNotLinked) {
   const Workspace workspace;
   compiled();
-  changeObject("A.o", "\"abi\":2", "\"abi\":1");
-  EXPECT_EQ(loadingFails(source), "'A.o' has another ABI version: expected '2', found '1'");
+  changeObject("A.o", "\"abi\":3", "\"abi\":1");
+  EXPECT_EQ(loadingFails(source), "'A.o' has another ABI version: expected '3', found '1'");
 }
 
 TEST(ObjectFile, AnObjectOfAnotherDialectIsNotLinked) {
