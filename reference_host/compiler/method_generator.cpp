@@ -240,9 +240,18 @@ void MethodGenerator::jump(llvm::BasicBlock* target) {
 }
 
 llvm::Value* MethodGenerator::call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments) {
-  if (landing_ == nullptr) return ir_.CreateCall(callee, arguments);
+  // The time that LLVM takes for a block grows with the square of its calls.
+  constexpr unsigned mostInBlock = 64;
+  const bool endsBlock = ++calls_ % mostInBlock == 0;
+  if (landing_ == nullptr && !endsBlock) return ir_.CreateCall(callee, arguments);
   llvm::BasicBlock* next = newBlock("called");
-  llvm::Value* result = ir_.CreateInvoke(callee, next, landing_, arguments);
+  llvm::Value* result = nullptr;
+  if (landing_ == nullptr) {
+    result = ir_.CreateCall(callee, arguments);
+    ir_.CreateBr(next);
+  } else {
+    result = ir_.CreateInvoke(callee, next, landing_, arguments);
+  }
   ir_.SetInsertPoint(next);
   return result;
 }

@@ -148,6 +148,7 @@ class MethodGenerator {
   std::vector<std::map<std::string, Variable>> variables_;
   /// Where calls unwind to; null outside of every `try`.
   llvm::BasicBlock* landing_ = nullptr;
+  unsigned calls_ = 0;
 };
 
 }  // namespace orva::compiler
