@@ -2,9 +2,11 @@
 #include "reference_host/compiler/native_methods.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 #include "reference_host/language/parser.h"
@@ -58,15 +60,43 @@ static std::map<std::string, std::string> readStandardNatives() {
   return natives;
 }
 
+/// Tells whether an address lies in code that the dynamic linker loaded.
+static bool isExecutable(const void* address) {
+  const auto holds = [](dl_phdr_info* object, std::size_t, void* wanted) {
+    const auto place = reinterpret_cast<std::uintptr_t>(wanted);
+    for (int i = 0; i < object->dlpi_phnum; ++i) {
+      const auto& segment = object->dlpi_phdr[i];
+      const std::uintptr_t begin = object->dlpi_addr + segment.p_vaddr;
+      const bool isCode = segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0;
+      if (isCode && place >= begin && place - begin < segment.p_memsz) return 1;
+    }
+    return 0;
+  };
+  return dl_iterate_phdr(holds, const_cast<void*>(address)) != 0;
+}
+
+/// Tells whether a symbol's address is a function's. Some linkers put constants beside code.
+static bool isFunction(const void* address) {
+  Dl_info found{};
+  void* entry = nullptr;
+  if (dladdr1(address, &found, &entry, RTLD_DL_SYMENT) == 0 || !isExecutable(address)) return false;
+  const auto* symbol = static_cast<const ElfW(Sym)*>(entry);
+  // The type is in the same bits for all sizes of words.
+  return symbol == nullptr || found.dli_saddr != address || ELF64_ST_TYPE(symbol->st_info) != STT_OBJECT;
+}
+
 std::optional<std::string> nativeProblem(const std::string& symbol, const std::string& signature) {
   static const std::map<std::string, std::string> standardNatives = readStandardNatives();
-  if (findNative(symbol) == nullptr)
-    return "needs the symbol " + inQuotes(symbol) + ", which the process does not define";
-  if (isEntryPoint(symbol)) {
-    return "needs the symbol " + inQuotes(symbol) + ", which is an entry point of the runtime, not a native";
-  }
+  const std::string needs = "needs the symbol " + inQuotes(symbol) + ", which ";
+  const void* const address = findNative(symbol);
+  if (address == nullptr) return needs + "the process does not define";
+  if (isEntryPoint(symbol)) return needs + "is an entry point of the runtime, not a native";
   const auto known = standardNatives.find(symbol);
-  if (known == standardNatives.end() || known->second == signature) return std::nullopt;
+  if (known == standardNatives.end()) {
+    if (isFunction(address)) return std::nullopt;
+    return needs + "is data: expected a function";
+  }
+  if (known->second == signature) return std::nullopt;
   return "is declared as " + inQuotes(signature) + ": expected " + inQuotes(known->second) + " for the symbol " +
          inQuotes(symbol);
 }

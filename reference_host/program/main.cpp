@@ -55,8 +55,9 @@ static int run(int argc, char** argv) {
     reportFailure("Memory ran out");
   } catch (const std::exception& failure) {
     std::fflush(stdout);
-    const std::string_view text = failure.what();
-    reportFailure(text.empty() ? "A native threw a std::exception without a text" : text);
+    const char* const text = failure.what();
+    const bool isEmpty = text == nullptr || *text == '\0';
+    reportFailure(isEmpty ? "A native threw a std::exception without a text" : text);
   } catch (...) {
     std::fflush(stdout);
     reportFailure("A native threw an object not derived from std::exception");

@@ -11,9 +11,13 @@
 
 namespace rt = orva::runtime;
 
+/// A text that a native passes; null gives another one.
+static std::string textOr(const char* text, const char* otherwise) { return text == nullptr ? otherwise : text; }
+
 void Orva_raise(const char* exceptionClass, const char* message) {
   try {
-    rt::setPendingException({exceptionClass, message});
+    // A message is often what `what()` returned, which may be null.
+    rt::setPendingException({textOr(exceptionClass, "Exception"), textOr(message, "")});
   } catch (const std::bad_alloc&) {
     // So short that they need no memory of their own.
     rt::setPendingException({"Exception", "Memory ran out"});
@@ -26,11 +30,12 @@ void* Orva_typeByName(const char* typeName) {
 }
 
 void* Orva_allocObject(const char* className) {
+  const std::string name = textOr(className, "");
   // The standard library's class, whatever else a program may have under its short name.
-  const rt::Type* type = rt::findTypeByFullName(std::string("orva.") + className);
-  if (type == nullptr) type = rt::findType(className);
+  const rt::Type* type = rt::findTypeByFullName("orva." + name);
+  if (type == nullptr) type = rt::findType(name);
   if (type != nullptr) return rt::newObject(*type);
-  throw std::runtime_error(std::string("Cannot allocate an object: no single class is named '") + className + "'");
+  throw std::runtime_error("Cannot allocate an object: no single class is named '" + name + "'");
 }
 
 int64_t orva_collections_ArrayList_size(void* list) {

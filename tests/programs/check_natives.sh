@@ -1,0 +1,143 @@
+#!/usr/bin/env bash
+# Checks natives of other libraries: what a process defines under a native's symbol, what natives throw and raise, and
+# the objects that they make. Nothing of it crashes the host.
+# Usage: check_natives.sh ORVA_HOST CXX_COMPILER
+# shellcheck source-path=SCRIPTDIR source=checks.sh
+source "$(dirname "$0")/checks.sh"
+compiler=$2
+
+cat >natives.cpp <<'CPP'
+#include <cstdint>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <stdexcept>
+
+extern "C" {
+void Orva_raise(const char* exceptionClass, const char* message);
+void* Orva_allocObject(const char* className);
+
+int64_t orva_Data_number = 5;
+extern const int64_t orva_Data_constant = 5;
+int64_t orva_Data_zero = 0;
+extern const char orva_Data_text[] = "\xC3\xC3\xC3\xC3\xC3\xC3\xC3\xC3";
+thread_local int64_t orva_Data_local = 5;
+void function() {}
+void (*orva_Data_pointer)() = function;
+extern void (*const orva_Data_table[])() = {function, function};
+__asm__(".globl orva_Data_absolute\n.set orva_Data_absolute, 4096");
+__asm__(".data\n.globl orva_Data_untyped\norva_Data_untyped: .quad 5\n.text");
+
+void orva_Code_function() {}
+__attribute__((weak)) void orva_Code_weak() {}
+void orva_Code_alias() __attribute__((alias("orva_Code_function")));
+void (*choose())() { return function; }
+void orva_Code_chosen() __attribute__((ifunc("choose")));
+}
+
+template <typename Base>
+struct Silent : Base {
+  using Base::Base;
+  const char* what() const noexcept override { return nullptr; }
+};
+struct Runtime : std::runtime_error {
+  Runtime() : runtime_error("never") {}
+};
+
+extern "C" {
+void orva_Fails_fail(int64_t how) {
+  if (how == 0) throw Silent<std::exception>();
+  if (how == 1) throw Silent<Runtime>();
+  if (how == 2) throw std::runtime_error("");
+  if (how == 3) throw Silent<std::bad_alloc>();
+  if (how == 4) Orva_raise("Told", nullptr);
+  if (how == 5) Orva_raise(nullptr, "message");
+  if (how == 6) Orva_raise(nullptr, nullptr);
+  if (how == 7) Orva_allocObject(nullptr);
+}
+
+void* orva_Objects_make(int64_t how) {
+  if (how == 0) return std::calloc(1, 4096);
+  if (how == 1) return reinterpret_cast<void*>(16);
+  if (how == 2) return reinterpret_cast<void*>(INTPTR_MIN + 1);
+  if (how == 3) return reinterpret_cast<void*>(function);
+  return nullptr;
+}
+int64_t orva_Objects_isSame(void* receiver, void* other) { return receiver == other ? 1 : 0; }
+}
+CPP
+# Where constants are not apart from code, they lie in memory that can be executed.
+for code in separate-code noseparate-code; do
+  "$compiler" -shared -fPIC natives.cpp -Wl,-z,$code -o "$code.so" || exit 1
+done
+natives=separate-code
+with_natives() {
+  env LD_PRELOAD="$work/$natives.so" ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}" "$host" "$@"
+}
+
+# What is under the symbol of a native.
+for natives in noseparate-code separate-code; do
+  for name in number constant zero text local pointer table absolute untyped; do
+    echo "class Data { static native void $name(); static void main() { Data.$name(); } }" >Data.ov
+    problem="needs the symbol 'orva_Data_$name', which is data: expected a function"
+    found=$(with_natives run Data.ov 2>&1)
+    expect "data '$name', $natives" "1 Data.ov:1:33: error: native method 'Data.$name' $problem" \
+      "$? $(head -1 <<<"$found")"
+  done
+done
+for name in function weak alias chosen; do
+  main="static void main() { Code.$name(); Console.print(\"called\"); }"
+  echo "class Code { static native void $name(); $main }" >Code.ov
+  expect "function '$name'" called "$(with_natives run Code.ov 2>&1)"
+done
+
+# What has no text.
+silence='A native threw a std::exception without a text'
+expected=("$silence" "$silence" "$silence" 'Memory ran out' 'Told: ' 'Exception: message' 'Exception: '
+  "Cannot allocate an object: no single class is named ''")
+for how in "${!expected[@]}"; do
+  echo "class Fails { static native void fail(int how); static void main() { Fails.fail($how); } }" >Fails.ov
+  found=$(with_natives run Fails.ov 2>&1)
+  expect "failure $how" "1 ${expected[how]}" "$? $(head -1 <<<"$found")"
+done
+
+# Objects of a native are what it says, and are not looked into.
+cat >Objects.ov <<'OV'
+class Objects {
+  static native Objects make(int how);
+  native boolean isSame(Objects other);
+  static void use(Type type, int how) {
+    Objects made = Objects.make(how);
+    Console.print(type.call("make", how) + " " + (made == null)
+        + " " + made.isSame(made) + " " + (made == Objects.make(4)));
+  }
+  static void late(int how) {
+    try { Console.print("" + later.Maker.make(how)); } catch (Exception e) { Console.print(e.message()); }
+    Console.print(later.Maker.make(how).isSame(null));
+  }
+  static void all(Type type, int how) {
+    if (how == 4) { return; }
+    Objects.use(type, how);
+    Objects.late(how);
+    Objects.all(type, how + 1);
+  }
+  static void main() { ClassLoader.addSourceRoot("root"); Objects.all(ClassLoader.getTypeByName("Objects"), 0); }
+}
+OV
+mkdir -p root/later
+cat >root/later/Maker.ov <<'OV'
+package later;
+class Maker { static later.Objects make(int how) { return later.Objects.make(how); } }
+OV
+cat >root/later/Objects.ov <<'OV'
+package later;
+class Objects { static native Objects make(int how); native boolean isSame(Objects other); }
+OV
+each='Objects false true false
+expected a String, an int or a boolean, found later.Objects
+false'
+expect objects "$each
+$each
+$each
+$each" "$(with_natives run Objects.ov 2>&1)"
+exit $failures
