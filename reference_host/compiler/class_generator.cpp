@@ -36,7 +36,8 @@ class ClassGenerator {
     GeneratedClass generated;
     generated.fullName = scope_.fullName;
     generated.initialiser = "orva.initialise:" + scope_.fullName;
-    if (isInstance() || declared_.typeParameters.empty()) {
+    const bool isCalled = isInstance() || declared_.typeParameters.empty();
+    if (hasOwnNames() && isCalled) {
       summarise();
       for (const MethodSignature& signature : signatures_) addFunction(signature);
       for (std::size_t i = 0; i < signatures_.size(); ++i) generateMethod(i, generated.natives);
@@ -48,6 +49,19 @@ class ClassGenerator {
 
  private:
   bool isInstance() const { return !name_.arguments.empty(); }
+
+  /// Refuses a class that has, or gives its parameters, a name of which nobody could tell whether the built-in type is
+  /// meant.
+  bool hasOwnNames() {
+    const std::size_t before = scope_.diagnostics.size();
+    const auto refuse = [this](const std::string& name, const char* what) {
+      if (!runtime::isBuiltInName(name)) return;
+      scope_.diagnostics.push_back({declared_.position, "'" + name + "' is a built-in type: " + what});
+    };
+    refuse(declared_.name, "a class needs another name");
+    for (const std::string& parameter : declared_.typeParameters) refuse(parameter, "a parameter needs another name");
+    return scope_.diagnostics.size() == before;
+  }
 
   void summarise() {
     for (const MethodDeclaration& method : declared_.methods) {

@@ -172,12 +172,14 @@ const ClassSummary* MethodGenerator::summaryOf(const std::string& fullName) cons
 
 MethodGenerator::Value MethodGenerator::staticCall(const std::string& className, const Member& member,
                                                    const std::string& wanted) {
-  const auto fullName = scope_.catalog.resolveClass(className, scope_.names);
+  const std::string& meaning = scope_.names.meaning(className);
+  const bool isBuiltIn = runtime::isBuiltInType(meaning) || runtime::isBuiltInName(meaning);
+  const auto fullName = isBuiltIn ? std::nullopt : scope_.catalog.resolveClass(className, scope_.names);
   if (fullName) {
     if (const auto* summary = summaryOf(*fullName)) return linkedCall(*summary, member, nullptr, wanted);
   }
-  return callByName(scope_.names.meaning(className), ClassCatalog::candidates(className, scope_.names), member,
-                    arguments(member, nullptr), wanted);
+  return callByName(meaning, ClassCatalog::candidates(className, scope_.names), member, arguments(member, nullptr),
+                    wanted);
 }
 
 std::vector<MethodGenerator::Value> MethodGenerator::arguments(const Member& member,

@@ -71,6 +71,9 @@ static void* orvart_linkMethod(const char* className, const char* method, const 
 static int64_t orvart_callByName(const char* name, int64_t candidateCount, const char* const* candidates,
                                  const char* method, int64_t count, const int64_t* values, const char* const* types,
                                  const char* wanted, const char** resultType, const rt::SourceLocation* callSite) {
+  if (rt::isBuiltInType(name) || rt::isBuiltInName(name)) {
+    rt::throwException("Exception", std::string("Built-in type '") + name + "' has no static methods", callSite);
+  }
   const rt::Type* type = nullptr;
   for (int64_t i = 0; i < candidateCount && type == nullptr; ++i) type = findOrLoad(candidates[i], callSite);
   requireClass(type, name, callSite);

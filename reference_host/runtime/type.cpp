@@ -44,10 +44,16 @@ std::vector<std::string> splitTypes(std::string_view list) {
   return types;
 }
 
+static constexpr std::array<std::string_view, 7> builtInTypes = {"void", "int",       "boolean",          "String",
+                                                                 "Type", "Exception", "ArrayList<String>"};
+
 bool isBuiltInType(std::string_view type) {
-  static constexpr std::array<std::string_view, 7> builtIn = {"void", "int",       "boolean",          "String",
-                                                              "Type", "Exception", "ArrayList<String>"};
-  return std::find(builtIn.begin(), builtIn.end(), type) != builtIn.end();
+  return std::find(builtInTypes.begin(), builtInTypes.end(), type) != builtInTypes.end();
+}
+
+bool isBuiltInName(std::string_view name) {
+  const auto hasName = [&](std::string_view type) { return type.substr(0, type.find('<')) == name; };
+  return std::any_of(builtInTypes.begin(), builtInTypes.end(), hasName);
 }
 
 bool isPointerType(std::string_view type) { return type != "int" && type != "boolean" && type != "void"; }

@@ -51,6 +51,9 @@ std::vector<std::string> splitTypes(std::string_view list);
 /// Tells whether a spelled type is one that the runtime itself brings.
 bool isBuiltInType(std::string_view type);
 
+/// Tells whether a class would have the name of a type that the runtime itself brings.
+bool isBuiltInName(std::string_view name);
+
 /// Tells whether the values of a type are pointers: all are but ints, booleans and nothing.
 bool isPointerType(std::string_view type);
 
