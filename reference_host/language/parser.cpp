@@ -92,8 +92,16 @@ class Parser {
   }
 
   std::string name(const std::string& what) {
+    if (isKeywordForName()) refuse(peek(), "expected " + what + ", found '" + peek().text + "'");
     if (peek().kind != TokenKind::name) failExpected(what);
     return take().text;
+  }
+
+  /// Tells whether a word of the language stands next, and what follows it would follow a name.
+  bool isKeywordForName() const {
+    if (peek().kind != TokenKind::keyword) return false;
+    const Token& next = tokens_[at_ + 1];
+    return next.is("=") || next.is(",") || next.is("(") || next.is(")") || next.is("{") || next.is(">");
   }
 
   std::string qualifiedName(const std::string& what) {
@@ -331,10 +339,13 @@ class Parser {
     return value;
   }
 
-  /// A statement is a declaration when a name follows a complete type; looks ahead without taking anything.
+  /// A statement is a declaration when a name, or a word of the language in its place, follows a complete type; looks
+  /// ahead without taking anything.
   bool startsDeclaration() const {
     std::size_t ahead = at_;
-    return skipType(ahead, depth_ + 1) && tokens_[ahead].kind == TokenKind::name;
+    if (!skipType(ahead, depth_ + 1)) return false;
+    const Token& after = tokens_[ahead];
+    return after.kind == TokenKind::name || (after.kind == TokenKind::keyword && tokens_[ahead + 1].is("="));
   }
 
   bool skipType(std::size_t& ahead, int depth) const {

@@ -144,5 +144,26 @@ TEST(Statement, TellsWhereItStands) {
   EXPECT_EQ(19U, std::get<Try>(body[2].form).variablePosition.column);
 }
 
+// A word of the language where a name is expected: the message asks for the name, whatever other languages do with the
+// word.
+TEST(Statement, AsksForANameInThePlaceOfAWord) {
+  for (const std::string word : {"package", "class", "public", "static", "native", "return", "if", "else", "try",
+                                 "catch", "throw", "new", "true", "false", "null"}) {
+    const std::string found = ", found '" + word + "'";
+    for (const std::string type : {"int", "String", "a.b.C", "ArrayList<String>"}) {
+      EXPECT_TRUE(refusesBody(type + " ^" + word + " = \"a\";", "expected the name of a variable" + found));
+    }
+    EXPECT_TRUE(refusesBody("try { } catch (E ^" + word + ") { }", "expected the name of a variable" + found));
+    EXPECT_TRUE(refusesBody("throw new ^" + word + "(\"\");", "expected the name of an exception class" + found));
+    EXPECT_TRUE(refusesBody("A.^" + word + "();", "expected a name after '.'" + found));
+    EXPECT_TRUE(refuses("class A { void m(int ^" + word + ") { } }", "expected the name of a parameter" + found));
+    EXPECT_TRUE(
+        refuses("class A { void m(int ^" + word + ", int b) { } }", "expected the name of a parameter" + found));
+    EXPECT_TRUE(refuses("class A { void ^" + word + "() { } }", "expected the name of a method" + found));
+    EXPECT_TRUE(refuses("class ^" + word + " { }", "expected the name of a class" + found));
+    EXPECT_TRUE(refuses("class A<^" + word + "> { }", "expected the name of a type parameter" + found));
+  }
+}
+
 }  // namespace
 }  // namespace orva::language
