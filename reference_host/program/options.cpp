@@ -75,8 +75,8 @@ std::string help() {
          "\n"
          "Objects that a program loads are trusted code: their digests find damage, not malice.\n"
          "\n"
-         "Exit status: 0 when the program ends, 1 after an uncaught exception or when it does\n"
-         "not compile, 2 when the command line or the installation is wrong.\n";
+         "Exit status: 0 when the program ends, 1 after an uncaught exception or when it cannot\n"
+         "be read or does not compile, 2 when the command line or the installation is wrong.\n";
 }
 
 /// The option that a word was probably meant to be: one that it abbreviates, or hardly differs from.
