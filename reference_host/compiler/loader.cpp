@@ -3,6 +3,7 @@
 
 #include <llvm/ExecutionEngine/Orc/ThreadSafeModule.h>
 #include <llvm/Linker/Linker.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -46,12 +47,15 @@ struct Loader::BuiltObject {
   std::string bytes;
 };
 
-/// The one name of a file that can be read, however it was named.
+/// The one name of a file that can be read, however it was named. Where the working directory lies so deep that it has
+/// no name itself, it is that by which the file was named.
 static std::string realPath(const std::string& path) {
   std::error_code error;
   const fs::path real = fs::canonical(path, error);
-  if (error) throw std::runtime_error("Cannot read " + inQuotes(path) + ": " + error.message());
-  return real.string();
+  if (!error) return real.string();
+  struct stat status{};
+  if (stat(path.c_str(), &status) == 0) return path;
+  throw std::runtime_error("Cannot read " + inQuotes(path) + ": " + std::generic_category().message(errno));
 }
 
 /// The package that is spelled most like another one; the innermost root's when several are.

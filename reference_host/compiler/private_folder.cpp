@@ -96,8 +96,9 @@ class BlockedSignals {
 /// Makes a folder that nobody else may read. Throws `std::runtime_error` when it cannot be made.
 static void makeFolder() {
   std::error_code error;
-  const fs::path parent = fs::absolute(folderForFolders(), error);
-  if (error) fail(error.value());
+  fs::path parent = fs::absolute(folderForFolders(), error);
+  // Where the working directory lies too deep, only the name relative to it is left.
+  if (error || parent.native().size() >= folderPath.size()) parent = folderForFolders();
   for (;;) {
     std::string path = (parent / prefix).string() + unguessableDigits();
     if (path.size() >= folderPath.size()) fail(ENAMETOOLONG);

@@ -36,12 +36,16 @@ std::string rootOf(const Program& program) {
   if (program.package.empty()) return folder.string();
   std::string rest = program.package;
   std::replace(rest.begin(), rest.end(), '.', '/');
-  fs::path root = fs::absolute(program.file).lexically_normal().parent_path();
+  std::error_code error;
+  fs::path root = fs::absolute(program.file, error).lexically_normal().parent_path();
+  fs::path relative = folder;
   for (fs::path names = rest; !names.empty(); names = names.parent_path()) {
     if (root.filename() != names.filename()) return folder.string();
     root = root.parent_path();
+    relative /= "..";
   }
-  return root.string();
+  // The working directory may lie too deep for a name of its own.
+  return fs::is_directory(root, error) ? root.string() : relative.string();
 }
 
 static bool isGeneric(const std::string& file, const std::string& className) {

@@ -247,4 +247,34 @@ preload=$work/natives.so
 check raised_by_main 1 '' 'Raised: before any line was reached' run Raiser.ov
 preload=
 
+# A working directory so deep that it has no name: files are found as they are named.
+folder=$(printf 'd%.0s' {1..200})
+for ((i = 0; i < 25; i++)); do
+  mkdir "$folder"
+  cd -P "$folder" || exit 1
+done 2>/dev/null
+mkdir one two
+echo 'package one; class Box<T> { static String of() { return "box"; } }' >one/Box.ov
+echo 'package two; class Other { static String text() { return "other"; } }' >two/Other.ov
+cat >one/Deep.ov <<'OV'
+package one;
+class Deep {
+  static void main() {
+    Console.print(two.Other.text());
+    Console.print(ClassLoader.getTypeByName("one.Box<int>").call("of"));
+    ClassLoader.precompileSources(["two/Other.ov"]);
+  }
+}
+OV
+check deep 0 $'other\nbox' '' run one/Deep.ov
+[ -s two/Other.o ] || { echo 'a deep folder: no object'; failures=1; }
+TMPDIR=two check deep_temporary_folder 0 $'other\nbox' '' run one/Deep.ov
+[ "$(ls two)" = $'Other.o\nOther.ov' ] || { echo "a deep temporary folder holds '$(ls two)'"; failures=1; }
+cd one || exit 1
+check deep_package 1 $'other\nbox' "Exception: Cannot read 'two/Other.ov': No such file or directory
+  at Deep.ov:6 in one.Deep.main
+      ClassLoader.precompileSources([\"two/Other.ov\"]);" run Deep.ov
+check deep_missing 1 '' "Cannot read 'Missing.ov': No such file or directory" run Missing.ov
+cd "$work" || exit 1
+
 exit $failures
