@@ -54,6 +54,7 @@ static bool spells(const TypeRecord& record, const std::string& name) {
 
 bool hasReadyRecord(const std::string& name) {
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  const Calling call("recordName or isReady");
   for (const TypeRecord& record : gTypes) {
     if (isReady(record) && spells(record, name)) return true;
   }

@@ -68,7 +68,7 @@ static void emptyStringsComeAsEmptyStrings(Trial& trial) {
 /// of the list: all else that may come of it, a crash or an endless loop included, is right.
 static bool readsTheFirst(void* list, int64_t power) {
   constexpr int yes = 1;
-  const int status = doneApart([&] {
+  const int status = doneApart(1, [&] {
     const char* text = ::orva_collections_ArrayList_operator_index(list, power);
     return text != nullptr && std::strcmp(text, "first") == 0 ? yes : 0;
   });

@@ -42,7 +42,7 @@ static std::string endOfAWalk() {
   const std::unique_lock<std::mutex> lock = lockMutexForSomeTime();
   if (!lock.owns_lock()) return {};
   const Calling call("recordName or isReady");
-  const int status = doneApart([] {
+  const int status = doneApart(5, [] {
     walk();
     return 0;
   });

@@ -148,22 +148,38 @@ using Clock = std::chrono::steady_clock;
 class Caller {
  public:
   Caller(Trial& trial, std::function<void()> call)
-      : thread_([this, &trial, call = std::move(call)] {
-          trial.hooks.attachThread();
-          hasBegun_ = true;
-          try {
-            call();
-          } catch (...) {
-          }
-        }) {}
-  ~Caller() { thread_.join(); }
+      : thread_([this, &trial, call = std::move(call)] { run(trial, call); }) {}
+  ~Caller() {
+    if (thread_.joinable()) thread_.join();
+  }
   Caller(const Caller&) = delete;
   Caller& operator=(const Caller&) = delete;
 
   bool hasBegun() const { return hasBegun_; }
 
+  /// Waits for the end. Throws what the hook threw that attaches a thread.
+  void end() {
+    thread_.join();
+    if (unattached_) std::rethrow_exception(unattached_);
+  }
+
  private:
+  void run(Trial& trial, const std::function<void()>& call) {
+    try {
+      trial.hooks.attachThread();
+    } catch (...) {
+      unattached_ = std::current_exception();
+      return;
+    }
+    hasBegun_ = true;
+    try {
+      call();
+    } catch (...) {
+    }
+  }
+
   std::atomic<bool> hasBegun_{false};
+  std::exception_ptr unattached_;
   std::thread thread_;
 };
 
@@ -189,6 +205,7 @@ class Meeting {
       if (!loadFirst) beginLoad(callers, file);
       haveBegun = std::all_of(callers.begin(), callers.end(), [](const Caller& caller) { return caller.hasBegun(); });
     }
+    for (Caller& caller : callers) caller.end();
     return haveBegun;
   }
 
@@ -220,9 +237,11 @@ static void lookUpsAndLoadsRunAtOnce(Trial& trial) {
   loadStandardTypes(trial);
   Meeting meeting(trial);
   // On a loaded machine, some threads begin too late.
-  for (int overlapped = 0; overlapped < enough && Clock::now() < end;) {
+  int overlapped = 0;
+  while (overlapped < enough && Clock::now() < end) {
     if (meeting.hold(overlapped % 2 == 0)) ++overlapped;
   }
+  if (overlapped == 0) throw NotRun{"no lookup met a load: this machine has too little time for its threads"};
 }
 
 std::vector<Check> sourceChecks() {

@@ -29,6 +29,9 @@ for way in "${!starts[@]}"; do
   must_say 'not run: nothing can be asked of this host before that is mended'
 done
 
+run 1 "the hook attachThread, by an exception" sources.LookUpsAndLoadsRunAtOnce
+must_say '    seen: a std::exception came out of the host: no thread'
+
 run 1 "look-ups and lists wait" --seconds 4
 must_say '    seen: not done after 4 s; orva_ClassLoader_getSystem has not returned'
 must_say '    seen: not done after 1 s; Orva_typeByName has not returned'

@@ -1,6 +1,7 @@
 // How the kit reaches the faulty host, and what the host does wrong around calls of natives.
 #include "hooks.h"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -29,8 +30,13 @@ class FaultyHooks : public Hooks {
     if (breaks("the hook start, by an exception")) throw std::runtime_error("no licence");
     if (breaks("the hook start, by a crash")) std::abort();
     if (breaks("the hook start, by waiting")) pause();
+    if (breaks("nothing, but ignores its children")) signal(SIGCHLD, SIG_IGN);
     startCompiler(folder);
     if (breaks("registry.TheMutexIsFreeBetweenCalls")) gReflectionMutex.lock();
+  }
+
+  void attachThread() override {
+    if (breaks("the hook attachThread, by an exception")) throw std::runtime_error("no thread");
   }
 
   std::optional<Raised> takePending() override { return faulty_host::takePending(); }
