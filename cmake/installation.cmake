@@ -67,7 +67,8 @@ foreach(kind IN LISTS orva_kinds)
       $<TARGET_OBJECTS:orva_classloader_measured> configured/${package}.pc ${package}.pc
     DEPENDS orva_classloader_measured $<TARGET_OBJECTS:orva_classloader_measured> configured/${package}.pc
     VERBATIM)
-  add_custom_target(orva_pkgconfig_${kind} ALL DEPENDS ${package}.pc)
+  add_custom_target(orva_pkgconfig_${kind} DEPENDS ${package}.pc)
+  add_dependencies(orva_classloader_${kind} orva_pkgconfig_${kind})
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgconfig} COMPONENT development)
 endforeach()
 
