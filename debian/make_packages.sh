@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 
 # What git knows, or would add; without git, all that lies here.
 sources() {
-  git ls-files -zco --exclude-standard 2>/dev/null || find . \( -path ./.git -o -path ./build \) -prune -o -type f -print0
+  { [ -e .git ] && git ls-files -zco --exclude-standard; } || find . \( -path ./.git -o -path ./build \) -prune -o -type f -print0
 }
 
 # dpkg-buildpackage writes into the folder of the sources and into the one above it, so it works on a copy. The time of a
