@@ -25,7 +25,7 @@ must_be_refused() { # what for, options that find the headers…
 
 must_report() { # prefix of the installation, object of the hooks, object of the host, what its first line says…
   local program=$work/mismatch status=0
-  g++ "$2" "$3" -o "$program" -rdynamic "$1"/lib/liborva-host-contract.a \
+  g++ "$2" "$3" "$work/compiler.o" -o "$program" -rdynamic "$1"/lib/liborva-host-contract.a \
     -Wl,--whole-archive "$1/lib/liborva-classloader.a" -Wl,--no-whole-archive -pthread
   "$program" >"$work/report" || status=$?
   [[ $status == 1 ]] || fail "status $status: $(cat "$work/report")"
@@ -55,6 +55,7 @@ sed -i 's/gTypes.push_back({\(.*\), &type, {&type}});/gTypes.push_back({\&type, 
   "$work/with_swapped/minimal_host.cpp"
 objects "$work/with_ours" -I"$ours/include/orva-classloader"
 objects "$work/with_swapped" -I"$swapped"
+g++ -std=c++17 -c "$example/text_compiler.cpp" -o "$work/compiler.o" -I"$ours/include/orva-classloader"
 g++ -std=c++17 -c "$example/minimal_host.cpp" -o "$work/views.o" \
   -I"$here/view_record" -I"$ours/include/orva-classloader"
 

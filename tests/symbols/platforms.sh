@@ -12,13 +12,12 @@ libcxx=/usr/lib/llvm-19/include/c++/v1
 [[ -f $libcxx/vector ]] || fail "libc++-19-dev is not installed"
 
 # The folders of musl that POSIX has, and files beside them, but for those of Linux.
-mkdir -p "$work/posix/sys" "$work/lists/classloader"
+mkdir -p "$work/posix/sys" "$work/record/classloader"
 ln -s "$musl"/* "$work/posix" 2>/dev/null || true
 rm "$work"/posix/{byteswap,elf,endian,link,malloc}.h
 for header in ipc mman msg resource select sem shm socket stat statvfs time times types uio un utsname wait; do
   ln -s "$musl/sys/$header.h" "$work/posix/sys"
 done
-cp "$work/native_list.inc" "$work/lists/classloader/native_list.inc"
 
 sources=("$root"/{classloader,host_contract,host_contract/checks,examples/minimal_host}/*.cpp)
 [[ ${#sources[@]} -ge 25 ]] || fail "sources are missing: ${sources[*]}"
@@ -48,9 +47,11 @@ check_with_headers() { # folder of the C library, sources…
     { included '[a-z/]*\.h' | grep -vF sys/prctl.h; echo "#pragma clang poison $extensions"; } >>"$work/prelude.h"
   fi
   clang++-19 "${options[@]}" -xc++-header "$work/prelude.h" -o "$work/prelude.pch"
+  clang++-19 "${options[@]}" -include-pch "$work/prelude.pch" -I"$root" -c "$root/cmake/record_layout.cpp" -o "$work/record.o"
+  cmake -P "$root/cmake/record.cmake" "$work/record.o" "$work/record/classloader/record.h"
   for source in "${@:2}"; do
     clang++-19 "${options[@]}" -include-pch "$work/prelude.pch" -I"$root" -I"$root/examples/minimal_host" \
-      -I"$work/lists" -fsyntax-only "$source" || fail "${source#"$root/"} does not compile with the headers of $1"
+      -I"$work/record" -fsyntax-only "$source" || fail "${source#"$root/"} does not compile with the headers of $1"
   done
 }
 # What asks for Linux is another source there.
