@@ -1,5 +1,5 @@
-# What checks share that build for themselves: the project's root, a temporary folder, how a check fails; and the
-# libraries that symbols.libraries has built, for the checks that read them.
+# What checks share that build for themselves: the project's root and version, a temporary folder, how a check fails;
+# and the libraries that symbols.libraries has built, for the checks that read them.
 # shellcheck shell=bash disable=SC2034
 set -euo pipefail
 
@@ -10,6 +10,12 @@ trap 'rm -rf "$work"' EXIT
 
 # shellcheck source-path=SCRIPTDIR source=../abi/library.sh
 source "$root/abi/library.sh"
+
+version=$(sed -nE 's/^#define ORVA_CLASSLOADER_VERSION_[A-Z]+ ([0-9]+)$/\1/p' "$root"/classloader/version.h |
+  paste -sd.)
+# Which versions may take each other's place: below 1.0.0, those of one minor version.
+interface=${version%%.*}
+[[ $interface != 0 ]] || interface=${version%.*}
 
 compilers=(g++ clang++ clang++-19)
 warnings=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror)

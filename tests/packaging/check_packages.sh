@@ -11,8 +11,7 @@ made=$(realpath "$2")
 lintian --allow-root --fail-on error,warning --suppress-tags no-copyright-file "$made"/*.changes >"$work/log" 2>&1 ||
   fail "lintian finds: $(cat "$work/log")"
 
-version=$(sed -nE 's/^#define ORVA_CLASSLOADER_VERSION_[A-Z]+ ([0-9]+)$/\1/p' "$root/classloader/version.h" | paste -sd.)
-library=$(echo "$made/liborva-classloader${version%.*}_${version}_"*.deb)
+library=$(echo "$made/liborva-classloader${interface}_${version}_"*.deb)
 [[ -f $library ]] || fail "no package of version $version; debian/ and version.h differ: $(ls "$made")"
 dpkg-deb --control "$library" "$work/control"
 grep -x 'activate-noawait ldconfig' "$work/control/triggers" >/dev/null || fail "the linker's cache is not told"
@@ -24,7 +23,7 @@ for package in "$made"/*.deb; do
   ! grep -rIFl -e "$made/source" "$work/$name" >&2 || fail "$name: files name the folder that they were built in"
   [[ $name == *-dev || -f $(echo "$made/$name"-dbgsym_*.deb) ]] || fail "$name: the debugging symbols are missing"
 done
-[[ $(exported_symbols "$work/liborva-classloader${version%.*}"/usr/lib/*/lib*.so.*.*.*) == \
+[[ $(exported_symbols "$work/liborva-classloader$interface"/usr/lib/*/lib*.so.*.*.*) == \
   $(sed -nE 's/^ (.*)@Base .*/\1/p' "$work/control/symbols") ]] || fail "the list of symbols is not that of the library"
 
 # In the library there is nothing to fortify: what it copies goes into strings, whose room is not known to the compiler.

@@ -19,7 +19,7 @@ must_build() {
 must_run() { # static or shared, program
   local needed
   "$2" || fail "$2: the host and the library do not agree"
-  needed=$(readelf -d "$2" | grep -c 'NEEDED.*\[liborva-classloader\.so\.0\.1\]') || true
+  needed=$(readelf -d "$2" | grep -cF "[liborva-classloader.so.$interface]") || true
   [[ $1:$needed == static:0 || $1:$needed == shared:1 ]] || fail "$2 is not linked to the $1 library"
 }
 

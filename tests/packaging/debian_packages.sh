@@ -46,7 +46,8 @@ use_program() {
 use_packages() {
   [[ ! -e $root/README.md ]] || fail "the checkout is still there"
   # Not `grep -q`, which ends ldconfig by a signal once it has found the line.
-  ldconfig -p | grep 'liborva-classloader\.so\.0\.1 ' >/dev/null || fail "the shared library is not in the linker's cache"
+  ldconfig -p | grep -F "liborva-classloader.so.$interface " >/dev/null ||
+    fail "the shared library is not in the linker's cache"
   use_hosts
   use_template
   use_program
@@ -61,11 +62,12 @@ depends_on() {  # PACKAGE DEPENDENCY
   dpkg-deb --field "$made/$1"_*.deb Depends | grep -F "$2" >/dev/null || fail "$1 does not depend on $2"
 }
 
+library=liborva-classloader$interface
 for package in "${packages[@]}"; do
   case $package in
-    liborva-classloader0.1) depends_on "$package" 'libc6 (>= ' ;;
-    liborva-classloader-dev) depends_on "$package" 'liborva-classloader0.1 (= 0.1.0)' ;;
-    orva-reference-host) depends_on "$package" libllvm19 && depends_on "$package" 'liborva-classloader0.1 (>= 0.1.0)' ;;
+    "$library") depends_on "$package" 'libc6 (>= ' ;;
+    liborva-classloader-dev) depends_on "$package" "$library (= $version)" ;;
+    orva-reference-host) depends_on "$package" libllvm19 && depends_on "$package" "$library (>= " ;;
   esac
 done
 for package in "${packages[@]}"; do
@@ -76,5 +78,6 @@ cd "$work"
 every_file >before
 installed_here >here_before
 "$here/with_packages.sh" "$made" \
-  bash -euo pipefail -c "$(declare -p root work here packages); $(declare -f); use_packages" "$(basename "$0")"
+  bash -euo pipefail -c "$(declare -p root work here packages interface); $(declare -f); use_packages" \
+  "$(basename "$0")"
 installed_here | diff here_before - >&2 || fail "the machine itself was changed"

@@ -8,7 +8,7 @@ for compiler in g++ clang++; do
     check_consumer "$compiler" "$kind" -DORVA_SOURCE="$root"
     built=$(find "$work/$compiler" -name 'liborva*' -type f -printf '%f\n' -delete)
     expected=liborva-classloader.a
-    [[ $kind == static ]] || expected=liborva-classloader.so.0.1.0
+    [[ $kind == static ]] || expected=liborva-classloader.so.$version
     [[ $built == "$expected" ]] || fail "$kind: built '$built', expected '$expected'"
     cmake --install "$work/$compiler" --prefix "$work/installed" >"$work/install.log"
     [[ ! -e $work/installed ]] || fail "an embedded project installs files that its host did not ask for"

@@ -12,7 +12,7 @@ libraries=$prefix/lib
 export CMAKE_PREFIX_PATH=$prefix PKG_CONFIG_PATH=$libraries/pkgconfig
 
 (cd "$prefix" && find include lib ! -type d ! -path 'lib/cmake/*' | sort) >"$work/found"
-sort >"$work/expected" <<'END'
+sort >"$work/expected" <<END
 include/orva-classloader/classloader/native_list.inc
 include/orva-classloader/classloader/native_table.h
 include/orva-classloader/classloader/natives.h
@@ -25,8 +25,8 @@ include/orva-classloader/runtime_api/reflection.h
 include/orva-classloader/runtime_api/runtime.h
 lib/liborva-classloader.a
 lib/liborva-classloader.so
-lib/liborva-classloader.so.0.1
-lib/liborva-classloader.so.0.1.0
+lib/liborva-classloader.so.$interface
+lib/liborva-classloader.so.$version
 lib/liborva-host-contract.a
 lib/pkgconfig/orva-classloader-static.pc
 lib/pkgconfig/orva-classloader.pc
@@ -42,11 +42,11 @@ dead = [f"{path}:{line}: {link}" for path in Path(sys.argv[1]).rglob("*.md") for
 sys.exit("\n".join(dead) or 0)
 END
 readelf -d "$libraries/liborva-classloader.so" >"$work/dynamic"
-grep -q 'SONAME.*\[liborva-classloader\.so\.0\.1\]' "$work/dynamic" || fail "another soname"
+grep -qF "soname: [liborva-classloader.so.$interface]" "$work/dynamic" || fail "another soname"
 
 for compiler in g++ clang++; do
   for kind in static shared; do
-    check_consumer "$compiler" "$kind"
+    check_consumer "$compiler" "$kind" -DORVA_VERSION="${version%.*}"
     check_consumer_by_pkg_config "$compiler" "$kind"
   done
   for standard in c++17 c++20 c++2b; do

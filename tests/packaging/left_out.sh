@@ -9,7 +9,7 @@ for kind in static shared; do
   options=(-DORVA_STATIC=ON -DORVA_SHARED=OFF)
   files=$(printf '%s\n' liborva-classloader.a orva-classloader-static.pc)
   [[ $kind == static ]] || options=(-DORVA_STATIC=OFF -DORVA_SHARED=ON)
-  [[ $kind == static ]] || files=$(printf '%s\n' liborva-classloader.so{,.0.1,.0.1.0} orva-classloader.pc)
+  [[ $kind == static ]] || files=$(printf '%s\n' liborva-classloader.so{,."$interface",."$version"} orva-classloader.pc)
   must_build "$root" "$work/library" -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_HOST_CONTRACT=OFF \
     -DCMAKE_UNITY_BUILD=ON -DCMAKE_CXX_FLAGS=-fno-rtti "${options[@]}"
   prefix=$work/$kind
