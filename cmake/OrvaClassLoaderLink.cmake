@@ -5,17 +5,15 @@
 # and --as-needed does not drop the shared library; what is linked after ours is linked as the host asked for.
 #
 # CMake looks features up where the program is defined, which may be outside of the folder that found the package:
-# only cache variables are seen there.
-foreach(language IN ITEMS C CXX)
-  if(APPLE)
-    set(whole LINKER:-force_load,<LIB_ITEM>)
-    set(kept <LIB_ITEM>)
-  else()
-    set(whole LINKER:--export-dynamic,--push-state,--whole-archive <LINK_ITEM> LINKER:--pop-state)
-    set(kept LINKER:--push-state,--no-as-needed <LINK_ITEM> LINKER:--pop-state)
-  endif()
-  set(CMAKE_${language}_LINK_LIBRARY_USING_ORVA_WHOLE_SUPPORTED TRUE CACHE INTERNAL "")
-  set(CMAKE_${language}_LINK_LIBRARY_USING_ORVA_WHOLE "${whole}" CACHE INTERNAL "")
-  set(CMAKE_${language}_LINK_LIBRARY_USING_ORVA_KEPT_SUPPORTED TRUE CACHE INTERNAL "")
-  set(CMAKE_${language}_LINK_LIBRARY_USING_ORVA_KEPT "${kept}" CACHE INTERNAL "")
-endforeach()
+# only cache variables are seen there. They name no language, so they hold for each that a host is linked in.
+if(APPLE)
+  set(whole LINKER:-force_load,<LIB_ITEM>)
+  set(kept <LIB_ITEM>)
+else()
+  set(whole LINKER:--export-dynamic,--push-state,--whole-archive <LINK_ITEM> LINKER:--pop-state)
+  set(kept LINKER:--push-state,--no-as-needed <LINK_ITEM> LINKER:--pop-state)
+endif()
+set(CMAKE_LINK_LIBRARY_USING_ORVA_WHOLE_SUPPORTED TRUE CACHE INTERNAL "")
+set(CMAKE_LINK_LIBRARY_USING_ORVA_WHOLE "${whole}" CACHE INTERNAL "")
+set(CMAKE_LINK_LIBRARY_USING_ORVA_KEPT_SUPPORTED TRUE CACHE INTERNAL "")
+set(CMAKE_LINK_LIBRARY_USING_ORVA_KEPT "${kept}" CACHE INTERNAL "")

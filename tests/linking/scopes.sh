@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Links programs by CMake, in C and in C++, that reach the library through another target of another folder, with
-# --as-needed: ours is kept, and the library after ours is dropped.
+# Links programs by CMake, in C, C++ and Objective-C++, that reach the library through another target of another folder,
+# with --as-needed: ours is kept, and the library after ours is dropped.
 # Usage: scopes.sh PROJECT PREPARED
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
-require cmake ninja g++ readelf
+require cmake ninja clang++ g++ readelf
 prepared=$2
 objects=("$prepared"/g++/{by_name,compiler,main,registry,runtime}.o)
 export LDFLAGS=-Wl,--as-needed LD_LIBRARY_PATH=$prepared/installed/lib
@@ -23,11 +23,12 @@ check_scopes() { # name, options of CMake…
   local kind language
   {
     cmake -G Ninja -S "$root/tests/linking/scopes" -B "$work/$1" -DCMAKE_UNITY_BUILD=ON \
+      -DCMAKE_OBJCXX_COMPILER=clang++ \
       -DHOST="$(IFS=';'; echo "${objects[*]}")" "${@:2}" && cmake --build "$work/$1"
   } >"$work/log" 2>&1 || fail "$1: $(cat "$work/log")"
   ! grep -A5 'CMake Warning' "$work/log" >&2 || fail "$1: CMake warns"
   for kind in shared static; do
-    for language in C CXX; do
+    for language in C CXX OBJCXX; do
       check $kind "$work/$1/${kind}_$language"
     done
   done
