@@ -62,6 +62,10 @@ for compiler in gcc clang; do
     -xc /dev/null || fail "natives.h does not compile as C11 with $compiler"
 done
 
+# Hosts that ask for the whole archive themselves link as well.
+must_build "$work/consumer" "$work/whole" -DLINKED='$<LINK_LIBRARY:WHOLE_ARCHIVE,orva::classloader>'
+must_run static "$work/whole/consumer"
+
 # As an older CMake would call itself.
 echo 'set(CMAKE_VERSION 3.23.5)' >"$work/older.cmake"
 ! build "$work/consumer" "$work/older" -DCMAKE_PROJECT_INCLUDE="$work/older.cmake" ||
