@@ -61,8 +61,8 @@ check_with_headers "$work/posix" "${sources[@]}"
 musl-gcc -std=c11 -Wall -Wextra -Wpedantic -Werror -I"$root" -fsyntax-only -include classloader/natives.h \
   -xc /dev/null || fail "natives.h does not compile with musl-gcc"
 
-# Without Apple's headers the sources cannot be compiled, so C functions stand for them. CMake decides how they are
-# linked.
+# Without Apple's headers, and without a standard library of C++ for musl, the sources cannot be linked, so C functions
+# stand for them. CMake decides how.
 cat >"$work/natives.c" <<'END'
 #include "classloader/natives.h"
 void Orva_raise(const char*, const char*);
@@ -73,28 +73,33 @@ void other(void) { orva_hidden(); }
 #define ORVA_NATIVE(symbol, class, method, kind, result, parameters) result symbol parameters { other(); }
 #include "native_list.inc"
 END
-link_for_macos() { # processor
-  local target=$1-apple-macos11 build=$work/$1 flags object objects
+link_stand_ins() { # platform, compiler of C and its options, options of CMake…
+  local build=$work/linked-$1 compiler object objects
+  read -ra compiler <<<"$2"
+  cmake -S "$root" -B "$build" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_STATIC=OFF "${@:3}" \
+    >"$work/log" 2>&1 || fail "CMake does not configure for $1: $(cat "$work/log")"
+  ninja -C "$build" -t commands classloader/all | grep -E -- ' -(shared|dynamiclib) ' >"$work/command" ||
+    fail "no library for $1"
+  mapfile -t objects < <(grep -o '[^ ]*\.cpp\.o' "$work/command")
+  for object in "${objects[@]}"; do
+    "${compiler[@]}" -c -xc /dev/null -o "$build/$object"
+  done
+  "${compiler[@]}" -fPIC -ffreestanding -Wno-return-type -I"$root" -I"$work" -c "$work/natives.c" -o "$build/$object"
+  (cd "$build" && eval "$(cat "$work/command")") >"$work/log" 2>&1 ||
+    fail "the library does not link for $1: $(cat "$work/log")"
+  # The names of macOS begin with an underscore.
+  llvm-nm-19 -g --defined-only "$build"/classloader/liborva-classloader.* |
+    awk 'NF == 3 { sub(/^_/, "", $3); print $3 }' | sort -u >"$work/exported"
+  same "$1: symbols of the shared library" "$work/natives" "$work/exported"
+}
+link_stand_ins musl musl-gcc -DCMAKE_C_COMPILER=musl-gcc -DCMAKE_CXX_COMPILER=musl-gcc
+for processor in x86_64 arm64; do
+  target=$processor-apple-macos11
   flags="-nostdlib -fuse-ld=lld --ld-path=$(command -v ld64.lld-19)"
   # What CMake tries are whole programs, for which the system's library is missing.
-  cmake -S "$root" -B "$build" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_STATIC=OFF \
+  link_stand_ins "macOS-$processor" "clang-19 --target=$target" \
     -DCMAKE_SYSTEM_NAME=Darwin -DCMAKE_HAVE_LIBC_PTHREAD=ON -DCMAKE_INSTALL_NAME_TOOL=true \
     -DCMAKE_C_COMPILER=clang-19 -DCMAKE_C_COMPILER_TARGET="$target" \
     -DCMAKE_CXX_COMPILER=clang++-19 -DCMAKE_CXX_COMPILER_TARGET="$target" \
-    -DCMAKE_EXE_LINKER_FLAGS="$flags -Wl,-undefined,dynamic_lookup" -DCMAKE_SHARED_LINKER_FLAGS="$flags" \
-    >"$work/log" 2>&1 || fail "CMake does not configure for macOS: $(cat "$work/log")"
-  ninja -C "$build" -t commands classloader/all | grep -- -dynamiclib >"$work/command" || fail "no library for macOS"
-  mapfile -t objects < <(grep -o '[^ ]*\.cpp\.o' "$work/command")
-  for object in "${objects[@]}"; do
-    clang-19 --target="$target" -c -xc /dev/null -o "$build/$object"
-  done
-  clang-19 --target="$target" -ffreestanding -Wno-return-type -I"$root" -I"$work" -c "$work/natives.c" \
-    -o "$build/$object"
-  (cd "$build" && eval "$(cat "$work/command")") >"$work/log" 2>&1 ||
-    fail "the library does not link for macOS on $1: $(cat "$work/log")"
-  llvm-nm-19 -g --defined-only "$build"/classloader/*.dylib | awk 'NF == 3 { print substr($3, 2) }' | sort -u \
-    >"$work/exported"
-  same "macOS on $1: symbols of the shared library" "$work/natives" "$work/exported"
-}
-link_for_macos x86_64
-link_for_macos arm64
+    -DCMAKE_EXE_LINKER_FLAGS="$flags -Wl,-undefined,dynamic_lookup" -DCMAKE_SHARED_LINKER_FLAGS="$flags"
+done
