@@ -19,7 +19,7 @@ command -v doxygen >/dev/null || fail "doxygen is not installed"
 } >"$work/Doxyfile"
 doxygen "$work/Doxyfile" || fail "see the warnings above"
 
-for header in classloader/natives.h classloader/native_table.h runtime_api/*.h host_contract/hooks.h; do
+for header in classloader/{natives,native_table,version}.h runtime_api/*.h host_contract/hooks.h; do
   grep -A1 "<name>${header##*/}</name>" "$work/tags" | grep -q "<path>.*${header%/*}/</path>" ||
     fail "the reference lacks $header: add it to INPUT in docs/Doxyfile, and @file to its first comment"
 done
