@@ -18,7 +18,7 @@ static constexpr const char* usage =
     "Usage: %s [--list] [--here] [--strict] [--seconds N] [PATTERN…]\n"
     "Checks whether the host that is linked into this program keeps what the class loading library relies on.\n"
     "\n"
-    "PATTERN       run the checks alone that it matches: a room ('types'), a check ('types.ANullNameIsTaken'),\n"
+    "PATTERN       run only the checks that match: a room ('types'), a check ('types.ANullNameIsTaken'),\n"
     "              or a pattern of the shell ('*.TheMutex*')\n"
     "--list        print the checks and what breaks without them, and run none\n"
     "--here        run one check in this process, for a debugger\n"
@@ -120,7 +120,7 @@ static void list(const std::vector<Check>& checks) {
 
 namespace {
 
-/// The run of several checks: which of them are still worth their time, and what came of them.
+/// The run of several checks: which of them are still worth their time, and how they ended.
 class Run {
  public:
   explicit Run(int seconds) : seconds_(seconds) {}

@@ -55,7 +55,7 @@ static fs::path newFolder() {
   return folder;
 }
 
-/// Thrown when the host does not start, which is no matter of the check.
+/// Thrown when the host does not start, which the check is not to blame for.
 struct Unstarted {
   std::string seen;
 };

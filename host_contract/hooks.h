@@ -119,8 +119,7 @@ Hooks& hostHooks();
 /// @param arguments as `main` was given them.
 /// @param hooks of the host to check.
 /// @return the exit status: 0 when no required check is broken, 1 when one is (with `--strict`, when any is), 2 when
-/// the
-///         command line is wrong or the checks could not be run.
+///         the command line is wrong or the checks could not be run.
 int run(int argumentCount, char** arguments, Hooks& hooks);
 
 }  // namespace orva::host_contract

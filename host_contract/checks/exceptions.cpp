@@ -87,7 +87,7 @@ std::vector<Check> exceptionChecks() {
                     "A native that raises would leave by a C++ exception, in place of its failure value."),
       room.required(
           "RaiseCopiesTheClassName", raiseCopiesTheClassName,
-          "The library keeps the class name for the call alone; a program would be shown another one, or the process "
+          "The library keeps the class name only during the call; a program would be shown another one, or the process "
           "would crash."),
       room.required("RaiseCopiesTheMessage", raiseCopiesTheMessage,
                     "The message is often the text of a C++ exception that is destroyed right after the call; programs "

@@ -32,7 +32,7 @@ static void elementsComeInOrder(Trial& trial) {
   expect(seen == "'first', 'second', 'third'", "the elements are " + seen);
 }
 
-/// What an element of a long list is, where all that may come of a wrong index is told as what it is.
+/// What an element of a long list is, or the exception that a wrong index raised.
 static std::string elementOfLongList(void* list, int64_t index) {
   try {
     return elementOf(list, index);

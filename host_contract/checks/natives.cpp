@@ -1,5 +1,4 @@
 // Natives: how the host binds them, and what it does around their calls.
-
 #include <stdexcept>
 #include <string>
 

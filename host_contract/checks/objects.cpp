@@ -61,7 +61,7 @@ static void identitiesOfEqualLengthAreToldApart(Trial& trial) {
                 [&] { loadObject(built.object, equal); });
   const std::size_t last = built.identity.size() - 1;
   for (const std::size_t at : {std::size_t{0}, last / 2, last}) {
-    expectFailure("loading an object whose identity differs in byte " + std::to_string(at) + " alone",
+    expectFailure("loading an object whose identity differs only in byte " + std::to_string(at),
                   [&] { loadObject(built.object, altered(built.identity, at)); });
   }
 }

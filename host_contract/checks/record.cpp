@@ -50,7 +50,7 @@ static std::string endOfAWalk() {
     const int signal = WTERMSIG(status);
     return "was ended by signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
   }
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? "" : "found texts that are no names";
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? "" : "found texts that are not names";
 }
 
 static void theLibraryReadsTheHostsRecord(Trial& trial) {
@@ -75,7 +75,7 @@ std::vector<Check> recordChecks() {
   return {
       room.required("TheLibraryReadsTheHostsRecord", theLibraryReadsTheHostsRecord,
                     "A generic look-up reads all records at the places that the library was compiled with; it would "
-                    "crash, or find types by texts that are no names."),
+                    "crash, or find types by texts that are not names."),
   };
 }
 
