@@ -85,6 +85,15 @@ inline std::string sourceFileForClass(const std::string& className) {
   return compiler::ClassLoader::sourceFileForClass(className, compiler::Compiler::activeRuntimeContext(), nullptr);
 }
 
+/// `compiler::ClassLoader::materializeRuntimeGenericType`, in the active context; what it hands out is dropped.
+inline bool materializeRuntimeGenericType(const std::string& typeName) {
+  const Calling call("ClassLoader::materializeRuntimeGenericType");
+  std::string instanceName;
+  std::string sourceFile;
+  std::shared_ptr<compiler::Context> context = compiler::Compiler::activeRuntimeContext();
+  return compiler::ClassLoader::materializeRuntimeGenericType(typeName, instanceName, sourceFile, context);
+}
+
 /// `compiler::PackageLayout::isValidPackageName`.
 inline bool isValidPackageName(const std::string& packageName) {
   const Calling call("PackageLayout::isValidPackageName");

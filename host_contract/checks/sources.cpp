@@ -183,8 +183,9 @@ class Caller {
   std::thread thread_;
 };
 
-/// A load and look-ups of each kind, made to meet: while the kit holds the mutex, each goes on until it needs it. Those
-/// that have taken another lock before then wait for the one that is given the mutex first, and it for them.
+/// A load, from a source or an object, and lookups of each kind, made to meet: while the kit holds the mutex, each goes
+/// on until it needs it. Those that have taken another lock before then wait for the one that is given the mutex first,
+/// and it for them.
 class Meeting {
  public:
   explicit Meeting(Trial& trial) : trial_(trial), root_(addRoot(trial, "root")), name_(nameOfEntry(0)) {
@@ -193,16 +194,20 @@ class Meeting {
     timeOfALoad_ = std::min<Clock::duration>(2 * (Clock::now() - begin), std::chrono::seconds(1));
   }
 
-  /// @param loadFirst whether the load asks for the mutex ahead of the look-ups.
+  /// Each second time the load asks for the mutex ahead of the lookups, and each third and fourth time it is one of an
+  /// object.
   /// @return whether all had begun before the mutex was given.
-  bool hold(bool loadFirst) {
-    const std::string file = writeClass(trial_, root_, "Apple" + std::to_string(++count_));
+  bool hold() {
+    const bool loadFirst = ++count_ % 2 == 0;
+    const std::function<void()> nextLoad = prepareLoad();
     std::deque<Caller> callers;
     bool haveBegun = false;
-    if (const auto lock = lockMutexForSomeTime(); lock.owns_lock()) {
-      if (loadFirst) beginLoad(callers, file);
+    {
+      const auto lock = lockMutexForSomeTime();
+      expect(lock.owns_lock(), "gReflectionMutex is held while nothing is loaded or looked up");
+      if (loadFirst) beginLoad(callers, nextLoad);
       beginLookUps(callers);
-      if (!loadFirst) beginLoad(callers, file);
+      if (!loadFirst) beginLoad(callers, nextLoad);
       haveBegun = std::all_of(callers.begin(), callers.end(), [](const Caller& caller) { return caller.hasBegun(); });
     }
     for (Caller& caller : callers) caller.end();
@@ -210,8 +215,26 @@ class Meeting {
   }
 
  private:
-  void beginLoad(std::deque<Caller>& callers, const std::string& file) {
-    callers.emplace_back(trial_, [file] { load(file); });
+  /// That it does is another check's concern.
+  static bool precompiles(const std::string& file) {
+    try {
+      Compiler::precompileSources({file});
+      return true;
+    } catch (...) {
+      return false;
+    }
+  }
+
+  std::function<void()> prepareLoad() {
+    const std::string file = writeClass(trial_, root_, "Apple" + std::to_string(count_));
+    const std::string object = trial_.hooks.objectFile(file);
+    const std::string identity = trial_.hooks.sourceIdentity(file);
+    if (count_ % 4 < 2 || object.empty() || identity.empty() || !precompiles(file)) return [file] { load(file); };
+    return [object, identity] { Compiler::ensureObjectBundleLoadedInActiveJit({object}, {identity}); };
+  }
+
+  void beginLoad(std::deque<Caller>& callers, const std::function<void()>& nextLoad) {
+    callers.emplace_back(trial_, nextLoad);
     std::this_thread::sleep_for(timeOfALoad_ + std::chrono::milliseconds(1));
   }
 
@@ -221,6 +244,9 @@ class Meeting {
       callers.emplace_back(trial_, [name] { Orva_typeByName(name); });
       callers.emplace_back(trial_, [name] { orva_ClassLoader_getTypeByName(name); });
     }
+    // What such a lookup asks the compiler, without the walk before it, which waits for the mutex.
+    callers.emplace_back(trial_, [] { sourceFileForClass("no.such.Type"); });
+    callers.emplace_back(trial_, [] { materializeRuntimeGenericType("no.such.Generic<no.such.Type>"); });
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 
@@ -239,7 +265,7 @@ static void lookUpsAndLoadsRunAtOnce(Trial& trial) {
   // On a loaded machine, some threads begin too late.
   int overlapped = 0;
   while (overlapped < enough && Clock::now() < end) {
-    if (meeting.hold(overlapped % 2 == 0)) ++overlapped;
+    if (meeting.hold()) ++overlapped;
   }
   if (overlapped == 0) throw NotRun{"no lookup met a load: this machine has too little time for its threads"};
 }

@@ -47,7 +47,8 @@ check_with_headers() { # folder of the C library, sources…
     { included '[a-z/]*\.h' | grep -vF sys/prctl.h; echo "#pragma clang poison $extensions"; } >>"$work/prelude.h"
   fi
   clang++-19 "${options[@]}" -xc++-header "$work/prelude.h" -o "$work/prelude.pch"
-  clang++-19 "${options[@]}" -include-pch "$work/prelude.pch" -I"$root" -c "$root/cmake/record_layout.cpp" -o "$work/record.o"
+  clang++-19 "${options[@]}" -include-pch "$work/prelude.pch" -I"$root" \
+    -c "$root/cmake/record_layout.cpp" -o "$work/record.o"
   cmake -P "$root/cmake/record.cmake" "$work/record.o" "$work/record/classloader/record.h"
   for source in "${@:2}"; do
     clang++-19 "${options[@]}" -include-pch "$work/prelude.pch" -I"$root" -I"$root/examples/minimal_host" \

@@ -158,6 +158,16 @@ void loadObject(const std::string& path, const std::string& identity) {
   if (!breaks("objects.ABundleRegistersItsTypes")) loadText(source);
 }
 
+/// Takes the mutex of the type table and that of the class path: a lookup in one order, a load in the other.
+void takeBoth(const char* fault, std::mutex& first, std::mutex& second) {
+  if (!breaks(fault)) return;
+  const std::lock_guard<std::mutex> lock(first);
+  const std::lock_guard<std::mutex> behind(second);
+}
+
+constexpr const char* withBundles = "sources.LookUpsAndLoadsRunAtOnce with bundles";
+constexpr const char* withInstances = "sources.LookUpsAndLoadsRunAtOnce with instances";
+
 }  // namespace
 
 namespace faulty_host {
@@ -194,12 +204,14 @@ std::shared_ptr<Context> Compiler::activeRuntimeContext() {
 }
 
 void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context) {
+  takeBoth(withInstances, gReflectionMutex, classPathMutex);
   const bool isAlone = breaks("sources.ParallelLoadsOfOneSourceEndWell");
   (isAlone ? loadAlone : load)(sourcePath, context != nullptr);
 }
 
 void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string>& objectPaths,
                                                    const std::vector<std::string>& sourceIdentities) {
+  takeBoth(withBundles, gReflectionMutex, classPathMutex);
   if (breaks("objects.AnEmptyBundleIsHarmless") && objectPaths.empty()) throw std::runtime_error("no objects");
   for (std::size_t index = 0; index < objectPaths.size(); ++index) {
     loadObject(objectPaths[index], sourceIdentities[index]);
@@ -253,6 +265,7 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
                                             const std::shared_ptr<Token>& /*token*/) {
   std::string relative = className;
   std::replace(relative.begin(), relative.end(), '.', '/');
+  takeBoth(withBundles, classPathMutex, gReflectionMutex);
   const std::lock_guard<std::mutex> lock(classPathMutex);
   for (const std::string& root : searchedRoots) {
     if (breaks("class_path.AClassUnderAnAddedRootIsFound") || missingClasses.count(className) != 0) break;
@@ -272,6 +285,7 @@ void ClassLoader::invalidateKlassPathCaches() {
 
 bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std::string& instanceName,
                                                 std::string& sourceFile, std::shared_ptr<Context>& context) {
+  takeBoth(withInstances, classPathMutex, gReflectionMutex);
   if (breaks("generics.AnInstanceIsFound")) return false;
   instanceName = typeName;
   instanceName.erase(std::remove(instanceName.begin(), instanceName.end(), ' '), instanceName.end());
