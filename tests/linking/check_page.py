@@ -11,7 +11,7 @@ import sys
 from pathlib import Path
 
 SITUATIONS = [
-    "CMake, installed", "CMake, embedded", "pkg-config", "Meson", "Make", "plain sources", "hidden visibility", "LTO",
+    "CMake, installed", "CMake, embedded", "pkg-config", "Meson", "prefer_static", "Make", "plain sources", "hidden visibility", "LTO",
     "--gc-sections", "--exclude-libs", "-static-pie", "fully static", "--as-needed", "gold", "lld", "mold"]
 
 
