@@ -25,6 +25,23 @@ for linker in bfd gold lld mold; do
   refused "undefined.*Orva_raise" clang++ -fuse-ld=$linker "${rest[@]}" "${static[@]}"
 done
 
+# A host in an archive before ours, which these two have gone past when ours needs it.
+ar rc "$work/libcore.a" "$prepared"/clang++/{compiler,registry,runtime}.o
+for linker in bfd gold; do
+  for library in shared static; do
+    declare -n words=$library
+    refused "undefined.*activeRuntimeContext" clang++ -fuse-ld=$linker "$prepared"/clang++/{main,by_name}.o \
+      "$work/libcore.a" "${words[@]}"
+  done
+done
+
+# The compiler in a shared library of its own, to which the program does not refer.
+cp -r "$root/tests/other_host" "$work/core"
+flags=(-std=c++17 "-I$prepared/installed/include/orva-classloader" "-L$work")
+g++ "${flags[@]}" -fPIC -shared "$work/core/compiler.cpp" -o "$work/libcore.so"
+refused "undefined.*activeRuntimeContext" g++ "${flags[@]}" -Wl,--as-needed \
+  "$work"/core/{main,registry,runtime,by_name}.cpp -lcore "${shared[@]}"
+
 # A host whose own headers lack the two lines.
 cp -r "$root/tests/other_host" "$work/hidden"
 sed -i '/^#pragma GCC visibility/d' "$work"/hidden/runtime_api/*.h
