@@ -14,7 +14,8 @@ struct RecordLayout {
   long size;       ///< of a `TypeRecord`
   long alignment;  ///< of a `TypeRecord`
   long table;      ///< the size of `gTypes` itself
-  /// Where the members are that our own record has; -1 for one that the record has not.
+  /// Where the members are that our own record has; -1 for one that the record has not. A record that is laid out as
+  /// ours, with members of other names, therefore counts as another one.
   long name1, name2, name3, name4, type, members;
 };
 

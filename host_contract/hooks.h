@@ -22,9 +22,11 @@ constexpr RecordLayout libraryRecord{ORVA_RECORD_SIZE,  ORVA_RECORD_ALIGNMENT, O
 /// The record of the headers that this source includes: the host's, in the source that derives `Hooks`.
 constexpr RecordLayout hostRecord = recordLayout<TypeRecord, decltype(gTypes)>();
 
-static_assert(hostRecord == libraryRecord,
-              "the library was built with another TypeRecord or gTypes than this host has: build the library with "
-              "-DORVA_RUNTIME_API_DIR=DIR, where DIR/runtime_api/reflection.h is the host's");
+static_assert(
+    hostRecord == libraryRecord,
+    "the library was built with another TypeRecord or gTypes than this host has: build the library with "
+    "-DORVA_RUNTIME_API_DIR=DIR, where DIR/runtime_api/reflection.h is the host's, or compile the hooks with the "
+    "library's flags (-D_GLIBCXX_DEBUG changes a record)");
 
 /// A language exception as a program sees it.
 struct Raised {

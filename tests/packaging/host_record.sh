@@ -7,6 +7,7 @@ source "$(dirname "$0")/common.sh"
 
 ours=$libraries/installed own=$3/installed
 example=$root/examples/minimal_host
+what_to_do='build the library with -DORVA_RUNTIME_API_DIR=DIR'
 
 objects() { # folder of hooks.cpp and minimal_host.cpp, which gets their objects; options that find the headers…
   g++ -std=c++17 -c "$1/hooks.cpp" -o "$1/hooks.o" "${@:2}"
@@ -17,7 +18,7 @@ must_be_refused() { # what for, options that find the headers…
   for compiler in g++ clang++; do
     ! "$compiler" -std=c++17 -fsyntax-only "$example/hooks.cpp" "${@:2}" 2>"$work/errors" ||
       fail "$compiler compiles the hooks of a host with $1"
-    grep -q 'error: static.assert.*build the library with -DORVA_RUNTIME_API_DIR=DIR' "$work/errors" ||
+    grep -qE "error: static.assert.*$what_to_do.* or compile the hooks with the library's flags" "$work/errors" ||
       fail "$compiler does not say what to do about $1: $(cat "$work/errors")"
     [[ $(grep -c 'error:' "$work/errors") == 1 ]] || fail "$compiler says more than that: $(cat "$work/errors")"
   done
@@ -46,6 +47,12 @@ cp -r "$swapped/runtime_api" "$work/swapped_only"
 sed -i 's/TYPE 128/TYPE 0/; s/NAME1 0/NAME1 8/; s/NAME2 32/NAME2 40/; s/NAME3 64/NAME3 72/; s/NAME4 96/NAME4 104/' \
   "$swapped/classloader/record.h"
 
+mkdir "$work/renamed"
+cp -r "$ours/include/orva-classloader/runtime_api" "$work/renamed"
+sed -i 's/\bname\([1-4]\)\b/text\1/g' "$work/renamed/runtime_api/reflection.h"
+
+must_be_refused "members of other names" -I"$work/renamed" -I"$ours/include/orva-classloader"
+must_be_refused "a gTypes that flags change" -D_GLIBCXX_DEBUG -I"$ours/include/orva-classloader"
 must_be_refused "names that are views" -I"$here/view_record" -I"$ours/include/orva-classloader"
 must_be_refused "its members in another order" -I"$work/swapped_only" -I"$ours/include/orva-classloader"
 must_be_refused "our record, and a library that has not" -I"$root" -I"$own/include/orva-classloader"
@@ -59,7 +66,6 @@ g++ -std=c++17 -c "$example/text_compiler.cpp" -o "$work/compiler.o" -I"$ours/in
 g++ -std=c++17 -c "$example/minimal_host.cpp" -o "$work/views.o" \
   -I"$here/view_record" -I"$ours/include/orva-classloader"
 
-what_to_do='build the library with -DORVA_RUNTIME_API_DIR=DIR'
 our_layout="size 160, alignment 8, in a gTypes of size 24, name1 at 0, name2 at 32, name3 at 64"
 our_layout+=", name4 at 96, type at 128, members at 136"
 must_report "$ours" "$work"/with_swapped/{hooks,minimal_host}.o "$what_to_do" \
