@@ -232,6 +232,12 @@ MethodGenerator::Value MethodGenerator::linkedCall(const ClassSummary& summary, 
   return {call(target, passed), method->result};
 }
 
+llvm::Value* MethodGenerator::sharedArray(llvm::AllocaInst*& array, llvm::ArrayType* type, const std::string& name) {
+  if (array == nullptr) array = allocate(type, name);
+  if (type->getNumElements() > array->getAllocatedType()->getArrayNumElements()) array->setAllocatedType(type);
+  return array;
+}
+
 MethodGenerator::WordArguments MethodGenerator::wordArguments(const std::vector<Value>& values) {
   llvm::Constant* count = builder_.number(static_cast<int64_t>(values.size()));
   if (values.empty()) {
@@ -241,8 +247,8 @@ MethodGenerator::WordArguments MethodGenerator::wordArguments(const std::vector<
   auto* wordArray = llvm::ArrayType::get(builder_.word(), values.size());
   auto* typeArray = llvm::ArrayType::get(builder_.pointer(), values.size());
   const bool isDynamic = isAnyDynamic(values);
-  llvm::Value* words = allocate(wordArray, "arguments");
-  llvm::Value* types = isDynamic ? allocate(typeArray, "types") : nullptr;
+  llvm::Value* words = sharedArray(wordArguments_, wordArray, "arguments");
+  llvm::Value* types = isDynamic ? sharedArray(typesOfArguments_, typeArray, "types") : nullptr;
   std::vector<std::string> knownTypes;
   for (unsigned i = 0; i < values.size(); ++i) {
     ir_.CreateStore(wordOf(values[i]), ir_.CreateConstInBoundsGEP2_64(wordArray, words, 0, i));

@@ -116,6 +116,8 @@ class MethodGenerator {
     llvm::Value* types;
   };
   WordArguments wordArguments(const std::vector<Value>& values);
+  /// Grows the one array of a method for all its calls: a call has read it before the next one is prepared.
+  llvm::Value* sharedArray(llvm::AllocaInst*& array, llvm::ArrayType* type, const std::string& name);
 
   const ClassSummary* summaryOf(const std::string& fullName) const;
   Variable* findVariable(const std::string& name);
@@ -145,6 +147,8 @@ class MethodGenerator {
   /// The method's `CallFrame`.
   llvm::AllocaInst* frame_ = nullptr;
   llvm::AllocaInst* placeOfType_ = nullptr;
+  llvm::AllocaInst* wordArguments_ = nullptr;
+  llvm::AllocaInst* typesOfArguments_ = nullptr;
   std::vector<std::map<std::string, Variable>> variables_;
   /// Where calls unwind to; null outside of every `try`.
   llvm::BasicBlock* landing_ = nullptr;

@@ -69,6 +69,16 @@ check() {  # STACK COMMAND…
   expect "stack of $1 KiB ${*:2}" "1 $expected" "$? $(cat .output && head -1 .errors)"
 }
 for stack in 192 1024 8192; do check $stack; done
+
+# However many calls a method makes and arguments they take, its frame is small.
+arguments=$(printf 'n%.0s,' {1..254})n
+{
+  echo 'class Wide { static void main() { Wide.down(0); } static void down(int n) { Wide.down(n + 1);'
+  for ((i = 0; i < 440; i++)); do echo "late.Class.f($arguments);"; done
+  echo '} }'
+} >Wide.ov
+(ulimit -s 8192 && "$host" run Wide.ov >.output 2>.errors)
+expect 'wide calls' "1 Exception: Recursion too deep in 'Wide.down'" "$? $(head -1 .errors)"
 [ "${2-}" = all ] || exit $failures
 
 for stack in 48 100 256 300 512 3000 unlimited; do check $stack; done
