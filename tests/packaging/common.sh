@@ -8,6 +8,14 @@ here=$root/tests/packaging
 cp -r "$here/consumer" "$work/consumer"
 cp "$root/tests/symbols/plain_host.h" "$work/consumer"
 
+# Makes a folder with a reflection.h whose record has views in place of strings.
+make_view_record() { # folder
+  mkdir -p "$1/runtime_api"
+  sed '/^#include <string>/s/string/string_view/; s/std::string name/std::string_view name/
+    s/const std::string& recordName/std::string_view recordName/' "$root/runtime_api/reflection.h" \
+    >"$1/runtime_api/reflection.h"
+}
+
 build() { # source folder, build folder, options of CMake…
   { cmake -S "$1" -B "$2" -G Ninja "${@:3}" && cmake --build "$2"; } >"$2.log" 2>&1
 }

@@ -51,9 +51,11 @@ mkdir "$work/renamed"
 cp -r "$ours/include/orva-classloader/runtime_api" "$work/renamed"
 sed -i 's/\bname\([1-4]\)\b/text\1/g' "$work/renamed/runtime_api/reflection.h"
 
+make_view_record "$work/views"
+
 must_be_refused "members of other names" -I"$work/renamed" -I"$ours/include/orva-classloader"
 must_be_refused "a gTypes that flags change" -D_GLIBCXX_DEBUG -I"$ours/include/orva-classloader"
-must_be_refused "names that are views" -I"$here/view_record" -I"$ours/include/orva-classloader"
+must_be_refused "names that are views" -I"$work/views" -I"$ours/include/orva-classloader"
 must_be_refused "its members in another order" -I"$work/swapped_only" -I"$ours/include/orva-classloader"
 must_be_refused "our record, and a library that has not" -I"$root" -I"$own/include/orva-classloader"
 
@@ -64,7 +66,7 @@ objects "$work/with_ours" -I"$ours/include/orva-classloader"
 objects "$work/with_swapped" -I"$swapped"
 g++ -std=c++17 -c "$example/text_compiler.cpp" -o "$work/compiler.o" -I"$ours/include/orva-classloader"
 g++ -std=c++17 -c "$example/minimal_host.cpp" -o "$work/views.o" \
-  -I"$here/view_record" -I"$ours/include/orva-classloader"
+  -I"$work/views" -I"$ours/include/orva-classloader"
 
 our_layout="size 160, alignment 8, in a gTypes of size 24, name1 at 0, name2 at 32, name3 at 64"
 our_layout+=", name4 at 96, type at 128, members at 136"

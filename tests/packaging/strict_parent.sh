@@ -10,7 +10,8 @@ declare -A more=(
   [g++]="-Wuseless-cast -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wredundant-decls
     -Wzero-as-null-pointer-constant"
   [clang++]="-Wextra-semi-stmt -Wcomma -Winconsistent-missing-override -Wzero-as-null-pointer-constant")
-declare -A records=([g++]=$here/view_record [clang++]='')
+declare -A records=([g++]=$work/views [clang++]='')
+make_view_record "$work/views"
 
 mkdir "$work/parent"
 cp -r "$root/examples/minimal_host" "$work/parent"
