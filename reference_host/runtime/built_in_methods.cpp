@@ -53,7 +53,7 @@ Value* at(int64_t word) {
 int64_t wordOf(const char* text) { return reinterpret_cast<int64_t>(text); }
 int64_t wordOf(int64_t number) { return number; }
 
-/// An operation of a value alone, called with words.
+/// An operation with one value, called with words.
 template <auto operation>
 struct OfValue;
 template <typename Result, typename Value, Result (*operation)(Value*)>
@@ -118,11 +118,6 @@ DynamicValue callBuiltIn(const char* methodName, const DynamicArguments& argumen
     throwException("Exception", *problem, callSite);
   }
   return {method->invoke(arguments.values, callSite), method->signature.result.c_str()};
-}
-
-template <typename Function>
-static const void* addressOf(Function* function) {
-  return reinterpret_cast<const void*>(function);
 }
 
 std::vector<NamedOperation> builtInOperations() {

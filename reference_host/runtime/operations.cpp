@@ -125,11 +125,6 @@ static void orvart_leave(const rt::CallFrame* frame) { rt::leaveCall(*frame); }
 
 namespace orva::runtime {
 
-template <typename Function>
-static const void* addressOf(Function* function) {
-  return reinterpret_cast<const void*>(function);
-}
-
 std::vector<NamedOperation> operations() {
   return {
       {"orvart_registerType", addressOf(orvart_registerType)},

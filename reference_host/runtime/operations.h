@@ -20,6 +20,11 @@ struct NamedOperation {
   const void* address;
 };
 
+template <typename Function>
+const void* addressOf(Function* function) {
+  return reinterpret_cast<const void*>(function);
+}
+
 /// All operations of the runtime, and the type by which compiled code catches a language exception.
 std::vector<NamedOperation> operations();
 
@@ -42,7 +47,7 @@ struct Guarded<operation> {
 /// As compiled code calls it.
 template <auto operation>
 NamedOperation guarded(const char* name) {
-  return {name, reinterpret_cast<const void*>(Guarded<operation>::call)};
+  return {name, addressOf(Guarded<operation>::call)};
 }
 
 /// A value whose type is known only while the program runs. The spelled type stays valid.
