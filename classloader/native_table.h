@@ -32,7 +32,7 @@ inline constexpr std::tuple natives{
 
 /// Finds a native as `dlsym` would.
 /// @param symbol its name.
-/// @return its address, to be called as a function of its own type; null when there is no such native.
+/// @return its address, which the caller casts to the type of the native; null for any other symbol.
 inline void* findNative(std::string_view symbol) {
   void* found = nullptr;
   const auto look = [&](const auto& native) {

@@ -89,7 +89,7 @@ function(orva_require_a_library)
   endif()
 endfunction()
 
-# CMake installs nothing of a folder that is excluded from the target `all`, nor of the folders in it.
+# CMake skips the install rules of a folder that is excluded from the target `all`, and of the folders in it.
 function(orva_require_installed_folders)
   set(folder ${PROJECT_SOURCE_DIR})
   while(ORVA_INSTALL AND folder)

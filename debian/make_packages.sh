@@ -10,11 +10,12 @@ cd "$(dirname "$0")/.."
 
 # What git knows, or would add; without git, all that lies here.
 sources() {
-  { [ -e .git ] && git ls-files -zco --exclude-standard; } || find . \( -path ./.git -o -path ./build \) -prune -o -type f -print0
+  { [ -e .git ] && git ls-files -zco --exclude-standard; } ||
+    find . \( -path ./.git -o -path ./build \) -prune -o -type f -print0
 }
 
-# dpkg-buildpackage writes into the folder of the sources and into the one above it, so it works on a copy. The time of a
-# checkout is no part of a package.
+# dpkg-buildpackage writes into the folder of the sources and into the one above it, so it works on a copy. Every file
+# gets the date of the changelog: packages must not depend on when the sources were checked out.
 sources | while IFS= read -rd '' file; do [ ! -e "$file" ] || printf '%s\0' "$file"; done |
   tar -c --null --files-from=- --mtime="$(dpkg-parsechangelog -S Date)" | tar -x -C "$made/source"
 cd "$made/source"

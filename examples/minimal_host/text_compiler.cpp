@@ -46,7 +46,7 @@ std::shared_ptr<Context> Compiler::activeRuntimeContext() {
   return context;
 }
 
-// The source of a generic instance is no file: its path is its text.
+// A generic instance has no source file: the path holds the text itself.
 static const std::string generated = "generated: ";
 
 void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> /*context*/) {

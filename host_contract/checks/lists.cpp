@@ -64,8 +64,8 @@ static void emptyStringsComeAsEmptyStrings(Trial& trial) {
   expect(elementOf(list, 1) == "''", "an empty element is " + elementOf(list, 1));
 }
 
-/// Tells whether an index is cut to the bits below a power of two, so that it reads the first element. It lies outside
-/// of the list: all else that may come of it, a crash or an endless loop included, is right.
+/// Tells whether an index is cut to the bits below a power of two, so that it reads the first element. The index lies
+/// outside of the list, so the host may do anything else with it, even crash or loop.
 static bool readsTheFirst(void* list, int64_t power) {
   // Not 1, with which sanitizers end a process that reads outside of a list.
   constexpr int yes = 99;

@@ -10,10 +10,10 @@ namespace orva::compiler {
 
 static const std::string ending = ".ov";
 
-/// Throws for a path that is no source.
+/// Throws unless the path is that of a source.
 static std::string typeOf(const std::string& path) {
   const bool isSource = path.size() > ending.size() && path.rfind(ending) == path.size() - ending.size();
-  if (!isSource) throw std::runtime_error(path + " is no source");
+  if (!isSource) throw std::runtime_error(path + " is not a source");
   std::string name = path.substr(0, path.size() - ending.size());
   std::replace(name.begin(), name.end(), '/', '.');
   return name;

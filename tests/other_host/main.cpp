@@ -31,7 +31,7 @@ static bool bindsAllNatives() {
   return isBound;
 }
 
-// The type of the function alone, which is no reference to it.
+// Only the type: naming the function would make the linker keep it.
 #define BOUND(symbol) (reinterpret_cast<decltype(&(symbol))>(other_host::bindNative(#symbol)))
 
 static void lookUp() {
@@ -60,7 +60,7 @@ static void load() {
 static void fail() {
   List files{{"one.ov", "two.txt"}};
   BOUND(orva_ClassLoader_precompileSources)(&files);
-  expectRaised("Exception: two.txt is no source");
+  expectRaised("Exception: two.txt is not a source");
   BOUND(orva_SystemClassLoader_loadPackageTypes)(nullptr, "no.such");
   expectRaised("ClassNotFoundException: Package not found: no.such");
 }

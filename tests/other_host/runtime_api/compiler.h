@@ -1,4 +1,4 @@
-// This team's own compiler.h: its classes have members that the library knows nothing of.
+// This team's own compiler.h: its classes have members that the library does not use.
 #pragma once
 
 #include <cstdint>
