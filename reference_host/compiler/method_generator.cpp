@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "reference_host/compiler/frame_size.h"
 #include "reference_host/language/foreign_constructs.h"
 
 namespace orva::compiler {
@@ -34,6 +35,15 @@ MethodGenerator::MethodGenerator(ClassScope& scope, const language::MethodDeclar
       ir_(scope.builder.module().getContext()) {}
 
 void MethodGenerator::generate() {
+  const std::size_t problems = scope_.diagnostics.size();
+  generateBody();
+  // The reserve of the shortest stack carries what comes before the check in `enter`.
+  constexpr std::size_t mostUnchecked = 4096;
+  const std::size_t size = problems == scope_.diagnostics.size() ? frameSize(*function_) : 0;
+  if (size > mostUnchecked) callWithRoom(size);
+}
+
+void MethodGenerator::generateBody() {
   ir_.SetInsertPoint(newBlock("entry"));
   variables_.emplace_back();
   const unsigned first = signature_.isStatic ? 0 : 1;
@@ -43,9 +53,7 @@ void MethodGenerator::generate() {
     ir_.CreateStore(function_->getArg(first + i), variable.place);
   }
   frame_ = allocate(builder_.callFrame(), "frame");
-  operation("enter", builder_.typeOf("void"),
-            {frame_, builder_.text(scope_.fullName + "." + method_.name),
-             function_->getArg(static_cast<unsigned>(function_->arg_size() - 1))});
+  operation("enter", builder_.typeOf("void"), {frame_, name(), callSite()});
   const std::size_t problems = scope_.diagnostics.size();
   block(method_.body);
   if (hasEnded()) return;
@@ -59,6 +67,29 @@ void MethodGenerator::generate() {
         {method_.position, "method '" + method_.name + "' can end without returning: expected " + signature_.result});
   }
   ir_.CreateUnreachable();
+}
+
+void MethodGenerator::callWithRoom(std::size_t size) {
+  llvm::Function* body =
+      builder_.addFunction(function_->getFunctionType(), "body:" + scope_.fullName + "." + method_.name);
+  body->splice(body->begin(), function_);
+  if (function_->hasPersonalityFn()) body->setPersonalityFn(function_->getPersonalityFn());
+  function_->setPersonalityFn(nullptr);
+  std::vector<llvm::Value*> passed;
+  for (llvm::Argument& argument : function_->args()) {
+    argument.replaceAllUsesWith(body->getArg(argument.getArgNo()));
+    passed.push_back(&argument);
+  }
+  ir_.SetInsertPoint(newBlock("entry"));
+  operation("requireStack", builder_.typeOf("void"), {builder_.number(static_cast<int64_t>(size)), name(), callSite()});
+  llvm::Value* result = ir_.CreateCall(body, passed);
+  ir_.Insert(llvm::ReturnInst::Create(ir_.getContext(), signature_.result == "void" ? nullptr : result));
+}
+
+llvm::Value* MethodGenerator::name() { return builder_.text(scope_.fullName + "." + method_.name); }
+
+llvm::Value* MethodGenerator::callSite() const {
+  return function_->getArg(static_cast<unsigned>(function_->arg_size() - 1));
 }
 
 bool MethodGenerator::isReachable() const {

@@ -48,6 +48,14 @@ class MethodGenerator {
     llvm::AllocaInst* place = nullptr;  ///< null when the declaration is wrong
   };
 
+  void generateBody();
+  /// Moves the body into a function of its own, whose frame is large: the method calls it once the stack has room.
+  /// @param size of the frame, in bytes.
+  void callWithRoom(std::size_t size);
+  /// The method's full name, and where it was called.
+  llvm::Value* name();
+  llvm::Value* callSite() const;
+
   // Statements.
   void block(const language::Block& statements);
   void statement(const language::Statement& statement);

@@ -113,6 +113,12 @@ bool enterCall(CallFrame& frame, const char* method, const SourceLocation* callS
   return true;
 }
 
+bool hasStack(std::size_t size) {
+  const auto* const here = static_cast<const char*>(__builtin_frame_address(0));
+  const char* const limit = stackLimit();
+  return here > limit && static_cast<std::size_t>(here - limit) > size;
+}
+
 void leaveCall(const CallFrame& frame) { calls.top = frame.caller; }
 
 void returnToCall(const CallFrame& frame) { calls.top = &frame; }

@@ -113,6 +113,15 @@ void orvart_requireReceiver(const void* receiver, const char* method, const rt::
   }
 }
 
+/// Where a method's frame is so large that even entering it might leave the stack.
+static void orvart_requireStack(int64_t size, const char* method, const rt::SourceLocation* callSite) {
+  if (rt::hasStack(static_cast<std::size_t>(size))) return;
+  rt::throwException("Exception",
+                     std::string("The stack has no room for '") + method + "', which takes about " +
+                         std::to_string(size) + " bytes of it",
+                     callSite);
+}
+
 static void orvart_enter(rt::CallFrame* frame, const char* method, const rt::SourceLocation* callSite) {
   if (!rt::enterCall(*frame, method, callSite)) {
     rt::throwException("Exception", std::string("Recursion too deep in '") + method + "'", callSite);
@@ -142,6 +151,7 @@ std::vector<NamedOperation> operations() {
       {"orvart_enterNative", addressOf(orvart_enterNative)},
       guarded<orvart_leaveNative>("orvart_leaveNative"),
       guarded<orvart_requireReceiver>("orvart_requireReceiver"),
+      guarded<orvart_requireStack>("orvart_requireStack"),
       guarded<orvart_enter>("orvart_enter"),
       {"orvart_leave", addressOf(orvart_leave)},
       {"orvart_thrownType", &typeid(Thrown)},

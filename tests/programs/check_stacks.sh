@@ -83,6 +83,39 @@ expect 'wide calls' "1 Exception: Recursion too deep in 'Wide.down'" "$? $(head 
 
 for stack in 48 100 256 300 512 3000 unlimited; do check $stack; done
 
+# A long method takes a long frame, whatever fills it; where the stack is shorter, the call raises.
+lines() {  # COUNT LINE, in which `#` is the line's number
+  for ((i = 0; i < $1; i++)); do echo "${2//#/$i}"; done
+}
+long_method() {  # CLASS COUNT LINE
+  echo "class $1 {"
+  echo 'static int number(int n) { return n; }'
+  echo 'static String text(int n) { return "text"; }'
+  echo "static void long(int n, String s) {"
+  lines "$2" "${3//@/$1}"
+  echo 'Console.print("done"); }'
+  echo "static void main() { try { $1.long(1, \"s\"); } catch (Exception e) { Console.print(e.message()); } } }"
+}
+long_method Variables 4000 'int v# = n;' >Variables.ov
+long_method Flags 4000 'boolean f# = (n == #) == (s == "s");' >Flags.ov
+long_method Sums 2000 's = @.text(n) + @.text(n) + @.number(n);' >Sums.ov
+long_method Branches 2000 'if (@.number(n) == @.number(n)) { s = "a" + n + @.text(n); }' >Branches.ov
+long_method Handlers 1000 'try { s = @.text(n) + @.text(n); } catch (Exception e) { s = e.message(); }' >Handlers.ov
+long_method Late 500 'try { s = "" + late.A.f(n) + late.A.g(n); } catch (ClassNotFoundException e) { }' >Late.ov
+for class in Variables Flags Sums Branches Handlers Late; do
+  told=0
+  for stack in 48 64 100 160; do
+    found=$(ulimit -s $stack && exec "$host" run $class.ov 2>&1)
+    case "$? $found" in
+      '0 done') ;;
+      "0 The stack has no room for '$class.long', which takes about "[0-9]*" bytes of it") told=1 ;;
+      *) fail "$class on $stack KiB: found <$found>" ;;
+    esac
+  done
+  expect "a stack that is too short for $class" 1 $told
+  expect "$class on 8 MiB" done "$(ulimit -s 8192 && exec "$host" run $class.ov 2>&1)"
+done
+
 # A stack that has no room for the start is told in one line.
 echo 'class Hello { static void main() { Console.print("Hello"); } }' >Hello.ov
 for stack in 16 18 20 22 24 28 32 36 40; do
