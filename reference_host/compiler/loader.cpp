@@ -93,14 +93,16 @@ static void checkUnknown(const language::SourceText& source, const language::Sou
 /// Finds the functions of all native methods of a source.
 static NativeAddresses bindNatives(const language::SourceText& source, const std::vector<GeneratedClass>& classes) {
   NativeAddresses natives;
+  std::vector<language::Diagnostic> diagnostics;
   for (const GeneratedClass& generated : classes) {
     for (const NativeBinding& native : generated.natives) {
       if (const auto problem = nativeProblem(native.symbol, native.signature)) {
-        throw language::SourceError(source, native.position, "native method '" + native.method + "' " + *problem);
+        diagnostics.push_back({native.position, "native method '" + native.method + "' " + *problem});
       }
       natives[native.symbol] = findNative(native.symbol);
     }
   }
+  if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);
   return natives;
 }
 

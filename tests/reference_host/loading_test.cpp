@@ -47,6 +47,16 @@ TEST(Loading, AFailedLoadLeavesNothingBehindAndTheRepairedFileLoads) {
             "does not define\n"
             "  class Bad { static native void missing(); }\n"
             "                                 ^");
+  writeFile("Bad.ov", "class Bad { static native void one(); }\nclass Worse { static native void two(); }\n");
+  EXPECT_EQ(failureOf([] { load("Bad.ov"); }),
+            "Bad.ov:1:32: error: native method 'Bad.one' needs the symbol 'orva_Bad_one', which the process does not "
+            "define\n"
+            "  class Bad { static native void one(); }\n"
+            "                                 ^\n"
+            "Bad.ov:2:34: error: native method 'Worse.two' needs the symbol 'orva_Worse_two', which the process does "
+            "not define\n"
+            "  class Worse { static native void two(); }\n"
+            "                                   ^");
   EXPECT_EQ(typeCounts(), (Counts{0, 0}));
   EXPECT_EQ(findType("Good"), nullptr);
   writeFile("Bad.ov", good + "class Bad { static String text() { return Good.text() + \" again\"; } }\n");
