@@ -67,7 +67,7 @@ constexpr std::array advices = {
     Advice{Place::inStatement, "finally", "there is no '{}': expected 'catch' after the block of 'try'"},
     Advice{Place::inStatement, "catch", "'catch' stands once, behind the block of 'try'"},
     Advice{Place::inStatement, "else", "'else' stands behind the block of 'if'"},
-    Advice{Place::inStatement, "else if", "there is no 'else if': expected 'else { if (…) { … } }'"},
+    Advice{Place::inStatement, "else_if", "there is no 'else if': expected 'else { if (…) { … } }'"},
     Advice{Place::inStatement, "new",
            "'new' stands only in 'throw new Name(\"message\");': all other objects come from native methods"},
     Advice{Place::inStatement, "public static native", "'{}' stands only before a class or a method"},
@@ -123,7 +123,7 @@ bool isOneOf(std::string_view word, std::string_view words) {
 
 std::string adviceOn(Place place, std::string_view spelling) {
   const auto* advice = std::find_if(advices.begin(), advices.end(), [&](const Advice& each) {
-    return each.place == place && (each.words == spelling || isOneOf(spelling, each.words));
+    return each.place == place && isOneOf(spelling, each.words);
   });
   if (advice == advices.end()) return {};
   std::string message(advice->message);

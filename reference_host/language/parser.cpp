@@ -150,7 +150,7 @@ class Parser {
   void refuseForeignWord(const Token& found) const {
     const bool followsElse = at_ > 0 && tokens_[at_ - 1].is("else");
     const Place place = place_ == Place::statement ? Place::inStatement : Place::inDeclaration;
-    const std::string advice = adviceOn(place, followsElse ? "else " + found.text : found.text);
+    const std::string advice = adviceOn(place, followsElse ? "else_" + found.text : found.text);
     if (!advice.empty()) refuse(found, advice);
   }
 

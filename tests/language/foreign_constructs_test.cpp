@@ -118,6 +118,8 @@ TEST(ForeignExpression, Compares) {
 }
 
 TEST(ForeignExpression, IsOfAnotherKind) {
+  expectStatements({"if", "try", "return", "throw", "class"}, {"x = ^W;", "a.m(^W);", "return 1 + ^W;"},
+                   "expected an expression, found 'W'");
   expectStatements({"?", "?.", "??", "?:"}, {"x = a ^W b : c;", "return a ^W b;"},
                    "there is no 'W': choose with 'if' and 'else'");
   expectStatements({"->"}, {"x = a ^W b;", "a.m(b ^W c);"},
