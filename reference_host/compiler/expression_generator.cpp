@@ -151,9 +151,12 @@ MethodGenerator::Value MethodGenerator::generate(const language::MemberChain& ch
   Value value{};
   if (name != nullptr && findVariable(name->name) == nullptr) {
     std::string className = name->name;
-    if (className == "this" || className == "super") fail(position, language::unknownVariable(className));
+    const bool isOwnObject = className == "this" || className == "super";
     const std::size_t call = firstCall(chain.members);
     for (std::size_t i = 0; i < call; ++i) className += "." + chain.members[i].name;
+    if (isOwnObject && !scope_.catalog.resolveClass(className, scope_.names)) {
+      fail(position, language::unknownVariable(name->name));
+    }
     if (call == chain.members.size()) fail(position, language::unknownVariable(className));
     value = staticCall(className, chain.members[call], call + 1 == chain.members.size() ? wanted : "");
     next = call + 1;
