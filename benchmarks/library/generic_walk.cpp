@@ -24,6 +24,8 @@ static const Keys strangeKey = {"Box<org.sample.Circle>"};
 static const Keys likeKey = {measured::unknownInstance};
 // Half of the names of the table end so, and the library compares names from the end.
 static const Keys endingKey = {"org.sample.Box<Item>"};
+// As long as the most names of a large table, so that the floor cannot tell them apart by their lengths either.
+static const Keys longKey = {measured::fullNameOf(1000) + "<Iten>"};
 
 static void fillTable(const benchmark::State& state) { measured::fillTable(static_cast<std::size_t>(state.range(0))); }
 
@@ -50,6 +52,8 @@ BENCHMARK_CAPTURE(madeUp, like, likeKey)->Name("walk_12_common_bytes/library")->
 BENCHMARK_CAPTURE(madeUpFloor, like, likeKey)->Name("walk_12_common_bytes/floor")->Apply(sizes);
 BENCHMARK_CAPTURE(madeUp, ending, endingKey)->Name("walk_common_ending/library")->Apply(sizes);
 BENCHMARK_CAPTURE(madeUpFloor, ending, endingKey)->Name("walk_common_ending/floor")->Apply(sizes);
+BENCHMARK_CAPTURE(madeUp, equallyLong, longKey)->Name("walk_equal_length/library")->Arg(10'000);
+BENCHMARK_CAPTURE(madeUpFloor, equallyLong, longKey)->Name("walk_equal_length/floor")->Arg(10'000);
 BENCHMARK(madeUpNames)->Name("walk_names/floor")->Arg(10'000);
 
 // ---- real names

@@ -30,6 +30,8 @@ TARGETS = [
      "walk_12_common_bytes/floor/10000", 16.0),
     ("Generic walk, 6 common last bytes, 10,000 records", "walk_common_ending/library/10000",
      "walk_common_ending/floor/10000", 16.0),
+    ("Generic walk, names as long as the key, 10,000 records", "walk_equal_length/library/10000",
+     "walk_equal_length/floor/10000", 8.0),
     ("Package of 10,000 files", "package/library/10000", "package/floor/10000", 1.3),
     ("String list of 10,000 elements", "list/library/10000", "list/floor/10000", None),
     ("SystemClassLoader.loadClass", "load_class/library", "load_class/floor", None),
