@@ -96,12 +96,12 @@ long_method() {  # CLASS COUNT LINE
   echo 'Console.print("done"); }'
   echo "static void main() { try { $1.long(1, \"s\"); } catch (Exception e) { Console.print(e.message()); } } }"
 }
-long_method Variables 4000 'int v# = n;' >Variables.ov
+long_method Variables 6000 'int v# = n;' >Variables.ov
 long_method Flags 4000 'boolean f# = (n == #) == (s == "s");' >Flags.ov
-long_method Sums 2000 's = @.text(n) + @.text(n) + @.number(n);' >Sums.ov
-long_method Branches 2000 'if (@.number(n) == @.number(n)) { s = "a" + n + @.text(n); }' >Branches.ov
+long_method Sums 3000 's = @.text(n) + @.text(n) + @.number(n);' >Sums.ov
+long_method Branches 3000 'if (@.number(n) == @.number(n)) { s = "a" + n + @.text(n); }' >Branches.ov
 long_method Handlers 1000 'try { s = @.text(n) + @.text(n); } catch (Exception e) { s = e.message(); }' >Handlers.ov
-long_method Late 500 'try { s = "" + late.A.f(n) + late.A.g(n); } catch (ClassNotFoundException e) { }' >Late.ov
+long_method Late 1200 'try { s = "" + late.A.f(n) + late.A.g(n); } catch (ClassNotFoundException e) { }' >Late.ov
 for class in Variables Flags Sums Branches Handlers Late; do
   told=0
   for stack in 48 64 100 160; do
