@@ -37,6 +37,7 @@ MethodGenerator::MethodGenerator(ClassScope& scope, const language::MethodDeclar
 void MethodGenerator::generate() {
   const std::size_t problems = scope_.diagnostics.size();
   generateBody();
+  goToHandlers();
   // The reserve of the shortest stack carries what comes before the check in `enter`.
   constexpr std::size_t mostUnchecked = 4096;
   const std::size_t size = problems == scope_.diagnostics.size() ? frameSize(*function_) : 0;
@@ -70,18 +71,16 @@ void MethodGenerator::generateBody() {
 }
 
 void MethodGenerator::callWithRoom(std::size_t size) {
-  llvm::Function* body =
-      builder_.addFunction(function_->getFunctionType(), "body:" + scope_.fullName + "." + method_.name);
-  body->splice(body->begin(), function_);
-  if (function_->hasPersonalityFn()) body->setPersonalityFn(function_->getPersonalityFn());
-  function_->setPersonalityFn(nullptr);
-  std::vector<llvm::Value*> passed;
-  for (llvm::Argument& argument : function_->args()) {
-    argument.replaceAllUsesWith(body->getArg(argument.getArgNo()));
-    passed.push_back(&argument);
-  }
+  llvm::Function* body = function_;
+  function_ = builder_.addFunction(body->getFunctionType(), "");
+  function_->takeName(body);
+  body->setName("body:" + scope_.fullName + "." + method_.name);
+  scope_.functions[method_.name] = function_;
+  body->replaceUsesWithIf(function_, [](const llvm::Use& use) { return llvm::isa<llvm::CallBase>(use.getUser()); });
   ir_.SetInsertPoint(newBlock("entry"));
   operation("requireStack", builder_.typeOf("void"), {builder_.number(static_cast<int64_t>(size)), name(), callSite()});
+  std::vector<llvm::Value*> passed;
+  for (llvm::Argument& argument : function_->args()) passed.push_back(&argument);
   llvm::Value* result = ir_.CreateCall(body, passed);
   ir_.Insert(llvm::ReturnInst::Create(ir_.getContext(), signature_.result == "void" ? nullptr : result));
 }
@@ -181,14 +180,32 @@ void MethodGenerator::generate(const language::If& statement, Position /*positio
 
 void MethodGenerator::generate(const language::Try& statement, Position /*position*/) {
   llvm::BasicBlock* next = newBlock("next");
-  llvm::BasicBlock* landing = newBlock("landing");
-  llvm::BasicBlock* outer = std::exchange(landing_, landing);
+  llvm::BasicBlock* caught = newBlock("caught");
+  llvm::BasicBlock* outerLanding = std::exchange(landing_, landing());
+  llvm::Value* outer = std::exchange(activeTry_, builder_.number(static_cast<int64_t>(handlers_.size())));
+  handlers_.push_back(caught);
+  ir_.CreateStore(activeTry_, placeOfTry_);
   block(statement.body);
-  jump(next);
-  landing_ = outer;
+  landing_ = outerLanding;
+  activeTry_ = outer;
+  if (!hasEnded()) {
+    ir_.CreateStore(activeTry_, placeOfTry_);
+    ir_.CreateBr(next);
+  }
+  ir_.SetInsertPoint(caught);
+  ir_.CreateStore(activeTry_, placeOfTry_);
+  handler(statement, next);
+  ir_.SetInsertPoint(next);
+}
 
-  ir_.SetInsertPoint(landing);
-  // The landing needs it even when nothing in the body can throw.
+llvm::BasicBlock* MethodGenerator::landing() {
+  if (landingOfAll_ != nullptr) return landingOfAll_;
+  const llvm::IRBuilder<>::InsertPointGuard here(ir_);
+  landingOfAll_ = newBlock("landing");
+  placeOfTry_ = allocate(builder_.word(), "try");
+  activeTry_ = builder_.number(0);
+  ir_.SetInsertPoint(landingOfAll_);
+  // The landing needs it even when nothing in any body can throw.
   auto* personality = llvm::FunctionType::get(llvm::Type::getInt32Ty(ir_.getContext()), true);
   function_->setPersonalityFn(llvm::cast<llvm::Constant>(
       builder_.module().getOrInsertFunction("__gxx_personality_v0", personality).getCallee()));
@@ -197,26 +214,49 @@ void MethodGenerator::generate(const language::Try& statement, Position /*positi
   // Only language exceptions are caught; every other C++ exception goes on to whoever called the program.
   pad->addClause(llvm::cast<llvm::Constant>(
       builder_.module().getOrInsertGlobal("orvart_thrownType", llvm::Type::getInt8Ty(ir_.getContext()))));
-  llvm::Value* exception = operation("beginCatch", builder_.pointer(), {ir_.CreateExtractValue(pad, 0), frame_});
-  handler(statement, exception, next);
-  ir_.SetInsertPoint(next);
+  exception_ =
+      ir_.CreateCall(builder_.operation("beginCatch", builder_.pointer(), {builder_.pointer(), builder_.pointer()}),
+                     {ir_.CreateExtractValue(pad, 0), frame_});
+  return landingOfAll_;
 }
 
-void MethodGenerator::handler(const language::Try& statement, llvm::Value* exception, llvm::BasicBlock* next) {
+void MethodGenerator::goToHandlers() {
+  if (landingOfAll_ == nullptr) return;
+  ir_.SetInsertPoint(landingOfAll_);
+  llvm::Value* number = ir_.CreateLoad(builder_.word(), placeOfTry_);
+  goToHandler(number, 0, handlers_.size());
+}
+
+void MethodGenerator::goToHandler(llvm::Value* number, std::size_t first, std::size_t end) {
+  if (end - first == 1) {
+    ir_.CreateBr(handlers_[first]);
+    return;
+  }
+  const std::size_t middle = first + (end - first) / 2;
+  llvm::BasicBlock* lower = newBlock("lower");
+  llvm::BasicBlock* upper = newBlock("upper");
+  ir_.CreateCondBr(ir_.CreateICmpSLT(number, builder_.number(static_cast<int64_t>(middle))), lower, upper);
+  ir_.SetInsertPoint(lower);
+  goToHandler(number, first, middle);
+  ir_.SetInsertPoint(upper);
+  goToHandler(number, middle, end);
+}
+
+void MethodGenerator::handler(const language::Try& statement, llvm::BasicBlock* next) {
   const std::string& caught = scope_.names.meaning(statement.exceptionClass);
   if (caught != "Exception") {
-    llvm::Value* matches = operation("exceptionIs", builder_.word(), {exception, builder_.text(caught)});
+    llvm::Value* matches = operation("exceptionIs", builder_.word(), {exception_, builder_.text(caught)});
     llvm::BasicBlock* handle = newBlock("handle");
     llvm::BasicBlock* pass = newBlock("pass");
     ir_.CreateCondBr(ir_.CreateICmpNE(matches, builder_.number(0)), handle, pass);
     ir_.SetInsertPoint(pass);
-    operation("rethrow", builder_.typeOf("void"), {exception});
+    operation("rethrow", builder_.typeOf("void"), {exception_});
     ir_.CreateUnreachable();
     ir_.SetInsertPoint(handle);
   }
   variables_.emplace_back();
   const Variable& variable = declareVariable(statement.variable, "Exception", statement.variablePosition);
-  ir_.CreateStore(exception, variable.place);
+  ir_.CreateStore(exception_, variable.place);
   block(statement.handler);
   variables_.pop_back();
   jump(next);

@@ -49,7 +49,8 @@ class MethodGenerator {
   };
 
   void generateBody();
-  /// Moves the body into a function of its own, whose frame is large: the method calls it once the stack has room.
+  /// Makes the function that was generated the body of the method, which calls it once the stack has room for its large
+  /// frame.
   /// @param size of the frame, in bytes.
   void callWithRoom(std::size_t size);
   /// The method's full name, and where it was called.
@@ -66,7 +67,14 @@ class MethodGenerator {
   void generate(const language::If& statement, language::Position position);
   void generate(const language::Try& statement, language::Position position);
   void generate(const language::Throw& statement, language::Position position);
-  void handler(const language::Try& statement, llvm::Value* exception, llvm::BasicBlock* next);
+  void handler(const language::Try& statement, llvm::BasicBlock* next);
+  /// Where every exception arrives that a `try` of this method may catch. The time that LLVM takes for a method grows
+  /// with the square of such places, so there is one, which goes on to the handler of the `try` that is active.
+  llvm::BasicBlock* landing();
+  /// Ends it, once all handlers are known.
+  void goToHandlers();
+  /// Halves the handlers until the one with a number is found.
+  void goToHandler(llvm::Value* number, std::size_t first, std::size_t end);
   /// Returns from the method; `result` is null where it returns nothing.
   void leave(llvm::Value* result);
 
@@ -160,6 +168,13 @@ class MethodGenerator {
   std::vector<std::map<std::string, Variable>> variables_;
   /// Where calls unwind to; null outside of every `try`.
   llvm::BasicBlock* landing_ = nullptr;
+  llvm::BasicBlock* landingOfAll_ = nullptr;
+  /// What arrived there.
+  llvm::Value* exception_ = nullptr;
+  /// The handlers of each `try`, and where the number of the active one is kept while the method runs.
+  std::vector<llvm::BasicBlock*> handlers_;
+  llvm::AllocaInst* placeOfTry_ = nullptr;
+  llvm::Value* activeTry_ = nullptr;
   unsigned calls_ = 0;
 };
 
