@@ -63,8 +63,10 @@ Constant* ModuleBuilder::structure(const std::vector<Constant*>& fields) {
 Constant* ModuleBuilder::location(language::Position position) {
   Constant*& known = locations_[position.line];
   if (known == nullptr) {
+    // Each class of a file has its own copy; the trace of an exception shows no more than the head of a line.
+    constexpr std::size_t longestHead = 1024;
     known = constant(structure({text(source_.path), number(static_cast<int64_t>(position.line)),
-                                text(std::string(lines_[position.line - 1]))}));
+                                text(std::string(lines_[position.line - 1].substr(0, longestHead)))}));
   }
   return known;
 }

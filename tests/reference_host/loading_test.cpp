@@ -292,6 +292,21 @@ TEST(Precompiling, BuildsTheSameObjectsTogetherAsAlone) {
   }
 }
 
+TEST(Precompiling, AnObjectHasTheSizeOfItsSourceHoweverLongTheLinesAre) {
+  const Workspace workspace;
+  std::map<char, std::uintmax_t> sizes;
+  for (const char between : {'\n', ' '}) {
+    std::string source;
+    for (int i = 0; i < 400; ++i) {
+      source += "class C" + std::to_string(i) + " { static void m() { Console.print(\"\"); } }" + between;
+    }
+    writeFile("Classes.ov", "class Classes { }" + source);
+    precompile({"Classes.ov"});
+    sizes[between] = fs::file_size("Classes.o");
+  }
+  EXPECT_LT(sizes[' '], 3 * sizes['\n']);
+}
+
 TEST(Precompiling, StopsAtTheFirstFileThatFails) {
   const Workspace workspace;
   const std::vector<std::string> sources = writeSources(20);
