@@ -6,6 +6,7 @@
 
 #include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
+#include "reference_host/language/foreign_constructs.h"
 #include "reference_host/language/parser.h"
 #include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/type_registry.h"
@@ -26,7 +27,7 @@ Scope Scope::of(const SourceFile& file, const language::ClassDeclaration& declar
   Scope scope{file, {}};
   if (arguments.empty()) return scope;
   scope.bound[declared.name] = file.qualify(TypeName{declared.name, arguments, {}}.text());
-  for (std::size_t i = 0; i < arguments.size(); ++i) scope.bound[declared.typeParameters[i]] = arguments[i].text();
+  for (std::size_t i = 0; i < arguments.size(); ++i) scope.bound[declared.typeParameters[i].name] = arguments[i].text();
   return scope;
 }
 
@@ -82,6 +83,12 @@ std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const
   // Throws what keeps the class from being found: then it is not unknown.
   for (const std::string& candidate : candidates(type.name, scope)) static_cast<void>(classPath_.find(candidate));
   return std::nullopt;
+}
+
+std::string ClassCatalog::problemWith(const TypeName& type, const Scope& scope) const {
+  if (type.arguments.empty() || !resolveClass(type.name, scope)) return language::unknownType(type.text(), type.name);
+  return "no variable, parameter or result can be of type '" + type.text() +
+         "': an instance of a generic class is used through its Type, as in 'type.call(\"method\")'";
 }
 
 MethodSignature ClassCatalog::signatureOf(const language::MethodDeclaration& method, const Scope& scope) const {

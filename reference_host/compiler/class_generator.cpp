@@ -54,12 +54,14 @@ class ClassGenerator {
   /// meant.
   bool hasOwnNames() {
     const std::size_t before = scope_.diagnostics.size();
-    const auto refuse = [this](const std::string& name, const char* what) {
+    const auto refuse = [this](const std::string& name, language::Position position, const char* what) {
       if (!runtime::isBuiltInName(name)) return;
-      scope_.diagnostics.push_back({declared_.position, "'" + name + "' is a built-in type: " + what});
+      scope_.diagnostics.push_back({position, "'" + name + "' is a built-in type: " + what});
     };
-    refuse(declared_.name, "a class needs another name");
-    for (const std::string& parameter : declared_.typeParameters) refuse(parameter, "a parameter needs another name");
+    refuse(declared_.name, declared_.position, "a class needs another name");
+    for (const language::TypeParameter& parameter : declared_.typeParameters) {
+      refuse(parameter.name, parameter.position, "a parameter needs another name");
+    }
     return scope_.diagnostics.size() == before;
   }
 
@@ -105,7 +107,7 @@ class ClassGenerator {
 
   void requireType(const TypeName& type) {
     if (!scope_.catalog.resolveType(type, scope_.names)) {
-      scope_.diagnostics.push_back({type.position, language::unknownType(type.text(), type.name)});
+      scope_.diagnostics.push_back({type.position, scope_.catalog.problemWith(type, scope_.names)});
     }
   }
 

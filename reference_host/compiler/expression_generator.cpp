@@ -163,6 +163,10 @@ MethodGenerator::Value MethodGenerator::generate(const language::MemberChain& ch
   } else {
     value = expression(*chain.start, "");
   }
+  if (name != nullptr && next == 0 && !chain.members[0].isCall) {
+    fail(chain.members[0].position, "expected '(' after '." + chain.members[0].name + "': '" + name->name +
+                                        "' is a variable of type " + value.type);
+  }
   for (; next < chain.members.size(); ++next) {
     value = memberCall(value, chain.members[next], next + 1 == chain.members.size() ? wanted : "");
   }

@@ -117,11 +117,21 @@ void MethodGenerator::statement(const language::Statement& statement) {
 }
 
 void MethodGenerator::generate(const language::Declaration& declaration, Position position) {
-  // Declared in any case, so that one mistake is not reported at each later use.
   const std::string type = typeOfVariable(declaration, position);
-  const Variable variable = declareVariable(declaration.name, type, position);
-  ir_.CreateStore(llvm::Constant::getNullValue(variable.place->getAllocatedType()), variable.place);
-  ir_.CreateStore(valueOf(declaration.value, type), variable.place);
+  if (findVariable(declaration.name) != nullptr) failDeclaredTwice(declaration.name, position);
+  try {
+    // Its own value cannot use the variable.
+    llvm::Value* value = valueOf(declaration.value, type);
+    ir_.CreateStore(value, declareVariable(declaration.name, type, position).place);
+  } catch (const Fault&) {
+    // Declared in any case, so that one mistake is not reported at each later use.
+    declareVariable(declaration.name, type, position);
+    throw;
+  }
+}
+
+void MethodGenerator::failDeclaredTwice(const std::string& name, Position position) {
+  fail(position, "variable '" + name + "' is declared twice");
 }
 
 std::string MethodGenerator::typeOfVariable(const language::Declaration& declaration, Position position) {
@@ -243,7 +253,7 @@ void MethodGenerator::goToHandler(llvm::Value* number, std::size_t first, std::s
 }
 
 void MethodGenerator::handler(const language::Try& statement, llvm::BasicBlock* next) {
-  const std::string& caught = scope_.names.meaning(statement.exceptionClass);
+  const std::string caught = exceptionClass(statement.exceptionClass, statement.variablePosition);
   if (caught != "Exception") {
     llvm::Value* matches = operation("exceptionIs", builder_.word(), {exception_, builder_.text(caught)});
     llvm::BasicBlock* handle = newBlock("handle");
@@ -264,9 +274,19 @@ void MethodGenerator::handler(const language::Try& statement, llvm::BasicBlock* 
 
 void MethodGenerator::generate(const language::Throw& statement, Position position) {
   operation("raise", builder_.typeOf("void"),
-            {builder_.text(scope_.names.meaning(statement.exceptionClass)), valueOf(statement.message, "String"),
+            {builder_.text(exceptionClass(statement.exceptionClass, position)), valueOf(statement.message, "String"),
              builder_.location(position)});
   ir_.CreateUnreachable();
+}
+
+std::string MethodGenerator::exceptionClass(const std::string& name, Position position) const {
+  std::string meaning = scope_.names.meaning(name);
+  meaning.resize(std::min(meaning.size(), meaning.find('<')));
+  const std::string shortName = meaning.substr(meaning.rfind('.') + 1);
+  if (shortName != "Exception" && runtime::isBuiltInName(shortName)) {
+    fail(position, "'" + shortName + "' is a built-in type: expected the name of an exception class");
+  }
+  return shortName;
 }
 
 MethodGenerator::Variable* MethodGenerator::findVariable(const std::string& name) {
@@ -286,13 +306,13 @@ MethodGenerator::Variable* MethodGenerator::knownVariable(const std::string& nam
 
 MethodGenerator::Variable& MethodGenerator::declareVariable(const std::string& name, const std::string& type,
                                                             Position position) {
-  if (findVariable(name) != nullptr) fail(position, "variable '" + name + "' is declared twice");
+  if (findVariable(name) != nullptr) failDeclaredTwice(name, position);
   return variables_.back()[name] = {type, allocate(builder_.typeOf(type), name)};
 }
 
 std::string MethodGenerator::resolved(const language::TypeName& type) {
   const auto found = scope_.catalog.resolveType(type, scope_.names);
-  if (!found) fail(type.position, language::unknownType(type.text(), type.name));
+  if (!found) fail(type.position, scope_.catalog.problemWith(type, scope_.names));
   return *found;
 }
 

@@ -75,6 +75,9 @@ class MethodGenerator {
   void goToHandlers();
   /// Halves the handlers until the one with a number is found.
   void goToHandler(llvm::Value* number, std::size_t first, std::size_t end);
+  /// The name that an exception of a class is caught by: without its package, and without arguments, as natives raise
+  /// it.
+  std::string exceptionClass(const std::string& name, language::Position position) const;
   /// Returns from the method; `result` is null where it returns nothing.
   void leave(llvm::Value* result);
 
@@ -152,6 +155,7 @@ class MethodGenerator {
   llvm::Value* call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments);
   llvm::Value* operation(const std::string& name, llvm::Type* result, const std::vector<llvm::Value*>& arguments);
 
+  [[noreturn]] static void failDeclaredTwice(const std::string& name, language::Position position);
   [[noreturn]] static void fail(language::Position position, const std::string& message);
 
   ClassScope& scope_;

@@ -251,14 +251,17 @@ class Parser {
 
   void addTypeParameters(ClassDeclaration& declared) {
     do {
-      const Position position = peek().position;
-      std::string parameter = name("the name of a type parameter");
-      auto& known = declared.typeParameters;
-      if (std::find(known.begin(), known.end(), parameter) != known.end()) {
-        fail(position, "type parameter '" + parameter + "' is declared twice");
+      TypeParameter parameter{{}, peek().position};
+      parameter.name = name("the name of a type parameter");
+      for (const TypeParameter& other : declared.typeParameters) {
+        if (other.name == parameter.name) {
+          fail(parameter.position, "type parameter '" + parameter.name + "' is declared twice");
+        }
       }
-      if (parameter == declared.name) fail(position, "type parameter '" + parameter + "' is named as its class");
-      known.push_back(std::move(parameter));
+      if (parameter.name == declared.name) {
+        fail(parameter.position, "type parameter '" + parameter.name + "' is named as its class");
+      }
+      declared.typeParameters.push_back(std::move(parameter));
     } while (accept(","));
     expect(">");
   }
@@ -376,7 +379,9 @@ class Parser {
 
   Return returnStatement() {
     Return parsed;
-    if (!accept(";")) parsed.value = valueBefore(";");
+    if (accept(";")) return parsed;
+    if (peek().is("}")) failExpected("';' or an expression");
+    parsed.value = valueBefore(";");
     return parsed;
   }
 

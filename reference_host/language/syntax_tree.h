@@ -121,10 +121,15 @@ struct MethodDeclaration {
   Block body;  ///< empty for a native method
 };
 
+struct TypeParameter {
+  std::string name;
+  Position position;
+};
+
 struct ClassDeclaration {
   std::string name;
   Position position;  ///< of the name
-  std::vector<std::string> typeParameters;
+  std::vector<TypeParameter> typeParameters;
   std::vector<MethodDeclaration> methods;
 };
 

@@ -68,7 +68,7 @@ TEST(Statement, EndsWithASemicolon) {
   EXPECT_TRUE(refuses("class A { void m() { x ^} }", "expected ';', found '}'"));
   EXPECT_TRUE(refuses("class A { void m() { x = 1 ^} }", "expected ';', found '}'"));
   EXPECT_TRUE(refuses("class A { void m() { return 1 ^} }", "expected ';', found '}'"));
-  EXPECT_TRUE(refuses("class A { void m() { return ^} }", "expected an expression, found '}'"));
+  EXPECT_TRUE(refuses("class A { void m() { return ^} }", "expected ';' or an expression, found '}'"));
   EXPECT_TRUE(refusesBody("^;", "expected a statement, found ';'"));
   EXPECT_TRUE(refusesBody("^{ }", "expected a statement, found '{'"));
 }

@@ -87,7 +87,7 @@ std::string treeText(const MethodDeclaration& method) {
 
 std::string treeText(const ClassDeclaration& declaration) {
   std::string text = "class " + declaration.name;
-  for (const std::string& parameter : declaration.typeParameters) text += " $" + parameter;
+  for (const TypeParameter& parameter : declaration.typeParameters) text += " $" + parameter.name;
   return text + " {" + joined(declaration.methods, "; ") + "}";
 }
 

@@ -66,7 +66,7 @@ TEST(TreeText, TellsTheFormsOfStatementsApart) {
 TEST(TreeText, TellsGenericClassesFromOthers) {
   ClassDeclaration plain;
   plain.name = "Box";
-  ClassDeclaration generic = {"Box", {}, {"T"}, {}};
+  ClassDeclaration generic = {"Box", {}, {{"T", {}}}, {}};
   EXPECT_EQ("class Box {}", treeText(plain));
   EXPECT_EQ("class Box $T {}", treeText(generic));
 }

@@ -16,9 +16,10 @@ const std::vector<std::string>& names() {
   return all;
 }
 
-/// Expects one error, at a line, of a source and of its object; nothing is registered.
-void expectRefused(const std::string& path, int line, const std::string& problem) {
-  const std::string begin = path + ":" + std::to_string(line) + ":7: error: " + problem + "\n";
+/// Expects one error, at a line and a column, of a source and of its object; nothing is registered.
+void expectRefused(const std::string& path, int line, std::size_t column, const std::string& problem) {
+  const std::string begin =
+      path + ":" + std::to_string(line) + ":" + std::to_string(column) + ": error: " + problem + "\n";
   for (const std::string& failure : {failureOf([&] { activeContext().loader.load(path, Placement::anywhere); }),
                                      failureOf([&] { activeContext().loader.precompile(path); })}) {
     EXPECT_EQ(failure.substr(0, begin.size()), begin);
@@ -45,11 +46,11 @@ TEST(BuiltInNames, AreNoNamesOfClasses) {
     const std::string problem = "'" + name + "' is a built-in type: a class needs another name";
     for (const std::string parameters : {"", "<T>", "<T, U>"}) {
       writeFile(name + ".ov", "class " + name + parameters + body);
-      expectRefused(name + ".ov", 1, problem);
+      expectRefused(name + ".ov", 1, 7, problem);
       writeFile("p/" + name + ".ov", "package p;\nclass " + name + parameters + body);
-      expectRefused("p/" + name + ".ov", 2, problem);
+      expectRefused("p/" + name + ".ov", 2, 7, problem);
       writeFile("Other.ov", "class Other" + body + "class " + name + parameters + body);
-      expectRefused("Other.ov", 2, problem);
+      expectRefused("Other.ov", 2, 7, problem);
     }
   }
 }
@@ -58,8 +59,10 @@ TEST(BuiltInNames, AreNoNamesOfTypeParameters) {
   const Workspace workspace;
   for (const std::string& name : names()) {
     for (const std::string& parameters : {name, "T, " + name, name + ", T"}) {
-      writeFile("Holder.ov", "class Holder<" + parameters + "> { static String text() { return \"\"; } }\n");
-      expectRefused("Holder.ov", 1, "'" + name + "' is a built-in type: a parameter needs another name");
+      const std::string head = "class Holder<";
+      writeFile("Holder.ov", head + parameters + "> { static String text() { return \"\"; } }\n");
+      const std::size_t column = head.size() + parameters.find(name) + 1;
+      expectRefused("Holder.ov", 1, column, "'" + name + "' is a built-in type: a parameter needs another name");
     }
   }
 }
