@@ -27,8 +27,22 @@ static std::string normalised(const std::string& directory) {
   return (normal.has_filename() ? normal : normal.parent_path()).string();
 }
 
+/// The one name of a directory; its spelling when it is missing, or when the working directory lies so deep that it has
+/// no name itself.
+static std::string realName(const std::string& directory) {
+  std::error_code error;
+  const fs::path real = fs::canonical(directory.empty() ? "." : directory, error);
+  return normalised(error ? directory : real.string());
+}
+
 ClassPath::ClassPath(std::string standardLibrary) : standardLibrary_(std::move(standardLibrary)), lists_(1) {
-  if (!standardLibrary_.empty()) directories_.insert(normalised(standardLibrary_));
+  if (!standardLibrary_.empty()) addDirectory(standardLibrary_);
+}
+
+void ClassPath::addDirectory(const std::string& root) {
+  const std::string real = realName(root);
+  realNames_.insert(real);
+  directories_.emplace(normalised(root), real);
 }
 
 const std::vector<std::string>& ClassPath::roots() const {
@@ -73,7 +87,7 @@ bool ClassPath::add(const std::string& root) {
   lists_.back().push_back(root);
   spellings_.insert(root);
   identities_[identity] = root;
-  directories_.insert(normalised(root));
+  addDirectory(root);
   return true;
 }
 
@@ -101,24 +115,41 @@ std::string ClassPath::find(const std::string& className) const {
   throw std::runtime_error("Cannot look for class '" + className + "' at " + failure);
 }
 
-/// The package of a folder that lies below a root.
-static std::string packageBelow(const fs::path& root, const fs::path& folder) {
-  const fs::path relative = folder.lexically_relative(root);
-  std::string package = relative == "." ? "" : relative.string();
-  std::replace(package.begin(), package.end(), '/', '.');
-  return package;
+/// Visits a folder and those above it, the innermost first. What lies above `..` cannot be told from a path.
+template <typename Visit>
+static void walkUp(const fs::path& folder, const Visit& visit) {
+  for (fs::path above = folder;; above = above.parent_path()) {
+    visit(above.empty() ? "." : above.string(), folder.lexically_relative(above));
+    if (above.filename() == ".." || above == above.parent_path()) return;
+  }
+}
+
+std::vector<fs::path> ClassPath::realFoldersOf(const std::string& file) const {
+  const fs::path folder = fs::path(file).lexically_normal().parent_path();
+  std::vector<fs::path> folders;
+  walkUp(folder, [&](const std::string& above, const fs::path& rest) {
+    const auto root = directories_.find(above);
+    // A link below the root keeps its name: the class is found by it.
+    if (root != directories_.end()) folders.emplace_back(normalised((fs::path(root->second) / rest).string()));
+  });
+  if (folders.empty()) folders.emplace_back(realName(folder.string()));
+  return folders;
 }
 
 std::vector<std::string> ClassPath::packagesOf(const std::string& file) const {
-  const fs::path folder = fs::path(file).lexically_normal().parent_path();
   std::vector<std::string> packages;
   const std::shared_lock<std::shared_mutex> lock(mutex_);
-  for (fs::path root = folder;; root = root.parent_path()) {
-    const bool isRoot = directories_.count(root.empty() ? "." : root.string()) != 0;
-    if (isRoot) packages.push_back(packageBelow(root, folder));
-    // What lies above `..` cannot be told from the path.
-    if (root.filename() == ".." || root == root.parent_path()) return packages;
+  for (const fs::path& folder : realFoldersOf(file)) {
+    walkUp(folder, [&](const std::string& above, const fs::path& rest) {
+      if (realNames_.count(above) == 0) return;
+      std::string package = rest == "." ? "" : rest.string();
+      std::replace(package.begin(), package.end(), '/', '.');
+      if (std::find(packages.begin(), packages.end(), package) == packages.end()) packages.push_back(package);
+    });
   }
+  const auto isInner = [](const std::string& one, const std::string& other) { return one.size() < other.size(); };
+  std::stable_sort(packages.begin(), packages.end(), isInner);
+  return packages;
 }
 
 }  // namespace orva::compiler

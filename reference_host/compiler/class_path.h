@@ -4,9 +4,11 @@
 #include <sys/types.h>
 
 #include <deque>
+#include <filesystem>
 #include <map>
 #include <shared_mutex>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -37,22 +39,29 @@ class ClassPath {
   /// something else lies at its place.
   std::string find(const std::string& className) const;
 
-  /// The packages that a file may declare, one for each root that it lies under, the innermost root's first; none when
-  /// it lies under none.
+  /// The packages that a file may declare, one for each root that it lies under, however the file and the root are
+  /// spelled, the innermost root's first; none when it lies under none.
   std::vector<std::string> packagesOf(const std::string& file) const;
 
  private:
   using Identity = std::pair<dev_t, ino_t>;
 
   bool isRoot(const std::string& directory, const Identity& identity) const;
+  void addDirectory(const std::string& root);
+
+  /// The folder of a file below the real name of each root that the file's path leads through; otherwise its own.
+  std::vector<std::filesystem::path> realFoldersOf(const std::string& file) const;
 
   const std::string standardLibrary_;
   mutable std::shared_mutex mutex_;
-  mutable bool isHandedOut_ = false;             // the last list, which is copied then before it changes
-  std::deque<std::vector<std::string>> lists_;   // those that were handed out, and the current one
-  std::unordered_set<std::string> spellings_;    // of the roots
-  std::map<Identity, std::string> identities_;   // what the roots were when they were added
-  std::unordered_set<std::string> directories_;  // of the roots and the standard library, without needless dots
+  mutable bool isHandedOut_ = false;            // the last list, which is copied then before it changes
+  std::deque<std::vector<std::string>> lists_;  // those that were handed out, and the current one
+  std::unordered_set<std::string> spellings_;   // of the roots
+  std::map<Identity, std::string> identities_;  // what the roots were when they were added
+  // Of the roots and the standard library: their real names, which are looked up once, by their spellings without
+  // needless dots.
+  std::unordered_map<std::string, std::string> directories_;
+  std::unordered_set<std::string> realNames_;
 };
 
 }  // namespace orva::compiler

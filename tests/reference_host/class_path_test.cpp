@@ -5,6 +5,8 @@
 #include <malloc.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "classloader/natives.h"
 #include "reference_host/runtime/pending_exception.h"
 #include "runtime_api/compiler.h"
@@ -245,7 +247,7 @@ TEST(ClassPath, EachRootTellsAPackageOfAFile) {
 
 TEST(ClassPath, RootsThatStartElsewhereTellThePackageOfTheirFiles) {
   const Workspace workspace;
-  fs::create_directories("below");
+  fs::create_directories("below/a");
   fs::create_directories("aside/two");
   fs::current_path("below");
   ClassPath path("../aside/two/");
@@ -253,14 +255,47 @@ TEST(ClassPath, RootsThatStartElsewhereTellThePackageOfTheirFiles) {
   EXPECT_EQ(path.packagesOf("../aside/A.ov"), Texts{});
   EXPECT_EQ(path.packagesOf("../aside/two/a/A.ov"), Texts{"a"});
   path.add("..");
-  EXPECT_EQ(path.packagesOf("a/A.ov"), Texts{});
+  EXPECT_EQ(path.packagesOf("a/A.ov"), Texts{"below.a"});
   EXPECT_EQ(path.packagesOf("../../A.ov"), Texts{});
   EXPECT_EQ(path.packagesOf("../A.ov"), Texts{""});
   EXPECT_EQ(path.packagesOf("../aside/A.ov"), Texts{"aside"});
   path.add("./");
-  EXPECT_EQ(path.packagesOf("A.ov"), Texts{""});
-  EXPECT_EQ(path.packagesOf("./a/b/A.ov"), Texts{"a.b"});
+  EXPECT_EQ(path.packagesOf("A.ov"), (Texts{"", "below"}));
+  EXPECT_EQ(path.packagesOf("./a/b/A.ov"), (Texts{"a.b", "below.a.b"}));
   path.add("/");
   EXPECT_EQ(path.packagesOf("/A.ov"), Texts{""});
   EXPECT_EQ(path.packagesOf("/a/b/A.ov"), Texts{"a.b"});
+}
+
+TEST(ClassPath, SpellingsOfRootsAndFilesDoNotMatter) {
+  const Workspace workspace;
+  fs::create_directories("work/plugins/text");
+  fs::create_directories("elsewhere/kept");
+  fs::create_directory_symlink("../../elsewhere/kept", "work/plugins/linked");
+  fs::create_directory_symlink("work/plugins", "outer");
+  fs::create_directory_symlink("plugins", "work/inner");
+  fs::current_path("work");
+  const std::string here = fs::current_path().string();
+  const std::string above = fs::path(here).parent_path().string();
+  const Texts outer = {".", "./", here, here + "/", "../work", above + "/work/../work", "plugins/.."};
+  const Texts inner = {"plugins", "./plugins/", here + "/plugins", "../work/plugins",
+                       "inner",   "../outer/",  here + "/inner",   above + "/outer"};
+  for (const std::string& one : outer) {
+    for (const std::string& other : inner) {
+      for (const bool isInnerFirst : {false, true}) {
+        ClassPath path("");
+        EXPECT_TRUE(path.add(isInnerFirst ? other : one));
+        EXPECT_TRUE(path.add(isInnerFirst ? one : other));
+        const std::string seen = one + " and " + other;
+        const Texts packages = path.packagesOf(other + "/text/Upper.ov");
+        EXPECT_EQ(packages.front(), "text") << seen;
+        EXPECT_EQ(std::count(packages.begin(), packages.end(), "plugins.text"), 1) << seen;
+        // A link below a root is a package of its own name.
+        const Texts linked = path.packagesOf(other + "/linked/Upper.ov");
+        EXPECT_EQ(linked.front(), "linked") << seen;
+        EXPECT_EQ(std::count(linked.begin(), linked.end(), "plugins.linked"), 1) << seen;
+      }
+    }
+  }
+  EXPECT_EQ(ClassPath("../outer").packagesOf(here + "/plugins/text/Upper.ov"), Texts{"text"});
 }

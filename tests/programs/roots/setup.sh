@@ -1,0 +1,3 @@
+#!/usr/bin/env bash
+# A root under another name.
+ln -s plugins linked
