@@ -14,6 +14,13 @@ using language::SourceFile;
 using language::TypeName;
 using runtime::MethodSignature;
 
+static const std::string initialiserPrefix = "orva.initialise:";
+
+std::string classOfInitialiser(const std::string& symbol) {
+  const bool isOurs = symbol.compare(0, initialiserPrefix.size(), initialiserPrefix) == 0;
+  return isOurs ? symbol.substr(initialiserPrefix.size()) : symbol;
+}
+
 namespace {
 
 class ClassGenerator {
@@ -35,7 +42,7 @@ class ClassGenerator {
   GeneratedClass generate() {
     GeneratedClass generated;
     generated.fullName = scope_.fullName;
-    generated.initialiser = "orva.initialise:" + scope_.fullName;
+    generated.initialiser = initialiserPrefix + scope_.fullName;
     const bool isCalled = isInstance() || declared_.typeParameters.empty();
     if (hasOwnNames() && isCalled) {
       summarise();

@@ -28,6 +28,9 @@ struct GeneratedClass {
   std::vector<NativeBinding> natives;
 };
 
+/// The full name of the class that an initialiser registers.
+std::string classOfInitialiser(const std::string& symbol);
+
 /// A class to generate: one of a file, or an instance of a generic class of a file.
 struct ClassInput {
   const language::SourceText& source;

@@ -141,23 +141,37 @@ void Loader::loadHere(const std::string& path, Placement placement) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const Work work(inQuotes(path) + " was loaded");
   const std::string real = realPath(path);
-  if (loaded_.count(real) != 0) return;
   if (const auto instance = generics_.instanceOf(path)) {
-    loadInstance(*instance);
+    if (loaded_.count(real) == 0) loadInstance(*instance);
+    loaded_.emplace(real, "");
   } else {
-    const language::SourceText source = readSource(path);
-    // An object that was built from this very text brought its types.
-    if (objectIdentities_.count(sourceIdentity(source.text)) != 0) return;
-    loadSource(source, placement);
+    loadSource(readSource(path), real, placement);
   }
-  loaded_.insert(real);
 }
 
-void Loader::loadSource(const language::SourceText& source, Placement placement) {
+/// Refuses a class of a file that has changed since it was loaded, unless the class is loaded all the same.
+static void checkLoaded(const std::string& path, const std::string& declared) {
+  if (runtime::findTypeByFullName(declared) != nullptr) return;
+  throw std::runtime_error(inQuotes(path) + " was loaded earlier and has changed since: its class " +
+                           inQuotes(declared) + " is not loaded, because a file is loaded once");
+}
+
+void Loader::loadSource(const language::SourceText& source, const std::string& real, Placement placement) {
+  const std::string identity = sourceIdentity(source.text);
+  const auto earlier = loaded_.find(real);
+  const bool isLoaded = earlier != loaded_.end();
+  // An object that was built from this very text brought its types.
+  const bool isKnown = isLoaded ? earlier->second == identity : objectIdentities_.count(identity) != 0;
+  if (isKnown) return;
   const language::SourceFile file = language::parseSource(source);
+  if (isLoaded) {
+    for (const auto& declared : file.classes) checkLoaded(source.path, file.qualify(declared.name));
+    return;
+  }
   if (placement == Placement::underRoot) checkPlacement(source, file);
   checkUnknown(source, file);
   link(compile(source, file), source);
+  loaded_.emplace(real, identity);
 }
 
 void Loader::loadInstance(const GenericInstance& instance) {
@@ -201,7 +215,11 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
     }
     std::string real = realPath(paths[i]);
     const auto isSame = [&](const CheckedObject& other) { return other.realPath == real; };
-    const bool isKnown = loaded_.count(real) != 0 || std::any_of(objects.begin(), objects.end(), isSame);
+    const auto earlier = loaded_.find(real);
+    if (earlier != loaded_.end() && earlier->second != object.identity) {
+      for (const auto& initialiser : object.initialisers) checkLoaded(object.path, classOfInitialiser(initialiser));
+    }
+    const bool isKnown = earlier != loaded_.end() || std::any_of(objects.begin(), objects.end(), isSame);
     if (!isKnown) objects.push_back({std::move(real), std::move(object)});
   }
   return objects;
@@ -236,7 +254,7 @@ void Loader::loadBundleHere(const std::vector<std::string>& paths, const std::ve
   registration.commit();
   for (const auto& unit : units) unit->keep();
   for (const CheckedObject& object : objects) {
-    loaded_.insert(object.realPath);
+    loaded_.emplace(object.realPath, object.file.identity);
     objectIdentities_.insert(object.file.identity);
   }
 }

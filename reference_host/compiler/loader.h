@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -30,10 +31,12 @@ class Loader {
 
   /// Compiles a source file and registers its types, unless the file was loaded before, under whatever name, or an
   /// object that was built from its text was. A file that stands for a generic instance loads that instance.
-  /// Throws `std::runtime_error` (`SourceError` for what is wrong with the text).
+  /// Throws `std::runtime_error` (`SourceError` for what is wrong with the text); also for a file that was loaded
+  /// before, when it does not fit its place, or has changed and declares a class that is not loaded.
   void load(const std::string& path, Placement placement);
 
-  /// Links object files and registers their types; objects that were loaded before are passed over.
+  /// Links object files and registers their types; objects that were loaded before are passed over, unless they have
+  /// changed and hold a class that is not loaded.
   /// @param identities element i is the identity of the source that object i must have been built from.
   /// Throws `std::runtime_error` before any code is linked when one of them does not fit.
   void loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
@@ -52,7 +55,7 @@ class Loader {
   struct CheckedObject;
   struct BuiltObject;
 
-  void loadSource(const language::SourceText& source, Placement placement);
+  void loadSource(const language::SourceText& source, const std::string& realPath, Placement placement);
   void loadInstance(const GenericInstance& instance);
   /// Links compiled classes and registers their types.
   void link(Compiled compiled, const language::SourceText& source);
@@ -71,7 +74,8 @@ class Loader {
   Engine& engine_;
   GenericInstances& generics_;
   std::mutex mutex_;
-  std::set<std::string> loaded_;            // real paths
+  // The identities that sources, and those of objects, had when they were loaded, by real paths.
+  std::map<std::string, std::string> loaded_;
   std::set<std::string> objectIdentities_;  // of the sources that loaded objects were built from
 };
 

@@ -79,6 +79,44 @@ TEST(Loading, ASourceIsLoadedOnceUnderAllItsNames) {
   EXPECT_EQ(findType("a.A")->source, "a/A.ov");
 }
 
+/// What loading a file says that brings a class which it did not declare when it was loaded.
+static std::string changed(const std::string& path, const std::string& className) {
+  return "'" + path + "' was loaded earlier and has changed since: its class '" + className +
+         "' is not loaded, because a file is loaded once";
+}
+
+TEST(Loading, ASourceThatChangedBringsNoFurtherClass) {
+  const Workspace workspace;
+  writeFile("p/A.ov", "package p; class A { } class B { }");
+  fs::create_symlink("A.ov", "p/link.ov");
+  load("p/A.ov");
+  // What is loaded already may be declared again, and be gone.
+  for (const char* text : {"package p; class B { static void more() { } } class A { }", "package p; class A { }"}) {
+    writeFile("p/A.ov", text);
+    EXPECT_EQ(failureOf([] { load("p/A.ov"); }), "nothing") << text;
+  }
+  const std::vector<std::pair<std::string, std::string>> newClasses = {
+      {"package p; class C { }", "p.C"},
+      {"package p; class A { } class C { } class B { }", "p.C"},
+      {"package p; class A<T> { } class C<T> { }", "p.C"},
+      {"package q; class A { }", "q.A"},
+      {"class A { static int number() { return missing; } }", "A"}};
+  for (const auto& [text, name] : newClasses) {
+    writeFile("p/A.ov", text);
+    for (const std::string path : {"p/A.ov", "./p/../p/A.ov", "p/link.ov"}) {
+      EXPECT_EQ(failureOf([&] { load(path); }), changed(path, name)) << text;
+    }
+  }
+  writeFile("p/A.ov", "package p;\nclass { }");
+  EXPECT_EQ(failureOf([] { load("p/A.ov"); }),
+            "p/A.ov:2:7: error: expected the name of a class, found '{'\n"
+            "  class { }\n"
+            "        ^");
+  writeFile("p/A.ov", "package p; class A { } class B { }");
+  EXPECT_EQ(failureOf([] { load("p/A.ov"); }), "nothing");
+  EXPECT_EQ(typeCounts(), (Counts{2, 2}));
+}
+
 TEST(Loading, TwoFilesCannotBringOneClass) {
   const Workspace workspace;
   writeFile("One.ov", "class One { }\nclass Same { }");
@@ -372,6 +410,21 @@ TEST(Bundles, BringWhatTheirUnchangedSourcesDeclare) {
             "A.ov:1:7: error: type 'A' is already loaded from A.o\n"
             "  class A { static void changed() { } }\n"
             "        ^");
+}
+
+TEST(Bundles, AnObjectThatChangedBringsNoFurtherClass) {
+  const Workspace workspace;
+  const auto rebuild = [](const std::string& text) {
+    writeFile("A.ov", text);
+    activeContext().loader.precompile("A.ov");
+    return failureOf([] { loadBundle({"A.ov"}); });
+  };
+  EXPECT_EQ(rebuild("package p; class A { } class B { }"), "nothing");
+  EXPECT_EQ(rebuild("package p; class A { static void more() { } }"), "nothing");
+  EXPECT_EQ(rebuild("package p; class B { } class A { }"), "nothing");
+  EXPECT_EQ(rebuild("package p; class A { } class C { }"), changed("A.o", "p.C"));
+  EXPECT_EQ(rebuild("package q; class A<T> { }"), changed("A.o", "q.A"));
+  EXPECT_EQ(typeCounts(), (Counts{2, 2}));
 }
 
 TEST(Bundles, AreBuiltFromSourcesThatLieAnywhere) {
