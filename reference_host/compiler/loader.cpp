@@ -162,13 +162,13 @@ void Loader::loadSource(const language::SourceText& source, const std::string& r
   const bool isLoaded = earlier != loaded_.end();
   // An object that was built from this very text brought its types.
   const bool isKnown = isLoaded ? earlier->second == identity : objectIdentities_.count(identity) != 0;
-  if (isKnown) return;
+  if (isKnown && placement == Placement::anywhere) return;
   const language::SourceFile file = language::parseSource(source);
-  if (isLoaded) {
+  if (isLoaded && !isKnown) {
     for (const auto& declared : file.classes) checkLoaded(source.path, file.qualify(declared.name));
-    return;
   }
   if (placement == Placement::underRoot) checkPlacement(source, file);
+  if (isLoaded || isKnown) return;
   checkUnknown(source, file);
   link(compile(source, file), source);
   loaded_.emplace(real, identity);

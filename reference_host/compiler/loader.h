@@ -30,9 +30,10 @@ class Loader {
       : classPath_(classPath), engine_(engine), generics_(generics) {}
 
   /// Compiles a source file and registers its types, unless the file was loaded before, under whatever name, or an
-  /// object that was built from its text was. A file that stands for a generic instance loads that instance.
-  /// Throws `std::runtime_error` (`SourceError` for what is wrong with the text); also for a file that was loaded
-  /// before, when it does not fit its place, or has changed and declares a class that is not loaded.
+  /// object that was built from its text was; its place is checked all the same. A file that stands for a generic
+  /// instance loads that instance. Throws `std::runtime_error` (`SourceError` for what is wrong with the text); also
+  /// for a file that was loaded before, when it does not fit its place, or has changed and declares a class that is not
+  /// loaded.
   void load(const std::string& path, Placement placement);
 
   /// Links object files and registers their types; objects that were loaded before are passed over, unless they have

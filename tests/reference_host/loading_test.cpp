@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <functional>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -77,6 +78,39 @@ TEST(Loading, ASourceIsLoadedOnceUnderAllItsNames) {
     EXPECT_EQ(typeCounts(), (Counts{1, 1})) << name;
   }
   EXPECT_EQ(findType("a.A")->source, "a/A.ov");
+}
+
+TEST(Loading, APlaceIsCheckedWhateverIsLoadedAlready) {
+  const Workspace workspace;
+  const auto place = [](const std::string& path) {
+    return failureOf([&] { activeContext().loader.load(path, Placement::underRoot); });
+  };
+  const auto loadObject = [](const std::string& folder) {
+    activeContext().loader.precompile(folder + "/M.ov");
+    loadBundle({folder + "/M.ov"});
+  };
+  const std::vector<std::function<void(const std::string&)>> before = {
+      [](const std::string&) {},
+      [](const std::string& folder) { load(folder + "/M.ov"); },
+      [](const std::string& folder) { load(folder + "/N.ov"); },
+      [&](const std::string& folder) { place("./" + folder + "/M.ov"); },
+      [&](const std::string& folder) { place(folder + "/N.ov"); },
+      loadObject};
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    const std::string folder = "k" + std::to_string(i);
+    const std::string link = "l" + std::to_string(i);
+    writeFile(folder + "/M.ov", "package " + folder + "; class M { }");
+    fs::create_symlink("M.ov", folder + "/N.ov");
+    fs::create_directory_symlink(folder, link);
+    before[i](folder);
+    EXPECT_EQ(place(folder + "/N.ov"), folder +
+                                           "/N.ov:1:19: error: expected a class 'N', as the file is named\n"
+                                           "  package " +
+                                           folder + "; class M { }\n                    ^");
+    EXPECT_NE(place(link + "/M.ov").find("this file lies in the directory of package '" + link), std::string::npos);
+    EXPECT_EQ(place(folder + "/M.ov"), "nothing");
+    EXPECT_NE(findType(folder + ".M"), nullptr);
+  }
 }
 
 /// What loading a file says that brings a class which it did not declare when it was loaded.
