@@ -85,8 +85,9 @@ static void checkUnknown(const language::SourceText& source, const language::Sou
   for (const language::ClassDeclaration& declared : file.classes) {
     const runtime::Type* known = runtime::findTypeByFullName(file.qualify(declared.name));
     if (known == nullptr) continue;
-    throw language::SourceError(source, declared.position,
-                                "type '" + known->fullName + "' is already loaded from " + known->source);
+    throw language::SourceError(
+        source, declared.position,
+        "type '" + known->fullName + "' is already loaded from " + runtime::otherSource(known->source, source.path));
   }
 }
 

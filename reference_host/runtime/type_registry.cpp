@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cctype>
 #include <deque>
+#include <filesystem>
 #include <iterator>
 #include <mutex>
 #include <stdexcept>
@@ -121,7 +122,7 @@ static void checkNew(const std::vector<Registration::Noted>& noted) {
     const auto [other, isNew] = sources.emplace(fullName, source);
     if (!isNew) {
       throw std::runtime_error("Type '" + fullName + "' of " + language::printable(source) +
-                               " is already loaded from " + language::printable(other->second));
+                               " is already loaded from " + language::printable(otherSource(other->second, source)));
     }
   }
 }
@@ -172,6 +173,11 @@ const Type* findTypeByShortName(const std::string& name) {
   if (found->second != nullptr) return found->second;
   // As the library says it of a name that is asked for by itself.
   throw std::runtime_error("Ambiguous plugin entry type '" + name + "'; use its fully qualified name");
+}
+
+std::string otherSource(const std::string& loaded, const std::string& path) {
+  const auto spelling = [](const std::string& file) { return std::filesystem::path(file).lexically_normal(); };
+  return spelling(loaded) == spelling(path) ? "another file that had this name before" : loaded;
 }
 
 const Type& typeAt(int32_t index) { return registry().numbers.at(index); }

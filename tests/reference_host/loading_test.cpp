@@ -164,6 +164,30 @@ TEST(Loading, TwoFilesCannotBringOneClass) {
   EXPECT_EQ(findType("Two"), nullptr);
 }
 
+TEST(Loading, AFileThatTookThePlaceOfAnotherIsToldFromIt) {
+  const Workspace workspace;
+  for (const std::string& folder : {std::string("a/p"), std::string("b/p")}) {
+    writeFile(folder + "/X.ov", "package p; class X { }");
+    writeFile(folder + "/Y.ov", "package p; class Y { } /* " + folder + " */");
+    activeContext().loader.precompile(folder + "/Y.ov");
+  }
+  fs::create_directory_symlink("a", "cur");
+  load("cur/p/X.ov");
+  loadBundle({"cur/p/Y.ov"});
+  fs::remove("cur");
+  fs::create_directory_symlink("b", "cur");
+  for (const std::string path : {"cur/p/X.ov", "./cur/p/X.ov", "cur/p/../p/X.ov"}) {
+    EXPECT_EQ(failureOf([&] { load(path); }),
+              path + ":1:18: error: type 'p.X' is already loaded from another file that had this name before\n" +
+                  "  package p; class X { }\n                   ^");
+  }
+  EXPECT_EQ(failureOf([] { loadBundle({"cur/p/Y.ov"}); }),
+            "Type 'p.Y' of cur/p/Y.o is already loaded from another file that had this name before");
+  // Another name says itself which file is meant.
+  EXPECT_EQ(failureOf([] { load("b/p/X.ov"); }).find("b/p/X.ov:1:18: error: type 'p.X' is already loaded from cur/p/"),
+            0U);
+}
+
 TEST(Loading, RecordsAreReadyAndSpellInstancesInFull) {
   const Workspace workspace;
   writeFile("c/Box.ov", "package c; class Box<T> { static String of() { return T.text(); } }");
