@@ -1,4 +1,5 @@
-// As many threads as there are cores, as far as the system makes them and the address space carries them.
+// As many threads as there are cores, as far as the system makes them, and there are addresses and descriptors for
+// them.
 #include "reference_host/compiler/workers.h"
 
 #include <llvm/Support/Threading.h>
@@ -8,16 +9,22 @@
 #include <utility>
 
 #include "reference_host/runtime/address_space.h"
+#include "reference_host/runtime/descriptors.h"
 
 namespace orva::compiler {
 
 /// For the thread's stack, for what the C library sets aside for its allocations, and for LLVM.
-constexpr std::size_t neededByEach = 256 * runtime::mebibyte;
+constexpr std::size_t addressesOfEach = 256 * runtime::mebibyte;
+
+/// A thread reads one file at a time; the caller's writes one, whose lock takes another while it is closed.
+constexpr std::size_t descriptorsOfEach = 2;
 
 Workers::Workers(std::size_t count, std::function<void(std::size_t)> job) : count_(count), job_(std::move(job)) {
   // The caller's thread works too. One job each needs no more threads.
   std::size_t wanted = std::min<std::size_t>(llvm::hardware_concurrency().compute_thread_count(), count_);
-  wanted = std::max<std::size_t>(runtime::remainingAddresses(wanted * neededByEach) / neededByEach, 1);
+  wanted = std::min({wanted, runtime::remainingAddresses(wanted * addressesOfEach) / addressesOfEach,
+                     runtime::remainingDescriptors(wanted * descriptorsOfEach) / descriptorsOfEach});
+  wanted = std::max<std::size_t>(wanted, 1);
   threads_.reserve(wanted);
   try {
     while (threads_.size() + 1 < wanted) {

@@ -1,8 +1,13 @@
 // Loading sources and bundles: each once, and all of it or nothing.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <functional>
+#include <future>
+#include <iterator>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -10,6 +15,7 @@
 #include "classloader/natives.h"
 #include "reference_host/compiler/context.h"
 #include "reference_host/compiler/object_file.h"
+#include "reference_host/compiler/workers.h"
 #include "reference_host/runtime/pending_exception.h"
 #include "reference_host/runtime/type_registry.h"
 #include "runtime_api/reflection.h"
@@ -439,6 +445,39 @@ TEST(Precompiling, GoesOnWithoutThreads) {
   EXPECT_THROW(std::thread([] {}).join(), std::system_error);
   precompile(sources);
   for (const std::string& source : sources) EXPECT_TRUE(fs::exists(orva::compiler::objectPathOf(source)));
+}
+
+static std::size_t threadCount() {
+  return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+}
+
+/// How many threads work when so many descriptors are free.
+static std::size_t workersWith(std::size_t freeDescriptors) {
+  rlimit before{};
+  EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  rlimit limit{0, before.rlim_max};
+  for (std::size_t free = 0; free < freeDescriptors; ++limit.rlim_cur) {
+    if (fcntl(static_cast<int>(limit.rlim_cur), F_GETFD) == -1) ++free;
+  }
+  const std::size_t others = threadCount();
+  std::promise<void> counted;
+  const std::shared_future<void> isCounted = counted.get_future();
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+  orva::compiler::Workers workers(1000, [&](std::size_t) { isCounted.wait(); });
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  // The caller works too.
+  const std::size_t count = threadCount() - others + 1;
+  counted.set_value();
+  return count;
+}
+
+TEST(Precompiling, StartsOnlyThreadsThatHaveDescriptors) {
+  const std::size_t all = workersWith(500);
+  EXPECT_GE(all, 1U);
+  for (std::size_t free = 0; free < 2 * all + 2; ++free) {
+    // Each needs two, to write an object.
+    EXPECT_EQ(workersWith(free), std::max<std::size_t>(std::min(all, free / 2), 1)) << free;
+  }
 }
 
 TEST(Precompiling, OfNothingBuildsNothing) {
