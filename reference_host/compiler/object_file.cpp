@@ -226,19 +226,24 @@ void checkObject(const ObjectFile& object, const std::string& identity, const st
   requireEqual(object, "source identity", object.identity, identity);
 }
 
-/// Tells whether what is there is an ELF object with our section, whatever else is wrong with it. Throws when it
+/// Refuses what is there unless it is an ELF object with our section, whatever else is wrong with it. Throws when it
 /// cannot be read.
-static bool isOurs(const std::string& path) {
+static void checkIsOurs(const std::string& path) {
   std::error_code error;
   const fs::file_type type = fs::status(path, error).type();
-  if (type != fs::file_type::regular && type != fs::file_type::none) return false;
-  const auto bytes = readFile(path);
-  try {
-    const auto parsed = parseElf(bytes->getMemBufferRef());
-    return parsed != nullptr && findHeader(*parsed).has_value();
-  } catch (const std::runtime_error&) {
-    return false;
+  bool isOurs = false;
+  if (type == fs::file_type::regular || type == fs::file_type::none) {
+    const auto bytes = readFile(path);
+    try {
+      const auto parsed = parseElf(bytes->getMemBufferRef());
+      isOurs = parsed != nullptr && findHeader(*parsed).has_value();
+    } catch (const std::runtime_error& failure) {
+      throw std::runtime_error(inQuotes(path) + " is damaged: " + failure.what() +
+                               "; it is not overwritten: delete it to have it written anew");
+    }
   }
+  if (isOurs) return;
+  throw std::runtime_error(inQuotes(path) + " is not an object of this compiler, and is not overwritten");
 }
 
 /// Fills in a digest. Throws when the bytes have no place for it.
@@ -254,9 +259,7 @@ static std::string digestOfAll(const llvm::object::ObjectFile& object) { return 
 void writeObject(const ObjectFile& object, const std::string& bytes) {
   const Work work(inQuotes(object.path) + " was written");
   std::error_code error;
-  if (fs::exists(fs::symlink_status(object.path, error)) && !isOurs(object.path)) {
-    throw std::runtime_error(inQuotes(object.path) + " is not an object of this compiler, and is not overwritten");
-  }
+  if (fs::exists(fs::symlink_status(object.path, error))) checkIsOurs(object.path);
   writeFile(object.path, withDigest(withDigest(bytes, layoutDigest, layoutOf), wholeDigest, digestOfAll));
 }
 

@@ -46,7 +46,7 @@ std::string objectPathOf(const std::string& sourcePath);
 void addHeader(llvm::Module& module, const ObjectFile& object);
 
 /// Writes an object under a temporary name and renames it. Throws `std::runtime_error`, and leaves what is there, when
-/// the file cannot be written or a file of that name is not an object of this compiler.
+/// the file cannot be written or a file of that name is not an object of this compiler, or is too damaged to tell.
 void writeObject(const ObjectFile& object, const std::string& bytes);
 
 /// Reads an object file with its header. Throws `std::runtime_error` when there is none, when it is not an object of

@@ -324,7 +324,7 @@ TEST(ObjectFile, IsNotWrittenOverWhatIsNotOurs) {
   const auto compile = [] { activeContext().loader.precompile("A.ov"); };
   std::string foreign = bytes;
   replaceOnce(foreign, ".orva.object", ".orva.things");
-  for (const std::string& text : {std::string(), std::string("text"), foreign, bytes.substr(0, 100)}) {
+  for (const std::string& text : {std::string(), std::string("text"), foreign}) {
     writeFile("A.o", text);
     EXPECT_EQ(failureOf(compile), refused);
     EXPECT_EQ(readFile("A.o"), text);
@@ -373,6 +373,24 @@ TEST(ObjectFile, IsWrittenOverADamagedOneOfOurs) {
   writeFile("A.o", damaged);
   EXPECT_EQ(failureOf([] { readObject("A.o"); }), "'A.o' is damaged: its bytes are not those that were written");
   EXPECT_EQ(compiled(), whole);
+}
+
+TEST(ObjectFile, IsNotWrittenOverOneThatIsTooDamagedToTell) {
+  const Workspace workspace;
+  const std::string whole = compiled();
+  const std::string foreign = "'A.o' is not an object of this compiler";
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    writeFile("A.o", whole.substr(0, size));
+    const std::string read = failureOf([] { readObject("A.o"); });
+    const std::string advice = "; it is not overwritten: delete it to have it written anew";
+    const bool isForeign = read.substr(0, foreign.size()) == foreign;
+    ASSERT_EQ(isForeign, size < 4) << size;
+    ASSERT_EQ(failureOf([] { activeContext().loader.precompile("A.ov"); }),
+              isForeign ? foreign + ", and is not overwritten" : read + advice)
+        << size;
+    ASSERT_EQ(readFile("A.o"), whole.substr(0, size));
+    if (size > 100) size += 50;
+  }
 }
 
 TEST(ObjectFile, ThatCannotBeWrittenLeavesTheOldOneAndNothingElse) {
