@@ -3,6 +3,7 @@
 # Usage: check_command_line.sh ORVA_HOST CXX_COMPILER
 set -uo pipefail
 host=$(realpath "$1") compiler=$2
+page=$(realpath "$(dirname "$0")/../../reference_host/program/orva-host.1")
 work=$(realpath "$(mktemp -d)")
 trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
 cd "$work" || exit 1
@@ -17,6 +18,7 @@ check() {
   shift 4
   timeout 60 env ${preload:+"LD_PRELOAD=$preload" "ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}"} "$host" "$@" >"$work/.output" 2>"$work/.errors" </dev/null
   found=$?
+  [ "$found" -ne 2 ] || head -1 "$work/.errors" >>"$work/.usage"
   if [ "$found" -ne "$status" ] || [ "$(cat "$work/.output")" != "$output" ] || [ "$(cat "$work/.errors")" != "$errors" ]; then
     printf '%s: expected status %s, output <%s>, errors <%s>\n' "$name" "$status" "$output" "$errors"
     printf '  found status %s, output <%s>, errors <%s>\n' "$found" "$(cat "$work/.output")" "$(cat "$work/.errors")"
@@ -276,5 +278,12 @@ check deep_package 1 $'other\nbox' "Exception: Cannot read 'two/Other.ov': No su
       ClassLoader.precompileSources([\"two/Other.ov\"]);" run Deep.ov
 check deep_missing 1 '' "Cannot read 'Missing.ov': No such file or directory" run Missing.ov
 cd "$work" || exit 1
+
+# The manual has every usage error; what it quotes, and a reason, stand for any.
+shape() { sed -E "s/ '[^']*'/ '/g; s/; (try|did you mean) .*//; s/(: cannot .*'): .*/\\1/" "$@"; }
+sed -n 's/^\.It "\(orva-host: .*\)"$/\1/p' "$page" | shape >.known
+while IFS= read -r message; do
+  grep -qF -- "$message" .known || { echo "the manual lacks <$message>"; failures=1; }
+done < <(shape .usage | sort -u)
 
 exit $failures
