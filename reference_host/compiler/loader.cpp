@@ -66,13 +66,19 @@ static const std::string& nearest(const std::vector<std::string>& packages, llvm
   return *std::min_element(packages.begin(), packages.end(), isNearer);
 }
 
+/// What is wrong with a package that no root gives a file. At most one of both is empty, and stands for no package.
+static std::string misplaced(const std::string& expected, const std::string& declared) {
+  const std::string place =
+      expected.empty() ? "a root of the class path" : "the directory of package '" + expected + "'";
+  return "this file lies in " + place + ": " +
+         (declared.empty() ? "expected 'package " + expected + ";'" : "it cannot declare package '" + declared + "'");
+}
+
 void Loader::checkPlacement(const language::SourceText& source, const language::SourceFile& file) const {
   const std::vector<std::string> packages = classPath_.packagesOf(source.path);
   if (packages.empty()) return;
   if (std::find(packages.begin(), packages.end(), file.package) == packages.end()) {
-    throw language::SourceError(source, file.packagePosition,
-                                "this file lies in the directory of package '" + nearest(packages, file.package) +
-                                    "': it cannot declare package '" + file.package + "'");
+    throw language::SourceError(source, file.packagePosition, misplaced(nearest(packages, file.package), file.package));
   }
   const std::string expected = fs::path(source.path).stem().string();
   if (file.find(file.qualify(expected)) == nullptr) {

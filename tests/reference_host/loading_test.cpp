@@ -323,6 +323,20 @@ TEST(Loading, ASourceBelowSeveralRootsMayDeclareThePackageOfAny) {
   }
 }
 
+TEST(Loading, ASourceIsToldWhatItHasToDeclare) {
+  const Workspace workspace;
+  const std::vector<std::vector<std::string>> faults = {
+      {"a/b/C.ov", "", "the directory of package 'a.b': expected 'package a.b;'"},
+      {"a/C.ov", "", "the directory of package 'a': expected 'package a;'"},
+      {"a/C.ov", "package b; ", "the directory of package 'a': it cannot declare package 'b'"},
+      {"C.ov", "package a; ", "a root of the class path: it cannot declare package 'a'"}};
+  for (const auto& fault : faults) {
+    writeFile(fault[0], fault[1] + "class C { }");
+    const std::string text = failureOf([&] { activeContext().loader.load("./" + fault[0], Placement::underRoot); });
+    EXPECT_NE(text.find("error: this file lies in " + fault[2] + "\n"), std::string::npos) << text;
+  }
+}
+
 TEST(Loading, ASourceInNoPackageOfItsIsToldTheNearest) {
   const Workspace workspace;
   fs::create_directories("plugins/text");
