@@ -113,7 +113,7 @@ for class in Variables Flags Sums Branches Handlers Late; do
     esac
   done
   expect "a stack that is too short for $class" 1 $told
-  expect "$class on 8 MiB" done "$(ulimit -s 8192 && exec "$host" run $class.ov 2>&1)"
+  expect "$class on 8 MiB" 'done' "$(ulimit -s 8192 && exec "$host" run $class.ov 2>&1)"
 done
 
 # A stack that has no room for the start is told in one line.
