@@ -11,6 +11,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "reference_host/language/lexer.h"
 #include "reference_host/language/printable_text.h"
@@ -147,8 +148,10 @@ std::vector<std::string> ClassPath::packagesOf(const std::string& file) const {
       if (std::find(packages.begin(), packages.end(), package) == packages.end()) packages.push_back(package);
     });
   }
-  const auto isInner = [](const std::string& one, const std::string& other) { return one.size() < other.size(); };
-  std::stable_sort(packages.begin(), packages.end(), isInner);
+  const auto isInner = [](const std::string& one, const std::string& other) {
+    return std::pair(one.size(), one) < std::pair(other.size(), other);
+  };
+  std::sort(packages.begin(), packages.end(), isInner);
   return packages;
 }
 
