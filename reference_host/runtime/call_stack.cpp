@@ -113,6 +113,12 @@ bool enterCall(CallFrame& frame, const char* method, const SourceLocation* callS
   return true;
 }
 
+bool isRunning(const char* method) {
+  const CallFrame* frame = calls.top;
+  while (frame != nullptr && frame->method != method) frame = frame->caller;
+  return frame != nullptr;
+}
+
 bool hasStack(std::size_t size) {
   const auto* const here = static_cast<const char*>(__builtin_frame_address(0));
   const char* const limit = stackLimit();

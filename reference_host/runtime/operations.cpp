@@ -113,9 +113,14 @@ void orvart_requireReceiver(const void* receiver, const char* method, const rt::
   }
 }
 
+[[noreturn]] static void throwTooDeep(const char* method, const rt::SourceLocation* callSite) {
+  rt::throwException("Exception", std::string("Recursion too deep in '") + method + "'", callSite);
+}
+
 /// Where a method's frame is so large that even entering it might leave the stack.
 static void orvart_requireStack(int64_t size, const char* method, const rt::SourceLocation* callSite) {
   if (rt::hasStack(static_cast<std::size_t>(size))) return;
+  if (rt::isRunning(method)) throwTooDeep(method, callSite);
   rt::throwException("Exception",
                      std::string("The stack has no room for '") + method + "', which takes about " +
                          std::to_string(size) + " bytes of it",
@@ -123,9 +128,7 @@ static void orvart_requireStack(int64_t size, const char* method, const rt::Sour
 }
 
 static void orvart_enter(rt::CallFrame* frame, const char* method, const rt::SourceLocation* callSite) {
-  if (!rt::enterCall(*frame, method, callSite)) {
-    rt::throwException("Exception", std::string("Recursion too deep in '") + method + "'", callSite);
-  }
+  if (!rt::enterCall(*frame, method, callSite)) throwTooDeep(method, callSite);
 }
 
 static void orvart_leave(const rt::CallFrame* frame) { rt::leaveCall(*frame); }
