@@ -5,9 +5,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <system_error>
 
+#include "reference_host/compiler/ample_stack.h"
 #include "reference_host/compiler/context.h"
 #include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
@@ -19,41 +21,58 @@ namespace orva::program {
 
 namespace fs = std::filesystem;
 
-Program readProgram(const std::string& file) {
+/// Parses a source, and frees what it holds, where the stack has room for both.
+static void parse(const std::string& file, const std::function<void(const language::SourceFile&)>& use) {
   const compiler::Work work(language::inQuotes(file) + " was read");
+  compiler::onAmpleStack(file, [&] { use(language::parseSource(compiler::readSource(file))); });
+}
+
+Program readProgram(const std::string& file) {
+  Program program{file, {}};
   try {
-    const language::SourceText source = compiler::readSource(file);
-    return {file, language::parseSource(source).package};
+    parse(file, [&](const language::SourceFile& parsed) { program.package = parsed.package; });
   } catch (const std::runtime_error&) {
     // Loading the program says what is wrong with it.
-    return {file, {}};
   }
+  return program;
+}
+
+/// The folder that a package's folders lie in; empty when `folder` is not the last of them.
+static fs::path withoutPackage(fs::path folder, const std::string& package) {
+  std::string rest = package;
+  std::replace(rest.begin(), rest.end(), '.', '/');
+  for (fs::path names = rest; !names.empty(); names = names.parent_path()) {
+    if (folder.filename() != names.filename()) return {};
+    folder = folder.parent_path();
+  }
+  return folder;
 }
 
 std::string rootOf(const Program& program) {
   fs::path folder = fs::path(program.file).parent_path();
   if (folder.empty()) folder = ".";
   if (program.package.empty()) return folder.string();
-  std::string rest = program.package;
-  std::replace(rest.begin(), rest.end(), '.', '/');
   std::error_code error;
-  fs::path root = fs::absolute(program.file, error).lexically_normal().parent_path();
-  fs::path relative = folder;
-  for (fs::path names = rest; !names.empty(); names = names.parent_path()) {
-    if (root.filename() != names.filename()) return folder.string();
-    root = root.parent_path();
-    relative /= "..";
+  const fs::path root =
+      withoutPackage(fs::absolute(program.file, error).lexically_normal().parent_path(), program.package);
+  if (root.empty()) {
+    // Its folder may be named by a link.
+    const fs::path real = withoutPackage(fs::canonical(program.file, error).parent_path(), program.package);
+    return (real.empty() ? folder : real).string();
   }
+  if (fs::is_directory(root, error)) return root.string();
   // The working directory may lie too deep for a name of its own.
-  return fs::is_directory(root, error) ? root.string() : relative.string();
+  for (auto dots = std::count(program.package.begin(), program.package.end(), '.'); dots >= 0; --dots) folder /= "..";
+  return folder.string();
 }
 
 static bool isGeneric(const std::string& file, const std::string& className) {
-  const compiler::Work work(language::inQuotes(file) + " was read");
-  const language::SourceText source = compiler::readSource(file);
-  const language::SourceFile parsed = language::parseSource(source);
-  const language::ClassDeclaration* declared = parsed.find(className);
-  return declared != nullptr && !declared->typeParameters.empty();
+  bool isGeneric = false;
+  parse(file, [&](const language::SourceFile& parsed) {
+    const language::ClassDeclaration* declared = parsed.find(className);
+    isGeneric = declared != nullptr && !declared->typeParameters.empty();
+  });
+  return isGeneric;
 }
 
 static const runtime::Method& findMain(const Program& program) {

@@ -151,6 +151,11 @@ check own_root 0 'item of the program extra of two' '' run app/store/Shop.ov --c
 cd app/store || exit 1
 check inside_package 0 'item of the program extra of two' '' run Shop.ov --class-path ../../two
 cd "$work" || exit 1
+ln -s app/store folder
+ln -s app/store/Shop.ov Shop.ov
+check linked_folder 0 'item of the program extra of two' '' run folder/Shop.ov --class-path two
+check linked_program 0 'item of the program extra of two' '' run Shop.ov --class-path two
+rm folder Shop.ov
 
 # Programs that cannot start.
 shows="expected one named as the file"

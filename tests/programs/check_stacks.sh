@@ -116,6 +116,30 @@ for class in Variables Flags Sums Branches Handlers Late; do
   expect "$class on 8 MiB" 'done' "$(ulimit -s 8192 && exec "$host" run $class.ov 2>&1)"
 done
 
+# The program itself is read and compiled however deep it is nested, and so is one that is wrong.
+nested() {  # CLASS COUNT OPEN INNER CLOSE
+  echo "class $1 { static boolean no() { return false; } static void main() { Console.print(\"start\");"
+  for ((i = 0; i < $2; i++)); do printf '%s' "$3"; done
+  printf '%s' "$4"
+  for ((i = 0; i < $2; i++)); do printf '%s' "$5"; done
+  echo ' } }'
+}
+nested Parentheses 1 'Console.print(' "$(printf '(%.0s' {1..190})1$(printf ')%.0s' {1..190})" ');' >Parentheses.ov
+nested Branches 190 'if (Branches.no()) { ' 'Console.print("1");' ' } ' >Branches.ov
+nested Handlers 190 'try { ' 'Console.print("1");' ' } catch (Exception e) { }' >Handlers.ov
+sed 's/Console.print("1");/unknown = 1;/; s/Branches/Wrong/g' Branches.ov >Wrong.ov
+for stack in 48 56 64 96 128 160 192 256; do
+  (ulimit -s $stack && exec "$host" run Wrong.ov >.output 2>.errors)
+  expect "a wrong program on $stack KiB" "1 error: unknown variable 'unknown'" "$? $(sed -n '1s/.*: error/error/p' .errors)"
+  for class in Parentheses Branches Handlers; do
+    found=$(ulimit -s $stack && exec "$host" run $class.ov 2>&1)
+    case "$? $found" in
+      0\ start*) ;;
+      *) fail "$class nested on $stack KiB: found <$found>" ;;
+    esac
+  done
+done
+
 # A stack that has no room for the start is told in one line.
 echo 'class Hello { static void main() { Console.print("Hello"); } }' >Hello.ov
 for stack in 16 18 20 22 24 28 32 36 40; do
