@@ -1,0 +1,101 @@
+// What a trace tells: processes, their threads, and the calls that each made, one within another.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tracing/calls/calls.h"
+#include "tracing/events/event_file.h"
+
+namespace orva::tracing {
+
+/// An argument or a result.
+struct Value {
+  StoredKind kind = StoredKind::null;
+  std::int64_t number = 0;  ///< of an integer, a truth, a pointer, a count
+  std::string text;         ///< of a text, and a type's name as a person writes it
+  bool isCut = false;
+  std::vector<Value> elements;  ///< the first texts of a list
+};
+
+enum class Ending {
+  open,      ///< the call still ran when the trace was read, or when the process ended
+  returned,  ///< with a result, or none
+  threw,
+  jumped,
+};
+
+struct Raise {
+  std::string exceptionClass;
+  std::string message;
+};
+
+/// One reading of the registry.
+struct Scan {
+  std::string key;
+  std::int32_t count = 0;
+  std::uint32_t read = 0;
+  std::uint32_t fullNames = 0;
+  std::uint32_t shortNames = 0;
+  std::uint32_t tails = 0;
+  std::vector<std::string> matches;  ///< the first ones
+};
+
+/// One walk of the type table.
+struct Lock {
+  std::uint64_t waited = 0;
+};
+
+enum class EventKind { call, scan, lock };
+
+/// A call, a scan or a lock. Times are nanoseconds after the start of the process.
+struct Event {
+  EventKind kind = EventKind::call;
+  CallId call = CallId::count;
+  std::uint64_t begin = 0;
+  std::uint64_t duration = 0;
+  std::vector<Value> arguments;
+  Ending ending = Ending::open;
+  std::vector<Value> results;         ///< the result, unless there is none, then the texts that the call filled
+  std::optional<std::string> thrown;  ///< the type of what was thrown; empty for what is not a C++ exception
+  Scan scan;
+  Lock lock;
+  std::vector<Event> inner;  ///< in the order of time
+
+  bool isNative() const { return kind == EventKind::call && descriptionOf(call).isNative; }
+  /// Nothing where a native has not ended.
+  const Value* result() const { return results.empty() ? nullptr : &results.front(); }
+};
+
+/// What a native raised: the last call of `Orva_raise` that it made itself.
+std::optional<Raise> raiseOf(const Event& native);
+
+struct Thread {
+  std::uint32_t process = 0;
+  std::uint32_t id = 0;
+  std::string name;
+  std::vector<Event> events;
+};
+
+/// What one process recorded, and its children that did not become other programs.
+struct Trace {
+  std::string program;
+  std::string folder;
+  std::vector<std::string> arguments;
+  std::uint32_t process = 0;
+  std::uint32_t parent = 0;
+  std::uint64_t startOfDay = 0;  ///< in nanoseconds since 1970
+  Attached attached = Attached::notYet;
+  Stopped stopped = Stopped::no;
+  int error = 0;
+  std::uint32_t unseen = 0;
+  std::uint64_t lost = 0;  ///< records that were begun and not finished
+  std::vector<Thread> threads;
+};
+
+/// Reads what a process has recorded so far. Throws `std::runtime_error` for a file that is none of a trace's.
+Trace readTrace(const std::string& path);
+
+}  // namespace orva::tracing
