@@ -1,0 +1,87 @@
+#!/usr/bin/env python3
+"""Prints the records of a trace's file, one to a line: for tests of what records, without the program that reads them.
+Usage: dump_events.py [--times] FILE…"""
+import re
+import signal
+import struct
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+KINDS = ['unfinished', 'begin', 'returned', 'threw', 'jumped', 'scan', 'lock', 'thread', 'program']
+HEADER = struct.Struct('<QIIQQQIIQQIIIII4x')
+RECORD = struct.Struct('<IIIHHQ')
+VALUE = struct.Struct('<BBHI')
+
+
+def call_names():
+    natives = re.findall(r'^ORVA_NATIVE\((\w+)', (ROOT / 'classloader/native_list.inc').read_text(), re.M)
+    others = re.findall(r'^ORVA_\w+\(([\w, ]+)\)', (ROOT / 'tracing/calls/calls.inc').read_text(), re.M)
+    return natives + [name.replace(', ', '::') for name in others]
+
+
+def values(payload):
+    texts = []
+    while payload:
+        kind, is_cut, elements, length = VALUE.unpack_from(payload)
+        data = payload[VALUE.size:VALUE.size + length]
+        payload = payload[VALUE.size + (length + 3) // 4 * 4:]
+        number = int.from_bytes(data, 'little', signed=True)
+        if kind == 0:
+            texts.append('null')
+        elif kind in (4, 6):
+            quote = '"' if kind == 4 else '<>'
+            texts.append(quote[0] + data.decode('utf-8', 'backslashreplace') + ('…' if is_cut else '') + quote[-1])
+        elif kind == 5:
+            texts.append(f'{number} of which {elements}')
+        else:
+            texts.append({1: str(number), 2: ['false', 'true'][number & 1], 3: 'pointer'}[kind])
+        # The end of a record is filled up.
+        if len(payload) < VALUE.size:
+            break
+    return texts
+
+
+def line(kind, call, payload, names):
+    if kind in ('begin', 'returned', 'threw', 'jumped'):
+        return [names[call], *values(payload)]
+    if kind == 'scan':
+        _, count, read, full, short, tails, kept = struct.unpack_from('<QiIIIII', payload)
+        return [f'count={count} read={read} full={full} short={short} tail={tails} kept={kept}', *values(payload[32:])]
+    if kind == 'thread':
+        return [f'process={struct.unpack_from("<I", payload)[0]}', *values(payload[8:])]
+    if kind == 'lock':
+        return []
+    return values(payload)
+
+
+def dump(path, names, with_times):
+    data = Path(path).read_bytes()
+    (magic, version, size, limit, start, _, process, parent, end, reserved, stopped, error, attached, unseen,
+     threads) = HEADER.unpack_from(data)
+    assert magic == 0x3165636172545652 and version == 1 and size == HEADER.size, f'{path} is no file of events'
+    print(f'header process={process} parent={parent} limit={limit} stopped={stopped} error={error} '
+          f'attached={attached} unseen={unseen} threads={threads}')
+    place = size
+    while place < min(end, len(data)):
+        size, kind, thread, call, depth, time = RECORD.unpack_from(data, place)
+        if size == 0:
+            print('hole')
+            break
+        payload = data[place + RECORD.size:place + size]
+        assert size % 8 == 0 and size >= RECORD.size and place + size <= reserved, f'a torn record at {place}'
+        words = [str(thread), str(depth), KINDS[kind], *(line(KINDS[kind], call, payload, names) if kind else [])]
+        print(*([f'{(time - start) / 1e3:.3f}'] if with_times else []), *words)
+        place += size
+
+
+def main():
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)
+    arguments = sys.argv[1:]
+    with_times = arguments[:1] == ['--times']
+    names = call_names()
+    for path in arguments[with_times:]:
+        dump(path, names, with_times)
+
+
+main()

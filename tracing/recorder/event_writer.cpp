@@ -1,0 +1,191 @@
+// The file of events: made by the first record, extended by whichever thread finds it too short. System calls are made
+// directly, because the C library's functions for files are points at which threads are cancelled.
+#include "tracing/recorder/event_writer.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+namespace orva::tracing {
+
+namespace {
+
+constexpr std::uint64_t pageSize = 4096;
+constexpr std::uint64_t firstRoom = 16 * pageSize;
+constexpr std::uint64_t mostRoomAtOnce = std::uint64_t{16} << 20;
+
+// The program may close any descriptor and change its folder, so each extension opens the file by its absolute path.
+char filePath[PATH_MAX];
+FileHeader* mapped = nullptr;
+
+std::uint64_t nanosecondsOf(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(time.tv_nsec);
+}
+
+int openFile(int flags) {
+  return static_cast<int>(syscall(SYS_openat, AT_FDCWD, filePath, O_RDWR | O_CLOEXEC | flags, 0600));
+}
+
+/// Reserves the bytes from `begin` to `end` on the disk, so that writing to them cannot fail.
+/// @return whether they are reserved; `errno` says why not.
+bool reserve(int file, std::uint64_t begin, std::uint64_t end) {
+  // Beyond the limit the system would send a signal.
+  rlimit limit{};
+  if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && end > limit.rlim_cur) {
+    errno = EFBIG;
+    return false;
+  }
+  long status = 0;
+  do {
+    status = syscall(SYS_fallocate, file, 0, begin, end - begin);
+  } while (status != 0 && errno == EINTR);
+  return status == 0;
+}
+
+void stop(FileHeader& header, Stopped why, int error) {
+  auto reason = static_cast<std::uint32_t>(Stopped::no);
+  if (why == Stopped::failed) header.error = static_cast<std::uint32_t>(error);
+  header.stopped.compare_exchange_strong(reason, static_cast<std::uint32_t>(why));
+}
+
+std::uint64_t roundedUp(std::uint64_t size) { return (size + pageSize - 1) / pageSize * pageSize; }
+
+/// Extends the file to hold `needed` bytes; threads and processes that do so at once do the same.
+bool extend(FileHeader& header, std::uint64_t needed) {
+  const std::uint64_t begin = header.reserved;
+  if (needed <= begin) return true;
+  const int file = openFile(0);
+  if (file < 0) return false;
+  // Twice as much as before, so that the file is seldom opened; where that does not fit, what is needed.
+  std::uint64_t end = std::min(roundedUp(needed) + std::min(begin, mostRoomAtOnce), header.limit);
+  bool isReserved = reserve(file, begin, end);
+  if (!isReserved) {
+    end = std::min(roundedUp(needed), header.limit);
+    isReserved = reserve(file, begin, end);
+  }
+  const int error = errno;
+  syscall(SYS_close, file);
+  errno = error;
+  if (!isReserved) return false;
+  std::uint64_t reserved = begin;
+  while (reserved < end && !header.reserved.compare_exchange_weak(reserved, end)) continue;
+  return true;
+}
+
+/// Claims the next bytes of the file.
+char* claim(FileHeader& header, std::uint64_t size) {
+  const std::uint64_t begin = header.end.fetch_add(size, std::memory_order_relaxed);
+  const std::uint64_t end = begin + size;
+  if (end > header.reserved.load(std::memory_order_relaxed)) {
+    const int error = errno;
+    if (end > header.limit) {
+      stop(header, Stopped::limit, 0);
+    } else if (!extend(header, end)) {
+      stop(header, Stopped::failed, errno);
+    }
+    errno = error;
+    if (isStopped(header)) return nullptr;
+  }
+  return reinterpret_cast<char*>(&header) + begin;
+}
+
+std::uint64_t limitFromEnvironment() {
+  const char* const text = secure_getenv(limitVariable);
+  const std::uint64_t limit = text == nullptr ? 0 : std::strtoull(text, nullptr, 10);
+  return std::max(limit == 0 ? usualLimit : limit, pageSize);
+}
+
+/// Takes the first name that is free, of those that this process may have: it had others as another program.
+int createFile(const char* folder) {
+  for (unsigned number = 0;; ++number) {
+    const int length = std::snprintf(filePath, sizeof filePath, "%s/%d-%u.events", folder, getpid(), number);
+    if (length < 0 || static_cast<std::size_t>(length) >= sizeof filePath) return -1;
+    const int file = openFile(O_CREAT | O_EXCL);
+    if (file >= 0 || errno != EEXIST) return file;
+  }
+}
+
+void fillHeader(FileHeader& header, std::uint64_t limit, std::uint64_t room) {
+  header.version = fileVersion;
+  header.headerSize = sizeof(FileHeader);
+  header.limit = limit;
+  header.startTime = monotonicTime();
+  header.startOfDay = nanosecondsOf(CLOCK_REALTIME);
+  header.process = static_cast<std::uint32_t>(getpid());
+  header.parent = static_cast<std::uint32_t>(getppid());
+  header.end = sizeof(FileHeader);
+  header.reserved = room;
+  std::atomic_signal_fence(std::memory_order_release);
+  header.magic = fileMagic;
+}
+
+FileHeader* map(int file, std::uint64_t size) {
+  void* const place = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, file, 0);
+  return place == MAP_FAILED ? nullptr : static_cast<FileHeader*>(place);
+}
+
+/// Maps all that the file may become. Where there is no room for that, the header alone says so.
+FileHeader* mapFile(int file) {
+  const std::uint64_t limit = limitFromEnvironment();
+  std::uint64_t room = std::min(firstRoom, limit);
+  int error = 0;
+  if (!reserve(file, 0, room)) {
+    error = errno;
+    room = pageSize;
+    if (!reserve(file, 0, room)) return nullptr;
+  }
+  FileHeader* header = map(file, limit);
+  if (header == nullptr) {
+    error = errno;
+    header = map(file, pageSize);
+    if (header == nullptr) return nullptr;
+  }
+  fillHeader(*header, limit, room);
+  if (error != 0) stop(*header, Stopped::failed, error);
+  return header;
+}
+
+}  // namespace
+
+std::uint64_t monotonicTime() { return nanosecondsOf(CLOCK_MONOTONIC); }
+
+FileHeader* createEventFile() {
+  const char* const folder = secure_getenv(folderVariable);
+  if (folder == nullptr || *folder == '\0') return nullptr;
+  const int file = createFile(folder);
+  if (file < 0) return nullptr;
+  mapped = mapFile(file);
+  if (mapped == nullptr) unlink(filePath);
+  syscall(SYS_close, file);
+  return mapped;
+}
+
+void writeRecord(const RecordHead& head, const void* payload, std::uint32_t size) {
+  if (isStopped(*mapped)) return;
+  const std::uint32_t whole = (static_cast<std::uint32_t>(sizeof(Record)) + size + 7) / 8 * 8;
+  char* const place = claim(*mapped, whole);
+  if (place == nullptr) return;
+  auto* const record = reinterpret_cast<Record*>(place);
+  record->size = whole;
+  std::atomic_signal_fence(std::memory_order_release);
+  record->thread = head.thread;
+  record->call = head.call;
+  record->depth = head.depth;
+  record->time = head.time;
+  std::memcpy(place + sizeof(Record), payload, size);
+  record->kind.store(static_cast<std::uint32_t>(head.kind), std::memory_order_release);
+}
+
+}  // namespace orva::tracing

@@ -1,0 +1,31 @@
+// Writes records into the file of this process. Nothing here throws, ends the program or is a point at which a thread
+// is cancelled; what fails ends the recording.
+#pragma once
+
+#include <cstdint>
+
+#include "tracing/events/event_file.h"
+
+namespace orva::tracing {
+
+/// Makes this process's file in the folder that the environment names.
+/// @return its header; null when no folder is named or no file can be made.
+FileHeader* createEventFile();
+
+/// What all records begin with.
+struct RecordHead {
+  RecordKind kind;
+  std::uint32_t thread;
+  std::uint16_t call;
+  std::uint16_t depth;
+  std::uint64_t time;
+};
+
+/// Appends a record, unless recording has stopped.
+void writeRecord(const RecordHead& head, const void* payload, std::uint32_t size);
+
+std::uint64_t monotonicTime();
+
+inline bool isStopped(const FileHeader& header) { return header.stopped.load(std::memory_order_relaxed) != 0; }
+
+}  // namespace orva::tracing

@@ -1,0 +1,61 @@
+// Compares registry entries as the library does; an entry counts under the first comparison that holds.
+#include "tracing/recorder/scan.h"
+
+#include <cstring>
+
+namespace orva::tracing {
+
+void Scan::open(const char* key, std::uint64_t time) {
+  isOpen_ = true;
+  key_ = key == nullptr ? "" : key;
+  keyLength_ = std::strlen(key_);
+  isQualified_ = std::strchr(key_, '.') != nullptr;
+  shortName_ = "";
+  begin_ = time;
+  counts_ = ScanRecord{};
+}
+
+/// Tells whether the key is what follows a dot in a full name, up to its end.
+bool Scan::isTail(const char* fullName) const {
+  const std::uint64_t length = std::strlen(fullName);
+  if (length <= keyLength_) return false;
+  const char* const tail = fullName + (length - keyLength_);
+  return tail[-1] == '.' && std::memcmp(tail, key_, keyLength_) == 0;
+}
+
+void Scan::keep(const char* name) {
+  if (counts_.names == mostMatches) return;
+  Match& match = matches_[counts_.names++];
+  match.length = static_cast<std::uint32_t>(strnlen(name, sizeof match.name));
+  std::memcpy(match.name, name, match.length);
+}
+
+void Scan::compare(const char* fullName) {
+  const char* const shortName = shortName_ == nullptr ? "" : shortName_;
+  if (fullName == nullptr) fullName = "";
+  shortName_ = "";
+  ++counts_.read;
+  if (std::strcmp(fullName, key_) == 0) {
+    ++counts_.fullNames;
+  } else if (isQualified_) {
+    return;
+  } else if (std::strcmp(shortName, key_) == 0) {
+    ++counts_.shortNames;
+  } else if (isTail(fullName)) {
+    ++counts_.tails;
+  } else {
+    return;
+  }
+  keep(*fullName == '\0' ? shortName : fullName);
+}
+
+void Scan::close(std::uint64_t time, Payload& payload) {
+  isOpen_ = false;
+  counts_.duration = time - begin_;
+  payload.clear();
+  payload.putPart(counts_);
+  payload.putText(key_);
+  for (std::uint32_t i = 0; i < counts_.names; ++i) payload.putText(matches_[i].name, matches_[i].length);
+}
+
+}  // namespace orva::tracing
