@@ -36,6 +36,17 @@ require() {
   done
 }
 
+# Whatever a shared library calls of the host, and the lock of the table, must be bound through its PLT and in no other
+# way: there a tracer sees it.
+must_call_by_plt() {  # WHAT SHARED_LIBRARY
+  { required_symbols "$root" "$2" | awk '$2 != "data" { print $4 }'; printf '%s\n' pthread_mutex_{lock,unlock}; } |
+    sort >"$work/called"
+  readelf -rW "$2" | awk 'NF > 4 && $3 ~ /^R_/ { sub(/@.*/, "", $5); print $5, $3 }' | sort |
+    join "$work/called" - >"$work/bound"
+  sed -E 's/ R_[A-Z0-9_]+_JUMP_SLO[TS]?$//' "$work/bound" | diff "$work/called" - >&2 ||
+    fail "$1 calls past its PLT"
+}
+
 same() {
   diff -u "$2" "$3" >&2 || fail "$1"
 }

@@ -12,8 +12,12 @@ rm -rf "${libraries:?}/$compiler"
 mkdir -p "$libraries"
 options=(--preset release -DCMAKE_CXX_COMPILER="$compiler")
 [[ $compiler != g++ ]] || options+=(-DORVA_HOST_CONTRACT=ON)
-# As a compiler that asks its linker for no build ID of its own accord.
-[[ $compiler != clang++ ]] || options+=('-DCMAKE_SHARED_LINKER_FLAGS=-Wl,--build-id=none')
+# Some packagers ask for calls without a PLT, and most for early binding; the library has a PLT all the same. The second
+# compiler asks its linker for no build ID of its own accord.
+case $compiler in
+  g++) options+=(-DCMAKE_CXX_FLAGS=-fno-plt '-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-z,now') ;;
+  clang++) options+=(-DCMAKE_CXX_FLAGS=-fno-plt '-DCMAKE_SHARED_LINKER_FLAGS=-Wl,--build-id=none') ;;
+esac
 build_library "$root" "$libraries/$compiler" "${options[@]}" || fail "$compiler does not build the library"
 [[ -f $(archive "$compiler") && -f $(shared_library "$compiler") ]] || fail "$compiler: a library is missing"
 

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Links the shared library with each linker, as CMake finds it to be, also where the project around it allows no
-# undefined symbols: the library exports the natives and nothing else.
+# undefined symbols: the library exports the natives and nothing else, and calls the host through its PLT.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
-require cmake ninja g++ nm readelf ld.bfd ld.gold ld.lld mold
+require c++filt cmake ninja g++ nm readelf ld.bfd ld.gold ld.lld mold
 natives >"$work/natives"
 
 # What projects tell linkers that allow no undefined symbols. Gold has no option that overrides it for one library.
@@ -26,6 +26,7 @@ link() { # linker, flag of it
   [[ $(linker_of "$library") == "$1" ]] || fail "$(linker_of "$library") linked in place of $1"
   exported_symbols "$library" >"$work/exported"
   same "$1: symbols of the shared library" "$work/natives" "$work/exported"
+  must_call_by_plt "the shared library of $1" "$library"
 }
 
 libraries=$work/library
