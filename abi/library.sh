@@ -4,7 +4,8 @@ export LC_ALL=C
 
 build_library() {  # ROOT FOLDER CMAKE_OPTION…
   {
-    cmake -S "$1" -B "$2" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_HOST_CONTRACT=OFF "${@:3}" &&
+    cmake -S "$1" -B "$2" -G Ninja -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_HOST_CONTRACT=OFF \
+      -DORVA_TRACING=OFF "${@:3}" &&
       cmake --build "$2"
   } >"$2.log" 2>&1 || { cat "$2.log" >&2; return 1; }
 }

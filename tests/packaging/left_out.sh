@@ -10,7 +10,7 @@ for kind in static shared; do
   files=$(printf '%s\n' liborva-classloader.a orva-classloader-static.pc)
   [[ $kind == static ]] || options=(-DORVA_STATIC=OFF -DORVA_SHARED=ON)
   [[ $kind == static ]] || files=$(printf '%s\n' liborva-classloader.so{,."$interface",."$version"} orva-classloader.pc)
-  must_build "$root" "$work/library" -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_HOST_CONTRACT=OFF \
+  must_build "$root" "$work/library" -DORVA_TESTS=OFF -DORVA_REFERENCE_HOST=OFF -DORVA_HOST_CONTRACT=OFF -DORVA_TRACING=OFF \
     -DCMAKE_UNITY_BUILD=ON -DCMAKE_CXX_FLAGS=-fno-rtti "${options[@]}"
   prefix=$work/$kind
   cmake --install "$work/library" --prefix "$prefix" >"$work/install.log"

@@ -62,6 +62,23 @@ for system in Windows CYGWIN MSYS Generic; do
     -DCMAKE_SYSTEM_NAME=$system -DCMAKE_C_COMPILER_WORKS=ON -DCMAKE_CXX_COMPILER_WORKS=ON
 done
 
+# What keeps the tracer from being built is named where it is asked for, and turns it off where it is not.
+cannot_trace() { # why, options of CMake…
+  refuses "ORVA_TRACING is ON, but $1: turn it off" -DORVA_TRACING=ON "${@:2}"
+  accepts "${@:2}"
+  grep -qx ORVA_TRACING:BOOL=OFF "$work/build/CMakeCache.txt" || fail "${*:2}: ORVA_TRACING is ON, but $1"
+}
+works=(-DCMAKE_C_COMPILER_WORKS=ON -DCMAKE_CXX_COMPILER_WORKS=ON)
+cannot_trace 'it needs Linux on x86-64' -DCMAKE_SYSTEM_NAME=FreeBSD -DCMAKE_SYSTEM_PROCESSOR=x86_64 "${works[@]}"
+cannot_trace 'it needs Linux on x86-64' -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR=riscv64 "${works[@]}"
+cannot_trace 'it cannot be cross-compiled' -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR=x86_64 "${works[@]}"
+for flag in -fsanitize=address -fprofile-arcs --coverage -flto=auto; do
+  cannot_trace "its recorder cannot be built with $flag" -DCMAKE_CXX_FLAGS="-O1 $flag -g"
+done
+cannot_trace 'it renames symbols in objects, which CMAKE_INTERPROCEDURAL_OPTIMIZATION leaves to the linker' \
+  -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON
+cannot_trace 'it needs glibc' -DORVA_C_LIBRARY_IS_GLIBC=
+
 # Where options come from, and whether the library is compiled with them.
 needs_exceptions() { # configuration, options of CMake…
   refuses "The library needs C++ exceptions: take -fno-exceptions out of CMAKE_CXX_FLAGS, CMAKE_CXX_FLAGS_$1 and\
