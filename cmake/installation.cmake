@@ -74,7 +74,7 @@ endforeach()
 
 # The program looks for its standard library in ../share/orva, seen from its own folder.
 if(ORVA_REFERENCE_HOST)
-  if(orva_linked_kind STREQUAL shared)
+  if(ORVA_SHARED)
     set_target_properties(orva-host PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   endif()
   install(TARGETS orva-host RUNTIME DESTINATION bin COMPONENT host)

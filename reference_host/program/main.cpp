@@ -13,6 +13,7 @@
 #include "reference_host/program/report.h"
 #include "reference_host/program/run.h"
 #include "reference_host/program/signals.h"
+#include "reference_host/program/traced.h"
 #include "reference_host/runtime/call_stack.h"
 #include "reference_host/runtime/values.h"
 
@@ -38,6 +39,7 @@ static int run(int argc, char** argv) {
   try {
     std::optional<orva::compiler::Work> starting(std::in_place, "the host was started");
     const RunOptions options = parseOptions(argc, argv);
+    if (options.trace.has_value()) orva::program::runTraced(options, argv[0]);
     orva::compiler::startHost(options.standardLibrary);
     const auto program = orva::program::readProgram(options.program);
     auto& runtime = orva::compiler::Runtime::getInstance();

@@ -28,11 +28,19 @@ struct Option {
   std::string_view name;
   std::string_view value;  ///< what stands for it in the help; empty for an option that takes none
   std::string_view help;
+  bool isValueOptional = false;  ///< it stands behind `=` then
+
+  /// The option and its value, as they are written.
+  std::string shown() const {
+    if (isValueOptional) return std::string(name) + "[=" + std::string(value) + "]";
+    return std::string(name) + " " + std::string(value);
+  }
 };
 
 constexpr std::array options = {
     Option{"--class-path", "DIR", "Look for classes below DIR too; may be given several times"},
     Option{"--stdlib", "DIR", "The standard library (default: ../share/orva/stdlib, seen from the executable)"},
+    Option{"--trace", "FILE", "Show what loading does, on standard error or in FILE, by means of orva-trace", true},
     Option{"--help", "", "Print this help"},
     Option{"--version", "", "Print the versions of orva-host and LLVM, and the target of compiled code"},
 };
@@ -56,7 +64,8 @@ constexpr std::array options = {
 
 std::string help() {
   std::string text =
-      "Usage: orva-host run FILE [--class-path DIR]... [--stdlib DIR] [-- ARG...]\n"
+      "Usage: orva-host run FILE [--class-path DIR]... [--stdlib DIR]\n"
+      "                          [--trace[=FILE]] [-- ARG...]\n"
       "       orva-host --help | --version\n"
       "\n"
       "Runs programs of the orva language.\n"
@@ -66,7 +75,7 @@ std::string help() {
       "\n"
       "Options:\n";
   for (const Option& option : options) {
-    std::string left = "  " + std::string(option.name) + " " + std::string(option.value);
+    std::string left = "  " + option.shown();
     left.resize(20, ' ');
     text += left + std::string(option.help) + "\n";
   }
@@ -146,9 +155,7 @@ class CommandLine {
       if (equals != std::string_view::npos) failUsage("option " + inQuotes(name) + " takes no value");
       answer(name == "--help" ? help() : orva::program::versionLine() + "\n");
     }
-    const std::string_view value = equals == std::string_view::npos ? nextValue(*option) : word.substr(equals + 1);
-    if (value.empty()) failValue(*option, "has an empty value");
-    keep(*option, value);
+    keep(*option, equals == std::string_view::npos ? nextValue(*option) : givenValue(*option, word.substr(equals + 1)));
   }
 
   [[noreturn]] static void failOption(std::string_view name) {
@@ -158,21 +165,34 @@ class CommandLine {
   }
 
   [[noreturn]] static void failValue(const Option& option, const std::string& problem) {
-    failUsage("option " + inQuotes(option.name) + " " + problem + ": expected '" + std::string(option.name) + " " +
-              std::string(option.value) + "'");
+    failUsage("option " + inQuotes(option.name) + " " + problem + ": expected '" + option.shown() + "'");
   }
 
+  [[noreturn]] static void failTwice(const Option& option) {
+    failUsage("option " + inQuotes(option.name) + " is given twice");
+  }
+
+  static std::string_view givenValue(const Option& option, std::string_view value) {
+    if (value.empty()) failValue(option, "has an empty value");
+    return value;
+  }
+
+  /// The value of an option that has none in its own word; empty when it needs none.
   std::string_view nextValue(const Option& option) {
+    if (option.isValueOptional) return {};
     // A value that begins with dashes is given after `=`.
     if (at_ == words_.size() || std::string_view(words_[at_]).substr(0, 2) == "--") failValue(option, "has no value");
-    return words_[at_++];
+    return givenValue(option, words_[at_++]);
   }
 
   void keep(const Option& option, std::string_view value) {
     if (option.name == "--class-path") {
       parsed_.classPath.emplace_back(value);
+    } else if (option.name == "--trace") {
+      if (parsed_.trace.has_value()) failTwice(option);
+      parsed_.trace = value;
     } else {
-      if (!parsed_.standardLibrary.empty()) failUsage("option " + inQuotes(option.name) + " is given twice");
+      if (!parsed_.standardLibrary.empty()) failTwice(option);
       parsed_.standardLibrary = value;
     }
   }

@@ -15,8 +15,9 @@ same() { diff -u --label "$1" --label "$2" "$work/one" "$work/other" || status=1
 mandoc -T lint -W warning "$page" || status=1
 
 "$host" --help >"$work/help"
-sed -nE 's/^  (--[a-z-]+( [A-Z]+)?)  .*/\1/p' "$work/help" | sort >"$work/one"
-section OPTIONS | sed -nE 's/^\.It Fl (-[a-z-]+)( Ar( [A-Z]+))?$/-\1\3/p' | sort >"$work/other"
+sed -nE 's/^  (--[a-z-]+( [A-Z]+|\[=[A-Z]+\])?)  .*/\1/p' "$work/help" | sort >"$work/one"
+section OPTIONS | sed -E 's/ Ns Op = Ns Ar ([A-Z]+)$/[=\1]/' |
+  sed -nE 's/^\.It Fl (-[a-z-]+(\[=[A-Z]+\])?)( Ar( [A-Z]+))?$/-\1\4/p' | sort >"$work/other"
 same 'options of --help' 'options of the page'
 sed -nE '/^Commands:/,/^$/s/^  ([a-z-]+ [A-Z]+) .*/\1/p' "$work/help" >"$work/one"
 section COMMANDS | sed -nE 's/^\.It Cm ([a-z-]+) Ar ([A-Z]+)$/\1 \2/p' >"$work/other"

@@ -112,12 +112,40 @@ ln -s loop loop
 check looped_library 2 '' "orva-host: cannot search the standard library 'loop/orva': Too many levels of symbolic links$try" \
   run app/Main.ov --stdlib loop
 
+# A trace is the work of orva-trace, which runs the same command without the option; it is found beside the host, or in
+# PATH.
+expected="expected '--trace[=FILE]'$try"
+check empty_trace 2 '' "orva-host: option '--trace' has an empty value: $expected" run app/Main.ov --trace=
+check repeated_trace 2 '' "orva-host: option '--trace' is given twice$try" run --trace app/Main.ov --trace=out.txt
+mkdir -p moved tools
+cp "$host" moved/orva-host
+real_host=$host
+stdlib=$(dirname "$(dirname "$host")")/share/orva/stdlib
+host=$work/moved/orva-host
+orva_trace=$'#!/bin/sh\necho "$0"; printf "<%s>" "$@"; exit 7'
+echo "$orva_trace" >tools/orva-trace
+chmod +x tools/orva-trace
+check no_trace 2 '' \
+  "orva-host: --trace needs the program 'orva-trace', which is neither beside orva-host nor in PATH" \
+  run --trace app/Main.ov --stdlib "$stdlib"
+shown() { printf '%s\n' "$1"; printf '<%s>' "${@:2}"; }
+command=("$host" run app/Main.ov "--stdlib=$stdlib" --class-path=one --class-path=two -- --trace '')
+PATH=$work/tools:$PATH check trace_in_path 7 "$(shown "$work/tools/orva-trace" -- "${command[@]}")" '' \
+  run --trace app/Main.ov --stdlib "$stdlib" --class-path one --class-path=two -- --trace ''
+cp tools/orva-trace moved
+check trace_beside 7 "$(shown "$work/moved/orva-trace" --output 'to here' -- "${command[@]}")" '' \
+  run app/Main.ov --class-path one '--trace=to here' --stdlib "$stdlib" --class-path=two -- --trace ''
+rm moved/orva-trace
+mkdir moved/orva-trace
+check trace_refused 2 '' "orva-host: cannot run 'orva-trace': Permission denied" run --trace app/Main.ov --stdlib "$stdlib"
+host=$real_host
+
 # Help and version.
 for words in --help 'run --help' 'run app/Main.ov --help' '--help fly'; do
   # shellcheck disable=SC2086
   "$host" $words >.output 2>.errors || { echo "$words: status $?"; failures=1; }
   [ -s .errors ] && { echo "$words: printed errors"; failures=1; }
-  for text in 'run FILE' '--class-path DIR' '--stdlib DIR' '-- ARG...' --help --version 'trusted code' 'Exit status'; do
+  for text in 'run FILE' '--class-path DIR' '--stdlib DIR' '--trace[=FILE]' '-- ARG...' --help --version 'trusted code' 'Exit status'; do
     grep -qF -- "$text" .output || { echo "'$words' does not tell of '$text'"; failures=1; }
   done
   awk 'length > 120 { exit 1 }' .output || { echo "'$words' prints lines that are too long"; failures=1; }
