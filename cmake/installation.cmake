@@ -1,5 +1,5 @@
-# What `cmake --install` writes. Its three components are what the Debian packages hold:
-# `runtime` (the shared library), `development` (what a host is built with) and `host` (the reference host).
+# What `cmake --install` writes. Its components are what the Debian packages hold: `runtime` (the shared library),
+# `development` (what a host is built with), `tracing` (orva-trace) and `host` (the reference host).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -7,7 +7,11 @@ set(headers ${CMAKE_INSTALL_INCLUDEDIR}/orva-classloader)
 set(config ${CMAKE_INSTALL_LIBDIR}/cmake/OrvaClassLoader)
 set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-foreach(kind IN LISTS orva_kinds)
+set(installed_kinds ${orva_kinds})
+if(TARGET orva_classloader_traced)
+  list(APPEND installed_kinds traced)
+endif()
+foreach(kind IN LISTS installed_kinds)
   install(TARGETS orva_classloader_${kind} orva_classloader_linked_${kind} EXPORT classloader_${kind}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
@@ -58,10 +62,17 @@ file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig} /prefix)
 # The record is known when the library is built.
 set(ORVA_TYPE_RECORD "@ORVA_TYPE_RECORD@")
 set(package_of_static orva-classloader-static)
+set(package_of_traced orva-classloader-traced)
 set(package_of_shared orva-classloader)
-foreach(kind IN LISTS orva_kinds)
+set(template_of_static ${package_of_static})
+set(template_of_traced ${package_of_static})
+set(template_of_shared ${package_of_shared})
+set(archive_of_static liborva-classloader.a)
+set(archive_of_traced liborva-classloader-traced.a)
+foreach(kind IN LISTS installed_kinds)
   set(package ${package_of_${kind}})
-  configure_file(cmake/${package}.pc.in configured/${package}.pc @ONLY)
+  set(archive ${archive_of_${kind}})
+  configure_file(cmake/${template_of_${kind}}.pc.in configured/${package}.pc @ONLY)
   add_custom_command(OUTPUT ${package}.pc
     COMMAND ${CMAKE_COMMAND} -P ${PROJECT_SOURCE_DIR}/cmake/record.cmake
       $<TARGET_OBJECTS:orva_classloader_measured> configured/${package}.pc ${package}.pc
@@ -71,6 +82,12 @@ foreach(kind IN LISTS orva_kinds)
   add_dependencies(orva_classloader_${kind} orva_pkgconfig_${kind})
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgconfig} COMPONENT development)
 endforeach()
+
+# The program looks for the two modules beside the libraries, seen from its own folder.
+if(ORVA_TRACING)
+  install(TARGETS orva_trace_recorder orva_trace_audit
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orva-trace COMPONENT tracing)
+endif()
 
 # The program looks for its standard library in ../share/orva, seen from its own folder.
 if(ORVA_REFERENCE_HOST)

@@ -51,13 +51,11 @@ foreach(pattern IN LISTS patterns)
   if(slot LESS native_count)
     set(thunk ${found})
     set(original ${prefix}${found})
-    set(visibility "")
   else()
     set(thunk ${prefix}${found})
     set(original ${found})
-    set(visibility "  .hidden ${thunk}\n")
   endif()
-  string(APPEND thunks "\n  .text\n  .balign 16\n  .globl ${thunk}\n${visibility}  .type ${thunk}, @function\n"
+  string(APPEND thunks "\n  .text\n  .balign 16\n  .globl ${thunk}\n  .hidden ${prefix}${found}\n  .type ${thunk}, @function\n"
     "${thunk}:\n  orva_trace_thunk ${slot}\n  .size ${thunk}, . - ${thunk}\n"
     "  .section .rodata\n.Lsymbol${slot}:\n  .asciz \"${found}\"\n")
   string(APPEND table "  .quad .Lsymbol${slot}, ${original}, ${slot}\n")
