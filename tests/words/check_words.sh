@@ -20,7 +20,7 @@ while [ $# -gt 0 ]; do
   [ "$1" = --output-junit ] && mkdir -p "${2%/*}" && printf "<testsuite\n\ttests=\"3\" failures=\"0\" disabled=\"0\" skipped=\"1\">" >"$2"
   shift
 done'
-help_of_targets='case "$*" in *help*) printf "suite-%s: phony\n" contract docs; exit ;; esac'
+help_of_targets='case "$*" in *help*) printf "suite-%s: phony\n" browser contract docs; exit ;; esac'
 tool cmake "$help_of_targets"
 export PATH=$work/tools:$PATH
 
@@ -39,11 +39,15 @@ grep -q '^ctest --preset dev -R ^(contract|docs)\\\. ' called || fail "other tes
 expect printed '2 passed, 0 failed, 1 skipped'
 expect errors 'Building …'
 
+! grep -q '^dpkg-query .* chromium$' called || fail "a browser is needed: $(cat called)"
+dev 0 test browser docs
+grep -q '^dpkg-query .* chromium$' called || fail "no browser is needed: $(cat called)"
+
 dev 0 test asan contract
 expect called 'cmake --build --preset asan --target suite-contract'
 dev 0 test
 expect called 'cmake --build --preset dev'
-grep -q '^ctest --preset dev -E ^(linking|packaging)\\\. ' called || fail "other tests are run: $(cat called)"
+grep -q '^ctest --preset dev -E ^(linking|packaging|browser)\\\. ' called || fail "other tests are run: $(cat called)"
 dev 0 test asan
 ! grep -qE -- ' -(R|E) ' called || fail "a pattern leaves tests out: $(cat called)"
 
@@ -54,7 +58,7 @@ echo 3 >selected
 
 dev 2 test contract nosuch
 expect errors "./dev test: unknown suite or preset 'nosuch'"
-expect errors 'suites of dev: contract docs'
+expect errors 'suites of dev: browser contract docs'
 expect errors 'presets: dev asan'
 dev 2 test contract asan
 expect errors "./dev test: name one preset, ahead of the suites, not 'asan'"

@@ -45,7 +45,7 @@ struct Scan {
 
 /// One walk of the type table.
 struct Lock {
-  std::uint64_t waited = 0;
+  std::uint64_t waited = 0;  ///< of the event's duration; for the rest of it the lock was held
 };
 
 enum class EventKind { call, scan, lock };
@@ -96,6 +96,8 @@ struct Trace {
 };
 
 /// Reads what a process has recorded so far. Throws `std::runtime_error` for a file that is none of a trace's.
-Trace readTrace(const std::string& path);
+/// @param now the time of CLOCK_MONOTONIC if the process still runs: calls that have not ended last until then. Without
+/// it they last until the last event.
+Trace readTrace(const std::string& path, std::uint64_t now = 0);
 
 }  // namespace orva::tracing

@@ -1,0 +1,189 @@
+// Writes a page from traces that are built by hand.
+// Usage: make_page few|many|hostile|empty >PAGE
+#include <cstdint>
+#include <iostream>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tracing/reader/html_page.h"
+
+namespace orva::tracing {
+
+static Value text(std::string bytes) {
+  Value value;
+  value.kind = StoredKind::text;
+  value.text = std::move(bytes);
+  return value;
+}
+
+static Value object(std::int64_t address) {
+  Value value;
+  value.kind = StoredKind::pointer;
+  value.number = address;
+  return value;
+}
+
+/// A call that returned.
+static Event call(CallId id, std::vector<Value> arguments, std::vector<Value> results, std::vector<Event> inner = {}) {
+  Event event;
+  event.call = id;
+  event.arguments = std::move(arguments);
+  event.ending = Ending::returned;
+  event.results = std::move(results);
+  event.inner = std::move(inner);
+  return event;
+}
+
+static Event scan(const std::string& key, std::vector<std::string> matches) {
+  Event event;
+  event.kind = EventKind::scan;
+  event.ending = Ending::returned;
+  event.scan.key = key;
+  event.scan.count = 5001;
+  event.scan.read = 5001;
+  event.scan.fullNames = static_cast<std::uint32_t>(matches.size());
+  event.scan.matches = std::move(matches);
+  return event;
+}
+
+static Event hit(const std::string& name) {
+  return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {object(0x5500)},
+              {scan(name, {name}), call(CallId::Orva_typeByName, {text(name)}, {object(0x5500)})});
+}
+
+static Event miss(const std::string& name) {
+  return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {Value()},
+              {scan(name, {}), call(CallId::ClassLoader_sourceFileForClass, {object(0x10), text(name)}, {text("")}),
+               call(CallId::Orva_typeByName, {text(name)}, {Value()})});
+}
+
+static Event raising(const std::string& name, const std::string& message) {
+  return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {Value()},
+              {scan(name, {"shop." + name, "yard." + name}),
+               call(CallId::Orva_raise, {text("ClassNotFoundException"), text(message)}, {})});
+}
+
+static Event load(const std::string& file, std::vector<Event> inner) {
+  return call(CallId::Compiler_ensureSourceLoadedInActiveJit, {object(0x10), text(file)}, {}, std::move(inner));
+}
+
+/// Gives an event and those in it their times: 100 ns for each call, and what the calls in it take.
+static std::uint64_t timed(Event& event, std::uint64_t begin) {
+  event.begin = begin;
+  std::uint64_t end = begin + 50;
+  for (Event& inner : event.inner) end = timed(inner, end) + 10;
+  event.duration = end + 50 - begin;
+  return begin + event.duration;
+}
+
+static Thread thread(std::uint32_t process, std::uint32_t id, const std::string& name, std::vector<Event> events) {
+  Thread made;
+  made.process = process;
+  made.id = id;
+  made.name = name;
+  made.events = std::move(events);
+  std::uint64_t time = 1000;
+  for (Event& event : made.events) time = timed(event, time) + 400;
+  return made;
+}
+
+static Trace trace(std::uint32_t process, std::vector<Thread> threads) {
+  Trace made;
+  made.program = "/opt/shop/bin/shop";
+  made.folder = "/srv/shop";
+  made.arguments = {"shop", "--serve"};
+  made.process = process;
+  made.parent = 1;
+  made.startOfDay = 1'700'000'000'000'000'000;
+  made.attached = Attached::audit;
+  made.threads = std::move(threads);
+  return made;
+}
+
+/// One of everything: two programs, a fork, each ending.
+static std::vector<Trace> few() {
+  Event threw = call(CallId::orva_SystemClassLoader_loadClass, {object(0x20), text("shop.Broken")}, {},
+                     {call(CallId::Orva_typeByName, {text("shop.Broken")}, {})});
+  threw.ending = threw.inner[0].ending = Ending::threw;
+  threw.thrown = threw.inner[0].thrown = "std::bad_alloc";
+  Event jumped = call(CallId::orva_ClassLoader_getSystem, {}, {});
+  jumped.ending = Ending::jumped;
+  Event open = call(CallId::orva_ClassLoader_getSystem, {}, {});
+  open.ending = Ending::open;
+  Event nested = call(CallId::orva_ClassLoader_getTypeByName, {text("shop.Cart")}, {object(0x5510)},
+                      {scan("shop.Cart", {}), load("/srv/shop/Cart.ov", {hit("shop.Item"), miss("shop.Till")})});
+  Event table;
+  table.kind = EventKind::lock;
+  table.lock.waited = 12;
+  const Event generic =
+      call(CallId::orva_ClassLoader_getTypeByName, {text("shop.Box<shop.Item>")}, {object(0x5520)}, {table});
+  const std::string ambiguous = "Ambiguous type name 'Item'";
+  Trace first = trace(
+      4711, {thread(4711, 4711, "shop", {nested, raising("Item", ambiguous), generic, threw, open}),
+             thread(4711, 4712, "worker", {jumped, miss("Till")}), thread(4800, 4800, "shop", {hit("shop.Item")})});
+  first.unseen = 2;
+  Trace second = trace(4900, {thread(4900, 4900, "stock", {hit("stock.Shelf")})});
+  second.program = "/opt/shop/bin/stock";
+  second.startOfDay += 5000;
+  second.stopped = Stopped::limit;
+  return {first, second};
+}
+
+/// 10,000 events on four threads: each fortieth lookup misses.
+static std::vector<Trace> many() {
+  std::vector<Thread> threads;
+  constexpr std::uint32_t threadCount = 4;
+  constexpr int lookupsOfEach = 500;  // with five events each
+  for (std::uint32_t id = 1; id <= threadCount; ++id) {
+    std::vector<Event> events;
+    for (int i = 0; i < lookupsOfEach; ++i) {
+      const std::string name = "shop.p" + std::to_string(id) + ".Type" + std::to_string(i);
+      if (i % 40 == 20) {
+        Event missed = miss(name);
+        missed.inner.insert(missed.inner.begin(), scan(name, {}));
+        events.push_back(std::move(missed));
+      } else {
+        events.push_back(call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {object(0x6000 + i)},
+                              {scan(name, {}), load("/srv/" + name + ".ov", {scan(name, {name})}),
+                               call(CallId::Orva_typeByName, {text(name)}, {object(0x6000 + i)})}));
+      }
+    }
+    threads.push_back(thread(4711, 4710 + id, "worker " + std::to_string(id), std::move(events)));
+  }
+  return {trace(4711, std::move(threads))};
+}
+
+/// Names that would end the script, steer the browser or break the JSON; and each byte alone.
+static std::vector<Trace> hostile() {
+  std::vector<Event> events;
+  for (const char* name : {"</script><script>document.title='broken'</script>", "<!--<script>", "]]>", "&lt;b&gt;&amp;",
+                           "\xE2\x80\xA8line\xE2\x80\xA9",
+                           "\xE2\x80\xAE"
+                           "esrever",
+                           "\"\\'`${1}", "\xC3\xA9\xF0\x9F\x98\x80", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
+                           "\xE2\x82", "__proto__", "@page.js@"}) {
+    events.push_back(miss(name));
+  }
+  for (int byte = 0; byte < 256; ++byte) events.push_back(miss(std::string("byte ") + static_cast<char>(byte)));
+  Trace made = trace(4711, {thread(4711, 4711, "</title><img src=x onerror=alert(1)>", std::move(events))});
+  made.program = "/opt/<img src=x onerror=alert(1)>";
+  made.arguments = {"</script>", "\xFF"};
+  return {made};
+}
+
+}  // namespace orva::tracing
+
+int main(int argc, char** argv) {
+  using namespace orva::tracing;
+  const std::map<std::string, std::vector<Trace> (*)()> pages = {
+      {"few", few}, {"many", many}, {"hostile", hostile}, {"empty", [] { return std::vector<Trace>(); }}};
+  const auto page = pages.find(argc == 2 ? argv[1] : "");
+  if (page == pages.end()) {
+    std::cerr << "usage: make_page few|many|hostile|empty >PAGE\n";
+    return 2;
+  }
+  writeHtmlPage(page->second(), std::cout);
+  return std::cout.flush() ? 0 : 1;
+}

@@ -1,0 +1,400 @@
+// What the reader makes of files: whole ones, those of processes that died, and those that nobody wrote.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+#include "tests/tracing/reader/traces.h"
+#include "tracing/reader/chrome_trace.h"
+#include "tracing/reader/filters.h"
+#include "tracing/reader/summary.h"
+#include "tracing/reader/text_tree.h"
+
+namespace orva::tracing {
+
+constexpr auto getTypeByName = CallId::orva_ClassLoader_getTypeByName;
+constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
+constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
+
+/// Calls, scans and locks with their nesting: `getTypeByName(typeByName)`.
+static std::string shapeOf(const std::vector<Event>& events) {
+  std::string shape;
+  for (const Event& event : events) {
+    if (!shape.empty()) shape += ' ';
+    shape += event.kind == EventKind::scan   ? "scan"
+             : event.kind == EventKind::lock ? "lock"
+                                             : std::string(descriptionOf(event.call).name);
+    if (event.ending == Ending::open) shape += '?';
+    if (event.ending == Ending::jumped) shape += '!';
+    if (!event.inner.empty()) shape += "[" + shapeOf(event.inner) + "]";
+  }
+  return shape;
+}
+
+static std::string shapeOf(const EventWriter& writer) {
+  const Trace trace = traceOf(writer);
+  return trace.threads.empty() ? "" : shapeOf(trace.threads.front().events);
+}
+
+TEST(Reader, KeepsWhatTheHeaderSays) {
+  EventWriter writer(12, 11);
+  writer.header(offsetof(FileHeader, unseen), std::uint32_t{3});
+  writer.header(offsetof(FileHeader, stopped), static_cast<std::uint32_t>(Stopped::failed));
+  writer.header(offsetof(FileHeader, error), std::uint32_t{28});
+  writer.program({"/bin/shop", "/home/ada", "shop", "--all"});
+  const Trace trace = traceOf(writer);
+  EXPECT_EQ(trace.process, 12U);
+  EXPECT_EQ(trace.parent, 11U);
+  EXPECT_EQ(trace.unseen, 3U);
+  EXPECT_EQ(trace.stopped, Stopped::failed);
+  EXPECT_EQ(trace.error, 28);
+  EXPECT_EQ(trace.attached, Attached::audit);
+  EXPECT_EQ(trace.startOfDay, 1'700'000'000'000'000'000U);
+  EXPECT_EQ(trace.program, "/bin/shop");
+  EXPECT_EQ(trace.folder, "/home/ada");
+  EXPECT_EQ(trace.arguments, (std::vector<std::string>{"shop", "--all"}));
+  EXPECT_EQ(trace.lost, 0U);
+}
+
+TEST(Reader, NestsCallsAndKeepsTheirTimes) {
+  EventWriter writer;
+  writer.at(100).begin(getTypeByName, 0, Payload().text("Cart"));
+  writer.at(150).scan(1, {40, 5001, 5001, 0, 0, 0, 0}, "Cart");
+  writer.at(200).begin(loadSource, 1, Payload().text("/s/Cart.ov"));
+  writer.at(300).begin(getTypeByName, 2, Payload().text("Item"));
+  writer.at(400).returned(getTypeByName, 2, Payload().pointer(7));
+  writer.at(500).returned(loadSource, 1);
+  writer.at(700).returned(getTypeByName, 0, Payload().null());
+  writer.at(800).begin(loadClass, 0).at(801).returned(loadClass, 0);
+  const Trace trace = traceOf(writer);
+  ASSERT_EQ(trace.threads.size(), 1U);
+  EXPECT_EQ(shapeOf(trace.threads[0].events),
+            "ClassLoader.getTypeByName[scan Compiler::ensureSourceLoadedInActiveJit[ClassLoader.getTypeByName]] "
+            "SystemClassLoader.loadClass");
+  const Event& native = trace.threads[0].events[0];
+  EXPECT_EQ(native.begin, 100U);
+  EXPECT_EQ(native.duration, 600U);
+  EXPECT_EQ(native.ending, Ending::returned);
+  ASSERT_NE(native.result(), nullptr);
+  EXPECT_EQ(native.result()->kind, StoredKind::null);
+  EXPECT_EQ(native.arguments.at(0).text, "Cart");
+  EXPECT_EQ(native.inner[0].begin, 150U);
+  EXPECT_EQ(native.inner[0].duration, 40U);
+  EXPECT_EQ(native.inner[1].duration, 300U);
+  EXPECT_EQ(native.inner[1].result(), nullptr);
+  EXPECT_EQ(native.inner[1].inner[0].result()->number, 7);
+}
+
+TEST(Reader, ReadsEveryKindOfValue) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0,
+               Payload()
+                   .null()
+                   .integer(-5)
+                   .truth(true)
+                   .pointer(4096)
+                   .text("cut", true)
+                   .list(20, {"a", ""})
+                   .text("after")
+                   .typeName("St13runtime_error")
+                   .list(0, {}));
+  const Trace trace = traceOf(writer);
+  const std::vector<Value>& values = trace.threads.at(0).events.at(0).arguments;
+  ASSERT_EQ(values.size(), 9U);
+  EXPECT_EQ(values[0].kind, StoredKind::null);
+  EXPECT_EQ(values[1].number, -5);
+  EXPECT_EQ(values[2].number, 1);
+  EXPECT_EQ(values[3].kind, StoredKind::pointer);
+  EXPECT_EQ(values[3].number, 4096);
+  EXPECT_TRUE(values[4].isCut);
+  EXPECT_EQ(values[5].number, 20);
+  ASSERT_EQ(values[5].elements.size(), 2U);
+  EXPECT_EQ(values[5].elements[0].text, "a");
+  EXPECT_EQ(values[6].text, "after");
+  EXPECT_EQ(values[7].text, "std::runtime_error");
+}
+
+TEST(Reader, ReadsScansAndLocks) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0);
+  writer.at(10).lock(1, 30, 70);
+  writer.at(200).scan(1, {40, 5001, 12, 1, 2, 3, 2}, "Cart", {"shop.Cart", "toy.Cart"});
+  const Trace trace = traceOf(writer);
+  const std::vector<Event>& inner = trace.threads.at(0).events.at(0).inner;
+  ASSERT_EQ(inner.size(), 2U);
+  EXPECT_EQ(inner[0].begin, 10U);
+  EXPECT_EQ(inner[0].duration, 100U);
+  EXPECT_EQ(inner[0].lock.waited, 30U);
+  const Scan& scan = inner[1].scan;
+  EXPECT_EQ(scan.key, "Cart");
+  EXPECT_EQ(scan.count, 5001);
+  EXPECT_EQ(scan.read, 12U);
+  EXPECT_EQ(scan.fullNames, 1U);
+  EXPECT_EQ(scan.shortNames, 2U);
+  EXPECT_EQ(scan.tails, 3U);
+  EXPECT_EQ(scan.matches, (std::vector<std::string>{"shop.Cart", "toy.Cart"}));
+}
+
+TEST(Reader, TellsWhatWasThrown) {
+  const auto thrown = [](const Payload& type) {
+    EventWriter writer;
+    writer.begin(loadSource, 0).at(9).threw(loadSource, 0, type);
+    const Trace trace = traceOf(writer);
+    const Event& event = trace.threads.at(0).events.at(0);
+    EXPECT_EQ(event.ending, Ending::threw);
+    EXPECT_EQ(event.duration, 9U);
+    return event.thrown.value_or("nothing");
+  };
+  EXPECT_EQ(thrown(Payload().typeName("St13runtime_error")), "std::runtime_error");
+  EXPECT_EQ(thrown(Payload().typeName("i")), "int");
+  EXPECT_EQ(thrown(Payload().typeName("*N4shop5ErrorE")), "shop::Error");
+  EXPECT_EQ(thrown(Payload().typeName("NSt3__112system_errorE")), "std::system_error");
+  EXPECT_EQ(thrown(Payload().typeName("no name")), "no name");
+  EXPECT_EQ(thrown(Payload()), "");
+}
+
+TEST(Reader, KeepsThreadsApart) {
+  EventWriter writer;
+  writer.in(1).threadNamed("main", 4711, 4711).begin(getTypeByName, 0);
+  writer.in(2).threadNamed("worker", 4712, 4720).begin(loadClass, 0);
+  writer.in(1).at(5).returned(getTypeByName, 0);
+  writer.in(2).at(6).returned(loadClass, 0);
+  const Trace trace = traceOf(writer);
+  ASSERT_EQ(trace.threads.size(), 2U);
+  EXPECT_EQ(trace.threads[0].name, "main");
+  EXPECT_EQ(shapeOf(trace.threads[0].events), "ClassLoader.getTypeByName");
+  EXPECT_EQ(trace.threads[1].name, "worker");
+  EXPECT_EQ(trace.threads[1].process, 4712U);
+  EXPECT_EQ(trace.threads[1].id, 4720U);
+  EXPECT_EQ(shapeOf(trace.threads[1].events), "SystemClassLoader.loadClass");
+}
+
+TEST(Reader, TakesTheProcessOfTheHeaderForThreadsWithoutARecord) {
+  EXPECT_EQ(traceOf(EventWriter(12, 11).begin(loadClass, 0)).threads.at(0).process, 12U);
+}
+
+TEST(Reader, LetsOpenCallsLastUntilTheLastEventOrUntilNow) {
+  EventWriter writer;
+  writer.at(100).begin(getTypeByName, 0);
+  writer.at(200).begin(loadSource, 1);
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?[Compiler::ensureSourceLoadedInActiveJit?]");
+  EXPECT_EQ(traceOf(writer).threads[0].events[0].duration, 100U);
+  const Trace now = traceOf(writer, EventWriter::startTime + 1200);
+  EXPECT_EQ(now.threads[0].events[0].duration, 1100U);
+  EXPECT_EQ(now.threads[0].events[0].inner[0].duration, 1000U);
+  writer.header(offsetof(FileHeader, stopped), static_cast<std::uint32_t>(Stopped::limit));
+  EXPECT_EQ(traceOf(writer, EventWriter::startTime + 1200).threads[0].events[0].duration, 100U);
+}
+
+TEST(Reader, DropsEndsWithoutABeginning) {
+  EventWriter writer;
+  writer.returned(loadSource, 1).threw(getTypeByName, 0);
+  EXPECT_EQ(shapeOf(writer), "");
+  // Neither of another call at the same depth, nor of the same call at another depth.
+  writer.begin(getTypeByName, 0).returned(loadClass, 0).returned(getTypeByName, 1);
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?");
+  writer.returned(getTypeByName, 0);
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName");
+}
+
+TEST(Reader, TakesCallsWithoutAnEndForLeft) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0).begin(loadSource, 1).begin(loadClass, 2).at(7).returned(getTypeByName, 0);
+  EXPECT_EQ(shapeOf(writer),
+            "ClassLoader.getTypeByName[Compiler::ensureSourceLoadedInActiveJit![SystemClassLoader.loadClass!]]");
+  writer.begin(loadClass, 0).begin(loadClass, 0).jumped(loadClass, 0);
+  EXPECT_EQ(shapeOf(writer).substr(97), " SystemClassLoader.loadClass! SystemClassLoader.loadClass!");
+}
+
+TEST(Reader, PutsACallWithoutItsCallerWhereItCan) {
+  EventWriter writer;
+  writer.begin(loadSource, 3)
+      .begin(getTypeByName, 4)
+      .scan(7, {}, "")
+      .returned(getTypeByName, 4)
+      .returned(loadSource, 3);
+  EXPECT_EQ(shapeOf(writer), "Compiler::ensureSourceLoadedInActiveJit[ClassLoader.getTypeByName[scan]]");
+}
+
+TEST(Reader, SkipsWhatWasNotFinished) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0).unwritten(40).begin(loadSource, 1);
+  writer.record(RecordKind::unfinished, loadClass, 2, Payload().text("half"));
+  writer.returned(loadSource, 1).returned(getTypeByName, 0);
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName[Compiler::ensureSourceLoadedInActiveJit]");
+  EXPECT_EQ(traceOf(writer).lost, 2U);
+  writer.unwritten(32);
+  EXPECT_EQ(traceOf(writer).lost, 3U);
+}
+
+TEST(Reader, DoesNotMissWhatWasClaimedBeyondTheLimit) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0).unwritten(64);
+  writer.header(offsetof(FileHeader, end), std::uint64_t{1} << 40);
+  writer.header(offsetof(FileHeader, stopped), static_cast<std::uint32_t>(Stopped::limit));
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?");
+  EXPECT_EQ(traceOf(writer).lost, 0U);
+}
+
+TEST(Reader, ReadsOnlyUpToTheEnd) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0);
+  const std::uint64_t end = writer.bytes.size();
+  writer.begin(loadClass, 0);
+  writer.header(offsetof(FileHeader, end), end);
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?");
+  EXPECT_EQ(traceOf(writer).lost, 0U);
+}
+
+TEST(Reader, ReadsATruncatedFileAsFarAsItGoes) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0, Payload().text("Cart"));
+  const std::size_t first = writer.bytes.size();
+  writer.begin(loadSource, 1, Payload().text("/s/Cart.ov"));
+  const std::string whole = writer.bytes;
+  for (std::size_t size = first + 1; size < whole.size(); ++size) {
+    writer.bytes = whole.substr(0, size);
+    EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?") << size;
+    EXPECT_EQ(traceOf(writer).lost, 1U) << size;
+  }
+}
+
+TEST(Reader, StopsWhereASizeIsNone) {
+  for (const std::uint32_t size : {8U, 23U, 28U, 0xFFFFFFF8U}) {
+    EventWriter writer;
+    writer.begin(getTypeByName, 0);
+    const std::size_t torn = writer.bytes.size();
+    writer.begin(loadClass, 0).begin(loadClass, 0);
+    std::memcpy(writer.bytes.data() + torn, &size, sizeof size);
+    EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?") << size;
+    EXPECT_EQ(traceOf(writer).lost, 1U) << size;
+  }
+}
+
+TEST(Reader, IgnoresCallsAndKindsThatItDoesNotKnow) {
+  EventWriter writer;
+  writer.begin(CallId::count, 0).begin(static_cast<CallId>(0xFFFF), 0);
+  writer.record(static_cast<RecordKind>(99), loadClass, 0, {}).begin(loadClass, 0);
+  EXPECT_EQ(shapeOf(writer), "SystemClassLoader.loadClass?");
+  EXPECT_EQ(traceOf(writer).lost, 1U);
+}
+
+TEST(Reader, KeepsValuesUpToOneThatNoRecorderWrites) {
+  const auto valuesBefore = [](const StoredValue& bad) {
+    EventWriter writer;
+    writer.begin(getTypeByName, 0, Payload().text("kept").raw(bad).raw(std::uint64_t{0}).text("beyond"));
+    return traceOf(writer).threads.at(0).events.at(0).arguments.size();
+  };
+  EXPECT_EQ(valuesBefore({StoredKind::integer, 0, 0, 8}), 3U);
+  EXPECT_EQ(valuesBefore({StoredKind::integer, 0, 0, 4}), 1U);
+  EXPECT_EQ(valuesBefore({static_cast<StoredKind>(99), 0, 0, 8}), 1U);
+  EXPECT_EQ(valuesBefore({StoredKind::text, 0, 0, 0xFFFFFFFF}), 1U);
+}
+
+TEST(Reader, RefusesWhatIsNoFileOfEvents) {
+  const auto refusal = [](const std::string& path) -> std::string {
+    try {
+      readTrace(path);
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "accepted";
+  };
+  const std::string path = temporaryPath();
+  EXPECT_EQ(refusal(path + ".none"), "cannot read '" + path + ".none'");
+  EXPECT_EQ(refusal("/"), "'/' is not a file of events");
+  const std::string none = "'" + path + "' is not a file of events";
+  EventWriter writer;
+  const std::string header = writer.bytes;
+  for (std::size_t size = 0; size < header.size(); ++size) {
+    writer.bytes = header.substr(0, size);
+    EXPECT_EQ(refusal(writer.save(path)), none) << size;
+  }
+  writer.bytes = header;
+  EXPECT_EQ(refusal(writer.save(path)), "accepted");
+  for (const std::uint32_t size : {0U, 8U, static_cast<std::uint32_t>(sizeof(FileHeader)) + 1}) {
+    writer.header(offsetof(FileHeader, headerSize), size);
+    EXPECT_EQ(refusal(writer.save(path)), none) << size;
+  }
+  writer.bytes = header;
+  writer.header(offsetof(FileHeader, version), fileVersion + 1);
+  EXPECT_EQ(refusal(writer.save(path)),
+            "'" + path + "' has version 2 of the events, not 1: use the orva-trace that recorded it");
+  std::filesystem::remove(path);
+}
+
+TEST(Reader, NestsNoDeeperThanARecursionMayGo) {
+  EventWriter writer;
+  for (std::uint16_t depth = 0; depth < 0xFFFF; ++depth) writer.begin(loadClass, depth);
+  const Trace trace = traceOf(writer);
+  std::size_t deepest = 0;
+  std::size_t count = 0;
+  const std::function<void(const std::vector<Event>&, std::size_t)> visit = [&](const auto& events, std::size_t depth) {
+    deepest = std::max(deepest, depth);
+    count += events.size();
+    for (const Event& event : events) visit(event.inner, depth + 1);
+  };
+  visit(trace.threads.at(0).events, 0);
+  EXPECT_EQ(deepest, 1001U);
+  EXPECT_EQ(count, 0xFFFFU);
+}
+
+TEST(Reader, KnowsTheLastRaiseThatANativeMadeItself) {
+  EventWriter writer;
+  const auto raise = [&](std::uint16_t depth, const std::string& text) {
+    writer.begin(CallId::Orva_raise, depth, Payload().text("Exception").text(text)).returned(CallId::Orva_raise, depth);
+  };
+  writer.begin(getTypeByName, 0);
+  writer.begin(loadSource, 1).begin(loadClass, 2);
+  raise(3, "nested");
+  writer.returned(loadClass, 2).returned(loadSource, 1);
+  EXPECT_FALSE(raiseOf(traceOf(writer).threads[0].events[0]));
+  raise(1, "first");
+  raise(1, "last");
+  const std::optional<Raise> last = raiseOf(traceOf(writer).threads[0].events[0]);
+  ASSERT_TRUE(last);
+  EXPECT_EQ(last->exceptionClass, "Exception");
+  EXPECT_EQ(last->message, "last");
+  writer.begin(CallId::Orva_raise, 1, Payload().null());
+  EXPECT_EQ(raiseOf(traceOf(writer).threads[0].events[0])->message, "");
+}
+
+/// All that reads a trace, on one that nobody wrote.
+static void readAndPrint(const EventWriter& writer) {
+  try {
+    Trace trace = traceOf(writer);
+    std::ostringstream out;
+    printTree(trace, {}, out);
+    printSummary(summaryOf(trace), {}, out);
+    writeChromeTrace({trace}, out);
+    keepMatching(trace, {{loadClass}, "Cart", 1});
+  } catch (const std::runtime_error&) {
+    // Refused.
+  }
+}
+
+TEST(Reader, SurvivesAnyBytes) {
+  const EventWriter valid = everyKindOfRecord();
+  std::mt19937 random(1);
+  const auto below = [&](std::size_t limit) {
+    return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
+  };
+  for (int round = 0; round < 3000; ++round) {
+    EventWriter writer = valid;
+    const std::size_t first = round % 4 == 0 ? 0 : sizeof(FileHeader);
+    for (std::size_t changes = 1 + below(12); changes > 0; --changes) {
+      const std::size_t at = first + below(writer.bytes.size() - first);
+      // Small numbers, and those at the edges, are read as sizes, kinds and depths more often than others.
+      const std::size_t byte = below(3) == 0 ? below(256) : below(2) == 0 ? below(16) : 255;
+      writer.bytes[at] = static_cast<char>(byte);
+    }
+    if (round % 5 == 0) writer.bytes.resize(below(writer.bytes.size()));
+    readAndPrint(writer);
+  }
+}
+
+}  // namespace orva::tracing

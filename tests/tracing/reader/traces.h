@@ -1,0 +1,21 @@
+// Traces for the reader's tests, and where their files are.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tests/tracing/event_writer.h"
+#include "tracing/reader/trace.h"
+
+namespace orva::tracing {
+
+/// A path that no other test uses.
+std::string temporaryPath();
+
+/// What the reader makes of a file.
+Trace traceOf(const EventWriter& writer, std::uint64_t now = 0);
+
+/// A trace with each kind of record and of value in it.
+EventWriter everyKindOfRecord();
+
+}  // namespace orva::tracing

@@ -1,0 +1,533 @@
+// Finds the sentence that explains a native, and fills it in from the native's events.
+#include "tracing/reader/explanation.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <initializer_list>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+namespace orva::tracing {
+namespace {
+
+using Filling = std::pair<std::string_view, std::string>;
+
+/// Keeps a text on its line.
+std::string printable(std::string_view text) {
+  std::string shown;
+  for (const char byte : text) {
+    const auto code = static_cast<unsigned char>(byte);
+    if (code >= ' ' && code != 0x7F) {
+      shown += byte;
+    } else if (byte == '\n') {
+      shown += "\\n";
+    } else {
+      char escape[5];
+      std::snprintf(escape, sizeof escape, "\\x%02X", code);
+      shown += escape;
+    }
+  }
+  return shown;
+}
+
+std::string textOf(const Value& value) { return printable(value.text) + (value.isCut ? "…" : ""); }
+
+/// An argument or result that a record lacks reads as null.
+const Value& at(const std::vector<Value>& values, std::size_t index) {
+  static const Value missing;
+  return index < values.size() ? values[index] : missing;
+}
+
+bool isNull(const Value& value) {
+  return value.kind == StoredKind::null || (value.kind == StoredKind::pointer && value.number == 0);
+}
+
+bool isEmpty(const Value& value) { return value.kind == StoredKind::text && value.text.empty(); }
+
+std::string sentence(SentenceId id, std::initializer_list<Filling> fillings) {
+  std::string_view rest = sentences[static_cast<std::size_t>(id)].pattern;
+  std::string filled;
+  while (!rest.empty()) {
+    const std::size_t open = std::min(rest.find('{'), rest.size());
+    filled += rest.substr(0, open);
+    rest.remove_prefix(open);
+    if (rest.empty()) break;
+    const std::size_t close = rest.find('}');
+    const std::string_view name = rest.substr(1, close - 1);
+    for (const Filling& filling : fillings) {
+      if (filling.first == name) filled += filling.second;
+    }
+    rest.remove_prefix(close + 1);
+  }
+  return filled;
+}
+
+/// Writes a list as a person does: `a, b and c`.
+std::string listed(const std::vector<std::string>& items) {
+  std::string text;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (i > 0) text += i + 1 < items.size() ? ", " : " and ";
+    text += items[i];
+  }
+  return text;
+}
+
+/// Writes the texts of a list in quotes, and how many more it has.
+std::string quotedTexts(const Value& list) {
+  std::vector<std::string> items;
+  for (const Value& element : list.elements) items.push_back("'" + textOf(element) + "'");
+  const std::int64_t more = list.number - static_cast<std::int64_t>(items.size());
+  if (more > 0) items.push_back(std::to_string(more) + " more");
+  return listed(items);
+}
+
+std::string typeOf(const Event& thrower) {
+  if (!thrower.thrown || thrower.thrown->empty()) return "something that is no C++ exception";
+  return printable(*thrower.thrown);
+}
+
+// Scans.
+
+bool isQualified(const Scan& scan) { return scan.key.find('.') != std::string::npos; }
+
+/// Only its full name answers to a name with a dot.
+bool isMatched(const Scan& scan) {
+  return scan.fullNames > 0 || (!isQualified(scan) && scan.shortNames + scan.tails > 0);
+}
+
+std::vector<std::string> distinctMatches(const Scan& scan) {
+  std::vector<std::string> distinct;
+  for (const std::string& match : scan.matches) {
+    if (std::find(distinct.begin(), distinct.end(), match) == distinct.end()) distinct.push_back(match);
+  }
+  return distinct;
+}
+
+/// The name that a matched key stands for.
+std::string resolved(const Scan& scan) {
+  return printable(isQualified(scan) || scan.matches.empty() ? scan.key : scan.matches.front());
+}
+
+std::string typesOf(const Scan& scan) {
+  std::vector<std::string> names = distinctMatches(scan);
+  for (std::string& name : names) name = printable(name);
+  if (names.size() == 1) names.emplace_back("another type");
+  return listed(names);
+}
+
+std::string countOf(const Scan& scan) { return std::to_string(std::max(scan.count, 0)); }
+
+// The native.
+
+enum class Plugin { none, source, bundle };
+
+/// What a native did, read from its own events; those of natives within its calls are theirs.
+class Story {
+ public:
+  explicit Story(const Event& native) : native_(native) {
+    for (const Event& event : native.inner) {
+      if (!event.isNative()) events_.push_back(&event);
+    }
+    const auto raise = std::find_if(events_.rbegin(), events_.rend(),
+                                    [](const Event* event) { return isOf(*event, CallId::Orva_raise); });
+    if (raise != events_.rend()) {
+      raise_ = *raise;
+      events_.erase(raise.base() - 1, events_.end());
+    }
+  }
+
+  std::string text() const {
+    if (native_.ending == Ending::threw) return throwing();
+    if (raise_ != nullptr) return raising();
+    const bool isPointer = descriptionOf(native_.call).result == ValueType::object;
+    const bool isNothing = native_.ending == Ending::returned && isPointer && isNull(at(native_.results, 0));
+    return isNothing ? returningNull() : "";
+  }
+
+ private:
+  static bool isOf(const Event& event, CallId call) { return event.kind == EventKind::call && event.call == call; }
+
+  // Events ahead of the raise.
+
+  const Event* last() const { return events_.empty() ? nullptr : events_.back(); }
+
+  bool isLast(CallId call) const { return last() != nullptr && isOf(*last(), call); }
+
+  const Event* lastOf(CallId call) const {
+    const auto found =
+        std::find_if(events_.rbegin(), events_.rend(), [call](const Event* event) { return isOf(*event, call); });
+    return found == events_.rend() ? nullptr : *found;
+  }
+
+  std::vector<const Event*> allOf(CallId call) const {
+    std::vector<const Event*> found;
+    std::copy_if(events_.begin(), events_.end(), std::back_inserter(found),
+                 [call](const Event* event) { return isOf(*event, call); });
+    return found;
+  }
+
+  std::vector<const Scan*> scans() const {
+    std::vector<const Scan*> found;
+    for (const Event* event : events_) {
+      if (event->kind == EventKind::scan) found.push_back(&event->scan);
+    }
+    return found;
+  }
+
+  bool hasLock() const {
+    return std::any_of(events_.begin(), events_.end(),
+                       [](const Event* event) { return event->kind == EventKind::lock; });
+  }
+
+  bool hasCalls() const {
+    return std::any_of(events_.begin(), events_.end(),
+                       [](const Event* event) { return event->kind == EventKind::call; });
+  }
+
+  /// The call that failed, after which a native makes no other but a raise.
+  const Event* failed() const {
+    const Event* event = last();
+    return event != nullptr && event->kind == EventKind::call && event->ending == Ending::threw ? event : nullptr;
+  }
+
+  // Texts.
+
+  std::string nativeName() const { return std::string(descriptionOf(native_.call).name); }
+
+  /// The name that the native was asked for.
+  const Value& name() const {
+    switch (native_.call) {
+      case CallId::orva_ClassLoader_loadObjectBundle: return at(native_.arguments, 2);
+      case CallId::orva_ClassLoader_loadSourceClass:
+      case CallId::orva_SystemClassLoader_loadClass:
+      case CallId::orva_SystemClassLoader_loadPackageTypes: return at(native_.arguments, 1);
+      default: return at(native_.arguments, 0);
+    }
+  }
+
+  Filling named(std::string_view placeholder = "name") const { return {placeholder, textOf(name())}; }
+
+  static std::string stateOf(const Value& value) { return isNull(value) ? "null" : "empty"; }
+
+  static std::string described(const Event& call) {
+    const CallDescription& description = descriptionOf(call.call);
+    std::string text(description.name);
+    text += '(';
+    if (!call.arguments.empty() && call.arguments[0].kind == StoredKind::text) {
+      text += '\'' + textOf(call.arguments[0]) + '\'';
+    }
+    return text + ')';
+  }
+
+  /// What a plugin is loaded from.
+  std::string plugin() const {
+    if (native_.call == CallId::orva_ClassLoader_loadSourceClass) return "'" + textOf(at(native_.arguments, 0)) + "'";
+    const Event* load = lastOf(CallId::Compiler_ensureObjectBundleLoadedInActiveJit);
+    const std::string objects = load == nullptr ? "" : quotedTexts(at(load->arguments, 0));
+    return objects.empty() ? "the empty bundle" : "the bundle of " + objects;
+  }
+
+  /// What the list is that was read last.
+  std::string list() const {
+    if (native_.call == CallId::orva_ClassLoader_precompileSources) return "list of source files";
+    const bool isFirst = allOf(CallId::orva_collections_ArrayList_size).size() < 2;
+    return isFirst ? "list of object paths" : "list of source identities";
+  }
+
+  std::string message() const { return textOf(at(raise_->arguments, 1)); }
+
+  // Null.
+
+  std::string returningNull() const {
+    switch (native_.call) {
+      case CallId::orva_ClassLoader_getSystem: return withoutObject();
+      case CallId::orva_ClassLoader_getTypeByName: return unknownName();
+      case CallId::orva_SystemClassLoader_loadClass:
+        if (!isLast(CallId::Orva_typeByName)) return unseen();
+        return isNull(name()) || isEmpty(name())
+                   ? missingName()
+                   : sentence(SentenceId::runtimeOnly, {named(), {"native", nativeName()}});
+      default: return unknownEntry();
+    }
+  }
+
+  std::string unseen() const { return sentence(SentenceId::unseen, {{"native", nativeName()}}); }
+
+  std::string missingName() const { return sentence(SentenceId::missingName, {{"state", stateOf(name())}}); }
+
+  std::string withoutObject() const {
+    if (!isLast(CallId::Orva_allocObject)) return unseen();
+    const bool isLibraryLess = lastOf(CallId::Runtime_getStandardLibraryPath) != nullptr &&
+                               lastOf(CallId::Compiler_ensureSourceLoadedInActiveJit) == nullptr;
+    return sentence(isLibraryLess ? SentenceId::noLibrary : SentenceId::noObject, {});
+  }
+
+  std::string unknownName() const {
+    if (!isLast(CallId::Orva_typeByName)) return unseen();
+    if (isNull(name()) || isEmpty(name())) return missingName();
+    if (const Event* search = lastOf(CallId::ClassLoader_sourceFileForClass)) return unknownClass(*search);
+    if (!scans().empty()) return registeredName(*scans().back());
+    if (const Event* making = lastOf(CallId::ClassLoader_materializeRuntimeGenericType))
+      return unknownInstance(*making);
+    if (hasLock()) return sentence(SentenceId::readyUnknown, {named()});
+    const bool isUnclosed = name().text.find('<') != std::string::npos;
+    return isUnclosed ? sentence(SentenceId::unclosedName, {named()}) : unseen();
+  }
+
+  std::string unknownClass(const Event& search) const {
+    if (isEmpty(at(search.results, 0))) return sentence(SentenceId::noSource, {named()});
+    return sentence(SentenceId::sourceWithoutType, {{"source", textOf(at(search.results, 0))}, named()});
+  }
+
+  std::string registeredName(const Scan& scan) const {
+    return isMatched(scan) ? sentence(SentenceId::registeredUnknown, {named(), {"match", resolved(scan)}}) : unseen();
+  }
+
+  std::string unknownInstance(const Event& making) const {
+    if (at(making.results, 0).number == 0) return sentence(SentenceId::noInstance, {named()});
+    const Event* load = lastOf(CallId::Compiler_ensureSourceLoadedInActiveJit);
+    if (load == nullptr) return unseen();
+    if (isEmpty(at(load->arguments, 0))) return sentence(SentenceId::instanceWithoutSource, {named()});
+    return sentence(SentenceId::instanceWithoutType, {{"source", textOf(at(load->arguments, 0))}, named()});
+  }
+
+  std::string unknownEntry() const {
+    if (!isLast(CallId::Orva_typeByName)) return unseen();
+    return sentence(SentenceId::entryUnknown, {named(), {"match", textOf(at(last()->arguments, 0))}});
+  }
+
+  // Raises.
+
+  std::string raising() const {
+    if (isLast(CallId::Orva_raise)) return raisingAgain();
+    if (const Event* call = failed()) return raisingFor(*call);
+    const std::string& raised = at(raise_->arguments, 0).text;
+    switch (native_.call) {
+      case CallId::orva_ClassLoader_getTypeByName: return raisingOfLookUp();
+      case CallId::orva_ClassLoader_addSourceRoot: return raisingOfRoot(raised);
+      case CallId::orva_ClassLoader_loadSourceClass:
+      case CallId::orva_ClassLoader_loadObjectBundle: return raisingOfPlugin(raised);
+      case CallId::orva_ClassLoader_precompileSources: return raisingOfLists();
+      case CallId::orva_SystemClassLoader_loadPackageTypes: return raisingOfPackage(raised);
+      default: return failingItself();
+    }
+  }
+
+  std::string failingItself() const {
+    return sentence(SentenceId::failedItself, {{"native", nativeName()}, {"message", message()}});
+  }
+
+  std::string missing(std::string_view argument, const Value& value) const {
+    return sentence(SentenceId::missingArgument,
+                    {{"argument", std::string(argument)}, {"state", stateOf(value)}, {"native", nativeName()}});
+  }
+
+  /// The raise ahead of this one threw.
+  std::string raisingAgain() const {
+    return sentence(SentenceId::raiseReplaced, {{"type", typeOf(*last())},
+                                                {"class", textOf(at(last()->arguments, 0))},
+                                                {"message", textOf(at(last()->arguments, 1))}});
+  }
+
+  /// The natives that catch every object have no other text for one that is no exception.
+  bool isWithoutText() const {
+    constexpr std::string_view fixed = "Unknown native failure while ";
+    return at(raise_->arguments, 1).text.compare(0, fixed.size(), fixed) == 0;
+  }
+
+  std::string raisingFor(const Event& call) const {
+    if (isWithoutText()) {
+      return sentence(SentenceId::objectThrown, {{"call", described(call)}, {"type", typeOf(call)}});
+    }
+    const Filling type{"type", typeOf(call)};
+    const Filling text{"message", message()};
+    switch (call.call) {
+      case CallId::Compiler_ensureSourceLoadedInActiveJit: return raisingForSource(call);
+      case CallId::Compiler_ensureObjectBundleLoadedInActiveJit:
+        return sentence(SentenceId::pluginFailed, {{"plugin", plugin()}, type, text});
+      case CallId::Compiler_precompileSources:
+        return sentence(SentenceId::precompilingFailed, {{"sources", sources(call)}, type, text});
+      case CallId::ClassLoader_materializeRuntimeGenericType:
+        return sentence(SentenceId::instanceFailed, {named(), type, text});
+      case CallId::ClassLoader_sourceFileForClass: return sentence(SentenceId::searchFailed, {named(), type, text});
+      case CallId::Orva_allocObject: return sentence(SentenceId::objectFailed, {type, text});
+      default: return sentence(SentenceId::callFailed, {{"call", described(call)}, type, text});
+    }
+  }
+
+  static std::string sources(const Event& precompiling) {
+    const std::string files = quotedTexts(at(precompiling.arguments, 0));
+    return files.empty() ? "an empty list" : files;
+  }
+
+  std::string raisingForSource(const Event& load) const {
+    const Filling source{"source", textOf(at(load.arguments, 0))};
+    const Filling type{"type", typeOf(load)};
+    const Filling text{"message", message()};
+    switch (native_.call) {
+      case CallId::orva_ClassLoader_getSystem: return sentence(SentenceId::libraryFailed, {source, type, text});
+      case CallId::orva_ClassLoader_loadSourceClass:
+        return sentence(SentenceId::pluginFailed, {{"plugin", plugin()}, type, text});
+      case CallId::orva_SystemClassLoader_loadPackageTypes: {
+        const auto before = allOf(CallId::Compiler_ensureSourceLoadedInActiveJit).size() - 1;
+        return sentence(SentenceId::packageFileFailed,
+                        {source, named("package"), type, text, {"loaded", std::to_string(before)}});
+      }
+      default: return sentence(SentenceId::sourceFailed, {source, named(), type, text});
+    }
+  }
+
+  std::string raisingOfLookUp() const {
+    if (const Scan* scan = ambiguousScan()) {
+      return sentence(SentenceId::ambiguousName, {named(), {"matches", typesOf(*scan)}});
+    }
+    const bool isGeneric = name().text.find('<') != std::string::npos;
+    if (hasCalls() || !scans().empty() || !isGeneric) return failingItself();
+    return sentence(SentenceId::unreadTable, {named(), {"message", message()}});
+  }
+
+  /// The scan that found a second type; it is the last thing ahead of the raise.
+  const Scan* ambiguousScan() const {
+    if (last() == nullptr || last()->kind != EventKind::scan) return nullptr;
+    const Scan& scan = last()->scan;
+    if (!isMatched(scan) || isQualified(scan)) return nullptr;
+    // Behind many entries of one name, the second name is not kept.
+    const bool isSecondLost = scan.shortNames + scan.tails + scan.fullNames > scan.matches.size();
+    constexpr std::string_view start = "Ambiguous plugin entry type";
+    const bool isToldSo = at(raise_->arguments, 1).text.compare(0, start.size(), start) == 0;
+    return distinctMatches(scan).size() > 1 || (isSecondLost && isToldSo) ? &scan : nullptr;
+  }
+
+  std::string raisingOfRoot(const std::string& raised) const {
+    if (raised == "ValueException") return missing("class path root", name());
+    return sentence(SentenceId::refusedRoot, {named("root")});
+  }
+
+  std::string raisingOfPlugin(const std::string& raised) const {
+    if (raised == "ValueException") return missingOfPlugin();
+    if (raised == "IllegalStateException" && !scans().empty()) {
+      return sentence(SentenceId::alreadyRegistered, {named(), {"match", resolved(*scans().back())}});
+    }
+    if (raised == "ClassNotFoundException" && scans().size() > 1)
+      return unregistered(*scans().front(), *scans().back());
+    if (const Scan* scan = ambiguousScan()) return ambiguousEntry(*scan);
+    return raisingOfLists();
+  }
+
+  std::string missingOfPlugin() const {
+    const bool isBundle = native_.call == CallId::orva_ClassLoader_loadObjectBundle;
+    const Value& first = at(native_.arguments, 0);
+    const Value& second = at(native_.arguments, 1);
+    if (isNull(first) || isEmpty(first))
+      return missing(isBundle ? "list of object paths" : "plugin's source file", first);
+    if (isBundle && isNull(second)) return missing("list of source identities", second);
+    return missing("entry type", name());
+  }
+
+  std::string unregistered(const Scan& before, const Scan& after) const {
+    if (after.tails > 0) {
+      return sentence(SentenceId::registeredElsewhere, {{"matches", listed(distinctMatches(after))}, named()});
+    }
+    const Filling types{"before", countOf(before)};
+    if (after.count <= before.count || after.count <= 0) {
+      return sentence(SentenceId::nothingRegistered, {named(), {"plugin", plugin()}, types});
+    }
+    return sentence(SentenceId::othersRegistered, {named(), {"plugin", plugin()}, types, {"after", countOf(after)}});
+  }
+
+  std::string ambiguousEntry(const Scan& scan) const {
+    const Filling matches{"matches", typesOf(scan)};
+    if (scans().size() < 2) return sentence(SentenceId::ambiguousEntry, {named(), matches});
+    return sentence(SentenceId::ambiguousLoad, {named(), matches, {"plugin", plugin()}});
+  }
+
+  std::string raisingOfLists() const {
+    const Event* event = last();
+    if (event == nullptr && native_.call == CallId::orva_ClassLoader_precompileSources && isNull(name())) {
+      return missing("list of source files", name());
+    }
+    if (isLast(CallId::orva_collections_ArrayList_size)) return raisingAfterSize(*event);
+    if (!isLast(CallId::orva_collections_ArrayList_operator_index)) return failingItself();
+    if (isNull(at(event->results, 0))) {
+      const std::string index = std::to_string(at(event->arguments, 1).number);
+      return sentence(SentenceId::nullElement, {{"index", index}, {"list", list()}});
+    }
+    return raisingOfLengths();
+  }
+
+  std::string raisingAfterSize(const Event& size) const {
+    const std::int64_t count = at(size.results, 0).number;
+    if (count <= 0) return raisingOfLengths();
+    return sentence(SentenceId::endlessList,
+                    {{"list", list()}, {"count", std::to_string(count)}, {"message", message()}});
+  }
+
+  std::string raisingOfLengths() const {
+    const auto sizes = allOf(CallId::orva_collections_ArrayList_size);
+    if (sizes.size() != 2) return failingItself();
+    const std::int64_t objects = std::max<std::int64_t>(at(sizes[0]->results, 0).number, 0);
+    const std::int64_t identities = std::max<std::int64_t>(at(sizes[1]->results, 0).number, 0);
+    if (objects == identities) return failingItself();
+    return sentence(SentenceId::differentLengths,
+                    {{"objects", std::to_string(objects)}, {"identities", std::to_string(identities)}});
+  }
+
+  std::string raisingOfPackage(const std::string& raised) const {
+    const Filling package = named("package");
+    if (raised == "ValueException") {
+      if (isNull(name()) || isEmpty(name())) return missing("package name", name());
+      return sentence(SentenceId::badPackage, {package});
+    }
+    if (raised == "IOException") return sentence(SentenceId::unreadPackage, {package, {"reason", reason()}});
+    const Event* roots = lastOf(CallId::Runtime_getKlassPaths);
+    if (raised != "ClassNotFoundException" || roots == nullptr) return failingItself();
+    const std::string searched = quotedTexts(at(roots->results, 0));
+    if (searched.empty()) return sentence(SentenceId::noRoots, {package});
+    return sentence(SentenceId::noPackage, {package, {"roots", searched}});
+  }
+
+  /// What the system says; the message has it behind the package's name.
+  std::string reason() const {
+    const std::string told = message();
+    const std::size_t end = told.find("': ", named().second.size());
+    return end == std::string::npos ? told : told.substr(end + 3);
+  }
+
+  // Exceptions that leave the native.
+
+  std::string throwing() const {
+    if (raise_ != nullptr && raise_->ending == Ending::threw) return throwingOfRaise();
+    const Event* call = raise_ == nullptr ? failed() : nullptr;
+    if (call == nullptr) {
+      return sentence(SentenceId::threwItself, {{"native", nativeName()}, {"type", typeOf(native_)}});
+    }
+    const bool isBridged = !isBridgeless() && !isOf(*call, CallId::Orva_typeByName);
+    const bool isBridgedPlugin = native_.call == CallId::orva_ClassLoader_loadSourceClass ||
+                                 native_.call == CallId::orva_ClassLoader_loadObjectBundle;
+    return sentence(isBridged || isBridgedPlugin ? SentenceId::passedObject : SentenceId::passed,
+                    {{"call", described(*call)}, {"type", typeOf(*call)}, {"native", nativeName()}});
+  }
+
+  std::string throwingOfRaise() const {
+    return sentence(SentenceId::raiseThrew,
+                    {{"type", typeOf(*raise_)}, {"class", textOf(at(raise_->arguments, 0))}, {"message", message()}});
+  }
+
+  bool isBridgeless() const {
+    return native_.call == CallId::orva_ClassLoader_objectAbiVersion ||
+           native_.call == CallId::orva_ClassLoader_addSourceRoot ||
+           native_.call == CallId::orva_SystemClassLoader_loadClass;
+  }
+
+  const Event& native_;
+  std::vector<const Event*> events_;  ///< up to the raise, or all
+  const Event* raise_ = nullptr;      ///< the last one; one ahead of it threw
+};
+
+}  // namespace
+
+std::string explanationOf(const Event& native) { return native.isNative() ? Story(native).text() : std::string(); }
+
+}  // namespace orva::tracing

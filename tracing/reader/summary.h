@@ -1,0 +1,52 @@
+// Where the time of a trace went, and which names were not found.
+#pragma once
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tracing/reader/text_tree.h"
+#include "tracing/reader/trace.h"
+
+namespace orva::tracing {
+
+/// What all calls of one name took, in nanoseconds.
+struct Share {
+  std::string name;
+  std::uint64_t calls = 0;
+  std::uint64_t total = 0;  ///< of a call within one of the same name, nothing more
+  std::uint64_t self = 0;   ///< without what was called from it; of a source, without the loads nested in its own
+};
+
+/// One load of a source, of objects, or of sources that are compiled ahead.
+struct Load {
+  std::string source;    ///< its file; of several, the first and how many more
+  std::string neededBy;  ///< the native that it happened in, with its last text
+  std::uint64_t total = 0;
+  std::uint64_t self = 0;  ///< without the loads nested in it
+};
+
+/// A name for which natives returned null.
+struct Miss {
+  std::string name;
+  std::uint64_t calls = 0;
+  std::uint64_t raises = 0;  ///< of the calls
+};
+
+/// Each list begins with what matters most: what took longest by itself, or was missed most often.
+struct Summary {
+  std::uint64_t total = 0;  ///< of the outermost calls
+  std::vector<Share> natives;
+  std::vector<Share> neighbours;  ///< with the readings of the registry and the walks of the type table
+  std::vector<Share> sources;
+  std::vector<Load> loads;
+  std::vector<Miss> misses;
+};
+
+Summary summaryOf(const Trace& trace);
+
+/// Prints a table for each list that is not empty, with its first 20 rows.
+void printSummary(const Summary& summary, const TreeStyle& style, std::ostream& out);
+
+}  // namespace orva::tracing
