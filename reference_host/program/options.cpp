@@ -14,6 +14,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "reference_host/language/nearest_word.h"
 #include "reference_host/language/printable_text.h"
 #include "reference_host/program/bug_report.h"
 
@@ -88,18 +89,6 @@ std::string help() {
          "be read or does not compile, 2 when the command line or the installation is wrong.\n";
 }
 
-/// The option that a word was probably meant to be: one that it abbreviates, or hardly differs from.
-std::string nearestOption(std::string_view word) {
-  const auto distance = [&](const Option& option) -> std::size_t {
-    const bool isAbbreviation = word.size() > 3 && option.name.substr(0, word.size()) == word;
-    return isAbbreviation ? 0 : llvm::StringRef(word.data(), word.size()).edit_distance(option.name);
-  };
-  const auto* nearest = std::min_element(options.begin(), options.end(), [&](const Option& one, const Option& other) {
-    return distance(one) < distance(other);
-  });
-  return std::string(distance(*nearest) <= std::max<std::size_t>(2, word.size() / 4) ? nearest->name : "");
-}
-
 /// The words of the command line, taken one by one.
 class CommandLine {
  public:
@@ -140,7 +129,7 @@ class CommandLine {
     constexpr std::string_view extension = ".ov";
     const bool isProgram = word.size() > extension.size() && word.substr(word.size() - 3) == extension;
     if (isProgram) failUsage("unknown command " + inQuotes(word), "run " + printable(word));
-    const bool isNear = !word.empty() && llvm::StringRef(word.data(), word.size()).edit_distance("run") < 3;
+    const bool isNear = orva::language::editDistance(word, "run") < 3;
     if (isNear && word.size() > 1) failUsage("unknown command " + inQuotes(word), "run");
     failUsage("unknown command " + inQuotes(word) + ": expected 'run'");
   }
@@ -159,7 +148,7 @@ class CommandLine {
   }
 
   [[noreturn]] static void failOption(std::string_view name) {
-    const std::string meant = nearestOption(name);
+    const std::string meant(orva::language::nearestOption(options, name));
     if (!meant.empty()) failUsage("unknown option " + inQuotes(name), meant);
     failUsage("unknown option " + inQuotes(name));
   }
