@@ -17,6 +17,9 @@ constexpr const char* folderVariable = "ORVA_TRACE_FOLDER";
 /// The most bytes that one process may write, in decimal; without it `usualLimit`.
 constexpr const char* limitVariable = "ORVA_TRACE_LIMIT";
 constexpr std::uint64_t usualLimit = std::uint64_t{256} << 20;
+/// The number of the only process that records, in decimal; without it, each process does that has the folder in its
+/// environment. A child that a process forks has another number, so it records nothing.
+constexpr const char* processVariable = "ORVA_TRACE_PROCESS";
 
 /// Why recording ended before the process did.
 enum class Stopped : std::uint32_t {

@@ -26,6 +26,7 @@ constexpr std::uint64_t mostRoomAtOnce = std::uint64_t{16} << 20;
 
 // The program may close any descriptor and change its folder, so each extension opens the file by its absolute path.
 char filePath[PATH_MAX];
+long onlyProcess = 0;
 FileHeader* mapped = nullptr;
 
 std::uint64_t nanosecondsOf(clockid_t clock) {
@@ -161,9 +162,13 @@ FileHeader* mapFile(int file) {
 
 std::uint64_t monotonicTime() { return nanosecondsOf(CLOCK_MONOTONIC); }
 
+bool mayRecord() { return onlyProcess == 0 || onlyProcess == getpid(); }
+
 FileHeader* createEventFile() {
   const char* const folder = secure_getenv(folderVariable);
-  if (folder == nullptr || *folder == '\0') return nullptr;
+  const char* const process = secure_getenv(processVariable);
+  if (process != nullptr) onlyProcess = std::strtol(process, nullptr, 10);
+  if (folder == nullptr || *folder == '\0' || !mayRecord()) return nullptr;
   const int file = createFile(folder);
   if (file < 0) return nullptr;
   mapped = mapFile(file);

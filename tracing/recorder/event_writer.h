@@ -8,8 +8,11 @@
 
 namespace orva::tracing {
 
+/// Tells whether this process is one of those that record, as `processVariable` had it when recording started.
+bool mayRecord();
+
 /// Makes this process's file in the folder that the environment names.
-/// @return its header; null when no folder is named or no file can be made.
+/// @return its header; null when no folder is named, when no file can be made, or when this process may not record.
 FileHeader* createEventFile();
 
 /// What all records begin with.

@@ -51,6 +51,7 @@ void finishThread(void* trace) {
 }
 
 void continueInChild() {
+  if (!mayRecord()) orva_trace_exports.header = nullptr;
   if (thisThread.trace != nullptr) thisThread.trace->continueInChild();
 }
 
