@@ -1,0 +1,103 @@
+#!/usr/bin/env bash
+# Checks what orva-trace says of programs that cannot be run or traced, and with which status it ends.
+# Usage: check_bad_programs.sh ORVA_TRACE HOST STATIC_HOST TRACED_HOST
+# shellcheck source=tests/tracing/program/common.sh
+. "$(dirname "$0")/common.sh"
+host=$(realpath "$2") static_host=$(realpath "$3") traced_host=$(realpath "$4")
+nobody=65534
+
+# As another user where this is root, who may execute and read nearly everything.
+as_user() {
+  if [[ $(id -u) == 0 ]]; then setpriv --reuid=$nobody --regid=$nobody --clear-groups "$@"; else "$@"; fi
+}
+
+mkdir folder path
+touch path/plain
+printf '#!/nowhere/shell\n' >script
+printf '#! %s/script\n' "$work" >nested
+cp "$host" sealed
+chmod 755 script nested
+chmod 644 sealed
+check 'no such name' 127 "orva-trace: cannot find the program 'no_such_program' in PATH" no_such_program
+check 'no such file' 127 "orva-trace: cannot run './none': No such file or directory" ./none
+check 'no such folder' 126 "orva-trace: cannot run './sealed/none': Not a directory" ./sealed/none
+check 'a folder' 126 "orva-trace: cannot run './folder': Is a directory" ./folder
+check 'not executable' 126 "orva-trace: cannot run './sealed': Permission denied" ./sealed
+PATH=path:$PATH check 'not executable in PATH' 126 "orva-trace: cannot run 'path/plain': Permission denied" plain
+for name in script nested; do
+  check "$name without interpreter" 127 "orva-trace: cannot run './$name', which needs the interpreter \
+'/nowhere/shell': No such file or directory" "./$name"
+done
+
+# orva-trace's message names the file at fault, also where it is the interpreter of a script.
+refused() {  # WHAT FILE REASON
+  check "$1" 126 "orva-trace: cannot trace './$2': $3" "./$2"
+  printf '#!%s/%s\n' "$work" "$2" >by_script
+  chmod 755 by_script
+  check "$1, as an interpreter" 126 "orva-trace: cannot trace '$work/$2': $3" ./by_script
+}
+patched() {  # FILE OFFSET OCTAL
+  cp "$host" "$1"
+  # shellcheck disable=SC2059
+  printf "\\$3" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none
+}
+other='it is built for another processor, and orva-trace sees programs for x86-64 with 64 bits only'
+patched aarch64 18 267
+patched i386 18 003
+patched short 4 001
+for file in aarch64 i386 short; do
+  refused "$file" "$file" "$other"
+done
+echo 'int main(void) { return 0; }' >main.c
+musl-gcc -o musl main.c || fail 'musl-gcc is not there, or fails'
+linker=$(readelf -l musl | sed -n 's/.*interpreter: \(.*\)]/\1/p')
+refused 'another C library' musl "it starts with the dynamic linker '$linker', and orva-trace needs that of the GNU C \
+library"
+sed "s|$linker|/nowhere${linker:8}|" musl >lost_linker
+chmod 755 lost_linker
+check 'no dynamic linker' 127 "orva-trace: cannot run './lost_linker', which needs the dynamic linker \
+'/nowhere${linker:8}': No such file or directory" ./lost_linker
+
+# Only root can make files that bring rights.
+if [[ $(id -u) == 0 ]]; then
+  ignored='so the dynamic linker ignores LD_AUDIT and LD_PRELOAD; trace a copy without'
+  cp "$host" setuid
+  chown $nobody setuid
+  chmod 4755 setuid
+  cp "$host" setgid
+  chgrp $nobody setgid
+  chmod 2755 setgid
+  for file in setuid setgid; do
+    refused "$file" "$file" "it is setuid or setgid, $ignored"
+  done
+  cp "$host" own
+  chmod 4755 own
+  check 'setuid for who runs it' 3 '' --output /dev/null ./own --end 3
+  cp "$host" capable
+  setcap cap_net_raw+ep capable || fail 'setcap fails'
+  chmod 777 "$work" "$TMPDIR"
+  as_user "$trace" ./capable >output 2>errors
+  same 'file capabilities' "126 orva-trace: cannot trace './capable': it has file capabilities, $ignored" \
+    "$? $(cat errors)"
+  check 'file capabilities, as root' 3 '' --output /dev/null ./capable --end 3
+fi
+
+# Programs that run, and of which nothing is seen: their own status.
+check 'no library' 3 "orva-trace: no class-loading library was loaded by '/bin/sh'" /bin/sh -c 'exit 3'
+linked="this program has the library linked statically: link orva::classloader_traced"
+check 'linked statically' 3 "orva-trace: '$static_host': $linked" "$static_host" --ask shop.Till --end 3
+same 'output of the program' 'shop.Till is no type' "$(cat output)"
+check 'linked statically, to be traced' 3 '' --output tree "$traced_host" --ask shop.Till --end 3
+same 'its lookups' 1 "$(grep -c 'getTypeByName("shop.Till")' tree)"
+gcc -static -o whole main.c
+check 'a static program' 0 "orva-trace: no class-loading library was loaded by './whole'" ./whole
+# A script that runs one of each: what is not seen is told, beside what is.
+cat >both <<SCRIPT
+#!/bin/sh
+"$host" --ask shop.Till
+"$static_host" --ask shop.Till
+SCRIPT
+chmod 755 both
+check 'one of each kind' 0 "orva-trace: '$static_host': $linked" --output tree ./both
+grep -q 'shop.Till' tree || fail 'the tree lacks the lookup that was seen'
+exit "$failures"

@@ -1,0 +1,86 @@
+#!/usr/bin/env bash
+# Checks what orva-trace says of command lines: wrong ones, --help and --version.
+# Usage: check_command_line.sh ORVA_TRACE
+# shellcheck source=tests/tracing/program/common.sh
+. "$(dirname "$0")/common.sh"
+
+# What is wrong, and the words.
+wrong() {
+  check "$*" 2 "orva-trace: $1; try 'orva-trace --help'" "${@:2}"
+}
+
+wrong 'expected a PROGRAM'
+wrong 'expected a PROGRAM' --
+wrong 'expected a PROGRAM' --summary
+wrong 'the PROGRAM is empty: expected a name or a path' ''
+wrong "unknown option '-x'" -x
+wrong "unknown option '--colours'" --colours
+wrong "option '--help' takes no value" --help=me
+wrong '--read and --dump exclude each other' --read . --dump 1
+wrong "unexpected word 'true': --read and --dump run no program" --read . true
+wrong '--keep is for a program that is run, not for --read or --dump' --dump 1 --keep x
+wrong "there is no native 'getType': expected one of objectAbiVersion, getSystem, getTypeByName, addSourceRoot, \
+precompileSources, loadSourceClass, loadObjectBundle, loadClass, loadPackageTypes" --native getType true
+
+# Each option is suggested for a letter less, a letter more and another letter.
+options=$("$trace" --help | sed -nE 's/^  (--[a-z-]+).*/\1/p')
+same 'number of options' 14 "$(wc -w <<<"$options")"
+for option in $options; do
+  for misspelt in "${option%?}" "${option}s" "${option:0:3}z${option:4}"; do
+    check "$misspelt" 2 "orva-trace: unknown option '$misspelt'; did you mean '$option'?" "$misspelt"
+  done
+done
+check '--summ' 2 "orva-trace: unknown option '--summ'; did you mean '--summary'?" --summ true
+check 'control characters' 2 "orva-trace: unknown option '--\\x1B[2J'; try 'orva-trace --help'" $'--\e[2J'
+
+# Each option with a value: without, with an empty one, and twice where only one can hold.
+while read -r option value; do
+  wrong "option '$option' has no value: expected '$option $value'" "$option"
+  wrong "option '$option' has no value: expected '$option $value'" "$option" --summary true
+  wrong "option '$option' has an empty value: expected '$option $value'" "$option=" true
+done < <("$trace" --help | sed -nE 's/^  (--[a-z-]+) ([A-Z]+) .*/\1 \2/p')
+for option in output json html keep name; do
+  wrong "option '--$option' is given twice" "--$option" x "--$option=y" true
+done
+
+for value in soon 5 1m -1s 1.2.3s s 1e3s 99999999999s; do
+  wrong "option '--slower' has the value '$value': expected a number with ns, us, ms or s" "--slower=$value" true
+done
+for value in much 1T -1 K 0x10 99999999999G; do
+  wrong "option '--limit' has the value '$value': expected a number of bytes, with K, M or G for more" \
+    "--limit=$value" true
+done
+wrong "option '--limit' has the value '0': expected more than nothing" --limit 0 true
+for value in me 0 -1 1.5 99999999999; do
+  wrong "option '--dump' has the value '$value': expected the number of a process" "--dump=$value"
+done
+
+for option in --output --json --html; do
+  check "$option in no folder" 2 "orva-trace: cannot write 'none/file': No such file or directory" \
+    "$option" none/file touch ran
+done
+touch plain
+check '--keep in no folder' 2 "orva-trace: cannot make the folder 'none/records': No such file or directory" \
+  --keep none/records touch ran
+check '--keep in a file' 2 "orva-trace: cannot read the folder 'plain': Not a directory" --keep plain touch ran
+TMPDIR=$work/none check 'TMPDIR that is not there' 2 \
+  "orva-trace: cannot make a folder for the trace in '$work/none': No such file or directory" touch ran 2>/dev/null
+[[ ! -e ran ]] || fail 'a program ran, although the command line is wrong'
+mkdir empty
+check '--read of nothing' 2 "orva-trace: there is no trace in 'empty'" --read empty
+check '--read of no folder' 2 "orva-trace: cannot read the folder 'none': No such file or directory" --read none
+echo damaged >empty/1-0.events
+"$trace" --read empty >output 2>errors
+grep -q "empty/1-0.events" errors || fail "a damaged trace: found <$(cat errors)>"
+: >empty/1-0.events
+check '--read of an empty trace' 0 "orva-trace: nothing is recorded in 'empty/1-0.events': there was no room for it" \
+  --read empty
+
+check '--help' 0 '' --help
+[[ $(head -1 output) == 'Usage: orva-trace [OPTION]... [--] PROGRAM [ARG]...' ]] || fail "--help: $(cat output)"
+same 'lines of --help beyond 89 columns' 0 "$(grep -c '.\{90\}' output)"
+check '--version' 0 '' --version
+[[ $(cat output) =~ ^orva-trace\ [0-9]+\.[0-9]+\.[0-9]+$ ]] || fail "--version: found <$(cat output)>"
+"$trace" --version >/dev/full 2>errors
+same 'version to a full disk' "2 orva-trace: cannot print: No space left on device" "$? $(cat errors)"
+exit "$failures"

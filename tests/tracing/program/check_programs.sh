@@ -1,0 +1,175 @@
+#!/usr/bin/env bash
+# Checks orva-trace on programs that run: their streams, status and environment are their own, and what they called is
+# shown, however they are started and whatever ends them.
+# Usage: check_programs.sh ORVA_TRACE HOST FOLDER_OF_LIBRARIES
+# shellcheck source=tests/tracing/program/common.sh
+. "$(dirname "$0")/common.sh"
+host=$(realpath "$2") libraries=$(realpath "$3")
+
+# How many lookups of a name the text in a file shows.
+shown() { grep -c "getTypeByName(\"$1\")" "$2"; }  # NAME FILE
+
+# == Streams and statuses
+# `check` compares all errors, so here the tree goes to a file.
+check 'a program that ends' 7 '' --output tree "$host" --ask shop.Till --end 7
+same 'its output' 'shop.Till is no type' "$(cat output)"
+same 'its lookups' 1 "$(shown shop.Till tree)"
+same 'lines beyond 80 columns' 0 "$(LC_ALL=C.UTF-8 grep -c '.\{81\}' tree)"
+"$trace" "$host" --ask shop.Till >output 2>errors
+same 'the tree on standard error' 1 "$(shown shop.Till errors)"
+same 'standard output' 'shop.Till is no type' "$(cat output)"
+same 'standard input' hello "$(echo hello | "$trace" cat 2>errors)"
+# shellcheck disable=SC2016
+streams='for stream in 0 1 2; do [ ! -e /proc/$$/fd/$stream ] || echo $stream; done'
+(exec 0<&- 2>&- && "$trace" --output tree sh -c "$streams" >output)
+same 'streams that are open' 1 "$(paste -sd' ' output)"
+for signal in INT TERM KILL SEGV PIPE; do
+  number=$(kill -l "$signal")
+  bash -c '"$@" >output 2>errors' check "$trace" --output tree "$host" --ask shop.Till --signal "$number" 2>/dev/null
+  same "ended by SIG$signal" $((128 + number)) $?
+  same "lookups before SIG$signal" 1 "$(shown shop.Till tree)"
+done
+same 'what is left' '' "$(ls -A "$TMPDIR")$(ls core* 2>/dev/null)"
+python3 - "$trace" "$host" <<'PY' || fail 'the signal that ended the program is not the one that ends orva-trace'
+import signal, subprocess, sys
+done = subprocess.run([sys.argv[1], "--output", "tree", sys.argv[2], "--signal", "15"], capture_output=True)
+sys.exit(done.returncode != -signal.SIGTERM)
+PY
+(trap '' PIPE INT; "$trace" --output tree sh -c 'kill -PIPE $$; kill -INT $$; exit 5' 2>errors)
+same 'signals that were ignored stay ignored' 5 $?
+
+# == How a program is found and started
+ln -s "$host" 'a host'
+mkdir 'my programs'
+ln -s "$host" 'my programs/asker'
+for word in './a host' 'my programs/asker' "$work/a host"; do
+  check "$word" 0 '' --output tree "$word" --ask shop.Till
+  same "lookups of $word" 1 "$(shown shop.Till tree)"
+done
+PATH="my programs:$PATH" check 'by PATH' 0 '' --output tree asker --ask shop.Till
+same 'lookups by PATH' 1 "$(shown shop.Till tree)"
+mkdir 'other records'
+TMPDIR="$work/other records" check 'a folder with a blank' 0 '' --output 'the tree' "$host" --ask shop.Till
+same 'lookups in a folder with a blank' 1 "$(shown shop.Till 'the tree')"
+(cd 'my programs' && TMPDIR=. "$trace" --output ../tree sh -c 'cd / && "$@"' sh "$host" --ask shop.Till >output)
+same 'lookups after the working folder has changed' 1 "$(shown shop.Till tree)"
+
+# An installation whose path the dynamic linker would split.
+installed="$work/opt: tools"
+installed_libraries=$installed/$(realpath --relative-to="$(dirname "$trace")/.." "$libraries")
+mkdir -p "$installed/bin" "$installed_libraries"
+cp "$trace" "$installed/bin/"
+cp "$libraries"/* "$installed_libraries/"
+(trace=$installed/bin/orva-trace check 'an installation with a blank and a colon' 0 '' --output tree "$host" --ask shop.Till)
+same 'lookups by that installation' 1 "$(shown shop.Till tree)"
+TMPDIR="$work/other records" "$installed/bin/orva-trace" true 2>errors
+same 'no path that can be listed' "2 orva-trace: cannot load \
+'$installed_libraries/liborva-trace-audit.so', which has a blank, a colon or a '\$' in its path: name a folder \
+without these with --keep or TMPDIR" "$? $(cat errors)"
+rm "$installed_libraries/liborva-trace-recorder.so"
+"$installed/bin/orva-trace" true 2>errors
+same 'no recorder' "2 orva-trace: cannot read '$installed_libraries/liborva-trace-recorder.so', which is a part of \
+orva-trace: No such file or directory" "$? $(cat errors)"
+
+# == Children
+cat >script <<SCRIPT
+#!/bin/sh
+"$host" --ask shop.First
+exec "$host" --ask shop.Second --fork --ask shop.Third
+SCRIPT
+cp script without_interpreter
+sed -i 1d without_interpreter
+chmod 755 script without_interpreter
+for file in script without_interpreter; do
+  check "$file" 0 '' --output tree "./$file"
+  same "lookups of $file" '1 1 1' "$(shown shop.First tree) $(shown shop.Second tree) $(shown shop.Third tree)"
+  check "$file, --no-follow" 0 '' --no-follow --output tree "./$file"
+  same "lookups of $file, --no-follow" '0 1 0' \
+    "$(shown shop.First tree) $(shown shop.Second tree) $(shown shop.Third tree)"
+  same "output of $file, --no-follow" 3 "$(grep -c 'is no type' output)"
+done
+# shellcheck disable=SC2016
+LD_PRELOAD=libm.so.6 LD_AUDIT='' "$trace" --output tree sh -c 'echo "$LD_PRELOAD $LD_AUDIT"' >output 2>errors
+same 'what is preloaded already' "libm.so.6:$libraries/liborva-trace-recorder.so $libraries/liborva-trace-audit.so" \
+  "$(cat output)"
+check 'orva-trace under orva-trace' 0 "orva-trace: no class-loading library was loaded by '$trace'" --output tree "$trace" --output inner "$host" --ask shop.Till
+same 'lookups of the inner one' 1 "$(shown shop.Till inner)"
+
+# == Formats, filters and what is kept
+check 'all formats' 0 '' --json calls.json --html calls.html --keep kept "$host" --ask shop.Till --ask shop.Cart
+python3 -c 'import json; json.load(open("calls.json"))' || fail 'calls.json is no JSON'
+grep -q 'shop.Till' calls.html || fail 'calls.html lacks a lookup'
+check 'a kept trace' 0 '' --read kept
+same 'lookups of a kept trace' '1 1' "$(shown shop.Till output) $(shown shop.Cart output)"
+check 'a kept trace, one name' 0 '' --read kept --name Till
+same 'lookups of one name' '1 0' "$(shown shop.Till output) $(shown shop.Cart output)"
+check 'a kept trace, one native' 0 '' --read kept --native loadClass
+same 'lookups of another native' '0 0' "$(shown shop.Till output) $(shown shop.Cart output)"
+check 'a kept trace, slow calls' 0 '' --read kept --slower 100s
+same 'slow lookups' '0 0' "$(shown shop.Till output) $(shown shop.Cart output)"
+check 'a summary' 0 '' --read kept --summary
+grep -q shop.Till output || fail "the summary lacks the missed name: $(cat output)"
+check 'a folder that holds a trace' 2 "orva-trace: the folder 'kept' holds a trace already: name another, or remove it" \
+  --keep kept "$host"
+check 'a limit' 0 '' --limit 64K --output tree "$host" --ask shop.Till --times 20000 --ask shop.Cart
+same 'lookups within the limit' 1 "$(shown shop.Till tree)"
+same 'lookups beyond the limit' 0 "$(shown 'shop.Tills' tree)"
+grep -q 'size limit is reached' tree || fail 'the tree does not say that it was cut'
+
+# == A trace that cannot be written
+"$trace" "$host" --ask shop.Till 2>&1 >output | head -c 0
+same 'a closed pipe' '0 shop.Till is no type' "${PIPESTATUS[0]} $(cat output)"
+check 'a full disk' 3 "orva-trace: the trace ends here: cannot write '/dev/full': No space left on device" \
+  --output /dev/full "$host" --ask shop.Till --end 3
+"$trace" --read kept >/dev/full 2>errors
+same 'a full disk, --read' "2 orva-trace: the trace ends here: cannot write standard output: No space left on device" \
+  "$? $(cat errors)"
+(ulimit -f 8; "$trace" "$host" --ask shop.Till --times 20000 --end 3 >output 2>errors)
+same 'files that may not grow' '3 shop.Till is no type' "$? $(cat output)"
+mkdir full
+# shellcheck disable=SC2016
+unshare -rm sh -c 'mount -t tmpfs -o size=64k none full && head -c 1M /dev/zero >full/rest 2>/dev/null
+  TMPDIR=$PWD/full "$@"' sh "$trace" --output tree "$host" --ask shop.Till --end 3 >output 2>errors
+same 'records on a full disk' '3 shop.Till is no type' "$? $(cat output)"
+
+# == Colours
+colours() { script -qec "$1" /dev/null | grep -c $'\e\\['; }  # COMMAND
+export TERM=xterm
+[[ $(colours "'$trace' '$host' --ask shop.Till") != 0 ]] || fail 'no colours on a terminal'
+same 'colours with NO_COLOR' 0 "$(NO_COLOR=1 colours "'$trace' '$host' --ask shop.Till")"
+same 'colours on a dumb terminal' 0 "$(TERM=dumb colours "'$trace' '$host' --ask shop.Till")"
+same 'colours in a file' 0 "$(colours "'$trace' --output tree '$host' --ask shop.Till; cat tree")"
+
+# == While it runs
+# Shells start what is in the background with SIGINT and SIGQUIT ignored.
+env --default-signal=INT,QUIT "$trace" --output tree "$host" --ask shop.Till --hang shop.Cart >output 2>errors &
+tracer=$!
+await output ready
+program=$(pgrep -P "$tracer")
+for process in "$program" "$tracer"; do
+  # The lookup on the other thread begins after the host said that it is ready.
+  until "$trace" --dump "$process" >dump 2>errors && grep -q 'shop.Cart' dump; do
+    sleep 0.05
+  done
+  same "errors of --dump $process" '' "$(cat errors)"
+  same "lookups in --dump $process" '1 1' "$(shown shop.Till dump) $(shown shop.Cart dump)"
+done
+kill -INT "$tracer"
+kill -QUIT "$tracer"
+kill -TERM "$tracer"
+wait "$tracer"
+same 'SIGTERM while the program runs' 143 $?
+same 'lookups until SIGTERM' '1 1' "$(shown shop.Till tree) $(shown shop.Cart tree)"
+same 'what SIGTERM leaves' '' "$(ls -A "$TMPDIR")"
+kill -0 "$program" || fail 'the program was ended'
+kill -KILL "$program"
+
+# shellcheck disable=SC2016
+"$trace" --output tree --keep later sh -c '"$@" >output & echo $! >pid; until grep -q ready output; do sleep 0.05; done' \
+  sh "$host" --ready --wait 2>errors
+same 'a child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'later'" "$(cat errors)"
+kill -KILL "$(cat pid)"
+check '--dump of what is not there' 2 "orva-trace: there is no process $(cat /proc/sys/kernel/pid_max)" \
+  --dump "$(cat /proc/sys/kernel/pid_max)"
+check '--dump of what is not traced' 2 "orva-trace: process $$ is not traced: start it with orva-trace" --dump $$
+exit "$failures"

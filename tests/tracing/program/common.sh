@@ -1,0 +1,36 @@
+# What the checks of orva-trace share: a folder to work in, and how a run is compared.
+# shellcheck shell=bash disable=SC2034
+set -uo pipefail
+trace=$(realpath "${1:?usage: $0 ORVA_TRACE [HOST…]}")
+work=$(realpath "$(mktemp -d)")
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+export TMPDIR=$work/records
+mkdir "$TMPDIR"
+failures=0
+
+fail() {
+  printf '%s\n' "$*"
+  failures=1
+}
+
+same() {  # WHAT EXPECTED FOUND
+  [[ $2 == "$3" ]] || fail "$1: expected <$2>, found <$3>"
+}
+
+# Runs orva-trace and compares its status and all of its errors; what it prints to standard output stays in `output`.
+check() {  # WHAT STATUS ERRORS WORD…
+  local found
+  timeout 60 "$trace" "${@:4}" >output 2>errors </dev/null
+  found=$?
+  same "$1, status" "$2" "$found"
+  same "$1, errors" "$3" "$(cat errors)"
+  same "$1, what is left in TMPDIR" '' "$(ls -A "$TMPDIR")"
+}
+
+# Waits until a file holds a line, for as long as the machine needs.
+await() {  # FILE LINE
+  until grep -qxF -- "$2" "$1" 2>/dev/null; do
+    sleep 0.05
+  done
+}

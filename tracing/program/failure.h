@@ -1,0 +1,23 @@
+// How `orva-trace` says what is wrong.
+#pragma once
+
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+
+namespace orva::tracing {
+
+constexpr int ownFailure = 2;
+constexpr int cannotRun = 126;
+constexpr int notFound = 127;
+
+/// Ends `orva-trace` before a program runs; `status` is the one that shells have for it.
+struct Failure : std::runtime_error {
+  Failure(int exitStatus, const std::string& message) : std::runtime_error(message), status(exitStatus) {}
+  int status;
+};
+
+/// Prints one line to standard error.
+inline void report(const std::string& message) { std::fprintf(stderr, "orva-trace: %s\n", message.c_str()); }
+
+}  // namespace orva::tracing

@@ -1,0 +1,206 @@
+// `orva-trace`: runs a program and shows what its class loaders did, or shows what is recorded already.
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <ctime>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "reference_host/language/printable_text.h"
+#include "tracing/program/failure.h"
+#include "tracing/program/launch.h"
+#include "tracing/program/options.h"
+#include "tracing/program/output.h"
+#include "tracing/program/program_file.h"
+#include "tracing/program/trace_folder.h"
+#include "tracing/reader/chrome_trace.h"
+#include "tracing/reader/filters.h"
+#include "tracing/reader/html_page.h"
+#include "tracing/reader/summary.h"
+#include "tracing/reader/text_tree.h"
+#include "tracing/reader/trace.h"
+
+namespace orva::tracing {
+
+namespace {
+
+using language::inQuotes;
+
+/// The threads of all processes as those of one.
+Trace joined(const std::vector<Trace>& traces) {
+  Trace all;
+  for (const Trace& trace : traces) all.threads.insert(all.threads.end(), trace.threads.begin(), trace.threads.end());
+  return all;
+}
+
+/// All that is to be written, opened before the program runs so that a wrong path is told at once.
+class Outputs {
+ public:
+  /// @param usual the standard stream for the text, unless a file is named
+  Outputs(const Options& options, int usual) {
+    if (options.wantsText()) {
+      text_ = options.output.empty()
+                  ? std::make_unique<Output>(usual, usual == STDOUT_FILENO ? "standard output" : "standard error")
+                  : std::make_unique<Output>(options.output);
+    }
+    if (!options.json.empty()) json_ = std::make_unique<Output>(options.json);
+    if (!options.html.empty()) html_ = std::make_unique<Output>(options.html);
+  }
+
+  /// Returns false when something could not be written.
+  bool write(const Options& options, const std::vector<Trace>& traces) {
+    if (text_ != nullptr) writeText(options, traces);
+    if (json_ != nullptr) writeChromeTrace(traces, json_->stream());
+    if (html_ != nullptr) writeHtmlPage(traces, html_->stream());
+    bool isWritten = true;
+    for (const auto& output : {text_.get(), json_.get(), html_.get()}) {
+      if (output != nullptr && !output->finish()) isWritten = false;
+    }
+    return isWritten;
+  }
+
+ private:
+  void writeText(const Options& options, const std::vector<Trace>& traces) {
+    TreeStyle style;
+    style.colours = text_->wantsColours();
+    if (options.wantsSummary) return printSummary(summaryOf(joined(traces)), style, text_->stream());
+    for (const Trace& trace : traces) printTree(trace, style, text_->stream());
+  }
+
+  std::unique_ptr<Output> text_;
+  std::unique_ptr<Output> json_;
+  std::unique_ptr<Output> html_;
+};
+
+std::uint64_t monotonicTime() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000U + static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+/// Tells whether the process that a trace is named after still writes to it.
+bool isWritten(const std::string& path) {
+  const std::string name = std::filesystem::path(path).filename().string();
+  return traceOf(static_cast<pid_t>(std::atoi(name.c_str()))) == path;
+}
+
+struct Recorded {
+  std::vector<Trace> traces;  ///< in the order in which their processes started
+  bool isWhole = true;
+};
+
+/// Reads traces. One that cannot be read is told of, and left out.
+Recorded readAll(const std::vector<std::string>& paths) {
+  Recorded recorded;
+  for (const std::string& path : paths) {
+    try {
+      if (std::filesystem::file_size(path) == 0) {
+        throw Failure(ownFailure, "nothing is recorded in " + inQuotes(path) + ": there was no room for it");
+      }
+      recorded.traces.push_back(readTrace(path, isWritten(path) ? monotonicTime() : 0));
+    } catch (const std::exception& failure) {
+      report(failure.what());
+      recorded.isWhole = false;
+    }
+  }
+  std::stable_sort(recorded.traces.begin(), recorded.traces.end(),
+                   [](const Trace& one, const Trace& other) { return one.startOfDay < other.startOfDay; });
+  return recorded;
+}
+
+/// Takes out the processes in which no class-loading library was seen. Says so of those that have one inside, and when
+/// there is no other.
+void dropUnattached(Recorded& recorded, const std::string& program) {
+  std::vector<Trace>& traces = recorded.traces;
+  std::set<std::string> unseen;
+  // A program that has the C library inside, too, leaves no trace at all.
+  if (traces.empty() && recorded.isWhole) unseen.insert(program);
+  const auto isUnattached = [](const Trace& trace) { return trace.attached == Attached::notYet; };
+  for (const Trace& trace : traces) {
+    if (isUnattached(trace)) unseen.insert(trace.program);
+  }
+  traces.erase(std::remove_if(traces.begin(), traces.end(), isUnattached), traces.end());
+  // One that has a recorder inside gets the preloaded one too, which sees nothing.
+  for (const Trace& trace : traces) unseen.erase(trace.program);
+  bool isTold = !traces.empty() || !recorded.isWhole;
+  for (const std::string& each : unseen) {
+    if (!hasLibraryInside(each)) continue;
+    report(inQuotes(each) + ": this program has the library linked statically: link orva::classloader_traced");
+    isTold = true;
+  }
+  if (!isTold) report("no class-loading library was loaded by " + inQuotes(program));
+}
+
+/// Says which processes go on after the first one has ended.
+void reportRunning(const std::vector<std::string>& paths, const Options& options) {
+  const auto count = std::count_if(paths.begin(), paths.end(), isWritten);
+  if (count == 0) return;
+  report("processes that still run: " + std::to_string(count) + "; their calls from now on are " +
+         (options.keep.empty() ? "lost: record them with --keep" : "in " + inQuotes(options.keep)));
+}
+
+/// Returns false when something could not be written.
+bool show(const Options& options, const std::vector<std::string>& paths, const std::string& program, Outputs& outputs) {
+  Recorded recorded = readAll(paths);
+  std::vector<Trace>& traces = recorded.traces;
+  dropUnattached(recorded, program.empty() && !traces.empty() ? traces.front().program : program);
+  for (Trace& trace : traces) keepMatching(trace, options.filter);
+  return outputs.write(options, traces);
+}
+
+[[noreturn]] void runAndShow(const Options& options) {
+  const std::string program = checkedProgram(options.command.front());
+  Outputs outputs(options, STDERR_FILENO);
+  Ended ended;
+  {
+    const TraceFolder folder(options.keep);
+    ended = runTraced({program, options.command, folder.path(), options.limit, options.follows});
+    try {
+      const std::vector<std::string> paths = tracesIn(folder.path());
+      show(options, paths, program, outputs);
+      reportRunning(paths, options);
+    } catch (const std::exception& failure) {
+      // The program's status is handed on all the same.
+      report(failure.what());
+    }
+  }
+  endAs(ended);
+}
+
+int showRecorded(const Options& options) {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::vector<std::string> paths;
+  if (options.dump != 0) {
+    paths.push_back(traceToDump(options.dump));
+  } else {
+    paths = tracesIn(options.read);
+    if (paths.empty()) throw Failure(ownFailure, "there is no trace in " + inQuotes(options.read));
+  }
+  Outputs outputs(options, STDOUT_FILENO);
+  return show(options, paths, {}, outputs) ? 0 : ownFailure;
+}
+
+int runMain(int argc, char** argv) {
+  try {
+    const Options options = parseOptions(argc, argv);
+    if (options.command.empty()) return showRecorded(options);
+    runAndShow(options);
+  } catch (const Failure& failure) {
+    report(failure.what());
+    return failure.status;
+  } catch (const std::exception& failure) {
+    report(failure.what());
+    return ownFailure;
+  }
+}
+
+}  // namespace
+}  // namespace orva::tracing
+
+int main(int argc, char** argv) { return orva::tracing::runMain(argc, argv); }

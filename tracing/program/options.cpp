@@ -1,0 +1,234 @@
+// Options: a table for the help and the checks, and what each stores.
+#include "tracing/program/options.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "classloader/version.h"
+#include "reference_host/language/nearest_word.h"
+#include "reference_host/language/printable_text.h"
+#include "tracing/calls/calls.h"
+#include "tracing/program/failure.h"
+
+namespace orva::tracing {
+
+namespace {
+
+using language::inQuotes;
+
+struct Option {
+  std::string_view name;
+  std::string_view value;  ///< what stands for it in the help; empty for an option that takes none
+  std::string_view help;
+};
+
+constexpr std::array optionTable = {
+    Option{"--output", "FILE", "Write the calls to FILE, not to standard error"},
+    Option{"--json", "FILE", "Write them to FILE in Chrome's trace format"},
+    Option{"--html", "FILE", "Write them to FILE as a page for a browser"},
+    Option{"--summary", "", "Print where time went, not each call"},
+    Option{"--native", "NAME", "Show only this native, such as getTypeByName"},
+    Option{"--name", "TEXT", "Show only natives with TEXT in them, in an argument or a result"},
+    Option{"--slower", "DURATION", "Show only natives that took so long or longer, such as 2ms"},
+    Option{"--limit", "SIZE", "Let each process record so much at most (default: 256M)"},
+    Option{"--no-follow", "", "Trace the first process only, not its children"},
+    Option{"--keep", "FOLDER", "Record in FOLDER, and leave the records there"},
+    Option{"--read", "FOLDER", "Show what is recorded in FOLDER, and run nothing"},
+    Option{"--dump", "PID", "Show what a running process has recorded so far"},
+    Option{"--help", "", "Print this help"},
+    Option{"--version", "", "Print the version"},
+};
+
+[[noreturn]] void failUsage(const std::string& problem) {
+  report(problem + "; try 'orva-trace --help'");
+  std::exit(ownFailure);
+}
+
+/// Prints what was asked for, and ends the process.
+[[noreturn]] void answer(const std::string& text) {
+  if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) std::exit(0);
+  report("cannot print: " + std::generic_category().message(errno));
+  std::exit(ownFailure);
+}
+
+std::string help() {
+  std::string text =
+      "Usage: orva-trace [OPTION]... [--] PROGRAM [ARG]...\n"
+      "       orva-trace [OPTION]... --read FOLDER | --dump PID\n"
+      "       orva-trace --help | --version\n"
+      "\n"
+      "Shows the calls that a program makes of the orva class loaders, what each returned\n"
+      "or raised, and why. The program is run as it is.\n"
+      "\n"
+      "Options:\n";
+  for (const Option& option : optionTable) {
+    std::string left = "  " + std::string(option.name) + " " + std::string(option.value);
+    left.resize(21, ' ');
+    text += left + std::string(option.help) + "\n";
+  }
+  return text +
+         "\n"
+         "Exit status: the program's own; 127 when it is not found, 126 when it cannot be run or\n"
+         "traced, 2 when the command line is wrong or orva-trace itself fails.\n";
+}
+
+std::string expectedForm(const Option& option) {
+  return "expected '" + std::string(option.name) + " " + std::string(option.value) + "'";
+}
+
+/// A number that a unit follows, in the smallest unit. Nothing when the text is none, or the number too great.
+template <typename Units>
+std::optional<std::uint64_t> measured(std::string_view text, const Units& units) {
+  const std::size_t length = std::min(text.find_first_not_of("0123456789."), text.size());
+  const std::string digits(text.substr(0, length));
+  char* end = nullptr;
+  const double number = std::strtod(digits.c_str(), &end);
+  if (length == 0 || *end != '\0') return std::nullopt;
+  const auto unit =
+      std::find_if(units.begin(), units.end(), [&](const auto& each) { return each.first == text.substr(length); });
+  if (unit == units.end() || number * unit->second >= 9e18) return std::nullopt;
+  return static_cast<std::uint64_t>(number * unit->second);
+}
+
+using Unit = std::pair<std::string_view, double>;
+constexpr std::array durations = {Unit{"ns", 1}, Unit{"us", 1e3}, Unit{"ms", 1e6}, Unit{"s", 1e9}};
+constexpr std::array sizes = {Unit{"", 1}, Unit{"K", 1U << 10U}, Unit{"M", 1U << 20U}, Unit{"G", 1U << 30U}};
+
+/// The words of the command line, taken one by one.
+class CommandLine {
+ public:
+  CommandLine(int argc, char** argv) : words_(argv + std::min(argc, 1), argv + argc) {}
+
+  Options parse() {
+    while (at_ < words_.size() && words_[at_].size() > 1 && words_[at_].front() == '-') {
+      const std::string_view word = words_[at_++];
+      if (word == "--") break;
+      readOption(word);
+    }
+    parsed_.command.assign(words_.begin() + static_cast<std::ptrdiff_t>(at_), words_.end());
+    checkWhole();
+    return std::move(parsed_);
+  }
+
+ private:
+  void readOption(std::string_view word) {
+    const std::size_t equals = word.find('=');
+    const std::string_view name = word.substr(0, equals);
+    const auto* option =
+        std::find_if(optionTable.begin(), optionTable.end(), [&](const Option& each) { return each.name == name; });
+    if (option == optionTable.end()) failOption(name);
+    if (option->value.empty()) {
+      if (equals != std::string_view::npos) failUsage("option " + inQuotes(name) + " takes no value");
+      keepFlag(name);
+    } else {
+      const std::string_view value = equals == std::string_view::npos ? nextValue(*option) : word.substr(equals + 1);
+      if (value.empty()) failUsage("option " + inQuotes(name) + " has an empty value: " + expectedForm(*option));
+      keepValue(*option, value);
+    }
+  }
+
+  [[noreturn]] static void failOption(std::string_view name) {
+    const std::string meant(language::nearestOption(optionTable, name));
+    if (meant.empty()) failUsage("unknown option " + inQuotes(name));
+    report("unknown option " + inQuotes(name) + "; did you mean '" + meant + "'?");
+    std::exit(ownFailure);
+  }
+
+  std::string_view nextValue(const Option& option) {
+    // A value that begins with dashes is given after `=`.
+    if (at_ == words_.size() || words_[at_].substr(0, 2) == "--") {
+      failUsage("option " + inQuotes(option.name) + " has no value: " + expectedForm(option));
+    }
+    return words_[at_++];
+  }
+
+  void keepFlag(std::string_view name) {
+    if (name == "--help") answer(help());
+    if (name == "--version") answer("orva-trace " ORVA_CLASSLOADER_VERSION "\n");
+    (name == "--summary" ? parsed_.wantsSummary : parsed_.follows) = name == "--summary";
+  }
+
+  void keepValue(const Option& option, std::string_view value) {
+    if (option.name == "--slower") {
+      parsed_.filter.leastDuration = need(measured(value, durations), option, value, "a number with ns, us, ms or s");
+    } else if (option.name == "--limit") {
+      parsed_.limit = need(measured(value, sizes), option, value, "a number of bytes, with K, M or G for more");
+      if (parsed_.limit == 0) failValue(option, value, "more than nothing");
+    } else if (option.name == "--native") {
+      addNative(value);
+    } else if (option.name == "--dump") {
+      parsed_.dump = static_cast<pid_t>(processNumber(option, value));
+    } else {
+      std::string& text = textOf(option.name);
+      if (!text.empty()) failUsage("option " + inQuotes(option.name) + " is given twice");
+      text = value;
+    }
+  }
+
+  std::string& textOf(std::string_view name) {
+    if (name == "--output") return parsed_.output;
+    if (name == "--json") return parsed_.json;
+    if (name == "--html") return parsed_.html;
+    if (name == "--name") return parsed_.filter.text;
+    return name == "--keep" ? parsed_.keep : parsed_.read;
+  }
+
+  [[noreturn]] static void failValue(const Option& option, std::string_view value, const std::string& expected) {
+    failUsage("option " + inQuotes(option.name) + " has the value " + inQuotes(value) + ": expected " + expected);
+  }
+
+  static std::uint64_t need(std::optional<std::uint64_t> number, const Option& option, std::string_view value,
+                            const std::string& expected) {
+    if (!number) failValue(option, value, expected);
+    return *number;
+  }
+
+  static std::uint64_t processNumber(const Option& option, std::string_view value) {
+    constexpr std::array plain = {Unit{"", 1}};
+    const std::uint64_t number = need(measured(value, plain), option, value, "the number of a process");
+    const bool isNumber = number > 0 && number <= std::numeric_limits<pid_t>::max();
+    if (!isNumber || value.find('.') != value.npos) failValue(option, value, "the number of a process");
+    return number;
+  }
+
+  void addNative(std::string_view name) {
+    const std::vector<CallId> named = nativesNamed(name);
+    parsed_.filter.natives.insert(parsed_.filter.natives.end(), named.begin(), named.end());
+    if (!named.empty()) return;
+    std::string known;
+    for (const CallDescription& call : calls) {
+      const std::string_view method = call.name.substr(call.name.find('.') + 1);
+      if (call.isNative) known += (known.empty() ? "" : ", ") + std::string(method);
+    }
+    failUsage("there is no native " + inQuotes(name) + ": expected one of " + known);
+  }
+
+  void checkWhole() const {
+    const bool shows = !parsed_.read.empty() || parsed_.dump != 0;
+    if (!parsed_.read.empty() && parsed_.dump != 0) failUsage("--read and --dump exclude each other");
+    if (shows && !parsed_.command.empty()) {
+      failUsage("unexpected word " + inQuotes(parsed_.command.front()) + ": --read and --dump run no program");
+    }
+    if (shows && !parsed_.keep.empty()) failUsage("--keep is for a program that is run, not for --read or --dump");
+    if (!shows && parsed_.command.empty()) failUsage("expected a PROGRAM");
+    if (!shows && parsed_.command.front().empty()) failUsage("the PROGRAM is empty: expected a name or a path");
+  }
+
+  std::vector<std::string_view> words_;
+  std::size_t at_ = 0;
+  Options parsed_;
+};
+
+}  // namespace
+
+Options parseOptions(int argc, char** argv) { return CommandLine(argc, argv).parse(); }
+
+}  // namespace orva::tracing

@@ -1,0 +1,72 @@
+// Writing by the system's own calls, whose errors keep their reason.
+#include "tracing/program/output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <string_view>
+#include <system_error>
+
+#include "reference_host/language/printable_text.h"
+#include "tracing/program/failure.h"
+
+namespace orva::tracing {
+
+using language::inQuotes;
+
+int DescriptorBuffer::sync() {
+  const char* at = pbase();
+  while (error_ == 0 && at < pptr()) {
+    const ssize_t count = write(descriptor_, at, static_cast<std::size_t>(pptr() - at));
+    if (count >= 0) at += count;
+    if (count < 0 && errno != EINTR) error_ = errno;
+  }
+  setp(buffer_.data(), buffer_.data() + size);
+  return error_ == 0 ? 0 : -1;
+}
+
+DescriptorBuffer::int_type DescriptorBuffer::overflow(int_type character) {
+  if (sync() != 0) return traits_type::eof();
+  if (!traits_type::eq_int_type(character, traits_type::eof())) sputc(traits_type::to_char_type(character));
+  return traits_type::not_eof(character);
+}
+
+/// Never takes the place of a standard stream that orva-trace was started without.
+static int opened(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (descriptor < 0) {
+    throw Failure(ownFailure, "cannot write " + inQuotes(path) + ": " + std::generic_category().message(errno));
+  }
+  if (descriptor > STDERR_FILENO) return descriptor;
+  const int higher = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  close(descriptor);
+  return higher;
+}
+
+Output::Output(const std::string& path)
+    : descriptor_(opened(path)), isOwn_(true), name_(inQuotes(path)), buffer_(descriptor_), stream_(&buffer_) {}
+
+Output::Output(int descriptor, const std::string& name)
+    : descriptor_(descriptor), isOwn_(false), name_(name), buffer_(descriptor), stream_(&buffer_) {}
+
+Output::~Output() {
+  if (isOwn_) close(descriptor_);
+}
+
+bool Output::wantsColours() const {
+  const char* const without = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  if (without != nullptr && *without != '\0') return false;
+  return terminal != nullptr && std::string_view(terminal) != "dumb" && isatty(descriptor_) != 0;
+}
+
+bool Output::finish() {
+  stream_.flush();
+  if (buffer_.error() == 0) return true;
+  report("the trace ends here: cannot write " + name_ + ": " + std::generic_category().message(buffer_.error()));
+  return false;
+}
+
+}  // namespace orva::tracing

@@ -1,0 +1,54 @@
+// Where `orva-trace` writes: a stream that remembers why it could not go on.
+#pragma once
+
+#include <array>
+#include <ostream>
+#include <streambuf>
+#include <string>
+
+namespace orva::tracing {
+
+/// Writes to a file descriptor. After the first error it drops all that follows.
+class DescriptorBuffer : public std::streambuf {
+ public:
+  explicit DescriptorBuffer(int descriptor) : descriptor_(descriptor) { setp(buffer_.data(), buffer_.data() + size); }
+
+  int error() const { return error_; }
+
+ protected:
+  int_type overflow(int_type character) override;
+  int sync() override;
+
+ private:
+  static constexpr std::size_t size = std::size_t{64} * 1024;
+  std::array<char, size> buffer_{};
+  int descriptor_;
+  int error_ = 0;
+};
+
+/// A file, standard output or standard error. Opening a file throws `Failure` when it cannot be written.
+class Output {
+ public:
+  explicit Output(const std::string& path);
+  Output(int descriptor, const std::string& name);
+  ~Output();
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  std::ostream& stream() { return stream_; }
+
+  /// Tells whether colours are wanted: on a terminal that has them, unless NO_COLOR says otherwise.
+  bool wantsColours() const;
+
+  /// Writes what is left. When something could not be written, says so in one line and returns false.
+  bool finish();
+
+ private:
+  int descriptor_;
+  bool isOwn_;
+  std::string name_;
+  DescriptorBuffer buffer_;
+  std::ostream stream_;
+};
+
+}  // namespace orva::tracing

@@ -1,0 +1,36 @@
+// The folder in which each traced process has its file.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace orva::tracing {
+
+/// A new folder for the traces of one run. Removes it at the end, unless it is to be kept.
+class TraceFolder {
+ public:
+  /// @param kept a folder that is created, or has no trace in it; empty for one in TMPDIR that is removed
+  explicit TraceFolder(const std::string& kept);
+  ~TraceFolder();
+  TraceFolder(const TraceFolder&) = delete;
+  TraceFolder& operator=(const TraceFolder&) = delete;
+
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+  bool isKept_;
+};
+
+/// The traces in a folder, in no order. Throws `Failure` when it cannot be read.
+std::vector<std::string> tracesIn(const std::string& folder);
+
+/// The trace that a running process writes to; empty when it writes to none, or cannot be looked at.
+std::string traceOf(pid_t process);
+
+/// The trace of a process, or of what an `orva-trace` of this number runs. Throws `Failure` when there is none.
+std::string traceToDump(pid_t process);
+
+}  // namespace orva::tracing
