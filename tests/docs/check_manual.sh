@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Checks the manual page of orva-host: that mandoc finds nothing wrong, that it tells of what --help lists and of
+# Checks the manual page of a program: that mandoc finds nothing wrong, that it tells of what --help lists and of
 # nothing else, that its messages are in the sources, and that its examples print what they show.
-# Usage: check_manual.sh PROJECT ORVA_HOST
+# Usage: check_manual.sh FOLDER_OF_SOURCES PROGRAM
 set -euo pipefail
-here=$(realpath "$(dirname "$0")") project=$1 host=$2
-page=$project/reference_host/program/orva-host.1
+here=$(realpath "$(dirname "$0")") sources=$1 program=$2
+name=$(basename "$program")
+page=$sources/program/$name.1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 status=0
@@ -14,7 +15,7 @@ same() { diff -u --label "$1" --label "$2" "$work/one" "$work/other" || status=1
 
 mandoc -T lint -W warning "$page" || status=1
 
-"$host" --help >"$work/help"
+"$program" --help >"$work/help"
 sed -nE 's/^  (--[a-z-]+( [A-Z]+|\[=[A-Z]+\])?)  .*/\1/p' "$work/help" | sort >"$work/one"
 section OPTIONS | sed -E 's/ Ns Op = Ns Ar ([A-Z]+)$/[=\1]/' |
   sed -nE 's/^\.It Fl (-[a-z-]+(\[=[A-Z]+\])?)( Ar( [A-Z]+))?$/-\1\4/p' | sort >"$work/other"
@@ -22,16 +23,16 @@ same 'options of --help' 'options of the page'
 sed -nE '/^Commands:/,/^$/s/^  ([a-z-]+ [A-Z]+) .*/\1/p' "$work/help" >"$work/one"
 section COMMANDS | sed -nE 's/^\.It Cm ([a-z-]+) Ar ([A-Z]+)$/\1 \2/p' >"$work/other"
 same 'commands of --help' 'commands of the page'
-"$host" --version | sed 's/^orva-host \([^ ]*\) .*/\1/' >"$work/one"
+"$program" --version | sed "s/^$name \([^ ]*\).*/\1/" >"$work/one"
 sed -n 's/^\.Os orva-classloader //p' "$page" >"$work/other"
 same 'version of the program' 'version of the page'
 
 # Up to what stands for a name or a reason.
-section DIAGNOSTICS | sed -nE "s/^\.It \"(orva-host: )?'?([^\"':]+).*/\2/p" >"$work/messages"
+section DIAGNOSTICS | sed -nE "s/^\.It \"($name: )?'?([^\"':]+).*/\2/p" >"$work/messages"
 [[ -s $work/messages && $(wc -l <"$work/messages") -eq $(section DIAGNOSTICS | grep -c '^\.It') ]] ||
   { echo 'not every item of DIAGNOSTICS is a quoted message'; status=1; }
 while read -r message; do
-  grep -rqF --include='*.cpp' -- "$message" "$project/reference_host" || { echo "no source says <$message>"; status=1; }
+  grep -rqF --include='*.cpp' -- "$message" "$sources" || { echo "no source says <$message>"; status=1; }
 done <"$work/messages"
 
 # A session as a page to follow: what `cat` shows is the file, and any other command prints what stands below it.
@@ -42,8 +43,8 @@ section EXAMPLES | awk '
   session && /^\$ cat / { end(); print "<!-- file: " $3 " -->"; begin("text"); next }
   session && /^\$ / { begin("sh"); print substr($0, 3); begin("text"); next }
   session
-  /^\.Bd -literal/ { session = 1 }' >"$work/orva-host.1.md"
-grep -q '^```sh' "$work/orva-host.1.md" || { echo 'the page has no examples'; status=1; }
+  /^\.Bd -literal/ { session = 1 }' >"$work/page.md"
+grep -q '^```sh' "$work/page.md" || { echo 'the page has no examples'; status=1; }
 cd "$work"
-PATH=$(dirname "$host"):$PATH "$here/follow.py" orva-host.1.md || status=1
+PATH=$(dirname "$program"):$PATH "$here/follow.py" page.md || status=1
 exit "$status"

@@ -35,11 +35,10 @@ class Commands:
         self.targets = set(re.findall(r"^(\S+): ", output_of("cmake", "--build", build, "--target", "help"), re.M))
         self.suites = {target[len("suite-"):] for target in self.targets if target.startswith("suite-")}
         self.variables = set(re.findall(r"^(\w+):", Path(build, "CMakeCache.txt").read_text(encoding="utf-8"), re.M))
-        host = Path(build, "bin", "orva-host")
-        self.host_help = output_of(host, "--help")
+        self.help = {name: output_of(Path(build, "bin", name), "--help") for name in ("orva-host", "orva-trace")}
 
     def is_own(self, text):
-        return bool(re.match(r"(\./dev|ctest|cmake|orva-host)( |$)|-D\w", text) or PROGRAM.match(text))
+        return bool(re.match(r"(\./dev|ctest|cmake|orva-host|orva-trace)( |$)|-D\w", text) or PROGRAM.match(text))
 
     def check(self, text):
         """Checks commands that are joined by `&&`; throws `Unknown` for what is not there."""
@@ -58,7 +57,7 @@ class Commands:
             self._check_cmake(words[1:])
         elif program.startswith("-D"):
             self._check_variable(program)
-        elif program == "orva-host" or PROGRAM.match(program):
+        elif program in self.help or PROGRAM.match(program):
             self._check_program(program, words[1:])
         else:
             raise Unknown(f"'{program}' is no command of the project, and this page is not followed")
@@ -115,10 +114,11 @@ class Commands:
         name = Path(program).name
         if name not in self.targets:
             raise Unknown(f"no target builds '{program}'")
-        if name == "orva-host":
-            for option in re.findall(r"--[\w-]+", " ".join(words)):
-                if not re.search(rf"(?<!\S){option}\b(?!-)", self.host_help):
-                    raise Unknown(f"orva-host has no option '{option}'")
+        # What follows `--` is another program's.
+        own = words[:words.index("--")] if "--" in words else words
+        for option in re.findall(r"--[\w-]+", " ".join(own)):
+            if not re.search(rf"(?<!\S){option}\b(?!-)", self.help.get(name, option)):
+                raise Unknown(f"{name} has no option '{option}'")
 
     def _need_preset(self, kind, options):
         preset = options.get("--preset")

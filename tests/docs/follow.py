@@ -4,7 +4,8 @@
 `<!-- file: NAME -->` before a block writes it to NAME, `<!-- append: NAME -->` appends it. `sh` blocks are run with
 `bash -eu`, each in the folder and with the exported variables that the one before left. A `text` block after an `sh`
 block, at once or after prose and `<!-- prints -->`, is the whole standard output of that block: a word of at least
-four capitals, such as COUNT, stands for a number, and a line `…` for any lines. Ends with 1 where the page is wrong.
+four capitals, such as COUNT, stands for a number, a time such as `1.2 ms` for any time, an address such as `0x7f` for
+any address, and a line `…` for any lines. Ends with 1 where the page is wrong.
 """
 
 import argparse
@@ -26,6 +27,8 @@ PREAMBLE = (
     "trap '{{ export -p; printf \"cd %q\\n\" \"$PWD\"; }} >{state}/shell' EXIT\n"
 )
 NUMBER = r"[0-9]+(\.[0-9]+)?"
+UNIT = " (?:ns|µs|ms|s)"
+VARIES = re.compile(rf"( *)\b([A-Z]{{4,}}|[0-9]+(?:\.[0-9]+)?{UNIT}|0x[0-9a-f]+(?:…[0-9a-f]+)?)\b")
 
 
 class Wrong(Exception):
@@ -34,11 +37,17 @@ class Wrong(Exception):
 
 def pattern_of(line):
     """The regular expression of an expected line. Columns of numbers may be filled with blanks."""
-    parts = re.split(r"( *)\b([A-Z]{4,})\b", line)
+    parts = VARIES.split(line)
     pattern = re.escape(parts[0])
-    for blanks, word, rest in zip(parts[1::3], parts[2::3], parts[3::3]):
-        pattern += (" +" if blanks else "") + f"({NUMBER}|{word})" + re.escape(rest)
+    for blanks, shown, rest in zip(parts[1::3], parts[2::3], parts[3::3]):
+        pattern += (" +" if blanks else "") + value_pattern(shown) + re.escape(rest)
     return pattern + "\n"
+
+
+def value_pattern(shown):
+    if shown.startswith("0x"):
+        return "0x[0-9a-f]+(…[0-9a-f]+)?"
+    return NUMBER + UNIT if shown[0].isdigit() else f"({NUMBER}|{shown})"
 
 
 def matches(expected, printed):

@@ -27,7 +27,8 @@ third
 ```
 
 `./dev test --all`, `./dev fuzz 5`, `./dev test [PRESET] [SUITE…]`, `./dev test docs`, `./dev test asan docs programs`, `cmake --preset dev && cmake --build --preset dev --target
-orva-host`, `ctest --preset dev -R '^docs'`, `build/dev/bin/orva-host run FILE [--stdlib DIR]`, `-DORVA_TESTS=OFF`
+orva-host`, `ctest --preset dev -R '^docs'`, `build/dev/bin/orva-host run FILE [--stdlib DIR]`, `-DORVA_TESTS=OFF`,
+`orva-trace --summary -- shop --fly`
 
 ```sh
 ./dev run
@@ -66,6 +67,7 @@ UNSOUND = [
     ("`-DORVA_FLY=ON`", "1: there is no CMake variable 'ORVA_FLY'"),
     ("`build/dev/tests/absent_tests`", "1: no target builds 'build/dev/tests/absent_tests'"),
     ("`orva-host run FILE --fly`", "1: orva-host has no option '--fly'"),
+    ("`orva-trace --fly -- orva-host`", "1: orva-trace has no option '--fly'"),
 ]
 
 # A page to follow, which the checker accepts; what the follower reports, which is nothing where the page is right; and
@@ -77,6 +79,9 @@ FOLLOWED = [
     ("```sh\ntrue\nfalse && true; ls absent\n```", "3: status 2 of: ls absent"),
     ("```sh\ntrue\necho $absent\n```", "2: status 1 of: true"),
     ("```sh\necho one\n```\n```text\ntwo\n```", "5: the output differs of: echo one"),
+    ("```sh\necho 'in   12.5 µs at 0x5f'\n```\n```text\nin 3 ms at 0x7f00\n```", ""),
+    ("```sh\necho 'in 12'\n```\n```text\nin 12 ms\n```", "5: the output differs of: "),
+    ("```sh\necho 'at 7'\n```\n```text\nat 0x7\n```", "5: the output differs of: "),
     ("```sh\necho one; echo two\n```\n```text\none\n```", "5: the output differs of: "),
     ("```sh\necho one\n```\n<!-- file: a -->\n```text\ntwo\n```\n<!-- file: b -->\n```sh\nfalse\n```\n"
      "<!-- prints -->\n```text\none\n```", ""),
