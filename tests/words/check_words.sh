@@ -47,7 +47,7 @@ dev 0 test asan contract
 expect called 'cmake --build --preset asan --target suite-contract'
 dev 0 test
 expect called 'cmake --build --preset dev'
-grep -q '^ctest --preset dev -E ^(linking|packaging|browser)\\\. ' called || fail "other tests are run: $(cat called)"
+grep -q '^ctest --preset dev -E ^(linking|packaging|browser|traced)\\\. ' called || fail "other tests are run: $(cat called)"
 dev 0 test asan
 ! grep -qE -- ' -(R|E) ' called || fail "a pattern leaves tests out: $(cat called)"
 
@@ -84,7 +84,7 @@ grep -qF $'\r\e[KBuilding: [1/2] Building a' printed || fail "nothing moves on a
 # Nearly every word fails here, where there is nothing but the script; each has its line nevertheless.
 dev 1 all
 rows=()
-eval "$(grep -E '^(building_suites|rows)=' dev)"
+eval "$(grep -E '^(building_suites|rows)\+?=' dev)"
 ./dev | awk '$2 != "test" && $2 != "all" { print $2 }' | sort -u | cat - <(printf 'test %s\n' "${rows[@]}") >expected
 mapfile -t lines <expected
 for words in "${lines[@]}"; do
