@@ -83,8 +83,10 @@ foreach(kind IN LISTS installed_kinds)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgconfig} COMPONENT development)
 endforeach()
 
-# The program looks for the two modules beside the libraries, seen from its own folder.
+# The program looks for its two modules below the folder of libraries, seen from its own.
 if(ORVA_TRACING)
+  install(TARGETS orva-trace RUNTIME DESTINATION bin COMPONENT tracing)
+  install(FILES tracing/program/orva-trace.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tracing)
   install(TARGETS orva_trace_recorder orva_trace_audit
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orva-trace COMPONENT tracing)
   install(TARGETS orva-trace RUNTIME DESTINATION bin COMPONENT tracing)

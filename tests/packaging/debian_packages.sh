@@ -32,6 +32,18 @@ use_template() {
   done
 }
 
+# A host with the shared library as it is, and one with the traced library in it.
+use_tracer() {
+  local library
+  cd "$work"
+  for library in shared traced; do
+    must_build "$work/consumer" "$work/$library" -DLINKED=orva::classloader_$library
+    orva-trace --output tree -- "$work/$library/consumer" || fail "the $library host fails with a trace"
+    grep -F 'ClassLoader.getTypeByName(' tree >/dev/null || fail "the $library host has no trace: $(cat tree)"
+  done
+  [[ -f /usr/share/man/man1/orva-trace.1.gz ]] || fail "the manual page of orva-trace is missing"
+}
+
 use_program() {
   [[ " ${packages[*]} " == *' orva-reference-host '* ]] || return 0
   local expected=/usr/share/orva/stdlib/orva/Console.ov printed
@@ -39,6 +51,8 @@ use_program() {
     'Console.print(ClassLoader.getTypeByName("orva.Console").source());' >Main.ov
   printed=$(orva-host run Main.ov)
   [[ $printed == "$expected" ]] || fail "orva-host printed '$printed', expected '$expected'"
+  orva-host run Main.ov --trace 2>&1 | grep -F 'ClassLoader.getTypeByName("orva.Console")' >/dev/null ||
+    fail "orva-host --trace shows nothing"
   [[ -f /usr/share/man/man1/orva-host.1.gz ]] || fail "the manual page of orva-host is missing"
 }
 
@@ -50,6 +64,7 @@ use_packages() {
     fail "the shared library is not in the linker's cache"
   use_hosts
   use_template
+  use_tracer
   use_program
   dpkg --purge "${packages[@]}" >purged 2>&1 || fail "the packages cannot be removed: $(cat purged)"
   ! grep -iE 'warning|error' purged >&2 || fail "removing the packages is not clean"
@@ -67,6 +82,7 @@ for package in "${packages[@]}"; do
   case $package in
     "$library") depends_on "$package" 'libc6 (>= ' ;;
     liborva-classloader-dev) depends_on "$package" "$library (= $version)" ;;
+    orva-trace) depends_on "$package" 'libc6 (>= ' ;;
     orva-reference-host) depends_on "$package" libllvm19 && depends_on "$package" "$library (>= " ;;
   esac
 done
