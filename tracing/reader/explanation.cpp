@@ -15,7 +15,7 @@ namespace {
 using Filling = std::pair<std::string_view, std::string>;
 
 /// Keeps a text on its line.
-std::string printable(std::string_view text) {
+std::string onOneLine(std::string_view text) {
   std::string shown;
   for (const char byte : text) {
     const auto code = static_cast<unsigned char>(byte);
@@ -32,7 +32,7 @@ std::string printable(std::string_view text) {
   return shown;
 }
 
-std::string textOf(const Value& value) { return printable(value.text) + (value.isCut ? "…" : ""); }
+std::string textOf(const Value& value) { return onOneLine(value.text) + (value.isCut ? "…" : ""); }
 
 /// An argument or result that a record lacks reads as null.
 const Value& at(const std::vector<Value>& values, std::size_t index) {
@@ -85,7 +85,7 @@ std::string quotedTexts(const Value& list) {
 
 std::string typeOf(const Event& thrower) {
   if (!thrower.thrown || thrower.thrown->empty()) return "something that is no C++ exception";
-  return printable(*thrower.thrown);
+  return onOneLine(*thrower.thrown);
 }
 
 // Scans.
@@ -107,12 +107,12 @@ std::vector<std::string> distinctMatches(const Scan& scan) {
 
 /// The name that a matched key stands for.
 std::string resolved(const Scan& scan) {
-  return printable(isQualified(scan) || scan.matches.empty() ? scan.key : scan.matches.front());
+  return onOneLine(isQualified(scan) || scan.matches.empty() ? scan.key : scan.matches.front());
 }
 
 std::string typesOf(const Scan& scan) {
   std::vector<std::string> names = distinctMatches(scan);
-  for (std::string& name : names) name = printable(name);
+  for (std::string& name : names) name = onOneLine(name);
   if (names.size() == 1) names.emplace_back("another type");
   return listed(names);
 }
