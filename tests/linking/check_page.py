@@ -13,7 +13,7 @@ from pathlib import Path
 SITUATIONS = [
     "CMake, installed", "CMake, embedded", "pkg-config", "Meson", "prefer_static", "Make", "plain sources", "hidden visibility", "LTO",
     "--gc-sections", "--exclude-libs", "-static-pie", "fully static", "--as-needed", "archive before ours",
-    "shared library that the program does not refer to", "gold", "lld", "mold"]
+    "shared library that the program does not refer to", "gold", "lld", "mold", "with a trace"]
 
 
 def tests_of(build):

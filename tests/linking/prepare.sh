@@ -12,7 +12,7 @@ rm -rf "$folder"
 mkdir -p "$folder/expected"
 
 # A unity build takes a third of the time, and shows as well that everything compiles with this record, the kit too.
-build_library "$root" "$folder/library" --preset release -DCMAKE_UNITY_BUILD=ON -DORVA_HOST_CONTRACT=ON \
+build_library "$root" "$folder/library" --preset release -DCMAKE_UNITY_BUILD=ON -DORVA_HOST_CONTRACT=ON -DORVA_TRACING=ON \
   -DORVA_RUNTIME_API_DIR="$host"
 cmake --install "$folder/library" --prefix "$folder/installed" >"$folder/install.log"
 cp "$host"/runtime_api/*.h "$folder/expected"

@@ -48,9 +48,26 @@ def environment(project, prepared):
             "LD_LIBRARY_PATH": str(libraries)}
 
 
-def check(row, variables):
+def check_trace(row, program, project, prepared, variables):
+    """A trace shows each native, whichever way the host binds it. Of a program with the library, but without a recorder
+    inside, it says so."""
+    shown = subprocess.run([prepared / "installed" / "bin" / "orva-trace", "--", program], check=True, env=variables,
+                           capture_output=True, text=True).stderr
+    if row["library"] != "shared" and "with a trace" not in row["situation"]:
+        if "link orva::classloader_traced" not in shown:
+            sys.exit(f"orva-trace does not say why it shows nothing, but:\n{shown}")
+        return
+    listed = (project / "classloader" / "native_list.inc").read_text(encoding="utf-8")
+    natives = re.findall(r"^ORVA_NATIVE\(\w+, (\w+), (\w+),", listed, re.M)
+    unseen = [f"{owner}.{method}" for owner, method in natives if f"\n{owner}.{method}(" not in shown]
+    if unseen or not natives:
+        sys.exit(f"orva-trace does not see {unseen}:\n{shown}")
+
+
+def check(row, project, prepared, variables):
     program = next(path for path in (Path("my_host"), Path("build/my_host")) if path.exists())
     subprocess.run([program.resolve()], check=True, env=variables)
+    check_trace(row, program.resolve(), project, prepared, variables)
     dynamic = subprocess.run(["readelf", "-dW", program], check=True, capture_output=True, text=True).stdout
     needed = re.findall(r"NEEDED.*\[(.*)\]", dynamic)
     ours = [name for name in needed if name.startswith("liborva-classloader.so")]
@@ -69,7 +86,7 @@ def main():
         os.chdir(work)
         print(f"$ {row['recipe']}", flush=True)
         subprocess.run(["bash", "-euo", "pipefail", "-c", row["recipe"]], check=True, env=variables)
-        check(row, variables)
+        check(row, project, prepared, variables)
 
 
 if __name__ == "__main__":
