@@ -36,7 +36,7 @@ bool canBeListed(const std::string& path) { return path.find_first_of(" \t\n:;$"
 
 /// The path of a library as a list can hold it: a link in the folder of traces where its own cannot be listed.
 std::string listedLibrary(const std::string& name, const std::string& folder) {
-  const std::string path = (libraryFolder() / name).string();
+  std::string path = (libraryFolder() / name).string();
   if (access(path.c_str(), R_OK) != 0) {
     throw Failure(ownFailure, "cannot read " + inQuotes(path) +
                                   ", which is a part of orva-trace: " + std::generic_category().message(errno));

@@ -109,8 +109,8 @@ Recorded readAll(const std::vector<std::string>& paths) {
       recorded.isWhole = false;
     }
   }
-  std::stable_sort(recorded.traces.begin(), recorded.traces.end(),
-                   [](const Trace& one, const Trace& other) { return one.startOfDay < other.startOfDay; });
+  std::sort(recorded.traces.begin(), recorded.traces.end(),
+            [](const Trace& one, const Trace& other) { return one.startOfDay < other.startOfDay; });
   return recorded;
 }
 

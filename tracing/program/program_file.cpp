@@ -119,7 +119,7 @@ void checkArchitecture(const std::string& path, const File& file) {
 /// Other dynamic linkers have no audit interface, and would refuse to start the program.
 void checkLinker(const std::string& path, const File& file) {
   for (const std::string& segment : segmentsOf(file, PT_INTERP)) {
-    const std::string linker = segment.c_str();
+    const std::string linker = segment.substr(0, segment.find('\0'));
     if (linker.substr(linker.rfind('/') + 1) == "ld-linux-x86-64.so.2") continue;
     if (access(linker.c_str(), X_OK) != 0) failProblem(path, errno, "dynamic linker " + inQuotes(linker));
     throw Failure(cannotRun, "cannot trace " + inQuotes(path) + ": it starts with the dynamic linker " +

@@ -60,7 +60,8 @@ installed_libraries=$installed/$(realpath --relative-to="$(dirname "$trace")/.."
 mkdir -p "$installed/bin" "$installed_libraries"
 cp "$trace" "$installed/bin/"
 cp "$libraries"/* "$installed_libraries/"
-(trace=$installed/bin/orva-trace check 'an installation with a blank and a colon' 0 '' --output tree "$host" --ask shop.Till)
+"$installed/bin/orva-trace" --output tree "$host" --ask shop.Till >output 2>errors
+same 'errors of an installation with a blank and a colon' '' "$(cat errors)"
 same 'lookups by that installation' 1 "$(shown shop.Till tree)"
 TMPDIR="$work/other records" "$installed/bin/orva-trace" true 2>errors
 same 'no path that can be listed' "2 orva-trace: cannot load \
@@ -92,7 +93,8 @@ done
 LD_PRELOAD=libm.so.6 LD_AUDIT='' "$trace" --output tree sh -c 'echo "$LD_PRELOAD $LD_AUDIT"' >output 2>errors
 same 'what is preloaded already' "libm.so.6:$libraries/liborva-trace-recorder.so $libraries/liborva-trace-audit.so" \
   "$(cat output)"
-check 'orva-trace under orva-trace' 0 "orva-trace: no class-loading library was loaded by '$trace'" --output tree "$trace" --output inner "$host" --ask shop.Till
+check 'orva-trace under orva-trace' 0 "orva-trace: no class-loading library was loaded by '$trace'" \
+  --output tree "$trace" --output inner "$host" --ask shop.Till
 same 'lookups of the inner one' 1 "$(shown shop.Till inner)"
 
 # == Formats, filters and what is kept
@@ -109,8 +111,8 @@ check 'a kept trace, slow calls' 0 '' --read kept --slower 100s
 same 'slow lookups' '0 0' "$(shown shop.Till output) $(shown shop.Cart output)"
 check 'a summary' 0 '' --read kept --summary
 grep -q shop.Till output || fail "the summary lacks the missed name: $(cat output)"
-check 'a folder that holds a trace' 2 "orva-trace: the folder 'kept' holds a trace already: name another, or remove it" \
-  --keep kept "$host"
+check 'a folder that holds a trace' 2 \
+  "orva-trace: the folder 'kept' holds a trace already: name another, or remove it" --keep kept "$host"
 check 'a limit' 0 '' --limit 64K --output tree "$host" --ask shop.Till --times 20000 --ask shop.Cart
 same 'lookups within the limit' 1 "$(shown shop.Till tree)"
 same 'lookups beyond the limit' 0 "$(shown 'shop.Tills' tree)"
@@ -165,9 +167,11 @@ kill -0 "$program" || fail 'the program was ended'
 kill -KILL "$program"
 
 # shellcheck disable=SC2016
-"$trace" --output tree --keep later sh -c '"$@" >output & echo $! >pid; until grep -q ready output; do sleep 0.05; done' \
+"$trace" --output tree --keep later \
+  sh -c '"$@" >output & echo $! >pid; until grep -q ready output; do sleep 0.05; done' \
   sh "$host" --ready --wait 2>errors
-same 'a child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'later'" "$(cat errors)"
+same 'a child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'later'" \
+  "$(cat errors)"
 kill -KILL "$(cat pid)"
 check '--dump of what is not there' 2 "orva-trace: there is no process $(cat /proc/sys/kernel/pid_max)" \
   --dump "$(cat /proc/sys/kernel/pid_max)"
