@@ -1,9 +1,13 @@
 // The dynamic linker calls this while it binds symbols, in a namespace of its own: natives are redirected to the
 // recorder's thunks for all who call them, and what the class-loading library calls is redirected for the library
 // alone.
+#include <fcntl.h>
 #include <link.h>
-#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "tracing/audit/loaded_object.h"
@@ -41,7 +45,7 @@ int slotBetween(bool isFromLibrary, bool isToLibrary, const char* name) {
   return isNativeSlot(slot) == isToLibrary ? slot : noSlot;
 }
 
-void* thunkOf(int slot) { return thunks + slot * ORVA_TRACE_THUNK_SIZE; }
+char* thunkOf(int slot) { return thunks + std::ptrdiff_t{slot} * ORVA_TRACE_THUNK_SIZE; }
 
 void countUnseen() {
   ++exports->unseen;
@@ -49,27 +53,34 @@ void countUnseen() {
   if (header != nullptr) ++header->unseen;
 }
 
-/// Writes to memory that may be read-only by now.
-bool overwrite(void** place, void* value) {
-  constexpr std::uintptr_t pageSize = 4096;
-  void* const page = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(place) & ~(pageSize - 1));
-  if (mprotect(page, pageSize, PROT_READ | PROT_WRITE) != 0) return false;
-  *place = value;
-  return true;
+/// Changes what is mapped read-only. Unlike a change of the protection, this leaves all else as it was.
+bool overwrite(const ElfW(Rela) & place, const ElfW(Rela) & value) {
+  const auto file = static_cast<int>(syscall(SYS_openat, AT_FDCWD, "/proc/self/mem", O_RDWR | O_CLOEXEC));
+  if (file < 0) return false;
+  const long written = syscall(SYS_pwrite64, file, &value, sizeof value, &place);
+  syscall(SYS_close, file);
+  return written == sizeof value;
 }
 
-/// Redirects what an object keeps the addresses of.
-void redirectAddresses(const link_map& map) {
-  const LoadedObject object(map);
+/// Redirects what an object will keep the addresses of: it is mapped, and not yet relocated. Nothing is asked when it
+/// is, so the relocations themselves lead to the thunks. What the library calls so has no original to be found here.
+void redirectAddresses(const link_map& map, const LoadedObject& object) {
   const bool isLibrary = &map == library;
-  object.forEachAddress([isLibrary](const char* name, void** place) {
+  object.forEachAddress([&](const ElfW(Rela) & relocation, const char* name) {
     const int slot = slotBetween(isLibrary, !isLibrary, name);
-    if (slot == noSlot) return;
-    auto& original = exports->originals[slot];
-    if (isLibrary) original = *place;
-    if (*place != original) return;
-    if (!overwrite(place, thunkOf(slot))) countUnseen();
+    if (slot == noSlot || (!isLibrary && exports->originals[slot] == nullptr)) return;
+    if (isLibrary || !overwrite(relocation, object.filledIn(relocation, thunkOf(slot) + relocation.r_addend))) {
+      countUnseen();
+    }
   });
+}
+
+/// Objects that were mapped before the library, and refer to it, are not relocated yet either.
+void openLibrary(const link_map& map, const LoadedObject& object) {
+  takeLibrary(map, object);
+  for (const link_map* other = map.l_prev; other != nullptr; other = other->l_prev) {
+    redirectAddresses(*other, LoadedObject(*other));
+  }
 }
 
 }  // namespace
@@ -77,27 +88,25 @@ void redirectAddresses(const link_map& map) {
 #pragma GCC visibility push(default)
 extern "C" {
 
-unsigned int la_version(unsigned int /*version*/) { return LAV_CURRENT; }
+/// What is used here has been the same since the first version.
+unsigned int la_version(unsigned int version) { return std::min(version, static_cast<unsigned int>(LAV_CURRENT)); }
 
 unsigned int la_objopen(struct link_map* map, Lmid_t space, std::uintptr_t* cookie) {
   *cookie = reinterpret_cast<std::uintptr_t>(map);
-  if (space != LM_ID_BASE) return 0;
   const LoadedObject object(*map);
   if (exports == nullptr && object.isNamed("liborva-trace-recorder.so")) takeRecorder(object);
-  if (exports != nullptr && library == nullptr && object.isNamed("liborva-classloader.so")) takeLibrary(*map, object);
+  if (exports == nullptr) return LA_FLG_BINDTO | LA_FLG_BINDFROM;
+  const bool isLibrary = object.isNamed("liborva-classloader.so");
+  if (isLibrary && (library != nullptr || space != LM_ID_BASE)) countUnseen();
+  if (space != LM_ID_BASE) return 0;
+  if (isLibrary && library == nullptr) openLibrary(*map, object);
+  if (library != nullptr) redirectAddresses(*map, object);
   return LA_FLG_BINDTO | LA_FLG_BINDFROM;
 }
 
 unsigned int la_objclose(std::uintptr_t* cookie) {
   if (*cookie == reinterpret_cast<std::uintptr_t>(library)) library = nullptr;
   return 0;
-}
-
-/// The objects that the program starts with are bound, and none of their code has run.
-void la_preinit(std::uintptr_t* cookie) {
-  if (library == nullptr) return;
-  const auto* map = reinterpret_cast<const link_map*>(*cookie);
-  for (; map != nullptr; map = map->l_next) redirectAddresses(*map);
 }
 
 std::uintptr_t la_symbind64(Elf64_Sym* symbol, unsigned int /*index*/, std::uintptr_t* from, std::uintptr_t* to,

@@ -48,6 +48,12 @@ bool LoadedObject::isNamed(const char* prefix) const {
   return soname_ != 0 && std::strncmp(names_ + soname_, prefix, std::strlen(prefix)) == 0;
 }
 
+ElfW(Rela) LoadedObject::filledIn(ElfW(Rela) relocation, const char* value) const {
+  relocation.r_info = ELF64_R_INFO(0, R_X86_64_RELATIVE);
+  relocation.r_addend = static_cast<ElfW(Sxword)>(reinterpret_cast<ElfW(Addr)>(value) - base_);
+  return relocation;
+}
+
 char* LoadedObject::find(const char* name) const {
   char* found = nullptr;
   forEachSymbol([&](const ElfW(Sym) & symbol, const char* symbolName) {

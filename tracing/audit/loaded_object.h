@@ -20,16 +20,21 @@ class LoadedObject {
     for (std::size_t i = 0; i < symbolCount_; ++i) visit(symbols_[i], names_ + symbols_[i].st_name);
   }
 
-  /// Calls `visit` with the name of each function whose address the object keeps, and the place that keeps it. The
-  /// calls that go through the procedure linkage table are not among them.
+  /// Calls `visit` with each relocation that fills in the address of another object's symbol, and the symbol's name.
+  /// Those of the procedure linkage table are not among them.
   template <typename Visit>
   void forEachAddress(const Visit& visit) const {
     for (const ElfW(Rela)* entry = relocations_; entry < relocationsEnd_; ++entry) {
       const auto type = ELF64_R_TYPE(entry->r_info);
       if (type != R_X86_64_GLOB_DAT && type != R_X86_64_64) continue;
-      visit(names_ + symbols_[ELF64_R_SYM(entry->r_info)].st_name, reinterpret_cast<void**>(base_ + entry->r_offset));
+      const ElfW(Sym)& symbol = symbols_[ELF64_R_SYM(entry->r_info)];
+      // One that is undefined and has a value stands for an entry of the program's own linkage table.
+      if (symbol.st_shndx == SHN_UNDEF && symbol.st_value == 0) visit(*entry, names_ + symbol.st_name);
     }
   }
+
+  /// How a relocation is written that fills in the address `value`.
+  ElfW(Rela) filledIn(ElfW(Rela) relocation, const char* value) const;
 
   /// Where in memory a symbol that the object defines is; null where it defines none of that name.
   char* find(const char* name) const;

@@ -11,8 +11,8 @@ namespace orva::tracing {
 constexpr std::uint64_t fileMagic = 0x3165636172545652ULL;
 constexpr std::uint32_t fileVersion = 1;
 
-/// Where the name of the file for each process comes from: a folder. A process takes the first name that is free of
-/// PID-0.events, PID-1.events, ….
+/// Where the file of each process is: a folder, by its absolute path. A process takes the first name that is free of
+/// PID-0.events, PID-1.events, …. A file that is empty had no room for its header.
 constexpr const char* folderVariable = "ORVA_TRACE_FOLDER";
 /// The most bytes that one process may write, in decimal; without it `usualLimit`.
 constexpr const char* limitVariable = "ORVA_TRACE_LIMIT";
@@ -50,7 +50,7 @@ struct FileHeader {
   std::atomic<std::uint32_t> stopped;   ///< a `Stopped`
   std::atomic<std::uint32_t> error;
   std::atomic<std::uint32_t> attached;  ///< an `Attached`
-  std::atomic<std::uint32_t> unseen;    ///< references to natives that could not be redirected
+  std::atomic<std::uint32_t> unseen;    ///< references to traced functions, and libraries, that are not redirected
   std::atomic<std::uint32_t> threads;   ///< how many have recorded, of all processes
 };
 
