@@ -14,7 +14,7 @@ StringLayout stringLayout() { return orva_trace_exports.strings.load(std::memory
 template <typename Word = std::uint64_t>
 Word wordAt(const void* place, std::size_t offset = 0) {
   Word word;
-  std::memcpy(&word, static_cast<const char*>(place) + offset, sizeof word);
+  std::memcpy(static_cast<void*>(&word), static_cast<const char*>(place) + offset, sizeof word);
   return word;
 }
 

@@ -51,8 +51,14 @@ void finishThread(void* trace) {
 }
 
 void continueInChild() {
-  if (!mayRecord()) orva_trace_exports.header = nullptr;
-  if (thisThread.trace != nullptr) thisThread.trace->continueInChild();
+  if (mayRecord()) {
+    if (thisThread.trace != nullptr) thisThread.trace->continueInChild();
+    return;
+  }
+  orva_trace_exports.header = nullptr;
+  // The calls that the thread is in are its parent's.
+  thisThread.trace = nullptr;
+  pthread_setspecific(threadEnd, nullptr);
 }
 
 /// Puts the arguments that a process was started with, which its system keeps one after another.
@@ -132,7 +138,7 @@ constexpr std::uint64_t classOf(const char (&bytes)[8], unsigned char last) {
 /// Reads a pointer that stands ahead of the header that unwinders know of an exception.
 const void* before(const void* header, std::size_t distance) {
   const void* pointer;
-  std::memcpy(&pointer, static_cast<const char*>(header) - distance, sizeof pointer);
+  std::memcpy(static_cast<void*>(&pointer), static_cast<const char*>(header) - distance, sizeof pointer);
   return pointer;
 }
 
@@ -150,7 +156,7 @@ const char* thrownType(std::uint64_t exceptionClass, const void* exception) {
   }
   if (type == nullptr) return nullptr;
   const char* name;
-  std::memcpy(&name, static_cast<const char*>(type) + sizeof(void*), sizeof name);
+  std::memcpy(static_cast<void*>(&name), static_cast<const char*>(type) + sizeof(void*), sizeof name);
   return *name == '*' ? name + 1 : name;
 }
 

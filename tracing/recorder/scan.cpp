@@ -30,22 +30,22 @@ void Scan::keep(const char* name) {
   std::memcpy(match.name, name, match.length);
 }
 
+/// Finds what to count a match under; null for an entry that does not match.
+std::uint32_t* Scan::counterOf(const char* shortName, const char* fullName) {
+  if (std::strcmp(fullName, key_) == 0) return &counts_.fullNames;
+  if (isQualified_) return nullptr;
+  if (std::strcmp(shortName, key_) == 0) return &counts_.shortNames;
+  return isTail(fullName) ? &counts_.tails : nullptr;
+}
+
 void Scan::compare(const char* fullName) {
   const char* const shortName = shortName_ == nullptr ? "" : shortName_;
   if (fullName == nullptr) fullName = "";
   shortName_ = "";
   ++counts_.read;
-  if (std::strcmp(fullName, key_) == 0) {
-    ++counts_.fullNames;
-  } else if (isQualified_) {
-    return;
-  } else if (std::strcmp(shortName, key_) == 0) {
-    ++counts_.shortNames;
-  } else if (isTail(fullName)) {
-    ++counts_.tails;
-  } else {
-    return;
-  }
+  std::uint32_t* const counter = counterOf(shortName, fullName);
+  if (counter == nullptr) return;
+  ++*counter;
   keep(*fullName == '\0' ? shortName : fullName);
 }
 

@@ -25,6 +25,7 @@ class Scan {
 
  private:
   bool isTail(const char* fullName) const;
+  std::uint32_t* counterOf(const char* shortName, const char* fullName);
   void keep(const char* name);
 
   bool isOpen_;
