@@ -63,7 +63,10 @@ def dump(path, names, with_times):
     print(f'header process={process} parent={parent} limit={limit} stopped={stopped} error={error} '
           f'attached={attached} unseen={unseen} threads={threads}')
     place = size
-    while place < min(end, len(data)):
+    while place < end:
+        if place + RECORD.size > len(data):
+            print('hole')
+            break
         size, kind, thread, call, depth, time = RECORD.unpack_from(data, place)
         if size == 0:
             print('hole')
