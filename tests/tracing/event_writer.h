@@ -143,7 +143,7 @@ class EventWriter {
   }
 
   /// Writes the file and returns its path.
-  const std::string& save(const std::string& path) const {
+  std::string save(const std::string& path) const {
     std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     return path;
   }

@@ -94,7 +94,7 @@ static std::string argumentsOf(const Event& event) {
   } else {
     members.add("arguments", arrayOf(event.arguments, jsonOf));
     if (!event.results.empty()) members.add("results", arrayOf(event.results, jsonOf));
-    const std::optional<Raise> raise = event.isNative() ? raiseOf(event) : std::nullopt;
+    const std::optional<Raise> raise = raiseOf(event);
     if (raise) members.add("message", jsonText(raise->message));
     const std::string ending = event.ending == Ending::open ? "is still running" : endingOf(event);
     if (!ending.empty()) members.add("ending", jsonText(ending));

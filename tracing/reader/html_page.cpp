@@ -8,23 +8,14 @@
 
 #include "reference_host/language/printable_text.h"
 #include "tracing/reader/explanation.h"
+#include "tracing/reader/json_text.h"
 #include "tracing/reader/page.h"
 #include "tracing/reader/text_tree.h"
 
 namespace orva::tracing {
 
-/// Writes a JSON string that a script element can hold: without `<`, neither `</script` nor `<!--` is in it.
-static void writeString(std::ostream& output, const std::string& text) {
-  output << '"';
-  for (const char character : language::printable(text)) {
-    if (character == '<') {
-      output << R"(\u003C)";
-    } else {
-      output << (character == '"' || character == '\\' ? "\\" : "") << character;
-    }
-  }
-  output << '"';
-}
+/// A text as the page shows it.
+static std::string shown(const std::string& text) { return jsonText(language::printable(text)); }
 
 namespace {
 
@@ -43,10 +34,10 @@ class Json {
   }
   std::ostream& member(std::string_view name) { return element() << '"' << name << R"(":)"; }
   void member(std::string_view name, std::uint64_t number) { member(name) << number; }
-  void member(std::string_view name, const std::string& text) { writeString(member(name), text); }
+  void member(std::string_view name, const std::string& text) { member(name) << shown(text); }
   void member(std::string_view name, const std::vector<std::string>& texts) {
     Json list(member(name), '[', ']');
-    for (const std::string& text : texts) writeString(list.element(), text);
+    for (const std::string& text : texts) list.element() << shown(text);
   }
 
  private:

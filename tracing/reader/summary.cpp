@@ -108,7 +108,7 @@ static std::string shortCall(const Event& native) {
 
 void Adder::addMiss(const Event& missed) {
   const Value* result = missed.result();
-  if (missed.ending != Ending::returned || result == nullptr || result->kind != StoredKind::null) return;
+  if (result == nullptr || result->kind != StoredKind::null) return;
   const Value* name = nameGivenTo(missed);
   Miss& miss = misses[name == nullptr ? shortCall(missed) : name->text];
   ++miss.calls;

@@ -48,8 +48,9 @@ class Browser:
         return self
 
     def __exit__(self, *_):
-        self.session = None
-        self.call("Browser.close")
+        # It ends when nobody holds the other ends of its pipes.
+        self.commands.close()
+        self.answers.close()
         self.process.wait()
         self.profile.cleanup()
 
@@ -128,13 +129,16 @@ class Browser:
     def drag(self, start, end):
         self.mouse("mouseMoved", *start)
         self.mouse("mousePressed", *start, button="left", buttons=1, clickCount=1)
-        if end != start:
-            self.mouse("mouseMoved", *end, button="left", buttons=1)
+        self.mouse("mouseMoved", *end, button="left", buttons=1)
         self.mouse("mouseReleased", *end, button="left", clickCount=1)
         self.settle()
 
-    def click(self, x, y):
-        self.drag((x, y), (x, y))
+    def click(self, x, y, count=1):
+        self.mouse("mouseMoved", x, y)
+        for number in range(1, count + 1):
+            self.mouse("mousePressed", x, y, button="left", buttons=1, clickCount=number)
+            self.mouse("mouseReleased", x, y, button="left", clickCount=number)
+        self.settle()
 
     def wheel(self, x, y, distance):
         self.mouse("mouseWheel", x, y, deltaX=0, deltaY=distance)

@@ -159,11 +159,8 @@ static std::vector<Trace> many() {
 static std::vector<Trace> hostile() {
   std::vector<Event> events;
   for (const char* name : {"</script><script>document.title='broken'</script>", "<!--<script>", "]]>", "&lt;b&gt;&amp;",
-                           "\xE2\x80\xA8line\xE2\x80\xA9",
-                           "\xE2\x80\xAE"
-                           "esrever",
-                           "\"\\'`${1}", "\xC3\xA9\xF0\x9F\x98\x80", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-                           "\xE2\x82", "__proto__", "@page.js@"}) {
+                           "\u2028line\u2029", "\u202Eesrever", "\"\\'`${1}", "\xC3\xA9\xF0\x9F\x98\x80", "\xC0\xAF",
+                           "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82", "__proto__", "@page.js@"}) {
     events.push_back(miss(name));
   }
   for (int byte = 0; byte < 256; ++byte) events.push_back(miss(std::string("byte ") + static_cast<char>(byte)));

@@ -89,9 +89,14 @@ TEST(ChromeTrace, PutsProcessesOnOneTimeline) {
   EventWriter second(200, 100);
   second.header(offsetof(FileHeader, startOfDay), std::uint64_t{1'700'000'000'000'050'500});
   second.at(2000).begin(loadSource, 0);
-  const std::string json = jsonOf({traceOf(second), traceOf(first)});
-  EXPECT_NE(json.find("\"pid\":100,\"tid\":0,\"ts\":1.000,"), std::string::npos) << json;
-  EXPECT_NE(json.find("\"pid\":200,\"tid\":0,\"ts\":52.500,"), std::string::npos) << json;
+  for (const std::vector<Trace>& traces :
+       {std::vector<Trace>{traceOf(second), traceOf(first)}, std::vector<Trace>{traceOf(first), traceOf(second)}}) {
+    const std::string json = jsonOf(traces);
+    EXPECT_NE(json.find("\"pid\":100,\"tid\":0,\"ts\":1.000,"), std::string::npos) << json;
+    EXPECT_NE(json.find("\"pid\":200,\"tid\":0,\"ts\":52.500,"), std::string::npos) << json;
+    // Neither the programs nor the threads have names.
+    EXPECT_EQ(json.find("\"ph\":\"M\""), std::string::npos) << json;
+  }
 }
 
 TEST(JsonText, EscapesWhatJsonOrAPageWouldRead) {

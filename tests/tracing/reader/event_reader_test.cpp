@@ -295,6 +295,20 @@ TEST(Reader, KeepsValuesUpToOneThatNoRecorderWrites) {
   EXPECT_EQ(valuesBefore({StoredKind::text, 0, 0, 0xFFFFFFFF}), 1U);
 }
 
+TEST(Reader, TakesNothingButTextsIntoAList) {
+  EventWriter writer;
+  Payload list = Payload().list(9, {"a", "b"});
+  const std::uint16_t three = 3;
+  std::memcpy(list.bytes.data() + offsetof(StoredValue, elements), &three, sizeof three);
+  writer.begin(getTypeByName, 0, list.integer(7).text("c"));
+  const Trace trace = traceOf(writer);
+  const std::vector<Value>& values = trace.threads.at(0).events.at(0).arguments;
+  ASSERT_EQ(values.size(), 3U);
+  EXPECT_EQ(values[0].elements.size(), 2U);
+  EXPECT_EQ(values[1].number, 7);
+  EXPECT_EQ(values[2].text, "c");
+}
+
 TEST(Reader, RefusesWhatIsNoFileOfEvents) {
   const auto refusal = [](const std::string& path) -> std::string {
     try {

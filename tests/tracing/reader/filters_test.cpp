@@ -18,7 +18,7 @@ static Trace fourCalls() {
   constexpr std::uint64_t ms = 1'000'000;
   writer.at(1 * ms)
       .begin(getTypeByName, 0, Payload().text("shop.Cart"))
-      .scan(1, {0, 9, 9, 0, 1, 0, 1}, "", {"hit.Cart"});
+      .scan(1, {0, 9, 9, 0, 1, 0, 1}, "key.Cart", {"hit.Cart"});
   writer.begin(loadSource, 1, Payload().text("/s/Cart.ov")).begin(loadClass, 2, Payload().text("shop.Item"));
   writer.at(1 * ms + 500).threw(loadClass, 2, Payload().typeName("St9bad_alloc"));
   writer.at(1 * ms + 600).returned(loadSource, 1).returned(getTypeByName, 0, Payload().null());
@@ -50,6 +50,7 @@ TEST(Filters, KeepNativesByAnyText) {
   EXPECT_EQ(by("shop.Cart"), "1");
   EXPECT_EQ(by("shop.Item"), "1");
   EXPECT_EQ(by("hit.Cart"), "1");
+  EXPECT_EQ(by("key.Cart"), "1");
   EXPECT_EQ(by("bad_alloc"), "1");
   EXPECT_EQ(by("ensureSource"), "1");
   EXPECT_EQ(by("filled"), "2");

@@ -56,7 +56,7 @@ function addProcess(trace, process) {
 }
 
 function addThread({id, name, events}, start) {
-  const line = `thread ${id} ${name}`;
+  const line = `thread ${id} ${name}`.trimEnd();
   const thread = addNode(1, {kind: 'thread', name: line, line, isOpen: true, lanes: [], misses: [], matches: [],
     facts: {In: nodes.at(-1).line}});
   threads.push(thread);
@@ -90,7 +90,8 @@ function read(traces) {
 
 // ---- The tree ----
 
-const rowHeight = 24;  // as in the style
+const style = getComputedStyle(document.documentElement);
+const rowHeight = parseInt(style.getPropertyValue('--row-height'));
 const tree = at('tree');
 let rows = [];  // the nodes whose parents are all open
 let chosen = null;
@@ -248,9 +249,12 @@ function drawBar(event, left, right, y) {
   }
   const room = Math.floor((right - left - 6) / 6.5);  // characters
   if (room < 3) return;
-  const text = `${event.sentence ? `${marks[event.state]} ` : ''}${event.line}`;
+  let text = `${event.sentence ? `${marks[event.state]} ` : ''}${event.line}`;
+  // The class says less than the argument.
+  if (text.length > room) text = text.replace(/\w+(\.|::)/, '');
+  if (text.length > room) text = `${text.slice(0, room - 1)}…`;
   pen.fillStyle = colours['on-bar'];
-  pen.fillText(text.length > room ? `${text.slice(0, room - 1)}…` : text, left + 3, y + 8, right - left - 4);
+  pen.fillText(text, left + 3, y + 8, right - left - 4);
 }
 
 // A triangle for each miss, and a line for each match: they are seen however narrow the event is.
@@ -285,13 +289,10 @@ function drawThread(thread, y) {
     drawBar(chosen, ...edgesOf(chosen, 3), laneTop(chosen) - view.top);
 }
 
-function axisStep() {
+function drawAxis() {
   const atLeast = (view.to - view.from) / view.width * 110;
   const power = 10 ** Math.floor(Math.log10(atLeast));
-  return [1, 2, 5, 10].find(factor => factor * power >= atLeast) * power;
-}
-
-function drawAxis(step) {
+  const step = [1, 2, 5, 10].find(factor => factor * power >= atLeast) * power;
   pen.fillStyle = colours.page;
   pen.fillRect(0, 0, view.width, axisHeight);
   pen.fillStyle = colours.faint;
@@ -300,6 +301,8 @@ function drawAxis(step) {
     pen.fillRect(x, 0, 1, axisHeight);
     pen.fillText(momentText(time, step), x + 4, axisHeight / 2);
   }
+  at('range').textContent = `${momentText(view.from, step / 10)} – ${momentText(view.to, step / 10)}, ` +
+      durationText(view.to - view.from);
 }
 
 function draw() {
@@ -311,10 +314,7 @@ function draw() {
     const y = thread.top - view.top;
     if (y < view.height && y + thread.height > 0) drawThread(thread, y);
   }
-  const step = axisStep();
-  drawAxis(step);
-  at('range').textContent = `${momentText(view.from, step / 10)} – ${momentText(view.to, step / 10)}, ` +
-      durationText(view.to - view.from);
+  drawAxis();
 }
 
 function askToDraw() {
@@ -386,7 +386,7 @@ function fit(node) {
   show((node.begin ?? period.from) - margin, (node.end ?? period.to) + margin);
 }
 
-function eventAt(x, y) {
+function eventAt({offsetX: x, offsetY: y}) {
   const thread = threads.find(({top, height}) => y + view.top >= top && y + view.top < top + height);
   const events = y > axisHeight && thread?.lanes[Math.floor((y + view.top - thread.top - titleHeight) / laneHeight)];
   const event = events && events[firstAfter(events, timeAt(x - 3))];
@@ -400,7 +400,7 @@ chart.addEventListener('pointerdown', event => {
 });
 chart.addEventListener('pointermove', event => {
   if (!drag) {
-    const under = eventAt(event.offsetX, event.offsetY);
+    const under = eventAt(event);
     chart.title = under ? `${under.line}\n${under.sentence}` : '';
     return;
   }
@@ -411,13 +411,13 @@ chart.addEventListener('pointermove', event => {
   lift(drag.top + drag.y - event.offsetY);
 });
 chart.addEventListener('pointerup', event => {
-  const under = !drag?.isMove && eventAt(event.offsetX, event.offsetY);
+  const under = !drag?.isMove && eventAt(event);
   drag = null;
   if (under) select(under);
 });
 chart.addEventListener('pointercancel', () => { drag = null; });
 chart.addEventListener('dblclick', event => {
-  const under = eventAt(event.offsetX, event.offsetY);
+  const under = eventAt(event);
   if (under) fit(under);
 });
 chart.addEventListener('wheel', event => {
@@ -501,7 +501,6 @@ at('whole').addEventListener('click', pageKeys[0]);
 at('next-miss').addEventListener('click', pageKeys.m);
 
 function takeColours() {
-  const style = getComputedStyle(document.documentElement);
   for (const name of Object.keys(colours)) colours[name] = style.getPropertyValue(`--${name}`);
   const tile = new OffscreenCanvas(8, 8).getContext('2d');
   tile.strokeStyle = colours.bad;
@@ -513,7 +512,7 @@ function takeColours() {
 
 read(JSON.parse(at('data').textContent));
 if (nodes.length) document.title += `: ${nodes[0].name}`;
-at('next-miss').textContent = misses.length === 1 ? '1 miss' : `${misses.length || 'no'} misses`;
+at('next-miss').textContent = misses.length ? `Next miss (${misses.length})` : 'No misses';
 at('next-miss').disabled = misses.length === 0;
 at('details').textContent = nodes.length ? 'Select a call in the tree or in the timeline.' : 'Nothing was recorded.';
 matchMedia('(prefers-color-scheme: dark)').addEventListener('change', takeColours);
@@ -521,6 +520,4 @@ takeColours();
 listRows();
 layOut();
 show(period.from, period.to);
-const sizes = new ResizeObserver(layOut);
-sizes.observe(at('timeline'));
-sizes.observe(tree);
+for (const part of [at('timeline'), tree]) new ResizeObserver(layOut).observe(part);
