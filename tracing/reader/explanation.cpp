@@ -3,36 +3,32 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <initializer_list>
 #include <iterator>
 #include <utility>
 #include <vector>
 
+#include "reference_host/language/printable_text.h"
+
 namespace orva::tracing {
+
+using language::printable;
+
 namespace {
 
 using Filling = std::pair<std::string_view, std::string>;
 
-/// Keeps a text on its line.
-std::string onOneLine(std::string_view text) {
-  std::string shown;
-  for (const char byte : text) {
-    const auto code = static_cast<unsigned char>(byte);
-    if (code >= ' ' && code != 0x7F) {
-      shown += byte;
-    } else if (byte == '\n') {
-      shown += "\\n";
-    } else {
-      char escape[5];
-      std::snprintf(escape, sizeof escape, "\\x%02X", code);
-      shown += escape;
-    }
-  }
-  return shown;
-}
+std::string textOf(const Value& value) { return printable(value.text) + (value.isCut ? "…" : ""); }
 
-std::string textOf(const Value& value) { return onOneLine(value.text) + (value.isCut ? "…" : ""); }
+/// The first line of a message; those below it show the place in a source.
+std::string firstLineOf(Value message) {
+  const std::size_t end = message.text.find('\n');
+  if (end != std::string::npos) {
+    message.text.resize(end);
+    message.isCut = true;
+  }
+  return textOf(message);
+}
 
 /// An argument or result that a record lacks reads as null.
 const Value& at(const std::vector<Value>& values, std::size_t index) {
@@ -83,9 +79,11 @@ std::string quotedTexts(const Value& list) {
   return listed(items);
 }
 
+bool beginsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
+
 std::string typeOf(const Event& thrower) {
-  if (!thrower.thrown || thrower.thrown->empty()) return "something that is no C++ exception";
-  return onOneLine(*thrower.thrown);
+  if (!thrower.thrown || thrower.thrown->empty()) return "something that is not a C++ exception";
+  return printable(*thrower.thrown);
 }
 
 // Scans.
@@ -107,12 +105,12 @@ std::vector<std::string> distinctMatches(const Scan& scan) {
 
 /// The name that a matched key stands for.
 std::string resolved(const Scan& scan) {
-  return onOneLine(isQualified(scan) || scan.matches.empty() ? scan.key : scan.matches.front());
+  return printable(isQualified(scan) || scan.matches.empty() ? scan.key : scan.matches.front());
 }
 
 std::string typesOf(const Scan& scan) {
   std::vector<std::string> names = distinctMatches(scan);
-  for (std::string& name : names) name = onOneLine(name);
+  for (std::string& name : names) name = printable(name);
   if (names.size() == 1) names.emplace_back("another type");
   return listed(names);
 }
@@ -120,8 +118,6 @@ std::string typesOf(const Scan& scan) {
 std::string countOf(const Scan& scan) { return std::to_string(std::max(scan.count, 0)); }
 
 // The native.
-
-enum class Plugin { none, source, bundle };
 
 /// What a native did, read from its own events; those of natives within its calls are theirs.
 class Story {
@@ -207,6 +203,8 @@ class Story {
     }
   }
 
+  bool has(char bracket) const { return name().text.find(bracket) != std::string::npos; }
+
   Filling named(std::string_view placeholder = "name") const { return {placeholder, textOf(name())}; }
 
   static std::string stateOf(const Value& value) { return isNull(value) ? "null" : "empty"; }
@@ -236,7 +234,7 @@ class Story {
     return isFirst ? "list of object paths" : "list of source identities";
   }
 
-  std::string message() const { return textOf(at(raise_->arguments, 1)); }
+  std::string message() const { return firstLineOf(at(raise_->arguments, 1)); }
 
   // Null.
 
@@ -267,12 +265,11 @@ class Story {
   std::string unknownName() const {
     if (!isLast(CallId::Orva_typeByName)) return unseen();
     if (isNull(name()) || isEmpty(name())) return missingName();
-    if (const Event* search = lastOf(CallId::ClassLoader_sourceFileForClass)) return unknownClass(*search);
-    if (!scans().empty()) return registeredName(*scans().back());
-    if (const Event* making = lastOf(CallId::ClassLoader_materializeRuntimeGenericType))
-      return unknownInstance(*making);
-    if (hasLock()) return sentence(SentenceId::readyUnknown, {named()});
-    const bool isUnclosed = name().text.find('<') != std::string::npos;
+    const Event* search = lastOf(CallId::ClassLoader_sourceFileForClass);
+    if (!scans().empty()) return search == nullptr ? registeredName(*scans().back()) : unknownClass(*search);
+    const Event* making = lastOf(CallId::ClassLoader_materializeRuntimeGenericType);
+    if (hasLock()) return making == nullptr ? sentence(SentenceId::readyUnknown, {named()}) : unknownInstance(*making);
+    const bool isUnclosed = has('<') && !has('>') && events_.size() == 1;
     return isUnclosed ? sentence(SentenceId::unclosedName, {named()}) : unseen();
   }
 
@@ -294,7 +291,7 @@ class Story {
   }
 
   std::string unknownEntry() const {
-    if (!isLast(CallId::Orva_typeByName)) return unseen();
+    if (!isLast(CallId::Orva_typeByName) || scans().size() < 2) return unseen();
     return sentence(SentenceId::entryUnknown, {named(), {"match", textOf(at(last()->arguments, 0))}});
   }
 
@@ -328,13 +325,14 @@ class Story {
   std::string raisingAgain() const {
     return sentence(SentenceId::raiseReplaced, {{"type", typeOf(*last())},
                                                 {"class", textOf(at(last()->arguments, 0))},
-                                                {"message", textOf(at(last()->arguments, 1))}});
+                                                {"message", firstLineOf(at(last()->arguments, 1))}});
   }
 
   /// The natives that catch every object have no other text for one that is no exception.
   bool isWithoutText() const {
-    constexpr std::string_view fixed = "Unknown native failure while ";
-    return at(raise_->arguments, 1).text.compare(0, fixed.size(), fixed) == 0;
+    const bool catchesAll = native_.call == CallId::orva_ClassLoader_getSystem ||
+                            native_.call == CallId::orva_SystemClassLoader_loadPackageTypes;
+    return catchesAll && beginsWith(at(raise_->arguments, 1).text, "Unknown native failure while ");
   }
 
   std::string raisingFor(const Event& call) const {
@@ -383,8 +381,7 @@ class Story {
     if (const Scan* scan = ambiguousScan()) {
       return sentence(SentenceId::ambiguousName, {named(), {"matches", typesOf(*scan)}});
     }
-    const bool isGeneric = name().text.find('<') != std::string::npos;
-    if (hasCalls() || !scans().empty() || !isGeneric) return failingItself();
+    if (hasCalls() || !scans().empty() || !has('<') || !has('>')) return failingItself();
     return sentence(SentenceId::unreadTable, {named(), {"message", message()}});
   }
 
@@ -395,8 +392,7 @@ class Story {
     if (!isMatched(scan) || isQualified(scan)) return nullptr;
     // Behind many entries of one name, the second name is not kept.
     const bool isSecondLost = scan.shortNames + scan.tails + scan.fullNames > scan.matches.size();
-    constexpr std::string_view start = "Ambiguous plugin entry type";
-    const bool isToldSo = at(raise_->arguments, 1).text.compare(0, start.size(), start) == 0;
+    const bool isToldSo = beginsWith(at(raise_->arguments, 1).text, "Ambiguous plugin entry type");
     return distinctMatches(scan).size() > 1 || (isSecondLost && isToldSo) ? &scan : nullptr;
   }
 
@@ -427,14 +423,12 @@ class Story {
   }
 
   std::string unregistered(const Scan& before, const Scan& after) const {
-    if (after.tails > 0) {
-      return sentence(SentenceId::registeredElsewhere, {{"matches", listed(distinctMatches(after))}, named()});
-    }
+    const Filling loaded{"plugin", plugin()};
     const Filling types{"before", countOf(before)};
     if (after.count <= before.count || after.count <= 0) {
-      return sentence(SentenceId::nothingRegistered, {named(), {"plugin", plugin()}, types});
+      return sentence(SentenceId::nothingRegistered, {named(), loaded, types});
     }
-    return sentence(SentenceId::othersRegistered, {named(), {"plugin", plugin()}, types, {"after", countOf(after)}});
+    return sentence(SentenceId::othersRegistered, {named(), loaded, types, {"after", countOf(after)}});
   }
 
   std::string ambiguousEntry(const Scan& scan) const {
@@ -503,10 +497,7 @@ class Story {
     if (call == nullptr) {
       return sentence(SentenceId::threwItself, {{"native", nativeName()}, {"type", typeOf(native_)}});
     }
-    const bool isBridged = !isBridgeless() && !isOf(*call, CallId::Orva_typeByName);
-    const bool isBridgedPlugin = native_.call == CallId::orva_ClassLoader_loadSourceClass ||
-                                 native_.call == CallId::orva_ClassLoader_loadObjectBundle;
-    return sentence(isBridged || isBridgedPlugin ? SentenceId::passedObject : SentenceId::passed,
+    return sentence(isOutsideOfBridge(*call) ? SentenceId::passed : SentenceId::passedObject,
                     {{"call", described(*call)}, {"type", typeOf(*call)}, {"native", nativeName()}});
   }
 
@@ -515,10 +506,15 @@ class Story {
                     {{"type", typeOf(*raise_)}, {"class", textOf(at(raise_->arguments, 0))}, {"message", message()}});
   }
 
-  bool isBridgeless() const {
-    return native_.call == CallId::orva_ClassLoader_objectAbiVersion ||
-           native_.call == CallId::orva_ClassLoader_addSourceRoot ||
-           native_.call == CallId::orva_SystemClassLoader_loadClass;
+  /// Tells whether the native catches nothing of what a call throws.
+  bool isOutsideOfBridge(const Event& call) const {
+    switch (native_.call) {
+      case CallId::orva_ClassLoader_objectAbiVersion:
+      case CallId::orva_ClassLoader_addSourceRoot:
+      case CallId::orva_SystemClassLoader_loadClass: return true;
+      case CallId::orva_ClassLoader_getTypeByName: return isOf(call, CallId::Orva_typeByName);
+      default: return false;
+    }
   }
 
   const Event& native_;
