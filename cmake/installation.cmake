@@ -89,8 +89,6 @@ if(ORVA_TRACING)
   install(FILES tracing/program/orva-trace.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tracing)
   install(TARGETS orva_trace_recorder orva_trace_audit
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orva-trace COMPONENT tracing)
-  install(TARGETS orva-trace RUNTIME DESTINATION bin COMPONENT tracing)
-  install(FILES tracing/program/orva-trace.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tracing)
 endif()
 
 # The program looks for its standard library in ../share/orva, seen from its own folder.

@@ -20,6 +20,9 @@ constexpr std::size_t step = 2;
 constexpr std::size_t deepestStep = 12;
 /// As short as texts become in a line.
 constexpr std::size_t shortestText = 8;
+/// Of more calls in a row, as a list of many texts takes, only the first ones and the last one are shown.
+constexpr std::ptrdiff_t longestRow = 8;
+constexpr int shownOfRow = 3;
 
 namespace {
 
@@ -45,6 +48,7 @@ class TreePrinter {
 
   void printThread(const Thread& thread, const Trace& trace);
   void print(const Event& event, std::size_t depth);
+  void printInner(const std::vector<Event>& events, std::size_t depth);
   /// Prints a text, its further lines below its first word.
   void printWrapped(std::string_view text, Colour colour, std::size_t indentation, std::string_view mark = {});
 
@@ -146,7 +150,7 @@ std::string endingOf(const Event& event) {
     return "threw " + (event.thrown.value_or("").empty() ? "what is not a C++ exception" : printable(*event.thrown));
   }
   if (event.ending == Ending::jumped) return "was left without returning";
-  const std::optional<Raise> raise = event.isNative() ? raiseOf(event) : std::nullopt;
+  const std::optional<Raise> raise = raiseOf(event);
   return raise ? "raised " + printable(raise->exceptionClass) : "";
 }
 
@@ -222,8 +226,36 @@ std::string eventText(const Event& event) {
   return joined(line.head) + (line.ending.empty() ? "" : " ") + joined(line.ending);
 }
 
+static std::size_t indentationOf(std::size_t depth) { return step * std::min(depth, deepestStep); }
+
+/// Tells whether nothing would be missed if one of many such events were not shown.
+static bool isPlain(const Event& event) {
+  return event.kind == EventKind::call && !event.isNative() && event.inner.empty() && event.ending == Ending::returned;
+}
+
+using EventIterator = std::vector<Event>::const_iterator;
+
+/// The end of the row of like events that begins with one.
+static EventIterator endOfRow(EventIterator first, EventIterator end) {
+  if (!isPlain(*first)) return first + 1;
+  return std::find_if(first, end, [&](const Event& event) { return !isPlain(event) || event.call != first->call; });
+}
+
+void TreePrinter::printInner(const std::vector<Event>& events, std::size_t depth) {
+  for (auto event = events.begin(); event != events.end();) {
+    const auto end = endOfRow(event, events.end());
+    if (end - event > longestRow) {
+      for (int i = 0; i < shownOfRow; ++i) print(*event++, depth);
+      const std::string more = "… " + numberText(end - event - 1) + " more of " + nameOf(*event);
+      printParts({{more, Colour::faint}}, "", indentationOf(depth));
+      event = end - 1;
+    }
+    while (event != end) print(*event++, depth);
+  }
+}
+
 void TreePrinter::print(const Event& event, std::size_t depth) {
-  const std::size_t indentation = step * std::min(depth, deepestStep);
+  const std::size_t indentation = indentationOf(depth);
   Line line = lineOf(event);
   if (depth > deepestStep) line.head.insert(line.head.begin(), {std::to_string(depth) + ": ", Colour::faint});
   const bool isOpen = event.kind == EventKind::call && event.ending == Ending::open;
@@ -233,7 +265,7 @@ void TreePrinter::print(const Event& event, std::size_t depth) {
   } else {
     printLine(std::move(line), duration, indentation);
   }
-  for (const Event& inner : event.inner) print(inner, depth + 1);
+  printInner(event.inner, depth + 1);
   if (!event.isNative()) return;
   const std::string sentence = explanationOf(event);
   if (!sentence.empty()) printWrapped(printable(sentence), Colour::sentence, indentation + step, "→ ");

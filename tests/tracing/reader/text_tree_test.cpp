@@ -141,6 +141,52 @@ TEST(TextTree, ExplainsNestedNativesInTheirPlace) {
 )");
 }
 
+TEST(TextTree, ShowsTheEndsOfALongRowOfCalls) {
+  const auto item = CallId::orva_collections_ArrayList_operator_index;
+  const auto shown = [&](std::int64_t count) {
+    EventWriter writer;
+    writer.begin(loadClass, 0);
+    for (std::int64_t i = 0; i < count; ++i) {
+      writer.begin(item, 1, Payload().integer(i))
+          .returned(item, 1, i + 1 < count ? Payload().text("") : Payload().null());
+    }
+    writer.begin(loadSource, 1).returned(loadSource, 1).returned(loadClass, 0);
+    return withoutDurations(callsOf(writer));
+  };
+  EXPECT_EQ(shown(5001), R"(SystemClassLoader.loadClass()
+  orva_collections_ArrayList_operator_index(0) = ""
+  orva_collections_ArrayList_operator_index(1) = ""
+  orva_collections_ArrayList_operator_index(2) = ""
+  … 4,997 more of orva_collections_ArrayList_operator_index
+  orva_collections_ArrayList_operator_index(5000) = null
+  Compiler::ensureSourceLoadedInActiveJit()
+)");
+  EXPECT_EQ(linesOf(shown(9)).size(), 7U);
+  EXPECT_EQ(linesOf(shown(8)).size(), 10U);
+}
+
+TEST(TextTree, ShowsEachCallOfARowThatTellsMore) {
+  EventWriter writer;
+  writer.begin(loadClass, 0);
+  for (int i = 0; i < 9; ++i) writer.begin(loadSource, 1).lock(2, 0, 0).returned(loadSource, 1);
+  for (int i = 0; i < 9; ++i) writer.begin(loadSource, 1).threw(loadSource, 1, Payload().typeName("i"));
+  for (int i = 0; i < 9; ++i) writer.begin(getTypeByName, 1).returned(getTypeByName, 1, Payload().pointer(16));
+  for (int i = 0; i < 9; ++i) writer.lock(1, 0, 0);
+  EXPECT_EQ(linesOf(callsOf(writer)).size(), 46U);
+}
+
+TEST(TextTree, NeverLeavesAFailureOutOfARow) {
+  EventWriter writer;
+  writer.begin(loadClass, 0);
+  for (int i = 0; i < 19; ++i) {
+    writer.begin(loadSource, 1);
+    i == 9 ? writer.threw(loadSource, 1) : writer.returned(loadSource, 1);
+  }
+  const std::string tree = callsOf(writer);
+  EXPECT_EQ(linesOf(tree).size(), 13U) << tree;
+  EXPECT_NE(tree.find("threw what is not a C++ exception"), std::string::npos);
+}
+
 TEST(TextTree, EscapesWhatWouldSteerATerminal) {
   EventWriter writer;
   const std::string bad = "\x1B[2J\n\xFF\u202E";
@@ -220,9 +266,18 @@ TEST(ShownText, Numbers) {
   EXPECT_EQ(numberText(0), "0");
   EXPECT_EQ(numberText(999), "999");
   EXPECT_EQ(numberText(1000), "1,000");
+  EXPECT_EQ(numberText(-123), "-123");
   EXPECT_EQ(numberText(-1'234'567), "-1,234,567");
   EXPECT_EQ(countText(1, "type", "types"), "1 type");
   EXPECT_EQ(countText(5001, "type", "types"), "5,001 types");
+}
+
+TEST(ShownText, Widths) {
+  EXPECT_EQ(widthOf("abc"), 3U);
+  EXPECT_EQ(widthOf("é…→"), 3U);
+  EXPECT_EQ(widthOf("e\u0301"), 1U);
+  EXPECT_EQ(widthOf("購物車"), 6U);
+  EXPECT_EQ(widthOf("\U0001F6D2"), 2U);
 }
 
 TEST(ShownText, CutsBetweenCharacters) {
@@ -242,6 +297,7 @@ TEST(ShownText, WrapsBetweenWords) {
   EXPECT_EQ(wrapped("one two three", 7), (Lines{"one two", "three"}));
   EXPECT_EQ(wrapped("one two three", 6), (Lines{"one", "two", "three"}));
   EXPECT_EQ(wrapped("abcdefgh ij", 3), (Lines{"abc", "def", "gh", "ij"}));
+  EXPECT_EQ(wrapped(" abcd", 3), (Lines{" ab", "cd"}));
   EXPECT_EQ(wrapped("購物車", 1), (Lines{"購", "物", "車"}));
 }
 
