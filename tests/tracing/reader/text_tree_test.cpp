@@ -80,6 +80,15 @@ TEST(TextTree, NamesThreadsOnlyWhenSeveralHaveCalls) {
   writer.in(1).threadNamed("main", 4711, 4711).begin(loadClass, 0).returned(loadClass, 0, Payload().pointer(16));
   writer.in(2).threadNamed("idle", 4711, 4712);
   EXPECT_EQ(treeOf(writer), "process 4711\n" + padded("SystemClassLoader.loadClass() = 0x10", 76) + "0 ns\n");
+  writer.in(3).begin(loadClass, 0).returned(loadClass, 0);
+  EXPECT_EQ(withoutDurations(treeOf(writer)), R"(process 4711
+
+thread 4711 'main'
+SystemClassLoader.loadClass() = 0x10
+
+thread 0
+SystemClassLoader.loadClass()
+)");
 }
 
 TEST(TextTree, ShowsWhichNamesOfTheRegistryMatch) {
@@ -99,6 +108,8 @@ TEST(TextTree, ShowsWhichNamesOfTheRegistryMatch) {
 TEST(TextTree, TellsWaitingForTheLockFromHoldingIt) {
   EXPECT_EQ(callsOf(EventWriter().lock(0, 999, 1'200'000)),
             padded("type table walked, lock held 1.2 ms", 74) + "1.2 ms\n");
+  EXPECT_EQ(callsOf(EventWriter().lock(0, 3'000'000, 1'200'000)),
+            padded("type table walked, lock held 1.2 ms after a wait of 3.0 ms", 74) + "4.2 ms\n");
   EXPECT_EQ(callsOf(EventWriter().lock(0, 1000, 1'200'000)),
             padded("type table walked, lock held 1.2 ms after a wait of 1.0 µs", 74) + "1.2 ms\n");
 }
@@ -194,12 +205,12 @@ TEST(TextTree, EscapesWhatWouldSteerATerminal) {
   writer.program({bad, "/"}).in(2).threadNamed(bad, 1, 1).begin(loadSource, 0, Payload().text(bad));
   writer.threw(loadSource, 0, Payload().typeName(bad));
   writer.scan(0, {0, 1, 1, 1, 0, 0, 1}, bad, {bad});
-  writer.in(3).begin(loadSource, 0);
+  writer.in(3).begin(loadClass, 0).threw(loadClass, 0, Payload().typeName(bad));
   const std::string tree = treeOf(writer);
   EXPECT_EQ(tree.find_first_of("\x1B\xFF"), std::string::npos);
   std::size_t count = 0;
   for (std::size_t at = tree.find(shown); at != std::string::npos; at = tree.find(shown, at + 1)) ++count;
-  EXPECT_EQ(count, 5U) << tree;
+  EXPECT_EQ(count, 7U) << tree;
 }
 
 TEST(TextTree, CountsTheDepthOfCallsTooDeepToIndent) {

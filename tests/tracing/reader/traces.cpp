@@ -12,7 +12,7 @@ namespace orva::tracing {
 
 std::string explanationOf(const Event& native) {
   const Value* result = native.result();
-  if (native.ending == Ending::threw) return "threw: here is why";
+  if (native.ending == Ending::threw) return "threw: " + native.thrown.value_or("");
   if (raiseOf(native)) return "raised: here is why";
   return result != nullptr && result->kind == StoredKind::null ? "null: here is why" : "";
 }
