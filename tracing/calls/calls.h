@@ -142,7 +142,7 @@ inline constexpr std::array<CallDescription, static_cast<std::size_t>(CallId::co
   declarations::of(static_cast<decltype(&symbol)>(nullptr), {#owner "." #method, #symbol, {}, {}, true}),
 #include "classloader/native_list.inc"
 #undef ORVA_NATIVE
-#define ORVA_FUNCTION(name) declarations::of(static_cast<decltype(&name)>(nullptr), {#name, #name, {}, {}}),
+#define ORVA_FUNCTION(name) declarations::of(static_cast<decltype(&(name))>(nullptr), {#name, #name, {}, {}}),
 #define ORVA_OPERATION(owner, name) \
   declarations::of(static_cast<decltype(&compiler::owner::name)>(nullptr), {#owner "::" #name, {}, #owner, #name}),
 #include "tracing/calls/calls.inc"

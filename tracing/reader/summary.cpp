@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <tuple>
 #include <unordered_map>
@@ -46,8 +47,8 @@ class Shares {
     if (--open[name] == 0) share.total += duration;
   }
   std::vector<Share> take() {
-    std::stable_sort(table.rows.begin(), table.rows.end(),
-                     [](const Share& a, const Share& b) { return a.self > b.self; });
+    std::sort(table.rows.begin(), table.rows.end(),
+              [](const Share& a, const Share& b) { return std::tie(b.self, a.name) < std::tie(a.self, b.name); });
     return std::move(table.rows);
   }
 
@@ -161,10 +162,11 @@ Summary Adder::add(const Trace& trace) {
   summary.neighbours = neighbours.take();
   summary.sources = sources.take();
   summary.misses = std::move(misses.rows);
-  std::stable_sort(summary.loads.begin(), summary.loads.end(),
-                   [](const Load& a, const Load& b) { return a.self > b.self; });
-  std::stable_sort(summary.misses.begin(), summary.misses.end(),
-                   [](const Miss& a, const Miss& b) { return a.calls > b.calls; });
+  std::sort(summary.loads.begin(), summary.loads.end(), [](const Load& a, const Load& b) {
+    return std::tie(b.self, a.source, a.neededBy) < std::tie(a.self, b.source, b.neededBy);
+  });
+  std::sort(summary.misses.begin(), summary.misses.end(),
+            [](const Miss& a, const Miss& b) { return std::tie(b.calls, a.name) < std::tie(a.calls, b.name); });
   return std::move(summary);
 }
 
@@ -216,7 +218,7 @@ class Printer {
 static std::string percentText(std::uint64_t part, std::uint64_t whole) {
   if (whole == 0) return "";
   const double share = static_cast<double>(part) / static_cast<double>(whole);
-  return std::to_string(static_cast<int>(share * 100 + 0.5)) + " %";
+  return std::to_string(std::lround(share * 100)) + " %";
 }
 
 static void printShares(Printer& printer, const std::string& heading, const std::vector<Share>& shares,

@@ -34,7 +34,7 @@ struct Miss {
   std::uint64_t raises = 0;  ///< of the calls
 };
 
-/// Each list begins with what matters most: what took longest by itself, or was missed most often.
+/// Each list begins with what matters most: what took longest by itself, or was missed most often; then by name.
 struct Summary {
   std::uint64_t total = 0;  ///< of the outermost calls
   std::vector<Share> natives;

@@ -81,7 +81,7 @@ TEST(Summary, NamesBundlesByTheirFirstObject) {
   load(Payload().list(0, {}).list(0, {}));
   writer.begin(CallId::Compiler_precompileSources, 0, Payload().list(2, {"a.ov", "b.ov"}));
   EXPECT_EQ(textOf(summaryOf(traceOf(writer)).sources),
-            "a.o and 19 more 1 0/0\nc.o 1 0/0\nnothing 1 0/0\na.ov and 1 more 1 0/0\n");
+            "a.o and 19 more 1 0/0\na.ov and 1 more 1 0/0\nc.o 1 0/0\nnothing 1 0/0\n");
 }
 
 TEST(Summary, CountsTheNamesThatWereNotFound) {
