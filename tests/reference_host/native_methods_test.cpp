@@ -195,7 +195,9 @@ TEST(NativeMethods, OfTheLibraryAreDeclaredAsItDefinesThem) {
 TEST(NativeMethods, AreCheckedForEverySymbolThatTheHostExports) {
   const Workspace workspace(STANDARD_LIBRARY);
   std::set<std::string> refused;
-  for (const std::string& symbol : dynamicSymbols(ORVA_HOST)) {
+  std::vector<std::string> symbols = dynamicSymbols(ORVA_HOST);
+  for (const std::string& symbol : dynamicSymbols(ORVA_LIBRARY_OF_HOST)) symbols.push_back(symbol);
+  for (const std::string& symbol : symbols) {
     if (symbol.rfind("orva_", 0) != 0) continue;
     for (const auto& [className, method] : readings(symbol)) {
       const std::string failure =
