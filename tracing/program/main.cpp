@@ -69,8 +69,8 @@ class Outputs {
   void writeText(const Options& options, const std::vector<Trace>& traces) {
     TreeStyle style;
     style.colours = text_->wantsColours();
-    if (options.wantsSummary) return printSummary(summaryOf(joined(traces)), style, text_->stream());
-    for (const Trace& trace : traces) printTree(trace, style, text_->stream());
+    if (options.wantsSummary) printSummary(summaryOf(joined(traces)), style, text_->stream());
+    for (const Trace& trace : traces) (options.wantsSummary ? printNotes : printTree)(trace, style, text_->stream());
   }
 
   std::unique_ptr<Output> text_;

@@ -153,13 +153,23 @@ void ChromeTrace::write(const Trace& trace) {
   }
 }
 
+static std::string notesOf(const std::vector<Trace>& traces) {
+  std::vector<std::string> notes;
+  for (const Trace& trace : traces) {
+    for (const std::string& note : notesOf(trace)) notes.push_back(trace.program + ": " + note);
+  }
+  Members members;
+  members.add("notes", arrayOf(notes, jsonText));
+  return members.object();
+}
+
 void writeChromeTrace(const std::vector<Trace>& traces, std::ostream& out) {
   std::uint64_t start = std::numeric_limits<std::uint64_t>::max();
   for (const Trace& trace : traces) start = std::min(start, trace.startOfDay);
   ChromeTrace writer(out, start);
   out << "{\"traceEvents\":[";
   for (const Trace& trace : traces) writer.write(trace);
-  out << "\n]}\n";
+  out << "\n],\"otherData\":" << notesOf(traces) << "}\n";
 }
 
 }  // namespace orva::tracing

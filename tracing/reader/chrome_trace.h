@@ -9,8 +9,8 @@
 namespace orva::tracing {
 
 /// Writes one JSON object: a complete event for each call, scan and lock, in microseconds since the first process
-/// began; the processes' programs and the threads' names as metadata. It is valid JSON whatever bytes a trace has in
-/// its texts.
+/// began; the processes' programs and the threads' names as metadata; and what the traces do not show, as `notes`. It
+/// is valid JSON whatever bytes a trace has in its texts.
 void writeChromeTrace(const std::vector<Trace>& traces, std::ostream& out);
 
 }  // namespace orva::tracing

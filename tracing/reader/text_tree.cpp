@@ -294,6 +294,11 @@ std::vector<std::string> notesOf(const Trace& trace) {
   return notes;
 }
 
+void printNotes(const Trace& trace, const TreeStyle& style, std::ostream& out) {
+  TreePrinter printer(style, out);
+  for (const std::string& note : notesOf(trace)) printer.printWrapped(note, Colour::failure, 0);
+}
+
 /// The program and its arguments.
 static std::string commandOf(const Trace& trace) {
   std::string command = trace.arguments.empty() ? printable(trace.program) : "";
@@ -313,7 +318,7 @@ void printTree(const Trace& trace, const TreeStyle& style, std::ostream& out) {
     if (isSeveral) printer.printThread(thread, trace);
     for (const Event& event : thread.events) printer.print(event, 0);
   }
-  for (const std::string& note : notesOf(trace)) printer.printWrapped(note, Colour::failure, 0);
+  printNotes(trace, style, out);
 }
 
 }  // namespace orva::tracing

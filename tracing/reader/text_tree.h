@@ -23,6 +23,9 @@ void printTree(const Trace& trace, const TreeStyle& style, std::ostream& out);
 /// What the trace does not show, a sentence each: why it ended early, what was lost, what could not be seen.
 std::vector<std::string> notesOf(const Trace& trace);
 
+/// Prints the notes, as `printTree` does at its end.
+void printNotes(const Trace& trace, const TreeStyle& style, std::ostream& out);
+
 /// What an event is called, without its arguments: a call by its name, a scan, a walk of the table.
 std::string nameOf(const Event& event);
 

@@ -117,6 +117,10 @@ check 'a limit' 0 '' --limit 64K --output tree "$host" --ask shop.Till --times 2
 same 'lookups within the limit' 1 "$(shown shop.Till tree)"
 same 'lookups beyond the limit' 0 "$(shown 'shop.Tills' tree)"
 grep -q 'size limit is reached' tree || fail 'the tree does not say that it was cut'
+check 'a limit, summed up' 0 '' --limit 64K --summary --output summary --json cut.json "$host" --times 20000
+for file in summary cut.json; do
+  grep -q 'size limit is reached' "$file" || fail "$file does not say that the trace was cut"
+done
 
 # == A trace that cannot be written
 "$trace" "$host" --ask shop.Till 2>&1 >output | head -c 0

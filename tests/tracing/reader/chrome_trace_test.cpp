@@ -65,7 +65,7 @@ TEST(ChromeTrace, HasALineForEachEvent) {
                 R"("args":{"arguments":[],"results":[-1]}},
 {"name":"ClassLoader.getSystem","cat":"native","ph":"X","pid":4712,"tid":4712,"ts":9900.000,"dur":0.000,)"
                 R"("args":{"arguments":[],"ending":"is still running"}}
-]}
+],"otherData":{"notes":[]}}
 )");
 }
 
@@ -97,6 +97,19 @@ TEST(ChromeTrace, PutsProcessesOnOneTimeline) {
     // Neither the programs nor the threads have names.
     EXPECT_EQ(json.find("\"ph\":\"M\""), std::string::npos) << json;
   }
+}
+
+TEST(ChromeTrace, SaysWhatIsNotThere) {
+  EventWriter cut(100);
+  cut.program({"/bin/first", "/"}).header(offsetof(FileHeader, stopped), Stopped::limit);
+  EventWriter unseen(200);
+  unseen.program({"/bin/\"second", "/"}).header(offsetof(FileHeader, unseen), 1U);
+  const std::string json = jsonOf({traceOf(cut), traceOf(unseen)});
+  EXPECT_TRUE(isValid(json));
+  EXPECT_NE(
+      json.find("\"notes\":[\"/bin/first: the trace ends early: its size limit is reached\",\"/bin/\\\"second: 1 "),
+      std::string::npos)
+      << json;
 }
 
 TEST(JsonText, EscapesWhatJsonOrAPageWouldRead) {
