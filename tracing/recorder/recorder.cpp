@@ -168,6 +168,10 @@ using namespace orva::tracing;
 
 extern "C" {
 
+/// Where the stack of a frame that is unwound ends: there a thunk's has its `Frame`. It is the unwinder's of the
+/// program; null in one that has none yet when it starts.
+std::uintptr_t endOfStack(void* context) __asm__("_Unwind_GetCFA") __attribute__((weak, visibility("default")));
+
 /// @return the original of the function that the thunk stands for.
 __attribute__((visibility("hidden"))) void* orva_trace_enter(Frame* frame) {
   ThreadTrace* const trace = currentTrace();
@@ -190,12 +194,13 @@ __attribute__((visibility("hidden"))) void orva_trace_leave(Frame* frame) {
 /// The personality of the thunks' common body; it has nothing to clean up, and only looks on.
 __attribute__((visibility("hidden"))) int orva_trace_personality(int /*version*/, int actions,
                                                                  std::uint64_t exceptionClass, const void* exception,
-                                                                 void* /*context*/) {
+                                                                 void* context) {
   constexpr int cleanupPhase = 2;
   constexpr int continueUnwind = 8;
   if ((actions & cleanupPhase) != 0 && thisThread.trace != nullptr && !thisThread.isRecording) {
     thisThread.isRecording = true;
-    thisThread.trace->unwind(thrownType(exceptionClass, exception));
+    const std::uintptr_t frame = endOfStack != nullptr ? endOfStack(context) : 0;
+    thisThread.trace->unwind(reinterpret_cast<const Frame*>(frame), thrownType(exceptionClass, exception));
     thisThread.isRecording = false;
   }
   return continueUnwind;

@@ -203,20 +203,22 @@ void ThreadTrace::leave(const Frame& frame) {
   end(RecordKind::returned, time);
 }
 
-void ThreadTrace::unwind(const char* type) {
+void ThreadTrace::unwind(const Frame* frame, const char* type) {
   const std::uint64_t time = monotonicTime();
   const std::uint64_t slot = briefSlot_ - 1;
   const bool isBrief = briefSlot_ != 0;
   briefSlot_ = 0;
   if (isBrief && isLock(slot)) return;
   closeScan(time);
+  closeJumped(frame, time);
   // What a scan was about to count is shown as a call when it fails.
   if (isBrief && openCount_ < mostOpenCalls) {
     payload_.clear();
     write(RecordKind::begin, static_cast<std::uint16_t>(slot), time);
-    open_[openCount_++] = {nullptr, nullptr, static_cast<std::uint16_t>(slot)};
+    open_[openCount_++] = {frame, nullptr, static_cast<std::uint16_t>(slot)};
   }
-  if (openCount_ == 0) return;
+  // A call that was too deep was not opened.
+  if (openCount_ == 0 || (frame != nullptr && open_[openCount_ - 1].frame != frame)) return;
   payload_.clear();
   if (type != nullptr) payload_.putText(type, strnlen(type, longestText + 1), StoredKind::typeName);
   end(RecordKind::threw, time);

@@ -22,8 +22,9 @@ class ThreadTrace {
   void enter(const Frame& frame);
   /// Notes that it returned.
   void leave(const Frame& frame);
-  /// Notes that an exception left the innermost call. `type` is the mangled name, or null for what is not of C++.
-  void unwind(const char* type);
+  /// Notes that an exception left the call of a frame, or the innermost one for null. `type` is the mangled name, or
+  /// null for what is not of C++.
+  void unwind(const Frame* frame, const char* type);
   /// Ends what is open, as the thread ends.
   void finish();
   /// Goes on in the child of a fork, as another thread, which ends none of the calls that the parent began.

@@ -114,6 +114,16 @@ endings() {
     for _ in 1 2; do load 1 jumped | sed 's/returned \(.*\) pointer/jumped \1/'; done
     load 1 'after jumps'
   } | recorded 'jumps'
+
+  play lazy jump-then-throw
+  {
+    header 1
+    thread 1 lazy
+    load 1 thrower | head -2
+    load 1 jumped | sed 's/^1 1/1 3/; s/^1 0/1 2/; s/returned \(.*\) pointer/jumped \1/'
+    load 1 thrower | tail -2 | sed 's/returned \(.*\) pointer/threw \1 <St13runtime_error>/'
+    load 1 'after both'
+  } | recorded 'a jump, then an exception'
 }
 
 # Counts the records that have a text.

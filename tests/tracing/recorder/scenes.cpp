@@ -259,6 +259,22 @@ static void jump() {
   load("after jumps");
 }
 
+/// An exception leaves calls in which others were left by a jump.
+static void jumpThenThrow() {
+  whenAsked = [] {
+    whenAsked = [] { std::longjmp(place, 1); };
+    if (setjmp(place) == 0) load("jumped");
+    whenAsked = nullptr;
+    throw std::runtime_error("thrown after a jump");
+  };
+  try {
+    load("thrower");
+  } catch (const std::runtime_error& thrown) {
+    std::puts(thrown.what());
+  }
+  load("after both");
+}
+
 // == What else programs do
 
 static constexpr int someCalls = 5000;  // more than the first room of a file
@@ -356,6 +372,7 @@ int main(int argc, char** argv) {
                                                          {"uncaught", throwUncaught},
                                                          {"end-threads", endThreads},
                                                          {"jump", jump},
+                                                         {"jump-then-throw", jumpThenThrow},
                                                          {"often", callOften},
                                                          {"threads", callInThreads},
                                                          {"fork", forkWithin},
