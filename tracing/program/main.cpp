@@ -149,7 +149,9 @@ void reportRunning(const std::vector<std::string>& paths, const Options& options
 bool show(const Options& options, const std::vector<std::string>& paths, const std::string& program, Outputs& outputs) {
   Recorded recorded = readAll(paths);
   std::vector<Trace>& traces = recorded.traces;
-  dropUnattached(recorded, program.empty() && !traces.empty() ? traces.front().program : program);
+  // A copy, because the trace that it is of may be dropped.
+  const std::string first = program.empty() && !traces.empty() ? traces.front().program : program;
+  dropUnattached(recorded, first);
   for (Trace& trace : traces) keepMatching(trace, options.filter);
   return outputs.write(options, traces);
 }

@@ -111,6 +111,12 @@ check 'a kept trace, slow calls' 0 '' --read kept --slower 100s
 same 'slow lookups' '0 0' "$(shown shop.Till output) $(shown shop.Cart output)"
 check 'a summary' 0 '' --read kept --summary
 grep -q shop.Till output || fail "the summary lacks the missed name: $(cat output)"
+# A name that is too long to be kept in place.
+bare=$work/a_program_that_loads_no_class-loading_library
+cp "$(type -P true)" "$bare"
+none="orva-trace: no class-loading library was loaded by '$bare'"
+check 'a program without the library' 0 "$none" --keep bare "$bare"
+check 'a kept trace of it' 0 "$none" --read bare
 check 'a folder that holds a trace' 2 \
   "orva-trace: the folder 'kept' holds a trace already: name another, or remove it" --keep kept "$host"
 check 'a limit' 0 '' --limit 64K --output tree "$host" --ask shop.Till --times 20000 --ask shop.Cart
