@@ -178,7 +178,7 @@ kill -KILL "$program"
 
 # shellcheck disable=SC2016
 "$trace" --output tree --keep later \
-  sh -c '"$@" >output & echo $! >pid; until grep -q ready output; do sleep 0.05; done' \
+  sh -c '"$@" >started & echo $! >pid; until grep -qs ready started; do sleep 0.05; done' \
   sh "$host" --ready --wait 2>errors
 same 'a child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'later'" \
   "$(cat errors)"
