@@ -4,6 +4,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -36,6 +37,10 @@ static std::array<char, PATH_MAX> folderPath;
 static int lockedFolder = -1;
 static std::atomic<pid_t> owner{0};
 static std::mutex mutex;
+
+// Other threads go on while a signal ends the process.
+static std::atomic<bool> isEnding{false};
+static std::atomic<int> makers{0};
 
 /// The folder that TMPDIR names; empty when it names none.
 static std::string namedFolder() {
@@ -91,6 +96,24 @@ class BlockedSignals {
   sigset_t before_;
 };
 
+/// Lets the end of the process wait for a new folder, or begins none any more. No signal that ends the process may come
+/// to this thread meanwhile: its handler would wait for ever.
+class Making {
+ public:
+  Making() {
+    ++makers;
+    if (!isEnding) return;
+    --makers;
+    for (;;) pause();
+  }
+  ~Making() { --makers; }
+  Making(const Making&) = delete;
+  Making& operator=(const Making&) = delete;
+
+ private:
+  const BlockedSignals blocked_;
+};
+
 }  // namespace
 
 /// Makes a folder that nobody else may read. Throws `std::runtime_error` when it cannot be made.
@@ -102,7 +125,7 @@ static void makeFolder() {
   for (;;) {
     std::string path = (parent / prefix).string() + unguessableDigits();
     if (path.size() >= folderPath.size()) fail(ENAMETOOLONG);
-    const BlockedSignals blocked;
+    const Making making;
     if (mkdir(path.c_str(), S_IRWXU) != 0) fail(errno);
     // The umask may have taken what its owner needs.
     chmod(path.c_str(), S_IRWXU);
@@ -128,8 +151,10 @@ bool isInPrivateFolder(const std::string& file) {
 }
 
 /// Removes the files in an open folder. Async-signal-safe, which reading it with `readdir` would not be.
-static void removeFilesIn(int folder) noexcept {
+/// @return whether there was one.
+static bool removeFilesIn(int folder) noexcept {
   alignas(dirent64) std::array<char, 2048> entries;
+  bool isAnyGone = false;
   // Entries that go while others are read may hide some of those: the folder is read until nothing goes.
   for (bool isChanged = true; isChanged;) {
     isChanged = false;
@@ -137,19 +162,27 @@ static void removeFilesIn(int folder) noexcept {
     for (ssize_t size = 0; (size = getdents64(folder, entries.data(), entries.size())) > 0;) {
       for (const char* at = entries.data(); at < entries.data() + size;) {
         const auto* entry = reinterpret_cast<const dirent64*>(at);
-        if (unlinkat(folder, entry->d_name, 0) == 0) isChanged = true;
+        if (unlinkat(folder, entry->d_name, 0) == 0) isChanged = isAnyGone = true;
         at += entry->d_reclen;
       }
     }
   }
+  return isAnyGone;
 }
 
 void removePrivateFolder() noexcept {
   pid_t self = getpid();
   if (!owner.compare_exchange_strong(self, 0)) return;
   removeFilesIn(lockedFolder);
-  rmdir(folderPath.data());
+  // Another thread may have written a file meanwhile.
+  while (rmdir(folderPath.data()) != 0 && errno == ENOTEMPTY && removeFilesIn(lockedFolder)) continue;
   close(lockedFolder);
+}
+
+void endPrivateFolders() noexcept {
+  isEnding = true;
+  while (makers != 0) sched_yield();
+  removePrivateFolder();
 }
 
 static void removeIfAbandoned(const std::string& path) {

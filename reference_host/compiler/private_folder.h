@@ -13,9 +13,12 @@ std::filesystem::path privateFolder();
 /// Tells whether a file lies directly in the folder.
 bool isInPrivateFolder(const std::string& file);
 
-/// Removes the folder and its files, if this process made one. For the end of the process, and for the handler of a
-/// signal that ends it: async-signal-safe.
+/// Removes the folder and its files, if this process made one. Async-signal-safe.
 void removePrivateFolder() noexcept;
+
+/// Does so for the handler of a signal that ends the process: a thread that makes a folder meanwhile is waited for, and
+/// none is made afterwards.
+void endPrivateFolders() noexcept;
 
 /// Removes the folders that processes of this user left when they were killed, below where this process would make its
 /// own. Those of processes that live stay, wherever those run.

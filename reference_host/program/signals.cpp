@@ -12,7 +12,7 @@ namespace orva::program {
 
 static void cleanUp(int signal) {
   compiler::removeUnfinishedFiles();
-  compiler::removePrivateFolder();
+  compiler::endPrivateFolders();
   // It takes its default action as soon as it is let through.
   raise(signal);
   sigset_t raised;
