@@ -6,6 +6,7 @@
 #include <ctime>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -84,12 +85,6 @@ std::uint64_t monotonicTime() {
   return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000U + static_cast<std::uint64_t>(now.tv_nsec);
 }
 
-/// Tells whether the process that a trace is named after still writes to it.
-bool isWritten(const std::string& path) {
-  const std::string name = std::filesystem::path(path).filename().string();
-  return traceOf(static_cast<pid_t>(std::atoi(name.c_str()))) == path;
-}
-
 struct Recorded {
   std::vector<Trace> traces;  ///< in the order in which their processes started
   bool isWhole = true;
@@ -98,12 +93,15 @@ struct Recorded {
 /// Reads traces. One that cannot be read is told of, and left out.
 Recorded readAll(const std::vector<std::string>& paths) {
   Recorded recorded;
+  const std::map<std::string, std::set<std::uint32_t>> writers = currentWriters();
   for (const std::string& path : paths) {
     try {
       if (std::filesystem::file_size(path) == 0) {
         throw Failure(ownFailure, "nothing is recorded in " + inQuotes(path) + ": there was no room for it");
       }
-      recorded.traces.push_back(readTrace(path, isWritten(path) ? monotonicTime() : 0));
+      const auto found = writers.find(std::filesystem::canonical(path).string());
+      const std::set<std::uint32_t> processes = found == writers.end() ? std::set<std::uint32_t>() : found->second;
+      recorded.traces.push_back(readTrace(path, {monotonicTime(), processes}));
     } catch (const std::exception& failure) {
       report(failure.what());
       recorded.isWhole = false;
@@ -139,7 +137,10 @@ void dropUnattached(Recorded& recorded, const std::string& program) {
 
 /// Says which processes go on after the first one has ended.
 void reportRunning(const std::vector<std::string>& paths, const Options& options) {
-  const auto count = std::count_if(paths.begin(), paths.end(), isWritten);
+  std::size_t count = 0;
+  for (const auto& [path, processes] : currentWriters()) {
+    if (std::find(paths.begin(), paths.end(), path) != paths.end()) count += processes.size();
+  }
   if (count == 0) return;
   report("processes that still run: " + std::to_string(count) + "; their calls from now on are " +
          (options.keep.empty() ? "lost: record them with --keep" : "in " + inQuotes(options.keep)));

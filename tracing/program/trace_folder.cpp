@@ -70,7 +70,8 @@ static bool endsWith(std::string_view text, std::string_view end) {
   return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-std::string traceOf(pid_t process) {
+/// The trace that a running process writes to; empty when it writes to none, or cannot be looked at.
+static std::string traceOf(pid_t process) {
   std::ifstream maps("/proc/" + std::to_string(process) + "/maps");
   for (std::string line; std::getline(maps, line);) {
     const std::size_t path = line.find('/');
@@ -78,6 +79,17 @@ std::string traceOf(pid_t process) {
     if (path != line.npos && endsWith(line, extension)) return line.substr(path);
   }
   return {};
+}
+
+std::map<std::string, std::set<std::uint32_t>> currentWriters() {
+  std::map<std::string, std::set<std::uint32_t>> writers;
+  std::error_code error;
+  for (fs::directory_iterator at("/proc", error), end; !error && at != end; at.increment(error)) {
+    const pid_t process = std::atoi(at->path().filename().c_str());
+    const std::string trace = process == 0 ? "" : traceOf(process);
+    if (!trace.empty()) writers[trace].insert(static_cast<std::uint32_t>(process));
+  }
+  return writers;
 }
 
 static std::string programOf(pid_t process) {

@@ -3,6 +3,9 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,8 +30,9 @@ class TraceFolder {
 /// The traces in a folder, in no order. Throws `Failure` when it cannot be read.
 std::vector<std::string> tracesIn(const std::string& folder);
 
-/// The trace that a running process writes to; empty when it writes to none, or cannot be looked at.
-std::string traceOf(pid_t process);
+/// The processes that write to each trace now, forked children too, as far as they can be looked at. The paths are
+/// canonical.
+std::map<std::string, std::set<std::uint32_t>> currentWriters();
 
 /// The trace of a process, or of what an `orva-trace` of this number runs. Throws `Failure` when there is none.
 std::string traceToDump(pid_t process);

@@ -103,8 +103,10 @@ class CallTree {
   explicit CallTree(std::uint32_t process) { thread.process = process; }
 
   void add(const ReadRecord& record);
-  /// The calls that are still open run until a time.
-  Thread finish(std::uint64_t now);
+  std::uint32_t process() const { return thread.process; }
+  std::uint64_t lastTime() const { return last; }
+  /// The calls that are still open last until a time.
+  Thread finish(Ending ending, std::uint64_t time);
 
  private:
   void begin(const ReadRecord& record);
@@ -121,6 +123,7 @@ class CallTree {
 
   Thread thread;
   std::vector<Open> open;  ///< each deeper than the one before
+  std::uint64_t last = 0;  ///< the time of the last record
 };
 
 }  // namespace
@@ -207,6 +210,7 @@ static Event lockOf(std::string_view payload) {
 }
 
 void CallTree::add(const ReadRecord& record) {
+  last = std::max(last, record.time);
   switch (record.kind) {
     case RecordKind::begin: return begin(record);
     case RecordKind::returned:
@@ -224,8 +228,8 @@ void CallTree::add(const ReadRecord& record) {
   if (!values.empty()) thread.name = values.front().text;
 }
 
-Thread CallTree::finish(std::uint64_t now) {
-  while (!open.empty()) leave(Ending::open, now);
+Thread CallTree::finish(Ending ending, std::uint64_t time) {
+  while (!open.empty()) leave(ending, time);
   return std::move(thread);
 }
 
@@ -236,7 +240,7 @@ class FileReader {
  public:
   explicit FileReader(const std::string& path);
 
-  Trace read(std::uint64_t now);
+  Trace read(const Writers& writers);
 
  private:
   void readHeader(const std::string& path);
@@ -244,6 +248,7 @@ class FileReader {
   void readRecord(std::string_view record);
   CallTree& treeOf(std::uint32_t number);
   void readProgram(std::string_view payload);
+  void finishTrees(const Writers& writers);
 
   template <typename Number>
   Number ofHeader(std::size_t offset) const {
@@ -253,7 +258,6 @@ class FileReader {
   std::string bytes;
   std::string_view left;  ///< of the bytes, from the next record
   std::uint64_t startTime = 0;
-  std::uint64_t lastTime = 0;  ///< after the start
   Trace trace;
   std::vector<CallTree> trees;                             ///< in the order of their first records
   std::unordered_map<std::uint32_t, std::size_t> numbers;  ///< places in `trees`
@@ -340,12 +344,29 @@ void FileReader::readRecord(std::string_view bytesOfRecord) {
     ++trace.lost;
     return;
   }
-  lastTime = std::max(lastTime, time);
   if (kind == RecordKind::program) return readProgram(record.payload);
   treeOf(record.thread).add(record);
 }
 
-Trace FileReader::read(std::uint64_t now) {
+void FileReader::finishTrees(const Writers& writers) {
+  std::unordered_map<std::uint32_t, std::uint64_t> lastTimes;  // of each process
+  for (const CallTree& tree : trees) {
+    std::uint64_t& last = lastTimes[tree.process()];
+    last = std::max(last, tree.lastTime());
+  }
+  for (CallTree& tree : trees) {
+    const std::uint64_t last = lastTimes[tree.process()];
+    if (trace.stopped != Stopped::no) {
+      trace.threads.push_back(tree.finish(Ending::unknown, last));
+    } else if (writers.processes.count(tree.process()) == 0) {
+      trace.threads.push_back(tree.finish(Ending::abandoned, last));
+    } else {
+      trace.threads.push_back(tree.finish(Ending::open, std::max(last, between(startTime, writers.now))));
+    }
+  }
+}
+
+Trace FileReader::read(const Writers& writers) {
   while (!left.empty()) {
     const auto size = numberAt<std::uint32_t>(left, offsetof(Record, size));
     if (size == 0 && numberAt<std::uint64_t>(left, 0) == 0 && left.size() >= sizeof(Record)) {
@@ -358,13 +379,11 @@ Trace FileReader::read(std::uint64_t now) {
       readRecord(takeFront(left, size));
     }
   }
-  // What happened after recording stopped is not known.
-  const std::uint64_t end = trace.stopped == Stopped::no ? std::max(lastTime, between(startTime, now)) : lastTime;
-  for (CallTree& tree : trees) trace.threads.push_back(tree.finish(end));
+  finishTrees(writers);
   return std::move(trace);
 }
 
-Trace readTrace(const std::string& path, std::uint64_t now) { return FileReader(path).read(now); }
+Trace readTrace(const std::string& path, const Writers& writers) { return FileReader(path).read(writers); }
 
 std::optional<Raise> raiseOf(const Event& native) {
   const auto isRaise = [](const Event& event) {

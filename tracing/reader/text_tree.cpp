@@ -150,6 +150,8 @@ std::string endingOf(const Event& event) {
     return "threw " + (event.thrown.value_or("").empty() ? "what is not a C++ exception" : printable(*event.thrown));
   }
   if (event.ending == Ending::jumped) return "was left without returning";
+  if (event.ending == Ending::abandoned) return "had not ended when the process ended";
+  if (event.ending == Ending::unknown) return "had not ended when the recording stopped";
   const std::optional<Raise> raise = raiseOf(event);
   return raise ? "raised " + printable(raise->exceptionClass) : "";
 }

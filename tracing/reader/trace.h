@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,8 +22,10 @@ struct Value {
 };
 
 enum class Ending {
-  open,      ///< the call still ran when the trace was read, or when the process ended
-  returned,  ///< with a result, or none
+  open,       ///< the call still ran when the trace was read
+  abandoned,  ///< the process ended first
+  unknown,    ///< recording stopped first
+  returned,   ///< with a result, or none
   threw,
   jumped,
 };
@@ -64,6 +67,7 @@ struct Event {
   Lock lock;
   std::vector<Event> inner;  ///< in the order of time
 
+  bool hasEnded() const { return ending >= Ending::returned; }
   bool isNative() const { return kind == EventKind::call && descriptionOf(call).isNative; }
   /// Nothing where a native has not ended.
   const Value* result() const { return results.empty() ? nullptr : &results.front(); }
@@ -95,9 +99,15 @@ struct Trace {
   std::vector<Thread> threads;
 };
 
-/// Reads what a process has recorded so far. Throws `std::runtime_error` for a file that is none of a trace's.
-/// @param now the time of CLOCK_MONOTONIC if the process still runs: calls that have not ended last until then. Without
-/// it they last until the last event.
-Trace readTrace(const std::string& path, std::uint64_t now = 0);
+/// The processes that still write to a trace.
+struct Writers {
+  std::uint64_t now = 0;  ///< the time of CLOCK_MONOTONIC at which they did
+  std::set<std::uint32_t> processes;
+};
+
+/// Reads what a process and its forked children have recorded so far. Calls that have not ended last until now where
+/// their process still writes, otherwise until its last event. Throws `std::runtime_error` for a file that is none of a
+/// trace's.
+Trace readTrace(const std::string& path, const Writers& writers = {});
 
 }  // namespace orva::tracing

@@ -416,7 +416,7 @@ TEST(Explanation, IsEmptyForWhatSucceeded) {
 }
 
 TEST(Explanation, IsEmptyForWhatHasNotEnded) {
-  for (const Ending ending : {Ending::open, Ending::jumped}) {
+  for (const Ending ending : {Ending::open, Ending::abandoned, Ending::unknown, Ending::jumped}) {
     Event running = lookUp("A", {scan("A", 1), context()});
     running.ending = ending;
     running.results.clear();

@@ -166,6 +166,13 @@ for process in "$program" "$tracer"; do
   same "errors of --dump $process" '' "$(cat errors)"
   same "lookups in --dump $process" '1 1' "$(shown shop.Till dump) $(shown shop.Cart dump)"
 done
+# The same from its records, by whatever path they are named; a call that runs lasts until now.
+ln -s records linked
+for folder in records linked "$TMPDIR"; do
+  "$trace" --read "$folder"/orva-trace-* --slower 10ms >dump 2>errors
+  same "lookups in --read $folder" '0 1' "$(shown shop.Till dump) $(shown shop.Cart dump)"
+  grep -q 'shop.Cart.*still running after [0-9.]* m\?s$' dump || fail "--read $folder: found <$(cat dump)>"
+done
 kill -INT "$tracer"
 kill -QUIT "$tracer"
 kill -TERM "$tracer"
@@ -175,6 +182,18 @@ same 'lookups until SIGTERM' '1 1' "$(shown shop.Till tree) $(shown shop.Cart tr
 same 'what SIGTERM leaves' '' "$(ls -A "$TMPDIR")"
 kill -0 "$program" || fail 'the program was ended'
 kill -KILL "$program"
+
+# A call that the process did not live to end.
+"$trace" --keep killed --output tree "$host" --hang shop.Cart >output 2>errors &
+await output ready
+program=$(pgrep -P $!)
+until "$trace" --dump "$program" 2>errors | grep -q shop.Cart; do sleep 0.05; done
+kill -KILL "$program"
+wait $!
+for file in tree dump; do
+  same "a call that was not ended, $file" 1 "$(grep -c 'had not ended when the process ended' "$file")"
+  "$trace" --read killed >dump
+done
 
 # shellcheck disable=SC2016
 "$trace" --output tree --keep later \

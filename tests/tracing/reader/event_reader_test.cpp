@@ -28,7 +28,7 @@ static std::string shapeOf(const std::vector<Event>& events) {
     shape += event.kind == EventKind::scan   ? "scan"
              : event.kind == EventKind::lock ? "lock"
                                              : std::string(descriptionOf(event.call).name);
-    if (event.ending == Ending::open) shape += '?';
+    if (!event.hasEnded()) shape += '?';
     if (event.ending == Ending::jumped) shape += '!';
     if (!event.inner.empty()) shape += "[" + shapeOf(event.inner) + "]";
   }
@@ -177,17 +177,29 @@ TEST(Reader, TakesTheProcessOfTheHeaderForThreadsWithoutARecord) {
   EXPECT_EQ(traceOf(EventWriter(12, 11).begin(loadClass, 0)).threads.at(0).process, 12U);
 }
 
-TEST(Reader, LetsOpenCallsLastUntilTheLastEventOrUntilNow) {
-  EventWriter writer;
-  writer.at(100).begin(getTypeByName, 0);
-  writer.at(200).begin(loadSource, 1);
-  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?[Compiler::ensureSourceLoadedInActiveJit?]");
-  EXPECT_EQ(traceOf(writer).threads[0].events[0].duration, 100U);
-  const Trace now = traceOf(writer, EventWriter::startTime + 1200);
-  EXPECT_EQ(now.threads[0].events[0].duration, 1100U);
-  EXPECT_EQ(now.threads[0].events[0].inner[0].duration, 1000U);
+/// How long the first call of each thread lasted, and how it ended.
+static std::vector<std::pair<std::uint64_t, Ending>> endsOf(const Trace& trace) {
+  std::vector<std::pair<std::uint64_t, Ending>> ends;
+  for (const Thread& thread : trace.threads) {
+    ends.emplace_back(thread.events.at(0).duration, thread.events.at(0).ending);
+  }
+  return ends;
+}
+
+TEST(Reader, LetsOpenCallsLastUntilNowOrUntilTheLastEventOfTheirProcess) {
+  constexpr std::uint32_t parent = 4711;
+  constexpr std::uint32_t child = 4712;
+  EventWriter writer(parent);
+  writer.threadNamed("", parent, parent).at(100).begin(getTypeByName, 0).at(200).begin(loadSource, 1);
+  writer.in(2).threadNamed("", child, child).at(300).begin(getTypeByName, 0).at(450).begin(loadSource, 1);
+  const std::uint64_t now = EventWriter::startTime + 1100;
+  using Ends = std::vector<std::pair<std::uint64_t, Ending>>;
+  EXPECT_EQ(endsOf(traceOf(writer)), (Ends{{100, Ending::abandoned}, {150, Ending::abandoned}}));
+  EXPECT_EQ(endsOf(traceOf(writer, {now, {parent}})), (Ends{{1000, Ending::open}, {150, Ending::abandoned}}));
+  EXPECT_EQ(endsOf(traceOf(writer, {now, {child}})), (Ends{{100, Ending::abandoned}, {800, Ending::open}}));
+  EXPECT_EQ(traceOf(writer, {now, {parent}}).threads[0].events[0].inner[0].duration, 900U);
   writer.header(offsetof(FileHeader, stopped), static_cast<std::uint32_t>(Stopped::limit));
-  EXPECT_EQ(traceOf(writer, EventWriter::startTime + 1200).threads[0].events[0].duration, 100U);
+  EXPECT_EQ(endsOf(traceOf(writer, {now, {parent}})), (Ends{{100, Ending::unknown}, {150, Ending::unknown}}));
 }
 
 TEST(Reader, DropsEndsWithoutABeginning) {

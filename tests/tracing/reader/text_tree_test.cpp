@@ -15,15 +15,15 @@ constexpr auto getTypeByName = CallId::orva_ClassLoader_getTypeByName;
 constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
 constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
 
-static std::string treeOf(const EventWriter& writer, const TreeStyle& style = {}, std::uint64_t now = 0) {
+static std::string treeOf(const EventWriter& writer, const TreeStyle& style = {}, const Writers& writers = {}) {
   std::ostringstream out;
-  printTree(traceOf(writer, now), style, out);
+  printTree(traceOf(writer, writers), style, out);
   return out.str();
 }
 
 /// The tree without its first line, which names the process.
-static std::string callsOf(const EventWriter& writer, const TreeStyle& style = {}, std::uint64_t now = 0) {
-  const std::string tree = treeOf(writer, style, now);
+static std::string callsOf(const EventWriter& writer, const TreeStyle& style = {}, const Writers& writers = {}) {
+  const std::string tree = treeOf(writer, style, writers);
   return tree.substr(tree.find('\n') + 1);
 }
 
@@ -71,7 +71,7 @@ ClassLoader.getTypeByName("Box<Cart>") raised Exception                   9.6 ms
 
 thread 4712 'worker' of process 4712, forked
 Reflection_getTypeCount() = -1                                          100.0 µs
-ClassLoader.getSystem()                                 still running after 0 ns
+ClassLoader.getSystem() had not ended when the process ended                0 ns
 )");
 }
 
@@ -117,8 +117,12 @@ TEST(TextTree, TellsWaitingForTheLockFromHoldingIt) {
 TEST(TextTree, SaysHowLongACallHasBeenRunning) {
   EventWriter writer;
   writer.at(100'000'000).begin(loadSource, 0, Payload().text("/s/Cart.ov"));
-  EXPECT_EQ(callsOf(writer, {}, EventWriter::startTime + 2'200'000'000),
+  EXPECT_EQ(callsOf(writer, {}, {EventWriter::startTime + 2'200'000'000, {4711}}),
             "Compiler::ensureSourceLoadedInActiveJit(\"/s/Cart.ov\")  still running after 2.1 s\n");
+  writer.at(1'400'000'000).lock(1, 0, 0);
+  EXPECT_EQ(callsOf(writer), padded("Compiler::ensureSourceLoadedInActiveJit(\"/s/Cart.ov\")", 75) + "1.3 s\n" +
+                                 "    had not ended when the process ended\n" +
+                                 padded("  type table walked, lock held 0 ns", 76) + "0 ns\n");
 }
 
 TEST(TextTree, CutsLongTextsInTheirMiddle) {

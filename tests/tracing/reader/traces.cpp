@@ -19,9 +19,9 @@ std::string explanationOf(const Event& native) {
 
 std::string temporaryPath() { return testing::TempDir() + "orva-trace-" + std::to_string(getpid()) + ".events"; }
 
-Trace traceOf(const EventWriter& writer, std::uint64_t now) {
+Trace traceOf(const EventWriter& writer, const Writers& writers) {
   const std::string path = temporaryPath();
-  Trace trace = readTrace(writer.save(path), now);
+  Trace trace = readTrace(writer.save(path), writers);
   std::filesystem::remove(path);
   return trace;
 }

@@ -1,7 +1,6 @@
 // Traces for the reader's tests, and where their files are.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "tests/tracing/event_writer.h"
@@ -13,7 +12,7 @@ namespace orva::tracing {
 std::string temporaryPath();
 
 /// What the reader makes of a file.
-Trace traceOf(const EventWriter& writer, std::uint64_t now = 0);
+Trace traceOf(const EventWriter& writer, const Writers& writers = {});
 
 /// A trace with each kind of record and of value in it.
 EventWriter everyKindOfRecord();
