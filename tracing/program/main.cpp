@@ -163,9 +163,14 @@ bool show(const Options& options, const std::vector<std::string>& paths, const s
   Ended ended;
   {
     const TraceFolder folder(options.keep);
+    const std::vector<std::string> earlier = tracesIn(folder.path());
     ended = runTraced({program, options.command, folder.path(), options.limit, options.follows});
     try {
-      const std::vector<std::string> paths = tracesIn(folder.path());
+      std::vector<std::string> paths = tracesIn(folder.path());
+      const auto isEarlier = [&](const std::string& path) {
+        return std::find(earlier.begin(), earlier.end(), path) != earlier.end();
+      };
+      paths.erase(std::remove_if(paths.begin(), paths.end(), isEarlier), paths.end());
       show(options, paths, program, outputs);
       reportRunning(paths, options);
     } catch (const std::exception& failure) {

@@ -30,7 +30,7 @@ static std::string temporaryFolder() {
     throw Failure(ownFailure, "cannot make a folder for the trace in " + inQuotes(parent) + ": " +
                                   std::generic_category().message(errno));
   }
-  return path;
+  return fs::canonical(path).string();
 }
 
 static std::string keptFolder(const std::string& path) {
@@ -38,9 +38,7 @@ static std::string keptFolder(const std::string& path) {
     throw Failure(ownFailure,
                   "cannot make the folder " + inQuotes(path) + ": " + std::generic_category().message(errno));
   }
-  if (!tracesIn(path).empty()) {
-    throw Failure(ownFailure, "the folder " + inQuotes(path) + " holds a trace already: name another, or remove it");
-  }
+  tracesIn(path);  // throws where it cannot be read
   if (access(path.c_str(), W_OK) != 0) {
     throw Failure(ownFailure,
                   "cannot write to the folder " + inQuotes(path) + ": " + std::generic_category().message(errno));

@@ -11,10 +11,10 @@
 
 namespace orva::tracing {
 
-/// A new folder for the traces of one run. Removes it at the end, unless it is to be kept.
+/// A folder for the traces of a run. Removes it at the end, unless it is to be kept.
 class TraceFolder {
  public:
-  /// @param kept a folder that is created, or has no trace in it; empty for one in TMPDIR that is removed
+  /// @param kept a folder, which is created if it is not there; empty for one in TMPDIR that is removed
   explicit TraceFolder(const std::string& kept);
   ~TraceFolder();
   TraceFolder(const TraceFolder&) = delete;

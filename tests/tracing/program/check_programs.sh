@@ -117,8 +117,13 @@ cp "$(type -P true)" "$bare"
 none="orva-trace: no class-loading library was loaded by '$bare'"
 check 'a program without the library' 0 "$none" --keep bare "$bare"
 check 'a kept trace of it' 0 "$none" --read bare
-check 'a folder that holds a trace' 2 \
-  "orva-trace: the folder 'kept' holds a trace already: name another, or remove it" --keep kept "$host"
+for name in Pen Ink; do
+  check "a folder that holds a trace, $name" 0 '' --keep kept --output tree "$host" --ask "shop.$name"
+  same "lookups of this start" "0 1" "$(shown shop.Till tree) $(shown "shop.$name" tree)"
+done
+check 'all starts' 0 '' --read kept
+same 'lookups of all starts, by start' 'Till Pen Ink' \
+  "$(grep -oE '^Cl.*(Till|Pen|Ink)' output | sed 's/.*shop.//' | paste -sd' ')"
 check 'a limit' 0 '' --limit 64K --output tree "$host" --ask shop.Till --times 20000 --ask shop.Cart
 same 'lookups within the limit' 1 "$(shown shop.Till tree)"
 same 'lookups beyond the limit' 0 "$(shown 'shop.Tills' tree)"
@@ -169,7 +174,9 @@ done
 # The same from its records, by whatever path they are named; a call that runs lasts until now.
 ln -s records linked
 for folder in records linked "$TMPDIR"; do
-  "$trace" --read "$folder"/orva-trace-* --slower 10ms >dump 2>errors
+  until "$trace" --read "$folder"/orva-trace-* --slower 10ms >dump 2>errors && grep -q 'shop.Cart' dump; do
+    sleep 0.05
+  done
   same "lookups in --read $folder" '0 1' "$(shown shop.Till dump) $(shown shop.Cart dump)"
   grep -q 'shop.Cart.*still running after [0-9.]* m\?s$' dump || fail "--read $folder: found <$(cat dump)>"
 done
@@ -184,12 +191,12 @@ kill -0 "$program" || fail 'the program was ended'
 kill -KILL "$program"
 
 # A call that the process did not live to end.
-"$trace" --keep killed --output tree "$host" --hang shop.Cart >output 2>errors &
-await output ready
+"$trace" --keep killed --output tree "$host" --hang shop.Cart >hanging 2>errors &
+await hanging ready
 program=$(pgrep -P $!)
 until "$trace" --dump "$program" 2>errors | grep -q shop.Cart; do sleep 0.05; done
 kill -KILL "$program"
-wait $!
+wait $! 2>/dev/null
 for file in tree dump; do
   same "a call that was not ended, $file" 1 "$(grep -c 'had not ended when the process ended' "$file")"
   "$trace" --read killed >dump
@@ -197,10 +204,24 @@ done
 
 # shellcheck disable=SC2016
 "$trace" --output tree --keep later \
-  sh -c '"$@" >started & echo $! >pid; until grep -qs ready started; do sleep 0.05; done' \
+  sh -c '"$@" >going_on & echo $! >pid; until grep -qs ready going_on; do sleep 0.05; done' \
   sh "$host" --ready --wait 2>errors
 same 'a child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'later'" \
   "$(cat errors)"
+kill -KILL "$(cat pid)"
+cat >forking.py <<'PY'
+import os, signal, sys
+child = os.fork()
+if child:
+    print(child, file=open("pid", "w"))
+else:
+    signal.pause()
+PY
+"$trace" --output tree --keep forked /usr/bin/python3 forking.py 2>errors
+same 'a forked child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'forked'" \
+  "$(tail -1 errors)"
+python=$(realpath /usr/bin/python3)
+check '--dump of the forked child' 0 "orva-trace: no class-loading library was loaded by '$python'" --output tree --dump "$(cat pid)"
 kill -KILL "$(cat pid)"
 check '--dump of what is not there' 2 "orva-trace: there is no process $(cat /proc/sys/kernel/pid_max)" \
   --dump "$(cat /proc/sys/kernel/pid_max)"
