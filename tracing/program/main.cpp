@@ -57,6 +57,7 @@ class Outputs {
   /// Returns false when something could not be written.
   bool write(const Options& options, const std::vector<Trace>& traces) {
     if (text_ != nullptr) writeText(options, traces);
+    if (text_ == nullptr) reportNotes(traces);
     if (json_ != nullptr) writeChromeTrace(traces, json_->stream());
     if (html_ != nullptr) writeHtmlPage(traces, html_->stream());
     bool isWritten = true;
@@ -70,8 +71,20 @@ class Outputs {
   void writeText(const Options& options, const std::vector<Trace>& traces) {
     TreeStyle style;
     style.colours = text_->wantsColours();
-    if (options.wantsSummary) printSummary(summaryOf(joined(traces)), style, text_->stream());
+    if (options.wantsSummary) {
+      const Summary summary = summaryOf(joined(traces));
+      if (summary.natives.empty() && summary.neighbours.empty()) text_->stream() << "no calls
+";
+      printSummary(summary, style, text_->stream());
+    }
     for (const Trace& trace : traces) (options.wantsSummary ? printNotes : printTree)(trace, style, text_->stream());
+  }
+
+  /// A tree and a summary have them in it.
+  static void reportNotes(const std::vector<Trace>& traces) {
+    for (const Trace& trace : traces) {
+      for (const std::string& note : notesOf(trace)) report("process " + std::to_string(trace.process) + ": " + note);
+    }
   }
 
   std::unique_ptr<Output> text_;
@@ -154,7 +167,8 @@ bool show(const Options& options, const std::vector<std::string>& paths, const s
   const std::string first = program.empty() && !traces.empty() ? traces.front().program : program;
   dropUnattached(recorded, first);
   for (Trace& trace : traces) keepMatching(trace, options.filter);
-  return outputs.write(options, traces);
+  const bool isRead = recorded.isWhole || !traces.empty();
+  return outputs.write(options, traces) && isRead;
 }
 
 [[noreturn]] void runAndShow(const Options& options) {

@@ -249,11 +249,18 @@ class FileReader {
   CallTree& treeOf(std::uint32_t number);
   void readProgram(std::string_view payload);
   void finishTrees(const Writers& writers);
+  /// Tells whether the file ends before what it had room for.
+  bool isCut() const {
+    const auto reserved = ofHeader<std::uint64_t>(offsetof(FileHeader, reserved));
+    return bytes.size() < std::min(reserved, ofHeader<std::uint64_t>(endOffset));
+  }
 
   template <typename Number>
   Number ofHeader(std::size_t offset) const {
     return numberAt<Number>(bytes, offset);
   }
+
+  static constexpr std::size_t endOffset = offsetof(FileHeader, end);
 
   std::string bytes;
   std::string_view left;  ///< of the bytes, from the next record
@@ -279,7 +286,7 @@ FileReader::FileReader(const std::string& path) {
   take(sizeof(FileHeader));
   readHeader(path);
   // The file is sparse, and as long as it may become.
-  take(ofHeader<std::uint64_t>(offsetof(FileHeader, end)));
+  take(ofHeader<std::uint64_t>(endOffset));
   left = bytes;
   takeFront(left, ofHeader<std::uint32_t>(offsetof(FileHeader, headerSize)));
 }
@@ -369,16 +376,20 @@ void FileReader::finishTrees(const Writers& writers) {
 Trace FileReader::read(const Writers& writers) {
   while (!left.empty()) {
     const auto size = numberAt<std::uint32_t>(left, offsetof(Record, size));
-    if (size == 0 && numberAt<std::uint64_t>(left, 0) == 0 && left.size() >= sizeof(Record)) {
+    if (left.size() >= 8 && numberAt<std::uint64_t>(left, 0) == 0) {
       skipUnwritten();
     } else if (size < sizeof(Record) || size % 8 != 0 || size > left.size()) {
-      // Not of a recorder, or cut off: nothing tells where the next one begins.
-      ++trace.lost;
+      // Nothing tells where the next one begins. While the program runs, the file may have grown since it was read.
+      const bool isShort = left.size() < std::max<std::size_t>(size, sizeof(Record));
+      const bool mayHaveGrown = isShort && !isCut() && bytes.size() < ofHeader<std::uint64_t>(endOffset);
+      if (mayHaveGrown) ++trace.lost;
+      if (!mayHaveGrown) trace.damagedFrom = bytes.size() - left.size();
       break;
     } else {
       readRecord(takeFront(left, size));
     }
   }
+  if (trace.damagedFrom == 0 && isCut()) trace.damagedFrom = bytes.size();
   finishTrees(writers);
   return std::move(trace);
 }

@@ -289,6 +289,9 @@ std::vector<std::string> notesOf(const Trace& trace) {
   if (trace.lost > 0) {
     notes.push_back(countText(static_cast<std::int64_t>(trace.lost), "event was", "events were") + " not finished");
   }
+  if (trace.damagedFrom > 0) {
+    notes.push_back("the trace ends early: its file is damaged from byte " + std::to_string(trace.damagedFrom) + " on");
+  }
   if (trace.unseen > 0) {
     notes.push_back(countText(trace.unseen, "reference to a native was", "references to natives were") +
                     " not redirected: calls through " + (trace.unseen == 1 ? "it" : "them") + " are not shown");

@@ -133,6 +133,19 @@ for file in summary cut.json; do
   grep -q 'size limit is reached' "$file" || fail "$file does not say that the trace was cut"
 done
 
+check 'a limit, kept' 0 '' --keep cut --limit 64K --output tree "$host" --times 20000
+note="orva-trace: process $(basename cut/*-0.events -0.events): the trace ends early: its size limit is reached"
+for option in --json=calls.json --html=calls.html; do
+  check "a cut trace, $option" 0 "$note" --read cut "$option"
+done
+check 'a cut trace, --summary' 0 '' --read cut --summary
+grep -q 'its size limit is reached' output || fail "the summary of a cut trace: $(tail -1 output)"
+truncate -s 9000 cut/*.events
+"$trace" --read cut --output tree 2>errors
+grep -q 'its file is damaged from byte [0-9]* on' tree || fail "a damaged file: found <$(tail -1 tree)>"
+check 'a summary of nothing' 0 '' --read kept --name nobody --summary
+same 'what it says' 'no calls' "$(cat output)"
+
 # == A trace that cannot be written
 "$trace" "$host" --ask shop.Till 2>&1 >output | head -c 0
 same 'a closed pipe' '0 shop.Till is no type' "${PIPESTATUS[0]} $(cat output)"

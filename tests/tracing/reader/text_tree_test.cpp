@@ -255,9 +255,11 @@ TEST(TextTree, EndsWithWhatItDoesNotShow) {
   EXPECT_TRUE(notesOf(trace).empty());
   trace.stopped = Stopped::limit;
   trace.lost = 1;
+  trace.damagedFrom = 4096;
   trace.unseen = 2;
   EXPECT_EQ(notesOf(trace), (std::vector<std::string>{
                                 "the trace ends early: its size limit is reached", "1 event was not finished",
+                                "the trace ends early: its file is damaged from byte 4096 on",
                                 "2 references to natives were not redirected: calls through them are not shown"}));
   trace = {};
   trace.stopped = Stopped::failed;
