@@ -84,12 +84,11 @@ class Signals {
     }
     sigemptyset(&awaited_);
     sigaddset(&awaited_, SIGCHLD);
-    for (const int signal : {SIGTERM, SIGHUP}) {
-      struct sigaction action{};
-      sigaction(signal, nullptr, &action);
-      // As nohup starts programs.
-      if (action.sa_handler != SIG_IGN) sigaddset(&awaited_, signal);
+    for (const int signal :
+         {SIGTERM, SIGHUP, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGIO, SIGPWR, SIGXCPU, SIGSTKFLT}) {
+      awaitUnlessIgnored(signal);
     }
+    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) awaitUnlessIgnored(signal);
     sigprocmask(SIG_BLOCK, &awaited_, &maskBefore_);
   }
 
@@ -105,6 +104,13 @@ class Signals {
   }
 
  private:
+  void awaitUnlessIgnored(int signal) {
+    struct sigaction action{};
+    sigaction(signal, nullptr, &action);
+    // As nohup starts programs.
+    if (action.sa_handler != SIG_IGN) sigaddset(&awaited_, signal);
+  }
+
   // What is written after the program's end may not end orva-trace, which still has a status to hand on.
   static constexpr std::array changed = {SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGCHLD};
   std::array<struct sigaction, changed.size()> before_{};

@@ -22,7 +22,8 @@ struct Ended {
 };
 
 /// Runs a program and waits for its end. SIGINT and SIGQUIT, which a terminal sends to the program too, are ignored
-/// meanwhile; SIGTERM and SIGHUP end the wait. Throws `Failure` when the program cannot be started.
+/// meanwhile; SIGTERM and the others that end a process end the wait. Throws `Failure` when the program cannot be
+/// started.
 Ended runTraced(const Launch& launch);
 
 /// Ends this process as the program ended: by the same signal, or with the same status.

@@ -52,6 +52,9 @@ class Outputs {
     }
     if (!options.json.empty()) json_ = std::make_unique<Output>(options.json);
     if (!options.html.empty()) html_ = std::make_unique<Output>(options.html);
+    checkApart(text_.get(), json_.get());
+    checkApart(text_.get(), html_.get());
+    checkApart(json_.get(), html_.get());
   }
 
   /// Returns false when something could not be written.
@@ -73,11 +76,15 @@ class Outputs {
     style.colours = text_->wantsColours();
     if (options.wantsSummary) {
       const Summary summary = summaryOf(joined(traces));
-      if (summary.natives.empty() && summary.neighbours.empty()) text_->stream() << "no calls
-";
+      if (summary.natives.empty() && summary.neighbours.empty()) text_->stream() << "no calls\n";
       printSummary(summary, style, text_->stream());
     }
     for (const Trace& trace : traces) (options.wantsSummary ? printNotes : printTree)(trace, style, text_->stream());
+  }
+
+  static void checkApart(const Output* one, const Output* other) {
+    if (one == nullptr || other == nullptr || !one->isSameFile(*other)) return;
+    throw Failure(ownFailure, "two outputs go to one file: " + one->name() + " and " + other->name());
   }
 
   /// A tree and a summary have them in it.

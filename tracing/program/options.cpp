@@ -100,7 +100,9 @@ std::optional<std::uint64_t> measured(std::string_view text, const Units& units)
 
 using Unit = std::pair<std::string_view, double>;
 constexpr std::array durations = {Unit{"ns", 1}, Unit{"us", 1e3}, Unit{"ms", 1e6}, Unit{"s", 1e9}};
-constexpr std::array sizes = {Unit{"", 1}, Unit{"K", 1U << 10U}, Unit{"M", 1U << 20U}, Unit{"G", 1U << 30U}};
+constexpr std::array sizes = {Unit{"", 1},          Unit{"K", 1U << 10U}, Unit{"M", 1U << 20U}, Unit{"G", 1U << 30U},
+                              Unit{"k", 1U << 10U}, Unit{"m", 1U << 20U}, Unit{"g", 1U << 30U}};
+constexpr std::uint64_t leastLimit = 4096;  // a page, which holds the head of a trace
 
 /// The words of the command line, taken one by one.
 class CommandLine {
@@ -161,7 +163,8 @@ class CommandLine {
       parsed_.filter.leastDuration = need(measured(value, durations), option, value, "a number with ns, us, ms or s");
     } else if (option.name == "--limit") {
       parsed_.limit = need(measured(value, sizes), option, value, "a number of bytes, with K, M or G for more");
-      if (parsed_.limit == 0) failValue(option, value, "more than nothing");
+      if (parsed_.limit < leastLimit) failValue(option, value, "4K or more");
+      isLimited_ = true;
     } else if (option.name == "--native") {
       addNative(value);
     } else if (option.name == "--dump") {
@@ -217,7 +220,10 @@ class CommandLine {
     if (shows && !parsed_.command.empty()) {
       failUsage("unexpected word " + inQuotes(parsed_.command.front()) + ": --read and --dump run no program");
     }
-    if (shows && !parsed_.keep.empty()) failUsage("--keep is for a program that is run, not for --read or --dump");
+    const std::string_view forRuns = !parsed_.keep.empty() ? "--keep" : isLimited_ ? "--limit" : "--no-follow";
+    if (shows && (!parsed_.keep.empty() || isLimited_ || !parsed_.follows)) {
+      failUsage(std::string(forRuns) + " is for a program that is run, not for --read or --dump");
+    }
     if (!shows && parsed_.command.empty()) failUsage("expected a PROGRAM");
     if (!shows && parsed_.command.front().empty()) failUsage("the PROGRAM is empty: expected a name or a path");
   }
@@ -225,6 +231,7 @@ class CommandLine {
   std::vector<std::string_view> words_;
   std::size_t at_ = 0;
   Options parsed_;
+  bool isLimited_ = false;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "tracing/program/output.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -53,6 +54,13 @@ Output::Output(int descriptor, const std::string& name)
 
 Output::~Output() {
   if (isOwn_) close(descriptor_);
+}
+
+bool Output::isSameFile(const Output& other) const {
+  struct stat one{};
+  struct stat two{};
+  if (fstat(descriptor_, &one) != 0 || fstat(other.descriptor_, &two) != 0) return false;
+  return S_ISREG(one.st_mode) && one.st_dev == two.st_dev && one.st_ino == two.st_ino;
 }
 
 bool Output::wantsColours() const {

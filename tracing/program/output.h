@@ -36,6 +36,10 @@ class Output {
   Output& operator=(const Output&) = delete;
 
   std::ostream& stream() { return stream_; }
+  const std::string& name() const { return name_; }
+
+  /// Tells whether both write to one file, by whatever paths; devices and pipes may take several outputs.
+  bool isSameFile(const Output& other) const;
 
   /// Tells whether colours are wanted: on a terminal that has them, unless NO_COLOR says otherwise.
   bool wantsColours() const;

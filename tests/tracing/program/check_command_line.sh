@@ -19,6 +19,8 @@ wrong "option '--help' takes no value" --help=me
 wrong '--read and --dump exclude each other' --read . --dump 1
 wrong "unexpected word 'true': --read and --dump run no program" --read . true
 wrong '--keep is for a program that is run, not for --read or --dump' --dump 1 --keep x
+wrong '--limit is for a program that is run, not for --read or --dump' --read . --limit 1M
+wrong '--no-follow is for a program that is run, not for --read or --dump' --no-follow --read .
 wrong "there is no native 'getType': expected one of objectAbiVersion, getSystem, getTypeByName, addSourceRoot, \
 precompileSources, loadSourceClass, loadObjectBundle, loadClass, loadPackageTypes" --native getType true
 
@@ -50,7 +52,12 @@ for value in much 1T -1 K 0x10 99999999999G; do
   wrong "option '--limit' has the value '$value': expected a number of bytes, with K, M or G for more" \
     "--limit=$value" true
 done
-wrong "option '--limit' has the value '0': expected more than nothing" --limit 0 true
+for value in 0 1 4095 3k; do
+  wrong "option '--limit' has the value '$value': expected 4K or more" "--limit=$value" true
+done
+for value in 4096 4K 4k 1m 1g; do
+  check "--limit=$value" 0 '' "--limit=$value" --help
+done
 for value in me 0 -1 1.5 99999999999; do
   wrong "option '--dump' has the value '$value': expected the number of a process" "--dump=$value"
 done
@@ -60,6 +67,13 @@ for option in --output --json --html; do
     "$option" none/file touch ran
 done
 touch plain
+ln -s plain link
+for outputs in '--output plain --json ./plain' '--output link --html plain' '--json plain --html link'; do
+  # shellcheck disable=SC2086
+  "$trace" $outputs touch ran 2>errors
+  same "$outputs" 2 $?
+  grep -q '^orva-trace: two outputs go to one file: ' errors || fail "$outputs: found <$(cat errors)>"
+done
 check '--keep in no folder' 2 "orva-trace: cannot make the folder 'none/records': No such file or directory" \
   --keep none/records touch ran
 check '--keep in a file' 2 "orva-trace: cannot read the folder 'plain': Not a directory" --keep plain touch ran

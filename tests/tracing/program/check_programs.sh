@@ -203,6 +203,18 @@ same 'what SIGTERM leaves' '' "$(ls -A "$TMPDIR")"
 kill -0 "$program" || fail 'the program was ended'
 kill -KILL "$program"
 
+for signal in HUP USR1 USR2 ALRM VTALRM PROF IO PWR XCPU RTMIN RTMAX; do
+  env --default-signal "$trace" --output tree "$host" --ready --wait >"ready_$signal" 2>errors &
+  await "ready_$signal" ready
+  program=$(pgrep -P $!)
+  kill -s "$signal" $!
+  wait $! 2>/dev/null
+  status=$?
+  same "SIG$signal while the program runs" $((128 + $(kill -l "$signal"))) "$status"
+  same "what SIG$signal leaves" '' "$(ls -A "$TMPDIR")"
+  kill -KILL "$program"
+done
+
 # A call that the process did not live to end.
 "$trace" --keep killed --output tree "$host" --hang shop.Cart >hanging 2>errors &
 await hanging ready
