@@ -32,7 +32,9 @@ std::string_view nearestOption(const Options& options, std::string_view word) {
   std::size_t least = std::max<std::size_t>(2, word.size() / 4) + 1;
   for (const auto& option : options) {
     const bool isAbbreviation = word.size() > 3 && option.name.substr(0, word.size()) == word;
-    const std::size_t distance = isAbbreviation ? 0 : editDistance(word, option.name);
+    // Swapped letters are the likeliest mistake.
+    const bool isSwapped = std::is_permutation(word.begin(), word.end(), option.name.begin(), option.name.end());
+    const std::size_t distance = isAbbreviation ? 0 : isSwapped ? 1 : editDistance(word, option.name);
     if (distance >= least) continue;
     nearest = option.name;
     least = distance;

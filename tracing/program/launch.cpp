@@ -138,7 +138,10 @@ int execute(const Launch& launch) {
 /// Starts the program. A pipe, which closes when it runs, tells why it does not.
 pid_t start(const Launch& launch, const Signals& signals) {
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) failStart(launch, errno);
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    throw Failure(cannotRun, "cannot make a pipe to start " + inQuotes(launch.program) +
+                                 " with: " + std::generic_category().message(errno));
+  }
   const pid_t child = fork();
   if (child == 0) {
     signals.restore();

@@ -51,7 +51,8 @@ TraceFolder::TraceFolder(const std::string& kept)
 
 TraceFolder::~TraceFolder() {
   std::error_code ignored;
-  if (!isKept_) fs::remove_all(path_, ignored);
+  // An empty folder goes also where there is no descriptor to list it with.
+  if (!isKept_ && rmdir(path_.c_str()) != 0) fs::remove_all(path_, ignored);
 }
 
 std::vector<std::string> tracesIn(const std::string& folder) {

@@ -28,7 +28,9 @@ precompileSources, loadSourceClass, loadObjectBundle, loadClass, loadPackageType
 options=$("$trace" --help | sed -nE 's/^  (--[a-z-]+).*/\1/p')
 same 'number of options' 14 "$(wc -w <<<"$options")"
 for option in $options; do
-  for misspelt in "${option%?}" "${option}s" "${option:0:3}z${option:4}"; do
+  swapped=${option:0:3}${option:4:1}${option:3:1}${option:5}
+  for misspelt in "${option%?}" "${option}s" "${option:0:3}z${option:4}" "$swapped"; do
+    [[ $misspelt != "$option" ]] || continue
     check "$misspelt" 2 "orva-trace: unknown option '$misspelt'; did you mean '$option'?" "$misspelt"
   done
 done

@@ -162,6 +162,13 @@ unshare -rm sh -c 'mount -t tmpfs -o size=64k none full && head -c 1M /dev/zero 
   TMPDIR=$PWD/full "$@"' sh "$trace" --output tree "$host" --ask shop.Till --end 3 >output 2>errors
 same 'records on a full disk' '3 shop.Till is no type' "$? $(cat output)"
 
+# With very few, the dynamic linker cannot load orva-trace (error 24).
+for descriptors in 4 5 6 7 8; do
+  (ulimit -n "$descriptors"; exec "$trace" --output tree "$host" --end 3) >output 2>errors
+  [[ $? == 3 || $(cat errors) == *@(': Too many open files'|'Error 24') ]] || fail "$descriptors descriptors: found <$(cat errors)>"
+  same "what is left with $descriptors descriptors" '' "$(ls -A "$TMPDIR")"
+done
+
 # == Colours
 colours() { script -qec "$1" /dev/null | grep -c $'\e\\['; }  # COMMAND
 export TERM=xterm
