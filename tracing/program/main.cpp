@@ -152,7 +152,7 @@ void dropUnattached(Recorded& recorded, const std::string& program) {
     report(inQuotes(each) + ": this program has the library linked statically: link orva::classloader_traced");
     isTold = true;
   }
-  if (!isTold) report("no class-loading library was loaded by " + inQuotes(program));
+  if (!isTold) report("no class-loading library was seen in " + inQuotes(program));
 }
 
 /// Says which processes go on after the first one has ended.

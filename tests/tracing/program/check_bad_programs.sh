@@ -83,14 +83,14 @@ if [[ $(id -u) == 0 ]]; then
 fi
 
 # Programs that run, and of which nothing is seen: their own status.
-check 'no library' 3 "orva-trace: no class-loading library was loaded by '/bin/sh'" /bin/sh -c 'exit 3'
+check 'no library' 3 "orva-trace: no class-loading library was seen in '/bin/sh'" /bin/sh -c 'exit 3'
 linked="this program has the library linked statically: link orva::classloader_traced"
 check 'linked statically' 3 "orva-trace: '$static_host': $linked" "$static_host" --ask shop.Till --end 3
 same 'output of the program' 'shop.Till is no type' "$(cat output)"
 check 'linked statically, to be traced' 3 '' --output tree "$traced_host" --ask shop.Till --end 3
 same 'its lookups' 1 "$(grep -c 'getTypeByName("shop.Till")' tree)"
 gcc -static -o whole main.c
-check 'a static program' 0 "orva-trace: no class-loading library was loaded by './whole'" ./whole
+check 'a static program' 0 "orva-trace: no class-loading library was seen in './whole'" ./whole
 # A script that runs one of each: what is not seen is told, beside what is.
 cat >both <<SCRIPT
 #!/bin/sh

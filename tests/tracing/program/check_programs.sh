@@ -93,7 +93,7 @@ done
 LD_PRELOAD=libm.so.6 LD_AUDIT='' "$trace" --output tree sh -c 'echo "$LD_PRELOAD $LD_AUDIT"' >output 2>errors
 same 'what is preloaded already' "libm.so.6:$libraries/liborva-trace-recorder.so $libraries/liborva-trace-audit.so" \
   "$(cat output)"
-check 'orva-trace under orva-trace' 0 "orva-trace: no class-loading library was loaded by '$trace'" \
+check 'orva-trace under orva-trace' 0 "orva-trace: no class-loading library was seen in '$trace'" \
   --output tree "$trace" --output inner "$host" --ask shop.Till
 same 'lookups of the inner one' 1 "$(shown shop.Till inner)"
 
@@ -253,7 +253,7 @@ PY
 same 'a forked child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'forked'" \
   "$(tail -1 errors)"
 python=$(realpath /usr/bin/python3)
-check '--dump of the forked child' 0 "orva-trace: no class-loading library was loaded by '$python'" --output tree --dump "$(cat pid)"
+check '--dump of the forked child' 0 "orva-trace: no class-loading library was seen in '$python'" --output tree --dump "$(cat pid)"
 kill -KILL "$(cat pid)"
 check '--dump of what is not there' 2 "orva-trace: there is no process $(cat /proc/sys/kernel/pid_max)" \
   --dump "$(cat /proc/sys/kernel/pid_max)"
