@@ -42,13 +42,23 @@ std::string countText(std::int64_t count, std::string_view one, std::string_view
   return numberText(count) + " " + std::string(count == 1 ? one : several);
 }
 
+/// So that a quote or a backslash of the text does not look like the text's end or like an escape.
+static std::string withEscapedQuotes(const std::string& text) {
+  std::string escaped;
+  for (const char character : text) {
+    if (character == '"' || character == '\\') escaped += '\\';
+    escaped += character;
+  }
+  return escaped;
+}
+
 std::string valueText(const Value& value) {
   switch (value.kind) {
     case StoredKind::null: return "null";
     case StoredKind::integer: return std::to_string(value.number);
     case StoredKind::truth: return value.number != 0 ? "true" : "false";
     case StoredKind::pointer: return formatted("0x%llx", static_cast<unsigned long long>(value.number));
-    case StoredKind::text: return '"' + printable(value.text) + (value.isCut ? "…\"" : "\"");
+    case StoredKind::text: return '"' + printable(withEscapedQuotes(value.text)) + (value.isCut ? "…\"" : "\"");
     case StoredKind::typeName: return printable(value.text);
     case StoredKind::count: break;
   }

@@ -289,6 +289,13 @@ TEST(ShownText, Numbers) {
   EXPECT_EQ(countText(5001, "type", "types"), "5,001 types");
 }
 
+TEST(ShownText, EscapesQuotesAndBackslashes) {
+  Value value;
+  value.kind = StoredKind::text;
+  value.text = "a\"b\\c\x1B";
+  EXPECT_EQ(valueText(value), R"("a\"b\\c\x1B")");
+}
+
 TEST(ShownText, Widths) {
   EXPECT_EQ(widthOf("abc"), 3U);
   EXPECT_EQ(widthOf("é…→"), 3U);
