@@ -165,7 +165,8 @@ same 'records on a full disk' '3 shop.Till is no type' "$? $(cat output)"
 # With very few, the dynamic linker cannot load orva-trace (error 24).
 for descriptors in 4 5 6 7 8; do
   (ulimit -n "$descriptors"; exec "$trace" --output tree "$host" --end 3) >output 2>errors
-  [[ $? == 3 || $(cat errors) == *@(': Too many open files'|'Error 24') ]] || fail "$descriptors descriptors: found <$(cat errors)>"
+  [[ $? == 3 || $(cat errors) == *@(': Too many open files'|'Error 24') ]] ||
+    fail "$descriptors descriptors: found <$(cat errors)>"
   same "what is left with $descriptors descriptors" '' "$(ls -A "$TMPDIR")"
 done
 
@@ -253,7 +254,8 @@ PY
 same 'a forked child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'forked'" \
   "$(tail -1 errors)"
 python=$(realpath /usr/bin/python3)
-check '--dump of the forked child' 0 "orva-trace: no class-loading library was seen in '$python'" --output tree --dump "$(cat pid)"
+check '--dump of the forked child' 0 "orva-trace: no class-loading library was seen in '$python'" \
+  --output tree --dump "$(cat pid)"
 kill -KILL "$(cat pid)"
 check '--dump of what is not there' 2 "orva-trace: there is no process $(cat /proc/sys/kernel/pid_max)" \
   --dump "$(cat /proc/sys/kernel/pid_max)"
