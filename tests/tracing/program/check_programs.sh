@@ -114,7 +114,7 @@ grep -q shop.Till output || fail "the summary lacks the missed name: $(cat outpu
 # A name that is too long to be kept in place.
 bare=$work/a_program_that_loads_no_class-loading_library
 cp "$(type -P true)" "$bare"
-none="orva-trace: no class-loading library was loaded by '$bare'"
+none="orva-trace: no class-loading library was seen in '$bare'"
 check 'a program without the library' 0 "$none" --keep bare "$bare"
 check 'a kept trace of it' 0 "$none" --read bare
 for name in Pen Ink; do
