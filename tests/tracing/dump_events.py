@@ -51,7 +51,8 @@ def line(kind, call, payload, names):
     if kind == 'thread':
         return [f'process={struct.unpack_from("<I", payload)[0]}', *values(payload[8:])]
     if kind == 'lock':
-        return []
+        times = struct.unpack_from('<QQ', payload)
+        return [state for state, time in zip(('awaited', 'held'), times) if time == 2**64 - 1]
     return values(payload)
 
 

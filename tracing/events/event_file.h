@@ -93,11 +93,14 @@ struct ScanRecord {
 };
 constexpr std::uint32_t mostMatches = 8;
 
-/// One walk of the type table, as the library's lock on it shows it.
+/// One walk of the type table, as the library's lock on it shows it. The record is finished when the lock is asked for,
+/// so that a thread that never gets it is seen; its times are put into it as they are known, and are `notYet` before.
+/// The lock may also be refused: then the thread goes on, and the times stay.
 struct LockRecord {
-  std::uint64_t waited;
-  std::uint64_t held;
+  std::atomic<std::uint64_t> waited;
+  std::atomic<std::uint64_t> held;
 };
+constexpr std::uint64_t notYet = ~std::uint64_t{0};
 
 /// What a value in a payload is.
 enum class StoredKind : std::uint8_t {

@@ -91,6 +91,7 @@ static std::string argumentsOf(const Event& event) {
     members.add("matches", arrayOf(event.scan.matches, jsonText));
   } else if (event.kind == EventKind::lock) {
     members.add("waited", microseconds(event.lock.waited));
+    if (event.ending == Ending::open) members.add("ending", jsonText("is still running"));
   } else {
     members.add("arguments", arrayOf(event.arguments, jsonOf));
     if (!event.results.empty()) members.add("results", arrayOf(event.results, jsonOf));

@@ -112,6 +112,7 @@ class CallTree {
   void begin(const ReadRecord& record);
   void end(const ReadRecord& record);
   void addWhole(const ReadRecord& record, Event event);
+  void addLock(const ReadRecord& record);
   void leave(Ending ending, std::uint64_t time);
   void leaveFrom(std::uint16_t depth, std::uint64_t time);
   std::vector<Event>& innermost();
@@ -137,6 +138,9 @@ void CallTree::leave(Ending ending, std::uint64_t time) {
   open.pop_back();
   event.ending = ending;
   event.duration = between(event.begin, time);
+  if (event.lock.isAwaited) event.lock.waited = event.duration;
+  // A thread that did not get the lock and went on was refused it.
+  if (event.kind == EventKind::lock && ending == Ending::jumped) return;
   innermost().push_back(std::move(event));
 }
 
@@ -201,12 +205,18 @@ static Event scanOf(std::string_view payload) {
   return event;
 }
 
-static Event lockOf(std::string_view payload) {
+/// A lock that is waited for or held is open, like a call.
+void CallTree::addLock(const ReadRecord& record) {
   Event event;
   event.kind = EventKind::lock;
-  event.lock.waited = numberAt<std::uint64_t>(payload, offsetof(LockRecord, waited));
-  event.duration = sum(event.lock.waited, numberAt<std::uint64_t>(payload, offsetof(LockRecord, held)));
-  return event;
+  event.begin = record.time;
+  event.lock.waited = numberAt<std::uint64_t>(record.payload, offsetof(LockRecord, waited));
+  event.lock.isAwaited = event.lock.waited == notYet;
+  const auto held = numberAt<std::uint64_t>(record.payload, offsetof(LockRecord, held));
+  event.duration = sum(event.lock.waited, held);
+  if (held != notYet) return addWhole(record, std::move(event));
+  leaveFrom(record.depth, record.time);
+  open.push_back({std::move(event), record.depth});
 }
 
 void CallTree::add(const ReadRecord& record) {
@@ -217,7 +227,7 @@ void CallTree::add(const ReadRecord& record) {
     case RecordKind::threw:
     case RecordKind::jumped: return end(record);
     case RecordKind::scan: return addWhole(record, scanOf(record.payload));
-    case RecordKind::lock: return addWhole(record, lockOf(record.payload));
+    case RecordKind::lock: return addLock(record);
     default: break;
   }
   // A thread.

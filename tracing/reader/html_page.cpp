@@ -56,7 +56,7 @@ static std::string kindOf(const Event& event) {
 
 /// What the page marks beside the line.
 static std::string stateOf(const Event& event) {
-  if (event.kind != EventKind::call || event.ending == Ending::jumped) return "done";
+  if (event.ending == Ending::jumped) return "done";
   if (!event.hasEnded()) return "open";
   if (event.ending == Ending::threw || (event.isNative() && raiseOf(event))) return "raised";
   const bool isNull = event.isNative() && event.result() != nullptr && event.result()->kind == StoredKind::null;

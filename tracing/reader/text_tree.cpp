@@ -141,7 +141,7 @@ std::string nameOf(const Event& event) {
     case EventKind::scan: return "registry";
     case EventKind::lock: break;
   }
-  return "type table walked";
+  return event.lock.isAwaited ? "waiting for the type table's lock" : "type table walked";
 }
 
 std::string endingOf(const Event& event) {
@@ -217,6 +217,9 @@ static Line lineOfScan(const Scan& scan) {
 static Line lineOf(const Event& event) {
   if (event.kind == EventKind::call) return lineOfCall(event);
   if (event.kind == EventKind::scan) return lineOfScan(event.scan);
+  if (event.ending != Ending::returned) {
+    return {{{event.lock.isAwaited ? nameOf(event) : "holding the type table's lock"}}, {}};
+  }
   const std::uint64_t waited = std::min(event.lock.waited, event.duration);
   std::string text = nameOf(event) + ", lock held " + durationText(event.duration - waited);
   if (waited >= 1000) text += " after a wait of " + durationText(waited);
@@ -260,7 +263,7 @@ void TreePrinter::print(const Event& event, std::size_t depth) {
   const std::size_t indentation = indentationOf(depth);
   Line line = lineOf(event);
   if (depth > deepestStep) line.head.insert(line.head.begin(), {std::to_string(depth) + ": ", Colour::faint});
-  const bool isOpen = event.kind == EventKind::call && event.ending == Ending::open;
+  const bool isOpen = event.ending == Ending::open;
   const std::string duration = (isOpen ? "still running after " : "") + durationText(event.duration);
   if (event.kind == EventKind::call && event.call == CallId::Orva_raise && event.ending == Ending::returned) {
     printWrapped(joined(line.head), Colour::failure, indentation);

@@ -49,6 +49,7 @@ struct Scan {
 /// One walk of the type table.
 struct Lock {
   std::uint64_t waited = 0;  ///< of the event's duration; for the rest of it the lock was held
+  bool isAwaited = false;    ///< the thread did not have it yet
 };
 
 enum class EventKind { call, scan, lock };

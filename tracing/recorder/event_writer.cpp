@@ -178,11 +178,11 @@ FileHeader* createEventFile() {
   return mapped;
 }
 
-void writeRecord(const RecordHead& head, const void* payload, std::uint32_t size) {
-  if (isStopped(*mapped)) return;
+void* writeRecord(const RecordHead& head, const void* payload, std::uint32_t size) {
+  if (isStopped(*mapped)) return nullptr;
   const std::uint32_t whole = (static_cast<std::uint32_t>(sizeof(Record)) + size + 7) / 8 * 8;
   char* const place = claim(*mapped, whole);
-  if (place == nullptr) return;
+  if (place == nullptr) return nullptr;
   auto* const record = reinterpret_cast<Record*>(place);
   record->size = whole;
   std::atomic_signal_fence(std::memory_order_release);
@@ -192,6 +192,7 @@ void writeRecord(const RecordHead& head, const void* payload, std::uint32_t size
   record->time = head.time;
   std::memcpy(place + sizeof(Record), payload, size);
   record->kind.store(static_cast<std::uint32_t>(head.kind), std::memory_order_release);
+  return place + sizeof(Record);
 }
 
 }  // namespace orva::tracing

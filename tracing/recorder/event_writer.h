@@ -24,8 +24,9 @@ struct RecordHead {
   std::uint64_t time;
 };
 
-/// Appends a record, unless recording has stopped.
-void writeRecord(const RecordHead& head, const void* payload, std::uint32_t size);
+/// Appends a record.
+/// @return its payload in the file; null when recording has stopped.
+void* writeRecord(const RecordHead& head, const void* payload, std::uint32_t size);
 
 std::uint64_t monotonicTime();
 

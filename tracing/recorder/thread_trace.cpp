@@ -83,9 +83,9 @@ const char* keyOf(const Frame& frame) {
 
 }  // namespace
 
-void ThreadTrace::write(RecordKind kind, std::uint16_t call, std::uint64_t time) {
+void* ThreadTrace::write(RecordKind kind, std::uint16_t call, std::uint64_t time) {
   if (number_ == 0) announce(time);
-  writeRecord({kind, number_, call, depth(), time}, payload_.data(), payload_.size());
+  return writeRecord({kind, number_, call, depth(), time}, payload_.data(), payload_.size());
 }
 
 /// Numbers the thread, and writes its first record, ahead of the one that `payload_` is for.
@@ -150,16 +150,10 @@ void ThreadTrace::enterRegistry(std::uint64_t slot) {
 void ThreadTrace::enter(const Frame& frame) {
   briefSlot_ = isRegistry(frame.slot) || isLock(frame.slot) ? frame.slot + 1 : 0;
   if (isRegistry(frame.slot)) return enterRegistry(frame.slot);
+  if (frame.slot == ORVA_TRACE_UNLOCK) return enterUnlock();
   const std::uint64_t time = monotonicTime();
-  if (frame.slot == ORVA_TRACE_UNLOCK) {
-    unlockBegin_ = time;
-    return;
-  }
   closeScan(time);
-  if (frame.slot == ORVA_TRACE_LOCK) {
-    lockBegin_ = time;
-    return;
-  }
+  if (frame.slot == ORVA_TRACE_LOCK) return enterLock(time);
   closeJumped(&frame + 1, time);
   if (openCount_ < mostOpenCalls) begin(frame, time);
 }
@@ -175,15 +169,24 @@ void ThreadTrace::leaveRegistry(const Frame& frame) {
   }
 }
 
-/// The walk is recorded after its end, so that no other thread waits for that.
-void ThreadTrace::leaveLock(const Frame& frame) {
-  if (frame.slot == ORVA_TRACE_LOCK) {
-    locked_ = monotonicTime();
-    return;
-  }
+/// The record is made before the lock is held, so that no other thread waits for that.
+void ThreadTrace::enterLock(std::uint64_t time) {
   payload_.clear();
-  payload_.putPart(LockRecord{locked_ - lockBegin_, unlockBegin_ - locked_});
-  write(RecordKind::lock, 0, lockBegin_);
+  payload_.putPart(LockRecord{notYet, notYet});
+  lockBegin_ = time;
+  lock_ = static_cast<LockRecord*>(write(RecordKind::lock, 0, time));
+}
+
+void ThreadTrace::leaveLock(const Frame& frame) {
+  const bool isRefused = frame.results[0] != 0;
+  if (frame.slot != ORVA_TRACE_LOCK || lock_ == nullptr || isRefused) return;
+  locked_ = monotonicTime();
+  lock_->waited.store(locked_ - lockBegin_, std::memory_order_relaxed);
+}
+
+void ThreadTrace::enterUnlock() {
+  if (lock_ != nullptr) lock_->held.store(monotonicTime() - locked_, std::memory_order_relaxed);
+  lock_ = nullptr;
 }
 
 void ThreadTrace::leave(const Frame& frame) {
@@ -235,6 +238,7 @@ void ThreadTrace::finish() {
 
 void ThreadTrace::continueInChild() {
   number_ = 0;
+  lock_ = nullptr;
   inherited_ = openCount_;
 }
 

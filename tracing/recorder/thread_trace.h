@@ -44,8 +44,10 @@ class ThreadTrace {
   void closeScan(std::uint64_t time);
   void closeJumped(const Frame* deepest, std::uint64_t time);
   void end(RecordKind kind, std::uint64_t time);
+  void enterLock(std::uint64_t time);
   void leaveLock(const Frame& frame);
-  void write(RecordKind kind, std::uint16_t call, std::uint64_t time);
+  void enterUnlock();
+  void* write(RecordKind kind, std::uint16_t call, std::uint64_t time);
   std::uint16_t depth() const { return static_cast<std::uint16_t>(openCount_ - inherited_); }
 
   static constexpr std::uint32_t mostOpenCalls = 1U << 15;
@@ -55,9 +57,9 @@ class ThreadTrace {
   std::uint32_t openCount_;
   std::uint32_t inherited_;  ///< how many of the open calls began before a fork
   std::uint64_t briefSlot_;  ///< of the registry call or lock that runs, plus 1: these are no open calls
+  LockRecord* lock_;         ///< in the file; null when there was no room for it
   std::uint64_t lockBegin_;
   std::uint64_t locked_;
-  std::uint64_t unlockBegin_;
   Scan scan_;
   Payload payload_;
   OpenCall open_[mostOpenCalls];

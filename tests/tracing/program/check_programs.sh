@@ -235,6 +235,18 @@ for file in tree dump; do
   "$trace" --read killed >dump
 done
 
+# A thread at the type table's lock, which another holds forever.
+"$trace" --keep locked --output tree "$host" --hang 'List<shop.Cart>' >output 2>errors &
+tracer=$!
+until "$trace" --dump "$tracer" 2>errors | grep "waiting for the type table's lock .* still running after" >dump; do
+  sleep 0.05
+done
+same 'what --dump shows at the lock' 1 "$(wc -l <dump)"
+kill -KILL "$(pgrep -P "$tracer")"
+wait "$tracer"
+check 'a trace that ends at the lock' 0 '' --read locked
+same 'what it shows at the lock' 1 "$(grep -c "waiting for the type table's lock" output)"
+
 # shellcheck disable=SC2016
 "$trace" --output tree --keep later \
   sh -c '"$@" >going_on & echo $! >pid; until grep -qs ready going_on; do sleep 0.05; done' \

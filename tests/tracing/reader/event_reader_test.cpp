@@ -118,6 +118,25 @@ TEST(Reader, ReadsEveryKindOfValue) {
   EXPECT_EQ(values[7].text, "std::runtime_error");
 }
 
+TEST(Reader, ReadsLocksThatAreAwaitedOrHeld) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0);
+  for (const std::uint64_t waited : {notYet, std::uint64_t{30}}) {
+    EventWriter atLock = writer;
+    atLock.at(10).lock(1, waited, notYet);
+    EXPECT_EQ(shapeOf(atLock), "ClassLoader.getTypeByName?[lock?]");
+    const Trace trace = traceOf(atLock, EventWriter::startTime + 110);
+    const Event& lock = trace.threads.at(0).events.at(0).inner.at(0);
+    EXPECT_EQ(lock.duration, 100U);
+    EXPECT_EQ(lock.lock.waited, waited == notYet ? 100U : 30U);
+    EXPECT_EQ(lock.lock.isAwaited, waited == notYet);
+    // A lock that is refused is none, whether the native goes on or ends.
+    EXPECT_EQ(shapeOf(EventWriter(atLock).begin(loadClass, 1)),
+              "ClassLoader.getTypeByName?[SystemClassLoader.loadClass?]");
+    EXPECT_EQ(shapeOf(EventWriter(atLock).returned(getTypeByName, 0)), "ClassLoader.getTypeByName");
+  }
+}
+
 TEST(Reader, ReadsScansAndLocks) {
   EventWriter writer;
   writer.begin(getTypeByName, 0);
@@ -129,6 +148,7 @@ TEST(Reader, ReadsScansAndLocks) {
   EXPECT_EQ(inner[0].begin, 10U);
   EXPECT_EQ(inner[0].duration, 100U);
   EXPECT_EQ(inner[0].lock.waited, 30U);
+  EXPECT_EQ(inner[0].ending, Ending::returned);
   const Scan& scan = inner[1].scan;
   EXPECT_EQ(scan.key, "Cart");
   EXPECT_EQ(scan.count, 5001);

@@ -114,6 +114,18 @@ TEST(TextTree, TellsWaitingForTheLockFromHoldingIt) {
             padded("type table walked, lock held 1.2 ms after a wait of 1.0 µs", 74) + "1.2 ms\n");
 }
 
+TEST(TextTree, ShowsWhoIsAtTheLock) {
+  const auto shown = [](std::uint64_t waited, std::uint64_t held) {
+    EventWriter writer;
+    writer.at(100'000'000).begin(getTypeByName, 0).lock(1, waited, held);
+    const std::string tree = callsOf(writer, {}, EventWriter::startTime + 2'200'000'000);
+    return tree.substr(tree.find('\n') + 1);
+  };
+  const std::string time = "still running after 2.1 s\n";
+  EXPECT_EQ(shown(notYet, notYet), padded("  waiting for the type table's lock", 55) + time);
+  EXPECT_EQ(shown(600'000'000, notYet), padded("  holding the type table's lock", 55) + time);
+}
+
 TEST(TextTree, SaysHowLongACallHasBeenRunning) {
   EventWriter writer;
   writer.at(100'000'000).begin(loadSource, 0, Payload().text("/s/Cart.ov"));
