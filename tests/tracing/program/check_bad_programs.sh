@@ -3,7 +3,7 @@
 # Usage: check_bad_programs.sh ORVA_TRACE HOST STATIC_HOST TRACED_HOST
 # shellcheck source=tests/tracing/program/common.sh
 . "$(dirname "$0")/common.sh"
-host=$(realpath "$2") static_host=$(realpath "$3") traced_host=$(realpath "$4")
+host=${given[1]:?no host} static_host=${given[2]:?no static host} traced_host=${given[3]:?no traced host}
 nobody=65534
 
 # As another user where this is root, who may execute and read nearly everything.

@@ -4,7 +4,7 @@
 # Usage: check_programs.sh ORVA_TRACE HOST FOLDER_OF_LIBRARIES
 # shellcheck source=tests/tracing/program/common.sh
 . "$(dirname "$0")/common.sh"
-host=$(realpath "$2") libraries=$(realpath "$3")
+host=${given[1]:?no host} libraries=${given[2]:?no folder of libraries}
 
 # How many lookups of a name the text in a file shows.
 shown() { grep -c "getTypeByName(\"$1\")" "$2"; }  # NAME FILE

@@ -1,7 +1,13 @@
 # What the checks of orva-trace share: a folder to work in, and how a run is compared.
 # shellcheck shell=bash disable=SC2034
 set -uo pipefail
-trace=$(realpath "${1:?usage: $0 ORVA_TRACE [HOST…]}")
+: "${1:?usage: $0 ORVA_TRACE [HOST…]}"
+# The files that a check is given, found before it leaves the folder that their paths may begin in.
+given=()
+for file in "$@"; do
+  given+=("$(realpath -e "$file")") || exit 2
+done
+trace=${given[0]}
 work=$(realpath "$(mktemp -d)")
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
