@@ -8,7 +8,6 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
@@ -22,6 +21,55 @@ namespace orva::tracing {
 
 namespace fs = std::filesystem;
 using language::inQuotes;
+
+/// The signals that end a process, and that people and supervisors send.
+static std::vector<int> endingSignals() {
+  std::vector<int> signals = {SIGTERM, SIGHUP, SIGUSR1, SIGUSR2, SIGALRM,  SIGVTALRM,
+                              SIGPROF, SIGIO,  SIGPWR,  SIGXCPU, SIGSTKFLT};
+  for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) signals.push_back(signal);
+  return signals;
+}
+
+Signals::Signals() {
+  for (std::size_t i = 0; i < changed.size(); ++i) {
+    struct sigaction action{};
+    action.sa_handler = changed[i] == SIGCHLD ? SIG_DFL : SIG_IGN;
+    sigaction(changed[i], &action, &before_[i]);
+  }
+  sigemptyset(&awaited_);
+  sigaddset(&awaited_, SIGCHLD);
+  for (const int signal : endingSignals()) {
+    struct sigaction action{};
+    sigaction(signal, nullptr, &action);
+    // As nohup starts programs.
+    if (action.sa_handler != SIG_IGN) sigaddset(&awaited_, signal);
+  }
+  sigprocmask(SIG_BLOCK, &awaited_, &maskBefore_);
+}
+
+void Signals::restore() const {
+  for (std::size_t i = 0; i < changed.size(); ++i) sigaction(changed[i], &before_[i], nullptr);
+  sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
+}
+
+void Signals::letEnd() const {
+  for (const int signal : endingSignals()) {
+    // One that is ignored no longer waits. Who ends a group of processes may send it twice.
+    struct sigaction ignored{};
+    struct sigaction before{};
+    ignored.sa_handler = SIG_IGN;
+    sigaction(signal, &ignored, &before);
+    sigaction(signal, &before, nullptr);
+  }
+  restore();
+  for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
+}
+
+int Signals::await() const {
+  int signal = 0;
+  sigwait(&awaited_, &signal);
+  return signal;
+}
 
 namespace {
 
@@ -73,51 +121,6 @@ void setEnvironment(const Launch& launch) {
   unsetenv(processVariable);
 }
 
-/// The signals as they are while a program runs; a child gets them as they were.
-class Signals {
- public:
-  Signals() {
-    for (std::size_t i = 0; i < changed.size(); ++i) {
-      struct sigaction action{};
-      action.sa_handler = changed[i] == SIGCHLD ? SIG_DFL : SIG_IGN;
-      sigaction(changed[i], &action, &before_[i]);
-    }
-    sigemptyset(&awaited_);
-    sigaddset(&awaited_, SIGCHLD);
-    for (const int signal :
-         {SIGTERM, SIGHUP, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGIO, SIGPWR, SIGXCPU, SIGSTKFLT}) {
-      awaitUnlessIgnored(signal);
-    }
-    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) awaitUnlessIgnored(signal);
-    sigprocmask(SIG_BLOCK, &awaited_, &maskBefore_);
-  }
-
-  void restore() const {
-    for (std::size_t i = 0; i < changed.size(); ++i) sigaction(changed[i], &before_[i], nullptr);
-    sigprocmask(SIG_SETMASK, &maskBefore_, nullptr);
-  }
-
-  int await() const {
-    int signal = 0;
-    sigwait(&awaited_, &signal);
-    return signal;
-  }
-
- private:
-  void awaitUnlessIgnored(int signal) {
-    struct sigaction action{};
-    sigaction(signal, nullptr, &action);
-    // As nohup starts programs.
-    if (action.sa_handler != SIG_IGN) sigaddset(&awaited_, signal);
-  }
-
-  // What is written after the program's end may not end orva-trace, which still has a status to hand on.
-  static constexpr std::array changed = {SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGCHLD};
-  std::array<struct sigaction, changed.size()> before_{};
-  sigset_t awaited_{};
-  sigset_t maskBefore_{};
-};
-
 /// In the child. Returns only when the program cannot be run: the error number.
 int execute(const Launch& launch) {
   if (!launch.follows) setenv(processVariable, std::to_string(getpid()).c_str(), 1);
@@ -158,9 +161,8 @@ pid_t start(const Launch& launch, const Signals& signals) {
 
 }  // namespace
 
-Ended runTraced(const Launch& launch) {
+Ended runTraced(const Launch& launch, const Signals& signals) {
   setEnvironment(launch);
-  const Signals signals;
   const pid_t child = start(launch, signals);
   Ended ended;
   while (waitpid(child, &ended.waitStatus, WNOHANG) != child) {

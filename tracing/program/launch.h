@@ -1,6 +1,8 @@
 // Running a program with the recorder in it.
 #pragma once
 
+#include <array>
+#include <csignal>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -21,10 +23,29 @@ struct Ended {
   int interrupted = 0;  ///< the signal that ended the wait while the program still ran
 };
 
-/// Runs a program and waits for its end. SIGINT and SIGQUIT, which a terminal sends to the program too, are ignored
-/// meanwhile; SIGTERM and the others that end a process end the wait. Throws `Failure` when the program cannot be
-/// started.
-Ended runTraced(const Launch& launch);
+/// The signals as they are while a program runs and its trace is read: SIGINT and SIGQUIT, which a terminal sends to
+/// the program too, are ignored, and SIGTERM and the others that end a process await `await`. What is written never
+/// ends orva-trace by SIGPIPE or SIGXFSZ, because it still has a status to hand on.
+class Signals {
+ public:
+  Signals();
+
+  /// Makes all as it was before; a child starts so.
+  void restore() const;
+  /// Lets the signals that people send end orva-trace again. Those that came before are forgotten.
+  void letEnd() const;
+  int await() const;
+
+ private:
+  static constexpr std::array changed = {SIGINT, SIGQUIT, SIGPIPE, SIGXFSZ, SIGCHLD};
+  std::array<struct sigaction, changed.size()> before_{};
+  sigset_t awaited_{};
+  sigset_t maskBefore_{};
+};
+
+/// Runs a program and waits for its end, or for a signal that ends the wait. Throws `Failure` when the program cannot
+/// be started.
+Ended runTraced(const Launch& launch, const Signals& signals);
 
 /// Ends this process as the program ended: by the same signal, or with the same status.
 [[noreturn]] void endAs(const Ended& ended);

@@ -166,9 +166,26 @@ void reportRunning(const std::vector<std::string>& paths, const Options& options
          (options.keep.empty() ? "lost: record them with --keep" : "in " + inQuotes(options.keep)));
 }
 
+/// Reads what a run recorded, beside the traces that were there before. What fails is told; the program's status is
+/// handed on all the same.
+Recorded recordedIn(const std::string& folder, const std::vector<std::string>& earlier, const Options& options) {
+  try {
+    std::vector<std::string> paths = tracesIn(folder);
+    const auto isEarlier = [&](const std::string& path) {
+      return std::find(earlier.begin(), earlier.end(), path) != earlier.end();
+    };
+    paths.erase(std::remove_if(paths.begin(), paths.end(), isEarlier), paths.end());
+    Recorded recorded = readAll(paths);
+    reportRunning(paths, options);
+    return recorded;
+  } catch (const std::exception& failure) {
+    report(failure.what());
+    return {{}, false};
+  }
+}
+
 /// Returns false when something could not be written.
-bool show(const Options& options, const std::vector<std::string>& paths, const std::string& program, Outputs& outputs) {
-  Recorded recorded = readAll(paths);
+bool show(const Options& options, Recorded recorded, const std::string& program, Outputs& outputs) {
   std::vector<Trace>& traces = recorded.traces;
   // A copy, because the trace that it is of may be dropped.
   const std::string first = program.empty() && !traces.empty() ? traces.front().program : program;
@@ -181,23 +198,21 @@ bool show(const Options& options, const std::vector<std::string>& paths, const s
 [[noreturn]] void runAndShow(const Options& options) {
   const std::string program = checkedProgram(options.command.front());
   Outputs outputs(options, STDERR_FILENO);
+  const Signals signals;
   Ended ended;
+  Recorded recorded;
   {
     const TraceFolder folder(options.keep);
     const std::vector<std::string> earlier = tracesIn(folder.path());
-    ended = runTraced({program, options.command, folder.path(), options.limit, options.follows});
-    try {
-      std::vector<std::string> paths = tracesIn(folder.path());
-      const auto isEarlier = [&](const std::string& path) {
-        return std::find(earlier.begin(), earlier.end(), path) != earlier.end();
-      };
-      paths.erase(std::remove_if(paths.begin(), paths.end(), isEarlier), paths.end());
-      show(options, paths, program, outputs);
-      reportRunning(paths, options);
-    } catch (const std::exception& failure) {
-      // The program's status is handed on all the same.
-      report(failure.what());
-    }
+    ended = runTraced({program, options.command, folder.path(), options.limit, options.follows}, signals);
+    recorded = recordedIn(folder.path(), earlier, options);
+  }
+  // With the folder gone, orva-trace may be ended: whoever reads an output can make that take forever.
+  signals.letEnd();
+  try {
+    show(options, std::move(recorded), program, outputs);
+  } catch (const std::exception& failure) {
+    report(failure.what());
   }
   endAs(ended);
 }
@@ -212,7 +227,7 @@ int showRecorded(const Options& options) {
     if (paths.empty()) throw Failure(ownFailure, "there is no trace in " + inQuotes(options.read));
   }
   Outputs outputs(options, STDOUT_FILENO);
-  return show(options, paths, {}, outputs) ? 0 : ownFailure;
+  return show(options, readAll(paths), {}, outputs) ? 0 : ownFailure;
 }
 
 int runMain(int argc, char** argv) {

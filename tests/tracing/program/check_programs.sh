@@ -235,6 +235,25 @@ for file in tree dump; do
   "$trace" --read killed >dump
 done
 
+# An output that nobody reads: the program has ended, and orva-trace waits.
+mkfifo unread
+exec {unread}<>unread
+head -c 64K /dev/zero >&"$unread"
+for signal in INT QUIT TERM HUP; do
+  env --default-signal=INT,QUIT bash -c 'ulimit -c 0; exec "$@"' bash \
+    "$trace" --output unread "$host" --ask shop.Till >output 2>errors &
+  tracer=$!
+  await output 'shop.Till is no type'
+  until [[ -z $(ls -A "$TMPDIR") ]]; do sleep 0.05; done
+  until grep -q pipe_write "/proc/$tracer/wchan" || [[ ! -e /proc/$tracer ]]; do sleep 0.05; done
+  number=$(kill -l "$signal")
+  kill "-$signal" "$tracer"
+  wait "$tracer" 2>/dev/null
+  same "SIG$signal while the trace is written" $((128 + number)) $?
+  same 'what is left' '' "$(ls -A "$TMPDIR")$(ls core* 2>/dev/null)"
+done
+exec {unread}>&-
+
 # A thread at the type table's lock, which another holds forever.
 "$trace" --keep locked --output tree "$host" --hang 'List<shop.Cart>' >output 2>errors &
 tracer=$!
@@ -243,7 +262,7 @@ until "$trace" --dump "$tracer" 2>errors | grep "waiting for the type table's lo
 done
 same 'what --dump shows at the lock' 1 "$(wc -l <dump)"
 kill -KILL "$(pgrep -P "$tracer")"
-wait "$tracer"
+wait "$tracer" 2>/dev/null
 check 'a trace that ends at the lock' 0 '' --read locked
 same 'what it shows at the lock' 1 "$(grep -c "waiting for the type table's lock" output)"
 

@@ -64,7 +64,7 @@ TEST(ChromeTrace, HasALineForEachEvent) {
 {"name":"Reflection_getTypeCount","cat":"neighbour","ph":"X","pid":4712,"tid":4712,"ts":9700.000,"dur":100.000,)"
                 R"("args":{"arguments":[],"results":[-1]}},
 {"name":"ClassLoader.getSystem","cat":"native","ph":"X","pid":4712,"tid":4712,"ts":9900.000,"dur":0.000,)"
-                 R"("args":{"arguments":[],"ending":"had not ended when the process ended"}}
+                R"("args":{"arguments":[],"ending":"had not ended when the process ended"}}
 ],"otherData":{"notes":[]}}
 )");
 }
