@@ -4,15 +4,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <string_view>
 #include <system_error>
 
 #include "reference_host/language/printable_text.h"
+#include "tracing/events/event_file.h"
 #include "tracing/program/failure.h"
 
 namespace orva::tracing {
@@ -65,19 +71,36 @@ std::vector<std::string> tracesIn(const std::string& folder) {
   return traces;
 }
 
-static bool endsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+/// Tells whether a file is named as a recorder names its own: PID-N.events. A forked child writes to its parent's.
+static bool isNamedAsTrace(const std::string& path) {
+  static const std::regex form("[0-9]+-[0-9]+\\.events");
+  return std::regex_match(fs::path(path).filename().string(), form);
 }
 
-/// The trace that a running process writes to; empty when it writes to none, or cannot be looked at.
+/// Tells whether a file begins as a trace does in which calls are redirected.
+static bool isAttached(const std::string& path) {
+  std::array<char, sizeof(FileHeader)> header{};
+  std::ifstream(path, std::ios::binary).read(header.data(), header.size());
+  std::uint64_t magic = 0;
+  std::uint32_t attached = 0;
+  std::memcpy(&magic, header.data() + offsetof(FileHeader, magic), sizeof magic);
+  std::memcpy(&attached, header.data() + offsetof(FileHeader, attached), sizeof attached);
+  return magic == fileMagic && attached != static_cast<std::uint32_t>(Attached::notYet);
+}
+
+/// The trace that a running process writes to; empty when it writes to none, or cannot be looked at. A program with a
+/// recorder inside maps the file of the preloaded one too, in which there is nothing.
 static std::string traceOf(pid_t process) {
   std::ifstream maps("/proc/" + std::to_string(process) + "/maps");
+  std::string trace;
   for (std::string line; std::getline(maps, line);) {
     const std::size_t path = line.find('/');
     // A path is written as it is, but for line ends, which our folders have none of.
-    if (path != line.npos && endsWith(line, extension)) return line.substr(path);
+    if (path == line.npos || !isNamedAsTrace(line.substr(path))) continue;
+    if (isAttached(line.substr(path))) return line.substr(path);
+    if (trace.empty()) trace = line.substr(path);
   }
-  return {};
+  return trace;
 }
 
 std::map<std::string, std::set<std::uint32_t>> currentWriters() {

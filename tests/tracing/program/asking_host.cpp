@@ -1,4 +1,6 @@
 // A host that does what its arguments say, one after the other: asks for types, forks, waits, hangs, ends.
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,6 +35,14 @@ static void hang(const std::string& name) {
   asker.join();
 }
 
+/// Maps a file, as programs do with files of their own.
+static void mapFile(const std::string& path) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Below what is mapped already.
+  mmap(reinterpret_cast<void*>(0x10000), 4096, PROT_READ, MAP_SHARED, file, 0);
+  close(file);
+}
+
 /// Leaves what follows to a child.
 static void leaveToChild() {
   const pid_t child = fork();
@@ -50,6 +60,7 @@ int main(int argc, char** argv) {
     const std::string value = i + 1 < argc ? argv[i + 1] : "";
     if (word == "--fork") leaveToChild();
     if (word == "--ready") ready();
+    if (word == "--map") mapFile(value);
     if (word == "--wait") pause();
     if (word == "--hang") hang(value);
     if (word == "--signal") std::raise(std::atoi(value.c_str()));

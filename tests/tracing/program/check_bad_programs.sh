@@ -89,6 +89,20 @@ check 'linked statically' 3 "orva-trace: '$static_host': $linked" "$static_host"
 same 'output of the program' 'shop.Till is no type' "$(cat output)"
 check 'linked statically, to be traced' 3 '' --output tree "$traced_host" --ask shop.Till --end 3
 same 'its lookups' 1 "$(grep -c 'getTypeByName("shop.Till")' tree)"
+# It has two recorders, of which one sees the calls; and maps files of its own, one of which is named like a trace.
+for other in calendar.events 1-0.events; do
+  echo 'no trace' >"$other"
+  rm -f started
+  "$trace" --output tree "$traced_host" --map "$other" --ask shop.Till --ready --wait >started 2>/dev/null &
+  tracer=$!
+  await started ready
+  program=$(pgrep -P "$tracer")
+  "$trace" --dump "$program" >dumped 2>errors
+  same "errors of --dump of a program that maps $other" '' "$(cat errors)"
+  same 'its lookups in --dump' 1 "$(grep -c 'getTypeByName("shop.Till")' dumped)"
+  kill -KILL "$program"
+  wait "$tracer" 2>/dev/null
+done
 gcc -static -o whole main.c
 check 'a static program' 0 "orva-trace: no class-loading library was seen in './whole'" ./whole
 # A script that runs one of each: what is not seen is told, beside what is.
