@@ -9,7 +9,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 KINDS = ['unfinished', 'begin', 'returned', 'threw', 'jumped', 'scan', 'lock', 'thread', 'program']
-HEADER = struct.Struct('<QIIQQQIIQQIIIII4x')
+HEADER = struct.Struct('<QIIQQQIIQQIIIIII')
 RECORD = struct.Struct('<IIIHHQ')
 VALUE = struct.Struct('<BBHI')
 
@@ -59,10 +59,10 @@ def line(kind, call, payload, names):
 def dump(path, names, with_times):
     data = Path(path).read_bytes()
     (magic, version, size, limit, start, _, process, parent, end, reserved, stopped, error, attached, unseen,
-     threads) = HEADER.unpack_from(data)
+     threads, missed) = HEADER.unpack_from(data)
     assert magic == 0x3165636172545652 and version == 1 and size == HEADER.size, f'{path} is no file of events'
     print(f'header process={process} parent={parent} limit={limit} stopped={stopped} error={error} '
-          f'attached={attached} unseen={unseen} threads={threads}')
+          f'attached={attached} unseen={unseen} threads={threads}' + (f' missed={missed}' if missed else ''))
     place = size
     while place < end:
         if place + RECORD.size > len(data):

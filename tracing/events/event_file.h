@@ -52,6 +52,7 @@ struct FileHeader {
   std::atomic<std::uint32_t> attached;  ///< an `Attached`
   std::atomic<std::uint32_t> unseen;    ///< references to traced functions, and libraries, that are not redirected
   std::atomic<std::uint32_t> threads;   ///< how many have recorded, of all processes
+  std::atomic<std::uint32_t> missed;    ///< calls of natives that could not be recorded
 };
 
 enum class RecordKind : std::uint32_t {

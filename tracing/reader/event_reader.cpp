@@ -320,6 +320,7 @@ void FileReader::readHeader(const std::string& path) {
   trace.parent = ofHeader<std::uint32_t>(offsetof(FileHeader, parent));
   trace.error = ofHeader<std::int32_t>(offsetof(FileHeader, error));
   trace.unseen = ofHeader<std::uint32_t>(offsetof(FileHeader, unseen));
+  trace.missed = ofHeader<std::uint32_t>(offsetof(FileHeader, missed));
   const auto stopped = ofHeader<Stopped>(offsetof(FileHeader, stopped));
   trace.stopped = stopped > Stopped::failed ? Stopped::failed : stopped;
   const auto attached = ofHeader<Attached>(offsetof(FileHeader, attached));

@@ -295,6 +295,10 @@ std::vector<std::string> notesOf(const Trace& trace) {
   if (trace.damagedFrom > 0) {
     notes.push_back("the trace ends early: its file is damaged from byte " + std::to_string(trace.damagedFrom) + " on");
   }
+  if (trace.missed > 0) {
+    notes.push_back(countText(trace.missed, "call of a native is", "calls of natives are") +
+                    " not shown: signal handlers made them while another was being recorded, or memory was short");
+  }
   if (trace.unseen > 0) {
     notes.push_back(countText(trace.unseen, "reference to a native was", "references to natives were") +
                     " not redirected: calls through " + (trace.unseen == 1 ? "it" : "them") + " are not shown");

@@ -96,6 +96,7 @@ struct Trace {
   Stopped stopped = Stopped::no;
   int error = 0;
   std::uint32_t unseen = 0;
+  std::uint32_t missed = 0;
   std::uint64_t lost = 0;         ///< records that were begun and not finished
   std::uint64_t damagedFrom = 0;  ///< the byte from which the file could not be read; 0 for none
   std::vector<Thread> threads;

@@ -129,6 +129,14 @@ inline ThreadTrace* currentTrace() {
   return thisThread.trace != nullptr ? thisThread.trace : newThreadTrace();
 }
 
+/// Counts a native that is not recorded: a signal handler called it while the recorder was at work in the same thread,
+/// or there was no memory for the thread's trace.
+__attribute__((noinline)) void countMissed(std::uint64_t slot) {
+  FileHeader* const header = orva_trace_exports.header.load(std::memory_order_relaxed);
+  if (header == nullptr || isStopped(*header) || slot >= ORVA_TRACE_CALLS || !calls.data()[slot].isNative) return;
+  header->missed.fetch_add(1, std::memory_order_relaxed);
+}
+
 constexpr std::uint64_t classOf(const char (&bytes)[8], unsigned char last) {
   std::uint64_t value = 0;
   for (int i = 0; i < 7; ++i) value = value << 8 | static_cast<unsigned char>(bytes[i]);
@@ -180,6 +188,8 @@ __attribute__((visibility("hidden"))) void* orva_trace_enter(Frame* frame) {
     thisThread.isRecording = true;
     trace->enter(*frame);
     thisThread.isRecording = false;
+  } else {
+    countMissed(frame->slot);
   }
   return orva_trace_exports.originals[frame->slot].load(std::memory_order_relaxed);
 }

@@ -43,6 +43,7 @@ static std::string shapeOf(const EventWriter& writer) {
 TEST(Reader, KeepsWhatTheHeaderSays) {
   EventWriter writer(12, 11);
   writer.header(offsetof(FileHeader, unseen), std::uint32_t{3});
+  writer.header(offsetof(FileHeader, missed), std::uint32_t{5});
   writer.header(offsetof(FileHeader, stopped), static_cast<std::uint32_t>(Stopped::failed));
   writer.header(offsetof(FileHeader, error), std::uint32_t{28});
   writer.program({"/bin/shop", "/home/ada", "shop", "--all"});
@@ -50,6 +51,7 @@ TEST(Reader, KeepsWhatTheHeaderSays) {
   EXPECT_EQ(trace.process, 12U);
   EXPECT_EQ(trace.parent, 11U);
   EXPECT_EQ(trace.unseen, 3U);
+  EXPECT_EQ(trace.missed, 5U);
   EXPECT_EQ(trace.stopped, Stopped::failed);
   EXPECT_EQ(trace.error, 28);
   EXPECT_EQ(trace.attached, Attached::audit);

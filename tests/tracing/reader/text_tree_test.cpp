@@ -268,10 +268,13 @@ TEST(TextTree, EndsWithWhatItDoesNotShow) {
   trace.stopped = Stopped::limit;
   trace.lost = 1;
   trace.damagedFrom = 4096;
+  trace.missed = 3;
   trace.unseen = 2;
   EXPECT_EQ(notesOf(trace), (std::vector<std::string>{
                                 "the trace ends early: its size limit is reached", "1 event was not finished",
                                 "the trace ends early: its file is damaged from byte 4096 on",
+                                "3 calls of natives are not shown: signal handlers made them while another was being "
+                                "recorded, or memory was short",
                                 "2 references to natives were not redirected: calls through them are not shown"}));
   trace = {};
   trace.stopped = Stopped::failed;

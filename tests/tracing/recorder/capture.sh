@@ -214,6 +214,20 @@ threads() {
   [[ $(count hole) -le 1 ]] || fail 'records lie behind a hole'
 }
 
+# Each native of a signal handler is recorded, or counted as missed.
+handlers() {
+  rm -rf "$events"
+  mkdir "$events"
+  "${traced[@]}" "$programs/scenes_lazy" handler 2>"$work/handled" >/dev/null || fail 'the scene fails'
+  dump
+  local missed recorded
+  missed=$(sed -nE '1s/.* missed=([0-9]+)$/\1/p' "$work/records")
+  recorded=$(count 'begin orva_ClassLoader_objectAbiVersion')
+  [[ ${missed:-0} -gt 0 ]] || fail 'no signal came while the recorder was at work'
+  [[ $((missed + recorded)) == "$(cat "$work/handled")" ]] ||
+    fail "of $(cat "$work/handled") natives, $recorded are recorded and $missed missed"
+}
+
 # Where there is no room, the trace ends and says why; the program goes on.
 room() {
   play lazy limit

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -283,6 +284,22 @@ static void callOften() {
   for (int i = 0; i < someCalls; ++i) load("often");
 }
 
+static volatile std::sig_atomic_t handled = 0;
+
+/// Natives run in a signal handler that interrupts others, as profilers and watchdogs do.
+static void callInHandler() {
+  std::signal(SIGALRM, [](int /*signal*/) {
+    orva_ClassLoader_objectAbiVersion();
+    handled = handled + 1;
+  });
+  const itimerval often = {{0, 50}, {0, 50}};
+  setitimer(ITIMER_REAL, &often, nullptr);
+  while (handled < 200) load("often");
+  const itimerval never = {};
+  setitimer(ITIMER_REAL, &never, nullptr);
+  std::fprintf(stderr, "%d\n", static_cast<int>(handled));
+}
+
 static void callInThreads() {
   constexpr int count = 8;
   std::atomic<int> started{0};
@@ -374,6 +391,7 @@ int main(int argc, char** argv) {
                                                          {"jump", jump},
                                                          {"jump-then-throw", jumpThenThrow},
                                                          {"often", callOften},
+                                                         {"handler", callInHandler},
                                                          {"threads", callInThreads},
                                                          {"fork", forkWithin},
                                                          {"fork-in-scan", forkDuringScan},
