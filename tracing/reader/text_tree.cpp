@@ -300,7 +300,8 @@ std::vector<std::string> notesOf(const Trace& trace) {
                     " not shown: signal handlers made them while another was being recorded, or memory was short");
   }
   if (trace.unseen > 0) {
-    notes.push_back(countText(trace.unseen, "reference to a native was", "references to natives were") +
+    notes.push_back(countText(trace.unseen, "reference to a traced function, or a further class-loading library, was",
+                              "references to traced functions, or further class-loading libraries, were") +
                     " not redirected: calls through " + (trace.unseen == 1 ? "it" : "them") + " are not shown");
   }
   return notes;

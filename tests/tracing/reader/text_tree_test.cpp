@@ -275,7 +275,8 @@ TEST(TextTree, EndsWithWhatItDoesNotShow) {
                                 "the trace ends early: its file is damaged from byte 4096 on",
                                 "3 calls of natives are not shown: signal handlers made them while another was being "
                                 "recorded, or memory was short",
-                                "2 references to natives were not redirected: calls through them are not shown"}));
+                                "2 references to traced functions, or further class-loading libraries, were not "
+                                "redirected: calls through them are not shown"}));
   trace = {};
   trace.stopped = Stopped::failed;
   trace.error = ENOSPC;
