@@ -12,7 +12,8 @@ constexpr std::uint64_t fileMagic = 0x3165636172545652ULL;
 constexpr std::uint32_t fileVersion = 1;
 
 /// Where the file of each process is: a folder, by its absolute path. A process takes the first name that is free of
-/// PID-0.events, PID-1.events, …. A file that is empty had no room for its header.
+/// PID-0.events, PID-1.events, …. A file that is empty, or zero throughout, has no header: there was no room for it, or
+/// the process ended first.
 constexpr const char* folderVariable = "ORVA_TRACE_FOLDER";
 /// The most bytes that one process may write, in decimal; without it `usualLimit`.
 constexpr const char* limitVariable = "ORVA_TRACE_LIMIT";

@@ -116,9 +116,6 @@ Recorded readAll(const std::vector<std::string>& paths) {
   const std::map<std::string, std::set<std::uint32_t>> writers = currentWriters();
   for (const std::string& path : paths) {
     try {
-      if (std::filesystem::file_size(path) == 0) {
-        throw Failure(ownFailure, "nothing is recorded in " + inQuotes(path) + ": there was no room for it");
-      }
       const auto found = writers.find(std::filesystem::canonical(path).string());
       const std::set<std::uint32_t> processes = found == writers.end() ? std::set<std::uint32_t>() : found->second;
       recorded.traces.push_back(readTrace(path, {monotonicTime(), processes}));

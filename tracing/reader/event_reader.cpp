@@ -294,6 +294,11 @@ FileReader::FileReader(const std::string& path) {
   };
   file.seekg(0);
   take(sizeof(FileHeader));
+  const bool isRead = size == 0 || !bytes.empty();
+  if (isRead && bytes.find_first_not_of('\0') == bytes.npos) {
+    throw std::runtime_error("nothing is recorded in '" + path +
+                             "': its process had no room for it on the disk or in memory, or ended first");
+  }
   readHeader(path);
   // The file is sparse, and as long as it may become.
   take(ofHeader<std::uint64_t>(endOffset));

@@ -88,9 +88,12 @@ check '--read of no folder' 2 "orva-trace: cannot read the folder 'none': No suc
 echo damaged >empty/1-0.events
 "$trace" --read empty >output 2>errors
 same 'a damaged trace' "2 orva-trace: 'empty/1-0.events' is not a file of events" "$? $(cat errors)"
-: >empty/1-0.events
-check '--read of an empty trace' 2 "orva-trace: nothing is recorded in 'empty/1-0.events': there was no room for it" \
-  --read empty
+# Without a header there is nothing to tell why it is missing.
+for size in 0 1 4096; do
+  head -c "$size" /dev/zero >empty/1-0.events
+  check "--read of a trace with $size zero bytes" 2 "orva-trace: nothing is recorded in 'empty/1-0.events': its process \
+had no room for it on the disk or in memory, or ended first" --read empty
+done
 
 check '--help' 0 '' --help
 [[ $(head -1 output) == 'Usage: orva-trace [OPTION]... [--] PROGRAM [ARG]...' ]] || fail "--help: $(cat output)"

@@ -365,11 +365,15 @@ TEST(Reader, RefusesWhatIsNoFileOfEvents) {
   EXPECT_EQ(refusal(path + ".none"), "cannot read '" + path + ".none'");
   EXPECT_EQ(refusal("/"), "'/' is not a file of events");
   const std::string none = "'" + path + "' is not a file of events";
+  const std::string nothing =
+      "nothing is recorded in '" + path + "': its process had no room for it on the disk or in memory, or ended first";
   EventWriter writer;
   const std::string header = writer.bytes;
   for (std::size_t size = 0; size < header.size(); ++size) {
     writer.bytes = header.substr(0, size);
-    EXPECT_EQ(refusal(writer.save(path)), none) << size;
+    EXPECT_EQ(refusal(writer.save(path)), size == 0 ? nothing : none) << size;
+    writer.bytes.assign(size, '\0');
+    EXPECT_EQ(refusal(writer.save(path)), nothing) << size;
   }
   writer.bytes = header;
   EXPECT_EQ(refusal(writer.save(path)), "accepted");
