@@ -110,6 +110,26 @@ std::uint64_t limitFromEnvironment() {
   return std::max(limit == 0 ? usualLimit : limit, pageSize);
 }
 
+/// How much of the address space the program may still map, when that is limited.
+std::uint64_t addressSpaceLeft() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return RLIM_INFINITY;
+  char text[32] = {};
+  const auto file = static_cast<int>(syscall(SYS_openat, AT_FDCWD, "/proc/self/statm", O_RDONLY | O_CLOEXEC));
+  if (file < 0) return limit.rlim_cur;
+  syscall(SYS_read, file, text, sizeof text - 1);
+  syscall(SYS_close, file);
+  const std::uint64_t used = std::strtoull(text, nullptr, 10) * pageSize;
+  return limit.rlim_cur > used ? limit.rlim_cur - used : 0;
+}
+
+/// What is mapped counts against the program's limit of its address space, so only a small part of that is taken.
+std::uint64_t limitOfFile() {
+  constexpr std::uint64_t least = std::uint64_t{1} << 20;
+  const std::uint64_t part = addressSpaceLeft() / 16 / pageSize * pageSize;
+  return std::min(limitFromEnvironment(), std::max(part, least));
+}
+
 /// Takes the first name that is free, of those that this process may have: it had others as another program.
 int createFile(const char* folder) {
   for (unsigned number = 0;; ++number) {
@@ -141,7 +161,7 @@ FileHeader* map(int file, std::uint64_t size) {
 
 /// Maps all that the file may become. Where there is no room for that, the header alone says so.
 FileHeader* mapFile(int file) {
-  const std::uint64_t limit = limitFromEnvironment();
+  const std::uint64_t limit = limitOfFile();
   std::uint64_t room = std::min(firstRoom, limit);
   int error = 0;
   if (!reserve(file, 0, room)) {

@@ -242,6 +242,15 @@ room() {
   [[ $(stat -c %s "$events"/*) -le 100000 ]] || fail 'the file is longer than its limit'
   [[ $(count often) -ge 1000 ]] || fail "only $(count often) records were written below the limit"
 
+  # A part of the address space that the program has left, at least 1 MiB.
+  rm -rf "$events"
+  mkdir "$events"
+  (ulimit -v 400000; outcome "${traced[@]}" "$programs/scenes_lazy" exit) >"$work/traced" 2>&1
+  dump
+  local mapped
+  mapped=$(sed -nE '1s/.* limit=([0-9]+) .*/\1/p' "$work/records")
+  [[ $mapped -ge 1048576 && $mapped -le $((400000 * 1024 / 16)) ]] || fail "$mapped bytes are mapped of 400,000 KiB"
+
   play lazy often
   mkdir -p "$events"
   outcome "$programs/scenes_lazy" often >"$work/plain"
