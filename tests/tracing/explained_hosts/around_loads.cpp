@@ -1,0 +1,38 @@
+// Stands around the loads of a host, whose own operation has another name in the program: one load looks another type
+// up first, as a compiler does for an import; one takes long.
+#include <classloader/natives.h>
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "runtime_api/compiler.h"
+
+using namespace std::chrono_literals;
+using orva::compiler::Context;
+
+/// The host's `ensureSourceLoadedInActiveJit`.
+extern "C" void hosts_load(const std::string& sourcePath, std::shared_ptr<Context> context);
+
+static bool endsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+/// Waits for at least 20 times what all loads before took, so that no other machine's speed changes which is slow.
+static void wait(std::chrono::steady_clock::duration loadsBefore) {
+  std::this_thread::sleep_for(std::max<std::chrono::steady_clock::duration>(200ms, 20 * loadsBefore));
+}
+
+void orva::compiler::Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath,
+                                                             std::shared_ptr<Context> context) {
+  static std::chrono::steady_clock::duration loads{};
+  const auto begin = std::chrono::steady_clock::now();
+  if (endsWith(sourcePath, "/Slow.ov")) wait(loads);
+  if (endsWith(sourcePath, "/Outer.ov")) {
+    using GetTypeByName = decltype(&orva_ClassLoader_getTypeByName);
+    reinterpret_cast<GetTypeByName>(dlsym(RTLD_DEFAULT, "orva_ClassLoader_getTypeByName"))("app.Inner");
+  }
+  hosts_load(sourcePath, context);
+  loads += std::chrono::steady_clock::now() - begin;
+}

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Links the program of this folder with a host and a library that is installed, shared and traced, and checks what
+# orva-trace says of both. pkg-config finds the library, and PATH orva-trace.
+# Usage: check_installed.sh HOST COMPILER SOURCE…; the HOST as check_host.py has it, and the host's sources, of which the
+# first one loads
+set -euo pipefail
+here=$(dirname "$0") host=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+read -ra flags <<<"$(pkg-config --cflags orva-classloader)"
+compile() { g++ -std=c++17 -O1 "${flags[@]}" -I"$(dirname "$2")" -c "$2" -o "$work/$1.o"; }  # NAME SOURCE
+for source in "$here"/{program,around_loads}.cpp "${@:2}"; do
+  compile "$(basename "$source" .cpp)" "$source"
+done
+compiler=$work/$(basename "$2" .cpp).o
+"$here/rename_load.sh" nm objcopy "$compiler" "$compiler"
+kit=$(pkg-config --variable=libdir orva-classloader)/liborva-host-contract.a
+for library in orva-classloader orva-classloader-traced; do
+  # shellcheck disable=SC2046  # flags
+  g++ "$work"/*.o "$kit" $(pkg-config --libs "$library") -o "$work/$library"
+  "$here/check_host.py" "$host" "$(command -v orva-trace)" "$work/$library"
+done
