@@ -7,6 +7,8 @@ source "$(dirname "$0")/common.sh"
 
 require unshare
 made=$(realpath "$2")
+template=/usr/share/orva-classloader/examples/minimal_host
+cp -r "$root/tests/tracing/explained_hosts" "$work"
 mapfile -t packages < <(for package in "$made"/*.deb; do dpkg-deb --field "$package" Package; done)
 
 installed_here() { dpkg-query -W -f '${Package} ${Status}\n' "${packages[@]}" 2>&1 || true; }
@@ -26,7 +28,7 @@ use_hosts() {
 use_template() {
   local shared
   for shared in OFF ON; do
-    must_build /usr/share/orva-classloader/examples/minimal_host "$work/template" -DBUILD_SHARED_LIBS=$shared
+    must_build "$template" "$work/template" -DBUILD_SHARED_LIBS=$shared
     "$work/template/minimal_lookup" | grep '^shop.Cart is a type$' >/dev/null || fail "the template does not run"
     "$work/template/check_minimal_host" >"$work/report" || fail "the template: $(cat "$work/report")"
   done
@@ -41,6 +43,8 @@ use_tracer() {
     orva-trace --output tree -- "$work/$library/consumer" || fail "the $library host fails with a trace"
     grep -F 'ClassLoader.getTypeByName(' tree >/dev/null || fail "the $library host has no trace: $(cat tree)"
   done
+  "$work/explained_hosts/check_installed.sh" minimal "$template"/{text_compiler,minimal_host,hooks}.cpp ||
+    fail "orva-trace does not explain what the template does"
   [[ -f /usr/share/man/man1/orva-trace.1.gz ]] || fail "the manual page of orva-trace is missing"
 }
 
@@ -94,6 +98,6 @@ cd "$work"
 every_file >before
 installed_here >here_before
 "$here/with_packages.sh" "$made" \
-  bash -euo pipefail -c "$(declare -p root work here packages interface); $(declare -f); use_packages" \
+  bash -euo pipefail -c "$(declare -p root work here packages interface template); $(declare -f); use_packages" \
   "$(basename "$0")"
 installed_here | diff here_before - >&2 || fail "the machine itself was changed"
