@@ -21,8 +21,8 @@ from sentences import table_of
 
 MOST_SHOWN = 5
 
-# The type of what worlds throw that has no text.
-OTHER_OBJECT = "model::OtherObject"
+# The types of what worlds and tests throw that is not derived from std::exception; the last one is std::string.
+OTHER_OBJECT = re.compile(r"model::OtherObject|int|char|std::(__1::)?basic_string<char, .*>")
 
 LOAD = "Compiler::ensureSourceLoadedInActiveJit"
 LOAD_BUNDLE = "Compiler::ensureObjectBundleLoadedInActiveJit"
@@ -147,10 +147,14 @@ def described(call):
     return call["call"] + (f"('{shown(first)}')" if isinstance(first, str) else "()")
 
 
+def is_other(thrown):
+    return OTHER_OBJECT.fullmatch(thrown) is not None
+
+
 def failed(native, said, *calls):
     """Whether the call ahead of the raise threw what the sentence says, and the raise passed its text on."""
     call = native.before_raise()
-    return (call.get("threw") == said["type"] != OTHER_OBJECT and (not calls or call["call"] in calls)
+    return (call.get("threw") == said["type"] and not is_other(said["type"]) and (not calls or call["call"] in calls)
             and first_line(native.message()) == said["message"])
 
 
@@ -340,7 +344,7 @@ def package_file_failed(native, said):
 
 def object_thrown(native, said):
     call = native.before_raise()
-    return (call.get("threw") == said["type"] == OTHER_OBJECT and described(call) == said["call"]
+    return (call.get("threw") == said["type"] and is_other(said["type"]) and described(call) == said["call"]
             and native.what in FULLY_BRIDGED and native.message().startswith("Unknown native failure"))
 
 
@@ -370,7 +374,7 @@ def passed(native, said):
 
 def passed_object(native, said):
     is_bridged = native.what not in UNBRIDGED | FULLY_BRIDGED
-    return last_threw(native, said) and is_bridged and native.threw == OTHER_OBJECT
+    return last_threw(native, said) and is_bridged and is_other(native.threw)
 
 
 def raise_threw(native, said):
@@ -471,29 +475,42 @@ def problem_with(native, sentence, patterns, seen):
     return None if is_claim_true else f"{name} is not true"
 
 
+class Check:
+    """What was found in lines of natives and their sentences."""
+
+    def __init__(self, sentences):
+        self.patterns = {name: said_by(pattern) for name, (pattern, _) in table_of(sentences).items()}
+        self.seen, self.problems, self.explained = Counter(), Counter(), 0
+
+    def add(self, line):
+        both = json.loads(line)
+        self.explained += 1
+        problem = problem_with(Native(both["native"]), both["sentence"], self.patterns, self.seen)
+        if problem:
+            self.problems[problem] += 1
+            if self.problems[problem] <= MOST_SHOWN:
+                print(problem, both["sentence"], line, sep="\n  ")
+
+    def end(self, has_failed):
+        for problem, count in self.problems.items():
+            print(f"{count} times: {problem}")
+        print(f"{self.explained} calls, {sum(self.seen.values())} of them explained by {len(self.seen)} sentences")
+        sys.exit(1 if self.problems or has_failed else 0)
+
+
 def main():
     program, sentences, *each = sys.argv[1:]
-    patterns = {name: said_by(pattern) for name, (pattern, _) in table_of(sentences).items()}
-    seen, problems, explained = Counter(), Counter(), 0
+    check = Check(sentences)
     with tempfile.TemporaryDirectory() as work:
         written = Path(work) / "explained"
         asked = {"EXPLAINED": str(written), **({"PLAY_EACH": each[0]} if each else {})}
         played = subprocess.run([program, "--gtest_brief=1"], env={**os.environ, **asked}, check=False)
         for line in written.open(encoding="ascii"):
-            both = json.loads(line)
-            explained += 1
-            problem = problem_with(Native(both["native"]), both["sentence"], patterns, seen)
-            if problem:
-                problems[problem] += 1
-                if problems[problem] <= MOST_SHOWN:
-                    print(problem, both["sentence"], line, sep="\n  ")
-    for name in patterns:
-        if not seen[name]:
-            problems[f"no world brings the sentence {name}"] += 1
-    for problem, count in problems.items():
-        print(f"{count} times: {problem}")
-    print(f"{explained} calls that differ, {sum(seen.values())} of them explained by {len(seen)} sentences")
-    sys.exit(1 if problems or played.returncode else 0)
+            check.add(line)
+    for name in check.patterns:
+        if not check.seen[name]:
+            check.problems[f"no world brings the sentence {name}"] += 1
+    check.end(played.returncode != 0)
 
 
 if __name__ == "__main__":
