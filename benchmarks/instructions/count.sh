@@ -2,7 +2,8 @@
 # Counts the instructions of calls and of their floors in one run of callgrind, and compares the ratios with those that
 # were recorded. What else the machine does has no part in such counts.
 set -euo pipefail
-export LC_ALL=C
+# shellcheck source-path=SCRIPTDIR source=counts.sh
+source "$(dirname "$0")/counts.sh"
 
 usage="usage: $0 PROGRAM RATIOS [--record]"
 program=${1:?$usage}
@@ -11,16 +12,10 @@ most_percent=5
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# The C library chooses its string functions by the processor; these are what every processor of the family has.
-GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-AVX512VL,-AVX512BW,-ERMS,-FSRM,-BMI2,-MOVBE,-RTM,-SSE4_2,-SSE4_1,-SSSE3 \
-  valgrind --tool=callgrind --callgrind-out-file="$work/counts" "$program" >"$work/log" 2>&1 ||
-  { cat "$work/log" >&2; exit 1; }
-
-# A dump for each count says which one it is and how many instructions it has: "NAME floor|call" and a number.
-awk '/^desc: Trigger: Client Request:/ { name = $5; what = $6 }
-  /^summary:/ { count[what, name] = $2; names[name] }
+count_calls "$program" "$work/counts" >"$work/numbers"
+awk '{ count[$1, $2] = $3; names[$2] }
   END { for (name in names) printf "%s %.3f\n", name, count["call", name] / count["floor", name] }' \
-  "$work"/counts.* | sort >"$work/ratios"
+  "$work/numbers" | sort >"$work/ratios"
 
 if [ "${3:-}" = --record ]; then
   cp "$work/ratios" "$ratios"
