@@ -30,6 +30,7 @@ NATIVE_PLACES = [
 # The same for neighbours. `name` has the class, and no namespace; `call` is how tests write a call.
 NEIGHBOUR_PLACES = [
     ("classloader/*", r"\b{last}\b", "call it"),
+    ("tracing/calls/calls.inc", r"\({listed}\)$", "list it, so that traces show it"),
     ("abi/required_symbols.txt", r" (orva::compiler::)?{name} ", "record it: ./dev abi --record"),
     ("reference_host/*/*.cpp", r"\b{name}[(;]", "define it"),
     ("examples/minimal_host/*.cpp", r"\b{name}[(;]", "define it"),
@@ -54,8 +55,8 @@ CALLS = {
     "orva_collections_ArrayList_size": "listRead", "orva_collections_ArrayList_operator_index": "listRead",
 }
 
-# Where calls are played: data is none.
-CALLED_ONLY = ("tests/properties", "tests/faults", "tests/contract")
+# Where calls are played and traced: data is none.
+CALLED_ONLY = ("tests/properties", "tests/faults", "tests/contract", "tracing/calls")
 
 NUMBER_OF_NATIVES = re.compile(r"\b(eight|nine|ten|eleven|twelve)\s+(C\s+)?(natives|functions|exported)", re.I)
 
@@ -104,7 +105,7 @@ def neighbours():
         for name, is_data in neighbours_of(header):
             last = name.split("::")[-1]
             places = [place for place in NEIGHBOUR_PLACES if not (is_data and place[0].startswith(CALLED_ONLY))]
-            yield name, {"name": name, "last": last, "call": CALLS.get(name, last),
+            yield name, {"name": name, "last": last, "listed": name.replace("::", ", "), "call": CALLS.get(name, last),
                          "operation": operations.get(name, "kNone")}, places
 
 

@@ -23,8 +23,8 @@ ORVA_EXPORT int64_t orva_ClassLoader_isPlanted(const char* typeName);
 
 # What the checks read of the project; the rest is not copied.
 PARTS = ("*.md", "abi/*", "cmake/*", "classloader/*", "docs/*", "examples/**/*", "host_contract/**/*",
-         "reference_host/**/*", "runtime_api/*", "tests/**/*")
-SUFFIXES = (".cmake", ".cpp", ".h", ".md", ".ov", ".txt")
+         "reference_host/**/*", "runtime_api/*", "tests/**/*", "tracing/calls/*")
+SUFFIXES = (".cmake", ".cpp", ".h", ".inc", ".md", ".ov", ".txt")
 
 NATIVE_FORGOTTEN = {
     "tests/contract/*.cpp", "tests/faults/*.cpp", "tests/properties/play.cpp", "tests/properties/*_test.cpp",
@@ -37,6 +37,7 @@ DATA_FORGOTTEN = {
     "tests/host_contract/faulty_host/*.cpp", "host_contract/checks/*.cpp", "docs/neighbours.md",
     "docs/natives.md"}
 NEIGHBOUR_FORGOTTEN = DATA_FORGOTTEN | {
+    "tracing/calls/calls.inc",
     "tests/contract/*.cpp", "tests/faults/*.cpp", "tests/properties/world_text.cpp", "tests/properties/*_test.cpp"}
 
 # What is planted: a file, a text in it and its replacement; whom the report must name; and the places.
