@@ -1,11 +1,21 @@
 #!/usr/bin/env bash
-# Prints what the recorder adds to an event (at most 120 ns) and to a registry call that it only counts (at most 15 ns),
-# in nanoseconds: the cost without it, with it, and the difference.
-# Usage: measure.sh FOLDER-OF-THE-RECORDER PROGRAM
+# Prints what the recorder adds to an event, to a registry call that it only counts, and to a load from source: the cost
+# without it, with it, the difference, and the most that it may be.
+# Usage: measure.sh FOLDER-OF-THE-RECORDER COSTS [LOADS]
 set -euo pipefail
 
-events=$(mktemp -d)
-trap 'rm -rf "$events"' EXIT
-traced=(env "LD_AUDIT=$1/liborva-trace-audit.so" "LD_PRELOAD=$1/liborva-trace-recorder.so" "ORVA_TRACE_FOLDER=$events")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+traced=(env "LD_AUDIT=$1/liborva-trace-audit.so" "LD_PRELOAD=$1/liborva-trace-recorder.so" "ORVA_TRACE_FOLDER=$work")
 paste <("$2") <("${traced[@]}" "$2" | cut -f2) |
-  awk -F'\t' '{ printf "%-28s %8.1f %8.1f %8.1f\n", $1, $2, $3, $3 - $2 }'
+  awk -F'\t' '{ printf "%-28s %8.1f %8.1f %8.1f ns, at most %d\n", $1, $2, $3, $3 - $2, $1 == "event" ? 120 : 15 }'
+
+# In turns, so that whatever disturbs the machine disturbs both.
+[[ -n ${3:-} ]] || exit 0
+for _ in {1..7}; do
+  "$3" >>"$work/without"
+  "${traced[@]}" "$3" >>"$work/with"
+done
+median() { sort -n "$1" | sed -n 4p; }
+awk -v without="$(median "$work/without")" -v with="$(median "$work/with")" 'BEGIN {
+  printf "%-28s %8.0f %8.0f %+8.1f %%, at most 10\n", "load from source, ns", without, with, (with / without - 1) * 100 }'
