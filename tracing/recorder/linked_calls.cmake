@@ -48,6 +48,11 @@ foreach(pattern IN LISTS patterns)
     message(FATAL_ERROR "linked_calls.cmake: '${pattern}' is ${count} symbols of the library, not one: ${found}")
   endif()
   string(APPEND renamed "${found} ${prefix}${found}\n")
+  # A lock that tells by no result whether it was refused has the slot behind those two.
+  set(number ${slot})
+  if(found MATCHES "5mutex4lockEv$")
+    math(EXPR number "${slot} + 2")
+  endif()
   if(slot LESS native_count)
     set(thunk ${found})
     set(original ${prefix}${found})
@@ -56,9 +61,9 @@ foreach(pattern IN LISTS patterns)
     set(original ${found})
   endif()
   string(APPEND thunks "\n  .text\n  .balign 16\n  .globl ${thunk}\n  .hidden ${prefix}${found}\n  .type ${thunk}, @function\n"
-    "${thunk}:\n  orva_trace_thunk ${slot}\n  .size ${thunk}, . - ${thunk}\n"
+    "${thunk}:\n  orva_trace_thunk ${number}\n  .size ${thunk}, . - ${thunk}\n"
     "  .section .rodata\n.Lsymbol${slot}:\n  .asciz \"${found}\"\n")
-  string(APPEND table "  .quad .Lsymbol${slot}, ${original}, ${slot}\n")
+  string(APPEND table "  .quad .Lsymbol${slot}, ${original}, ${number}\n")
   math(EXPR slot "${slot} + 1")
 endforeach()
 file(WRITE ${RENAMED} "${renamed}")

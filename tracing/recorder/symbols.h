@@ -47,9 +47,9 @@ inline int slotOf(const char* symbol) {
   }
   if (std::strcmp(symbol, "pthread_mutex_lock") == 0) return ORVA_TRACE_LOCK;
   if (std::strcmp(symbol, "pthread_mutex_unlock") == 0) return ORVA_TRACE_UNLOCK;
-  // libc++ locks for its callers.
+  // libc++ locks for its callers, and throws where it cannot.
   if (std::strncmp(symbol, "_ZNSt3__", 8) != 0) return noSlot;
-  if (std::strstr(symbol, "5mutex4lockEv") != nullptr) return ORVA_TRACE_LOCK;
+  if (std::strstr(symbol, "5mutex4lockEv") != nullptr) return ORVA_TRACE_LOCK_OR_THROW;
   if (std::strstr(symbol, "5mutex6unlockEv") != nullptr) return ORVA_TRACE_UNLOCK;
   return noSlot;
 }

@@ -153,7 +153,7 @@ void ThreadTrace::enter(const Frame& frame) {
   if (frame.slot == ORVA_TRACE_UNLOCK) return enterUnlock();
   const std::uint64_t time = monotonicTime();
   closeScan(time);
-  if (frame.slot == ORVA_TRACE_LOCK) return enterLock(time);
+  if (isLock(frame.slot)) return enterLock(time);
   closeJumped(&frame + 1, time);
   if (openCount_ < mostOpenCalls) begin(frame, time);
 }
@@ -178,8 +178,8 @@ void ThreadTrace::enterLock(std::uint64_t time) {
 }
 
 void ThreadTrace::leaveLock(const Frame& frame) {
-  const bool isRefused = frame.results[0] != 0;
-  if (frame.slot != ORVA_TRACE_LOCK || lock_ == nullptr || isRefused) return;
+  const bool isRefused = frame.slot == ORVA_TRACE_LOCK && static_cast<int>(frame.results[0]) != 0;
+  if (frame.slot == ORVA_TRACE_UNLOCK || lock_ == nullptr || isRefused) return;
   locked_ = monotonicTime();
   lock_->waited.store(locked_ - lockBegin_, std::memory_order_relaxed);
 }
