@@ -1,11 +1,11 @@
 // Replaces the linker's --wrap where the library is shared: it then asks what the test program exports about a byte.
 #include <dlfcn.h>
 
-#include <cctype>
-
-// The names that the linker would make.
+// The names that the linker would make, and those of the C library, whose header may define one as an inline function.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
+int isspace(int value) noexcept;
+const unsigned short** __ctype_b_loc() noexcept;
 int __wrap_isspace(int value);
 int __real_isspace(int value);
 const unsigned short** __wrap___ctype_b_loc();

@@ -34,7 +34,7 @@ std::string durationText(std::uint64_t nanoseconds) {
 std::string numberText(std::int64_t number) {
   std::string text = std::to_string(number);
   const std::size_t first = number < 0 ? 1 : 0;
-  for (std::size_t at = text.size(); at > first + 3;) text.insert(at -= 3, ",");
+  for (std::size_t at = text.size(); at > first + 3;) text.insert(at -= 3, 1, ',');
   return text;
 }
 
