@@ -75,7 +75,7 @@ def check_hostile_names(make_page):
     lines = [event["line"] for event in events(trace) if event["depth"] == 0]
     check(len(set(lines)) == len(lines), "two names look the same")
     for name in ["</script><script>document.title='broken'</script>", "<!--<script>", "&lt;b&gt;&amp;", "é😀",
-                 "\"\\'`${1}",
+                 "\\\"\\\\'`${1}",
                  "@page.js@", "\\xC0\\xAF", "\\xED\\xA0\\x80", "\\u2028line\\u2029", "byte A", "byte \\xFF"]:
         line = f'ClassLoader.getTypeByName("{name}") = null'
         check(line in lines, f"no event is shown as {line}")

@@ -127,7 +127,7 @@ TEST(Reader, ReadsLocksThatAreAwaitedOrHeld) {
     EventWriter atLock = writer;
     atLock.at(10).lock(1, waited, notYet);
     EXPECT_EQ(shapeOf(atLock), "ClassLoader.getTypeByName?[lock?]");
-    const Trace trace = traceOf(atLock, EventWriter::startTime + 110);
+    const Trace trace = traceOf(atLock, {EventWriter::startTime + 110, {4711}});
     const Event& lock = trace.threads.at(0).events.at(0).inner.at(0);
     EXPECT_EQ(lock.duration, 100U);
     EXPECT_EQ(lock.lock.waited, waited == notYet ? 100U : 30U);

@@ -118,7 +118,7 @@ TEST(TextTree, ShowsWhoIsAtTheLock) {
   const auto shown = [](std::uint64_t waited, std::uint64_t held) {
     EventWriter writer;
     writer.at(100'000'000).begin(getTypeByName, 0).lock(1, waited, held);
-    const std::string tree = callsOf(writer, {}, EventWriter::startTime + 2'200'000'000);
+    const std::string tree = callsOf(writer, {}, {EventWriter::startTime + 2'200'000'000, {4711}});
     return tree.substr(tree.find('\n') + 1);
   };
   const std::string time = "still running after 2.1 s\n";
