@@ -151,10 +151,8 @@ bool isInPrivateFolder(const std::string& file) {
 }
 
 /// Removes the files in an open folder. Async-signal-safe, which reading it with `readdir` would not be.
-/// @return whether there was one.
-static bool removeFilesIn(int folder) noexcept {
+static void removeFilesIn(int folder) noexcept {
   alignas(dirent64) std::array<char, 2048> entries;
-  bool isAnyGone = false;
   // Entries that go while others are read may hide some of those: the folder is read until nothing goes.
   for (bool isChanged = true; isChanged;) {
     isChanged = false;
@@ -162,20 +160,22 @@ static bool removeFilesIn(int folder) noexcept {
     for (ssize_t size = 0; (size = getdents64(folder, entries.data(), entries.size())) > 0;) {
       for (const char* at = entries.data(); at < entries.data() + size;) {
         const auto* entry = reinterpret_cast<const dirent64*>(at);
-        if (unlinkat(folder, entry->d_name, 0) == 0) isChanged = isAnyGone = true;
+        if (unlinkat(folder, entry->d_name, 0) == 0) isChanged = true;
         at += entry->d_reclen;
       }
     }
   }
-  return isAnyGone;
 }
 
 void removePrivateFolder() noexcept {
   pid_t self = getpid();
   if (!owner.compare_exchange_strong(self, 0)) return;
   removeFilesIn(lockedFolder);
-  // Another thread may have written a file meanwhile.
-  while (rmdir(folderPath.data()) != 0 && errno == ENOTEMPTY && removeFilesIn(lockedFolder)) continue;
+  // Another thread may be writing a file: it is there under one name, then under another.
+  constexpr int mostTries = 1000;
+  for (int i = 0; i < mostTries && rmdir(folderPath.data()) != 0 && errno == ENOTEMPTY; ++i) {
+    removeFilesIn(lockedFolder);
+  }
   close(lockedFolder);
 }
 
