@@ -163,9 +163,20 @@ static void checkLoaded(const std::string& path, const std::string& declared) {
                            inQuotes(declared) + " is not loaded, because a file is loaded once");
 }
 
+/// The device and the inode of a file.
+static std::pair<dev_t, ino_t> inodeOf(const std::string& path) {
+  struct stat status{};
+  stat(path.c_str(), &status);
+  return {status.st_dev, status.st_ino};
+}
+
 void Loader::loadSource(const language::SourceText& source, const std::string& real, Placement placement) {
   const std::string identity = sourceIdentity(source.text);
-  const auto earlier = loaded_.find(real);
+  auto earlier = loaded_.find(real);
+  if (earlier == loaded_.end() && loadedInodes_[inodeOf(real)] == identity) {
+    // The file was moved. Text is compared too, because the system gives the inode of a deleted file to another.
+    earlier = loaded_.emplace(real, identity).first;
+  }
   const bool isLoaded = earlier != loaded_.end();
   // An object that was built from this very text brought its types.
   const bool isKnown = isLoaded ? earlier->second == identity : objectIdentities_.count(identity) != 0;
@@ -179,6 +190,7 @@ void Loader::loadSource(const language::SourceText& source, const std::string& r
   checkUnknown(source, file);
   link(compile(source, file), source);
   loaded_.emplace(real, identity);
+  loadedInodes_[inodeOf(real)] = identity;
 }
 
 void Loader::loadInstance(const GenericInstance& instance) {

@@ -1,6 +1,8 @@
 // Loading: from source files and object bundles to registered types.
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 #include <map>
 #include <memory>
@@ -77,6 +79,8 @@ class Loader {
   std::mutex mutex_;
   // The identities that sources, and those of objects, had when they were loaded, by real paths.
   std::map<std::string, std::string> loaded_;
+  // Those of sources, by device and inode.
+  std::map<std::pair<dev_t, ino_t>, std::string> loadedInodes_;
   std::set<std::string> objectIdentities_;  // of the sources that loaded objects were built from
 };
 

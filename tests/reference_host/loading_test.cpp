@@ -86,6 +86,19 @@ TEST(Loading, ASourceIsLoadedOnceUnderAllItsNames) {
   EXPECT_EQ(findType("a.A")->source, "a/A.ov");
 }
 
+TEST(Loading, ASourceStaysLoadedWhenALinkTakesItsPlace) {
+  const Workspace workspace;
+  writeFile("a/A.ov", "package a; class A { }");
+  load("a/A.ov");
+  fs::rename("a", "moved");
+  fs::create_directory_symlink("moved", "a");
+  load("a/A.ov");
+  fs::rename("moved/A.ov", "elsewhere.ov");
+  fs::create_symlink("../elsewhere.ov", "moved/A.ov");
+  load("a/A.ov");
+  EXPECT_EQ(typeCounts(), (Counts{1, 1}));
+}
+
 TEST(Loading, APlaceIsCheckedWhateverIsLoadedAlready) {
   const Workspace workspace;
   const auto place = [](const std::string& path) {
