@@ -1,5 +1,7 @@
 // `orva-host`: runs a program of the language.
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <exception>
@@ -23,6 +25,20 @@ static void reserveStandardStreams() {
   for (int stream = 0; stream <= 2; ++stream) {
     if (fcntl(stream, F_GETFD) == -1) open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
   }
+}
+
+/// Opens a pipe anew that somebody made non-blocking: what does not fit into it at once would be lost.
+static void awaitRoomIn(int stream) {
+  struct stat status{};
+  const bool isWaiting = (fcntl(stream, F_GETFL) & O_NONBLOCK) == 0;
+  if (isWaiting || fstat(stream, &status) != 0 || !S_ISFIFO(status.st_mode)) return;
+  // Without a reader, a call that waits would wait for one.
+  const char* const name = stream == STDOUT_FILENO ? "/dev/fd/1" : "/dev/fd/2";
+  const int own = open(name, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  if (own < 0) return;
+  fcntl(own, F_SETFL, 0);
+  dup2(own, stream);
+  close(own);
 }
 
 /// Tells whether the stack has room for the start of the host, and says so where it has not.
@@ -69,6 +85,8 @@ static int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   reserveStandardStreams();
+  awaitRoomIn(STDOUT_FILENO);
+  awaitRoomIn(STDERR_FILENO);
   if (!hasStack()) return 1;
   orva::program::cleanUpOnSignals();
   orva::program::reportFatalErrors(argc, argv);

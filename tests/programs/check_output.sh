@@ -120,4 +120,28 @@ with_natives run Hurry.ov -- "$(text 9999 x)" >slow 2>.errors
 expect 'output that does not wait' '0 ' "$? $(cat .errors)"
 wait
 expect 'all of it' 400000 "$(tr -d ' ' <.size)"
+
+# A full pipe that somebody else made non-blocking: every message waits for room, too.
+echo 'class Late { static void main() { throw new Late("the reason"); } }' >Late.ov
+echo 'class Bad { static void main() { missing = 1; } }' >Bad.ov
+into_full_pipe() {  # COMMAND…; what comes behind the 64 KiB that fill the pipe
+  { sleep 0.2; tail -c +65537; } <slow >.received &
+  python3 - "$@" <<'PY'
+import fcntl, os, subprocess, sys
+pipe = os.open("slow", os.O_WRONLY)
+fcntl.fcntl(pipe, fcntl.F_SETPIPE_SZ, 65536)
+fcntl.fcntl(pipe, fcntl.F_SETFL, os.O_NONBLOCK)
+os.write(pipe, b"x" * 65536)
+sys.exit(subprocess.run(sys.argv[1:], stdout=pipe, stderr=pipe).returncode)
+PY
+  received="$? $(wait && head -1 .received)"
+}
+into_full_pipe "$host" run Late.ov
+expect 'an uncaught exception in a full pipe' '1 Late: the reason' "$received"
+into_full_pipe "$host" run Bad.ov
+expect 'an error in a full pipe' "1 Bad.ov:1:34: error: unknown variable 'missing'" "$received"
+into_full_pipe "$host" run Absent.ov
+expect 'a missing file in a full pipe' "1 Cannot read 'Absent.ov': No such file or directory" "$received"
+into_full_pipe "$host" --version
+expect 'the version in a full pipe' "0 $("$host" --version | head -1)" "$received"
 exit $failures
