@@ -39,7 +39,8 @@ static void hang(const std::string& name) {
 static void mapFile(const std::string& path) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   // Below what is mapped already.
-  mmap(reinterpret_cast<void*>(0x10000), 4096, PROT_READ, MAP_SHARED, file, 0);
+  void* const place = mmap(reinterpret_cast<void*>(0x10000), 4096, PROT_READ, MAP_SHARED, file, 0);
+  if (place == MAP_FAILED) std::abort();
   close(file);
 }
 

@@ -270,13 +270,15 @@ TEST(TextTree, EndsWithWhatItDoesNotShow) {
   trace.damagedFrom = 4096;
   trace.missed = 3;
   trace.unseen = 2;
-  EXPECT_EQ(notesOf(trace), (std::vector<std::string>{
-                                "the trace ends early: its size limit is reached", "1 event was not finished",
-                                "the trace ends early: its file is damaged from byte 4096 on",
-                                "3 calls of natives are not shown: signal handlers made them while another was being "
-                                "recorded, or memory was short",
-                                "2 references to traced functions, or further class-loading libraries, were not "
-                                "redirected: calls through them are not shown"}));
+  const std::string missed =
+      "3 calls of natives are not shown: signal handlers made them while another was being recorded, or memory was "
+      "short";
+  const std::string unseen =
+      "2 references to traced functions, or further class-loading libraries, were not redirected: calls through them "
+      "are not shown";
+  EXPECT_EQ(notesOf(trace),
+            (std::vector<std::string>{"the trace ends early: its size limit is reached", "1 event was not finished",
+                                      "the trace ends early: its file is damaged from byte 4096 on", missed, unseen}));
   trace = {};
   trace.stopped = Stopped::failed;
   trace.error = ENOSPC;
