@@ -134,7 +134,9 @@ fcntl.fcntl(pipe, fcntl.F_SETFL, os.O_NONBLOCK)
 os.write(pipe, b"x" * 65536)
 sys.exit(subprocess.run(sys.argv[1:], stdout=pipe, stderr=pipe).returncode)
 PY
-  received="$? $(wait && head -1 .received)"
+  local status=$?
+  wait
+  received="$status $(head -1 .received)"
 }
 into_full_pipe "$host" run Late.ov
 expect 'an uncaught exception in a full pipe' '1 Late: the reason' "$received"
