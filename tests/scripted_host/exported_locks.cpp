@@ -2,6 +2,8 @@
 #include <dlfcn.h>
 #include <pthread.h>
 
+#include <atomic>
+
 // The names that the linker would make.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
@@ -14,17 +16,18 @@ int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
 using Operation = int(pthread_mutex_t*);
 
-static Operation* next(const char* name) { return reinterpret_cast<Operation*>(dlsym(RTLD_NEXT, name)); }
+/// Calls the next definition of a function. It is kept in no local variable: the guard of one may take a lock itself.
+static int callNext(std::atomic<Operation*>& known, const char* name, pthread_mutex_t* mutex) {
+  Operation* operation = known;
+  if (operation == nullptr) known = operation = reinterpret_cast<Operation*>(dlsym(RTLD_NEXT, name));
+  return operation(mutex);
+}
+
+static std::atomic<Operation*> nextLock{nullptr};
+static std::atomic<Operation*> nextUnlock{nullptr};
 
 int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept { return __wrap_pthread_mutex_lock(mutex); }
 int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept { return __wrap_pthread_mutex_unlock(mutex); }
 
-int __real_pthread_mutex_lock(pthread_mutex_t* mutex) {
-  static Operation* const lock = next("pthread_mutex_lock");
-  return lock(mutex);
-}
-
-int __real_pthread_mutex_unlock(pthread_mutex_t* mutex) {
-  static Operation* const unlock = next("pthread_mutex_unlock");
-  return unlock(mutex);
-}
+int __real_pthread_mutex_lock(pthread_mutex_t* mutex) { return callNext(nextLock, "pthread_mutex_lock", mutex); }
+int __real_pthread_mutex_unlock(pthread_mutex_t* mutex) { return callNext(nextUnlock, "pthread_mutex_unlock", mutex); }
