@@ -18,7 +18,7 @@ int main() {
   minimal_host::registerType("train.Cart");
   for (const char* name : {"shop.Cart", "SystemClassLoader", "shop.Till", "Cart"}) {
     const void* type = getTypeByName(name);
-    std::printf("%s is %s type\n", name, type != nullptr ? "a" : "no");
+    std::printf("%s is %s\n", name, type != nullptr ? "a type" : "not a type");
     if (const auto raised = minimal_host::takePending()) {
       std::printf("  raised %s: %s\n", raised->className.c_str(), raised->message.c_str());
     }

@@ -69,7 +69,7 @@ std::vector<Check> typeChecks() {
       room.required("AnEmptyNameIsTaken", anEmptyNameIsTaken,
                     "Two natives hand an empty name on as it is; a program would get a type, or a crash, for no name."),
       room.required("AnUnknownNameGivesNull", anUnknownNameGivesNull,
-                    "For the library null alone means that there is no type; programs would use what is none."),
+                    "The library takes only null for a missing type; programs would use anything else as a type."),
       room.required(
           "EveryRegisteredNameIsFound", everyRegisteredNameIsFound,
           "A plugin's entry type is looked up by the full name that the registry has; loading it would give null and "

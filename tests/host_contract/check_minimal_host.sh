@@ -7,8 +7,8 @@ lookup=$1 check=$2 check_bare=$3
 diff -u --label expected - --label printed <("$lookup") <<'PRINTED'
 shop.Cart is a type
 SystemClassLoader is a type
-shop.Till is no type
-Cart is no type
+shop.Till is not a type
+Cart is not a type
   raised ClassNotFoundException: Ambiguous plugin entry type 'Cart'; use its fully qualified name
 PRINTED
 

@@ -1,4 +1,4 @@
-// Type names given as text: any blanks are fine, anything that is no type is not.
+// Type names given as text: any blanks are fine, anything that is not a type is refused.
 #include <gtest/gtest.h>
 
 #include <string>

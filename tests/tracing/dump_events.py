@@ -60,7 +60,7 @@ def dump(path, names, with_times):
     data = Path(path).read_bytes()
     (magic, version, size, limit, start, _, process, parent, end, reserved, stopped, error, attached, unseen,
      threads, missed) = HEADER.unpack_from(data)
-    assert magic == 0x3165636172545652 and version == 1 and size == HEADER.size, f'{path} is no file of events'
+    assert magic == 0x3165636172545652 and version == 1 and size == HEADER.size, f'{path} is not an event file'
     print(f'header process={process} parent={parent} limit={limit} stopped={stopped} error={error} '
           f'attached={attached} unseen={unseen} threads={threads}' + (f' missed={missed}' if missed else ''))
     place = size

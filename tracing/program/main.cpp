@@ -221,7 +221,7 @@ int showRecorded(const Options& options) {
     paths.push_back(traceToDump(options.dump));
   } else {
     paths = tracesIn(options.read);
-    if (paths.empty()) throw Failure(ownFailure, "there is no trace in " + inQuotes(options.read));
+    if (paths.empty()) throw Failure(ownFailure, inQuotes(options.read) + " contains no traces");
   }
   Outputs outputs(options, STDOUT_FILENO);
   return show(options, readAll(paths), {}, outputs) ? 0 : ownFailure;

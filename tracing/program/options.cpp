@@ -211,7 +211,7 @@ class CommandLine {
       const std::string_view method = call.name.substr(call.name.find('.') + 1);
       if (call.isNative) known += (known.empty() ? "" : ", ") + std::string(method);
     }
-    failUsage("there is no native " + inQuotes(name) + ": expected one of " + known);
+    failUsage("unknown native " + inQuotes(name) + ": expected one of " + known);
   }
 
   void checkWhole() const {

@@ -23,7 +23,7 @@ COMMON = [
     ("--package stock", PACKAGE, "stock", "raised: the class path has no roots to search for the package 'stock'"),
     ("--root sources", "ClassLoader.addSourceRoot", "sources", None),
     ("--root none", "ClassLoader.addSourceRoot", "none",
-     "raised: no folder can be seen at 'none', and the runtime refused it as a root"),
+     "raised: the runtime refused 'none' as a root, and it is not a folder that the program can reach"),
     ("app.Cart", LOOKUP, "app.Cart", None),
     ("--nothing", LOOKUP, None, f"null: the name is null, {NO_NAME}"),
     ("", LOOKUP, "", f"null: the name is empty, {NO_NAME}"),

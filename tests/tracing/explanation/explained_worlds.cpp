@@ -1,5 +1,5 @@
-// Plays the small worlds as the suite of properties does; but here each call is explained, and what was explained is
-// written down for a program that knows nothing of how.
+// Plays the small worlds as the suite of properties does, explains each call, and writes both down for a checker that
+// shares no code with the reader.
 #include "explained_worlds.h"
 
 #include <fcntl.h>

@@ -275,7 +275,7 @@ std::vector<Case> refusals() {
       {SentenceId::unreadPackage, "raised: the folder of the package 'a.b' could not be listed: Input/output error",
        package(text("a.b"), {valid, runtime(), roots(list({"r"})),
                              raise("IOException", "Cannot enumerate package 'a.b': Input/output error")})},
-      {SentenceId::refusedRoot, "raised: no folder can be seen at 'r', and the runtime refused it as a root",
+      {SentenceId::refusedRoot, "raised: the runtime refused 'r' as a root, and it is not a folder that the program can reach",
        root(text("r"),
             {runtime(), call(CallId::Runtime_addKlassPath, {text("r")}, {kFalse}), raise("IOException", "")})},
   };

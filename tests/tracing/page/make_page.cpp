@@ -155,7 +155,7 @@ static std::vector<Trace> many() {
   return {trace(4711, std::move(threads))};
 }
 
-/// Names that would end the script, steer the browser or break the JSON; and each byte alone.
+/// Names that would end the script, change how text is shown or break the JSON, and one name for each byte.
 static std::vector<Trace> hostile() {
   std::vector<Event> events;
   for (const char* name : {"</script><script>document.title='broken'</script>", "<!--<script>", "]]>", "&lt;b&gt;&amp;",

@@ -17,7 +17,7 @@
 
 static void ask(const std::string& name) {
   const bool isFound = orva_ClassLoader_getTypeByName(name.c_str()) != nullptr;
-  std::printf("%s is %s type\n", name.c_str(), isFound ? "a" : "no");
+  std::printf("%s is %s\n", name.c_str(), isFound ? "a type" : "not a type");
   if (const auto raised = minimal_host::takePending()) std::printf("  raised: %s\n", raised->message.c_str());
   std::fflush(stdout);
 }

@@ -86,7 +86,7 @@ fi
 check 'no library' 3 "orva-trace: no class-loading library was seen in '/bin/sh'" /bin/sh -c 'exit 3'
 linked="this program has the library linked statically: link orva::classloader_traced"
 check 'linked statically' 3 "orva-trace: '$static_host': $linked" "$static_host" --ask shop.Till --end 3
-same 'output of the program' 'shop.Till is no type' "$(cat output)"
+same 'output of the program' 'shop.Till is not a type' "$(cat output)"
 check 'linked statically, to be traced' 3 '' --output tree "$traced_host" --ask shop.Till --end 3
 same 'its lookups' 1 "$(grep -c 'getTypeByName("shop.Till")' tree)"
 # It has two recorders, of which one sees the calls; and maps files of its own, one of which is named like a trace.

@@ -21,7 +21,7 @@ wrong "unexpected word 'true': --read and --dump run no program" --read . true
 wrong '--keep is for a program that is run, not for --read or --dump' --dump 1 --keep x
 wrong '--limit is for a program that is run, not for --read or --dump' --read . --limit 1M
 wrong '--no-follow is for a program that is run, not for --read or --dump' --no-follow --read .
-wrong "there is no native 'getType': expected one of objectAbiVersion, getSystem, getTypeByName, addSourceRoot, \
+wrong "unknown native 'getType': expected one of objectAbiVersion, getSystem, getTypeByName, addSourceRoot, \
 precompileSources, loadSourceClass, loadObjectBundle, loadClass, loadPackageTypes" --native getType true
 
 # Each option is suggested for a letter less, a letter more and another letter.
@@ -83,7 +83,7 @@ TMPDIR=$work/none check 'TMPDIR that is not there' 2 \
   "orva-trace: cannot make a folder for the trace in '$work/none': No such file or directory" touch ran 2>/dev/null
 [[ ! -e ran ]] || fail 'a program ran, although the command line is wrong'
 mkdir empty
-check '--read of nothing' 2 "orva-trace: there is no trace in 'empty'" --read empty
+check '--read of nothing' 2 "orva-trace: 'empty' contains no traces" --read empty
 check '--read of no folder' 2 "orva-trace: cannot read the folder 'none': No such file or directory" --read none
 echo damaged >empty/1-0.events
 "$trace" --read empty >output 2>errors

@@ -12,12 +12,12 @@ shown() { grep -c "getTypeByName(\"$1\")" "$2"; }  # NAME FILE
 # == Streams and statuses
 # `check` compares all errors, so here the tree goes to a file.
 check 'a program that ends' 7 '' --output tree "$host" --ask shop.Till --end 7
-same 'its output' 'shop.Till is no type' "$(cat output)"
+same 'its output' 'shop.Till is not a type' "$(cat output)"
 same 'its lookups' 1 "$(shown shop.Till tree)"
 same 'lines beyond 80 columns' 0 "$(LC_ALL=C.UTF-8 grep -c '.\{81\}' tree)"
 "$trace" "$host" --ask shop.Till >output 2>errors
 same 'the tree on standard error' 1 "$(shown shop.Till errors)"
-same 'standard output' 'shop.Till is no type' "$(cat output)"
+same 'standard output' 'shop.Till is not a type' "$(cat output)"
 same 'standard input' hello "$(echo hello | "$trace" cat 2>errors)"
 # shellcheck disable=SC2016
 streams='for stream in 0 1 2; do [ ! -e /proc/$$/fd/$stream ] || echo $stream; done'
@@ -87,7 +87,7 @@ for file in script without_interpreter; do
   check "$file, --no-follow" 0 '' --no-follow --output tree "./$file"
   same "lookups of $file, --no-follow" '0 1 0' \
     "$(shown shop.First tree) $(shown shop.Second tree) $(shown shop.Third tree)"
-  same "output of $file, --no-follow" 3 "$(grep -c 'is no type' output)"
+  same "output of $file, --no-follow" 3 "$(grep -c 'is not a type' output)"
 done
 # shellcheck disable=SC2016
 LD_PRELOAD=libm.so.6 LD_AUDIT='' "$trace" --output tree sh -c 'echo "$LD_PRELOAD $LD_AUDIT"' >output 2>errors
@@ -148,19 +148,19 @@ same 'what it says' 'no calls' "$(cat output)"
 
 # == A trace that cannot be written
 "$trace" "$host" --ask shop.Till 2>&1 >output | head -c 0
-same 'a closed pipe' '0 shop.Till is no type' "${PIPESTATUS[0]} $(cat output)"
+same 'a closed pipe' '0 shop.Till is not a type' "${PIPESTATUS[0]} $(cat output)"
 check 'a full disk' 3 "orva-trace: the trace ends here: cannot write '/dev/full': No space left on device" \
   --output /dev/full "$host" --ask shop.Till --end 3
 "$trace" --read kept >/dev/full 2>errors
 same 'a full disk, --read' "2 orva-trace: the trace ends here: cannot write standard output: No space left on device" \
   "$? $(cat errors)"
 (ulimit -f 8; "$trace" "$host" --ask shop.Till --times 20000 --end 3 >output 2>errors)
-same 'files that may not grow' '3 shop.Till is no type' "$? $(cat output)"
+same 'files that may not grow' '3 shop.Till is not a type' "$? $(cat output)"
 mkdir full
 # shellcheck disable=SC2016
 unshare -rm sh -c 'mount -t tmpfs -o size=64k none full && head -c 1M /dev/zero >full/rest 2>/dev/null
   TMPDIR=$PWD/full "$@"' sh "$trace" --output tree "$host" --ask shop.Till --end 3 >output 2>errors
-same 'records on a full disk' '3 shop.Till is no type' "$? $(cat output)"
+same 'records on a full disk' '3 shop.Till is not a type' "$? $(cat output)"
 
 # With very few, the dynamic linker cannot load orva-trace (error 24).
 for descriptors in 4 5 6 7 8; do
@@ -243,7 +243,7 @@ for signal in INT QUIT TERM HUP; do
   env --default-signal=INT,QUIT bash -c 'ulimit -c 0; exec "$@"' bash \
     "$trace" --output unread "$host" --ask shop.Till >output 2>errors &
   tracer=$!
-  await output 'shop.Till is no type'
+  await output 'shop.Till is not a type'
   until [[ -z $(ls -A "$TMPDIR") ]]; do sleep 0.05; done
   until grep -q pipe_write "/proc/$tracer/wchan" || [[ ! -e /proc/$tracer ]]; do sleep 0.05; done
   number=$(kill -l "$signal")
