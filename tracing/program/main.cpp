@@ -146,7 +146,7 @@ void dropUnattached(Recorded& recorded, const std::string& program) {
   bool isTold = !traces.empty() || !recorded.isWhole;
   for (const std::string& each : unseen) {
     if (!hasLibraryInside(each)) continue;
-    report(inQuotes(each) + ": this program has the library linked statically: link orva::classloader_traced");
+    report(inQuotes(each) + ": this program links the library statically: link orva::classloader_traced instead");
     isTold = true;
   }
   if (!isTold) report("no class-loading library was seen in " + inQuotes(program));

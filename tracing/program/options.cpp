@@ -37,9 +37,9 @@ constexpr std::array optionTable = {
     Option{"--summary", "", "Print where time went, not each call"},
     Option{"--native", "NAME", "Show only this native, such as getTypeByName"},
     Option{"--name", "TEXT", "Show only natives with TEXT in them, in an argument or a result"},
-    Option{"--slower", "DURATION", "Show only natives that took so long or longer, such as 2ms"},
-    Option{"--limit", "SIZE", "Let each process record so much at most (default: 256M)"},
-    Option{"--no-follow", "", "Trace the first process only, not its children"},
+    Option{"--slower", "DURATION", "Show only natives that took at least this long, such as 2ms"},
+    Option{"--limit", "SIZE", "Let each process record at most this much (default: 256M)"},
+    Option{"--no-follow", "", "Trace only the first process, not its children"},
     Option{"--keep", "FOLDER", "Record in FOLDER, and leave the records there"},
     Option{"--read", "FOLDER", "Show what is recorded in FOLDER, and run nothing"},
     Option{"--dump", "PID", "Show what a running process has recorded so far"},
@@ -65,8 +65,8 @@ std::string help() {
       "       orva-trace [OPTION]... --read FOLDER | --dump PID\n"
       "       orva-trace --help | --version\n"
       "\n"
-      "Shows the calls that a program makes of the orva class loaders, what each returned\n"
-      "or raised, and why. The program is run as it is.\n"
+      "Shows the calls that a program makes to the orva class loaders, what each returned\n"
+      "or raised, and why. The program runs unchanged.\n"
       "\n"
       "Options:\n";
   for (const Option& option : optionTable) {
@@ -222,7 +222,7 @@ class CommandLine {
     }
     const std::string_view forRuns = !parsed_.keep.empty() ? "--keep" : isLimited_ ? "--limit" : "--no-follow";
     if (shows && (!parsed_.keep.empty() || isLimited_ || !parsed_.follows)) {
-      failUsage(std::string(forRuns) + " is for a program that is run, not for --read or --dump");
+      failUsage(std::string(forRuns) + " needs a PROGRAM to run, so it excludes --read and --dump");
     }
     if (!shows && parsed_.command.empty()) failUsage("expected a PROGRAM");
     if (!shows && parsed_.command.front().empty()) failUsage("the PROGRAM is empty: expected a name or a path");

@@ -113,7 +113,7 @@ void checkArchitecture(const std::string& path, const File& file) {
   if (!file.read(0, head) || std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0) return;
   if (head.e_ident[EI_CLASS] == ELFCLASS64 && head.e_machine == EM_X86_64) return;
   throw Failure(cannotRun, "cannot trace " + inQuotes(path) + ": it is built for another processor, and orva-trace " +
-                               "sees programs for x86-64 with 64 bits only");
+                               "traces only 64-bit programs for x86-64");
 }
 
 /// Other dynamic linkers have no audit interface, and would refuse to start the program.
@@ -138,9 +138,10 @@ void checkRights(const std::string& path) {
       ((status.st_mode & S_ISGID) != 0 && (status.st_mode & S_IXGRP) != 0 && status.st_gid != getgid());
   const bool hasCapabilities = getuid() != 0 && getxattr(path.c_str(), "security.capability", nullptr, 0) > 0;
   if (!isOther && !hasCapabilities) return;
-  throw Failure(cannotRun, "cannot trace " + inQuotes(path) + ": it " +
-                               (isOther ? "is setuid or setgid" : "has file capabilities") +
-                               ", so the dynamic linker ignores LD_AUDIT and LD_PRELOAD; trace a copy without");
+  throw Failure(cannotRun,
+                "cannot trace " + inQuotes(path) + ": it " +
+                    (isOther ? "is setuid or setgid" : "has file capabilities") +
+                    ", so the dynamic linker ignores LD_AUDIT and LD_PRELOAD: trace a copy without these rights");
 }
 
 /// The interpreter that a script names in its first line; empty for what is no script.

@@ -41,7 +41,7 @@ patched() {  # FILE OFFSET OCTAL
   # shellcheck disable=SC2059
   printf "\\$3" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none
 }
-other='it is built for another processor, and orva-trace sees programs for x86-64 with 64 bits only'
+other='it is built for another processor, and orva-trace traces only 64-bit programs for x86-64'
 patched aarch64 18 267
 patched i386 18 003
 patched short 4 001
@@ -60,7 +60,7 @@ check 'no dynamic linker' 127 "orva-trace: cannot run './lost_linker', which nee
 
 # Only root can make files that bring rights.
 if [[ $(id -u) == 0 ]]; then
-  ignored='so the dynamic linker ignores LD_AUDIT and LD_PRELOAD; trace a copy without'
+  ignored='so the dynamic linker ignores LD_AUDIT and LD_PRELOAD: trace a copy without these rights'
   cp "$host" setuid
   chown $nobody setuid
   chmod 4755 setuid
@@ -84,7 +84,7 @@ fi
 
 # Programs that run, and of which nothing is seen: their own status.
 check 'no library' 3 "orva-trace: no class-loading library was seen in '/bin/sh'" /bin/sh -c 'exit 3'
-linked="this program has the library linked statically: link orva::classloader_traced"
+linked="this program links the library statically: link orva::classloader_traced instead"
 check 'linked statically' 3 "orva-trace: '$static_host': $linked" "$static_host" --ask shop.Till --end 3
 same 'output of the program' 'shop.Till is not a type' "$(cat output)"
 check 'linked statically, to be traced' 3 '' --output tree "$traced_host" --ask shop.Till --end 3

@@ -18,9 +18,9 @@ wrong "unknown option '--colours'" --colours
 wrong "option '--help' takes no value" --help=me
 wrong '--read and --dump exclude each other' --read . --dump 1
 wrong "unexpected word 'true': --read and --dump run no program" --read . true
-wrong '--keep is for a program that is run, not for --read or --dump' --dump 1 --keep x
-wrong '--limit is for a program that is run, not for --read or --dump' --read . --limit 1M
-wrong '--no-follow is for a program that is run, not for --read or --dump' --no-follow --read .
+wrong '--keep needs a PROGRAM to run, so it excludes --read and --dump' --dump 1 --keep x
+wrong '--limit needs a PROGRAM to run, so it excludes --read and --dump' --read . --limit 1M
+wrong '--no-follow needs a PROGRAM to run, so it excludes --read and --dump' --no-follow --read .
 wrong "unknown native 'getType': expected one of objectAbiVersion, getSystem, getTypeByName, addSourceRoot, \
 precompileSources, loadSourceClass, loadObjectBundle, loadClass, loadPackageTypes" --native getType true
 
