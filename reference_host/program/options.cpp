@@ -41,7 +41,8 @@ struct Option {
 constexpr std::array options = {
     Option{"--class-path", "DIR", "Look for classes below DIR too; may be given several times"},
     Option{"--stdlib", "DIR", "The standard library (default: ../share/orva/stdlib, seen from the executable)"},
-    Option{"--trace", "FILE", "Show what loading does, on standard error or in FILE, by means of orva-trace", true},
+    Option{"--trace", "FILE", "Run under orva-trace, which shows what loading does, on standard error or in FILE",
+           true},
     Option{"--help", "", "Print this help"},
     Option{"--version", "", "Print the versions of orva-host and LLVM, and the target of compiled code"},
 };
