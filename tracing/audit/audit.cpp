@@ -1,6 +1,6 @@
-// The dynamic linker calls this while it binds symbols, in a namespace of its own: natives are redirected to the
-// recorder's thunks for all who call them, and what the class-loading library calls is redirected for the library
-// alone.
+// The dynamic linker calls this module, in a namespace of its own, while it binds symbols. The module redirects the
+// natives to the recorder's thunks for every caller, and the functions that the class-loading library calls only for
+// that library.
 #include <fcntl.h>
 #include <link.h>
 #include <sys/syscall.h>
@@ -17,7 +17,7 @@ using namespace orva::tracing;
 
 namespace {
 
-Exports* exports = nullptr;  // of the recorder in the program; null while there is none
+Exports* exports = nullptr;  // of the recorder in the program; null until it is loaded
 char* thunks = nullptr;
 const link_map* library = nullptr;  // the class-loading library; the first, should there be several
 
@@ -38,7 +38,7 @@ void takeLibrary(const link_map& map, const LoadedObject& object) {
   if (header != nullptr) header->attached = static_cast<std::uint32_t>(Attached::audit);
 }
 
-/// Finds the slot of what one object calls of another, or `noSlot` for what is not traced.
+/// Finds the slot of a function that one object calls in another, or `noSlot` if it is not traced.
 int slotBetween(bool isFromLibrary, bool isToLibrary, const char* name) {
   if (!isFromLibrary && !isToLibrary) return noSlot;
   const int slot = slotOf(name);
@@ -53,7 +53,7 @@ void countUnseen() {
   if (header != nullptr) ++header->unseen;
 }
 
-/// Changes what is mapped read-only. Unlike a change of the protection, this leaves all else as it was.
+/// Writes to read-only memory, without changing its protection.
 bool overwrite(const ElfW(Rela) & place, const ElfW(Rela) & value) {
   const auto file = static_cast<int>(syscall(SYS_openat, AT_FDCWD, "/proc/self/mem", O_RDWR | O_CLOEXEC));
   if (file < 0) return false;
@@ -62,8 +62,9 @@ bool overwrite(const ElfW(Rela) & place, const ElfW(Rela) & value) {
   return written == sizeof value;
 }
 
-/// Redirects what an object will keep the addresses of: it is mapped, and not yet relocated. Nothing is asked when it
-/// is, so the relocations themselves lead to the thunks. What the library calls so has no original to be found here.
+/// Redirects the functions whose addresses an object will store. The object is mapped but not yet relocated, and its
+/// relocation will not call this module, so this rewrites the relocations to lead to the thunks. The originals of the
+/// functions that the library calls this way cannot be found here.
 void redirectAddresses(const link_map& map, const LoadedObject& object) {
   const bool isLibrary = &map == library;
   object.forEachAddress([&](const ElfW(Rela) & relocation, const char* name) {
@@ -88,7 +89,7 @@ void openLibrary(const link_map& map, const LoadedObject& object) {
 #pragma GCC visibility push(default)
 extern "C" {
 
-/// What is used here has been the same since the first version.
+/// The parts of the interface used here have not changed since its first version.
 unsigned int la_version(unsigned int version) { return std::min(version, static_cast<unsigned int>(LAV_CURRENT)); }
 
 unsigned int la_objopen(struct link_map* map, Lmid_t space, std::uintptr_t* cookie) {

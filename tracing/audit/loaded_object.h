@@ -11,7 +11,7 @@ class LoadedObject {
  public:
   explicit LoadedObject(const link_map& map);
 
-  /// Tells whether the object calls itself by a name that begins with `prefix`.
+  /// Tells whether the object's own name begins with `prefix`.
   bool isNamed(const char* prefix) const;
 
   /// Calls `visit` with each symbol's entry and name.
@@ -28,7 +28,7 @@ class LoadedObject {
       const auto type = ELF64_R_TYPE(entry->r_info);
       if (type != R_X86_64_GLOB_DAT && type != R_X86_64_64) continue;
       const ElfW(Sym)& symbol = symbols_[ELF64_R_SYM(entry->r_info)];
-      // One that is undefined and has a value stands for an entry of the program's own linkage table.
+      // An undefined symbol with a value refers to an entry in the program's own linkage table.
       if (symbol.st_shndx == SHN_UNDEF && symbol.st_value == 0) visit(*entry, names_ + symbol.st_name);
     }
   }
@@ -36,7 +36,7 @@ class LoadedObject {
   /// How a relocation is written that fills in the address `value`.
   ElfW(Rela) filledIn(ElfW(Rela) relocation, const char* value) const;
 
-  /// Where in memory a symbol that the object defines is; null where it defines none of that name.
+  /// The address of a symbol that the object defines; null if it does not define that name.
   char* find(const char* name) const;
   char* addressOf(const ElfW(Sym) & symbol) const { return reinterpret_cast<char*>(base_ + symbol.st_value); }
 

@@ -1,5 +1,5 @@
-// Every call that a trace shows: the natives, then what they call of the host. What each takes and returns comes from
-// its declaration, so that a changed header changes the trace too.
+// Every call that a trace shows: the natives, then the host's functions that they call. Parameters and results come
+// from the declarations, so that a changed header changes the trace too.
 #pragma once
 
 #include <array>
@@ -31,7 +31,7 @@ enum class CallId : std::uint16_t {
   count,
 };
 
-/// What a parameter or a result is, as a trace shows it.
+/// How a trace shows a parameter or a result.
 enum class ValueType : std::uint8_t {
   nothing,
   integer32,
@@ -49,7 +49,7 @@ enum class ValueType : std::uint8_t {
 
 constexpr std::size_t mostParameters = 4;
 
-/// A call as its declaration gives it.
+/// A call, as it is declared.
 struct CallDescription {
   std::string_view name;    ///< as a program's author knows it: `Compiler::objectAbiVersion`
   std::string_view symbol;  ///< of a C function
@@ -58,13 +58,13 @@ struct CallDescription {
   std::string_view owner;
   std::string_view operation;
   bool isNative = false;
-  bool isMember = false;  ///< has an object of its own, before the parameters
+  bool isMember = false;  ///< takes its object before the parameters
   bool isConst = false;
   ValueType result = ValueType::nothing;
   std::size_t parameterCount = 0;
   std::array<ValueType, mostParameters> parameters{};
 
-  /// Tells whether the caller passes the place of the result, before all else.
+  /// Tells whether the caller passes the address of the result as the first argument.
   constexpr bool isResultInMemory() const { return result == ValueType::string || result == ValueType::context; }
 };
 

@@ -1,5 +1,5 @@
-// The file that a traced process writes and `orva-trace` reads. Both map it into memory, so that whatever ends the
-// process, the records that it finished are there.
+// The file that a traced process writes and `orva-trace` reads. The process maps it into memory, so that its finished
+// records survive whatever ends it.
 #pragma once
 
 #include <atomic>

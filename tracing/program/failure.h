@@ -1,4 +1,4 @@
-// How `orva-trace` says what is wrong.
+// The errors of `orva-trace`.
 #pragma once
 
 #include <cstdio>

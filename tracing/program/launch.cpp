@@ -138,7 +138,7 @@ int execute(const Launch& launch) {
                 "cannot run " + inQuotes(launch.program) + ": " + std::generic_category().message(error));
 }
 
-/// Starts the program. A pipe, which closes when it runs, tells why it does not.
+/// Starts the program. A pipe passes on why it cannot run; the pipe closes when the program runs.
 pid_t start(const Launch& launch, const Signals& signals) {
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {

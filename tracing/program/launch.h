@@ -23,9 +23,9 @@ struct Ended {
   int interrupted = 0;  ///< the signal that ended the wait while the program still ran
 };
 
-/// The signals as they are while a program runs and its trace is read: SIGINT and SIGQUIT, which a terminal sends to
-/// the program too, are ignored, and SIGTERM and the others that end a process await `await`. What is written never
-/// ends orva-trace by SIGPIPE or SIGXFSZ, because it still has a status to hand on.
+/// Sets the signals for the time in which a program runs and its trace is read. SIGINT and SIGQUIT, which a terminal
+/// also sends to the program, are ignored. SIGTERM and the others that end a process wait for `await`. Writing never
+/// ends orva-trace by SIGPIPE or SIGXFSZ, because orva-trace must still end with the program's status.
 class Signals {
  public:
   Signals();

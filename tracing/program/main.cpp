@@ -1,4 +1,4 @@
-// `orva-trace`: runs a program and shows what its class loaders did, or shows what is recorded already.
+// `orva-trace`: runs a program and shows what its class loaders did, or shows earlier records.
 #include <unistd.h>
 
 #include <algorithm>
@@ -40,7 +40,7 @@ Trace joined(const std::vector<Trace>& traces) {
   return all;
 }
 
-/// All that is to be written, opened before the program runs so that a wrong path is told at once.
+/// All outputs, opened before the program runs so that a wrong path fails at once.
 class Outputs {
  public:
   /// @param usual the standard stream for the text, unless a file is named
@@ -87,7 +87,7 @@ class Outputs {
     throw Failure(ownFailure, "two outputs go to one file: " + one->name() + " and " + other->name());
   }
 
-  /// A tree and a summary have them in it.
+  /// For outputs other than the tree and the summary, which contain the notes.
   static void reportNotes(const std::vector<Trace>& traces) {
     for (const Trace& trace : traces) {
       for (const std::string& note : notesOf(trace)) report("process " + std::to_string(trace.process) + ": " + note);
@@ -110,7 +110,7 @@ struct Recorded {
   bool isWhole = true;
 };
 
-/// Reads traces. One that cannot be read is told of, and left out.
+/// Reads traces. Reports one that cannot be read, and leaves it out.
 Recorded readAll(const std::vector<std::string>& paths) {
   Recorded recorded;
   const std::map<std::string, std::set<std::uint32_t>> writers = currentWriters();
@@ -129,12 +129,12 @@ Recorded readAll(const std::vector<std::string>& paths) {
   return recorded;
 }
 
-/// Takes out the processes in which no class-loading library was seen. Says so of those that have one inside, and when
-/// there is no other.
+/// Removes the processes in which no class-loading library was seen. Reports those that link one statically; if no
+/// other process remains, reports the program.
 void dropUnattached(Recorded& recorded, const std::string& program) {
   std::vector<Trace>& traces = recorded.traces;
   std::set<std::string> unseen;
-  // A program that has the C library inside, too, leaves no trace at all.
+  // A program that also links the C library statically leaves no trace.
   if (traces.empty() && recorded.isWhole) unseen.insert(program);
   const auto isUnattached = [](const Trace& trace) { return trace.attached == Attached::notYet; };
   for (const Trace& trace : traces) {
@@ -152,7 +152,7 @@ void dropUnattached(Recorded& recorded, const std::string& program) {
   if (!isTold) report("no class-loading library was seen in " + inQuotes(program));
 }
 
-/// Says which processes go on after the first one has ended.
+/// Reports how many processes still run after the first one has ended.
 void reportRunning(const std::vector<std::string>& paths, const Options& options) {
   std::size_t count = 0;
   for (const auto& [path, processes] : currentWriters()) {
@@ -163,8 +163,8 @@ void reportRunning(const std::vector<std::string>& paths, const Options& options
          (options.keep.empty() ? "lost: record them with --keep" : "in " + inQuotes(options.keep)));
 }
 
-/// Reads what a run recorded, beside the traces that were there before. What fails is told; the program's status is
-/// handed on all the same.
+/// Reads the traces that a run added to earlier ones. Reports failures without throwing, so that orva-trace still ends
+/// with the program's status.
 Recorded recordedIn(const std::string& folder, const std::vector<std::string>& earlier, const Options& options) {
   try {
     std::vector<std::string> paths = tracesIn(folder);
@@ -204,7 +204,7 @@ bool show(const Options& options, Recorded recorded, const std::string& program,
     ended = runTraced({program, options.command, folder.path(), options.limit, options.follows}, signals);
     recorded = recordedIn(folder.path(), earlier, options);
   }
-  // With the folder gone, orva-trace may be ended: whoever reads an output can make that take forever.
+  // The folder is removed, so signals may end orva-trace again: the reader of an output can block it forever.
   signals.letEnd();
   try {
     show(options, std::move(recorded), program, outputs);

@@ -26,7 +26,7 @@ using language::inQuotes;
 
 struct Option {
   std::string_view name;
-  std::string_view value;  ///< what stands for it in the help; empty for an option that takes none
+  std::string_view value;  ///< its placeholder in the help; empty if the option takes no value
   std::string_view help;
 };
 
@@ -84,7 +84,8 @@ std::string expectedForm(const Option& option) {
   return "expected '" + std::string(option.name) + " " + std::string(option.value) + "'";
 }
 
-/// A number that a unit follows, in the smallest unit. Nothing when the text is none, or the number too great.
+/// Reads a number with a unit, and converts it to the smallest unit. Nothing if the text is not such a number, or the
+/// number is too large.
 template <typename Units>
 std::optional<std::uint64_t> measured(std::string_view text, const Units& units) {
   const std::size_t length = std::min(text.find_first_not_of("0123456789."), text.size());

@@ -26,7 +26,7 @@ struct Options {
   std::uint64_t limit = usualLimit;
   Filter filter;
 
-  /// Tells whether the calls are to be printed, and not only written to files of other formats.
+  /// Tells whether to print the calls, instead of only writing them to files of other formats.
   bool wantsText() const { return wantsSummary || !output.empty() || (json.empty() && html.empty()); }
 };
 

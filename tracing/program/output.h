@@ -44,7 +44,7 @@ class Output {
   /// Tells whether colours are wanted: on a terminal that has them, unless NO_COLOR says otherwise.
   bool wantsColours() const;
 
-  /// Writes what is left. When something could not be written, says so in one line and returns false.
+  /// Writes the rest. If anything could not be written, reports this in one line and returns false.
   bool finish();
 
  private:

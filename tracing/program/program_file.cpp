@@ -36,7 +36,7 @@ int problemOf(const std::string& path) {
   return access(path.c_str(), X_OK) == 0 ? 0 : errno;
 }
 
-/// @param needed what the program cannot do without, and its path
+/// @param needed the missing part that the program needs, with its path
 [[noreturn]] void failProblem(const std::string& program, int error, const std::string& needed = {}) {
   throw Failure(error == ENOENT ? notFound : cannotRun, "cannot run " + inQuotes(program) +
                                                             (needed.empty() ? "" : ", which needs the " + needed) +
@@ -73,7 +73,7 @@ class File {
   File(const File&) = delete;
   File& operator=(const File&) = delete;
 
-  /// What there is of so many bytes.
+  /// Up to `size` bytes; fewer if the file ends before.
   std::string bytes(std::uint64_t at, std::size_t size) const {
     std::string text(size, '\0');
     const ssize_t count = pread(descriptor_, text.data(), size, static_cast<off_t>(at));
@@ -144,7 +144,7 @@ void checkRights(const std::string& path) {
                     ", so the dynamic linker ignores LD_AUDIT and LD_PRELOAD: trace a copy without these rights");
 }
 
-/// The interpreter that a script names in its first line; empty for what is no script.
+/// The interpreter that a script names in its first line; empty if the file is not a script.
 std::string interpreterOf(const File& file) {
   constexpr std::size_t longestLine = 256;  // that the system reads
   const std::string text = file.bytes(0, longestLine);

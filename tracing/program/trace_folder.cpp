@@ -1,4 +1,4 @@
-// Folders, and what /proc tells of who maps a trace.
+// Creates folders, and finds in /proc which processes map a trace.
 #include "tracing/program/trace_folder.h"
 
 #include <sys/stat.h>
@@ -57,7 +57,7 @@ TraceFolder::TraceFolder(const std::string& kept)
 
 TraceFolder::~TraceFolder() {
   std::error_code ignored;
-  // An empty folder goes also where there is no descriptor to list it with.
+  // An empty folder can be removed even if no descriptor is left to list it.
   if (!isKept_ && rmdir(path_.c_str()) != 0) fs::remove_all(path_, ignored);
 }
 
@@ -95,7 +95,7 @@ static std::string traceOf(pid_t process) {
   std::string trace;
   for (std::string line; std::getline(maps, line);) {
     const std::size_t path = line.find('/');
-    // A path is written as it is, but for line ends, which our folders have none of.
+    // Only line ends are escaped in a path, and our folders have none.
     if (path == line.npos || !isNamedAsTrace(line.substr(path))) continue;
     if (isAttached(line.substr(path))) return line.substr(path);
     if (trace.empty()) trace = line.substr(path);

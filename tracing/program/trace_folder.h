@@ -34,7 +34,8 @@ std::vector<std::string> tracesIn(const std::string& folder);
 /// canonical.
 std::map<std::string, std::set<std::uint32_t>> currentWriters();
 
-/// The trace of a process, or of what an `orva-trace` of this number runs. Throws `Failure` when there is none.
+/// The trace of a process, or of the program that an `orva-trace` with this process ID runs. Throws `Failure` if there
+/// is none.
 std::string traceToDump(pid_t process);
 
 }  // namespace orva::tracing

@@ -1,4 +1,4 @@
-// Each event in a line of its own, so that other tools may read it too.
+// Writes each event on its own line, so that line-based tools can read the file too.
 #include "tracing/reader/chrome_trace.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ static std::string microseconds(std::uint64_t nanoseconds) {
 
 static std::string jsonOf(const Value& value);
 
-/// An array of what a function makes of each element.
+/// An array with the result of a function for each element.
 template <typename Elements, typename Function>
 static std::string arrayOf(const Elements& elements, const Function& function) {
   std::string json;

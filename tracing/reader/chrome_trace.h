@@ -1,4 +1,4 @@
-// Traces in the format of trace events that viewers of timelines open.
+// Writes traces in the format of trace events that timeline viewers open.
 #pragma once
 
 #include <ostream>
@@ -8,9 +8,9 @@
 
 namespace orva::tracing {
 
-/// Writes one JSON object: a complete event for each call, scan and lock, in microseconds since the first process
-/// began; the processes' programs and the threads' names as metadata; and what the traces do not show, as `notes`. It
-/// is valid JSON whatever bytes a trace has in its texts.
+/// Writes one JSON object. It contains a complete event for each call, scan and lock, in microseconds since the first
+/// process began; the processes' programs and the threads' names as metadata; and the notes on what the traces do not
+/// show, as `notes`. It is valid JSON whatever bytes the texts of a trace contain.
 void writeChromeTrace(const std::vector<Trace>& traces, std::ostream& out);
 
 }  // namespace orva::tracing

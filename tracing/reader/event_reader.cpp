@@ -16,7 +16,7 @@
 
 namespace orva::tracing {
 
-/// Calls that are nested deeper become neighbours of each other, so that those who walk a trace may recurse.
+/// Calls that are nested deeper become siblings, so that code that walks a trace may recurse.
 constexpr std::size_t deepest = 1000;
 
 /// @return the difference, or 0 where clocks or torn records would make it negative.
@@ -144,7 +144,7 @@ void CallTree::leave(Ending ending, std::uint64_t time) {
   innermost().push_back(std::move(event));
 }
 
-/// What is as deep as a new event has been left, although its end is not there.
+/// Ends the calls that are as deep as a new event: they were left without a recorded end.
 void CallTree::leaveFrom(std::uint16_t depth, std::uint64_t time) {
   while (!open.empty() && open.back().depth >= depth) leave(Ending::jumped, time);
 }
@@ -335,7 +335,7 @@ void FileReader::readHeader(const std::string& path) {
 /// Skips room that was claimed before the process died: all of it is zero, whereas a record begins with its size.
 void FileReader::skipUnwritten() {
   while (left.size() >= 8 && numberAt<std::uint64_t>(left, 0) == 0) takeFront(left, 8);
-  // Once there is no more room, what is claimed is not used.
+  // Once the file has no more room, claimed bytes are not used.
   if (!left.empty() || trace.stopped == Stopped::no) ++trace.lost;
 }
 
@@ -395,7 +395,7 @@ Trace FileReader::read(const Writers& writers) {
     if (left.size() >= 8 && numberAt<std::uint64_t>(left, 0) == 0) {
       skipUnwritten();
     } else if (size < sizeof(Record) || size % 8 != 0 || size > left.size()) {
-      // Nothing tells where the next one begins. While the program runs, the file may have grown since it was read.
+      // The next record cannot be found. If the program still runs, the file may have grown since it was read.
       const bool isShort = left.size() < std::max<std::size_t>(size, sizeof(Record));
       const bool mayHaveGrown = isShort && !isCut() && bytes.size() < ofHeader<std::uint64_t>(endOffset);
       if (mayHaveGrown) ++trace.lost;

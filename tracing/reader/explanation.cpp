@@ -103,7 +103,7 @@ std::vector<std::string> distinctMatches(const Scan& scan) {
   return distinct;
 }
 
-/// The name that a matched key stands for.
+/// The name that a matched key refers to.
 std::string resolved(const Scan& scan) {
   return printable(isQualified(scan) || scan.matches.empty() ? scan.key : scan.matches.front());
 }
@@ -182,7 +182,7 @@ class Story {
                        [](const Event* event) { return event->kind == EventKind::call; });
   }
 
-  /// The call that failed, after which a native makes no other but a raise.
+  /// The call that failed; after it, a native only raises.
   const Event* failed() const {
     const Event* event = last();
     return event != nullptr && event->kind == EventKind::call && event->ending == Ending::threw ? event : nullptr;
@@ -219,7 +219,7 @@ class Story {
     return text + ')';
   }
 
-  /// What a plugin is loaded from.
+  /// Describes the source or the bundle that a plugin is loaded from.
   std::string plugin() const {
     if (native_.call == CallId::orva_ClassLoader_loadSourceClass) return "'" + textOf(at(native_.arguments, 0)) + "'";
     const Event* load = lastOf(CallId::Compiler_ensureObjectBundleLoadedInActiveJit);
@@ -227,7 +227,7 @@ class Story {
     return objects.empty() ? "the empty bundle" : "the bundle of " + objects;
   }
 
-  /// What the list is that was read last.
+  /// The kind of the list that was read last.
   std::string list() const {
     if (native_.call == CallId::orva_ClassLoader_precompileSources) return "list of source files";
     const bool isFirst = allOf(CallId::orva_collections_ArrayList_size).size() < 2;
@@ -328,7 +328,7 @@ class Story {
                                                 {"message", firstLineOf(at(last()->arguments, 1))}});
   }
 
-  /// The natives that catch every object have no other text for one that is no exception.
+  /// Natives that catch every object have only this text for an object that is not a std::exception.
   bool isWithoutText() const {
     const bool catchesAll = native_.call == CallId::orva_ClassLoader_getSystem ||
                             native_.call == CallId::orva_SystemClassLoader_loadPackageTypes;
@@ -390,7 +390,7 @@ class Story {
     if (last() == nullptr || last()->kind != EventKind::scan) return nullptr;
     const Scan& scan = last()->scan;
     if (!isMatched(scan) || isQualified(scan)) return nullptr;
-    // Behind many entries of one name, the second name is not kept.
+    // If many entries of one name come first, the second name is not kept.
     const bool isSecondLost = scan.shortNames + scan.tails + scan.fullNames > scan.matches.size();
     const bool isToldSo = beginsWith(at(raise_->arguments, 1).text, "Ambiguous plugin entry type");
     return distinctMatches(scan).size() > 1 || (isSecondLost && isToldSo) ? &scan : nullptr;
@@ -482,7 +482,7 @@ class Story {
     return sentence(SentenceId::noPackage, {package, {"roots", searched}});
   }
 
-  /// What the system says; the message has it behind the package's name.
+  /// The system's reason, which follows the package's name in the message.
   std::string reason() const {
     const std::string told = message();
     const std::size_t end = told.find("': ", named().second.size());
@@ -506,7 +506,7 @@ class Story {
                     {{"type", typeOf(*raise_)}, {"class", textOf(at(raise_->arguments, 0))}, {"message", message()}});
   }
 
-  /// Tells whether the native catches nothing of what a call throws.
+  /// Tells whether the native catches nothing that a call throws.
   bool isOutsideOfBridge(const Event& call) const {
     switch (native_.call) {
       case CallId::orva_ClassLoader_objectAbiVersion:
@@ -518,7 +518,7 @@ class Story {
   }
 
   const Event& native_;
-  std::vector<const Event*> events_;  ///< up to the raise, or all
+  std::vector<const Event*> events_;  ///< those before the raise, or all
   const Event* raise_ = nullptr;      ///< the last one; one ahead of it threw
 };
 

@@ -19,7 +19,7 @@ enum class SentenceId {
 };
 
 struct Sentence {
-  std::string_view pattern;  ///< what stands in braces is read from the events
+  std::string_view pattern;  ///< the parts in braces come from the events
   std::string_view advice;   ///< what to do, in Markdown
 };
 
@@ -30,7 +30,7 @@ inline constexpr std::array<Sentence, static_cast<std::size_t>(SentenceId::count
 #undef ORVA_SENTENCE
 }};
 
-/// Explains a native by what it was given and what its calls did.
+/// Explains a native by its arguments and its calls.
 /// @return one line; empty for a native that neither raised, nor let an exception out, nor returned a null pointer.
 std::string explanationOf(const Event& native);
 

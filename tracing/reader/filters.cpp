@@ -1,4 +1,4 @@
-// One walk tells both what a call mentions and whether to keep it, since each depends on all that is in it.
+// One walk finds both what a call mentions and whether to keep it, because both depend on the calls nested in it.
 #include "tracing/reader/filters.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ static bool mentions(const Event& event, const std::string& text) {
 
 namespace {
 
-/// What an event and all that is in it have.
+/// What an event and its nested events contain.
 struct Found {
   bool text;
   bool native;  ///< one that matches

@@ -1,4 +1,4 @@
-// Leaving out of a trace what nobody asked for.
+// Removes from a trace everything that the user did not ask for.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace orva::tracing {
 
-/// What a native must be, all at once.
+/// The conditions that a native must meet, all of them.
 struct Filter {
   std::vector<CallId> natives;      ///< one of these; any, where it is empty
   std::string text;                 ///< a part of a name, an argument or a result of it, or of anything in it
@@ -18,7 +18,7 @@ struct Filter {
 };
 
 /// The natives that have a name: `ClassLoader.getTypeByName`, `getTypeByName` or `orva_ClassLoader_getTypeByName`.
-/// @return nothing for a name that none has.
+/// @return nothing if no native has that name.
 std::vector<CallId> nativesNamed(std::string_view name);
 
 /// Keeps the outermost calls that match, or that have a native in them which does, with all that they called. An empty

@@ -1,4 +1,5 @@
-// Writes the page of tracing/reader/page/ with the traces in it, as JSON that ends no script whatever names hold.
+// Writes the page of tracing/reader/page/ with the traces in it, as JSON that cannot end a script, whatever the names
+// contain.
 #include "tracing/reader/html_page.h"
 
 #include <algorithm>
@@ -48,13 +49,13 @@ class Json {
 
 }  // namespace
 
-/// What the page chooses the colour by.
+/// The kind of an event, by which the page chooses the colour.
 static std::string kindOf(const Event& event) {
   if (event.kind == EventKind::call) return event.isNative() ? "native" : "neighbour";
   return event.kind == EventKind::scan ? "scan" : "lock";
 }
 
-/// What the page marks beside the line.
+/// The state of an event, which the page marks beside the line.
 static std::string stateOf(const Event& event) {
   if (event.ending == Ending::jumped) return "done";
   if (!event.hasEnded()) return "open";

@@ -1,4 +1,4 @@
-// One page for a browser that shows traces, and needs nothing from outside.
+// Writes one page for a browser that shows traces, and loads nothing from outside.
 #pragma once
 
 #include <ostream>

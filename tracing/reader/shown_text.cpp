@@ -117,7 +117,7 @@ std::string cutInMiddle(const std::string& text, std::size_t width) {
   if (width == 0) return "";
   const std::size_t before = (width - 1) / 2;
   std::size_t begin = fitting(text, whole - (width - 1 - before));
-  // A wide character may stand astride.
+  // A wide character may cross the boundary.
   const auto isTooWide = [&] { return before + 1 + widthOf(std::string_view(text).substr(begin)) > width; };
   while (begin < text.size() && isTooWide()) begin += firstCharacter(std::string_view(text).substr(begin)).size;
   return text.substr(0, fitting(text, before)) + "…" + text.substr(begin);

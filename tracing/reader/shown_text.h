@@ -20,14 +20,14 @@ std::string numberText(std::int64_t number);
 /// A number of things: `1 match`, `5,001 types`.
 std::string countText(std::int64_t count, std::string_view one, std::string_view several);
 
-/// A value that is no text: `null`, `-5`, `true`, `0x55d0`. Texts and the first elements of a list are shown in quotes,
-/// with control characters escaped.
+/// A value as `null`, `-5`, `true`, `0x55d0`. Texts and the first elements of a list are shown in quotes, with control
+/// characters escaped.
 std::string valueText(const Value& value);
 
 /// How many columns of a terminal a printable text takes.
 std::size_t widthOf(std::string_view text);
 
-/// The printable text, or its head and its tail with `…` between them where it is wider than so many columns.
+/// The printable text, or its head and its tail with `…` in between if it is wider than that many columns.
 std::string cutInMiddle(const std::string& text, std::size_t width);
 
 /// Breaks a printable text between words, or within words that are wider than a line.

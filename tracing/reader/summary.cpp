@@ -73,7 +73,7 @@ class Adder {
   Shares sources;
   Table<Miss> misses;
   const Event* native = nullptr;    ///< the innermost one
-  std::uint64_t* nested = nullptr;  ///< what the loads took in the load that is being added
+  std::uint64_t* nested = nullptr;  ///< the time of the loads nested in the load that is being added
 };
 
 }  // namespace

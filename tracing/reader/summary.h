@@ -15,8 +15,8 @@ namespace orva::tracing {
 struct Share {
   std::string name;
   std::uint64_t calls = 0;
-  std::uint64_t total = 0;  ///< of a call within one of the same name, nothing more
-  std::uint64_t self = 0;   ///< without what was called from it; of a source, without the loads nested in its own
+  std::uint64_t total = 0;  ///< counts a call within one of the same name only once
+  std::uint64_t self = 0;   ///< without the calls from it; of a source, without the loads nested in its own
 };
 
 /// One load of a source, of objects, or of sources that are compiled ahead.

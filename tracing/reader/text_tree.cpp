@@ -1,4 +1,4 @@
-// Each line is made of parts, of which those that a program chose are cut until the line fits.
+// Each line consists of parts; the parts that come from the program are cut until the line fits.
 #include "tracing/reader/text_tree.h"
 
 #include <algorithm>
@@ -16,11 +16,11 @@ namespace orva::tracing {
 using language::printable;
 
 constexpr std::size_t step = 2;
-/// Deeper calls are not indented any more; their depth is told in a number.
+/// Deeper calls are not indented further; a number shows their depth.
 constexpr std::size_t deepestStep = 12;
-/// As short as texts become in a line.
+/// Texts in a line are never cut shorter than this.
 constexpr std::size_t shortestText = 8;
-/// Of more calls in a row, as a list of many texts takes, only the first ones and the last one are shown.
+/// If more calls follow each other, as when a native reads a long list, only the first ones and the last one are shown.
 constexpr std::ptrdiff_t longestRow = 8;
 constexpr int shownOfRow = 3;
 
@@ -36,7 +36,7 @@ struct Part {
 
 using Parts = std::vector<Part>;
 
-/// What a line says. Where it is too long, how the call ended stands in a line of its own.
+/// The text of a line. If it is too long, the ending of the call moves to its own line.
 struct Line {
   Parts head;
   Parts ending;
@@ -84,7 +84,7 @@ static std::string joined(const Parts& parts) {
   return text;
 }
 
-/// Cuts the longest texts until all parts fit; where that is not enough, the line as a whole.
+/// Cuts the longest texts until all parts fit; if that is not enough, cuts the line as a whole.
 static void fit(Parts& parts, std::size_t room) {
   std::vector<std::size_t> widths;
   std::size_t fixed = 0;
@@ -181,7 +181,7 @@ static Line lineOfCall(const Event& event) {
   return line;
 }
 
-/// By what the matches were found: `full name`, or with numbers `1 by full name, 2 by short name`.
+/// How the matches were found: `full name`, or with numbers `1 by full name, 2 by short name`.
 static std::string waysOf(const Scan& scan) {
   const std::pair<std::uint32_t, const char*> ways[] = {
       {scan.fullNames, "full name"}, {scan.shortNames, "short name"}, {scan.tails, "tail"}};
@@ -233,14 +233,14 @@ std::string eventText(const Event& event) {
 
 static std::size_t indentationOf(std::size_t depth) { return step * std::min(depth, deepestStep); }
 
-/// Tells whether nothing would be missed if one of many such events were not shown.
+/// Tells whether an event may be left out among many like it, without losing information.
 static bool isPlain(const Event& event) {
   return event.kind == EventKind::call && !event.isNative() && event.inner.empty() && event.ending == Ending::returned;
 }
 
 using EventIterator = std::vector<Event>::const_iterator;
 
-/// The end of the row of like events that begins with one.
+/// The end of a row of similar events, given its first event.
 static EventIterator endOfRow(EventIterator first, EventIterator end) {
   if (!isPlain(*first)) return first + 1;
   return std::find_if(first, end, [&](const Event& event) { return !isPlain(event) || event.call != first->call; });

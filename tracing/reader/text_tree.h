@@ -15,21 +15,21 @@ struct TreeStyle {
   bool colours = false;      ///< by the escape sequences of terminals
 };
 
-/// Prints the process, the calls of each thread with what they called, and below each native that returned null, raised
-/// or threw a sentence that explains it; at the end, the notes. Long texts are cut in their middle, but for what is
-/// raised and the sentences, which go on in further lines. Control characters are escaped.
+/// Prints the process, and the calls of each thread with the calls nested in them. Below each native that returned
+/// null, raised or threw, prints a sentence that explains it; at the end, the notes. Long texts are cut in the middle;
+/// the sentences and the texts of raises are wrapped instead. Control characters are escaped.
 void printTree(const Trace& trace, const TreeStyle& style, std::ostream& out);
 
-/// What the trace does not show, a sentence each: why it ended early, what was lost, what could not be seen.
+/// One sentence for each thing that the trace does not show: why it ended early, what was lost, what was not seen.
 std::vector<std::string> notesOf(const Trace& trace);
 
 /// Prints the notes, as `printTree` does at its end.
 void printNotes(const Trace& trace, const TreeStyle& style, std::ostream& out);
 
-/// What an event is called, without its arguments: a call by its name, a scan, a walk of the table.
+/// The name of an event, without its arguments.
 std::string nameOf(const Event& event);
 
-/// What the tree says of an event in its line, whole and printable; it begins with the event's name.
+/// The line of an event in the tree, uncut and printable; it begins with the event's name.
 std::string eventText(const Event& event);
 
 /// How a call ended, other than with a result: `raised ClassNotFoundException`, `threw std::bad_alloc`; empty for one

@@ -1,4 +1,4 @@
-// What a trace tells: processes, their threads, and the calls that each made, one within another.
+// A trace in memory: processes, their threads, and the nested calls of each.
 #pragma once
 
 #include <cstdint>
@@ -63,7 +63,7 @@ struct Event {
   std::vector<Value> arguments;
   Ending ending = Ending::open;
   std::vector<Value> results;         ///< the result, unless there is none, then the texts that the call filled
-  std::optional<std::string> thrown;  ///< the type of what was thrown; empty for what is not a C++ exception
+  std::optional<std::string> thrown;  ///< the type that was thrown; empty for anything that is not a C++ exception
   Scan scan;
   Lock lock;
   std::vector<Event> inner;  ///< in the order of time
@@ -108,9 +108,9 @@ struct Writers {
   std::set<std::uint32_t> processes;
 };
 
-/// Reads what a process and its forked children have recorded so far. Calls that have not ended last until now where
-/// their process still writes, otherwise until its last event. Throws `std::runtime_error` for a file that is none of a
-/// trace's.
+/// Reads what a process and its forked children have recorded so far. A call that has not ended lasts until now if its
+/// process still writes, and otherwise until the last event. Throws `std::runtime_error` for a file that is not a
+/// trace.
 Trace readTrace(const std::string& path, const Writers& writers = {});
 
 }  // namespace orva::tracing

@@ -1,4 +1,4 @@
-// Demangling, with what only the implementation writes into names left out.
+// Demangles names, and removes the parts that only the implementation writes into them.
 #include "tracing/reader/type_name.h"
 
 #include <cxxabi.h>
@@ -21,7 +21,7 @@ static std::string withoutInlineNamespaces(std::string name) {
 }
 
 std::string demangled(const std::string& name) {
-  // A type that only one object knows begins with an asterisk in its type information.
+  // The name of a type that is local to one object begins with an asterisk in its type information.
   const char* mangled = name.c_str() + (name.rfind('*', 0) == 0 ? 1 : 0);
   int status = 0;
   const std::unique_ptr<char, decltype(&std::free)> text(abi::__cxa_demangle(mangled, nullptr, nullptr, &status),

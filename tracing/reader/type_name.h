@@ -5,7 +5,7 @@
 
 namespace orva::tracing {
 
-/// The name that `std::type_info::name` gives, demangled; the name itself where it is not a mangled one.
+/// Demangles a name that `std::type_info::name` returned; returns the name unchanged if it is not mangled.
 std::string demangled(const std::string& name);
 
 }  // namespace orva::tracing

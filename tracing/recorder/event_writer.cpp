@@ -69,7 +69,7 @@ bool extend(FileHeader& header, std::uint64_t needed) {
   if (needed <= begin) return true;
   const int file = openFile(0);
   if (file < 0) return false;
-  // Twice as much as before, so that the file is seldom opened; where that does not fit, what is needed.
+  // Double the size, so that the file is seldom opened; if that does not fit, take only what is needed.
   std::uint64_t end = std::min(roundedUp(needed) + std::min(begin, mostRoomAtOnce), header.limit);
   bool isReserved = reserve(file, begin, end);
   if (!isReserved) {
@@ -123,14 +123,14 @@ std::uint64_t addressSpaceLeft() {
   return limit.rlim_cur > used ? limit.rlim_cur - used : 0;
 }
 
-/// What is mapped counts against the program's limit of its address space, so only a small part of that is taken.
+/// Mapped memory counts against the program's limit of its address space, so this takes only a small part of it.
 std::uint64_t limitOfFile() {
   constexpr std::uint64_t least = std::uint64_t{1} << 20;
   const std::uint64_t part = addressSpaceLeft() / 16 / pageSize * pageSize;
   return std::min(limitFromEnvironment(), std::max(part, least));
 }
 
-/// Takes the first name that is free, of those that this process may have: it had others as another program.
+/// Takes the first free name for this process, which may have used others when it ran another program.
 int createFile(const char* folder) {
   for (unsigned number = 0;; ++number) {
     const int length = std::snprintf(filePath, sizeof filePath, "%s/%d-%u.events", folder, getpid(), number);
@@ -159,7 +159,7 @@ FileHeader* map(int file, std::uint64_t size) {
   return place == MAP_FAILED ? nullptr : static_cast<FileHeader*>(place);
 }
 
-/// Maps all that the file may become. Where there is no room for that, the header alone says so.
+/// Maps the file at its largest possible size. If there is no room for that, maps only the header, which says so.
 FileHeader* mapFile(int file) {
   const std::uint64_t limit = limitOfFile();
   std::uint64_t room = std::min(firstRoom, limit);

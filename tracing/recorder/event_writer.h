@@ -12,10 +12,10 @@ namespace orva::tracing {
 bool mayRecord();
 
 /// Makes this process's file in the folder that the environment names.
-/// @return its header; null when no folder is named, when no file can be made, or when this process may not record.
+/// @return its header; null if no folder is named, no file can be made, or this process may not record.
 FileHeader* createEventFile();
 
-/// What all records begin with.
+/// The beginning of every record.
 struct RecordHead {
   RecordKind kind;
   std::uint32_t thread;

@@ -1,5 +1,5 @@
-// What redirects calls and what records them have in common: where the original of each traced function is. The audit
-// module fills it before the recorder is relocated, so it holds no address of the recorder.
+// The audit module and the recorder share this table of the original of each traced function. The audit module fills it
+// before the recorder is relocated, so it contains no addresses in the recorder.
 #pragma once
 
 #include <atomic>
@@ -32,7 +32,7 @@ struct Exports {
 }  // namespace orva::tracing
 
 extern "C" {
-// Protected, so that a program with a recorder of its own does not replace that of a preloaded one.
+// Protected, so that a program's own recorder does not replace the table of a preloaded one.
 __attribute__((visibility("protected"))) extern orva::tracing::Exports orva_trace_exports;
 /// The thunk of each slot, `ORVA_TRACE_THUNK_SIZE` bytes each.
 __attribute__((visibility("protected"))) extern char orva_trace_thunks[];

@@ -1,5 +1,5 @@
-// What a program tells the recorder that it links: the functions that its class-loading library exports and calls. The
-// table is written by linked_calls.cmake for the library's objects.
+// The functions that a program's class-loading library exports and calls, for the recorder that the program links.
+// linked_calls.cmake writes the table for the library's objects.
 #pragma once
 
 #include <cstdint>

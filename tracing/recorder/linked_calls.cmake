@@ -1,13 +1,14 @@
-# For a program that links the recorder: reads what the class-loading library's objects define and call, and writes which
-# symbols to rename in them (for objcopy --redefine-syms), and the thunks that take their places. A renamed native is
-# what its thunk calls; a renamed neighbour is a thunk, which calls the host's function of the old name.
+# For a program that links the recorder: reads which functions the class-loading library's objects define and call.
+# Writes the symbols to rename in them (for objcopy --redefine-syms), and the thunks that take their places. The thunk
+# of a native calls the renamed native; a renamed neighbour is a thunk, which calls the host's function of the old name.
 # Usage: cmake -D NM=… -D RENAMED=FILE -D THUNKS=FILE -P linked_calls.cmake OBJECT…
 cmake_minimum_required(VERSION 3.25)
 
 set(root ${CMAKE_CURRENT_LIST_DIR}/../..)
 set(prefix orva_traced_)
 
-# The start of each traced function's symbol, by its slot; what follows is another function, unless it is the parameters.
+# The start of each traced function's symbol, by its slot. A symbol that continues otherwise than with the parameters is
+# another function.
 file(STRINGS ${root}/classloader/native_list.inc natives REGEX "^ORVA_NATIVE")
 file(STRINGS ${root}/tracing/calls/calls.inc neighbours REGEX "^ORVA_")
 set(patterns)
@@ -48,7 +49,7 @@ foreach(pattern IN LISTS patterns)
     message(FATAL_ERROR "linked_calls.cmake: '${pattern}' is ${count} symbols of the library, not one: ${found}")
   endif()
   string(APPEND renamed "${found} ${prefix}${found}\n")
-  # A lock that tells by no result whether it was refused has the slot behind those two.
+  # The slot after those two is for a lock whose result does not say whether it was refused.
   set(number ${slot})
   if(found MATCHES "5mutex4lockEv$")
     math(EXPR number "${slot} + 2")

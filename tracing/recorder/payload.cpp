@@ -1,5 +1,5 @@
-// Reads what hosts and the library pass each other. No header of a standard library is asked: the recorder is built
-// with one, and the host perhaps with another.
+// Reads the values that hosts and the library pass each other, without the headers of a standard library: the recorder
+// may be built with another one than the host.
 #include "tracing/recorder/payload.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The values of a record, put together before the record's room is claimed: what a host shows may change meanwhile.
+// The values of a record, collected before the record claims its room, because the host's data may change meanwhile.
 #pragma once
 
 #include <cstdint>

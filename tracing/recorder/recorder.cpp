@@ -83,7 +83,7 @@ void describeProgram() {
   writeRecord({RecordKind::program, 0, 0, 0, monotonicTime()}, payload.data(), payload.size());
 }
 
-/// In a program that the recorder is linked into, the linker tells what the audit module tells elsewhere.
+/// For a recorder that is linked into the program: the linker fills in what the audit module fills in otherwise.
 void takeLinkedCalls() {
   if (orva_trace_linked == nullptr) return;
   for (const LinkedCall* call = orva_trace_linked; call->symbol != nullptr; ++call) {
@@ -108,7 +108,7 @@ void startRecording() {
   isStarted.store(true, std::memory_order_release);
 }
 
-// A program that calls no native has a file too, which says so.
+// A program that calls no native gets a file too, so that this can be reported.
 __attribute__((constructor)) void startBeforeMain() { pthread_once(&start, startRecording); }
 
 __attribute__((noinline)) ThreadTrace* newThreadTrace() {
@@ -143,15 +143,15 @@ constexpr std::uint64_t classOf(const char (&bytes)[8], unsigned char last) {
   return value << 8 | last;
 }
 
-/// Reads a pointer that stands ahead of the header that unwinders know of an exception.
+/// Reads a pointer in front of the unwinder's header of an exception.
 const void* before(const void* header, std::size_t distance) {
   const void* pointer;
   std::memcpy(static_cast<void*>(&pointer), static_cast<const char*>(header) - distance, sizeof pointer);
   return pointer;
 }
 
-/// The mangled name of a thrown type; null for what is not a C++ exception. libstdc++ and libc++abi keep the type at
-/// the same distance; an exception that libstdc++ throws again from an exception_ptr points to the object instead.
+/// The mangled name of a thrown type; null for anything that is not a C++ exception. libstdc++ and libc++abi keep the
+/// type at the same distance. When libstdc++ rethrows an exception_ptr, the exception points to the object instead.
 const char* thrownType(std::uint64_t exceptionClass, const void* exception) {
   constexpr std::size_t typeDistance = 80;
   constexpr std::size_t headerSize = 32;
@@ -180,7 +180,7 @@ extern "C" {
 /// program; null in one that has none yet when it starts.
 std::uintptr_t endOfStack(void* context) __asm__("_Unwind_GetCFA") __attribute__((weak, visibility("default")));
 
-/// @return the original of the function that the thunk stands for.
+/// @return the original of the thunk's function.
 __attribute__((visibility("hidden"))) void* orva_trace_enter(Frame* frame) {
   ThreadTrace* const trace = currentTrace();
   frame->isRecorded = trace != nullptr ? 1 : 0;
@@ -201,7 +201,7 @@ __attribute__((visibility("hidden"))) void orva_trace_leave(Frame* frame) {
   thisThread.isRecording = false;
 }
 
-/// The personality of the thunks' common body; it has nothing to clean up, and only looks on.
+/// The personality of the thunks' common body. It only records that an exception passes, and cleans up nothing.
 __attribute__((visibility("hidden"))) int orva_trace_personality(int /*version*/, int actions,
                                                                  std::uint64_t exceptionClass, const void* exception,
                                                                  void* context) {

@@ -15,7 +15,7 @@ void Scan::open(const char* key, std::uint64_t time) {
   counts_ = ScanRecord{};
 }
 
-/// Tells whether the key is what follows a dot in a full name, up to its end.
+/// Tells whether a full name ends with a dot and the key.
 bool Scan::isTail(const char* fullName) const {
   const std::uint64_t length = std::strlen(fullName);
   if (length <= keyLength_) return false;
@@ -30,7 +30,7 @@ void Scan::keep(const char* name) {
   std::memcpy(match.name, name, match.length);
 }
 
-/// Finds what to count a match under; null for an entry that does not match.
+/// Finds the counter for a match; null for an entry that does not match.
 std::uint32_t* Scan::counterOf(const char* shortName, const char* fullName) {
   if (std::strcmp(fullName, key_) == 0) return &counts_.fullNames;
   if (isQualified_) return nullptr;

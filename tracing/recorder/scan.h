@@ -20,7 +20,7 @@ class Scan {
   void setShortName(const char* name) { shortName_ = name; }
   /// Compares an entry, whose short name was set before.
   void compare(const char* fullName);
-  /// Ends the scan, and puts what a record of it holds.
+  /// Ends the scan, and puts the contents of its record.
   void close(std::uint64_t time, Payload& payload);
 
  private:

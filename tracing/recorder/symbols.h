@@ -10,7 +10,7 @@
 
 namespace orva::tracing {
 
-/// Takes `prefix` from the front of `text`, where it stands there.
+/// Removes `prefix` from the front of `text`, if it is there.
 inline bool skip(const char*& text, std::string_view prefix) {
   if (std::strncmp(text, prefix.data(), prefix.size()) != 0) return false;
   text += prefix.size();
@@ -56,7 +56,7 @@ inline int slotOf(const char* symbol) {
 
 inline bool isNativeSlot(int slot) { return slot >= 0 && slot < ORVA_TRACE_CALLS && calls.data()[slot].isNative; }
 
-/// Learns from a symbol that the library refers to which standard library it was built with.
+/// Finds out which standard library the library was built with, from a symbol that it refers to.
 inline void noteLayout(const char* symbol, Exports& exports) {
   if (std::strstr(symbol, "NSt3__") != nullptr) exports.strings = StringLayout::llvm;
   if (std::strstr(symbol, "ClassLoader18sourceFileForClassERKSs") != nullptr) {

@@ -1,4 +1,4 @@
-// From what the thunks see to records.
+// Turns the calls that the thunks see into records.
 #include "tracing/recorder/thread_trace.h"
 
 #include <sys/prctl.h>
@@ -114,7 +114,8 @@ void ThreadTrace::closeScan(std::uint64_t time) {
   write(RecordKind::scan, 0, begin);
 }
 
-/// Ends the innermost call; `payload_` holds what the record does. That of a parent before a fork is only forgotten.
+/// Ends the innermost call, with the contents of `payload_` in its record. A call that began in the parent before a
+/// fork is dropped without a record.
 void ThreadTrace::end(RecordKind kind, std::uint64_t time) {
   const OpenCall& call = open_[--openCount_];
   if (openCount_ < inherited_) {
@@ -124,7 +125,7 @@ void ThreadTrace::end(RecordKind kind, std::uint64_t time) {
   }
 }
 
-/// Ends the calls whose frames are gone, because a longjmp passed them: they lie deeper than what is in use.
+/// Ends the calls whose frames a longjmp removed: they are deeper in the stack than the part in use.
 void ThreadTrace::closeJumped(const Frame* deepest, std::uint64_t time) {
   while (openCount_ > 0 && open_[openCount_ - 1].frame < deepest) {
     payload_.clear();

@@ -1,4 +1,4 @@
-// What one thread records: which calls it is in, and the scan and the lock that it is at.
+// What one thread records: its open calls, and its current scan and lock.
 #pragma once
 
 #include <cstdint>
@@ -23,11 +23,11 @@ class ThreadTrace {
   /// Notes that it returned.
   void leave(const Frame& frame);
   /// Notes that an exception left the call of a frame, or the innermost one for null. `type` is the mangled name, or
-  /// null for what is not of C++.
+  /// null for an exception that is not of C++.
   void unwind(const Frame* frame, const char* type);
-  /// Ends what is open, as the thread ends.
+  /// Ends the open calls when the thread ends.
   void finish();
-  /// Goes on in the child of a fork, as another thread, which ends none of the calls that the parent began.
+  /// Continues in the child of a fork as another thread, which does not end the calls that the parent began.
   void continueInChild();
 
  private:
@@ -56,7 +56,7 @@ class ThreadTrace {
   std::uint32_t number_;  ///< 0 until it is announced
   std::uint32_t openCount_;
   std::uint32_t inherited_;  ///< how many of the open calls began before a fork
-  std::uint64_t briefSlot_;  ///< of the registry call or lock that runs, plus 1: these are no open calls
+  std::uint64_t briefSlot_;  ///< of the running registry call or lock, plus 1; these do not count as open calls
   LockRecord* lock_;         ///< in the file; null when there was no room for it
   std::uint64_t lockBegin_;
   std::uint64_t locked_;

@@ -1,5 +1,5 @@
 /* The thunks by number, and the body that they share. Every traced function takes integers and pointers in registers,
-   and returns one or two; the recorder needs to know no more to pass a call on. */
+   and returns one or two of them; the recorder can pass a call on without knowing more. */
 #include "tracing/recorder/slots.h"
 #include "tracing/recorder/thunk.inc"
 
@@ -20,8 +20,8 @@ orva_trace_thunks:
   .size orva_trace_thunks, . - orva_trace_thunks
 
 /* On the stack, below the saved rbp, is a Frame of recorder.cpp: six arguments, two results, whether the call is
-   recorded, and the number that the thunk pushed. The personality records the end of a call that an exception leaves;
-   there is no landing pad, so an uncaught exception ends the program where it was thrown. */
+   recorded, and the number that the thunk pushed. The personality records the end of a call that an exception leaves.
+   Without a landing pad, an uncaught exception ends the program where it was thrown. */
   .globl orva_trace_call
   .hidden orva_trace_call
   .type orva_trace_call, @function

@@ -1,5 +1,5 @@
-# Writes the page for browsers as a header, in two parts: the traces' JSON comes between them. The style and the script
-# stand inside, so that the page needs nothing else.
+# Writes the page for browsers as a header, in two parts, with the JSON of the traces between them. The page contains
+# its style and its script, so that it loads nothing else.
 
 # orva_bundle_page(HEADER): configuring again, which the build does when a part has changed, writes it again.
 function(orva_bundle_page header)

@@ -20,19 +20,19 @@ function durationText(time) {
   return `${number < 100 ? Number(number.toPrecision(3)) : Math.round(number)} ${unit}`;
 }
 
-// With the digits that tell moments apart when one step lies between them.
+// With enough digits to distinguish moments that are one step apart.
 function momentText(time, step = 1) {
   const [unit, size] = unitOf(time);
   return `${(time / size).toFixed(Math.max(0, Math.ceil(Math.log10(size / step))))} ${unit}`;
 }
 
-// Beside what did not go well, since a colour alone is not seen by all.
+// Marks the calls that failed, because not everybody can see the colour.
 const marks = {null: '✗', raised: '!', open: '…'};
 
 // ---- What happened ----
 
-// Every process, thread and event, as the tree lists them when all is open. Each knows its parent, and `after`, the
-// index of what follows all that is in it.
+// Every process, thread and event, in the order of the fully open tree. Each knows its parent, and in `after` the index
+// that follows its last descendant.
 const nodes = [];
 const root = {depth: -1, children: 0};
 // Those of the threads. Each has its events in lanes, one for each depth, and its misses and matches.
@@ -84,7 +84,7 @@ function read(traces) {
     node.parent.after ??= node.after;
   }
   misses = nodes.filter(node => node.sentence);
-  // A small trace is shown with all that is in it.
+  // A small trace is fully open at first.
   if (nodes.length < 100) for (const node of nodes) node.isOpen = true;
 }
 
@@ -257,7 +257,7 @@ function drawBar(event, left, right, y) {
   pen.fillText(text, left + 3, y + 8, right - left - 4);
 }
 
-// A triangle for each miss, and a line for each match: they are seen however narrow the event is.
+// A triangle for each miss, and a line for each match: they are visible however narrow the event is.
 function drawMarks(events, width, y, colour) {
   pen.fillStyle = colour;
   let drawn = -Infinity;
