@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Shows that a native in the shared library takes one instruction more than in the static one for each call that crosses
-# between the library and its host, the jump through the PLT, and nothing else.
+# Shows that a native in the shared library takes exactly one more instruction than in the static one for each call
+# between the library and its host: the jump through the PLT.
 # Usage: count_plt.sh STATIC SHARED, programs that make the same calls
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=counts.sh

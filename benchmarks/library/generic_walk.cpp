@@ -24,7 +24,7 @@ static const Keys strangeKey = {"Box<org.sample.Circle>"};
 static const Keys likeKey = {measured::unknownInstance};
 // Half of the names of the table end so, and the library compares names from the end.
 static const Keys endingKey = {"org.sample.Box<Item>"};
-// As long as the most names of a large table, so that the floor cannot tell them apart by their lengths either.
+// As long as most names of a large table, so that the floor cannot distinguish them by their lengths either.
 static const Keys longKey = {measured::fullNameOf(1000) + "<Iten>"};
 
 static void fillTable(const benchmark::State& state) { measured::fillTable(static_cast<std::size_t>(state.range(0))); }

@@ -1,5 +1,4 @@
-// Measures what the recorder adds to a call, to an event, and to a registry call. Run by measure.sh, with and without
-// it.
+// Measures the time of a call, an event and a registry call. measure.sh runs this with and without the recorder.
 #include <algorithm>
 #include <cstdio>
 #include <ctime>

@@ -1,5 +1,5 @@
-// Measures a lookup that loads a class from its source, on the reference host. Run by measure.sh, with the recorder and
-// without it, in turns.
+// Measures a lookup that loads a class from its source, on the reference host. measure.sh runs this with and without
+// the recorder, alternately.
 #include <algorithm>
 #include <cstdio>
 #include <vector>

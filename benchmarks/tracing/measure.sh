@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Prints what the recorder adds to an event, to a registry call that it only counts, and to a load from source: the cost
-# without it, with it, the difference, and the most that it may be.
+# Prints what the recorder adds to an event, to a registry call that it only counts, and to a load from source. Each row
+# has the cost without the recorder, the cost with it, the difference and its limit.
 # Usage: measure.sh FOLDER-OF-THE-RECORDER COSTS [LOADS]
 set -euo pipefail
 
@@ -10,7 +10,7 @@ traced=(env "LD_AUDIT=$1/liborva-trace-audit.so" "LD_PRELOAD=$1/liborva-trace-re
 paste <("$2") <("${traced[@]}" "$2" | cut -f2) |
   awk -F'\t' '{ printf "%-28s %8.1f %8.1f %8.1f ns, at most %d\n", $1, $2, $3, $3 - $2, $1 == "event" ? 120 : 15 }'
 
-# In turns, so that whatever disturbs the machine disturbs both.
+# Alternates, so that whatever disturbs the machine disturbs both.
 [[ -n ${3:-} ]] || exit 0
 for _ in {1..7}; do
   "$3" >>"$work/without"

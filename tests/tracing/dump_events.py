@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the records of a trace's file, one to a line: for tests of what records, without the program that reads them.
+"""Prints the records of a trace's file, one per line, so that tests of the recorder need no reader.
 Usage: dump_events.py [--times] FILE…"""
 import re
 import signal
@@ -36,7 +36,7 @@ def values(payload):
             texts.append(f'{number} of which {elements}')
         else:
             texts.append({1: str(number), 2: ['false', 'true'][number & 1], 3: 'pointer'}[kind])
-        # The end of a record is filled up.
+        # Records are padded at the end.
         if len(payload) < VALUE.size:
             break
     return texts

@@ -1,5 +1,5 @@
-// Stands around the loads of a host, whose own operation has another name in the program: one load looks another type
-// up first, as a compiler does for an import; one takes long.
+// Wraps the loads of a host, whose own operation is renamed in the program. One load first looks another type up, as a
+// compiler does for an import; one takes long.
 #include <classloader/natives.h>
 #include <dlfcn.h>
 

@@ -1,7 +1,7 @@
 #!/usr/bin/python3 -B
-"""Runs a program on a host under orva-trace, and compares every native that it called, in order, with what is expected:
-whether it is explained, and by which sentence, in the tree and in the JSON. A lookup within another's load must stand
-within it, and the summary must blame the one slow file of a package.
+"""Runs a program on a host under orva-trace, and compares the natives that it called, in order, with the expected ones:
+whether each is explained, and by which sentence, in the tree and in the JSON. A lookup during another type's load must
+be nested in that load, and the summary must show the one slow file of a package.
 
 Usage: check_host.py HOST ORVA_TRACE PROGRAM; the HOST is minimal, reference or other.
 """
@@ -18,7 +18,7 @@ LOOKUP, PLUGIN = "ClassLoader.getTypeByName", "ClassLoader.loadSourceClass"
 PACKAGE = "SystemClassLoader.loadPackageTypes"
 NO_NAME = "so only the runtime was asked, and it knows no such type"
 
-# Words of the program, the native that they call, what it was asked for, and the sentence. Nothing explains a success.
+# The program's arguments, the native that they call, its argument, and the sentence; a success has no sentence.
 COMMON = [
     ("--package stock", PACKAGE, "stock", "raised: the class path has no roots to search for the package 'stock'"),
     ("--root sources", "ClassLoader.addSourceRoot", "sources", None),
@@ -99,7 +99,7 @@ def traced(orva_trace, options, program, words):
 
 
 def natives_of(path):
-    """Yields each native as the JSON has it: its name, what it was asked for, and why it failed."""
+    """Yields each native from the JSON: its name, its argument, and why it failed."""
     for event in json.loads(Path(path).read_text(encoding="utf-8"))["traceEvents"]:
         if event.get("cat") == "native":
             at = {PLUGIN: 1, PACKAGE: 1, "SystemClassLoader.loadClass": 1}.get(event["name"], 0)
@@ -121,7 +121,7 @@ def problems_with_natives(rows, orva_trace, program):
                      r'  Compiler::ensureSourceLoadedInActiveJit\(.*\n'
                      r'    ClassLoader.getTypeByName\("app.Inner"\) = 0x.*\n(?:      .*\n)*'
                      r'  Orva_typeByName\("app.Outer"\) = 0x', tree, re.M):
-        yield "the lookup of app.Inner does not stand within the load of app.Outer"
+        yield "the lookup of app.Inner is not nested in the load of app.Outer"
     if problems := [line for line in tree.splitlines() if len(line) > 80]:
         yield f"the tree has lines beyond 80 columns: {problems}"
 

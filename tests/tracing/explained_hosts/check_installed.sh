@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Links the program of this folder with a host and a library that is installed, shared and traced, and checks what
-# orva-trace says of both. pkg-config finds the library, and PATH orva-trace.
+# Links the program of this folder with a host and the installed library, once shared and once traced, and checks what
+# orva-trace shows for both. pkg-config finds the library, and PATH finds orva-trace.
 # Usage: check_installed.sh HOST COMPILER SOURCE…; the HOST as check_host.py has it, and the host's sources, of which the
 # first one loads
 set -euo pipefail

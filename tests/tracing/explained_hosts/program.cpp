@@ -1,5 +1,5 @@
-// A program of any host, which the kit's hooks reach: writes sources in the host's language below the working folder,
-// then does what its arguments say, one after the other. Calls natives as its host binds them, and refers to none.
+// A program for any host that has the kit's hooks. It writes sources in the host's language below the working folder,
+// then follows its arguments one by one. It calls natives as its host binds them, and refers to none by symbol.
 #include <classloader/natives.h>
 #include <host_contract/hooks.h>
 
@@ -19,8 +19,8 @@ static void writeFile(const fs::path& path, const std::string& text) {
   std::ofstream(path) << text;
 }
 
-/// Classes of which one breaks off, one is in the file of another, one looks another up while it is loaded, and one of
-/// three in a package takes long; around_loads.cpp sees to the last two.
+/// Writes the classes: one is incomplete, one is in the file of another, one looks another up while it is loaded, and
+/// one of three in a package takes long. around_loads.cpp implements the last two.
 static void writeSources() {
   auto& hooks = hostHooks();
   for (const char* name : {"Cart", "Outer", "Inner"}) {

@@ -1,11 +1,11 @@
 #!/usr/bin/python3 -B
-"""Plays the small worlds, and holds every explanation against the events: each native that returned null, raised or let
-an exception out has exactly one sentence of the table, no other native has any, what the sentence claims is true, and
-each sentence of the table occurs.
+"""Plays the small worlds, and checks every explanation against the events. Each native that returned null, raised or
+let an exception out must have exactly one sentence of the table, and no other native may have one. What the sentence
+claims must be true, and each sentence of the table must occur.
 
 Usage: check_explanations.py PROGRAM SENTENCES [EACH]
 
-With EACH, only each one of so many worlds with one call is played.
+With EACH, plays only every EACHth of the worlds with one call.
 """
 
 import json
@@ -21,7 +21,7 @@ from sentences import table_of
 
 MOST_SHOWN = 5
 
-# The types of what worlds and tests throw that is not derived from std::exception; the last one is std::string.
+# The types that worlds and tests throw and that are not derived from std::exception; the last one is std::string.
 OTHER_OBJECT = re.compile(r"model::OtherObject|int|char|std::(__1::)?basic_string<char, .*>")
 
 LOAD = "Compiler::ensureSourceLoadedInActiveJit"
@@ -49,7 +49,7 @@ REQUIRED = {
 
 
 def shown(text):
-    """A text as a sentence has it."""
+    """A text as a sentence shows it."""
     names = {"\n": "\\n", "\r": "\\r", "\t": "\\t"}
     whole = text.encode("latin-1").decode("utf-8", "backslashreplace")
     invalid = re.sub(r"\\x([89a-f][0-9a-f])", lambda found: "\\x" + found[1].upper(), whole)
@@ -58,7 +58,7 @@ def shown(text):
 
 
 def first_line(text):
-    """What a sentence has of a message."""
+    """The part of a message that a sentence shows."""
     line, _, rest = text.partition("\n")
     return shown(line) + ("…".encode("utf-8").decode("latin-1") if rest else "")
 
@@ -73,7 +73,7 @@ def quoted(texts):
 
 
 class Native:
-    """A native's call, and what it called itself."""
+    """A native's call, and the calls that it made itself."""
 
     def __init__(self, event):
         self.what, self.arguments, self.results = event["call"], event["arguments"], event["results"]
@@ -97,7 +97,7 @@ class Native:
         return self.is_null() or bool(self.raises) or self.threw is not None
 
     def before_raise(self):
-        """The event directly ahead of the last raise."""
+        """The event directly before the last raise."""
         others = self.events[: max(i for i, event in enumerate(self.events) if event.get("call") == "Orva_raise")]
         return others[-1] if others else {}
 
@@ -108,13 +108,13 @@ class Native:
         return self.raises[-1]["arguments"][0] in classes
 
     def asked_runtime(self, name):
-        """Whether the last thing was to ask the runtime for a name that it did not know."""
+        """Whether the native finally asked the runtime for a name that the runtime did not know."""
         last = self.events[-1] if self.events else {}
         return last.get("call") == "Orva_typeByName" and last["arguments"] == [name] and last["results"] == [None]
 
 
 def types_of(scan):
-    """The names that the key stands for."""
+    """The names that the key matches."""
     if "." in scan["key"]:
         return [scan["key"]] if scan["fullNames"] else []
     return list(dict.fromkeys(scan["matches"]))
@@ -152,7 +152,7 @@ def is_other(thrown):
 
 
 def failed(native, said, *calls):
-    """Whether the call ahead of the raise threw what the sentence says, and the raise passed its text on."""
+    """Whether the call before the raise threw what the sentence says, and the raise passed its text on."""
     call = native.before_raise()
     return (call.get("threw") == said["type"] and not is_other(said["type"]) and (not calls or call["call"] in calls)
             and first_line(native.message()) == said["message"])
@@ -217,7 +217,7 @@ def no_library(native, said):
 
 
 def unseen(native, said):
-    """What the contract makes every such call do is not there."""
+    """A call is missing that the contract requires of every such native."""
     if native.what == "ClassLoader.getSystem":
         return not native.calls("Orva_allocObject")
     if native.what == "ClassLoader.loadSourceClass" and len(native.scans()) < 2:
@@ -476,7 +476,7 @@ def problem_with(native, sentence, patterns, seen):
 
 
 class Check:
-    """What was found in lines of natives and their sentences."""
+    """The findings in lines of natives and their sentences."""
 
     def __init__(self, sentences):
         self.patterns = {name: said_by(pattern) for name, (pattern, _) in table_of(sentences).items()}

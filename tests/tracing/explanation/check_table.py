@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Compares the page's table of sentences with the reader's. With --write, writes it anew.
+"""Compares the page's table of sentences with the reader's. With --write, writes it again.
 
 Usage: check_table.py SENTENCES PAGE [--write]
 """
@@ -34,7 +34,7 @@ def main():
         for row in rows_of(sentences).splitlines():
             if row not in on_page:
                 print(f"{path}: lacks the row {row}")
-        sys.exit(f"{path}: the table differs from {sentences}; write it anew: {sys.argv[0]} {sentences} {path} --write")
+        sys.exit(f"{path}: the table differs from {sentences}: run {sys.argv[0]} {sentences} {path} --write")
 
 
 if __name__ == "__main__":

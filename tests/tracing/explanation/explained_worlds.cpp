@@ -1,5 +1,5 @@
-// Plays the small worlds as the suite of properties does, explains each call, and writes both down for a checker that
-// shares no code with the reader.
+// Plays the small worlds as the suite of properties does, explains each call, and writes both to a file for a checker
+// that shares no code with the reader.
 #include "explained_worlds.h"
 
 #include <fcntl.h>
@@ -37,8 +37,7 @@ void explain(const orva::tracing::Event& native) { writeDown(orva::tracing::expl
 
 std::string commandFor(const Story& story) { return textOf(story); }
 
-/// Of the stories of one call, only each one of so many is played when PLAY_EACH says so: there are very many, and much
-/// alike.
+/// With PLAY_EACH, plays only every so-many-th of the stories of one call: there are very many, and most are alike.
 static bool isLeftOut(const Story& story) {
   static const char* const each = std::getenv("PLAY_EACH");
   static int stories = 0;

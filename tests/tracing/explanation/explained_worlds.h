@@ -5,7 +5,7 @@
 
 namespace model {
 
-/// Explains a native, and writes its events and the sentence down.
+/// Explains a native, and writes its events and the sentence to a file.
 void explain(const orva::tracing::Event& native);
 
 }  // namespace model

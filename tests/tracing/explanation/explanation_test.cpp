@@ -1,4 +1,4 @@
-// Each sentence once, from events made by hand; then what any sentence must bear.
+// Tests each sentence once, with events made by hand; then tests what holds for all sentences.
 #include "tracing/reader/explanation.h"
 
 #include <gtest/gtest.h>
@@ -275,7 +275,8 @@ std::vector<Case> refusals() {
       {SentenceId::unreadPackage, "raised: the folder of the package 'a.b' could not be listed: Input/output error",
        package(text("a.b"), {valid, runtime(), roots(list({"r"})),
                              raise("IOException", "Cannot enumerate package 'a.b': Input/output error")})},
-      {SentenceId::refusedRoot, "raised: the runtime refused 'r' as a root, and it is not a folder that the program can reach",
+      {SentenceId::refusedRoot,
+       "raised: the runtime refused 'r' as a root, and it is not a folder that the program can reach",
        root(text("r"),
             {runtime(), call(CallId::Runtime_addKlassPath, {text("r")}, {kFalse}), raise("IOException", "")})},
   };
@@ -430,7 +431,7 @@ TEST(Explanation, SaysWhyItRaisedAlsoBeforeTheEnd) {
   EXPECT_EQ("raised: the class path root is null, and ClassLoader.addSourceRoot needs one", explanationOf(running));
 }
 
-/// Entries that stand for one name are one match.
+/// Several entries with one name count as one match.
 TEST(Explanation, TakesOneNameForNoAmbiguity) {
   EXPECT_EQ(
       "raised: ClassLoader.getTypeByName failed while the trace shows no failing call of the host: 'std::bad_alloc'",

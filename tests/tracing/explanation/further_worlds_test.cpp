@@ -1,4 +1,4 @@
-// What the small worlds of the properties leave out: memory that runs out, and traces that lack events.
+// Worlds that the small worlds of the properties leave out: memory runs out, and traces lack events.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -109,7 +109,7 @@ TEST(FurtherWorlds, MemoryRunsOut) {
   }
 }
 
-/// Explains what is left of a native's events.
+/// Explains a native from the rest of its events.
 template <typename IsLost>
 void explainWithout(Event native, const IsLost& isLost) {
   std::vector<Event> kept;

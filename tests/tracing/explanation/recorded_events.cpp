@@ -1,4 +1,4 @@
-// Puts the scripted host's lines and the world's answers together to events.
+// Combines the scripted host's lines and the world's answers into events.
 #include "recorded_events.h"
 
 #include <algorithm>
@@ -207,7 +207,7 @@ class Recording {
     }
   }
 
-  /// What a match counts under; null for an entry that does not match.
+  /// The counter for a match; null for an entry that does not match.
   std::uint32_t* counterOf(const std::string& fullName) {
     if (fullName == scan_.key) return &scan_.fullNames;
     if (scan_.key.find('.') != std::string::npos) return nullptr;

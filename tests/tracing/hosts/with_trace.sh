@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs a program with a trace: whatever it checks must hold. At least so many calls of natives must have begun, and all
-# of them ended; with 0, none are counted.
+# Runs a program with a trace; its own checks must pass. The trace must have at least CALLS calls of natives, all of
+# them ended; with 0, they are not counted.
 # Usage: with_trace.sh RECORDER AUDIT CALLS PROGRAM [ARGUMENT…]; both are `linked` where the program holds the recorder.
 set -euo pipefail
 recorder=$1 audit=$2 calls=$3

@@ -16,7 +16,7 @@ def high(descriptor):
 
 
 class Browser:
-    """One page of a headless browser. `problems` has the errors that it printed, `requests` what it asked for."""
+    """One page of a headless browser. `problems` lists the errors that it printed, `requests` what it tried to load."""
 
     def __init__(self, width=1280, height=800):
         self.profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
@@ -106,7 +106,7 @@ class Browser:
         return result["result"].get("value")
 
     def settle(self):
-        """Waits until what was asked for is painted."""
+        """Waits until the last change is painted."""
         self.value("new Promise(done => requestAnimationFrame(() => requestAnimationFrame(() => done())))")
 
     def press(self, key, shift=False):

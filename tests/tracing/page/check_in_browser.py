@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Uses the page as people do, in chromium without a window: by mouse and by keyboard. Prints what a long trace costs;
+"""Uses the page as people do, by mouse and by keyboard, in headless chromium. Prints how long a large trace takes;
 asserts no time.
 
 Usage: check_in_browser.py MAKE_PAGE
@@ -22,7 +22,7 @@ def check(is_right, what):
 
 
 class Viewer(Browser):
-    """The page in the browser: what is on it."""
+    """The page in the browser, and its contents."""
 
     def text(self, selector):
         return self.value(f"document.querySelector('{selector}')?.innerText ?? ''")
@@ -45,7 +45,7 @@ class Viewer(Browser):
         self.click(*self.place(selector))
 
     def place_of_chosen(self):
-        """Where the timeline has the selected event."""
+        """The place of the selected event in the timeline."""
         return self.value("(box => [box.x + (xOf(chosen.begin) + xOf(chosen.end)) / 2, "
                           "box.y + laneTop(chosen) - view.top + 8])(at('chart').getBoundingClientRect())")
 
@@ -72,7 +72,7 @@ def check_start(page):
 
 
 def check_misses(page):
-    """Each is told by a mark beside the colour, and explained."""
+    """Each has a mark beside the colour, and an explanation."""
     page.press("m")
     sentence = ("null: no registered type matches 'shop.Till', the class path holds no source for it, and the runtime "
                 "knows no such type")
@@ -148,7 +148,7 @@ def check_zoom(page):
 
 
 def check_axis(page):
-    """It has a few ticks, however near the view is."""
+    """It has a few ticks at every zoom."""
     page.press("0")
     colour, width = page.value("[getComputedStyle(document.querySelector('footer')).color, view.width]")
     for _ in range(12):
@@ -195,7 +195,7 @@ def check_tree_by_keyboard(page):
 
 
 def check_accessible_tree(page):
-    """What those who do not see the page are told."""
+    """The roles and labels that screen readers use."""
     nodes = page.call("Accessibility.getFullAXTree")["nodes"]
     items = [node["name"]["value"] for node in nodes if node["role"]["value"] == "treeitem"]
     shown = page.value("document.querySelectorAll('.row').length")
@@ -207,7 +207,7 @@ def check_accessible_tree(page):
 
 
 def check_contrast(page):
-    """Texts are read on what is behind them: a ratio of 4.5 is what people with weak eyes need."""
+    """Texts contrast with their background: people with weak eyes need a ratio of 4.5."""
     light = """(name => { const box = document.createElement('i'); box.style.color = `var(--${name})`;
       document.body.append(box); const parts = getComputedStyle(box).color.match(/\\d+/g).map(part => part / 255);
       box.remove();

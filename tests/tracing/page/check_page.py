@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Reads pages as a browser's parser would: they ask for nothing, and no name leaves the JSON that it stands in.
+"""Parses pages as a browser would: they load nothing, and no name can end the JSON that contains it.
 
 Usage: check_page.py MAKE_PAGE
 """

@@ -69,7 +69,7 @@ static Event load(const std::string& file, std::vector<Event> inner) {
   return call(CallId::Compiler_ensureSourceLoadedInActiveJit, {object(0x10), text(file)}, {}, std::move(inner));
 }
 
-/// Gives an event and those in it their times: 100 ns for each call, and what the calls in it take.
+/// Sets the times of an event and its nested events: each call takes 100 ns, and the time of the calls in it.
 static std::uint64_t timed(Event& event, std::uint64_t begin) {
   event.begin = begin;
   std::uint64_t end = begin + 50;

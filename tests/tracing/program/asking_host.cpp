@@ -35,16 +35,16 @@ static void hang(const std::string& name) {
   asker.join();
 }
 
-/// Maps a file, as programs do with files of their own.
+/// Maps a file, as programs do with their own files.
 static void mapFile(const std::string& path) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  // Below what is mapped already.
+  // Below the existing mappings.
   void* const place = mmap(reinterpret_cast<void*>(0x10000), 4096, PROT_READ, MAP_SHARED, file, 0);
   if (place == MAP_FAILED) std::abort();
   close(file);
 }
 
-/// Leaves what follows to a child.
+/// Leaves the remaining arguments to a child.
 static void leaveToChild() {
   const pid_t child = fork();
   if (child == 0) return;

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks what orva-trace says of programs that cannot be run or traced, and with which status it ends.
+# Checks the message and the exit status of orva-trace for programs that cannot be run or traced.
 # Usage: check_bad_programs.sh ORVA_TRACE HOST STATIC_HOST TRACED_HOST
 # shellcheck source=tests/tracing/program/common.sh
 . "$(dirname "$0")/common.sh"
 host=${given[1]:?no host} static_host=${given[2]:?no static host} traced_host=${given[3]:?no traced host}
 nobody=65534
 
-# As another user where this is root, who may execute and read nearly everything.
+# As another user if this is root, because root may execute and read nearly everything.
 as_user() {
   if [[ $(id -u) == 0 ]]; then setpriv --reuid=$nobody --regid=$nobody --clear-groups "$@"; else "$@"; fi
 }
@@ -58,7 +58,7 @@ chmod 755 lost_linker
 check 'no dynamic linker' 127 "orva-trace: cannot run './lost_linker', which needs the dynamic linker \
 '/nowhere${linker:8}': No such file or directory" ./lost_linker
 
-# Only root can make files that bring rights.
+# Only root can make files that grant rights.
 if [[ $(id -u) == 0 ]]; then
   ignored='so the dynamic linker ignores LD_AUDIT and LD_PRELOAD: trace a copy without these rights'
   cp "$host" setuid
@@ -82,14 +82,14 @@ if [[ $(id -u) == 0 ]]; then
   check 'file capabilities, as root' 3 '' --output /dev/null ./capable --end 3
 fi
 
-# Programs that run, and of which nothing is seen: their own status.
+# Programs that run, but whose calls are not seen: the status is theirs.
 check 'no library' 3 "orva-trace: no class-loading library was seen in '/bin/sh'" /bin/sh -c 'exit 3'
 linked="this program links the library statically: link orva::classloader_traced instead"
 check 'linked statically' 3 "orva-trace: '$static_host': $linked" "$static_host" --ask shop.Till --end 3
 same 'output of the program' 'shop.Till is not a type' "$(cat output)"
 check 'linked statically, to be traced' 3 '' --output tree "$traced_host" --ask shop.Till --end 3
 same 'its lookups' 1 "$(grep -c 'getTypeByName("shop.Till")' tree)"
-# It has two recorders, of which one sees the calls; and maps files of its own, one of which is named like a trace.
+# It has two recorders, of which one sees the calls. It also maps its own files, one of which is named like a trace.
 for other in calendar.events 1-0.events; do
   echo 'no trace' >"$other"
   rm -f started
@@ -105,7 +105,7 @@ for other in calendar.events 1-0.events; do
 done
 gcc -static -o whole main.c
 check 'a static program' 0 "orva-trace: no class-loading library was seen in './whole'" ./whole
-# A script that runs one of each: what is not seen is told, beside what is.
+# A script that runs one of each: orva-trace shows the calls that it saw, and names the program that it did not see.
 cat >both <<SCRIPT
 #!/bin/sh
 "$host" --ask shop.Till

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Checks what orva-trace says of command lines: wrong ones, --help and --version.
+# Checks what orva-trace prints for command lines: wrong ones, --help and --version.
 # Usage: check_command_line.sh ORVA_TRACE
 # shellcheck source=tests/tracing/program/common.sh
 . "$(dirname "$0")/common.sh"
 
-# What is wrong, and the words.
+# The message, and the words.
 wrong() {
   check "$*" 2 "orva-trace: $1; try 'orva-trace --help'" "${@:2}"
 }
@@ -88,7 +88,7 @@ check '--read of no folder' 2 "orva-trace: cannot read the folder 'none': No suc
 echo damaged >empty/1-0.events
 "$trace" --read empty >output 2>errors
 same 'a damaged trace' "2 orva-trace: 'empty/1-0.events' is not a file of events" "$? $(cat errors)"
-# Without a header there is nothing to tell why it is missing.
+# A file without a header cannot say why the header is missing.
 for size in 0 1 4096; do
   head -c "$size" /dev/zero >empty/1-0.events
   check "--read of a trace with $size zero bytes" 2 "orva-trace: nothing is recorded in 'empty/1-0.events': its process \

@@ -97,7 +97,7 @@ check 'orva-trace under orva-trace' 0 "orva-trace: no class-loading library was 
   --output tree "$trace" --output inner "$host" --ask shop.Till
 same 'lookups of the inner one' 1 "$(shown shop.Till inner)"
 
-# == Formats, filters and what is kept
+# == Formats, filters and kept records
 check 'all formats' 0 '' --json calls.json --html calls.html --keep kept "$host" --ask shop.Till --ask shop.Cart
 python3 -c 'import json; json.load(open("calls.json"))' || fail 'calls.json is no JSON'
 grep -q 'shop.Till' calls.html || fail 'calls.html lacks a lookup'
@@ -179,7 +179,7 @@ same 'colours on a dumb terminal' 0 "$(TERM=dumb colours "'$trace' '$host' --ask
 same 'colours in a file' 0 "$(colours "'$trace' --output tree '$host' --ask shop.Till; cat tree")"
 
 # == While it runs
-# Shells start what is in the background with SIGINT and SIGQUIT ignored.
+# Shells start background processes with SIGINT and SIGQUIT ignored.
 env --default-signal=INT,QUIT "$trace" --output tree "$host" --ask shop.Till --hang shop.Cart >output 2>errors &
 tracer=$!
 await output ready

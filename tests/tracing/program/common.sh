@@ -24,7 +24,7 @@ same() {  # WHAT EXPECTED FOUND
   [[ $2 == "$3" ]] || fail "$1: expected <$2>, found <$3>"
 }
 
-# Runs orva-trace and compares its status and all of its errors; what it prints to standard output stays in `output`.
+# Runs orva-trace and compares its status and all of its errors; its standard output stays in `output`.
 check() {  # WHAT STATUS ERRORS WORD…
   local found
   timeout 60 "$trace" "${@:4}" >output 2>errors </dev/null

@@ -1,4 +1,4 @@
-// The JSON for viewers of timelines.
+// Tests the JSON for timeline viewers.
 #include "tracing/reader/chrome_trace.h"
 
 #include <gtest/gtest.h>

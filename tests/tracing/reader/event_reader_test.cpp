@@ -1,4 +1,4 @@
-// What the reader makes of files: whole ones, those of processes that died, and those that nobody wrote.
+// Tests the reader on complete files, on those of processes that died, and on files that no recorder wrote.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -132,7 +132,7 @@ TEST(Reader, ReadsLocksThatAreAwaitedOrHeld) {
     EXPECT_EQ(lock.duration, 100U);
     EXPECT_EQ(lock.lock.waited, waited == notYet ? 100U : 30U);
     EXPECT_EQ(lock.lock.isAwaited, waited == notYet);
-    // A lock that is refused is none, whether the native goes on or ends.
+    // A refused lock is not shown, whether the native goes on or ends.
     EXPECT_EQ(shapeOf(EventWriter(atLock).begin(loadClass, 1)),
               "ClassLoader.getTypeByName?[SystemClassLoader.loadClass?]");
     EXPECT_EQ(shapeOf(EventWriter(atLock).returned(getTypeByName, 0)), "ClassLoader.getTypeByName");
@@ -424,7 +424,7 @@ TEST(Reader, KnowsTheLastRaiseThatANativeMadeItself) {
   EXPECT_EQ(raiseOf(traceOf(writer).threads[0].events[0])->message, "");
 }
 
-/// All that reads a trace, on one that nobody wrote.
+/// Runs everything that reads a trace on a file that no recorder wrote.
 static void readAndPrint(const EventWriter& writer) {
   try {
     Trace trace = traceOf(writer);

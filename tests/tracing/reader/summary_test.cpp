@@ -1,4 +1,4 @@
-// Where a summary says that the time went.
+// Tests where the summary says that the time went.
 #include "tracing/reader/summary.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
 constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
 constexpr auto loadBundle = CallId::Compiler_ensureObjectBundleLoadedInActiveJit;
 
-/// A load of Cart.ov, 90 ms of its own, in which Item.ov is loaded, which needs Cart.ov again.
+/// A load of Cart.ov that itself takes 90 ms. It loads Item.ov, which needs Cart.ov again.
 static EventWriter nestedLoads() {
   constexpr std::uint64_t ms = 1'000'000;
   EventWriter writer;

@@ -1,4 +1,4 @@
-// Traces for the reader's tests. Sentences stand for themselves: which one is given is tested elsewhere.
+// Traces for the reader's tests. The sentences are placeholders, because other tests check which one a native gets.
 #include "tests/tracing/reader/traces.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Plays scenes with and without the tracer: a program does the same in both, and what it did is recorded.
+# Plays scenes with and without the tracer: the program must behave the same, and its calls must be recorded.
 # Usage: capture.sh PROJECT FOLDER-OF-THE-RECORDER FOLDER-OF-THE-PROGRAMS CLASS-LOADING-LIBRARY CHECK
 # shellcheck source-path=SCRIPTDIR source=../../common.sh
 source "$(dirname "$0")/../../common.sh"
@@ -10,7 +10,7 @@ audit=$2/liborva-trace-audit.so
 programs=$3
 library=$4
 events=$work/events
-# In place of what a program is started with, and only for it.
+# Sets the variables only for the program, in place of inherited ones.
 traced=(env "LD_AUDIT=$audit" "LD_PRELOAD=$recorder" "ORVA_TRACE_FOLDER=$events")
 export LD_LIBRARY_PATH=$programs
 
@@ -94,7 +94,7 @@ exceptions() {
   { header 1; thread 1 lazy; load 1 thrower | head -2; } | recorded 'an uncaught exception'
 }
 
-# Ends of calls that are no exceptions of C++.
+# Calls that end other than by returning or by a C++ exception.
 endings() {
   play lazy end-threads
   {
@@ -138,7 +138,7 @@ processes() {
   play lazy exit
   { header 1; thread 1 lazy; load 1 'before the end'; } | recorded '_exit'
 
-  # What a process was before exec is in a file of its own.
+  # Each program that a process ran has its own file.
   play lazy exec
   {
     header 1
@@ -228,7 +228,7 @@ handlers() {
     fail "of $(cat "$work/handled") natives, $recorded are recorded and $missed missed"
 }
 
-# Where there is no room, the trace ends and says why; the program goes on.
+# If there is no room, the trace ends and says why; the program goes on.
 room() {
   play lazy limit
   grep -q 'still there' "$work/traced" || fail 'the program ended at its limit of file sizes'
@@ -261,7 +261,7 @@ room() {
   same 'a disk that was full at the start' "$work/plain" "$work/traced"
 }
 
-# Runs a program whose trace is on a disk of so many KiB.
+# Runs a program whose trace is on a disk of SIZE KiB.
 full_disk() {  # SIZE
   export root events work
   export -f outcome dump
@@ -270,7 +270,7 @@ full_disk() {  # SIZE
     - "$1" "${traced[@]}" "$programs/scenes_lazy" often
 }
 
-# Only one library is traced; that there is another is said.
+# Only one library is traced; the trace counts the other one.
 second_library() {
   cp "$library" "$work/second.so"
   export LD_LIBRARY_PATH=$work
