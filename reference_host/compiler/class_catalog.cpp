@@ -87,8 +87,8 @@ std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const
 
 std::string ClassCatalog::problemWith(const TypeName& type, const Scope& scope) const {
   if (type.arguments.empty() || !resolveClass(type.name, scope)) return language::unknownType(type.text(), type.name);
-  return "no variable, parameter or result can be of type '" + type.text() +
-         "': an instance of a generic class is used through its Type, as in 'type.call(\"method\")'";
+  return "'" + type.text() + "' cannot be the type of a variable, parameter or result: " +
+         "use an instance of a generic class through its Type, as in 'type.call(\"method\")'";
 }
 
 MethodSignature ClassCatalog::signatureOf(const language::MethodDeclaration& method, const Scope& scope) const {

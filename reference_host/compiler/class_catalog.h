@@ -55,7 +55,7 @@ class ClassCatalog {
   /// `std::runtime_error` when a folder may not be searched for it.
   std::optional<std::string> resolveType(const language::TypeName& type, const Scope& scope) const;
 
-  /// Says what is wrong with a type that is not resolved.
+  /// Says why a type cannot be resolved.
   std::string problemWith(const language::TypeName& type, const Scope& scope) const;
 
   /// The signature of a declared method; types that do not exist keep the name that they are written with.

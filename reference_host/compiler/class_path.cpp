@@ -28,8 +28,8 @@ static std::string normalised(const std::string& directory) {
   return (normal.has_filename() ? normal : normal.parent_path()).string();
 }
 
-/// The one name of a directory; its spelling when it is missing, or when the working directory lies so deep that it has
-/// no name itself.
+/// The canonical name of a directory. Returns its spelling if it is missing, or if the working directory is so deep
+/// that it has no name itself.
 static std::string realName(const std::string& directory) {
   std::error_code error;
   const fs::path real = fs::canonical(directory.empty() ? "." : directory, error);
@@ -116,7 +116,7 @@ std::string ClassPath::find(const std::string& className) const {
   throw std::runtime_error("Cannot look for class '" + className + "' at " + failure);
 }
 
-/// Visits a folder and those above it, the innermost first. What lies above `..` cannot be told from a path.
+/// Visits a folder and those above it, the innermost first. A path does not say what is above `..`.
 template <typename Visit>
 static void walkUp(const fs::path& folder, const Visit& visit) {
   for (fs::path above = folder;; above = above.parent_path()) {

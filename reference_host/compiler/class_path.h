@@ -39,8 +39,8 @@ class ClassPath {
   /// something else lies at its place.
   std::string find(const std::string& className) const;
 
-  /// The packages that a file may declare, one for each root that it lies under, however the file and the root are
-  /// spelled, the innermost root's first; none when it lies under none.
+  /// The packages that a file may declare: one for each root above it, the innermost root's first, however the file and
+  /// the root are spelled.
   std::vector<std::string> packagesOf(const std::string& file) const;
 
  private:
@@ -49,17 +49,17 @@ class ClassPath {
   bool isRoot(const std::string& directory, const Identity& identity) const;
   void addDirectory(const std::string& root);
 
-  /// The folder of a file below the real name of each root that the file's path leads through; otherwise its own.
+  /// The folder of a file below the real name of each root on the file's path; if there is none, the file's own folder.
   std::vector<std::filesystem::path> realFoldersOf(const std::string& file) const;
 
   const std::string standardLibrary_;
   mutable std::shared_mutex mutex_;
-  mutable bool isHandedOut_ = false;            // the last list, which is copied then before it changes
-  std::deque<std::vector<std::string>> lists_;  // those that were handed out, and the current one
+  mutable bool isHandedOut_ = false;            // the last list was returned, so it is copied before it changes
+  std::deque<std::vector<std::string>> lists_;  // those that were returned, and the current one
   std::unordered_set<std::string> spellings_;   // of the roots
   std::map<Identity, std::string> identities_;  // what the roots were when they were added
-  // Of the roots and the standard library: their real names, which are looked up once, by their spellings without
-  // needless dots.
+  // The real names of the roots and the standard library, each looked up once, by their spellings without needless
+  // dots.
   std::unordered_map<std::string, std::string> directories_;
   std::unordered_set<std::string> realNames_;
 };

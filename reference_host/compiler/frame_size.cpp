@@ -1,4 +1,4 @@
-// The baseline code generator gives each value that outlives a call a place of its own, and never uses it again.
+// The baseline code generator gives each value that outlives a call its own place, and never reuses it.
 #include "reference_host/compiler/frame_size.h"
 
 #include <llvm/IR/DataLayout.h>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t wordSize = 8;
 
-/// How many calls stand before each instruction of a function.
+/// The number of calls before each instruction of a function.
 using Calls = std::unordered_map<const llvm::Instruction*, std::size_t>;
 
 bool isKept(const llvm::Instruction& value, const Calls& callsBefore) {

@@ -1,4 +1,4 @@
-// How much of the stack a method takes.
+// Estimates how much of the stack a method takes.
 #pragma once
 
 #include <llvm/IR/Function.h>
@@ -7,8 +7,8 @@
 
 namespace orva::compiler {
 
-/// Tells about how many bytes a call of a function takes of the stack, compiled without optimisation: those of its
-/// variables, and eight for each value that is still needed after another call, or in another block.
+/// Estimates how many bytes of the stack a call of a function takes when it is compiled without optimisation: those of
+/// its variables, and eight for each value that is still needed after another call or in another block.
 std::size_t frameSize(const llvm::Function& function);
 
 }  // namespace orva::compiler

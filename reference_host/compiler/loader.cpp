@@ -66,11 +66,11 @@ static const std::string& nearest(const std::vector<std::string>& packages, llvm
   return *std::min_element(packages.begin(), packages.end(), isNearer);
 }
 
-/// What is wrong with a package that no root gives a file. At most one of both is empty, and stands for no package.
+/// The error for a package that no root gives the file. At most one of both is empty, which means no package.
 static std::string misplaced(const std::string& expected, const std::string& declared) {
   const std::string place =
       expected.empty() ? "a root of the class path" : "the directory of package '" + expected + "'";
-  return "this file lies in " + place + ": " +
+  return "this file is in " + place + ": " +
          (declared.empty() ? "expected 'package " + expected + ";'" : "it cannot declare package '" + declared + "'");
 }
 
@@ -174,11 +174,11 @@ void Loader::loadSource(const language::SourceText& source, const std::string& r
   const std::string identity = sourceIdentity(source.text);
   auto earlier = loaded_.find(real);
   if (earlier == loaded_.end() && loadedInodes_[inodeOf(real)] == identity) {
-    // The file was moved. Text is compared too, because the system gives the inode of a deleted file to another.
+    // The file was moved. The text is compared too, because the system reuses the inode of a deleted file.
     earlier = loaded_.emplace(real, identity).first;
   }
   const bool isLoaded = earlier != loaded_.end();
-  // An object that was built from this very text brought its types.
+  // An object that was built from the same text has registered its types.
   const bool isKnown = isLoaded ? earlier->second == identity : objectIdentities_.count(identity) != 0;
   if (isKnown && placement == Placement::anywhere) return;
   const language::SourceFile file = language::parseSource(source);

@@ -31,15 +31,14 @@ class Loader {
   Loader(const ClassPath& classPath, Engine& engine, GenericInstances& generics)
       : classPath_(classPath), engine_(engine), generics_(generics) {}
 
-  /// Compiles a source file and registers its types, unless the file was loaded before, under whatever name, or an
-  /// object that was built from its text was; its place is checked all the same. A file that stands for a generic
-  /// instance loads that instance. Throws `std::runtime_error` (`SourceError` for what is wrong with the text); also
-  /// for a file that was loaded before, when it does not fit its place, or has changed and declares a class that is not
-  /// loaded.
+  /// Compiles a source file and registers its types. If the file was loaded before, under any name, or an object that
+  /// was built from its text was, only checks its place. A generic instance's file loads that instance. Throws
+  /// `std::runtime_error` (`SourceError` for errors in the text). Also throws for a file that was loaded before if it
+  /// does not fit its place, or if it has changed and declares a class that is not loaded.
   void load(const std::string& path, Placement placement);
 
-  /// Links object files and registers their types; objects that were loaded before are passed over, unless they have
-  /// changed and hold a class that is not loaded.
+  /// Links object files and registers their types. Skips objects that were loaded before, unless they have changed and
+  /// contain a class that is not loaded.
   /// @param identities element i is the identity of the source that object i must have been built from.
   /// Throws `std::runtime_error` before any code is linked when one of them does not fit.
   void loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
@@ -77,9 +76,9 @@ class Loader {
   Engine& engine_;
   GenericInstances& generics_;
   std::mutex mutex_;
-  // The identities that sources, and those of objects, had when they were loaded, by real paths.
+  // The identities of sources, and of the sources of objects, at the time of their load, by real path.
   std::map<std::string, std::string> loaded_;
-  // Those of sources, by device and inode.
+  // The identities of sources, by device and inode.
   std::map<std::pair<dev_t, ino_t>, std::string> loadedInodes_;
   std::set<std::string> objectIdentities_;  // of the sources that loaded objects were built from
 };

@@ -38,7 +38,7 @@ void MethodGenerator::generate() {
   const std::size_t problems = scope_.diagnostics.size();
   generateBody();
   goToHandlers();
-  // The reserve of the shortest stack carries what comes before the check in `enter`.
+  // `enter` checks the stack from within the frame; the reserve of the shortest stack has room for such a frame.
   constexpr std::size_t mostUnchecked = 4096;
   const std::size_t size = problems == scope_.diagnostics.size() ? frameSize(*function_) : 0;
   if (size > mostUnchecked) callWithRoom(size);
@@ -124,7 +124,7 @@ void MethodGenerator::generate(const language::Declaration& declaration, Positio
     llvm::Value* value = valueOf(declaration.value, type);
     ir_.CreateStore(value, declareVariable(declaration.name, type, position).place);
   } catch (const Fault&) {
-    // Declared in any case, so that one mistake is not reported at each later use.
+    // Declare the variable anyway, so that one mistake is not reported again at each later use.
     declareVariable(declaration.name, type, position);
     throw;
   }
@@ -215,7 +215,7 @@ llvm::BasicBlock* MethodGenerator::landing() {
   placeOfTry_ = allocate(builder_.word(), "try");
   activeTry_ = builder_.number(0);
   ir_.SetInsertPoint(landingOfAll_);
-  // The landing needs it even when nothing in any body can throw.
+  // The landing needs a personality even if nothing in any body can throw.
   auto* personality = llvm::FunctionType::get(llvm::Type::getInt32Ty(ir_.getContext()), true);
   function_->setPersonalityFn(llvm::cast<llvm::Constant>(
       builder_.module().getOrInsertFunction("__gxx_personality_v0", personality).getCallee()));

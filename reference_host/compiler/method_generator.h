@@ -49,8 +49,8 @@ class MethodGenerator {
   };
 
   void generateBody();
-  /// Makes the function that was generated the body of the method, which calls it once the stack has room for its large
-  /// frame.
+  /// Moves the generated code into a second function. The method calls it after checking that the stack has room for
+  /// the large frame.
   /// @param size of the frame, in bytes.
   void callWithRoom(std::size_t size);
   /// The method's full name, and where it was called.
@@ -68,15 +68,14 @@ class MethodGenerator {
   void generate(const language::Try& statement, language::Position position);
   void generate(const language::Throw& statement, language::Position position);
   void handler(const language::Try& statement, llvm::BasicBlock* next);
-  /// Where every exception arrives that a `try` of this method may catch. The time that LLVM takes for a method grows
-  /// with the square of such places, so there is one, which goes on to the handler of the `try` that is active.
+  /// The one block where all exceptions arrive that a `try` of this method may catch. It goes on to the handler of the
+  /// active `try`. LLVM's time for a method grows with the square of the number of such blocks.
   llvm::BasicBlock* landing();
-  /// Ends it, once all handlers are known.
+  /// Ends the landing, once all handlers are known.
   void goToHandlers();
-  /// Halves the handlers until the one with a number is found.
+  /// Finds the handler with a number by binary search.
   void goToHandler(llvm::Value* number, std::size_t first, std::size_t end);
-  /// The name that an exception of a class is caught by: without its package, and without arguments, as natives raise
-  /// it.
+  /// The name by which a handler catches a class: without its package and its arguments, as natives raise it.
   std::string exceptionClass(const std::string& name, language::Position position) const;
   /// Returns from the method; `result` is null where it returns nothing.
   void leave(llvm::Value* result);
@@ -135,7 +134,8 @@ class MethodGenerator {
     llvm::Value* types;
   };
   WordArguments wordArguments(const std::vector<Value>& values);
-  /// Grows the one array of a method for all its calls: a call has read it before the next one is prepared.
+  /// Returns the array that all calls of a method share, enlarged if necessary: a call reads it before the next one is
+  /// prepared.
   llvm::Value* sharedArray(llvm::AllocaInst*& array, llvm::ArrayType* type, const std::string& name);
 
   const ClassSummary* summaryOf(const std::string& fullName) const;
@@ -173,9 +173,9 @@ class MethodGenerator {
   /// Where calls unwind to; null outside of every `try`.
   llvm::BasicBlock* landing_ = nullptr;
   llvm::BasicBlock* landingOfAll_ = nullptr;
-  /// What arrived there.
+  /// The exception that arrived there.
   llvm::Value* exception_ = nullptr;
-  /// The handlers of each `try`, and where the number of the active one is kept while the method runs.
+  /// The handler of each `try`, and the variable with the number of the active one.
   std::vector<llvm::BasicBlock*> handlers_;
   llvm::AllocaInst* placeOfTry_ = nullptr;
   llvm::Value* activeTry_ = nullptr;

@@ -226,8 +226,8 @@ void checkObject(const ObjectFile& object, const std::string& identity, const st
   requireEqual(object, "source identity", object.identity, identity);
 }
 
-/// Refuses what is there unless it is an ELF object with our section, whatever else is wrong with it. Throws when it
-/// cannot be read.
+/// Throws if a file is there that is not an ELF object with our section, or cannot be read. Accepts one that is
+/// otherwise damaged.
 static void checkIsOurs(const std::string& path) {
   std::error_code error;
   const fs::file_type type = fs::status(path, error).type();
@@ -239,7 +239,7 @@ static void checkIsOurs(const std::string& path) {
       isOurs = parsed != nullptr && findHeader(*parsed).has_value();
     } catch (const std::runtime_error& failure) {
       throw std::runtime_error(inQuotes(path) + " is damaged: " + failure.what() +
-                               "; it is not overwritten: delete it to have it written anew");
+                               "; it is not overwritten: delete it to have it written again");
     }
   }
   if (isOurs) return;

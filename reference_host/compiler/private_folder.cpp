@@ -38,7 +38,7 @@ static int lockedFolder = -1;
 static std::atomic<pid_t> owner{0};
 static std::mutex mutex;
 
-// Other threads go on while a signal ends the process.
+// Other threads keep running while a signal ends the process.
 static std::atomic<bool> isEnding{false};
 static std::atomic<int> makers{0};
 
@@ -96,8 +96,8 @@ class BlockedSignals {
   sigset_t before_;
 };
 
-/// Lets the end of the process wait for a new folder, or begins none any more. No signal that ends the process may come
-/// to this thread meanwhile: its handler would wait for ever.
+/// Makes the end of the process wait while a folder is created, or prevents the creation once the end has begun. This
+/// thread must not receive a signal that ends the process meanwhile: the handler would wait forever.
 class Making {
  public:
   Making() {
@@ -171,7 +171,7 @@ void removePrivateFolder() noexcept {
   pid_t self = getpid();
   if (!owner.compare_exchange_strong(self, 0)) return;
   removeFilesIn(lockedFolder);
-  // Another thread may be writing a file: it is there under one name, then under another.
+  // Another thread may be writing a file, which changes its name.
   constexpr int mostTries = 1000;
   for (int i = 0; i < mostTries && rmdir(folderPath.data()) != 0 && errno == ENOTEMPTY; ++i) {
     removeFilesIn(lockedFolder);

@@ -16,8 +16,8 @@ bool isInPrivateFolder(const std::string& file);
 /// Removes the folder and its files, if this process made one. Async-signal-safe.
 void removePrivateFolder() noexcept;
 
-/// Does so for the handler of a signal that ends the process: a thread that makes a folder meanwhile is waited for, and
-/// none is made afterwards.
+/// Does the same for the handler of a signal that ends the process. Waits for a thread that is creating the folder, and
+/// prevents a new one.
 void endPrivateFolders() noexcept;
 
 /// Removes the folders that processes of this user left when they were killed, below where this process would make its

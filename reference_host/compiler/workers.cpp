@@ -1,5 +1,4 @@
-// As many threads as there are cores, as far as the system makes them, and there are addresses and descriptors for
-// them.
+// Starts one thread per core, as far as the system, the address space and the free descriptors allow.
 #include "reference_host/compiler/workers.h"
 
 #include <llvm/Support/Threading.h>

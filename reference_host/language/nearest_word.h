@@ -1,4 +1,4 @@
-// Finding the word that a misspelt one was probably meant to be.
+// Finds the word that a misspelt one was probably meant to be.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 
 namespace orva::language {
 
-/// How many letters must be added, taken away or replaced to turn one word into the other.
+/// The number of letters to add, remove or replace to turn one word into the other.
 inline std::size_t editDistance(std::string_view one, std::string_view other) {
   std::vector<std::size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
@@ -24,8 +24,8 @@ inline std::size_t editDistance(std::string_view one, std::string_view other) {
   return row.back();
 }
 
-/// The name of the option that a word was probably meant to be: one that it abbreviates, or hardly differs from. Empty
-/// when there is none.
+/// The name of the option that a word was probably meant to be: one that it abbreviates or is similar to. Empty if
+/// there is none.
 template <typename Options>
 std::string_view nearestOption(const Options& options, std::string_view word) {
   std::string_view nearest;

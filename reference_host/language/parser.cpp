@@ -259,7 +259,7 @@ class Parser {
         }
       }
       if (parameter.name == declared.name) {
-        fail(parameter.position, "type parameter '" + parameter.name + "' is named as its class");
+        fail(parameter.position, "type parameter '" + parameter.name + "' has the name of its class");
       }
       declared.typeParameters.push_back(std::move(parameter));
     } while (accept(","));

@@ -27,12 +27,12 @@ static void reserveStandardStreams() {
   }
 }
 
-/// Opens a pipe anew that somebody made non-blocking: what does not fit into it at once would be lost.
+/// Reopens a pipe that another program made non-blocking: output that does not fit at once would be lost.
 static void awaitRoomIn(int stream) {
   struct stat status{};
   const bool isWaiting = (fcntl(stream, F_GETFL) & O_NONBLOCK) == 0;
   if (isWaiting || fstat(stream, &status) != 0 || !S_ISFIFO(status.st_mode)) return;
-  // Without a reader, a call that waits would wait for one.
+  // Without a reader, a blocking call would wait for one.
   const char* const name = stream == STDOUT_FILENO ? "/dev/fd/1" : "/dev/fd/2";
   const int own = open(name, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
   if (own < 0) return;

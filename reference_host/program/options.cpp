@@ -29,9 +29,9 @@ struct Option {
   std::string_view name;
   std::string_view value;  ///< what stands for it in the help; empty for an option that takes none
   std::string_view help;
-  bool isValueOptional = false;  ///< it stands behind `=` then
+  bool isValueOptional = false;  ///< a value then follows `=`
 
-  /// The option and its value, as they are written.
+  /// The option and its value, as the help shows them.
   std::string shown() const {
     if (isValueOptional) return std::string(name) + "[=" + std::string(value) + "]";
     return std::string(name) + " " + std::string(value);
@@ -41,8 +41,7 @@ struct Option {
 constexpr std::array options = {
     Option{"--class-path", "DIR", "Look for classes below DIR too; may be given several times"},
     Option{"--stdlib", "DIR", "The standard library (default: ../share/orva/stdlib, seen from the executable)"},
-    Option{"--trace", "FILE", "Run under orva-trace, which shows what loading does, on standard error or in FILE",
-           true},
+    Option{"--trace", "FILE", "Run under orva-trace: show what loading does, on standard error or in FILE", true},
     Option{"--help", "", "Print this help"},
     Option{"--version", "", "Print the versions of orva-host and LLVM, and the target of compiled code"},
 };
@@ -167,7 +166,7 @@ class CommandLine {
     return value;
   }
 
-  /// The value of an option that has none in its own word; empty when it needs none.
+  /// The next word, as the value of an option without `=`; empty if the option needs no value.
   std::string_view nextValue(const Option& option) {
     if (option.isValueOptional) return {};
     // A value that begins with dashes is given after `=`.

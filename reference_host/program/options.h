@@ -11,7 +11,7 @@ struct RunOptions {
   std::vector<std::string> classPath;
   std::string standardLibrary;
   std::vector<std::string> arguments;  ///< of the program
-  std::optional<std::string> trace;    ///< the file for a trace that is wanted; empty for standard error
+  std::optional<std::string> trace;    ///< the file for the trace, if one is wanted; empty for standard error
 };
 
 /// Parses the command line. Prints help or the version and ends the process with 0 when they are asked for; prints what

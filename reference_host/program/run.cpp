@@ -21,7 +21,7 @@ namespace orva::program {
 
 namespace fs = std::filesystem;
 
-/// Parses a source, and frees what it holds, where the stack has room for both.
+/// Parses a source, uses it and frees it, on a stack that has room for all of this.
 static void parse(const std::string& file, const std::function<void(const language::SourceFile&)>& use) {
   const compiler::Work work(language::inQuotes(file) + " was read");
   compiler::onAmpleStack(file, [&] { use(language::parseSource(compiler::readSource(file))); });
@@ -37,7 +37,7 @@ Program readProgram(const std::string& file) {
   return program;
 }
 
-/// The folder that a package's folders lie in; empty when `folder` is not the last of them.
+/// The folder that contains a package's folders; empty if `folder` is not the last of them.
 static fs::path withoutPackage(fs::path folder, const std::string& package) {
   std::string rest = package;
   std::replace(rest.begin(), rest.end(), '.', '/');
@@ -56,7 +56,7 @@ std::string rootOf(const Program& program) {
   const fs::path root =
       withoutPackage(fs::absolute(program.file, error).lexically_normal().parent_path(), program.package);
   if (root.empty()) {
-    // Its folder may be named by a link.
+    // A link may name the program's folder.
     const fs::path real = withoutPackage(fs::canonical(program.file, error).parent_path(), program.package);
     return (real.empty() ? folder : real).string();
   }

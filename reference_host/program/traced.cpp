@@ -1,4 +1,4 @@
-// From `--trace` to `orva-trace`.
+// Turns `--trace` into a command line of `orva-trace`.
 #include "reference_host/program/traced.h"
 
 #include <llvm/Support/FileSystem.h>

@@ -1,13 +1,13 @@
-// `orva-host run --trace`: the same run, shown by `orva-trace`.
+// `orva-host run --trace`: runs the same program under `orva-trace`.
 #pragma once
 
 #include "reference_host/program/options.h"
 
 namespace orva::program {
 
-/// Becomes an `orva-trace` that runs this program again, with the same options but for `--trace`, which was given.
-/// Where that cannot be, prints why and ends the process with 2.
-/// @param program the name that this program was started by
+/// Replaces this process with an `orva-trace` that runs this program again, with the same options except `--trace`. If
+/// that fails, prints why and ends the process with 2.
+/// @param program the name by which this program was started
 [[noreturn]] void runTraced(const RunOptions& options, const char* program);
 
 }  // namespace orva::program

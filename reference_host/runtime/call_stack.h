@@ -41,10 +41,10 @@ struct CallTrace {
 /// Notes that a compiled method begins. Returns false, and notes nothing, when the stack has no room for it.
 bool enterCall(CallFrame& frame, const char* method, const SourceLocation* callSite);
 
-/// Tells whether this thread is in a call of a method.
+/// Tells whether this thread is running a method.
 bool isRunning(const char* method);
 
-/// Tells whether the stack has room for so many bytes more of a compiled method.
+/// Tells whether the stack has room for `size` more bytes of a compiled method.
 bool hasStack(std::size_t size);
 
 /// Notes that it returns.

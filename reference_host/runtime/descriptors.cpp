@@ -1,4 +1,4 @@
-// Each descriptor is asked for, with or without /proc.
+// Asks for each descriptor, because /proc may be missing.
 #include "reference_host/runtime/descriptors.h"
 
 #include <fcntl.h>

@@ -117,7 +117,7 @@ void orvart_requireReceiver(const void* receiver, const char* method, const rt::
   rt::throwException("Exception", std::string("Recursion too deep in '") + method + "'", callSite);
 }
 
-/// Where a method's frame is so large that even entering it might leave the stack.
+/// Called before a method whose frame is so large that even entering it might overflow the stack.
 static void orvart_requireStack(int64_t size, const char* method, const rt::SourceLocation* callSite) {
   if (rt::hasStack(static_cast<std::size_t>(size))) return;
   if (rt::isRunning(method)) throwTooDeep(method, callSite);

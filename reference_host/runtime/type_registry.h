@@ -70,7 +70,7 @@ const Type* findTypeByFullName(std::string_view fullName);
 /// Finds a type by its short name only; null when there is none. Throws `std::runtime_error` when it is ambiguous.
 const Type* findTypeByShortName(const std::string& name);
 
-/// What messages call the file that a type was loaded from where a file at `path` brings the type again.
+/// How a message names the file that a type was loaded from, when the file at `path` declares the type again.
 std::string otherSource(const std::string& loaded, const std::string& path);
 
 /// The type of an entry; `index` is below the count.

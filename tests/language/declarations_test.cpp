@@ -98,7 +98,7 @@ TEST(Class, RefusesOtherTypeParameters) {
   EXPECT_TRUE(refuses("class A<T ^U> {}", "expected '>', found 'U'"));
   EXPECT_TRUE(refuses("class A<T^", "expected '>', found the end of the text"));
   EXPECT_TRUE(refuses("class A<T, U, ^T> {}", "type parameter 'T' is declared twice"));
-  EXPECT_TRUE(refuses("class A<T, ^A> {}", "type parameter 'A' is named as its class"));
+  EXPECT_TRUE(refuses("class A<T, ^A> {}", "type parameter 'A' has the name of its class"));
 }
 
 TEST(Class, IsNoInstanceInAWrittenSource) {

@@ -112,8 +112,7 @@ ln -s loop loop
 check looped_library 2 '' "orva-host: cannot search the standard library 'loop/orva': Too many levels of symbolic links$try" \
   run app/Main.ov --stdlib loop
 
-# A trace is the work of orva-trace, which runs the same command without the option; it is found beside the host, or in
-# PATH.
+# --trace makes orva-trace run the same command without the option. It is found beside the host, or in PATH.
 expected="expected '--trace[=FILE]'$try"
 check empty_trace 2 '' "orva-host: option '--trace' has an empty value: $expected" run app/Main.ov --trace=
 check repeated_trace 2 '' "orva-host: option '--trace' is given twice$try" run --trace app/Main.ov --trace=out.txt
@@ -312,7 +311,7 @@ check deep_package 1 $'other\nbox' "Exception: Cannot read 'two/Other.ov': No su
 check deep_missing 1 '' "Cannot read 'Missing.ov': No such file or directory" run Missing.ov
 cd "$work" || exit 1
 
-# The manual has every usage error; what it quotes, and a reason, stand for any.
+# The manual lists every usage error; its quoted words and reasons are placeholders.
 shape() { sed -E "s/ '[^']*'/ '/g; s/; (try|did you mean) .*//; s/(: cannot .*'): .*/\\1/" "$@"; }
 sed -n 's/^\.It "\(orva-host: .*\)"$/\1/p' "$page" | shape >.known
 while IFS= read -r message; do

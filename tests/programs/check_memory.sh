@@ -62,7 +62,7 @@ for ((more = 0; more < 36000; more += 400)); do
   expect "Hello with $((least + more)) KiB" Hello "$(ulimit -v $((least + more)) && "$host" run Hello.ov 2>&1)"
 done
 
-# What one thread can precompile, several can: the host starts only as many as the address space has room for.
+# If one thread can precompile the sources, several can: the host starts only as many as the address space has room for.
 mkdir ahead
 for name in One Two Three Four; do echo "package ahead; class $name { }" >ahead/$name.ov; done
 echo 'class Ahead {

@@ -121,7 +121,7 @@ expect 'output that does not wait' '0 ' "$? $(cat .errors)"
 wait
 expect 'all of it' 400000 "$(tr -d ' ' <.size)"
 
-# A full pipe that somebody else made non-blocking: every message waits for room, too.
+# A full pipe that another program made non-blocking: every message still waits for room.
 echo 'class Late { static void main() { throw new Late("the reason"); } }' >Late.ov
 echo 'class Bad { static void main() { missing = 1; } }' >Bad.ov
 into_full_pipe() {  # COMMAND…; what comes behind the 64 KiB that fill the pipe

@@ -70,7 +70,7 @@ check() {  # STACK COMMAND…
 }
 for stack in 192 1024 8192; do check $stack; done
 
-# However many calls a method makes and arguments they take, its frame is small.
+# The frame of a method stays small, however many calls it makes and arguments they take.
 arguments=$(printf 'n%.0s,' {1..254})n
 {
   echo 'class Wide { static void main() { Wide.down(0); } static void down(int n) { Wide.down(n + 1);'
@@ -83,7 +83,7 @@ expect 'wide calls' "1 Exception: Recursion too deep in 'Wide.down'" "$? $(head 
 
 for stack in 48 100 256 300 512 3000 unlimited; do check $stack; done
 
-# A long method takes a long frame, whatever fills it; where the stack is shorter, the call raises.
+# A long method has a large frame, whatever statements it has. If the stack is too short for it, the call raises.
 lines() {  # COUNT LINE, in which `#` is the line's number
   for ((i = 0; i < $1; i++)); do echo "${2//#/$i}"; done
 }
@@ -116,7 +116,7 @@ for class in Variables Flags Sums Branches Handlers Late; do
   expect "$class on 8 MiB" 'done' "$(ulimit -s 8192 && exec "$host" run $class.ov 2>&1)"
 done
 
-# The program itself is read and compiled however deep it is nested, and so is one that is wrong.
+# The program is read and compiled however deep it is nested, also if it has an error.
 nested() {  # CLASS COUNT OPEN INNER CLOSE
   echo "class $1 { static boolean no() { return false; } static void main() { Console.print(\"start\");"
   for ((i = 0; i < $2; i++)); do printf '%s' "$3"; done

@@ -84,7 +84,7 @@ env --default-signal LD_PRELOAD="$work/early.so" ASAN_OPTIONS="verify_asan_link_
   "$host" run Short.ov >output 2>errors
 expect 'while the folder is made: status' 143 $?
 expect_no_files 'while the folder is made'
-# By another thread, where the stack is too short for the compiler.
+# By another thread, because the stack is too short for the compiler.
 (ulimit -s 256 && exec env --default-signal LD_PRELOAD="$work/early.so" \
   ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}" "$host" run Short.ov) >output 2>errors
 expect 'while another thread makes the folder: status' 143 $?

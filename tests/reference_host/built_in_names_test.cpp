@@ -16,7 +16,7 @@ const std::vector<std::string>& names() {
   return all;
 }
 
-/// Expects one error, at a line and a column, of a source and of its object; nothing is registered.
+/// Expects one error, at a line and a column, for a source and for its object, and that nothing is registered.
 void expectRefused(const std::string& path, int line, std::size_t column, const std::string& problem) {
   const std::string begin =
       path + ":" + std::to_string(line) + ":" + std::to_string(column) + ": error: " + problem + "\n";

@@ -290,7 +290,7 @@ TEST(ClassPath, SpellingsOfRootsAndFilesDoNotMatter) {
         const Texts packages = path.packagesOf(other + "/text/Upper.ov");
         EXPECT_EQ(packages.front(), "text") << seen;
         EXPECT_EQ(std::count(packages.begin(), packages.end(), "plugins.text"), 1) << seen;
-        // A link below a root is a package of its own name.
+        // A link below a root is a package with the link's name.
         const Texts linked = path.packagesOf(other + "/linked/Upper.ov");
         EXPECT_EQ(linked.front(), "linked") << seen;
         EXPECT_EQ(std::count(linked.begin(), linked.end(), "plugins.linked"), 1) << seen;

@@ -126,13 +126,13 @@ TEST(Loading, APlaceIsCheckedWhateverIsLoadedAlready) {
                                            "/N.ov:1:19: error: expected a class 'N', as the file is named\n"
                                            "  package " +
                                            folder + "; class M { }\n                    ^");
-    EXPECT_NE(place(link + "/M.ov").find("this file lies in the directory of package '" + link), std::string::npos);
+    EXPECT_NE(place(link + "/M.ov").find("this file is in the directory of package '" + link), std::string::npos);
     EXPECT_EQ(place(folder + "/M.ov"), "nothing");
     EXPECT_NE(findType(folder + ".M"), nullptr);
   }
 }
 
-/// What loading a file says that brings a class which it did not declare when it was loaded.
+/// The error for loading a file that declares a class which it did not declare when it was loaded.
 static std::string changed(const std::string& path, const std::string& className) {
   return "'" + path + "' was loaded earlier and has changed since: its class '" + className +
          "' is not loaded, because a file is loaded once";
@@ -143,7 +143,7 @@ TEST(Loading, ASourceThatChangedBringsNoFurtherClass) {
   writeFile("p/A.ov", "package p; class A { } class B { }");
   fs::create_symlink("A.ov", "p/link.ov");
   load("p/A.ov");
-  // What is loaded already may be declared again, and be gone.
+  // Loaded classes may be declared again, or be gone.
   for (const char* text : {"package p; class B { static void more() { } } class A { }", "package p; class A { }"}) {
     writeFile("p/A.ov", text);
     EXPECT_EQ(failureOf([] { load("p/A.ov"); }), "nothing") << text;
@@ -202,7 +202,7 @@ TEST(Loading, AFileThatTookThePlaceOfAnotherIsToldFromIt) {
   }
   EXPECT_EQ(failureOf([] { loadBundle({"cur/p/Y.ov"}); }),
             "Type 'p.Y' of cur/p/Y.o is already loaded from another file that had this name before");
-  // Another name says itself which file is meant.
+  // Another name makes clear which file is meant.
   EXPECT_EQ(failureOf([] { load("b/p/X.ov"); }).find("b/p/X.ov:1:18: error: type 'p.X' is already loaded from cur/p/"),
             0U);
 }
@@ -346,7 +346,7 @@ TEST(Loading, ASourceIsToldWhatItHasToDeclare) {
   for (const auto& fault : faults) {
     writeFile(fault[0], fault[1] + "class C { }");
     const std::string text = failureOf([&] { activeContext().loader.load("./" + fault[0], Placement::underRoot); });
-    EXPECT_NE(text.find("error: this file lies in " + fault[2] + "\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("error: this file is in " + fault[2] + "\n"), std::string::npos) << text;
   }
 }
 
@@ -358,7 +358,7 @@ TEST(Loading, ASourceInNoPackageOfItsIsToldTheNearest) {
     writeFile("plugins/text/Upper.ov", package + "class Upper { }");
     const std::string text =
         failureOf([] { activeContext().loader.load("./plugins/text/Upper.ov", Placement::underRoot); });
-    const std::string begin = "this file lies in the directory of package '";
+    const std::string begin = "this file is in the directory of package '";
     const std::size_t at = text.find(begin);
     return at == std::string::npos ? text : text.substr(at + begin.size(), text.find("':", at) - at - begin.size());
   };
@@ -478,7 +478,7 @@ static std::size_t threadCount() {
   return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
 }
 
-/// How many threads work when so many descriptors are free.
+/// The number of threads that work when a number of descriptors is free.
 static std::size_t workersWith(std::size_t freeDescriptors) {
   rlimit before{};
   EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);

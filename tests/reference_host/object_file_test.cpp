@@ -382,7 +382,7 @@ TEST(ObjectFile, IsNotWrittenOverOneThatIsTooDamagedToTell) {
   for (std::size_t size = 0; size < whole.size(); ++size) {
     writeFile("A.o", whole.substr(0, size));
     const std::string read = failureOf([] { readObject("A.o"); });
-    const std::string advice = "; it is not overwritten: delete it to have it written anew";
+    const std::string advice = "; it is not overwritten: delete it to have it written again";
     const bool isForeign = read.substr(0, foreign.size()) == foreign;
     ASSERT_EQ(isForeign, size < 4) << size;
     ASSERT_EQ(failureOf([] { activeContext().loader.precompile("A.ov"); }),
