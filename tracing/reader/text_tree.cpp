@@ -147,7 +147,8 @@ std::string nameOf(const Event& event) {
 std::string endingOf(const Event& event) {
   if (event.kind != EventKind::call) return "";
   if (event.ending == Ending::threw) {
-    return "threw " + (event.thrown.value_or("").empty() ? "what is not a C++ exception" : printable(*event.thrown));
+    return "threw " +
+           (event.thrown.value_or("").empty() ? "something that is not a C++ exception" : printable(*event.thrown));
   }
   if (event.ending == Ending::jumped) return "was left without returning";
   if (event.ending == Ending::abandoned) return "had not ended when the process ended";

@@ -66,7 +66,7 @@ def check_start(page):
     processes = page.value("nodes.filter(({depth}) => depth === 0).map(({name}) => name)")
     check(processes == ["/opt/shop/bin/shop (process 4711)", "/opt/shop/bin/shop (process 4800, forked)",
                         "/opt/shop/bin/stock (process 4900)"], f"the processes are {processes}")
-    check(page.value("document.title") == f"What loading did: {processes[0]}", "the title names no process")
+    check(page.value("document.title") == f"What loading did: {processes[0]}", "the title does not name the process")
     shown = page.value("[0, 999, 1000, 12345, 999999, 1234567, 2.5e9, 3.6e12].map(durationText)")
     check(shown == ["0 ns", "999 ns", "1 µs", "12.3 µs", "1000 µs", "1.23 ms", "2.5 s", "3600 s"], f"times are {shown}")
 

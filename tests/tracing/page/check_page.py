@@ -94,8 +94,8 @@ def check_one_of_everything(make_page):
 def main(make_page):
     check_one_of_everything(make_page)
     check_hostile_names(make_page)
-    check(len(events(traces(make_page, "many")[0])) == 10000, "the long trace has not 10,000 events")
-    check(traces(make_page, "empty") == [], "a page without traces has some")
+    check(len(events(traces(make_page, "many")[0])) == 10000, "the long trace does not have 10,000 events")
+    check(traces(make_page, "empty") == [], "the empty page contains traces")
 
 
 main(sys.argv[1])

@@ -99,7 +99,7 @@ same 'lookups of the inner one' 1 "$(shown shop.Till inner)"
 
 # == Formats, filters and kept records
 check 'all formats' 0 '' --json calls.json --html calls.html --keep kept "$host" --ask shop.Till --ask shop.Cart
-python3 -c 'import json; json.load(open("calls.json"))' || fail 'calls.json is no JSON'
+python3 -c 'import json; json.load(open("calls.json"))' || fail 'calls.json is not JSON'
 grep -q 'shop.Till' calls.html || fail 'calls.html lacks a lookup'
 check 'a kept trace' 0 '' --read kept
 same 'lookups of a kept trace' '1 1' "$(shown shop.Till output) $(shown shop.Cart output)"

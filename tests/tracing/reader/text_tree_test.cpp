@@ -211,7 +211,7 @@ TEST(TextTree, NeverLeavesAFailureOutOfARow) {
   }
   const std::string tree = callsOf(writer);
   EXPECT_EQ(linesOf(tree).size(), 13U) << tree;
-  EXPECT_NE(tree.find("threw what is not a C++ exception"), std::string::npos);
+  EXPECT_NE(tree.find("threw something that is not a C++ exception"), std::string::npos);
 }
 
 TEST(TextTree, EscapesWhatWouldSteerATerminal) {
