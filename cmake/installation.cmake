@@ -83,7 +83,7 @@ foreach(kind IN LISTS installed_kinds)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgconfig} COMPONENT development)
 endforeach()
 
-# The program looks for its two modules below the folder of libraries, seen from its own.
+# The program looks for its two modules in the folder of libraries, by a path relative to its own folder.
 if(ORVA_TRACING)
   install(TARGETS orva-trace RUNTIME DESTINATION bin COMPONENT tracing)
   install(FILES tracing/program/orva-trace.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tracing)

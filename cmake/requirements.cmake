@@ -102,7 +102,7 @@ function(orva_require_installed_folders)
   endwhile()
 endfunction()
 
-# Sets `missing` to why a trace cannot be recorded by what is built here, or to nothing.
+# Sets `missing` to the reason why this build cannot record traces, or to nothing.
 function(orva_missing_for_tracing missing)
   set(why)
   if(NOT CMAKE_SYSTEM_NAME STREQUAL Linux OR NOT CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64 OR NOT CMAKE_SIZEOF_VOID_P EQUAL 8)

@@ -36,8 +36,8 @@ require() {
   done
 }
 
-# Whatever a shared library calls of the host, and the lock of the table, must be bound through its PLT and in no other
-# way: there a tracer sees it.
+# Every function of the host that a shared library calls, and the lock of the table, must be bound only through its PLT,
+# where a tracer sees the call.
 must_call_by_plt() {  # WHAT SHARED_LIBRARY
   { required_symbols "$root" "$2" | awk '$2 != "data" { print $4 }'; printf '%s\n' pthread_mutex_{lock,unlock}; } |
     sort >"$work/called"

@@ -12,7 +12,7 @@ for kind in static shared; do
   count_calls "$1" "$work/$kind" | awk '$1 == "call" { print $2, $3 }' | sort >"$work/$kind.counts"
   shift
 done
-# The program calls the native, and that calls the host once.
+# The program calls the native, and the native calls the host once.
 join "$work/static.counts" "$work/shared.counts" | awk '
   $1 == "abi_version" || $1 == "load_class" {
     ++compared

@@ -67,7 +67,7 @@ static void emptyStringsComeAsEmptyStrings(Trial& trial) {
 /// Tells whether an index is cut to the bits below a power of two, so that it reads the first element. The index lies
 /// outside of the list, so the host may do anything else with it, even crash or loop.
 static bool readsTheFirst(void* list, int64_t power) {
-  // Not 1, with which sanitizers end a process that reads outside of a list.
+  // Not 1, because sanitizers end a process with that status when it reads outside of a list.
   constexpr int yes = 99;
   const int status = doneApart(1, [&] {
     const char* text = ::orva_collections_ArrayList_operator_index(list, power);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the manual page of a program: that mandoc finds nothing wrong, that it tells of what --help lists and of
-# nothing else, that its messages are in the sources, and that its examples print what they show.
+# Checks the manual page of a program: that mandoc accepts it, that it has the same options as --help, that its messages
+# are in the sources, and that its examples print what they show.
 # Usage: check_manual.sh FOLDER_OF_SOURCES PROGRAM
 set -euo pipefail
 here=$(realpath "$(dirname "$0")") sources=$1 program=$2

@@ -55,7 +55,7 @@ CALLS = {
     "orva_collections_ArrayList_size": "listRead", "orva_collections_ArrayList_operator_index": "listRead",
 }
 
-# Where calls are played and traced: data is none.
+# Where calls are played and traced; data is not called.
 CALLED_ONLY = ("tests/properties", "tests/faults", "tests/contract", "tracing/calls")
 
 NUMBER_OF_NATIVES = re.compile(r"\b(eight|nine|ten|eleven|twelve)\s+(C\s+)?(natives|functions|exported)", re.I)

@@ -114,7 +114,7 @@ class Commands:
         name = Path(program).name
         if name not in self.targets:
             raise Unknown(f"no target builds '{program}'")
-        # What follows `--` is another program's.
+        # The words after `--` belong to another program.
         own = words[:words.index("--")] if "--" in words else words
         for option in re.findall(r"--[\w-]+", " ".join(own)):
             if not re.search(rf"(?<!\S){option}\b(?!-)", self.help.get(name, option)):

@@ -1,4 +1,4 @@
-// The kit on the smallest host, as a team sees it that has written only the hooks without which nothing can be checked.
+// Runs the kit on the smallest host, for a team that has written only the hooks that every check needs.
 #include "host_contract/hooks.h"
 
 using orva::host_contract::hostHooks;

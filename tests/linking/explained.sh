@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Shows that orva-trace explains what becomes of lookups and loads on this host too, with the shared library and with the
-# traced one.
+# Shows that orva-trace also explains lookups and loads on this host, with the shared library and with the traced one.
 # Usage: explained.sh PROJECT PREPARED
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"

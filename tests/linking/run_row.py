@@ -49,8 +49,8 @@ def environment(project, prepared):
 
 
 def check_trace(row, program, project, prepared, variables):
-    """A trace shows each native, whichever way the host binds it. Of a program with the library, but without a recorder
-    inside, it says so."""
+    """A trace shows each native, whichever way the host binds it. If the program links the library without a recorder,
+    orva-trace says so."""
     shown = subprocess.run([prepared / "installed" / "bin" / "orva-trace", "--", program], check=True, env=variables,
                            capture_output=True, text=True).stderr
     if row["library"] != "shared" and "with a trace" not in row["situation"]:

@@ -27,8 +27,8 @@ done
   $(sed -nE 's/^ (.*)@Base .*/\1/p' "$work/control/symbols") ]] || fail "the list of symbols is not that of the library"
 
 # In the library there is nothing to fortify: what it copies goes into strings, whose room is not known to the compiler.
-# A program, or a module of one, has the start files of the C library, which are not marked for control-flow protection in
-# Debian 12.
+# Programs and their modules contain the start files of the C library, which are not marked for control-flow protection
+# in Debian 12.
 hardened=0
 while read -r binary; do
   case $binary in *.so.*) leave_out=--nofortify ;; *) leave_out=--nocfprotection ;; esac

@@ -34,7 +34,7 @@ use_template() {
   done
 }
 
-# A host with the shared library as it is, and one with the traced library in it.
+# Traces a host that uses the shared library, and one that links the traced library.
 use_tracer() {
   local library
   cd "$work"

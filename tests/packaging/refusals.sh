@@ -62,7 +62,7 @@ for system in Windows CYGWIN MSYS Generic; do
     -DCMAKE_SYSTEM_NAME=$system -DCMAKE_C_COMPILER_WORKS=ON -DCMAKE_CXX_COMPILER_WORKS=ON
 done
 
-# What keeps the tracer from being built is named where it is asked for, and turns it off where it is not.
+# If the tracer cannot be built, ORVA_TRACING=ON fails and names the reason; the default is OFF.
 cannot_trace() { # why, options of CMake…
   refuses "ORVA_TRACING is ON, but $1: turn it off" -DORVA_TRACING=ON "${@:2}"
   accepts "${@:2}"

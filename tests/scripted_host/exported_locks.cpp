@@ -16,7 +16,7 @@ int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
 using Operation = int(pthread_mutex_t*);
 
-/// Calls the next definition of a function. It is kept in no local variable: the guard of one may take a lock itself.
+/// Calls the next definition of a function. No static local keeps it, because the guard of one may take a lock itself.
 static int callNext(std::atomic<Operation*>& known, const char* name, pthread_mutex_t* mutex) {
   Operation* operation = known;
   if (operation == nullptr) known = operation = reinterpret_cast<Operation*>(dlsym(RTLD_NEXT, name));

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Shows that the shared library calls the host through its PLT, also where a packager asks for another way.
+# Shows that the shared library calls the host through its PLT, also if a packager's flags ask for another way.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 

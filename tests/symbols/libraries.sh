@@ -12,8 +12,8 @@ rm -rf "${libraries:?}/$compiler"
 mkdir -p "$libraries"
 options=(--preset release -DCMAKE_CXX_COMPILER="$compiler")
 [[ $compiler != g++ ]] || options+=(-DORVA_HOST_CONTRACT=ON)
-# Some packagers ask for calls without a PLT, and most for early binding; the library has a PLT all the same. The second
-# compiler asks its linker for no build ID of its own accord.
+# Some packagers ask for calls without a PLT, and most for early binding; the library still has a PLT. The second
+# compiler does not ask its linker for a build ID by default.
 case $compiler in
   g++) options+=(-DCMAKE_CXX_FLAGS=-fno-plt '-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-z,now') ;;
   clang++) options+=(-DCMAKE_CXX_FLAGS=-fno-plt '-DCMAKE_SHARED_LINKER_FLAGS=-Wl,--build-id=none') ;;
