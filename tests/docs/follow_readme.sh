@@ -22,12 +22,12 @@ cp tests/symbols/plain_host.cpp my_host/main.cpp
 cp tests/symbols/plain_host.h my_host
 touch my_host/{runtime,registry,compiler}.cpp
 
-# Without the kit, which no host here links.
+# Without the kit and the tracer, which no host here uses.
 cat >"$work/tools/cmake" <<TOOL
 #!/bin/sh
 case "\$*" in
   *--preset*) exit ;;
-  *ORVA_TESTS=OFF*) set -- "\$@" -DORVA_HOST_CONTRACT=OFF ;;
+  *ORVA_TESTS=OFF*) set -- "\$@" -DORVA_HOST_CONTRACT=OFF -DORVA_TRACING=OFF ;;
 esac
 exec $cmake "\$@"
 TOOL
