@@ -66,6 +66,14 @@ struct CallDescription {
 
   /// Tells whether the caller passes the address of the result as the first argument.
   constexpr bool isResultInMemory() const { return result == ValueType::string || result == ValueType::context; }
+
+  /// The index of the name that a native is asked for: its last text, or `parameterCount` where it takes none.
+  constexpr std::size_t nameParameter() const {
+    for (std::size_t i = parameterCount; i > 0; --i) {
+      if (parameters.data()[i - 1] == ValueType::text) return i - 1;
+    }
+    return parameterCount;
+  }
 };
 
 /// @cond

@@ -193,15 +193,7 @@ class Story {
   std::string nativeName() const { return std::string(descriptionOf(native_.call).name); }
 
   /// The name that the native was asked for.
-  const Value& name() const {
-    switch (native_.call) {
-      case CallId::orva_ClassLoader_loadObjectBundle: return at(native_.arguments, 2);
-      case CallId::orva_ClassLoader_loadSourceClass:
-      case CallId::orva_SystemClassLoader_loadClass:
-      case CallId::orva_SystemClassLoader_loadPackageTypes: return at(native_.arguments, 1);
-      default: return at(native_.arguments, 0);
-    }
-  }
+  const Value& name() const { return at(native_.arguments, descriptionOf(native_.call).nameParameter()); }
 
   bool has(char bracket) const { return name().text.find(bracket) != std::string::npos; }
 
@@ -439,8 +431,9 @@ class Story {
 
   std::string raisingOfLists() const {
     const Event* event = last();
-    if (event == nullptr && native_.call == CallId::orva_ClassLoader_precompileSources && isNull(name())) {
-      return missing("list of source files", name());
+    const Value& first = at(native_.arguments, 0);
+    if (event == nullptr && native_.call == CallId::orva_ClassLoader_precompileSources && isNull(first)) {
+      return missing("list of source files", first);
     }
     if (isLast(CallId::orva_collections_ArrayList_size)) return raisingAfterSize(*event);
     if (!isLast(CallId::orva_collections_ArrayList_operator_index)) return failingItself();

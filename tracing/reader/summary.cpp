@@ -95,11 +95,10 @@ static std::string sourceOf(const Event& load) {
   return value.elements.front().text + others;
 }
 
-/// The name that a native was asked for: the last text that it was given.
+/// The name that a native was asked for; null where it takes none, or the record lacks it.
 static const Value* nameGivenTo(const Event& native) {
-  const auto isText = [](const Value& value) { return value.kind == StoredKind::text; };
-  const auto name = std::find_if(native.arguments.rbegin(), native.arguments.rend(), isText);
-  return name == native.arguments.rend() ? nullptr : &*name;
+  const std::size_t name = descriptionOf(native.call).nameParameter();
+  return name < native.arguments.size() ? &native.arguments[name] : nullptr;
 }
 
 static std::string shortCall(const Event& native) {
@@ -111,7 +110,8 @@ void Adder::addMiss(const Event& missed) {
   const Value* result = missed.result();
   if (result == nullptr || result->kind != StoredKind::null) return;
   const Value* name = nameGivenTo(missed);
-  Miss& miss = misses[name == nullptr ? shortCall(missed) : name->text];
+  const bool isNamed = name != nullptr && name->kind == StoredKind::text;
+  Miss& miss = misses[isNamed ? name->text : shortCall(missed)];
   ++miss.calls;
   if (raiseOf(missed)) ++miss.raises;
 }

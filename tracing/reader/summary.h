@@ -22,7 +22,7 @@ struct Share {
 /// One load of a source, of objects, or of sources that are compiled ahead.
 struct Load {
   std::string source;    ///< its file; of several, the first and how many more
-  std::string neededBy;  ///< the native that it happened in, with its last text
+  std::string neededBy;  ///< the native that it happened in, with the name that it was asked for
   std::uint64_t total = 0;
   std::uint64_t self = 0;  ///< without the loads nested in it
 };

@@ -71,14 +71,11 @@ constexpr bool fitRegisters() {
 }
 static_assert(fitRegisters(), "A thunk passes six registers on");
 
-/// The name that a native scans the registry for: its last text.
+/// The name that a native scans the registry for. Natives are functions of C, so each parameter has one register.
 const char* keyOf(const Frame& frame) {
-  const char* key = nullptr;
-  if (!descriptionAt(frame.slot).isNative) return key;
-  forEachArgument(frame, [&key](ValueType type, const std::uint64_t* words) {
-    if (type == ValueType::text) key = pointer<char>(*words);
-  });
-  return key;
+  const CallDescription& call = descriptionAt(frame.slot);
+  const std::size_t name = call.nameParameter();
+  return call.isNative && name < call.parameterCount ? pointer<char>(frame.arguments[name]) : nullptr;
 }
 
 }  // namespace

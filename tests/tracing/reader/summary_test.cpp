@@ -95,11 +95,14 @@ TEST(Summary, CountsTheNamesThatWereNotFound) {
   call(Payload().pointer(1).text("Item"), Payload().null());
   for (int i = 0; i < 3; ++i) call(Payload().text("file.ov").text("Till"), Payload().null(), i == 0);
   call(Payload().null(), Payload().null());
+  call(Payload().text("file.ov").null(), Payload().null());
   writer.begin(loadClass, 0, Payload().text("open"));
   const Summary summary = summaryOf(traceOf(writer));
   std::ostringstream text;
   for (const Miss& miss : summary.misses) text << miss.name << ' ' << miss.calls << ' ' << miss.raises << '\n';
-  EXPECT_EQ(text.str(), "Till 3 1\nItem 1 0\nSystemClassLoader.loadClass() 1 0\n");
+  EXPECT_EQ(text.str(),
+            "Till 3 1\nItem 1 0\nSystemClassLoader.loadClass() 1 0\n"
+            "SystemClassLoader.loadClass(null) 1 0\n");
 }
 
 static std::string printed(const Summary& summary, const TreeStyle& style = {}) {
