@@ -33,13 +33,6 @@ namespace {
 
 using language::inQuotes;
 
-/// The threads of all processes as those of one.
-Trace joined(const std::vector<Trace>& traces) {
-  Trace all;
-  for (const Trace& trace : traces) all.threads.insert(all.threads.end(), trace.threads.begin(), trace.threads.end());
-  return all;
-}
-
 /// All outputs, opened before the program runs so that a wrong path fails at once.
 class Outputs {
  public:
@@ -75,7 +68,7 @@ class Outputs {
     TreeStyle style;
     style.colours = text_->wantsColours();
     if (options.wantsSummary) {
-      const Summary summary = summaryOf(joined(traces));
+      const Summary summary = summaryOf(traces);
       if (summary.natives.empty() && summary.neighbours.empty()) text_->stream() << "no calls\n";
       printSummary(summary, style, text_->stream());
     }

@@ -59,9 +59,10 @@ class Shares {
 
 class Adder {
  public:
-  Summary add(const Trace& trace);
+  Summary add(const std::vector<Trace>& traces);
 
  private:
+  void add(const Thread& thread);
   void add(const Event& event);
   void addLoad(const Event& event);
   void addInner(const Event& event);
@@ -151,12 +152,16 @@ void Adder::add(const Event& event) {
   if (event.isNative()) addMiss(event);
 }
 
-Summary Adder::add(const Trace& trace) {
-  for (const Thread& thread : trace.threads) {
-    for (const Event& event : thread.events) {
-      summary.total += event.duration;
-      add(event);
-    }
+void Adder::add(const Thread& thread) {
+  for (const Event& event : thread.events) {
+    summary.total += event.duration;
+    add(event);
+  }
+}
+
+Summary Adder::add(const std::vector<Trace>& traces) {
+  for (const Trace& trace : traces) {
+    for (const Thread& thread : trace.threads) add(thread);
   }
   summary.natives = natives.take();
   summary.neighbours = neighbours.take();
@@ -170,7 +175,7 @@ Summary Adder::add(const Trace& trace) {
   return std::move(summary);
 }
 
-Summary summaryOf(const Trace& trace) { return Adder().add(trace); }
+Summary summaryOf(const std::vector<Trace>& traces) { return Adder().add(traces); }
 
 namespace {
 

@@ -44,7 +44,8 @@ struct Summary {
   std::vector<Miss> misses;
 };
 
-Summary summaryOf(const Trace& trace);
+/// Adds up the calls of all processes.
+Summary summaryOf(const std::vector<Trace>& traces);
 
 /// Prints a table for each list that is not empty, with its first 20 rows.
 void printSummary(const Summary& summary, const TreeStyle& style, std::ostream& out);

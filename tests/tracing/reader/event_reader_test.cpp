@@ -430,7 +430,7 @@ static void readAndPrint(const EventWriter& writer) {
     Trace trace = traceOf(writer);
     std::ostringstream out;
     printTree(trace, {}, out);
-    printSummary(summaryOf(trace), {}, out);
+    printSummary(summaryOf({trace}), {}, out);
     writeChromeTrace({trace}, out);
     keepMatching(trace, {{loadClass}, "Cart", 1});
   } catch (const std::runtime_error&) {

@@ -42,7 +42,7 @@ static std::string textOf(const std::vector<Share>& shares) {
 }
 
 TEST(Summary, TellsTheTimeOfACallFromThatOfWhatItCalls) {
-  const Summary summary = summaryOf(traceOf(nestedLoads()));
+  const Summary summary = summaryOf({traceOf(nestedLoads())});
   EXPECT_EQ(summary.total, 100'000'000U);
   EXPECT_EQ(textOf(summary.natives), "ClassLoader.getTypeByName 2 100/6\n");
   EXPECT_EQ(textOf(summary.neighbours),
@@ -50,7 +50,7 @@ TEST(Summary, TellsTheTimeOfACallFromThatOfWhatItCalls) {
 }
 
 TEST(Summary, TellsALoadFromTheLoadsNestedInIt) {
-  const Summary summary = summaryOf(traceOf(nestedLoads()));
+  const Summary summary = summaryOf({traceOf(nestedLoads())});
   EXPECT_EQ(textOf(summary.sources), "/s/Cart.ov 2 95/90\n/s/Item.ov 1 8/5\n");
   ASSERT_EQ(summary.loads.size(), 3U);
   EXPECT_EQ(summary.loads[0].source, "/s/Cart.ov");
@@ -65,12 +65,13 @@ TEST(Summary, TellsALoadFromTheLoadsNestedInIt) {
 }
 
 TEST(Summary, AddsUpToTheWhole) {
-  const Summary summary = summaryOf(traceOf(nestedLoads()));
+  const Summary summary = summaryOf({traceOf(nestedLoads())});
   const auto selfOf = [](const std::vector<Share>& shares) {
     return std::accumulate(shares.begin(), shares.end(), std::uint64_t{0},
                            [](std::uint64_t sum, const Share& share) { return sum + share.self; });
   };
   EXPECT_EQ(selfOf(summary.natives) + selfOf(summary.neighbours), summary.total);
+  EXPECT_EQ(summaryOf({traceOf(nestedLoads()), traceOf(nestedLoads())}).total, 2 * summary.total);
 }
 
 TEST(Summary, NamesBundlesByTheirFirstObject) {
@@ -80,7 +81,7 @@ TEST(Summary, NamesBundlesByTheirFirstObject) {
   load(Payload().list(1, {"c.o"}).list(0, {}));
   load(Payload().list(0, {}).list(0, {}));
   writer.begin(CallId::Compiler_precompileSources, 0, Payload().list(2, {"a.ov", "b.ov"}));
-  EXPECT_EQ(textOf(summaryOf(traceOf(writer)).sources),
+  EXPECT_EQ(textOf(summaryOf({traceOf(writer)}).sources),
             "a.o and 19 more 1 0/0\na.ov and 1 more 1 0/0\nc.o 1 0/0\nnothing 1 0/0\n");
 }
 
@@ -97,7 +98,7 @@ TEST(Summary, CountsTheNamesThatWereNotFound) {
   call(Payload().null(), Payload().null());
   call(Payload().text("file.ov").null(), Payload().null());
   writer.begin(loadClass, 0, Payload().text("open"));
-  const Summary summary = summaryOf(traceOf(writer));
+  const Summary summary = summaryOf({traceOf(writer)});
   std::ostringstream text;
   for (const Miss& miss : summary.misses) text << miss.name << ' ' << miss.calls << ' ' << miss.raises << '\n';
   EXPECT_EQ(text.str(),
@@ -112,7 +113,7 @@ static std::string printed(const Summary& summary, const TreeStyle& style = {}) 
 }
 
 TEST(Summary, IsPrintedAsTables) {
-  Summary summary = summaryOf(traceOf(nestedLoads()));
+  Summary summary = summaryOf({traceOf(nestedLoads())});
   summary.misses = {{"shop.Till", 5001, 1}};
   EXPECT_EQ(printed(summary), R"(natives                                            calls    total     self share
   ClassLoader.getTypeByName                            2 100.0 ms   6.0 ms   6 %
