@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <ctime>
 #include <exception>
 #include <filesystem>
 #include <map>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "reference_host/language/printable_text.h"
+#include "tracing/events/clock.h"
 #include "tracing/program/failure.h"
 #include "tracing/program/launch.h"
 #include "tracing/program/options.h"
@@ -91,12 +91,6 @@ class Outputs {
   std::unique_ptr<Output> json_;
   std::unique_ptr<Output> html_;
 };
-
-std::uint64_t monotonicTime() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000U + static_cast<std::uint64_t>(now.tv_nsec);
-}
 
 struct Recorded {
   std::vector<Trace> traces;  ///< in the order in which their processes started

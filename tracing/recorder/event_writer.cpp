@@ -14,7 +14,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
+
+#include "tracing/events/clock.h"
 
 namespace orva::tracing {
 
@@ -28,12 +29,6 @@ constexpr std::uint64_t mostRoomAtOnce = 256 * pageSize;  // the call that needs
 char filePath[PATH_MAX];
 long onlyProcess = 0;
 FileHeader* mapped = nullptr;
-
-std::uint64_t nanosecondsOf(clockid_t clock) {
-  timespec time{};
-  clock_gettime(clock, &time);
-  return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(time.tv_nsec);
-}
 
 int openFile(int flags) {
   return static_cast<int>(syscall(SYS_openat, AT_FDCWD, filePath, O_RDWR | O_CLOEXEC | flags, 0600));
@@ -181,8 +176,6 @@ FileHeader* mapFile(int file) {
 }
 
 }  // namespace
-
-std::uint64_t monotonicTime() { return nanosecondsOf(CLOCK_MONOTONIC); }
 
 bool mayRecord() { return onlyProcess == 0 || onlyProcess == getpid(); }
 

@@ -28,8 +28,6 @@ struct RecordHead {
 /// @return its payload in the file; null when recording has stopped.
 void* writeRecord(const RecordHead& head, const void* payload, std::uint32_t size);
 
-std::uint64_t monotonicTime();
-
 inline bool isStopped(const FileHeader& header) { return header.stopped.load(std::memory_order_relaxed) != 0; }
 
 }  // namespace orva::tracing

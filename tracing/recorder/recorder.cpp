@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstring>
 
+#include "tracing/events/clock.h"
 #include "tracing/recorder/event_writer.h"
 #include "tracing/recorder/linked.h"
 #include "tracing/recorder/symbols.h"

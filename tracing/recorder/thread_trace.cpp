@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "tracing/events/clock.h"
 #include "tracing/recorder/event_writer.h"
 
 namespace orva::tracing {
