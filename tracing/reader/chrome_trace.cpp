@@ -79,6 +79,11 @@ class ChromeTrace {
 
 }  // namespace
 
+static void addEnding(Members& members, const Event& event) {
+  const std::string ending = event.ending == Ending::open ? "is still running" : endingOf(event);
+  if (!ending.empty()) members.add("ending", jsonText(ending));
+}
+
 static std::string argumentsOf(const Event& event) {
   Members members;
   if (event.kind == EventKind::scan) {
@@ -91,14 +96,13 @@ static std::string argumentsOf(const Event& event) {
     members.add("matches", arrayOf(event.scan.matches, jsonText));
   } else if (event.kind == EventKind::lock) {
     members.add("waited", microseconds(event.lock.waited));
-    if (event.ending == Ending::open) members.add("ending", jsonText("is still running"));
+    addEnding(members, event);
   } else {
     members.add("arguments", arrayOf(event.arguments, jsonOf));
     if (!event.results.empty()) members.add("results", arrayOf(event.results, jsonOf));
     const std::optional<Raise> raise = raiseOf(event);
     if (raise) members.add("message", jsonText(raise->message));
-    const std::string ending = event.ending == Ending::open ? "is still running" : endingOf(event);
-    if (!ending.empty()) members.add("ending", jsonText(ending));
+    addEnding(members, event);
     const std::string sentence = event.isNative() ? explanationOf(event) : "";
     if (!sentence.empty()) members.add("explanation", jsonText(sentence));
   }

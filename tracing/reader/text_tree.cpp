@@ -145,7 +145,6 @@ std::string nameOf(const Event& event) {
 }
 
 std::string endingOf(const Event& event) {
-  if (event.kind != EventKind::call) return "";
   if (event.ending == Ending::threw) {
     return "threw " +
            (event.thrown.value_or("").empty() ? "something that is not a C++ exception" : printable(*event.thrown));
@@ -219,7 +218,10 @@ static Line lineOf(const Event& event) {
   if (event.kind == EventKind::call) return lineOfCall(event);
   if (event.kind == EventKind::scan) return lineOfScan(event.scan);
   if (event.ending != Ending::returned) {
-    return {{{event.lock.isAwaited ? nameOf(event) : "holding the type table's lock"}}, {}};
+    const std::string ending = endingOf(event);
+    Line line{{{event.lock.isAwaited ? nameOf(event) : "holding the type table's lock"}}, {}};
+    if (!ending.empty()) line.ending.push_back({ending, Colour::failure});
+    return line;
   }
   const std::uint64_t waited = std::min(event.lock.waited, event.duration);
   std::string text = nameOf(event) + ", lock held " + durationText(event.duration - waited);

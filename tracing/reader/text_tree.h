@@ -32,7 +32,7 @@ std::string nameOf(const Event& event);
 /// The line of an event in the tree, uncut and printable; it begins with the event's name.
 std::string eventText(const Event& event);
 
-/// How a call ended, other than with a result: `raised ClassNotFoundException`, `threw std::bad_alloc`; empty for one
+/// How an event ended, other than with a result: `raised ClassNotFoundException`, `threw std::bad_alloc`; empty for one
 /// that returned.
 std::string endingOf(const Event& event);
 

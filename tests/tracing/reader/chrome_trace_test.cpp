@@ -69,6 +69,18 @@ TEST(ChromeTrace, HasALineForEachEvent) {
 )");
 }
 
+TEST(ChromeTrace, SaysHowAnEventThatDidNotEndCameToItsEnd) {
+  EventWriter writer;
+  writer.begin(loadSource, 0).lock(1, notYet, notYet);
+  const auto endings = [&](const Writers& writers, const std::string& ending) {
+    const std::string json = jsonOf({traceOf(writer, writers)});
+    const std::size_t first = json.find(ending);
+    return first != std::string::npos && json.find(ending, first + 1) != std::string::npos;
+  };
+  EXPECT_TRUE(endings({}, R"("ending":"had not ended when the process ended")"));
+  EXPECT_TRUE(endings({EventWriter::startTime, {4711}}, R"("ending":"is still running")"));
+}
+
 TEST(ChromeTrace, IsValidWhateverBytesNamesHave) {
   std::string bytes;
   for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);

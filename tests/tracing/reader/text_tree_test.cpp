@@ -126,6 +126,18 @@ TEST(TextTree, ShowsWhoIsAtTheLock) {
   EXPECT_EQ(shown(600'000'000, notYet), padded("  holding the type table's lock", 55) + time);
 }
 
+TEST(TextTree, SaysWhenALockWasNotReleased) {
+  const auto shown = [](std::uint64_t waited, Stopped stopped) {
+    EventWriter writer;
+    writer.lock(0, waited, notYet).header(offsetof(FileHeader, stopped), stopped);
+    return linesOf(withoutDurations(callsOf(writer))).at(0);
+  };
+  const std::string ended = " had not ended when the process ended";
+  EXPECT_EQ(shown(notYet, Stopped::no), "waiting for the type table's lock" + ended);
+  EXPECT_EQ(shown(100, Stopped::no), "holding the type table's lock" + ended);
+  EXPECT_EQ(shown(100, Stopped::limit), "holding the type table's lock had not ended when the recording stopped");
+}
+
 TEST(TextTree, SaysHowLongACallHasBeenRunning) {
   EventWriter writer;
   writer.at(100'000'000).begin(loadSource, 0, Payload().text("/s/Cart.ov"));
