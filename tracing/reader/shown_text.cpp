@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 #include "reference_host/language/printable_text.h"
@@ -43,13 +45,24 @@ std::string countText(std::int64_t count, std::string_view one, std::string_view
 }
 
 /// So that a quote or a backslash of the text does not look like the text's end or like an escape.
-static std::string withEscapedQuotes(const std::string& text) {
+static std::string withEscapedQuotes(const std::string& text, char quote) {
   std::string escaped;
   for (const char character : text) {
-    if (character == '"' || character == '\\') escaped += '\\';
+    if (character == quote || character == '\\') escaped += '\\';
     escaped += character;
   }
   return escaped;
+}
+
+std::string shellWord(const std::string& word) {
+  const auto isPlain = [](unsigned char byte) {
+    return byte >= 0x80 || std::isalnum(byte) != 0 || std::strchr("%+,-./:=@_", byte) != nullptr;
+  };
+  if (printable(word) != word) return "$'" + printable(withEscapedQuotes(word, '\'')) + "'";
+  if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain)) return word;
+  std::string quoted = "'";
+  for (const char character : word) quoted += character == '\'' ? "'\\''" : std::string(1, character);
+  return quoted + "'";
 }
 
 std::string valueText(const Value& value) {
@@ -58,7 +71,7 @@ std::string valueText(const Value& value) {
     case StoredKind::integer: return std::to_string(value.number);
     case StoredKind::truth: return value.number != 0 ? "true" : "false";
     case StoredKind::pointer: return formatted("0x%llx", static_cast<unsigned long long>(value.number));
-    case StoredKind::text: return '"' + printable(withEscapedQuotes(value.text)) + (value.isCut ? "…\"" : "\"");
+    case StoredKind::text: return '"' + printable(withEscapedQuotes(value.text, '"')) + (value.isCut ? "…\"" : "\"");
     case StoredKind::typeName: return printable(value.text);
     case StoredKind::count: break;
   }

@@ -24,6 +24,10 @@ std::string countText(std::int64_t count, std::string_view one, std::string_view
 /// characters escaped.
 std::string valueText(const Value& value);
 
+/// A word of a command line as shells read it: as it is, in quotes where they would split or change it, or as `$'a\n'`
+/// where it has what no terminal should get.
+std::string shellWord(const std::string& word);
+
 /// How many columns of a terminal a printable text takes.
 std::size_t widthOf(std::string_view text);
 

@@ -75,6 +75,12 @@ ClassLoader.getSystem() had not ended when the process ended                0 ns
 )");
 }
 
+TEST(TextTree, QuotesTheArgumentsOfTheProcess) {
+  EXPECT_EQ(treeOf(EventWriter().program({"/bin/shop", "/", "./my shop", "", "a b"})),
+            "process 4711: './my shop' '' 'a b'\n");
+  EXPECT_EQ(treeOf(EventWriter().program({"/my/shop keeper", "/"})), "process 4711: '/my/shop keeper'\n");
+}
+
 TEST(TextTree, NamesThreadsOnlyWhenSeveralHaveCalls) {
   EventWriter writer;
   writer.in(1).threadNamed("main", 4711, 4711).begin(loadClass, 0).returned(loadClass, 0, Payload().pointer(16));
@@ -324,6 +330,18 @@ TEST(ShownText, EscapesQuotesAndBackslashes) {
   value.kind = StoredKind::text;
   value.text = "a\"b\\c\x1B";
   EXPECT_EQ(valueText(value), R"("a\"b\\c\x1B")");
+}
+
+TEST(ShownText, QuotesWordsForShells) {
+  EXPECT_EQ(shellWord("--keep=/a/b_c.d:e,f@1%+"), "--keep=/a/b_c.d:e,f@1%+");
+  EXPECT_EQ(shellWord("é購"), "é購");
+  EXPECT_EQ(shellWord(""), "''");
+  for (const char* const word :
+       {"two words", "a$b", "a\"b", "a\\b", "*", "~", "a;b", "a&b", "a|b", "a<b", "a(b", "#", "!"}) {
+    EXPECT_EQ(shellWord(word), "'" + std::string(word) + "'");
+  }
+  EXPECT_EQ(shellWord("it's"), R"('it'\''s')");
+  EXPECT_EQ(shellWord("it's\n\\\x1B"), R"($'it\'s\n\\\x1B')");
 }
 
 TEST(ShownText, Widths) {
