@@ -87,7 +87,7 @@ static void writeTrace(std::ostream& output, const Trace& trace, std::uint64_t f
   Json object(output, '{', '}');
   object.member("program", trace.program);
   object.member("folder", trace.folder);
-  object.member("arguments", trace.arguments);
+  object.member("command", commandOf(trace));
   object.member("process", trace.process);
   object.member("parent", trace.parent);
   object.member("start", trace.startOfDay - firstStart);

@@ -315,8 +315,7 @@ void printNotes(const Trace& trace, const TreeStyle& style, std::ostream& out) {
   for (const std::string& note : notesOf(trace)) printer.printWrapped(note, Colour::failure, 0);
 }
 
-/// The program and its arguments, as a shell would take them.
-static std::string commandOf(const Trace& trace) {
+std::string commandOf(const Trace& trace) {
   if (trace.arguments.empty()) return trace.program.empty() ? "" : shellWord(trace.program);
   std::string command;
   for (const std::string& argument : trace.arguments) command += (command.empty() ? "" : " ") + shellWord(argument);

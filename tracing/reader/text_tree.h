@@ -26,6 +26,9 @@ std::vector<std::string> notesOf(const Trace& trace);
 /// Prints the notes, as `printTree` does at its end.
 void printNotes(const Trace& trace, const TreeStyle& style, std::ostream& out);
 
+/// The program and its arguments, as a shell would take them; empty where neither is known.
+std::string commandOf(const Trace& trace);
+
 /// The name of an event, without its arguments.
 std::string nameOf(const Event& event);
 

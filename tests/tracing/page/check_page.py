@@ -72,6 +72,8 @@ def check_hostile_names(make_page):
     unsafe = sorted({character for text in strings(trace) for character in text
                      if unicodedata.category(character) in ("Cc", "Cf", "Cs", "Zl", "Zp")})
     check(not unsafe, f"characters that nobody sees reach the page: {unsafe}")
+    command = "'</script>' 'two words' $'\\xFF'"
+    check(trace["command"] == command, f"the command is shown as {trace['command']}")
     lines = [event["line"] for event in events(trace) if event["depth"] == 0]
     check(len(set(lines)) == len(lines), "two names look the same")
     for name in ["</script><script>document.title='broken'</script>", "<!--<script>", "&lt;b&gt;&amp;", "é😀",

@@ -166,7 +166,7 @@ static std::vector<Trace> hostile() {
   for (int byte = 0; byte < 256; ++byte) events.push_back(miss(std::string("byte ") + static_cast<char>(byte)));
   Trace made = trace(4711, {thread(4711, 4711, "</title><img src=x onerror=alert(1)>", std::move(events))});
   made.program = "/opt/<img src=x onerror=alert(1)>";
-  made.arguments = {"</script>", "\xFF"};
+  made.arguments = {"</script>", "two words", "\xFF"};
   return {made};
 }
 

@@ -50,7 +50,7 @@ function addNode(depth, node) {
 function addProcess(trace, process) {
   const isForked = process !== trace.process;
   const name = `${trace.program} (process ${process}${isForked ? ', forked' : ''})`;
-  const facts = {Arguments: trace.arguments.join(' '), Folder: trace.folder,
+  const facts = {Command: trace.command, Folder: trace.folder,
     'Started by': `process ${isForked ? trace.process : trace.parent}`};
   addNode(0, {kind: 'process', name, line: name, facts, isOpen: true});
 }
