@@ -150,15 +150,11 @@ void reportRunning(const std::vector<std::string>& paths, const Options& options
          (options.keep.empty() ? "lost: record them with --keep" : "in " + inQuotes(options.keep)));
 }
 
-/// Reads the traces that a run added to earlier ones. Reports failures without throwing, so that orva-trace still ends
-/// with the program's status.
-Recorded recordedIn(const std::string& folder, const std::vector<std::string>& earlier, const Options& options) {
+/// Reads the traces of a run. Reports failures without throwing, so that orva-trace still ends with the program's
+/// status.
+Recorded recordedIn(const std::string& folder, const Options& options) {
   try {
-    std::vector<std::string> paths = tracesIn(folder);
-    const auto isEarlier = [&](const std::string& path) {
-      return std::find(earlier.begin(), earlier.end(), path) != earlier.end();
-    };
-    paths.erase(std::remove_if(paths.begin(), paths.end(), isEarlier), paths.end());
+    const std::vector<std::string> paths = tracesIn(folder);
     Recorded recorded = readAll(paths);
     reportRunning(paths, options);
     return recorded;
@@ -187,9 +183,8 @@ bool show(const Options& options, Recorded recorded, const std::string& program,
   Recorded recorded;
   {
     const TraceFolder folder(options.keep);
-    const std::vector<std::string> earlier = tracesIn(folder.path());
     ended = runTraced({program, options.command, folder.path(), options.limit, options.follows}, signals);
-    recorded = recordedIn(folder.path(), earlier, options);
+    recorded = recordedIn(folder.path(), options);
   }
   // The folder is removed, so signals may end orva-trace again: the reader of an output can block it forever.
   signals.letEnd();

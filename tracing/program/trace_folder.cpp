@@ -27,11 +27,21 @@ namespace fs = std::filesystem;
 using language::inQuotes;
 
 static constexpr std::string_view extension = ".events";
+/// What the folder of a run begins with.
+static constexpr const char* runPrefix = "orva-trace-";
 
 static std::string temporaryFolder() {
   const char* const variable = std::getenv("TMPDIR");
-  const std::string parent = variable != nullptr && *variable != '\0' ? variable : "/tmp";
-  std::string path = fs::absolute(parent).string() + "/orva-trace-XXXXXX";
+  return variable != nullptr && *variable != '\0' ? variable : "/tmp";
+}
+
+static std::string madeFolder(const std::string& path) {
+  if (mkdir(path.c_str(), S_IRWXU) == 0 || errno == EEXIST) return path;
+  throw Failure(ownFailure, "cannot make the folder " + inQuotes(path) + ": " + std::generic_category().message(errno));
+}
+
+static std::string newRunFolder(const std::string& parent) {
+  std::string path = (fs::absolute(parent) / runPrefix).string() + "XXXXXX";
   if (mkdtemp(path.data()) == nullptr) {
     throw Failure(ownFailure, "cannot make a folder for the trace in " + inQuotes(parent) + ": " +
                                   std::generic_category().message(errno));
@@ -39,21 +49,8 @@ static std::string temporaryFolder() {
   return fs::canonical(path).string();
 }
 
-static std::string keptFolder(const std::string& path) {
-  if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-    throw Failure(ownFailure,
-                  "cannot make the folder " + inQuotes(path) + ": " + std::generic_category().message(errno));
-  }
-  tracesIn(path);  // throws where it cannot be read
-  if (access(path.c_str(), W_OK) != 0) {
-    throw Failure(ownFailure,
-                  "cannot write to the folder " + inQuotes(path) + ": " + std::generic_category().message(errno));
-  }
-  return fs::canonical(path).string();
-}
-
 TraceFolder::TraceFolder(const std::string& kept)
-    : path_(kept.empty() ? temporaryFolder() : keptFolder(kept)), isKept_(!kept.empty()) {}
+    : path_(newRunFolder(kept.empty() ? temporaryFolder() : madeFolder(kept))), isKept_(!kept.empty()) {}
 
 TraceFolder::~TraceFolder() {
   std::error_code ignored;
@@ -61,11 +58,19 @@ TraceFolder::~TraceFolder() {
   if (!isKept_ && rmdir(path_.c_str()) != 0) fs::remove_all(path_, ignored);
 }
 
+static bool isRunFolder(const fs::path& path) {
+  std::error_code ignored;
+  return path.filename().string().rfind(runPrefix, 0) == 0 && fs::is_directory(path, ignored);
+}
+
 std::vector<std::string> tracesIn(const std::string& folder) {
   std::error_code error;
   std::vector<std::string> traces;
   for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
     if (at->path().extension() == extension) traces.push_back(at->path().string());
+    if (!isRunFolder(at->path())) continue;
+    const std::vector<std::string> ofRun = tracesIn(at->path().string());
+    traces.insert(traces.end(), ofRun.begin(), ofRun.end());
   }
   if (error) throw Failure(ownFailure, "cannot read the folder " + inQuotes(folder) + ": " + error.message());
   return traces;

@@ -11,10 +11,11 @@
 
 namespace orva::tracing {
 
-/// A folder for the traces of a run. Removes it at the end, unless it is to be kept.
+/// A new folder for the traces of one run, so that runs that keep theirs in one place do not take each other's for
+/// their own. Removes it at the end, unless it is to be kept.
 class TraceFolder {
  public:
-  /// @param kept a folder, which is created if it is not there; empty for one in TMPDIR that is removed
+  /// @param kept where it stays, a folder that is created if it is not there; empty for one in TMPDIR that is removed
   explicit TraceFolder(const std::string& kept);
   ~TraceFolder();
   TraceFolder(const TraceFolder&) = delete;
@@ -27,7 +28,8 @@ class TraceFolder {
   bool isKept_;
 };
 
-/// The traces in a folder, in no order. Throws `Failure` when it cannot be read.
+/// The traces in a folder and in those of the runs that were kept there, in no order. Throws `Failure` when it cannot
+/// be read.
 std::vector<std::string> tracesIn(const std::string& folder);
 
 /// The processes that write to each trace now, forked children too, as far as they can be looked at. The paths are

@@ -78,7 +78,8 @@ for outputs in '--output plain --json ./plain' '--output link --html plain' '--j
 done
 check '--keep in no folder' 2 "orva-trace: cannot make the folder 'none/records': No such file or directory" \
   --keep none/records touch ran
-check '--keep in a file' 2 "orva-trace: cannot read the folder 'plain': Not a directory" --keep plain touch ran
+check '--keep in a file' 2 "orva-trace: cannot make a folder for the trace in 'plain': Not a directory" \
+  --keep plain touch ran
 TMPDIR=$work/none check 'TMPDIR that is not there' 2 \
   "orva-trace: cannot make a folder for the trace in '$work/none': No such file or directory" touch ran 2>/dev/null
 [[ ! -e ran ]] || fail 'a program ran, although the command line is wrong'

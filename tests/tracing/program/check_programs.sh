@@ -94,7 +94,7 @@ LD_PRELOAD=libm.so.6 LD_AUDIT='' "$trace" --output tree sh -c 'echo "$LD_PRELOAD
 same 'what is preloaded already' "libm.so.6:$libraries/liborva-trace-recorder.so $libraries/liborva-trace-audit.so" \
   "$(cat output)"
 check 'orva-trace under orva-trace' 0 "orva-trace: no class-loading library was seen in '$trace'" \
-  --output tree "$trace" --output inner "$host" --ask shop.Till
+  --keep together --output tree "$trace" --keep together --output inner "$host" --ask shop.Till
 same 'lookups of the inner one' 1 "$(shown shop.Till inner)"
 
 # == Formats, filters and kept records
@@ -134,13 +134,13 @@ for file in summary cut.json; do
 done
 
 check 'a limit, kept' 0 '' --keep cut --limit 64K --output tree "$host" --times 20000
-note="orva-trace: process $(basename cut/*-0.events -0.events): the trace ends early: its size limit is reached"
+note="orva-trace: process $(basename cut/*/*-0.events -0.events): the trace ends early: its size limit is reached"
 for option in --json=calls.json --html=calls.html; do
   check "a cut trace, $option" 0 "$note" --read cut "$option"
 done
 check 'a cut trace, --summary' 0 '' --read cut --summary
 grep -q 'its size limit is reached' output || fail "the summary of a cut trace: $(tail -1 output)"
-truncate -s 9000 cut/*.events
+truncate -s 9000 cut/*/*.events
 "$trace" --read cut --output tree 2>errors
 grep -q 'its file is damaged from byte [0-9]* on' tree || fail "a damaged file: found <$(tail -1 tree)>"
 check 'a summary of nothing' 0 '' --read kept --name nobody --summary
