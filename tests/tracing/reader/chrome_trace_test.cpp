@@ -13,8 +13,6 @@
 
 namespace orva::tracing {
 
-constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
-
 static std::string jsonOf(const std::vector<Trace>& traces) {
   std::ostringstream out;
   writeChromeTrace(traces, out);

@@ -16,10 +16,6 @@
 
 namespace orva::tracing {
 
-constexpr auto getTypeByName = CallId::orva_ClassLoader_getTypeByName;
-constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
-constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
-
 /// Calls, scans and locks with their nesting: `getTypeByName(typeByName)`.
 static std::string shapeOf(const std::vector<Event>& events) {
   std::string shape;

@@ -7,11 +7,6 @@
 
 namespace orva::tracing {
 
-constexpr auto getTypeByName = CallId::orva_ClassLoader_getTypeByName;
-constexpr auto getSystem = CallId::orva_ClassLoader_getSystem;
-constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
-constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
-
 /// Four outermost calls, named by when they begin: 1, 2, 3 and 4 ms.
 static Trace fourCalls() {
   EventWriter writer;

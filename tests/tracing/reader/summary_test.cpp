@@ -11,9 +11,6 @@
 
 namespace orva::tracing {
 
-constexpr auto getTypeByName = CallId::orva_ClassLoader_getTypeByName;
-constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
-constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
 constexpr auto loadBundle = CallId::Compiler_ensureObjectBundleLoadedInActiveJit;
 
 /// A load of Cart.ov that itself takes 90 ms. It loads Item.ov, which needs Cart.ov again.

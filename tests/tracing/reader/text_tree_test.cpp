@@ -11,10 +11,6 @@
 
 namespace orva::tracing {
 
-constexpr auto getTypeByName = CallId::orva_ClassLoader_getTypeByName;
-constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
-constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
-
 static std::string treeOf(const EventWriter& writer, const TreeStyle& style = {}, const Writers& writers = {}) {
   std::ostringstream out;
   printTree(traceOf(writer, writers), style, out);

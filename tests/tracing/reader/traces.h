@@ -8,6 +8,12 @@
 
 namespace orva::tracing {
 
+// The calls that most traces of the tests are made of.
+constexpr auto getTypeByName = CallId::orva_ClassLoader_getTypeByName;
+constexpr auto getSystem = CallId::orva_ClassLoader_getSystem;
+constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
+constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
+
 /// A path that no other test uses.
 std::string temporaryPath();
 
