@@ -9,15 +9,11 @@
 
 #include "world_text.h"
 
+using namespace orva::tracing;
+
 namespace model {
 namespace {
 
-using orva::tracing::CallId;
-using orva::tracing::Event;
-using orva::tracing::EventKind;
-using orva::tracing::Scan;
-using orva::tracing::StoredKind;
-using orva::tracing::Value;
 using Ended = orva::tracing::Ending;
 
 Value textValue(const std::optional<std::string>& text) {
@@ -40,14 +36,14 @@ Value pointerValue(std::int64_t number) { return number == 0 ? Value() : numberV
 Value listValue(const std::vector<std::string>& texts) {
   Value value = numberValue(StoredKind::count, static_cast<std::int64_t>(texts.size()));
   for (const std::string& text : texts) {
-    if (value.elements.size() < orva::tracing::mostElements) value.elements.push_back(textValue(text));
+    if (value.elements.size() < mostElements) value.elements.push_back(textValue(text));
   }
   return value;
 }
 
 CallId callNamed(std::string_view name) {
-  for (std::size_t i = 0; i < orva::tracing::calls.size(); ++i) {
-    if (orva::tracing::calls[i].name == name) return static_cast<CallId>(i);
+  for (std::size_t i = 0; i < calls.size(); ++i) {
+    if (calls[i].name == name) return static_cast<CallId>(i);
   }
   throw std::runtime_error("No call is named " + std::string(name));
 }
@@ -219,7 +215,7 @@ class Recording {
     std::uint32_t* const counter = counterOf(fullName);
     if (counter == nullptr) return;
     ++*counter;
-    if (scan_.matches.size() < orva::tracing::mostMatches) {
+    if (scan_.matches.size() < mostMatches) {
       scan_.matches.push_back(fullName.empty() ? shortName_ : fullName);
     }
   }
