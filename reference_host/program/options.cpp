@@ -15,28 +15,17 @@
 #include <system_error>
 
 #include "reference_host/language/nearest_word.h"
+#include "reference_host/language/option_table.h"
 #include "reference_host/language/printable_text.h"
 #include "reference_host/program/bug_report.h"
 
 namespace {
 
 using orva::language::inQuotes;
+using orva::language::Option;
 using orva::language::printable;
 
 constexpr int usageError = 2;
-
-struct Option {
-  std::string_view name;
-  std::string_view value;  ///< what stands for it in the help; empty for an option that takes none
-  std::string_view help;
-  bool isValueOptional = false;  ///< a value then follows `=`
-
-  /// The option and its value, as the help shows them.
-  std::string shown() const {
-    if (isValueOptional) return std::string(name) + "[=" + std::string(value) + "]";
-    return std::string(name) + " " + std::string(value);
-  }
-};
 
 constexpr std::array options = {
     Option{"--class-path", "DIR", "Look for classes below DIR too; may be given several times"},
@@ -46,13 +35,10 @@ constexpr std::array options = {
     Option{"--version", "", "Print the versions of orva-host and LLVM, and the target of compiled code"},
 };
 
-[[noreturn]] void failUsage(const std::string& problem) {
-  std::fprintf(stderr, "orva-host: %s; try 'orva-host --help'\n", problem.c_str());
-  std::exit(usageError);
-}
-
-[[noreturn]] void failUsage(const std::string& problem, const std::string& meant) {
-  std::fprintf(stderr, "orva-host: %s; did you mean '%s'?\n", problem.c_str(), meant.c_str());
+/// @param meant what was probably meant; may be empty
+[[noreturn]] void failUsage(const std::string& problem, std::string_view meant = {}) {
+  const std::string advice = meant.empty() ? "try 'orva-host --help'" : "did you mean '" + std::string(meant) + "'?";
+  std::fprintf(stderr, "orva-host: %s; %s\n", problem.c_str(), advice.c_str());
   std::exit(usageError);
 }
 
@@ -64,7 +50,7 @@ constexpr std::array options = {
 }
 
 std::string help() {
-  std::string text =
+  const std::string text =
       "Usage: orva-host run FILE [--class-path DIR]... [--stdlib DIR]\n"
       "                          [--trace[=FILE]] [-- ARG...]\n"
       "       orva-host --help | --version\n"
@@ -75,12 +61,7 @@ std::string help() {
       "  run FILE          Compile the program FILE and run the method 'main' of its class\n"
       "\n"
       "Options:\n";
-  for (const Option& option : options) {
-    std::string left = "  " + option.shown();
-    left.resize(20, ' ');
-    text += left + std::string(option.help) + "\n";
-  }
-  return text +
+  return text + orva::language::helpOf(options, 20) +
          "  -- ARG...         Pass all that follows to 'main'\n"
          "\n"
          "Objects that a program loads are trusted code: their digests find damage, not malice.\n"
@@ -95,19 +76,17 @@ class CommandLine {
   CommandLine(int argc, char** argv) : words_(argv + std::min(argc, 1), argv + argc) {}
 
   RunOptions parse() {
-    while (at_ < words_.size()) {
-      const std::string_view word = words_[at_++];
-      if (word == "--") break;
-      if (word.size() > 1 && word.front() == '-') {
-        readOption(word);
+    while (at_ < words_.size() && words_[at_] != "--") {
+      if (orva::language::isOption(words_[at_])) {
+        keep(orva::language::takeOption(options, words_, at_, failUsage));
       } else {
-        readWord(word);
+        readWord(words_[at_++]);
       }
     }
     if (!hasCommand_) failUsage("expected the command 'run'");
     if (!hasProgram_) failUsage("expected the FILE of a program");
     // What follows `--` is the program's own.
-    for (; at_ < words_.size(); ++at_) parsed_.arguments.emplace_back(words_[at_]);
+    while (++at_ < words_.size()) parsed_.arguments.emplace_back(words_[at_]);
     return std::move(parsed_);
   }
 
@@ -134,47 +113,14 @@ class CommandLine {
     failUsage("unknown command " + inQuotes(word) + ": expected 'run'");
   }
 
-  void readOption(std::string_view word) {
-    const std::size_t equals = word.find('=');
-    const std::string_view name = word.substr(0, equals);
-    const auto* option =
-        std::find_if(options.begin(), options.end(), [&](const Option& each) { return each.name == name; });
-    if (option == options.end()) failOption(name);
-    if (option->value.empty()) {
-      if (equals != std::string_view::npos) failUsage("option " + inQuotes(name) + " takes no value");
-      answer(name == "--help" ? help() : orva::program::versionLine() + "\n");
-    }
-    keep(*option, equals == std::string_view::npos ? nextValue(*option) : givenValue(*option, word.substr(equals + 1)));
-  }
-
-  [[noreturn]] static void failOption(std::string_view name) {
-    const std::string meant(orva::language::nearestOption(options, name));
-    if (!meant.empty()) failUsage("unknown option " + inQuotes(name), meant);
-    failUsage("unknown option " + inQuotes(name));
-  }
-
-  [[noreturn]] static void failValue(const Option& option, const std::string& problem) {
-    failUsage("option " + inQuotes(option.name) + " " + problem + ": expected '" + option.shown() + "'");
-  }
-
   [[noreturn]] static void failTwice(const Option& option) {
     failUsage("option " + inQuotes(option.name) + " is given twice");
   }
 
-  static std::string_view givenValue(const Option& option, std::string_view value) {
-    if (value.empty()) failValue(option, "has an empty value");
-    return value;
-  }
-
-  /// The next word, as the value of an option without `=`; empty if the option needs no value.
-  std::string_view nextValue(const Option& option) {
-    if (option.isValueOptional) return {};
-    // A value that begins with dashes is given after `=`.
-    if (at_ == words_.size() || std::string_view(words_[at_]).substr(0, 2) == "--") failValue(option, "has no value");
-    return givenValue(option, words_[at_++]);
-  }
-
-  void keep(const Option& option, std::string_view value) {
+  void keep(const orva::language::GivenOption& given) {
+    const auto& [option, value] = given;
+    if (option.name == "--help") answer(help());
+    if (option.name == "--version") answer(orva::program::versionLine() + "\n");
     if (option.name == "--class-path") {
       parsed_.classPath.emplace_back(value);
     } else if (option.name == "--trace") {
@@ -186,7 +132,7 @@ class CommandLine {
     }
   }
 
-  std::vector<const char*> words_;
+  std::vector<std::string_view> words_;
   std::size_t at_ = 0;
   bool hasCommand_ = false;
   bool hasProgram_ = false;

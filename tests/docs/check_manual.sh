@@ -31,8 +31,10 @@ same 'version of the program' 'version of the page'
 section DIAGNOSTICS | sed -nE "s/^\.It \"($name: )?'?([^\"':]+).*/\2/p" >"$work/messages"
 [[ -s $work/messages && $(wc -l <"$work/messages") -eq $(section DIAGNOSTICS | grep -c '^\.It') ]] ||
   { echo 'not every item of DIAGNOSTICS is a quoted message'; status=1; }
+# Both programs read their options by what is in the last folder.
 while read -r message; do
-  grep -rqF --include='*.cpp' -- "$message" "$sources" || { echo "no source says <$message>"; status=1; }
+  grep -rqF --include='*.cpp' --include='*.h' -- "$message" "$sources" "$here/../../reference_host/language" ||
+    { echo "no source says <$message>"; status=1; }
 done <"$work/messages"
 
 # A session as a page to follow: what `cat` shows is the file, and any other command prints what stands below it.

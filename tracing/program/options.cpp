@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "classloader/version.h"
-#include "reference_host/language/nearest_word.h"
+#include "reference_host/language/option_table.h"
 #include "reference_host/language/printable_text.h"
 #include "tracing/calls/calls.h"
 #include "tracing/program/failure.h"
@@ -23,12 +23,7 @@ namespace orva::tracing {
 namespace {
 
 using language::inQuotes;
-
-struct Option {
-  std::string_view name;
-  std::string_view value;  ///< its placeholder in the help; empty if the option takes no value
-  std::string_view help;
-};
+using language::Option;
 
 constexpr std::array optionTable = {
     Option{"--output", "FILE", "Write the calls to FILE, not to standard error"},
@@ -47,8 +42,9 @@ constexpr std::array optionTable = {
     Option{"--version", "", "Print the version"},
 };
 
-[[noreturn]] void failUsage(const std::string& problem) {
-  report(problem + "; try 'orva-trace --help'");
+/// @param meant what was probably meant; may be empty
+[[noreturn]] void failUsage(const std::string& problem, std::string_view meant = {}) {
+  report(problem + (meant.empty() ? "; try 'orva-trace --help'" : "; did you mean '" + std::string(meant) + "'?"));
   std::exit(ownFailure);
 }
 
@@ -60,7 +56,7 @@ constexpr std::array optionTable = {
 }
 
 std::string help() {
-  std::string text =
+  const std::string text =
       "Usage: orva-trace [OPTION]... [--] PROGRAM [ARG]...\n"
       "       orva-trace [OPTION]... --read FOLDER | --dump PID\n"
       "       orva-trace --help | --version\n"
@@ -69,19 +65,10 @@ std::string help() {
       "or raised, and why. The program runs unchanged.\n"
       "\n"
       "Options:\n";
-  for (const Option& option : optionTable) {
-    std::string left = "  " + std::string(option.name) + " " + std::string(option.value);
-    left.resize(21, ' ');
-    text += left + std::string(option.help) + "\n";
-  }
-  return text +
+  return text + language::helpOf(optionTable, 21) +
          "\n"
          "Exit status: the program's own; 127 when it is not found, 126 when it cannot be run or\n"
          "traced, 2 when the command line is wrong or orva-trace itself fails.\n";
-}
-
-std::string expectedForm(const Option& option) {
-  return "expected '" + std::string(option.name) + " " + std::string(option.value) + "'";
 }
 
 /// Reads a number with a unit, and converts it to the smallest unit. Nothing if the text is not such a number, or the
@@ -111,46 +98,18 @@ class CommandLine {
   CommandLine(int argc, char** argv) : words_(argv + std::min(argc, 1), argv + argc) {}
 
   Options parse() {
-    while (at_ < words_.size() && words_[at_].size() > 1 && words_[at_].front() == '-') {
-      const std::string_view word = words_[at_++];
-      if (word == "--") break;
-      readOption(word);
+    while (at_ < words_.size() && language::isOption(words_[at_])) {
+      keep(language::takeOption(optionTable, words_, at_, failUsage));
     }
+    if (at_ < words_.size() && words_[at_] == "--") ++at_;
     parsed_.command.assign(words_.begin() + static_cast<std::ptrdiff_t>(at_), words_.end());
     checkWhole();
     return std::move(parsed_);
   }
 
  private:
-  void readOption(std::string_view word) {
-    const std::size_t equals = word.find('=');
-    const std::string_view name = word.substr(0, equals);
-    const auto* option =
-        std::find_if(optionTable.begin(), optionTable.end(), [&](const Option& each) { return each.name == name; });
-    if (option == optionTable.end()) failOption(name);
-    if (option->value.empty()) {
-      if (equals != std::string_view::npos) failUsage("option " + inQuotes(name) + " takes no value");
-      keepFlag(name);
-    } else {
-      const std::string_view value = equals == std::string_view::npos ? nextValue(*option) : word.substr(equals + 1);
-      if (value.empty()) failUsage("option " + inQuotes(name) + " has an empty value: " + expectedForm(*option));
-      keepValue(*option, value);
-    }
-  }
-
-  [[noreturn]] static void failOption(std::string_view name) {
-    const std::string meant(language::nearestOption(optionTable, name));
-    if (meant.empty()) failUsage("unknown option " + inQuotes(name));
-    report("unknown option " + inQuotes(name) + "; did you mean '" + meant + "'?");
-    std::exit(ownFailure);
-  }
-
-  std::string_view nextValue(const Option& option) {
-    // A value that begins with dashes is given after `=`.
-    if (at_ == words_.size() || words_[at_].substr(0, 2) == "--") {
-      failUsage("option " + inQuotes(option.name) + " has no value: " + expectedForm(option));
-    }
-    return words_[at_++];
+  void keep(const language::GivenOption& given) {
+    given.option.value.empty() ? keepFlag(given.option.name) : keepValue(given.option, given.value);
   }
 
   void keepFlag(std::string_view name) {
