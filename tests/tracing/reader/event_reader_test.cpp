@@ -220,6 +220,20 @@ TEST(Reader, LetsOpenCallsLastUntilNowOrUntilTheLastEventOfTheirProcess) {
   EXPECT_EQ(endsOf(traceOf(writer, {now, {parent}})), (Ends{{100, Ending::unknown}, {150, Ending::unknown}}));
 }
 
+TEST(Reader, LetsNoTimeBeNegativeOrOverflow) {
+  EventWriter writer;
+  writer.at(0 - std::uint64_t{1000}).begin(loadSource, 0).at(900).returned(loadSource, 0);
+  writer.begin(loadSource, 0).at(100).returned(loadSource, 0);
+  writer.lock(0, notYet - 1, 5);
+  const Trace trace = traceOf(writer);
+  const std::vector<Event>& events = trace.threads.at(0).events;
+  ASSERT_EQ(events.size(), 3U);
+  EXPECT_EQ(events[0].begin, 0U);
+  EXPECT_EQ(events[0].duration, 900U);
+  EXPECT_EQ(events[1].duration, 0U);
+  EXPECT_EQ(events[2].duration, notYet);
+}
+
 TEST(Reader, DropsEndsWithoutABeginning) {
   EventWriter writer;
   writer.returned(loadSource, 1).threw(getTypeByName, 0);

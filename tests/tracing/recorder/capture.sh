@@ -98,13 +98,14 @@ exceptions() {
 endings() {
   play lazy end-threads
   {
-    header 3
-    for thread in '1 cancelled' '2 exiting'; do
-      thread "${thread% *}" lazy
-      load "${thread% *}" "${thread#* }" | sed 's/returned \(.*\) pointer/threw \1/'
+    header 4
+    for thread in '1 cancelled threw' '2 exiting threw' '3 jumped jumped'; do
+      read -r number name end <<<"$thread"
+      thread "$number" lazy
+      load "$number" "$name" | sed "s/returned \(.*\) pointer/$end \1/"
     done
-    thread 3 lazy
-    load 3 'after threads'
+    thread 4 lazy
+    load 4 'after threads'
   } | recorded 'ends of threads'
 
   play lazy jump
@@ -112,6 +113,9 @@ endings() {
     header 1
     thread 1 lazy
     for _ in 1 2; do load 1 jumped | sed 's/returned \(.*\) pointer/jumped \1/'; done
+    load 1 'around a jump' | head -2
+    load 1 jumped | sed 's/^1 1/1 3/; s/^1 0/1 2/; s/returned \(.*\) pointer/jumped \1/'
+    load 1 'around a jump' | tail -2
     load 1 'after jumps'
   } | recorded 'jumps'
 

@@ -58,7 +58,7 @@ const char* orva_collections_ArrayList_operator_index(void* /*list*/, int64_t in
 static std::vector<std::array<const char*, 2>> registry = {{"Cart", "shop.Cart"},
                                                            {"Cart", "train.Cart"},
                                                            {"Till", nullptr},
-                                                           {nullptr, "shop.Bag"},
+                                                           {nullptr, "shop.BandWagon"},
                                                            {"Other", "shop.sub.Wagon"}};
 int32_t Reflection_getTypeCount() {
   if (whenAsked) whenAsked();
@@ -222,6 +222,14 @@ static void throwUncaught() {
   load("thrower");
 }
 
+static std::jmp_buf place;
+
+static void jumpOnce() {
+  whenAsked = [] { std::longjmp(place, 1); };
+  if (setjmp(place) == 0) load("jumped");
+  whenAsked = nullptr;
+}
+
 static void* cancelledThread(void* /*nothing*/) {
   const Witness witness;
   whenAsked = [] {
@@ -237,8 +245,12 @@ static void* exitingThread(void* /*nothing*/) {
   load("exiting");
   return nullptr;
 }
+static void* jumpingThread(void* /*nothing*/) {
+  jumpOnce();
+  return nullptr;
+}
 static void endThreads() {
-  for (auto* start : {cancelledThread, exitingThread}) {
+  for (auto* start : {cancelledThread, exitingThread, jumpingThread}) {
     pthread_t thread{};
     pthread_create(&thread, nullptr, start, nullptr);
     pthread_join(thread, nullptr);
@@ -246,17 +258,11 @@ static void endThreads() {
   load("after threads");
 }
 
-static std::jmp_buf place;
-
-static void jumpOnce() {
-  whenAsked = [] { std::longjmp(place, 1); };
-  if (setjmp(place) == 0) load("jumped");
-  whenAsked = nullptr;
-}
-
 static void jump() {
   jumpOnce();
   jumpOnce();
+  whenAsked = [] { jumpOnce(); };
+  load("around a jump");
   load("after jumps");
 }
 
