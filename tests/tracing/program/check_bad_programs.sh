@@ -70,6 +70,9 @@ if [[ $(id -u) == 0 ]]; then
   for file in setuid setgid; do
     refused "$file" "$file" "it is setuid or setgid, $ignored"
   done
+  # A process that may get no rights is started with what it has.
+  setpriv --no-new-privs "$trace" --output /dev/null ./setuid --end 3 2>errors
+  same 'setuid where no rights are given' '3 ' "$? $(cat errors)"
   cp "$host" own
   chmod 4755 own
   check 'setuid for who runs it' 3 '' --output /dev/null ./own --end 3

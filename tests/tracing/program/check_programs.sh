@@ -23,6 +23,8 @@ same 'standard input' hello "$(echo hello | "$trace" cat 2>errors)"
 streams='for stream in 0 1 2; do [ ! -e /proc/$$/fd/$stream ] || echo $stream; done'
 (exec 0<&- 2>&- && "$trace" --output tree sh -c "$streams" >output)
 same 'streams that are open' 1 "$(paste -sd' ' output)"
+"$trace" --output tree true 2>&-
+same 'a tree without standard error' 0 "$(wc -c <tree)"
 for signal in INT TERM KILL SEGV PIPE; do
   number=$(kill -l "$signal")
   bash -c '"$@" >output 2>errors' check "$trace" --output tree "$host" --ask shop.Till --signal "$number" 2>/dev/null
@@ -30,11 +32,17 @@ for signal in INT TERM KILL SEGV PIPE; do
   same "lookups before SIG$signal" 1 "$(shown shop.Till tree)"
 done
 same 'what is left' '' "$(ls -A "$TMPDIR")$(ls core* 2>/dev/null)"
-python3 - "$trace" "$host" <<'PY' || fail 'the signal that ended the program is not the one that ends orva-trace'
+python3 - "$trace" <<'PY' || fail 'the signal that ended the program is not the one that ends orva-trace'
 import signal, subprocess, sys
-done = subprocess.run([sys.argv[1], "--output", "tree", sys.argv[2], "--signal", "15"], capture_output=True)
+# Also where who starts it has blocked that signal.
+ending = "import os, signal; signal.pthread_sigmask(signal.SIG_UNBLOCK, [15]); os.kill(os.getpid(), 15)"
+signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGTERM])
+done = subprocess.run([sys.argv[1], "--output", "tree", sys.executable, "-c", ending], capture_output=True)
 sys.exit(done.returncode != -signal.SIGTERM)
 PY
+# shellcheck disable=SC2016
+(ulimit -S -c "$(ulimit -H -c)"; "$trace" --output tree sh -c 'ulimit -c 0; kill -SEGV $$' 2>errors)
+same 'core dumps of orva-trace' '' "$(ls core* 2>/dev/null)"
 (trap '' PIPE INT; "$trace" --output tree sh -c 'kill -PIPE $$; kill -INT $$; exit 5' 2>errors)
 same 'signals that were ignored stay ignored' 5 $?
 
@@ -94,13 +102,16 @@ LD_PRELOAD=libm.so.6 LD_AUDIT='' "$trace" --output tree sh -c 'echo "$LD_PRELOAD
 same 'what is preloaded already' "libm.so.6:$libraries/liborva-trace-recorder.so $libraries/liborva-trace-audit.so" \
   "$(cat output)"
 check 'orva-trace under orva-trace' 0 "orva-trace: no class-loading library was seen in '$trace'" \
-  --keep together --output tree "$trace" --keep together --output inner "$host" --ask shop.Till
+  --keep together --no-follow --output tree "$trace" --keep together --output inner "$host" --ask shop.Till
 same 'lookups of the inner one' 1 "$(shown shop.Till inner)"
 
 # == Formats, filters and kept records
 check 'all formats' 0 '' --json calls.json --html calls.html --keep kept "$host" --ask shop.Till --ask shop.Cart
+check 'one device for all formats' 0 '' --read kept --output /dev/null --json /dev/null --html /dev/null
 python3 -c 'import json; json.load(open("calls.json"))' || fail 'calls.json is not JSON'
 grep -q 'shop.Till' calls.html || fail 'calls.html lacks a lookup'
+mkdir kept/another
+touch kept/another/1-0.events
 check 'a kept trace' 0 '' --read kept
 same 'lookups of a kept trace' '1 1' "$(shown shop.Till output) $(shown shop.Cart output)"
 check 'a kept trace, one name' 0 '' --read kept --name Till
@@ -201,9 +212,8 @@ for folder in records linked "$TMPDIR"; do
   same "lookups in --read $folder" '0 1' "$(shown shop.Till dump) $(shown shop.Cart dump)"
   grep -q 'shop.Cart.*still running after [0-9.]* m\?s$' dump || fail "--read $folder: found <$(cat dump)>"
 done
-kill -INT "$tracer"
-kill -QUIT "$tracer"
-kill -TERM "$tracer"
+# All at once; the last one is forgotten once another has ended the wait.
+for signal in STOP INT QUIT TERM VTALRM CONT; do kill "-$signal" "$tracer"; done
 wait "$tracer"
 same 'SIGTERM while the program runs' 143 $?
 same 'lookups until SIGTERM' '1 1' "$(shown shop.Till tree) $(shown shop.Cart tree)"
@@ -224,12 +234,15 @@ for signal in HUP USR1 USR2 ALRM VTALRM PROF IO PWR XCPU RTMIN RTMAX; do
 done
 
 # A call that the process did not live to end.
-"$trace" --keep killed --output tree "$host" --hang shop.Cart >hanging 2>errors &
+# As nohup starts orva-trace, which the signal does not end.
+env --ignore-signal=HUP "$trace" --keep killed --output tree "$host" --hang shop.Cart >hanging 2>errors &
 await hanging ready
 program=$(pgrep -P $!)
+kill -HUP $!
 until "$trace" --dump "$program" 2>errors | grep -q shop.Cart; do sleep 0.05; done
 kill -KILL "$program"
 wait $! 2>/dev/null
+same 'a killed program, by its status' 137 $?
 for file in tree dump; do
   same "a call that was not ended, $file" 1 "$(grep -c 'had not ended when the process ended' "$file")"
   "$trace" --read killed >dump
