@@ -137,24 +137,8 @@ expect_count() {  # NUMBER TEXT
   [[ $(count "$2") == "$1" ]] || fail "$(count "$2") records have '$2', not $1"
 }
 
-# What programs do to themselves.
-processes() {
-  play lazy exit
-  { header 1; thread 1 lazy; load 1 'before the end'; } | recorded '_exit'
-
-  # Each program that a process ran has its own file.
-  play lazy exec
-  {
-    header 1
-    thread 1 lazy
-    load 1 'before exec'
-    header 1
-    thread 1 lazy | sed 's/scenes_lazy/exe/'
-    load 1 'before the end'
-  } | recorded exec
-  [[ $(cd "$events" && echo *) =~ ^([0-9]+)-0.events\ ([0-9]+)-1.events$ && ${BASH_REMATCH[1]} == "${BASH_REMATCH[2]}" ]] ||
-    fail "exec leaves the files $(ls "$events")"
-
+# What is recorded of the children of a program.
+forks() {
   # The child ends no call that its parent began.
   play lazy fork
   expect_count 10000 often
@@ -187,6 +171,27 @@ processes() {
     echo '1 1 returned Orva_typeByName pointer'
     echo '1 0 returned orva_ClassLoader_getTypeByName pointer'
   } | recorded 'one process alone'
+}
+
+# What programs do to themselves.
+processes() {
+  play lazy exit
+  { header 1; thread 1 lazy; load 1 'before the end'; } | recorded '_exit'
+
+  # Each program that a process ran has its own file.
+  play lazy exec
+  {
+    header 1
+    thread 1 lazy
+    load 1 'before exec'
+    header 1
+    thread 1 lazy | sed 's/scenes_lazy/exe/'
+    load 1 'before the end'
+  } | recorded exec
+  [[ $(cd "$events" && echo *) =~ ^([0-9]+)-0.events\ ([0-9]+)-1.events$ && ${BASH_REMATCH[1]} == "${BASH_REMATCH[2]}" ]] ||
+    fail "exec leaves the files $(ls "$events")"
+
+  forks
 
   play lazy close
   expect_count 10000 'often'
