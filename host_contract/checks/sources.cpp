@@ -5,6 +5,7 @@
 #include <deque>
 #include <exception>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -88,16 +89,16 @@ struct ContendedLoad {
 /// Loads a source while a thread holds the mutex, until the load has ended or is taken to wait for it.
 static ContendedLoad loadWhileTheTableIsRead(const std::string& file) {
   ContendedLoad result;
-  std::atomic<bool> isHeld{false};
+  std::promise<void> held;
   std::atomic<bool> isDone{false};
   std::thread reader([&] {
     const std::lock_guard<std::mutex> lock(gReflectionMutex);
     const std::size_t before = countRecords();
-    isHeld = true;
+    held.set_value();
     for (int waited = 0; waited < 50 && !isDone; ++waited) std::this_thread::sleep_for(std::chrono::milliseconds(2));
     result.hasTableChanged = countRecords() != before;
   });
-  while (!isHeld) std::this_thread::yield();
+  held.get_future().wait();
   try {
     load(file);
   } catch (const std::exception& failure) {
