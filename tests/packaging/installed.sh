@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds hosts with the library where it was installed and then moved to, static and shared, by CMake and by pkg-config.
-# Usage: installed.sh PROJECT LIBRARIES, where symbols.libraries has built and installed the library.
+# Usage: installed.sh PROJECT LIBRARIES, where installation.sh has installed the library.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 

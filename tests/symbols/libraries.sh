@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Builds both libraries with a compiler as they ship, for the checks that read their symbols. With g++ the kit too, and installs them,
-# for the checks of packaging/.
+# Builds both libraries with a compiler as they ship, for the checks that read their symbols.
 # Usage: libraries.sh PROJECT FOLDER COMPILER
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
@@ -11,7 +10,6 @@ require cmake ninja "$compiler"
 rm -rf "${libraries:?}/$compiler"
 mkdir -p "$libraries"
 options=(--preset release -DCMAKE_CXX_COMPILER="$compiler")
-[[ $compiler != g++ ]] || options+=(-DORVA_HOST_CONTRACT=ON)
 # Some packagers ask for calls without a PLT, and most for early binding; the library still has a PLT. The second
 # compiler does not ask its linker for a build ID by default.
 case $compiler in
@@ -20,8 +18,3 @@ case $compiler in
 esac
 build_library "$root" "$libraries/$compiler" "${options[@]}" || fail "$compiler does not build the library"
 [[ -f $(archive "$compiler") && -f $(shared_library "$compiler") ]] || fail "$compiler: a library is missing"
-
-if [[ $compiler == g++ ]]; then
-  rm -rf "$libraries/installed"
-  cmake --install "$libraries/g++" --prefix "$libraries/installed" >"$libraries/install.log"
-fi
