@@ -1,18 +1,19 @@
 #!/usr/bin/env bash
-# Compiles every source as it stands with each compiler as C++20 and C++23, and every header alone. As C++17, and with the
-# same warnings, symbols.libraries compiles the sources.
+# Compiles the sources together, as unity builds do, with each compiler as C++20 and C++23, and every header alone. As
+# C++17, and with the same warnings, symbols.libraries compiles each source.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
 require gcc "${compilers[@]}" xargs
 
+for file in "$root"/classloader/*.cpp; do echo "#include \"$file\""; done >"$work/all.cpp"
+[[ $(wc -l <"$work/all.cpp") -ge 4 ]] || fail "sources are missing"
+
 commands() {
   local compiler standard file
   for compiler in "${compilers[@]}"; do
     for standard in c++20 c++2b; do
-      for file in "$root"/classloader/*.cpp; do
-        echo "$compiler -std=$standard ${warnings[*]} -I$root -fsyntax-only $file"
-      done
+      echo "$compiler -std=$standard ${warnings[*]} -I$root -fsyntax-only $work/all.cpp"
     done
     for file in "$root"/classloader/{natives,native_table,version}.h "$root"/runtime_api/*.h; do
       echo "$compiler -std=c++17 ${warnings[*]} -I$root -fsyntax-only -include $file -xc++ /dev/null"
@@ -22,5 +23,5 @@ commands() {
 }
 
 commands >"$work/commands"
-[[ $(wc -l <"$work/commands") -ge 40 ]] || fail "sources or headers are missing"
+[[ $(wc -l <"$work/commands") -ge 25 ]] || fail "headers are missing"
 xargs -P 2 -I{} sh -c '{} || { echo "failed: {}" >&2; exit 1; }' <"$work/commands" || fail "something does not compile"
