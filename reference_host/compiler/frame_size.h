@@ -1,9 +1,11 @@
 // Estimates how much of the stack a method takes.
 #pragma once
 
-#include <llvm/IR/Function.h>
-
 #include <cstddef>
+
+namespace llvm {
+class Function;
+}
 
 namespace orva::compiler {
 

@@ -4,6 +4,7 @@
 #include <llvm/ADT/StringExtras.h>
 #include <llvm/IR/Constants.h>
 #include <llvm/IR/GlobalVariable.h>
+#include <llvm/IR/Module.h>
 #include <llvm/Object/ELFObjectFile.h>
 #include <llvm/Support/BLAKE3.h>
 #include <llvm/Support/JSON.h>

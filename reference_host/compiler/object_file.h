@@ -2,7 +2,6 @@
 // object was built from and for.
 #pragma once
 
-#include <llvm/IR/Module.h>
 #include <llvm/Support/MemoryBuffer.h>
 
 #include <cstdint>
@@ -10,6 +9,10 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+namespace llvm {
+class Module;
+}
 
 namespace orva::compiler {
 
