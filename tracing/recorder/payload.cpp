@@ -9,6 +9,8 @@ namespace orva::tracing {
 
 namespace {
 
+constexpr std::uint32_t textAlignment = 4;
+
 StringLayout stringLayout() { return orva_trace_exports.strings.load(std::memory_order_relaxed); }
 
 template <typename Word = std::uint64_t>
@@ -48,10 +50,13 @@ std::size_t stringSize() {
 
 }  // namespace
 
-void Payload::putBytes(const void* bytes, std::uint64_t length) {
-  if (length > capacity - size_) return;
-  std::memcpy(bytes_ + size_, bytes, length);
-  size_ += static_cast<std::uint32_t>(length);
+/// Puts a text and the zeros behind it. Where the compiler knows the longest text, it copies by an instruction that
+/// takes longer to start than to copy a name, so the length must look like any other.
+__attribute__((noinline)) void Payload::putPadded(const char* text, std::uint64_t length) {
+  constexpr char zeros[textAlignment] = {};
+  std::memcpy(bytes_ + size_, text, length);
+  std::memcpy(bytes_ + size_ + length, zeros, sizeof zeros);
+  size_ += static_cast<std::uint32_t>((length + textAlignment - 1) / textAlignment * textAlignment);
 }
 
 void Payload::putHead(StoredKind kind, std::uint64_t length, bool isCut, std::uint16_t elements) {
@@ -69,13 +74,10 @@ void Payload::putPointer(const void* pointer) {
 }
 
 void Payload::putText(const char* text, std::uint64_t length, StoredKind kind) {
-  constexpr std::uint32_t alignment = 4;
-  constexpr char padding[alignment] = {};
   const std::uint64_t kept = std::min<std::uint64_t>(length, longestText);
-  if (sizeof(StoredValue) + kept + alignment > capacity - size_) return;
+  if (sizeof(StoredValue) + kept + textAlignment > capacity - size_) return;
   putHead(kind, kept, kept < length, 0);
-  putBytes(text, kept);
-  putBytes(padding, (alignment - kept % alignment) % alignment);
+  putPadded(text, kept);
 }
 
 void Payload::putText(const char* text) {

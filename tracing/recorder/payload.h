@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "tracing/recorder/exports.h"
 
@@ -16,7 +17,9 @@ class Payload {
   /// Puts the fixed part of a record ahead of its values.
   template <typename Part>
   void putPart(const Part& part) {
-    putBytes(&part, sizeof part);
+    if (sizeof part > capacity - size_) return;
+    std::memcpy(bytes_ + size_, &part, sizeof part);
+    size_ += static_cast<std::uint32_t>(sizeof part);
   }
 
   void putNumber(StoredKind kind, std::int64_t number, std::uint16_t elements = 0);
@@ -38,7 +41,7 @@ class Payload {
   void putFunction(const void* function);
 
  private:
-  void putBytes(const void* bytes, std::uint64_t length);
+  void putPadded(const char* text, std::uint64_t length);
   void putHead(StoredKind kind, std::uint64_t length, bool isCut, std::uint16_t elements);
 
   // Two lists of the longest texts need half of it.
