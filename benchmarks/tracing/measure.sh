@@ -7,11 +7,15 @@ set -euo pipefail
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 traced=(env "LD_AUDIT=$1/liborva-trace-audit.so" "LD_PRELOAD=$1/liborva-trace-recorder.so" "ORVA_TRACE_FOLDER=$work")
-paste <("$2") <("${traced[@]}" "$2" | cut -f2) |
+"$2" >"$work/without"
+"${traced[@]}" "$2" >"$work/with"
+compgen -G "$work/*.events" >/dev/null || { echo "measure.sh: $1 recorded nothing" >&2; exit 1; }
+paste "$work/without" <(cut -f2 "$work/with") |
   awk -F'\t' '{ printf "%-28s %8.1f %8.1f %8.1f ns, at most %d\n", $1, $2, $3, $3 - $2, $1 == "event" ? 120 : 15 }'
 
 # Alternates, so that whatever disturbs the machine disturbs both.
 [[ -n ${3:-} ]] || exit 0
+rm "$work/with" "$work/without"
 for _ in {1..7}; do
   "$3" >>"$work/without"
   "${traced[@]}" "$3" >>"$work/with"
