@@ -95,6 +95,16 @@ check_unlimited
 lines() {  # COUNT LINE, in which `#` is the line's number
   for ((i = 0; i < $1; i++)); do echo "${2//#/$i}"; done
 }
+# Where such a method calls itself, the recursion is too deep, however large the first frame is.
+{
+  echo 'class Long { static int down(int n) {'
+  lines 3000 'int v# = n;'
+  echo 'return Long.down(n + 1); } static void main() { Long.down(0); } }'
+} >Long.ov
+for stack in 192 1024 8192; do
+  (ulimit -s $stack && "$host" run Long.ov >.output 2>.errors)
+  expect "long recursion on $stack KiB" "1 Exception: Recursion too deep in 'Long.down'" "$? $(head -1 .errors)"
+done
 long_method() {  # CLASS COUNT LINE
   echo "class $1 {"
   echo 'static int number(int n) { return n; }'
