@@ -173,7 +173,8 @@ static std::pair<dev_t, ino_t> inodeOf(const std::string& path) {
 void Loader::loadSource(const language::SourceText& source, const std::string& real, Placement placement) {
   const std::string identity = sourceIdentity(source.text);
   auto earlier = loaded_.find(real);
-  if (earlier == loaded_.end() && loadedInodes_[inodeOf(real)] == identity) {
+  const auto moved = loadedInodes_.find(inodeOf(real));
+  if (earlier == loaded_.end() && moved != loadedInodes_.end() && moved->second == identity) {
     // The file was moved. The text is compared too, because the system reuses the inode of a deleted file.
     earlier = loaded_.emplace(real, identity).first;
   }
