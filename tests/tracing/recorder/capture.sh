@@ -289,13 +289,12 @@ second_library() {
 
 # A library and a host of another standard library: its strings look different, and so do its symbols.
 other_library() {  # COMPILER…
-  local source compile=("$@" -std=c++17 -fPIC -fvisibility=hidden "-I$root")
+  local compile=("$@" -std=c++17 -fPIC -fvisibility=hidden "-I$root") library=$work/liborva-classloader.so.0.1
   require "${compile[0]}"
   programs=$work
-  for source in "$root"/classloader/*.cpp; do echo "-c $source -o $work/$(basename "$source").o"; done |
-    xargs -P 2 -L 1 "${compile[@]}"
-  "${compile[@]}" -shared -Wl,-soname,liborva-classloader.so.0.1 "$work"/*.o -o "$work/liborva-classloader.so.0.1"
-  "${compile[@]}" "$root/tests/tracing/recorder/scenes.cpp" "$work/liborva-classloader.so.0.1" -o "$work/scenes_lazy"
+  printf '#include "%s"\n' "$root"/classloader/*.cpp >"$work/library.cpp"
+  "${compile[@]}" -shared -Wl,-soname,liborva-classloader.so.0.1 "$work/library.cpp" -o "$library"
+  "${compile[@]}" "$root/tests/tracing/recorder/scenes.cpp" "$library" -o "$work/scenes_lazy"
   export LD_LIBRARY_PATH=$work
   calls
   exceptions
