@@ -4,6 +4,7 @@
 #include "reference_host/compiler/context.h"
 #include "reference_host/compiler/object_file.h"
 #include "reference_host/language/lexer.h"
+#include "reference_host/runtime/type_registry.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/runtime.h"
 
@@ -70,6 +71,7 @@ bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std
                                                 std::string& sourceFile, std::shared_ptr<Context>& /*context*/) {
   const auto instance = activeContext().materialize(typeName);
   if (!instance) return false;
+  runtime::noteSpelling(typeName, instance->name);
   instanceName = instance->name;
   sourceFile = instance->sourceFile;
   return true;

@@ -52,6 +52,8 @@ struct Registry {
   std::unordered_map<std::string, const Type*> fullNames;
   /// Short names of types in packages, but for generic instances; null for a name that several types share.
   std::unordered_map<std::string, const Type*> shortNames;
+  /// The full names of generic instances, by the spellings that were asked for.
+  std::unordered_map<std::string, std::string> spellings;
 };
 
 Registry& registry() {
@@ -158,7 +160,16 @@ const Type* findType(std::string_view name) {
   const std::string key = isGeneric ? withoutBlanks(name) : std::string(name);
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
   const Type* type = findByEither(key);
-  return type != nullptr || !isGeneric ? type : lookUp(registry().fullNames, withFullNames(key));
+  if (type != nullptr || !isGeneric) return type;
+  type = lookUp(registry().fullNames, withFullNames(key));
+  const auto spelling = registry().spellings.find(key);
+  return type != nullptr || spelling == registry().spellings.end() ? type
+                                                                   : lookUp(registry().fullNames, spelling->second);
+}
+
+void noteSpelling(std::string_view spelling, const std::string& fullName) {
+  const std::lock_guard<std::mutex> lock(gReflectionMutex);
+  registry().spellings[withoutBlanks(spelling)] = fullName;
 }
 
 const Type* findTypeByFullName(std::string_view fullName) {

@@ -64,6 +64,10 @@ class Registration {
 /// Finds a type by full name, unambiguous short name, or generic spelling with any blanks; null when there is none.
 const Type* findType(std::string_view name);
 
+/// Notes which generic instance a spelling was resolved to, so that `findType` finds it when loading the instance has
+/// made a short name in the spelling ambiguous.
+void noteSpelling(std::string_view spelling, const std::string& fullName);
+
 /// Finds a type by its full name alone.
 const Type* findTypeByFullName(std::string_view fullName);
 
