@@ -49,6 +49,7 @@ std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argume
   TypeName resolved = argument;
   if (runtime::isBuiltInType(argument.text()) && argument.name != "void") return resolved;
   if (!argument.arguments.empty()) {
+    if (runtime::findTypeByFullName(argument.text()) != nullptr) return resolved;
     const auto inner = materialize(argument.text());
     if (!inner) return std::nullopt;
     return language::parseTypeName(inner->name);

@@ -259,6 +259,16 @@ TEST(GenericInstances, MeanTheSameWhateverInstancesThereAre) {
   EXPECT_EQ(called("p.Box<Box<p.Item>>"), "p.Box<Box<p.Item>> root box of p");
 }
 
+TEST(GenericInstances, ThatAreLoadedAreArgumentsWithoutTheirSources) {
+  const Workspace workspace;
+  writeFile("g/Circle.ov", "package g; class Circle { }");
+  writeFile("x/G.ov", "package x; class G<T> { }");
+  writeFile("y/G.ov", "package y; class G<T> { }");
+  ASSERT_NE(nullptr, orva_ClassLoader_getTypeByName("y.G<g.Circle>"));
+  fs::remove("y/G.ov");
+  EXPECT_EQ("x.G<y.G<g.Circle>>", materialize("x.G<y.G<g.Circle>>").name);
+}
+
 TEST(GenericInstances, AreWrittenOnce) {
   const Workspace workspace;
   writeFile("Box.ov", "class Box<T> { static int one() { return 1; } }");
