@@ -30,7 +30,7 @@ class ClassGenerator {
       : file_(input.file),
         declared_(input.declared),
         name_{input.declared.name, input.arguments, {}},
-        builder_(file_.qualify(name_.text()), input.source, context),
+        builder_(file_.qualify(name_.text()), input.source, file_, context),
         scope_{Scope::of(file_, declared_, input.arguments),
                file_.qualify(name_.text()),
                catalog,

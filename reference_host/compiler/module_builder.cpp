@@ -7,8 +7,9 @@ namespace orva::compiler {
 
 using llvm::Constant;
 
-ModuleBuilder::ModuleBuilder(const std::string& name, const language::SourceText& source, llvm::LLVMContext& context)
-    : source_(source), lines_(source.lines()), module_(std::make_unique<llvm::Module>(name, context)) {}
+ModuleBuilder::ModuleBuilder(const std::string& name, const language::SourceText& source,
+                             const language::SourceFile& file, llvm::LLVMContext& context)
+    : source_(source), file_(file), module_(std::make_unique<llvm::Module>(name, context)) {}
 
 llvm::Type* ModuleBuilder::typeOf(const std::string& type) {
   if (type == "void") return llvm::Type::getVoidTy(module_->getContext());
@@ -65,8 +66,9 @@ Constant* ModuleBuilder::location(language::Position position) {
   if (known == nullptr) {
     // Each class of a file has its own copy; the trace of an exception shows no more than the head of a line.
     constexpr std::size_t longestHead = 1024;
+    const std::string_view line = source_.lineFrom(file_.lineStarts[position.line - 1]);
     known = constant(structure({text(source_.path), number(static_cast<int64_t>(position.line)),
-                                text(std::string(lines_[position.line - 1].substr(0, longestHead)))}));
+                                text(std::string(line.substr(0, longestHead)))}));
   }
   return known;
 }

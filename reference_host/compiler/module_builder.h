@@ -7,10 +7,10 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "reference_host/language/source_text.h"
+#include "reference_host/language/syntax_tree.h"
 #include "reference_host/runtime/call_stack.h"
 #include "reference_host/runtime/type.h"
 
@@ -19,7 +19,8 @@ namespace orva::compiler {
 /// Builds what several methods of a class share. int and boolean are i64, every other type is a pointer.
 class ModuleBuilder {
  public:
-  ModuleBuilder(const std::string& name, const language::SourceText& source, llvm::LLVMContext& context);
+  ModuleBuilder(const std::string& name, const language::SourceText& source, const language::SourceFile& file,
+                llvm::LLVMContext& context);
 
   llvm::Module& module() { return *module_; }
   std::unique_ptr<llvm::Module> take() { return std::move(module_); }
@@ -65,7 +66,7 @@ class ModuleBuilder {
   void buildLink(llvm::Function* function, const std::string& className, const runtime::MethodSignature& signature);
 
   const language::SourceText& source_;
-  const std::vector<std::string_view> lines_;
+  const language::SourceFile& file_;
   std::unique_ptr<llvm::Module> module_;
   std::map<std::string, llvm::Constant*> texts_;
   std::map<std::size_t, llvm::Constant*> locations_;

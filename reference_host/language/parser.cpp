@@ -250,13 +250,12 @@ class Parser {
   }
 
   void addTypeParameters(ClassDeclaration& declared) {
+    std::set<std::string> names;
     do {
       TypeParameter parameter{{}, peek().position};
       parameter.name = name("the name of a type parameter");
-      for (const TypeParameter& other : declared.typeParameters) {
-        if (other.name == parameter.name) {
-          fail(parameter.position, "type parameter '" + parameter.name + "' is declared twice");
-        }
+      if (!names.insert(parameter.name).second) {
+        fail(parameter.position, "type parameter '" + parameter.name + "' is declared twice");
       }
       if (parameter.name == declared.name) {
         fail(parameter.position, "type parameter '" + parameter.name + "' has the name of its class");
@@ -491,7 +490,11 @@ class Parser {
 
 }  // namespace
 
-SourceFile parseSource(const SourceText& source) { return Parser(source).file(); }
+SourceFile parseSource(const SourceText& source) {
+  SourceFile file = Parser(source).file();
+  file.lineStarts = source.lineStarts();
+  return file;
+}
 
 TypeName parseTypeName(const std::string& text) {
   const SourceText source{"type name", text};

@@ -19,24 +19,28 @@ static std::string_view withoutCarriageReturn(std::string_view line) {
   return line;
 }
 
-std::vector<std::string_view> SourceText::lines() const {
-  std::vector<std::string_view> all;
+std::vector<std::size_t> SourceText::lineStarts() const {
+  std::vector<std::size_t> starts;
   for (std::size_t begin = start(); begin <= text.size();) {
-    const std::size_t end = std::min(text.find('\n', begin), text.size());
-    all.push_back(withoutCarriageReturn(std::string_view(text).substr(begin, end - begin)));
-    begin = end + 1;
+    starts.push_back(begin);
+    begin = std::min(text.find('\n', begin), text.size()) + 1;
   }
-  return all;
+  return starts;
+}
+
+std::string_view SourceText::lineFrom(std::size_t start) const {
+  const std::string_view rest = std::string_view(text).substr(start);
+  return withoutCarriageReturn(rest.substr(0, rest.find('\n')));
 }
 
 std::string_view SourceText::line(std::size_t number) const {
-  std::string_view rest = std::string_view(text).substr(start());
+  std::size_t begin = start();
   for (; number > 1; --number) {
-    const std::size_t end = rest.find('\n');
-    if (end == std::string_view::npos) return {};
-    rest.remove_prefix(end + 1);
+    const std::size_t end = text.find('\n', begin);
+    if (end == std::string::npos) return {};
+    begin = end + 1;
   }
-  return withoutCarriageReturn(rest.substr(0, rest.find('\n')));
+  return lineFrom(begin);
 }
 
 static std::string describe(const SourceText& source, const Diagnostic& diagnostic) {

@@ -23,8 +23,11 @@ struct SourceText {
   /// Where the first line begins: behind a byte order mark.
   std::size_t start() const;
 
-  /// The texts of all lines, without their line ends.
-  std::vector<std::string_view> lines() const;
+  /// Where each line begins in the text.
+  std::vector<std::size_t> lineStarts() const;
+
+  /// The text of the line that begins there, without its line end.
+  std::string_view lineFrom(std::size_t start) const;
 
   /// The text of a line without its line end; empty when there is no such line.
   std::string_view line(std::size_t number) const;

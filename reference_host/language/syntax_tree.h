@@ -138,6 +138,7 @@ struct SourceFile {
   Position packagePosition;
   std::vector<ClassDeclaration> classes;
   std::map<std::string, std::size_t> places;  ///< of the classes in the list, by their names
+  std::vector<std::size_t> lineStarts;        ///< of the text that was parsed
 
   /// The class of a full name; null when the file declares none.
   const ClassDeclaration* find(const std::string& fullName) const;
