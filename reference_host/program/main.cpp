@@ -1,8 +1,10 @@
 // `orva-host`: runs a program of the language.
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -39,6 +41,35 @@ static void awaitRoomIn(int stream) {
   fcntl(own, F_SETFL, 0);
   dup2(own, stream);
   close(own);
+}
+
+/// Writes to standard error, and waits for room where the descriptor does not.
+/// @return how much was written; less than the size after an error.
+static ssize_t writeWaiting(void* /*cookie*/, const char* text, std::size_t size) {
+  std::size_t done = 0;
+  while (done < size) {
+    const ssize_t written = write(STDERR_FILENO, text + done, size - done);
+    if (written >= 0) {
+      done += static_cast<std::size_t>(written);
+    } else if (errno == EAGAIN) {
+      pollfd output{STDERR_FILENO, POLLOUT, 0};
+      poll(&output, 1, -1);
+    } else if (errno != EINTR) {
+      break;
+    }
+  }
+  return static_cast<ssize_t>(done);
+}
+
+/// Replaces the stream for messages where standard error is still non-blocking: a socket cannot be reopened, nor can
+/// every terminal, and other programs may rely on the mode that they share. The C library drops what does not fit.
+static void awaitRoomForMessages() {
+  const int mode = fcntl(STDERR_FILENO, F_GETFL);
+  if (mode < 0 || (mode & O_NONBLOCK) == 0) return;
+  std::FILE* const waiting = fopencookie(nullptr, "w", {nullptr, writeWaiting, nullptr, nullptr});
+  if (waiting == nullptr) return;
+  std::setvbuf(waiting, nullptr, _IONBF, 0);
+  stderr = waiting;
 }
 
 /// Tells whether the stack has room for the start of the host, and says so where it has not.
@@ -87,6 +118,7 @@ int main(int argc, char** argv) {
   reserveStandardStreams();
   awaitRoomIn(STDOUT_FILENO);
   awaitRoomIn(STDERR_FILENO);
+  awaitRoomForMessages();
   if (!hasStack()) return 1;
   orva::program::cleanUpOnSignals();
   orva::program::reportFatalErrors(argc, argv);

@@ -146,4 +146,45 @@ into_full_pipe "$host" run Absent.ov
 expect 'a missing file in a full pipe' "1 Cannot read 'Absent.ov': No such file or directory" "$received"
 into_full_pipe "$host" --version
 expect 'the version in a full pipe' "0 $("$host" --version | head -1)" "$received"
+
+# Sockets and terminals, which cannot be made to wait for one program only: no message is lost.
+message_in_full() {  # KIND COMMAND…; the status and the first line behind what fills a full socket or terminal
+  python3 - "$@" <<'PY'
+import os, pty, socket, subprocess, sys, time, tty
+if sys.argv[1] == "socket":
+    ours, theirs = (end.detach() for end in socket.socketpair())
+else:
+    ours, theirs = pty.openpty()
+    tty.setraw(theirs)
+os.set_blocking(theirs, False)
+for size in 4096, 1:
+    try:
+        while True:
+            os.write(theirs, b"x" * size)
+    except BlockingIOError:
+        pass
+host = subprocess.Popen(sys.argv[2:], stdout=theirs, stderr=theirs)
+time.sleep(0.2)
+os.set_blocking(ours, False)
+received = b""
+isOver = False
+while not isOver:
+    isOver = host.poll() is not None
+    try:
+        while True:
+            received += os.read(ours, 65536)
+    except BlockingIOError:
+        time.sleep(0.01)
+print(host.returncode, received.decode().lstrip("x").partition("\n")[0])
+PY
+}
+for kind in socket terminal; do
+  expect "an uncaught exception in a full $kind" '1 Late: the reason' "$(message_in_full $kind "$host" run Late.ov)"
+  expect "an error in a full $kind" "1 Bad.ov:1:34: error: unknown variable 'missing'" \
+    "$(message_in_full $kind "$host" run Bad.ov)"
+  expect "a missing file in a full $kind" "1 Cannot read 'Absent.ov': No such file or directory" \
+    "$(message_in_full $kind "$host" run Absent.ov)"
+  expect "an unknown option in a full $kind" "$("$host" --unknown 2>&1 | head -1)" \
+    "$(message_in_full $kind "$host" --unknown | cut -d ' ' -f 2-)"
+done
 exit $failures
