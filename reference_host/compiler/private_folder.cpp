@@ -40,7 +40,7 @@ static std::mutex mutex;
 
 // Other threads keep running while a signal ends the process.
 static std::atomic<bool> isEnding{false};
-static std::atomic<int> makers{0};
+static std::atomic<int> changers{0};
 
 /// The folder that TMPDIR names; empty when it names none.
 static std::string namedFolder() {
@@ -96,19 +96,19 @@ class BlockedSignals {
   sigset_t before_;
 };
 
-/// Makes the end of the process wait while a folder is created, or prevents the creation once the end has begun. This
-/// thread must not receive a signal that ends the process meanwhile: the handler would wait forever.
-class Making {
+/// Makes the end of the process wait while a folder is created or removed, or prevents that once the end has begun.
+/// This thread must not receive a signal that ends the process meanwhile: the handler would wait forever.
+class Changing {
  public:
-  Making() {
-    ++makers;
+  Changing() {
+    ++changers;
     if (!isEnding) return;
-    --makers;
+    --changers;
     for (;;) pause();
   }
-  ~Making() { --makers; }
-  Making(const Making&) = delete;
-  Making& operator=(const Making&) = delete;
+  ~Changing() { --changers; }
+  Changing(const Changing&) = delete;
+  Changing& operator=(const Changing&) = delete;
 
  private:
   const BlockedSignals blocked_;
@@ -125,7 +125,7 @@ static void makeFolder() {
   for (;;) {
     std::string path = (parent / prefix).string() + unguessableDigits();
     if (path.size() >= folderPath.size()) fail(ENAMETOOLONG);
-    const Making making;
+    const Changing changing;
     if (mkdir(path.c_str(), S_IRWXU) != 0) fail(errno);
     // The umask may have taken what its owner needs.
     chmod(path.c_str(), S_IRWXU);
@@ -167,7 +167,7 @@ static void removeFilesIn(int folder) noexcept {
   }
 }
 
-void removePrivateFolder() noexcept {
+static void removeOwnFolder() noexcept {
   pid_t self = getpid();
   if (!owner.compare_exchange_strong(self, 0)) return;
   removeFilesIn(lockedFolder);
@@ -179,10 +179,16 @@ void removePrivateFolder() noexcept {
   close(lockedFolder);
 }
 
+void removePrivateFolder() noexcept {
+  const Changing changing;
+  removeOwnFolder();
+}
+
 void endPrivateFolders() noexcept {
-  isEnding = true;
-  while (makers != 0) sched_yield();
-  removePrivateFolder();
+  // Another thread, in which another signal ends the process, is removing the folder.
+  while (isEnding.exchange(true)) pause();
+  while (changers != 0) sched_yield();
+  removeOwnFolder();
 }
 
 static void removeIfAbandoned(const std::string& path) {

@@ -13,11 +13,12 @@ std::filesystem::path privateFolder();
 /// Tells whether a file lies directly in the folder.
 bool isInPrivateFolder(const std::string& file);
 
-/// Removes the folder and its files, if this process made one. Async-signal-safe.
+/// Removes the folder and its files, if this process made one. A signal that comes meanwhile takes effect afterwards.
+/// Async-signal-safe.
 void removePrivateFolder() noexcept;
 
-/// Does the same for the handler of a signal that ends the process. Waits for a thread that is creating the folder, and
-/// prevents a new one.
+/// Does the same for the handler of a signal that ends the process, which no other such signal may interrupt. Waits for
+/// a thread that is creating or removing the folder, and prevents a new one.
 void endPrivateFolders() noexcept;
 
 /// Removes the folders that processes of this user left when they were killed, below where this process would make its

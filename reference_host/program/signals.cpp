@@ -14,6 +14,7 @@ static void cleanUp(int signal) {
   compiler::removeUnfinishedFiles();
   compiler::endPrivateFolders();
   // It takes its default action as soon as it is let through.
+  std::signal(signal, SIG_DFL);
   raise(signal);
   sigset_t raised;
   sigemptyset(&raised);
@@ -27,7 +28,6 @@ static void cleanUp(int signal) {
 /// That write fails then. A handler, where programs that natives start would inherit an ignored signal.
 static void cleanUpUnlessOwn(int signal, siginfo_t* info, void* /*context*/) {
   if (info->si_code == SI_USER && info->si_pid == getpid()) return;
-  std::signal(signal, SIG_DFL);
   cleanUp(signal);
 }
 
@@ -38,18 +38,21 @@ static void handle(int signal, const struct sigaction& action) {
 }
 
 void cleanUpOnSignals() {
-  struct sigaction once{};
-  once.sa_handler = cleanUp;
-  once.sa_flags = static_cast<int>(SA_RESETHAND | SA_ONSTACK);
+  struct sigaction ending{};
+  ending.sa_handler = cleanUp;
+  ending.sa_flags = SA_ONSTACK;
+  // Further signals, of the same kind too, wait until all is removed.
+  sigfillset(&ending.sa_mask);
   for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM,
                            SIGPROF, SIGPOLL, SIGPWR, SIGSTKFLT}) {
-    handle(signal, once);
+    handle(signal, ending);
   }
-  for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) handle(signal, once);
-  struct sigaction always{};
-  always.sa_sigaction = cleanUpUnlessOwn;
-  always.sa_flags = SA_SIGINFO | SA_RESTART | SA_ONSTACK;
-  handle(SIGXFSZ, always);
+  for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) handle(signal, ending);
+  struct sigaction sent{};
+  sent.sa_sigaction = cleanUpUnlessOwn;
+  sent.sa_mask = ending.sa_mask;
+  sent.sa_flags = SA_SIGINFO | SA_RESTART | SA_ONSTACK;
+  handle(SIGXFSZ, sent);
 }
 
 }  // namespace orva::program

@@ -90,6 +90,29 @@ expect_no_files 'while the folder is made'
 expect 'while another thread makes the folder: status' 143 $?
 expect_no_files 'while another thread makes the folder'
 
+# One that comes while the folder is removed, at the end of the program or because of another signal.
+cat >late.cpp <<'CPP'
+#include <csignal>
+#include <sys/syscall.h>
+#include <unistd.h>
+extern "C" int unlinkat(int folder, const char* path, int flags) {
+  kill(getpid(), SIGTERM);
+  return static_cast<int>(syscall(SYS_unlinkat, folder, path, flags));
+}
+CPP
+"$compiler" -shared -fPIC late.cpp -o late.so || fail 'late.so is not compiled'
+late=(env --default-signal LD_PRELOAD="$work/late.so" ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}")
+"${late[@]}" "$host" run Short.ov >output 2>errors
+expect 'while the folder is removed: status' 143 $?
+expect 'while the folder is removed: output' short "$(cat output)"
+expect_no_files 'while the folder is removed'
+for signal in INT TERM XFSZ; do
+  start "${late[@]}"
+  end $signal
+  expect "while SIG$signal removes the folder: status" $((128 + $(kill -l $signal))) "$found"
+  expect_no_files "while SIG$signal removes the folder"
+done
+
 # One that is ignored stays ignored, as under nohup.
 for signal in HUP XFSZ; do
   start env --default-signal --ignore-signal=$signal
