@@ -67,7 +67,10 @@ std::vector<std::string> tracesIn(const std::string& folder) {
   std::error_code error;
   std::vector<std::string> traces;
   for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
-    if (at->path().extension() == extension) traces.push_back(at->path().string());
+    std::error_code ignored;
+    // Opening a pipe would wait for its writer.
+    const bool isTrace = at->path().extension() == extension && at->is_regular_file(ignored);
+    if (isTrace) traces.push_back(at->path().string());
     if (!isRunFolder(at->path())) continue;
     const std::vector<std::string> ofRun = tracesIn(at->path().string());
     traces.insert(traces.end(), ofRun.begin(), ofRun.end());
@@ -84,6 +87,8 @@ static bool isNamedAsTrace(const std::string& path) {
 
 /// Tells whether a file begins as a trace does in which calls are redirected.
 static bool isAttached(const std::string& path) {
+  std::error_code ignored;
+  if (!fs::is_regular_file(path, ignored)) return false;
   std::array<char, sizeof(FileHeader)> header{};
   std::ifstream(path, std::ios::binary).read(header.data(), header.size());
   std::uint64_t magic = 0;

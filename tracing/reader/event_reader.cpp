@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <type_traits>
 #include <unordered_map>
 #include <utility>
@@ -283,6 +285,9 @@ class FileReader {
 }  // namespace
 
 FileReader::FileReader(const std::string& path) {
+  std::error_code ignored;
+  // Opening a pipe would wait for its writer.
+  if (std::filesystem::is_other(path, ignored)) throw std::runtime_error("'" + path + "' is not a file of events");
   std::ifstream file(path, std::ios::binary | std::ios::ate);
   const std::streamoff size = file ? std::streamoff{file.tellg()} : -1;
   if (size < 0) throw std::runtime_error("cannot read '" + path + "'");

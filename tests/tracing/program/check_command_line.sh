@@ -86,6 +86,12 @@ TMPDIR=$work/none check 'TMPDIR that is not there' 2 \
 mkdir empty
 check '--read of nothing' 2 "orva-trace: 'empty' contains no traces" --read empty
 check '--read of no folder' 2 "orva-trace: cannot read the folder 'none': No such file or directory" --read none
+# Only files are traces: opening a pipe would wait for its writer.
+mkdir -p others/1-0.events others/orva-trace-run
+mkfifo others/2-0.events others/orva-trace-run/3-0.events
+ln -s 2-0.events others/4-0.events
+ln -s /dev/zero others/5-0.events
+check '--read of what is no file' 2 "orva-trace: 'others' contains no traces" --read others
 echo damaged >empty/1-0.events
 "$trace" --read empty >output 2>errors
 same 'a damaged trace' "2 orva-trace: 'empty/1-0.events' is not a file of events" "$? $(cat errors)"

@@ -1,5 +1,6 @@
 // Tests the reader on complete files, on those of processes that died, and on files that no recorder wrote.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -372,6 +373,10 @@ TEST(Reader, RefusesWhatIsNoFileOfEvents) {
     return "accepted";
   };
   const std::string path = temporaryPath();
+  EXPECT_EQ(refusal("/dev/zero"), "'/dev/zero' is not a file of events");
+  ASSERT_EQ(mkfifo(path.c_str(), S_IRWXU), 0);
+  EXPECT_EQ(refusal(path), "'" + path + "' is not a file of events");
+  std::filesystem::remove(path);
   EXPECT_EQ(refusal(path + ".none"), "cannot read '" + path + ".none'");
   EXPECT_EQ(refusal("/"), "'/' is not a file of events");
   const std::string none = "'" + path + "' is not a file of events";
