@@ -71,8 +71,10 @@ std::string help() {
          "traced, 2 when the command line is wrong or orva-trace itself fails.\n";
 }
 
-/// Reads a number with a unit, and converts it to the smallest unit. Nothing if the text is not such a number, or the
-/// number is too large.
+constexpr std::uint64_t tooLarge = std::numeric_limits<std::uint64_t>::max();
+
+/// Reads a number with a unit, and converts it to the smallest unit. Nothing if the text is not such a number;
+/// `tooLarge` if the number is.
 template <typename Units>
 std::optional<std::uint64_t> measured(std::string_view text, const Units& units) {
   const std::size_t length = std::min(text.find_first_not_of("0123456789."), text.size());
@@ -82,8 +84,8 @@ std::optional<std::uint64_t> measured(std::string_view text, const Units& units)
   if (length == 0 || *end != '\0') return std::nullopt;
   const auto unit =
       std::find_if(units.begin(), units.end(), [&](const auto& each) { return each.first == text.substr(length); });
-  if (unit == units.end() || number * unit->second >= 9e18) return std::nullopt;
-  return static_cast<std::uint64_t>(number * unit->second);
+  if (unit == units.end()) return std::nullopt;
+  return number * unit->second < 9e18 ? static_cast<std::uint64_t>(number * unit->second) : tooLarge;
 }
 
 using Unit = std::pair<std::string_view, double>;
@@ -151,6 +153,9 @@ class CommandLine {
   static std::uint64_t need(std::optional<std::uint64_t> number, const Option& option, std::string_view value,
                             const std::string& expected) {
     if (!number) failValue(option, value, expected);
+    if (*number == tooLarge) {
+      failUsage("option " + inQuotes(option.name) + " has the value " + inQuotes(value) + ", which is too large");
+    }
     return *number;
   }
 

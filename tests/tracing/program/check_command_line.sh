@@ -47,22 +47,33 @@ for option in output json html keep name; do
   wrong "option '--$option' is given twice" "--$option" x "--$option=y" true
 done
 
-for value in soon 5 1m -1s 1.2.3s s 1e3s 99999999999s; do
+for value in soon 5 1m -1s 1.2.3s s 1e3s 99999999999 99999999999x; do
   wrong "option '--slower' has the value '$value': expected a number with ns, us, ms or s" "--slower=$value" true
 done
-for value in much 1T -1 K 0x10 99999999999G; do
+for value in much 1T -1 K 0x10 99999999999T; do
   wrong "option '--limit' has the value '$value': expected a number of bytes, with K, M or G for more" \
     "--limit=$value" true
 done
 for value in 0 1 4095 3k; do
   wrong "option '--limit' has the value '$value': expected 4K or more" "--limit=$value" true
 done
-for value in 4096 4K 4k 1m 1g; do
+nines=$(printf '9%.0s' {1..400})
+for value in {9000000000,99999999999,"$nines"}s {9000000000000000000,18446744073709551616,"$nines"}ns; do
+  wrong "option '--slower' has the value '$value', which is too large" "--slower=$value" true
+done
+for value in 9000000000000000000 18446744073709551616 99999999999G 99999999999999999K "$nines"; do
+  wrong "option '--limit' has the value '$value', which is too large" "--limit=$value" true
+done
+for value in 8999999999s 8999999999.9s 1000000000000000000ns; do
+  check "--slower=$value" 0 '' "--slower=$value" --help
+done
+for value in 4096 4K 4k 1m 1g 8000000000G; do
   check "--limit=$value" 0 '' "--limit=$value" --help
 done
 for value in me 0 -1 1.5 99999999999; do
   wrong "option '--dump' has the value '$value': expected the number of a process" "--dump=$value"
 done
+wrong "option '--dump' has the value '$nines', which is too large" "--dump=$nines"
 
 for option in --output --json --html; do
   check "$option in no folder" 2 "orva-trace: cannot write 'none/file': No such file or directory" \
