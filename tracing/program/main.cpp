@@ -9,6 +9,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -103,7 +104,8 @@ Recorded readAll(const std::vector<std::string>& paths) {
   const std::map<std::string, std::set<std::uint32_t>> writers = currentWriters();
   for (const std::string& path : paths) {
     try {
-      const auto found = writers.find(std::filesystem::canonical(path).string());
+      std::error_code ignored;
+      const auto found = writers.find(std::filesystem::canonical(path, ignored).string());
       const std::set<std::uint32_t> processes = found == writers.end() ? std::set<std::uint32_t>() : found->second;
       recorded.traces.push_back(readTrace(path, {monotonicTime(), processes}));
     } catch (const std::exception& failure) {

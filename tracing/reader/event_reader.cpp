@@ -1,6 +1,7 @@
 // From the bytes of a file to trees of calls. The process may have been killed at any instruction, may still be
 // writing, or may never have written this file: nothing in it is trusted.
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
@@ -288,9 +289,10 @@ FileReader::FileReader(const std::string& path) {
   std::error_code ignored;
   // Opening a pipe would wait for its writer.
   if (std::filesystem::is_other(path, ignored)) throw std::runtime_error("'" + path + "' is not a file of events");
+  errno = 0;
   std::ifstream file(path, std::ios::binary | std::ios::ate);
   const std::streamoff size = file ? std::streamoff{file.tellg()} : -1;
-  if (size < 0) throw std::runtime_error("cannot read '" + path + "'");
+  if (size < 0) throw std::system_error(errno, std::generic_category(), "cannot read '" + path + "'");
   const auto take = [&](std::uint64_t end) {
     const std::size_t begin = bytes.size();
     bytes.resize(std::max<std::size_t>(begin, std::min(end, static_cast<std::uint64_t>(size))));

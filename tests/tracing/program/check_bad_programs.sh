@@ -117,4 +117,16 @@ SCRIPT
 chmod 755 both
 check 'one of each kind' 0 "orva-trace: '$static_host': $linked" --output tree ./both
 grep -q 'shop.Till' tree || fail 'the tree lacks the lookup that was seen'
+
+# A trace that its reader may not open, and one whose folder it may only list.
+chmod 755 "$work"
+mkdir unreadable
+echo >unreadable/1-0.events
+chmod 000 unreadable/1-0.events
+for rights in 755 744; do
+  chmod "$rights" unreadable
+  as_user "$trace" --read unreadable >/dev/null 2>errors
+  same "--read of a trace in a folder with rights $rights" \
+    "orva-trace: cannot read 'unreadable/1-0.events': Permission denied" "$(cat errors)"
+done
 exit "$failures"

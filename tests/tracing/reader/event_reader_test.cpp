@@ -377,7 +377,8 @@ TEST(Reader, RefusesWhatIsNoFileOfEvents) {
   ASSERT_EQ(mkfifo(path.c_str(), S_IRWXU), 0);
   EXPECT_EQ(refusal(path), "'" + path + "' is not a file of events");
   std::filesystem::remove(path);
-  EXPECT_EQ(refusal(path + ".none"), "cannot read '" + path + ".none'");
+  EXPECT_EQ(refusal(path + ".none"), "cannot read '" + path + ".none': No such file or directory");
+  EXPECT_EQ(refusal("/dev/null/none"), "cannot read '/dev/null/none': Not a directory");
   EXPECT_EQ(refusal("/"), "'/' is not a file of events");
   const std::string none = "'" + path + "' is not a file of events";
   const std::string nothing =
