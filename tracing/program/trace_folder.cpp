@@ -138,9 +138,11 @@ std::string traceToDump(pid_t process) {
     for (pid_t child = 0; trace.empty() && children >> child;) trace = traceOf(child);
   }
   if (!trace.empty()) return trace;
+  errno = 0;
   std::ifstream maps("/proc/" + number + "/maps");
   if (maps.get() == std::ifstream::traits_type::eof()) {
-    throw Failure(ownFailure, "cannot look at process " + number + ": it is another user's, or has ended");
+    const std::string reason = errno == 0 ? "it has ended, or is the kernel's" : std::generic_category().message(errno);
+    throw Failure(ownFailure, "cannot look at process " + number + ": " + reason);
   }
   throw Failure(ownFailure, "process " + number + " is not traced: start it with orva-trace");
 }

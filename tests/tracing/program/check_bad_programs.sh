@@ -129,4 +129,16 @@ for rights in 755 744; do
   same "--read of a trace in a folder with rights $rights" \
     "orva-trace: cannot read 'unreadable/1-0.events': Permission denied" "$(cat errors)"
 done
+
+if [[ $(stat -c %u /proc/1) != "$(as_user id -u)" ]]; then
+  as_user "$trace" --dump 1 >/dev/null 2>errors
+  same "--dump of another user's process" 'orva-trace: cannot look at process 1: Permission denied' "$(cat errors)"
+fi
+# A process that ends when its parent has become a program that does not wait for it.
+bash -c '(until [[ $(</proc/$$/comm) == sleep ]]; do :; done) & echo $! >ended; exec sleep 600' &
+parent=$!
+until [[ -s ended && $(ps -o stat= "$(cat ended)") == Z* ]]; do sleep 0.05; done
+check '--dump of an ended process' 2 \
+  "orva-trace: cannot look at process $(cat ended): it has ended, or is the kernel's" --dump "$(cat ended)"
+kill $parent
 exit "$failures"
