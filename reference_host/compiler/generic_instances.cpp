@@ -92,8 +92,9 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   if (!generic) return std::nullopt;
   requested->name = generic->fullName;
   if (generic->source.empty()) {
-    throw std::runtime_error("Class '" + generic->fullName +
-                             "' is loaded from an object: its instances need its source on the class path");
+    throw std::runtime_error(
+        "Class '" + generic->fullName +
+        "' is loaded from an object: its instances need its source, a file of its name, on the class path");
   }
 
   const Work work(inQuotes(generic->source) + " was read");
