@@ -53,7 +53,8 @@ static Found look(const Event& event, const Filter& filter) {
   }
   const auto& natives = filter.natives;
   const bool isAskedFor = natives.empty() || std::find(natives.begin(), natives.end(), event.call) != natives.end();
-  if (event.isNative() && isAskedFor && found.text && event.duration >= filter.leastDuration) found.native = true;
+  const bool mayBeSlow = event.duration >= filter.leastDuration || !event.isEndKnown();
+  if (event.isNative() && isAskedFor && found.text && mayBeSlow) found.native = true;
   return found;
 }
 

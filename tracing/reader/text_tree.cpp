@@ -156,6 +156,12 @@ std::string endingOf(const Event& event) {
   return raise ? "raised " + printable(raise->exceptionClass) : "";
 }
 
+/// How long an event took; of one whose end is not known, how long it took at least.
+static std::string durationOf(const Event& event) {
+  const char* const sign = event.ending == Ending::open ? "still running after " : event.isEndKnown() ? "" : "≥ ";
+  return sign + durationText(event.duration);
+}
+
 static void addValues(Parts& parts, const std::vector<Value>& values) {
   const char* separator = "";
   for (const Value& value : values) {
@@ -266,8 +272,7 @@ void TreePrinter::print(const Event& event, std::size_t depth) {
   const std::size_t indentation = indentationOf(depth);
   Line line = lineOf(event);
   if (depth > deepestStep) line.head.insert(line.head.begin(), {std::to_string(depth) + ": ", Colour::faint});
-  const bool isOpen = event.ending == Ending::open;
-  const std::string duration = (isOpen ? "still running after " : "") + durationText(event.duration);
+  const std::string duration = durationOf(event);
   if (event.kind == EventKind::call && event.call == CallId::Orva_raise && event.ending == Ending::returned) {
     printWrapped(joined(line.head), Colour::failure, indentation);
   } else {
@@ -290,7 +295,9 @@ std::vector<std::string> notesOf(const Trace& trace) {
   std::vector<std::string> notes;
   if (trace.stopped == Stopped::limit) notes.emplace_back("the trace ends early: its size limit is reached");
   if (trace.stopped == Stopped::failed) {
-    notes.push_back("the trace ends early: its file cannot grow: " + std::string(std::strerror(trace.error)));
+    // A damaged file may not hold the reason.
+    const std::string reason = trace.error == 0 ? "" : ": " + std::string(std::strerror(trace.error));
+    notes.push_back("the trace ends early: its file cannot grow" + reason);
   }
   if (trace.lost > 0) {
     notes.push_back(countText(static_cast<std::int64_t>(trace.lost), "event was", "events were") + " not finished");

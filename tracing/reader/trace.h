@@ -69,6 +69,8 @@ struct Event {
   std::vector<Event> inner;  ///< in the order of time
 
   bool hasEnded() const { return ending >= Ending::returned; }
+  /// Without its end, `duration` is the time until the last event of the process.
+  bool isEndKnown() const { return ending != Ending::abandoned && ending != Ending::unknown; }
   bool isNative() const { return kind == EventKind::call && descriptionOf(call).isNative; }
   /// Nothing where a native has not ended.
   const Value* result() const { return results.empty() ? nullptr : &results.front(); }

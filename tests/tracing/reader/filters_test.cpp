@@ -54,6 +54,14 @@ TEST(Filters, KeepNativesByAnyText) {
   EXPECT_EQ(by("nothing of it"), "");
 }
 
+TEST(Filters, KeepNativesThatMayHaveTakenAsLong) {
+  EventWriter writer;
+  writer.at(1'000).begin(loadClass, 0).at(2'000).begin(loadSource, 1);
+  Trace trace = traceOf(writer);
+  keepMatching(trace, {{}, "", 1'000'000'000});
+  EXPECT_EQ(trace.threads.at(0).events.size(), 1U);
+}
+
 TEST(Filters, KeepNativesByDuration) {
   EXPECT_EQ(keptBy({{}, "", 600}), "12");
   EXPECT_EQ(keptBy({{}, "", 601}), "2");

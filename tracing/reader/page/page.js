@@ -106,13 +106,15 @@ function listRows() {
   drawRows();
 }
 
+const tookText = ({state, begin, end}) => (state === 'open' ? '≥ ' : '') + durationText(end - begin);
+
 function rowOf(node) {
   const twist = !node.children ? '' : node.isOpen ? '▾' : '▸';
   const row = element('div', `row kind-${node.kind}`, element('span', 'twist', twist));
   if (marks[node.state]) row.append(element('b', 'mark', marks[node.state]));
   row.append(element('span', 'label', element('span', 'name', node.name), node.line.slice(node.name.length),
       element('span', 'sentence', node.sentence ? `  ${node.sentence}` : '')));
-  if (node.thread) row.append(element('span', 'time', durationText(node.end - node.begin)));
+  if (node.thread) row.append(element('span', 'time', tookText(node)));
   row.classList.toggle('found', Boolean(node.isFound));
   const attributes = {
     id: `node-${node.index}`, style: `top: ${node.row * rowHeight}px; padding-left: ${6 + node.depth * 14}px`,
@@ -154,7 +156,7 @@ function select(node) {
 
 function showDetails(node) {
   const facts = node.thread ? {
-    Took: durationText(node.end - node.begin), Began: `${momentText(node.begin)} after the start`,
+    Took: tookText(node), Began: `${momentText(node.begin)} after the start`,
     In: `${node.thread.line} of ${node.thread.parent.line}`,
   } : node.facts;
   const list = element('dl', '');
@@ -510,7 +512,12 @@ function takeColours() {
   askToDraw();
 }
 
-read(JSON.parse(at('data').textContent));
+try {
+  read(JSON.parse(at('data').textContent));
+} catch (error) {
+  document.body.textContent = `This browser cannot read the calls, perhaps because there are too many: ${error.message}`;
+  throw error;
+}
 if (nodes.length) document.title += `: ${nodes[0].name}`;
 at('next-miss').textContent = misses.length ? `Next miss (${misses.length})` : 'No misses';
 at('next-miss').disabled = misses.length === 0;
