@@ -50,7 +50,11 @@ static std::string newRunFolder(const std::string& parent) {
 }
 
 TraceFolder::TraceFolder(const std::string& kept)
-    : path_(newRunFolder(kept.empty() ? temporaryFolder() : madeFolder(kept))), isKept_(!kept.empty()) {}
+    : path_(newRunFolder(kept.empty() ? temporaryFolder() : madeFolder(kept))), isKept_(!kept.empty()) {
+  // A process that switches to another user records here too, if that user may write to the folder that is kept.
+  struct stat status{};
+  if (isKept_ && stat(kept.c_str(), &status) == 0) chmod(path_.c_str(), status.st_mode & (S_ISVTX | 0777));
+}
 
 TraceFolder::~TraceFolder() {
   std::error_code ignored;

@@ -267,6 +267,11 @@ for signal in INT QUIT TERM HUP; do
 done
 exec {unread}>&-
 
+# Whoever may write to the folder that is kept may write to that of a run.
+mkdir -m 1777 shared
+"$trace" --keep shared --output tree "$host" --ask shop.Till
+same 'the mode of a run' 1777 "$(stat -c %a shared/orva-trace-*)"
+
 # A thread at the type table's lock, which another holds forever.
 "$trace" --keep locked --output tree "$host" --hang 'List<shop.Cart>' >output 2>errors &
 tracer=$!
