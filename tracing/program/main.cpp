@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <map>
@@ -61,10 +62,19 @@ class Outputs {
     for (const auto& output : {text_.get(), json_.get(), html_.get()}) {
       if (output != nullptr && !output->finish()) isWritten = false;
     }
+    if (html_ != nullptr) reportLargePage();
     return isWritten;
   }
 
  private:
+  /// The texts of browsers hold half a gibibyte.
+  void reportLargePage() {
+    constexpr std::uint64_t mostBytes = std::uint64_t{512} << 20;
+    if (html_->size() < mostBytes) return;
+    report("the page " + html_->name() + " has " + std::to_string(html_->size() >> 20) +
+           " MB, more than browsers can read: leave calls out with --native, --name or --slower");
+  }
+
   void writeText(const Options& options, const std::vector<Trace>& traces) {
     TreeStyle style;
     style.colours = text_->wantsColours();

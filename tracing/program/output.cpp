@@ -63,6 +63,11 @@ bool Output::isSameFile(const Output& other) const {
   return S_ISREG(one.st_mode) && one.st_dev == two.st_dev && one.st_ino == two.st_ino;
 }
 
+std::uint64_t Output::size() const {
+  struct stat status{};
+  return fstat(descriptor_, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
 bool Output::wantsColours() const {
   const char* const without = std::getenv("NO_COLOR");
   const char* const terminal = std::getenv("TERM");

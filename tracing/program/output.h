@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <ostream>
 #include <streambuf>
 #include <string>
@@ -37,6 +38,8 @@ class Output {
 
   std::ostream& stream() { return stream_; }
   const std::string& name() const { return name_; }
+  /// Of a file, in bytes.
+  std::uint64_t size() const;
 
   /// Tells whether both write to one file, by whatever paths; devices and pipes may take several outputs.
   bool isSameFile(const Output& other) const;
