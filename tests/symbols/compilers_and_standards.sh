@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compiles the sources together, as unity builds do, with each compiler as C++20 and C++23, and every header alone. As
+# Compiles the sources together, as unity builds do, with each compiler as C++20 and C++23, and each header by itself. As
 # C++17, and with the same warnings, symbols.libraries compiles each source.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"

@@ -492,7 +492,7 @@ TEST(Explanation, TellsOfAnAmbiguityWhoseSecondNameIsLost) {
   search.scan.shortNames = 40;
   EXPECT_EQ("raised: 'A' is the short name of p.A and another type",
             explanationOf(lookUp("A", {search, raise("ClassNotFoundException", "Ambiguous plugin entry type 'A'")})));
-  // One name alone, of which memory ran out.
+  // Only one name, because memory ran out.
   const std::string other = explanationOf(lookUp("A", {search, raise("Exception", "std::bad_alloc")}));
   EXPECT_EQ(other.find("another type"), std::string::npos) << other;
 }

@@ -102,7 +102,7 @@ mkdir -p others/1-0.events others/orva-trace-run
 mkfifo others/2-0.events others/orva-trace-run/3-0.events
 ln -s 2-0.events others/4-0.events
 ln -s /dev/zero others/5-0.events
-check '--read of what is no file' 2 "orva-trace: 'others' contains no traces" --read others
+check '--read of a folder without traces' 2 "orva-trace: 'others' contains no traces" --read others
 echo damaged >empty/1-0.events
 "$trace" --read empty >output 2>errors
 same 'a damaged trace' "2 orva-trace: 'empty/1-0.events' is not a file of events" "$? $(cat errors)"
