@@ -11,6 +11,10 @@
 #include "tracing/events/clock.h"
 #include "tracing/recorder/event_writer.h"
 
+/// The lock of the type table, which the host defines. The library locks others too when it is built with a standard
+/// library that checks iterators.
+extern "C" __attribute__((weak)) char tableMutex[] __asm__("gReflectionMutex");
+
 namespace orva::tracing {
 
 namespace {
@@ -23,6 +27,11 @@ const CallDescription& descriptionAt(std::uint64_t slot) { return calls.data()[s
 
 bool isRegistry(std::uint64_t slot) { return slot >= countSlot && slot <= fullNameSlot; }
 bool isLock(std::uint64_t slot) { return slot >= ORVA_TRACE_LOCK; }
+
+bool isOtherLock(const Frame& frame) {
+  return isLock(frame.slot) && tableMutex != nullptr &&
+         frame.arguments[0] != reinterpret_cast<std::uintptr_t>(tableMutex);
+}
 
 template <typename Pointed = void>
 const Pointed* pointer(std::uint64_t word) {
@@ -147,6 +156,7 @@ void ThreadTrace::enterRegistry(std::uint64_t slot) {
 }
 
 void ThreadTrace::enter(const Frame& frame) {
+  if (isOtherLock(frame)) return;
   briefSlot_ = isRegistry(frame.slot) || isLock(frame.slot) ? frame.slot + 1 : 0;
   if (isRegistry(frame.slot)) return enterRegistry(frame.slot);
   if (frame.slot == ORVA_TRACE_UNLOCK) return enterUnlock();
@@ -189,6 +199,7 @@ void ThreadTrace::enterUnlock() {
 }
 
 void ThreadTrace::leave(const Frame& frame) {
+  if (isOtherLock(frame)) return;
   briefSlot_ = 0;
   if (isRegistry(frame.slot)) return leaveRegistry(frame);
   if (isLock(frame.slot)) return leaveLock(frame);
