@@ -135,7 +135,7 @@ static std::string programOf(pid_t process) {
 
 std::string traceToDump(pid_t process) {
   const std::string number = std::to_string(process);
-  if (kill(process, 0) != 0 && errno == ESRCH) throw Failure(ownFailure, "there is no process " + number);
+  if (kill(process, 0) != 0 && errno == ESRCH) throw Failure(ownFailure, "process " + number + " does not exist");
   std::string trace = traceOf(process);
   if (trace.empty() && programOf(process) == programOf(getpid())) {
     std::ifstream children("/proc/" + number + "/task/" + number + "/children");

@@ -154,7 +154,7 @@ FileHeader* map(int file, std::uint64_t size) {
   return place == MAP_FAILED ? nullptr : static_cast<FileHeader*>(place);
 }
 
-/// Maps the file at its largest possible size. If there is no room for that, maps only the header, which says so.
+/// Maps the file at its largest possible size. If that does not fit, maps only the header, which says so.
 FileHeader* mapFile(int file) {
   const std::uint64_t limit = limitOfFile();
   std::uint64_t room = std::min(firstRoom, limit);

@@ -306,7 +306,7 @@ python=$(realpath /usr/bin/python3)
 check '--dump of the forked child' 0 "orva-trace: no class-loading library was seen in '$python'" \
   --output tree --dump "$(cat pid)"
 kill -KILL "$(cat pid)"
-check '--dump of a process that has ended' 2 "orva-trace: there is no process $(cat /proc/sys/kernel/pid_max)" \
+check '--dump of a process that does not exist' 2 "orva-trace: process $(cat /proc/sys/kernel/pid_max) does not exist" \
   --dump "$(cat /proc/sys/kernel/pid_max)"
 check '--dump of what is not traced' 2 "orva-trace: process $$ is not traced: start it with orva-trace" --dump $$
 exit "$failures"

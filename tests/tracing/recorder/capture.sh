@@ -237,7 +237,7 @@ handlers() {
     fail "of $(cat "$work/handled") natives, $recorded are recorded and $missed missed"
 }
 
-# If there is no room, the trace ends and says why; the program goes on.
+# When the file cannot grow, the trace ends and says why; the program goes on.
 room() {
   play lazy limit
   grep -q 'still there' "$work/traced" || fail 'the program ended at its limit of file sizes'
