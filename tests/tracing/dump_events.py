@@ -9,7 +9,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 KINDS = ['unfinished', 'begin', 'returned', 'threw', 'jumped', 'scan', 'lock', 'thread', 'program']
-HEADER = struct.Struct('<QIIQQQIIQQIIIIII')
+HEADER = struct.Struct('<QIIQQQIIQQIIIIIIII')
 RECORD = struct.Struct('<IIIHHQ')
 VALUE = struct.Struct('<BBHI')
 
@@ -59,8 +59,8 @@ def line(kind, call, payload, names):
 def dump(path, names, with_times):
     data = Path(path).read_bytes()
     (magic, version, size, limit, start, _, process, parent, end, reserved, stopped, error, attached, unseen,
-     threads, missed) = HEADER.unpack_from(data)
-    assert magic == 0x3165636172545652 and version == 1 and size == HEADER.size, f'{path} is not an event file'
+     threads, missed, _, _) = HEADER.unpack_from(data)
+    assert magic == 0x3165636172545652 and version == 2 and size == HEADER.size, f'{path} is not an event file'
     print(f'header process={process} parent={parent} limit={limit} stopped={stopped} error={error} '
           f'attached={attached} unseen={unseen} threads={threads}' + (f' missed={missed}' if missed else ''))
     place = size

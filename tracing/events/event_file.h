@@ -9,7 +9,7 @@
 namespace orva::tracing {
 
 constexpr std::uint64_t fileMagic = 0x3165636172545652ULL;
-constexpr std::uint32_t fileVersion = 1;
+constexpr std::uint32_t fileVersion = 2;
 
 /// Where the file of each process is: a folder, by its absolute path. A process takes the first name that is free of
 /// PID-0.events, PID-1.events, …. A file that is empty, or zero throughout, has no header: there was no room for it, or
@@ -50,10 +50,11 @@ struct FileHeader {
   std::atomic<std::uint64_t> reserved;  ///< how many bytes of the file have room on the disk
   std::atomic<std::uint32_t> stopped;   ///< a `Stopped`
   std::atomic<std::uint32_t> error;
-  std::atomic<std::uint32_t> attached;  ///< an `Attached`
-  std::atomic<std::uint32_t> unseen;    ///< references to traced functions, and libraries, that are not redirected
-  std::atomic<std::uint32_t> threads;   ///< how many have recorded, of all processes
-  std::atomic<std::uint32_t> missed;    ///< calls of natives that could not be recorded
+  std::atomic<std::uint32_t> attached;   ///< an `Attached`
+  std::atomic<std::uint32_t> unseen;     ///< references to traced functions, and libraries, that are not redirected
+  std::atomic<std::uint32_t> threads;    ///< how many have recorded, of all processes
+  std::atomic<std::uint32_t> missed;     ///< calls of natives that could not be recorded
+  std::atomic<std::uint32_t> extending;  ///< 1 while a thread extends the file; others wait for it as a futex
 };
 
 enum class RecordKind : std::uint32_t {

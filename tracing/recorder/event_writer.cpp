@@ -3,6 +3,7 @@
 #include "tracing/recorder/event_writer.h"
 
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -58,8 +59,17 @@ void stop(FileHeader& header, Stopped why, int error) {
 
 std::uint64_t roundedUp(std::uint64_t size) { return (size + pageSize - 1) / pageSize * pageSize; }
 
-/// Extends the file to hold `needed` bytes; threads and processes that do so at once do the same.
-bool extend(FileHeader& header, std::uint64_t needed) {
+/// Writes zeros to bytes that no record has yet, and maps them. Written by one call, they are large pages of the
+/// system's cache; a fault for each page takes three times as long, because it reads the page first.
+void prepare(int file, char* mapping, std::uint64_t begin, std::uint64_t end) {
+  static char zeros[2 * mostRoomAtOnce];  // takes no memory, because nothing is written to it
+  syscall(SYS_pwrite64, file, zeros, std::min<std::uint64_t>(end - begin, sizeof zeros), begin);
+  // Older systems do not know it.
+  madvise(mapping + begin, end - begin, MADV_POPULATE_WRITE);
+}
+
+/// Makes room for `needed` bytes, while no other thread or process does.
+bool extendAlone(FileHeader& header, std::uint64_t needed) {
   const std::uint64_t begin = header.reserved;
   if (needed <= begin) return true;
   const int file = openFile(0);
@@ -72,14 +82,25 @@ bool extend(FileHeader& header, std::uint64_t needed) {
     isReserved = reserve(file, begin, end);
   }
   const int error = errno;
+  if (isReserved) prepare(file, reinterpret_cast<char*>(&header), begin, end);
   syscall(SYS_close, file);
   errno = error;
-  if (!isReserved) return false;
-  // One call for all pages costs a third of a fault for each; older systems do not know it.
-  madvise(reinterpret_cast<char*>(&header) + begin / pageSize * pageSize, end - begin, MADV_POPULATE_WRITE);
-  std::uint64_t reserved = begin;
-  while (reserved < end && !header.reserved.compare_exchange_weak(reserved, end)) continue;
-  return true;
+  if (isReserved) header.reserved = end;
+  return isReserved;
+}
+
+/// Waits for whoever extends the file, unless that process was ended meanwhile.
+bool extend(FileHeader& header, std::uint64_t needed) {
+  constexpr timespec longest = {10, 0};
+  while (header.extending.exchange(1) != 0) {
+    if (syscall(SYS_futex, &header.extending, FUTEX_WAIT, 1, &longest) != 0 && errno == ETIMEDOUT) return false;
+  }
+  const bool isExtended = extendAlone(header, needed);
+  const int error = errno;
+  header.extending = 0;
+  syscall(SYS_futex, &header.extending, FUTEX_WAKE, INT_MAX);
+  errno = error;
+  return isExtended;
 }
 
 /// Claims the next bytes of the file.

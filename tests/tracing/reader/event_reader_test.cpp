@@ -400,7 +400,7 @@ TEST(Reader, RefusesWhatIsNoFileOfEvents) {
   writer.bytes = header;
   writer.header(offsetof(FileHeader, version), fileVersion + 1);
   EXPECT_EQ(refusal(writer.save(path)),
-            "'" + path + "' has version 2 of the events, not 1: use the orva-trace that recorded it");
+            "'" + path + "' has version 3 of the events, not 2: use the orva-trace that recorded it");
   std::filesystem::remove(path);
 }
 
