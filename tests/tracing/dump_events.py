@@ -12,6 +12,8 @@ KINDS = ['unfinished', 'begin', 'returned', 'threw', 'jumped', 'scan', 'lock', '
 HEADER = struct.Struct('<QIIQQQIIQQIIIIIIII')
 RECORD = struct.Struct('<IIIHHQ')
 VALUE = struct.Struct('<BBHI')
+CALL_SIZE = 24
+NOT_YET = 2**64 - 1
 
 
 def call_names():
@@ -27,6 +29,8 @@ def values(payload):
         data = payload[VALUE.size:VALUE.size + length]
         payload = payload[VALUE.size + (length + 3) // 4 * 4:]
         number = int.from_bytes(data, 'little', signed=True)
+        if kind == 255:
+            break
         if kind == 0:
             texts.append('null')
         elif kind in (4, 6):
@@ -43,7 +47,9 @@ def values(payload):
 
 
 def line(kind, call, payload, names):
-    if kind in ('begin', 'returned', 'threw', 'jumped'):
+    if kind == 'begin':
+        return [names[call], *values(payload[CALL_SIZE:])]
+    if kind in ('returned', 'threw', 'jumped'):
         return [names[call], *values(payload)]
     if kind == 'scan':
         _, count, read, full, short, tails, kept = struct.unpack_from('<QiIIIII', payload)
@@ -52,7 +58,7 @@ def line(kind, call, payload, names):
         return [f'process={struct.unpack_from("<I", payload)[0]}', *values(payload[8:])]
     if kind == 'lock':
         times = struct.unpack_from('<QQ', payload)
-        return [state for state, time in zip(('awaited', 'held'), times) if time == 2**64 - 1]
+        return [state for state, time in zip(('awaited', 'held'), times) if time == NOT_YET]
     return values(payload)
 
 
@@ -63,6 +69,17 @@ def dump(path, names, with_times):
     assert magic == 0x3165636172545652 and version == 2 and size == HEADER.size, f'{path} is not an event file'
     print(f'header process={process} parent={parent} limit={limit} stopped={stopped} error={error} '
           f'attached={attached} unseen={unseen} threads={threads}' + (f' missed={missed}' if missed else ''))
+
+    def clock(time):
+        return [f'{(time - start) / 1e3:.3f}'] if with_times else []
+
+    # By thread, the ends of calls that are in their first records. Printed as records when the calls are left.
+    returns = {}
+
+    def leave(thread, depth):
+        while returns.get(thread) and returns[thread][-1][0] >= depth:
+            print(*returns[thread].pop()[1])
+
     place = size
     while place < end:
         if place + RECORD.size > len(data):
@@ -70,13 +87,22 @@ def dump(path, names, with_times):
             break
         size, kind, thread, call, depth, time = RECORD.unpack_from(data, place)
         if size == 0:
+            # Claimed by a thread that was stopped before it wrote the size.
             print('hole')
-            break
+            place = next((at for at in range(place, end, 8) if data[at:at + 8] != bytes(8)), end)
+            continue
         payload = data[place + RECORD.size:place + size]
         assert size % 8 == 0 and size >= RECORD.size and place + size <= reserved, f'a torn record at {place}'
+        leave(thread, depth)
         words = [str(thread), str(depth), KINDS[kind], *(line(KINDS[kind], call, payload, names) if kind else [])]
-        print(*([f'{(time - start) / 1e3:.3f}'] if with_times else []), *words)
+        print(*clock(time), *words)
+        if KINDS[kind] == 'begin' and (duration := int.from_bytes(payload[:8], 'little')) != NOT_YET:
+            results = values(payload[8:CALL_SIZE])
+            returns.setdefault(thread, []).append(
+                (depth, [*clock(time + duration), thread, depth, 'returned', names[call], *results]))
         place += size
+    for thread in returns:
+        leave(thread, 0)
 
 
 def main():

@@ -38,6 +38,11 @@ class Payload {
     return *this;
   }
 
+  Payload& append(const Payload& other) {
+    bytes += other.bytes;
+    return *this;
+  }
+
   std::string bytes;
 
  private:
@@ -88,7 +93,15 @@ class EventWriter {
   }
 
   EventWriter& begin(CallId call, std::uint16_t depth, const Payload& arguments = {}) {
-    return record(RecordKind::begin, call, depth, arguments);
+    return record(RecordKind::begin, call, depth, Payload().raw(CallRecord{}).append(arguments));
+  }
+  /// A call whose end is in its first record, with at most two results of no bytes or one of them.
+  EventWriter& complete(CallId call, std::uint16_t depth, std::uint64_t duration, const Payload& results = {},
+                        const Payload& arguments = {}) {
+    CallRecord made;
+    made.duration = duration;
+    std::memcpy(made.values, results.bytes.data(), results.bytes.size());
+    return record(RecordKind::begin, call, depth, Payload().raw(made).append(arguments));
   }
   EventWriter& returned(CallId call, std::uint16_t depth, const Payload& results = {}) {
     return record(RecordKind::returned, call, depth, results);

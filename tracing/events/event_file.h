@@ -59,8 +59,8 @@ struct FileHeader {
 
 enum class RecordKind : std::uint32_t {
   unfinished,  ///< claimed, and perhaps never written
-  begin,       ///< of a call; its arguments, without the texts that it fills
-  returned,    ///< a call's end; its result, and the texts that it filled
+  begin,       ///< of a call, see `CallRecord`; its arguments, without the texts that it fills
+  returned,    ///< a call's end; its result and the texts that it filled, which its `CallRecord` has no room for
   threw,       ///< a call's end by an exception; a `typeName`, or nothing for one that is not of C++
   jumped,      ///< a call's end by longjmp, or by the end of its thread
   scan,        ///< all registry calls in a row, see `ScanRecord`
@@ -96,6 +96,8 @@ struct ScanRecord {
 };
 constexpr std::uint32_t mostMatches = 8;
 
+constexpr std::uint64_t notYet = ~std::uint64_t{0};  ///< in place of a time that is put into a record later
+
 /// One walk of the type table, as the library's lock on it shows it. The record is finished when the lock is asked for,
 /// so that a thread that never gets it is seen; its times are put into it as they are known, and are `notYet` before.
 /// The lock may also be refused: then the thread goes on, and the times stay.
@@ -103,7 +105,6 @@ struct LockRecord {
   std::atomic<std::uint64_t> waited;
   std::atomic<std::uint64_t> held;
 };
-constexpr std::uint64_t notYet = ~std::uint64_t{0};
 
 /// What a value in a payload is.
 enum class StoredKind : std::uint8_t {
@@ -123,7 +124,16 @@ struct StoredValue {
   std::uint16_t elements;  ///< of a count: how many texts follow
   std::uint32_t length;
 };
+/// In place of a value where none follows.
+constexpr StoredValue noValue = {static_cast<StoredKind>(255), 0, 0, 0};
 constexpr std::uint32_t longestText = 1024;
 constexpr std::uint16_t mostElements = 16;
+
+/// How a call returned. Most results fit here: a record of their own would cost more time. Any other end of a call is a
+/// record, and `duration` stays.
+struct CallRecord {
+  std::atomic<std::uint64_t> duration = notYet;  ///< written last
+  StoredValue values[2] = {noValue, noValue};    ///< the result and the texts that the call filled
+};
 
 }  // namespace orva::tracing

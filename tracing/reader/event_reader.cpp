@@ -139,8 +139,10 @@ std::vector<Event>& CallTree::innermost() {
 void CallTree::leave(Ending ending, std::uint64_t time) {
   Event event = std::move(open.back().event);
   open.pop_back();
-  event.ending = ending;
-  event.duration = between(event.begin, time);
+  if (!event.hasEnded()) {
+    event.ending = ending;
+    event.duration = between(event.begin, time);
+  }
   if (event.lock.isAwaited) event.lock.waited = event.duration;
   // A thread that did not get the lock and went on was refused it.
   if (event.kind == EventKind::lock && ending == Ending::jumped) return;
@@ -152,13 +154,23 @@ void CallTree::leaveFrom(std::uint16_t depth, std::uint64_t time) {
   while (!open.empty() && open.back().depth >= depth) leave(Ending::jumped, time);
 }
 
+/// A call that has returned stays open until the next record that is not in it, because calls in it follow.
 void CallTree::begin(const ReadRecord& record) {
   if (record.call >= static_cast<std::uint16_t>(CallId::count)) return;
   leaveFrom(record.depth, record.time);
   Event event;
   event.call = static_cast<CallId>(record.call);
   event.begin = record.time;
-  event.arguments = valuesOf(record.payload);
+  std::string_view arguments = record.payload;
+  const std::string_view call = takeFront(arguments, sizeof(CallRecord));
+  const auto duration = numberAt<std::uint64_t>(call, offsetof(CallRecord, duration));
+  if (call.size() == sizeof(CallRecord) && duration != notYet) {
+    event.ending = Ending::returned;
+    event.duration = duration;
+    event.results = valuesOf(call.substr(offsetof(CallRecord, values)));
+    last = std::max(last, sum(record.time, duration));
+  }
+  event.arguments = valuesOf(arguments);
   open.push_back({std::move(event), record.depth});
 }
 
@@ -242,6 +254,9 @@ void CallTree::add(const ReadRecord& record) {
 }
 
 Thread CallTree::finish(Ending ending, std::uint64_t time) {
+  // What is still open in a call that returned was left.
+  const auto returned = std::find_if(open.begin(), open.end(), [](const Open& call) { return call.event.hasEnded(); });
+  if (returned != open.end()) leaveFrom(returned->depth, sum(returned->event.begin, returned->event.duration));
   while (!open.empty()) leave(ending, time);
   return std::move(thread);
 }

@@ -121,15 +121,27 @@ void ThreadTrace::closeScan(std::uint64_t time) {
   write(RecordKind::scan, 0, begin);
 }
 
-/// Ends the innermost call, with the contents of `payload_` in its record. A call that began in the parent before a
-/// fork is dropped without a record.
-void ThreadTrace::end(RecordKind kind, std::uint64_t time) {
+/// Takes off the innermost call.
+/// @return null for one that began in the parent before a fork, whose end is not recorded.
+const ThreadTrace::OpenCall* ThreadTrace::closeCall() {
   const OpenCall& call = open_[--openCount_];
-  if (openCount_ < inherited_) {
-    inherited_ = openCount_;
-  } else {
-    write(kind, call.call, time);
-  }
+  if (openCount_ >= inherited_) return &call;
+  inherited_ = openCount_;
+  return nullptr;
+}
+
+/// Ends the innermost call by a record with the contents of `payload_`.
+void ThreadTrace::end(RecordKind kind, std::uint64_t time) {
+  if (const OpenCall* const call = closeCall()) write(kind, call->slot, time);
+}
+
+/// Ends the innermost call, which returned the contents of `payload_`, in its first record if they fit.
+void ThreadTrace::endReturned(std::uint64_t time) {
+  if (payload_.size() > sizeof(CallRecord::values)) return end(RecordKind::returned, time);
+  const OpenCall* const call = closeCall();
+  if (call == nullptr || call->record == nullptr) return;
+  std::memcpy(call->record->values, payload_.data(), payload_.size());
+  call->record->duration.store(time - call->begin, std::memory_order_release);
 }
 
 /// Ends the calls whose frames a longjmp removed: they are deeper in the stack than the part in use.
@@ -142,10 +154,16 @@ void ThreadTrace::closeJumped(const Frame* deepest, std::uint64_t time) {
 
 void ThreadTrace::begin(const Frame& frame, std::uint64_t time) {
   payload_.clear();
+  payload_.putPart(CallRecord{});
   forEachArgument(frame, [this](ValueType type, const std::uint64_t* words) { putArgument(type, words, payload_); });
-  const auto call = static_cast<std::uint16_t>(frame.slot);
-  write(RecordKind::begin, call, time);
-  open_[openCount_++] = {&frame, keyOf(frame), call};
+  openCall(&frame, frame.slot, keyOf(frame), time);
+}
+
+/// Begins a call by a record with the contents of `payload_`.
+void ThreadTrace::openCall(const Frame* frame, std::uint64_t slot, const char* key, std::uint64_t time) {
+  const auto call = static_cast<std::uint16_t>(slot);
+  auto* const record = static_cast<CallRecord*>(write(RecordKind::begin, call, time));
+  open_[openCount_++] = {frame, key, record, time, call};
 }
 
 void ThreadTrace::enterRegistry(std::uint64_t slot) {
@@ -213,7 +231,7 @@ void ThreadTrace::leave(const Frame& frame) {
   forEachArgument(frame, [this](ValueType type, const std::uint64_t* words) {
     if (type == ValueType::filled) payload_.putString(pointer(*words));
   });
-  end(RecordKind::returned, time);
+  endReturned(time);
 }
 
 void ThreadTrace::unwind(const Frame* frame, const char* type) {
@@ -227,8 +245,8 @@ void ThreadTrace::unwind(const Frame* frame, const char* type) {
   // What a scan was about to count is shown as a call when it fails.
   if (isBrief && openCount_ < mostOpenCalls) {
     payload_.clear();
-    write(RecordKind::begin, static_cast<std::uint16_t>(slot), time);
-    open_[openCount_++] = {frame, nullptr, static_cast<std::uint16_t>(slot)};
+    payload_.putPart(CallRecord{});
+    openCall(frame, slot, nullptr, time);
   }
   // A call that was too deep was not opened.
   if (openCount_ == 0 || (frame != nullptr && open_[openCount_ - 1].frame != frame)) return;

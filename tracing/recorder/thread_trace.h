@@ -33,8 +33,10 @@ class ThreadTrace {
  private:
   struct OpenCall {
     const Frame* frame;
-    const char* key;  ///< of a native, the name that it scans for
-    std::uint16_t call;
+    const char* key;     ///< of a native, the name that it scans for
+    CallRecord* record;  ///< in the file; null when there was no room for it
+    std::uint64_t begin;
+    std::uint16_t slot;
   };
 
   void announce(std::uint64_t time);
@@ -43,7 +45,10 @@ class ThreadTrace {
   void leaveRegistry(const Frame& frame);
   void closeScan(std::uint64_t time);
   void closeJumped(const Frame* deepest, std::uint64_t time);
+  void openCall(const Frame* frame, std::uint64_t slot, const char* key, std::uint64_t time);
+  const OpenCall* closeCall();
   void end(RecordKind kind, std::uint64_t time);
+  void endReturned(std::uint64_t time);
   void enterLock(std::uint64_t time);
   void leaveLock(const Frame& frame);
   void enterUnlock();

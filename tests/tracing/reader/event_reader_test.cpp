@@ -88,6 +88,52 @@ TEST(Reader, NestsCallsAndKeepsTheirTimes) {
   EXPECT_EQ(native.inner[1].inner[0].result()->number, 7);
 }
 
+TEST(Reader, ReadsReturnsThatAreInFirstRecords) {
+  EventWriter writer;
+  writer.at(100).complete(getTypeByName, 0, 900, Payload().pointer(9), Payload().text("Cart"));
+  writer.at(200).complete(loadSource, 1, 300, {}, Payload().text("/s/Cart.ov"));
+  writer.at(300).complete(getTypeByName, 2, 50, Payload().null(), Payload().text("Item"));
+  writer.at(600).complete(loadClass, 1, 20, Payload().integer(-7));
+  writer.at(700).complete(loadClass, 1, 20, Payload().null().null());
+  const Trace trace = traceOf(writer);
+  const std::vector<Event>& events = trace.threads.at(0).events;
+  EXPECT_EQ(shapeOf(events),
+            "ClassLoader.getTypeByName[Compiler::ensureSourceLoadedInActiveJit[ClassLoader.getTypeByName] "
+            "SystemClassLoader.loadClass SystemClassLoader.loadClass]");
+  const Event& native = events.at(0);
+  EXPECT_EQ(native.duration, 900U);
+  EXPECT_EQ(native.ending, Ending::returned);
+  EXPECT_EQ(native.arguments.at(0).text, "Cart");
+  EXPECT_EQ(native.result()->number, 9);
+  EXPECT_EQ(native.inner[0].duration, 300U);
+  EXPECT_EQ(native.inner[0].result(), nullptr);
+  EXPECT_EQ(native.inner[0].arguments.at(0).text, "/s/Cart.ov");
+  ASSERT_EQ(native.inner[0].inner[0].results.size(), 1U);
+  EXPECT_EQ(native.inner[0].inner[0].result()->kind, StoredKind::null);
+  EXPECT_EQ(native.inner[1].result()->number, -7);
+  EXPECT_EQ(native.inner[2].results.size(), 2U);
+}
+
+/// A call may have ended after the last record: others of its process were open until then.
+TEST(Reader, TakesTheEndsOfCallsForTimesOfTheProcess) {
+  EventWriter writer;
+  writer.in(1).at(100).begin(getTypeByName, 0);
+  writer.in(2).at(200).complete(loadClass, 0, 500);
+  const Trace trace = traceOf(writer);
+  EXPECT_EQ(trace.threads.at(0).events.at(0).ending, Ending::abandoned);
+  EXPECT_EQ(trace.threads.at(0).events.at(0).duration, 600U);
+}
+
+/// A lock that was refused is still open when the call around it has returned.
+TEST(Reader, LeavesWhatIsOpenInCallsThatReturned) {
+  EventWriter writer;
+  writer.at(100).begin(getTypeByName, 0).at(110).complete(loadSource, 1, 500);
+  writer.at(150).lock(2, notYet, notYet).at(160).begin(loadClass, 2);
+  EXPECT_EQ(shapeOf(writer),
+            "ClassLoader.getTypeByName?[Compiler::ensureSourceLoadedInActiveJit"
+            "[SystemClassLoader.loadClass!]]");
+}
+
 TEST(Reader, ReadsEveryKindOfValue) {
   EventWriter writer;
   writer.begin(getTypeByName, 0,
