@@ -23,9 +23,6 @@
 
 #include "reference_host/compiler/linkage.h"
 #include "reference_host/language/printable_text.h"
-#include "reference_host/runtime/built_in_methods.h"
-#include "reference_host/runtime/dynamic_operations.h"
-#include "reference_host/runtime/operations.h"
 
 namespace orva::compiler {
 
@@ -151,11 +148,8 @@ Engine::Session::Session() {
   });
   operations = &jit->getExecutionSession().createBareJITDylib("orva.operations");
   orc::SymbolMap symbols;
-  for (const auto& list :
-       {runtime::operations(), runtime::builtInOperations(), runtime::dynamicOperations(), linkOperations()}) {
-    for (const runtime::NamedOperation& operation : list) {
-      symbols[jit->mangleAndIntern(operation.name)] = exported(operation.address);
-    }
+  for (const runtime::NamedOperation& operation : compiledCodeOperations()) {
+    symbols[jit->mangleAndIntern(operation.name)] = exported(operation.address);
   }
   require(operations->define(orc::absoluteSymbols(std::move(symbols))));
 }

@@ -1,4 +1,4 @@
-// Loads a class when it is called for the first time.
+// Lists the operations of compiled code, and loads a class when it is called for the first time.
 #include "reference_host/compiler/linkage.h"
 
 #include <atomic>
@@ -10,6 +10,7 @@
 #include "reference_host/compiler/context.h"
 #include "reference_host/language/printable_text.h"
 #include "reference_host/runtime/built_in_methods.h"
+#include "reference_host/runtime/dynamic_operations.h"
 #include "reference_host/runtime/type_registry.h"
 
 namespace rt = orva::runtime;
@@ -102,10 +103,14 @@ static int64_t orvart_callMember(const char* method, int64_t count, const int64_
 
 namespace orva::compiler {
 
-std::vector<runtime::NamedOperation> linkOperations() {
-  return {runtime::guarded<orvart_linkMethod>("orvart_linkMethod"),
-          runtime::guarded<orvart_callByName>("orvart_callByName"),
-          runtime::guarded<orvart_callMember>("orvart_callMember")};
+std::vector<runtime::NamedOperation> compiledCodeOperations() {
+  std::vector<runtime::NamedOperation> all = {runtime::guarded<orvart_linkMethod>("orvart_linkMethod"),
+                                              runtime::guarded<orvart_callByName>("orvart_callByName"),
+                                              runtime::guarded<orvart_callMember>("orvart_callMember")};
+  for (const auto& list : {runtime::operations(), runtime::builtInOperations(), runtime::dynamicOperations()}) {
+    all.insert(all.end(), list.begin(), list.end());
+  }
+  return all;
 }
 
 }  // namespace orva::compiler

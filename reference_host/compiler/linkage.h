@@ -1,4 +1,4 @@
-// How compiled code finds classes and methods while it runs.
+// What compiled code is linked against.
 #pragma once
 
 #include <vector>
@@ -7,7 +7,7 @@
 
 namespace orva::compiler {
 
-/// The operations that compiled code finds methods by.
-std::vector<runtime::NamedOperation> linkOperations();
+/// All operations that compiled code calls: the runtime's, and those that find classes and methods while it runs.
+std::vector<runtime::NamedOperation> compiledCodeOperations();
 
 }  // namespace orva::compiler
