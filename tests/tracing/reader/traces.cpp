@@ -41,8 +41,7 @@ EventWriter everyKindOfRecord() {
   writer.at(9'000'000).threw(load, 1, Payload().typeName("St13runtime_error"));
   writer.at(9'100'000).scan(1, {60'000, 5001, 5001, 0, 1, 1, 2}, "Cart", {"shop.Cart", "toy.Cart"});
   const auto bundle = CallId::Compiler_ensureObjectBundleLoadedInActiveJit;
-  writer.at(9'200'000).begin(bundle, 1, Payload().list(20, {"a.o", "b.o"}).list(1, {"1f"}));
-  writer.at(9'300'000).returned(bundle, 1);
+  writer.at(9'200'000).complete(bundle, 1, 100'000, {}, Payload().list(20, {"a.o", "b.o"}).list(1, {"1f"}));
   writer.at(9'400'000).begin(CallId::Orva_raise, 1, Payload().text("Exception").text("no", true));
   writer.at(9'500'000).returned(CallId::Orva_raise, 1);
   writer.at(9'600'000).returned(CallId::orva_ClassLoader_getTypeByName, 0, Payload().null());

@@ -1,0 +1,47 @@
+// Any file is read as a trace or refused, and what is shown of it never steers a terminal.
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include "finding.h"
+#include "target.h"
+#include "temporary_folder.h"
+#include "tracing/reader/chrome_trace.h"
+#include "tracing/reader/filters.h"
+#include "tracing/reader/html_page.h"
+#include "tracing/reader/summary.h"
+#include "tracing/reader/text_tree.h"
+
+using namespace orva::tracing;
+
+static void requirePrintable(const std::string& text) {
+  const auto isPrintable = [](unsigned char byte) { return byte == '\n' || (byte >= ' ' && byte != 0x7F); };
+  require(std::all_of(text.begin(), text.end(), isPrintable), "a control character is shown: " + text);
+}
+
+static void show(Trace trace) {
+  std::ostringstream shown;
+  printTree(trace, {}, shown);
+  printNotes(trace, {}, shown);
+  printSummary(summaryOf({trace}), {}, shown);
+  std::ostringstream json;
+  writeChromeTrace({trace}, json);
+  writeHtmlPage({trace}, json);
+  keepMatching(trace, {{CallId::orva_SystemClassLoader_loadClass}, "a", 1});
+  printTree(trace, {}, shown);
+  requirePrintable(shown.str());
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+  static const TemporaryFolder folder;
+  const std::string path = folder.path("1-0.events");
+  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+  try {
+    show(readTrace(path));
+  } catch (const std::runtime_error& refused) {
+    requirePrintable(refused.what());
+  }
+  return 0;
+}
