@@ -51,6 +51,8 @@ def line(kind, call, payload, names):
         return [names[call], *values(payload[CALL_SIZE:])]
     if kind in ('returned', 'threw', 'jumped'):
         return [names[call], *values(payload)]
+    if kind == 'scan' and not payload:
+        return ['begins']
     if kind == 'scan':
         _, count, read, full, short, tails, kept = struct.unpack_from('<QiIIIII', payload)
         return [f'count={count} read={read} full={full} short={short} tail={tails} kept={kept}', *values(payload[32:])]

@@ -118,6 +118,7 @@ class EventWriter {
     for (const std::string& name : names) payload.text(name);
     return record(RecordKind::scan, CallId{}, depth, payload);
   }
+  EventWriter& scanBegins(std::uint16_t depth) { return record(RecordKind::scan, CallId{}, depth, {}); }
   EventWriter& lock(std::uint16_t depth, std::uint64_t waited, std::uint64_t held) {
     return record(RecordKind::lock, CallId{}, depth, Payload().raw(LockRecord{waited, held}));
   }

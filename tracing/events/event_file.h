@@ -84,7 +84,8 @@ struct ThreadRecord {
   std::uint32_t id;       ///< as the system counts
 };
 
-/// One reading of the registry. The key as a text, then the matched names as texts.
+/// One reading of the registry. A record without this part tells that one begins, so that a thread that never ends it
+/// is seen; the record with it follows at the end. Then the key as a text, and the matched names as texts.
 struct ScanRecord {
   std::uint64_t duration;
   std::int32_t count;       ///< that the registry gave

@@ -86,7 +86,9 @@ static void addEnding(Members& members, const Event& event) {
 
 static std::string argumentsOf(const Event& event) {
   Members members;
-  if (event.kind == EventKind::scan) {
+  if (event.kind == EventKind::scan && !event.hasEnded()) {
+    addEnding(members, event);
+  } else if (event.kind == EventKind::scan) {
     members.add("key", jsonText(event.scan.key));
     members.add("types", event.scan.count);
     members.add("read", event.scan.read);

@@ -115,7 +115,9 @@ class CallTree {
   void begin(const ReadRecord& record);
   void end(const ReadRecord& record);
   void addWhole(const ReadRecord& record, Event event);
+  void addScan(const ReadRecord& record);
   void addLock(const ReadRecord& record);
+  void addOpen(const ReadRecord& record, Event event);
   void leave(Ending ending, std::uint64_t time);
   void leaveFrom(std::uint16_t depth, std::uint64_t time);
   std::vector<Event>& innermost();
@@ -144,8 +146,8 @@ void CallTree::leave(Ending ending, std::uint64_t time) {
     event.duration = between(event.begin, time);
   }
   if (event.lock.isAwaited) event.lock.waited = event.duration;
-  // A thread that did not get the lock and went on was refused it.
-  if (event.kind == EventKind::lock && ending == Ending::jumped) return;
+  // A thread that did not get the lock and went on was refused it; one that read the registry has a record of that.
+  if (event.kind != EventKind::call && ending == Ending::jumped) return;
   innermost().push_back(std::move(event));
 }
 
@@ -157,10 +159,8 @@ void CallTree::leaveFrom(std::uint16_t depth, std::uint64_t time) {
 /// A call that has returned stays open until the next record that is not in it, because calls in it follow.
 void CallTree::begin(const ReadRecord& record) {
   if (record.call >= static_cast<std::uint16_t>(CallId::count)) return;
-  leaveFrom(record.depth, record.time);
   Event event;
   event.call = static_cast<CallId>(record.call);
-  event.begin = record.time;
   std::string_view arguments = record.payload;
   const std::string_view call = takeFront(arguments, sizeof(CallRecord));
   const auto duration = numberAt<std::uint64_t>(call, offsetof(CallRecord, duration));
@@ -171,7 +171,7 @@ void CallTree::begin(const ReadRecord& record) {
     last = std::max(last, sum(record.time, duration));
   }
   event.arguments = valuesOf(arguments);
-  open.push_back({std::move(event), record.depth});
+  addOpen(record, std::move(event));
 }
 
 /// Drops an end without a beginning: that was not recorded, or in the process that forked this one.
@@ -220,18 +220,30 @@ static Event scanOf(std::string_view payload) {
   return event;
 }
 
-/// A lock that is waited for or held is open, like a call.
+/// Adds an event that other records end, like a call.
+void CallTree::addOpen(const ReadRecord& record, Event event) {
+  leaveFrom(record.depth, record.time);
+  event.begin = record.time;
+  open.push_back({std::move(event), record.depth});
+}
+
+void CallTree::addScan(const ReadRecord& record) {
+  if (record.payload.size() >= sizeof(ScanRecord)) return addWhole(record, scanOf(record.payload));
+  Event event;
+  event.kind = EventKind::scan;
+  addOpen(record, std::move(event));
+}
+
+/// A lock that is waited for or held is open.
 void CallTree::addLock(const ReadRecord& record) {
   Event event;
   event.kind = EventKind::lock;
-  event.begin = record.time;
   event.lock.waited = numberAt<std::uint64_t>(record.payload, offsetof(LockRecord, waited));
   event.lock.isAwaited = event.lock.waited == notYet;
   const auto held = numberAt<std::uint64_t>(record.payload, offsetof(LockRecord, held));
   event.duration = sum(event.lock.waited, held);
   if (held != notYet) return addWhole(record, std::move(event));
-  leaveFrom(record.depth, record.time);
-  open.push_back({std::move(event), record.depth});
+  addOpen(record, std::move(event));
 }
 
 void CallTree::add(const ReadRecord& record) {
@@ -241,7 +253,7 @@ void CallTree::add(const ReadRecord& record) {
     case RecordKind::returned:
     case RecordKind::threw:
     case RecordKind::jumped: return end(record);
-    case RecordKind::scan: return addWhole(record, scanOf(record.payload));
+    case RecordKind::scan: return addScan(record);
     case RecordKind::lock: return addLock(record);
     default: break;
   }

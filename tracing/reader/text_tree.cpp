@@ -222,13 +222,14 @@ static Line lineOfScan(const Scan& scan) {
 
 static Line lineOf(const Event& event) {
   if (event.kind == EventKind::call) return lineOfCall(event);
-  if (event.kind == EventKind::scan) return lineOfScan(event.scan);
   if (event.ending != Ending::returned) {
     const std::string ending = endingOf(event);
-    Line line{{{event.lock.isAwaited ? nameOf(event) : "holding the type table's lock"}}, {}};
+    const std::string lock = event.lock.isAwaited ? nameOf(event) : "holding the type table's lock";
+    Line line{{{event.kind == EventKind::scan ? "reading the registry" : lock}}, {}};
     if (!ending.empty()) line.ending.push_back({ending, Colour::failure});
     return line;
   }
+  if (event.kind == EventKind::scan) return lineOfScan(event.scan);
   const std::uint64_t waited = std::min(event.lock.waited, event.duration);
   std::string text = nameOf(event) + ", lock held " + durationText(event.duration - waited);
   if (waited >= 1000) text += " after a wait of " + durationText(waited);

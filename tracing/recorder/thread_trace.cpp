@@ -171,6 +171,8 @@ void ThreadTrace::enterRegistry(std::uint64_t slot) {
   const std::uint64_t time = monotonicTime();
   closeScan(time);
   scan_.open(openCount_ == 0 ? nullptr : open_[openCount_ - 1].key, time);
+  payload_.clear();
+  write(RecordKind::scan, 0, time);
 }
 
 void ThreadTrace::enter(const Frame& frame) {

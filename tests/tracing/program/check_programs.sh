@@ -244,7 +244,8 @@ kill -KILL "$program"
 wait $! 2>/dev/null
 same 'a killed program, by its status' 137 $?
 for file in tree dump; do
-  same "a call that was not ended, $file" 1 "$(grep -c 'had not ended when the process ended' "$file")"
+  same "a call that was not ended, $file" 2 "$(grep -c 'had not ended when the process ended' "$file")"
+  grep -q '^  reading the registry had not ended' "$file" || fail "$file does not tell where the call was"
   "$trace" --read killed >dump
 done
 

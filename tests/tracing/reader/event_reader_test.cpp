@@ -134,6 +134,22 @@ TEST(Reader, LeavesWhatIsOpenInCallsThatReturned) {
             "[SystemClassLoader.loadClass!]]");
 }
 
+/// A scan that goes on is seen; the record of its end takes its place.
+TEST(Reader, ReplacesAScanThatBeganByItsEnd) {
+  EventWriter writer;
+  writer.at(100).begin(getTypeByName, 0).at(150).scanBegins(1);
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?[scan?]");
+  writer.at(150).scan(1, {40, 5001, 5001, 0, 0, 0, 0}, "Cart");
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?[scan]");
+}
+
+/// The read of the registry that failed, or was left, is shown by what followed.
+TEST(Reader, DropsAScanWithoutAnEnd) {
+  EventWriter writer;
+  writer.at(100).complete(getTypeByName, 0, 900).at(150).scanBegins(1);
+  EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName");
+}
+
 TEST(Reader, ReadsEveryKindOfValue) {
   EventWriter writer;
   writer.begin(getTypeByName, 0,

@@ -128,6 +128,13 @@ TEST(TextTree, ShowsWhoIsAtTheLock) {
   EXPECT_EQ(shown(600'000'000, notYet), padded("  holding the type table's lock", 55) + time);
 }
 
+TEST(TextTree, ShowsWhoReadsTheRegistry) {
+  EventWriter writer;
+  writer.begin(getTypeByName, 0).scanBegins(1);
+  EXPECT_NE(callsOf(writer).find("\n  reading the registry had not ended when the process ended"), std::string::npos)
+      << callsOf(writer);
+}
+
 TEST(TextTree, SaysWhenALockWasNotReleased) {
   const auto shown = [](std::uint64_t waited, Stopped stopped) {
     EventWriter writer;

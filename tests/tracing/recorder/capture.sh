@@ -166,6 +166,7 @@ forks() {
     header 1
     thread 1 lazy
     echo '1 0 begin orva_ClassLoader_getTypeByName "Wagon"'
+    echo '1 1 scan begins'
     echo '1 1 scan count=5 read=5 full=0 short=0 tail=1 kept=1 "Wagon" "shop.sub.Wagon"'
     echo '1 1 begin Orva_typeByName "Wagon"'
     echo '1 1 returned Orva_typeByName pointer'
