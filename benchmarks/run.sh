@@ -32,6 +32,9 @@ flags=$(sed -n 's/^CMAKE_CXX_FLAGS_RELEASE:[^=]*=//p' "$build/CMakeCache.txt")
 echo "$("$compiler" --version | sed -n 1p) $flags" >"$results/compiler.txt"
 # In the program's order, which loads single classes before it loads thousands.
 timed "$build/benchmarks/host/host_benchmarks" "$results/host.json"
+echo "Running trace_costs and trace_loads …"
+benchmarks/tracing/measure.sh "$build/lib/orva-trace" "$build"/benchmarks/tracing/trace_{costs,loads} \
+  >"$results/tracing.tsv"
 if [ "${2:-}" = --peers ]; then
   echo "Running the peers …"
   benchmarks/peers/run.sh "$build" "$charts/peers.json" || echo "The figures of a peer that failed are left out" >&2

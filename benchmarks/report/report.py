@@ -94,6 +94,7 @@ def target_rows(results, targets):
 
 
 TARGET_HEADER = ["what", "floor", "here", "here ÷ floor", "target", ""]
+TRACING_HEADER = ["what", "alone", "traced", "added", "at most", ""]
 
 
 def growth_table(results):
@@ -111,6 +112,11 @@ def exponent_table(results):
     rows = [[title, f"{results.exponent(call):.2f}", f"{results.exponent(floor):.2f}"]
             for title, call, floor in FAMILIES]
     return table(["what", "here", "floor"], rows)
+
+
+def tracing_rows(folder):
+    rows = [line.split("\t") for line in (folder / "tracing.tsv").read_text(encoding="utf-8").splitlines()]
+    return [[*row[:-1], row[-1].replace("missed", "**missed**")] for row in rows]
 
 
 def lookup_allocations(results):
@@ -161,6 +167,7 @@ def main(folder, page, chart_folder):
     chart_folder.mkdir(parents=True, exist_ok=True)
     charts.draw(results, chart_folder)
     library, host = target_rows(results, TARGETS), target_rows(results, HOST_TARGETS)
+    tracing = tracing_rows(folder)
     held, waits = mutex_tables(results)
     page.write_text(fill(
         "performance.md.in", machine=machine_text(results.context, compiler), targets=table(TARGET_HEADER, library),
@@ -172,12 +179,12 @@ def main(folder, page, chart_folder):
         lookup_allocations=f"{lookup_allocations(results):.0f}", growth=growth_table(results),
         exponents=exponent_table(results), held=held, waits=waits,
         instructions=(folder / "instructions.txt").read_text(encoding="utf-8").rstrip(),
-        host=table(TARGET_HEADER, host),
+        host=table(TARGET_HEADER, host), tracing=table(TRACING_HEADER, tracing),
         memory_source=f"{results.counter('type_memory/from_source', 'bytes_per_type'):,.0f}",
         memory_object=f"{results.counter('type_memory/from_object', 'bytes_per_type'):,.0f}",
         peers=peers_text(chart_folder)), encoding="utf-8")
     width = max(len(row[0]) for row in library + host)
-    for row in [TARGET_HEADER, *library, *host]:
+    for row in [TARGET_HEADER, *library, *host, TRACING_HEADER, *tracing]:
         print(f"{row[0]:<{width}} {row[1]:>9} {row[2]:>9} {row[3]:>12} {row[4]:>7} {row[5].strip('*')}".rstrip())
 
 

@@ -32,7 +32,7 @@ int main() {
   const std::string known = measured::fullNameOf(types - 1);
   const std::string knownShort = measured::shortNameOf(types - 1);
   // Each round extends the file of events several times.
-  measure("event", 30'000, 2, [&] { orva_SystemClassLoader_loadClass(nullptr, known.c_str()); });
-  measure("registry call, full name", 20, 2 * types, [&] { orva_ClassLoader_getTypeByName(known.c_str()); });
-  measure("registry call, short name", 20, 2 * types, [&] { orva_ClassLoader_getTypeByName(knownShort.c_str()); });
+  measure("An event", 30'000, 2, [&] { orva_SystemClassLoader_loadClass(nullptr, known.c_str()); });
+  measure("A registry call, by full name", 20, 2 * types, [&] { orva_ClassLoader_getTypeByName(known.c_str()); });
+  measure("A registry call, by short name", 20, 2 * types, [&] { orva_ClassLoader_getTypeByName(knownShort.c_str()); });
 }

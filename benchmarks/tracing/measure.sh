@@ -1,25 +1,35 @@
 #!/usr/bin/env bash
-# Prints what the recorder adds to an event, to a registry call that it only counts, and to a load from source. Each row
-# has the cost without the recorder, the cost with it, the difference and its limit.
+# Prints what the recorder adds to an event, to a registry call that it only counts, and to a load from source: rows of
+# cells, separated by tabs, each with the cost without the recorder, the cost with it, the difference, its limit, and
+# whether that is met.
 # Usage: measure.sh FOLDER-OF-THE-RECORDER COSTS [LOADS]
 set -euo pipefail
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 traced=(env "LD_AUDIT=$1/liborva-trace-audit.so" "LD_PRELOAD=$1/liborva-trace-recorder.so" "ORVA_TRACE_FOLDER=$work")
-"$2" >"$work/without"
-"${traced[@]}" "$2" >"$work/with"
-compgen -G "$work/*.events" >/dev/null || { echo "measure.sh: $1 recorded nothing" >&2; exit 1; }
-paste "$work/without" <(cut -f2 "$work/with") |
-  awk -F'\t' '{ printf "%-28s %8.1f %8.1f %8.1f ns, at most %d\n", $1, $2, $3, $3 - $2, $1 == "event" ? 120 : 15 }'
 
 # Alternates, so that whatever disturbs the machine disturbs both.
-[[ -n ${3:-} ]] || exit 0
-rm "$work/with" "$work/without"
 for _ in {1..7}; do
-  "$3" >>"$work/without"
-  "${traced[@]}" "$3" >>"$work/with"
+  for program in "${@:2}"; do
+    "$program" >>"$work/without"
+    "${traced[@]}" "$program" >>"$work/with"
+  done
+  compgen -G "$work/*.events" >/dev/null || { echo "measure.sh: $1 recorded nothing" >&2; exit 1; }
+  rm "$work"/*.events
 done
-median() { sort -n "$1" | sed -n 4p; }
-awk -v without="$(median "$work/without")" -v with="$(median "$work/with")" 'BEGIN {
-  printf "%-28s %8.0f %8.0f %+8.1f %%, at most 10\n", "load from source, ns", without, with, (with / without - 1) * 100 }'
+
+# The medians of a row, by its name.
+median() {  # FILE NAME
+  awk -F'\t' -v name="$2" '$1 == name { print $2 }' "$1" | sort -g | sed -n 4p
+}
+cut -f1 "$work/with" | awk '!seen[$0]++' | while IFS= read -r name; do
+  printf '%s\t%s\t%s\n' "$name" "$(median "$work/without" "$name")" "$(median "$work/with" "$name")"
+done | awk -F'\t' '
+  function time(ns) { return ns < 1e6 ? sprintf("%.3g ns", ns) : sprintf("%.3g ms", ns / 1e6) }
+  function row(added, unit, most) {
+    printf "%s\t%s\t%s\t%.3g %s\t%d %s\t%s\n", $1, time($2), time($3), added, unit, most, unit,
+      added <= most ? "met" : "missed"
+  }
+  /load/ { row(($3 / $2 - 1) * 100, "%", 10); next }
+  { row($3 - $2, "ns", /event/ ? 120 : 15) }'
