@@ -74,10 +74,10 @@ const ClassDeclaration& declarationOf(const TypeName& instance, const language::
                            "' takes " + std::to_string(expected));
 }
 
-/// Parses a generic type name; nothing when the text is none.
+/// Parses a generic type name, with blanks anywhere, as types that are ready are found; nothing when the text is none.
 static std::optional<TypeName> parseInstanceName(const std::string& text) {
   try {
-    TypeName type = language::parseTypeName(text);
+    TypeName type = language::parseTypeName(runtime::withoutBlanks(text));
     if (!type.arguments.empty()) return type;
   } catch (const language::SourceError&) {
     // Not a type name: nothing that could be materialised.

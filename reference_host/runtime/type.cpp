@@ -2,6 +2,8 @@
 #include "reference_host/runtime/type.h"
 
 #include <algorithm>
+#include <cctype>
+#include <iterator>
 #include <array>
 
 #include "reference_host/runtime/call_stack.h"
@@ -27,6 +29,13 @@ const Method* Type::find(std::string_view method) const {
   const auto isBefore = [](const Method& each, std::string_view wanted) { return each.signature.name < wanted; };
   const auto found = std::lower_bound(methods.begin(), methods.end(), method, isBefore);
   return found == methods.end() || found->signature.name != method ? nullptr : &*found;
+}
+
+std::string withoutBlanks(std::string_view text) {
+  std::string compact;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(compact),
+               [](char byte) { return std::isspace(static_cast<unsigned char>(byte)) == 0; });
+  return compact;
 }
 
 std::vector<std::string> splitTypes(std::string_view list) {

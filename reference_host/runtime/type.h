@@ -45,6 +45,9 @@ struct Type {
   const Method* find(std::string_view method) const;
 };
 
+/// A type as it is spelled, without blanks.
+std::string withoutBlanks(std::string_view text);
+
 /// Splits a list of spelled types at its outer commas.
 std::vector<std::string> splitTypes(std::string_view list);
 

@@ -3,10 +3,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cctype>
 #include <deque>
 #include <filesystem>
-#include <iterator>
 #include <mutex>
 #include <stdexcept>
 #include <unordered_map>
@@ -52,20 +50,11 @@ struct Registry {
   std::unordered_map<std::string, const Type*> fullNames;
   /// Short names of types in packages, but for generic instances; null for a name that several types share.
   std::unordered_map<std::string, const Type*> shortNames;
-  /// The full names of generic instances, by the spellings that were asked for.
-  std::unordered_map<std::string, std::string> spellings;
 };
 
 Registry& registry() {
   static auto* const only = new Registry();
   return *only;
-}
-
-std::string withoutBlanks(std::string_view text) {
-  std::string compact;
-  std::copy_if(text.begin(), text.end(), std::back_inserter(compact),
-               [](char byte) { return std::isspace(static_cast<unsigned char>(byte)) == 0; });
-  return compact;
 }
 
 const Type* lookUp(const std::unordered_map<std::string, const Type*>& names, const std::string& name) {
@@ -106,6 +95,13 @@ void add(const TypeDescriptor& descriptor, std::string source) {
 }
 
 thread_local Registration* openRegistration = nullptr;
+
+/// The last spelling of a generic instance that was resolved on this thread, until it is looked up.
+struct ResolvedSpelling {
+  std::string spelling;
+  std::string fullName;
+};
+thread_local ResolvedSpelling resolvedSpelling;
 
 }  // namespace
 
@@ -161,15 +157,14 @@ const Type* findType(std::string_view name) {
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
   const Type* type = findByEither(key);
   if (type != nullptr || !isGeneric) return type;
-  type = lookUp(registry().fullNames, withFullNames(key));
-  const auto spelling = registry().spellings.find(key);
-  return type != nullptr || spelling == registry().spellings.end() ? type
-                                                                   : lookUp(registry().fullNames, spelling->second);
+  if (key == resolvedSpelling.spelling) {
+    type = lookUp(registry().fullNames, std::exchange(resolvedSpelling, {}).fullName);
+  }
+  return type != nullptr ? type : lookUp(registry().fullNames, withFullNames(key));
 }
 
 void noteSpelling(std::string_view spelling, const std::string& fullName) {
-  const std::lock_guard<std::mutex> lock(gReflectionMutex);
-  registry().spellings[withoutBlanks(spelling)] = fullName;
+  resolvedSpelling = {withoutBlanks(spelling), fullName};
 }
 
 const Type* findTypeByFullName(std::string_view fullName) {

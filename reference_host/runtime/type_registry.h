@@ -64,8 +64,8 @@ class Registration {
 /// Finds a type by full name, unambiguous short name, or generic spelling with any blanks; null when there is none.
 const Type* findType(std::string_view name);
 
-/// Notes which generic instance a spelling was resolved to, so that `findType` finds it when loading the instance has
-/// made a short name in the spelling ambiguous.
+/// Notes which generic instance a spelling was resolved to: the next `findType` of the spelling on this thread finds
+/// that instance. By the types that are loaded alone, the spelling may mean another one, or be ambiguous.
 void noteSpelling(std::string_view spelling, const std::string& fullName);
 
 /// Finds a type by its full name alone.
