@@ -33,6 +33,17 @@ std::optional<GenericInstance> GenericInstances::instanceOf(const std::string& f
   return GenericInstance{text.substr(0, end), file, text.substr(end + 1)};
 }
 
+std::shared_ptr<const ParsedSource> GenericInstances::parsedSource(const std::string& path) {
+  language::SourceText source = readSource(path);
+  const std::lock_guard<std::mutex> lock(mutex_);
+  std::shared_ptr<const ParsedSource>& known = parsed_[path];
+  if (known == nullptr || known->source.text != source.text) {
+    language::SourceFile file = language::parseSource(source);
+    known = std::make_shared<const ParsedSource>(ParsedSource{std::move(source), std::move(file)});
+  }
+  return known;
+}
+
 std::optional<GenericInstances::GenericClass> GenericInstances::findClass(const std::string& name) {
   const runtime::Type* type = runtime::findTypeByFullName(name);
   if (type == nullptr) {
@@ -98,8 +109,7 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   }
 
   const Work work(inQuotes(generic->source) + " was read");
-  const language::SourceText source = readSource(generic->source);
-  declarationOf(*requested, language::parseSource(source), source.path);
+  declarationOf(*requested, parsedSource(generic->source)->file, generic->source);
   for (TypeName& argument : requested->arguments) {
     auto resolved = resolveArgument(argument);
     if (!resolved) return std::nullopt;

@@ -1,10 +1,14 @@
 // Generic instances: what `Box<Circle>` is made of, and the files that stand for instances.
 #pragma once
 
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "reference_host/compiler/class_path.h"
+#include "reference_host/language/source_text.h"
 #include "reference_host/language/syntax_tree.h"
 
 namespace orva::compiler {
@@ -14,6 +18,11 @@ struct GenericInstance {
   std::string name;  ///< full name, with the full names of the arguments
   std::string sourceFile;
   std::string genericSource;  ///< the file of the generic class, which the instance is compiled from
+};
+
+struct ParsedSource {
+  language::SourceText source;
+  language::SourceFile file;
 };
 
 /// The declaration that an instance is compiled from.
@@ -38,6 +47,11 @@ class GenericInstances {
   /// be read.
   std::optional<GenericInstance> instanceOf(const std::string& file) const;
 
+  /// The source that generic classes are declared in. It is parsed again only when its text has changed, so that many
+  /// instances do not each cost the time of a long file. Throws `std::runtime_error` when it cannot be read, and
+  /// `SourceError` when it cannot be parsed.
+  std::shared_ptr<const ParsedSource> parsedSource(const std::string& path);
+
  private:
   struct GenericClass {
     std::string fullName;
@@ -49,6 +63,8 @@ class GenericInstances {
   std::optional<language::TypeName> resolveArgument(const language::TypeName& argument);
 
   ClassPath& classPath_;
+  std::mutex mutex_;
+  std::unordered_map<std::string, std::shared_ptr<const ParsedSource>> parsed_;  ///< by path
 };
 
 }  // namespace orva::compiler

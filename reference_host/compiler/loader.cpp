@@ -163,6 +163,10 @@ static void checkLoaded(const std::string& path, const std::string& declared) {
                            inQuotes(declared) + " is not loaded, because a file is loaded once");
 }
 
+static void checkLoaded(const std::string& path, const language::SourceFile& file) {
+  for (const auto& declared : file.classes) checkLoaded(path, file.qualify(declared.name));
+}
+
 /// The device and the inode of a file.
 static std::pair<dev_t, ino_t> inodeOf(const std::string& path) {
   struct stat status{};
@@ -183,9 +187,7 @@ void Loader::loadSource(const language::SourceText& source, const std::string& r
   const bool isKnown = isLoaded ? earlier->second == identity : objectIdentities_.count(identity) != 0;
   if (isKnown && placement == Placement::anywhere) return;
   const language::SourceFile file = language::parseSource(source);
-  if (isLoaded && !isKnown) {
-    for (const auto& declared : file.classes) checkLoaded(source.path, file.qualify(declared.name));
-  }
+  if (isLoaded && !isKnown) checkLoaded(source.path, file);
   if (placement == Placement::underRoot) checkPlacement(source, file);
   if (isLoaded || isKnown) return;
   checkUnknown(source, file);
@@ -196,8 +198,10 @@ void Loader::loadSource(const language::SourceText& source, const std::string& r
 
 void Loader::loadInstance(const GenericInstance& instance) {
   const Work work("class '" + instance.name + "' was compiled");
-  const language::SourceText source = readSource(instance.genericSource);
-  const language::SourceFile file = language::parseSource(source);
+  const auto parsed = generics_.parsedSource(instance.genericSource);
+  const auto& [source, file] = *parsed;
+  const auto earlier = loaded_.find(realPath(source.path));
+  if (earlier != loaded_.end() && earlier->second != sourceIdentity(source.text)) checkLoaded(source.path, file);
   const language::TypeName name = language::parseTypeName(instance.name);
   const language::ClassDeclaration& declared = declarationOf(name, file, source.path);
   Compiled compiled;

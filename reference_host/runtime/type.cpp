@@ -2,9 +2,9 @@
 #include "reference_host/runtime/type.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <iterator>
-#include <array>
 
 #include "reference_host/runtime/call_stack.h"
 

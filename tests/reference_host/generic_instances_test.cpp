@@ -387,3 +387,29 @@ TEST(GenericInstances, ThatDoNotCompileLeaveNoTypeAndLoadWhenRepaired) {
   EXPECT_EQ(orva_ClassLoader_getTypeByName("Box<String>") == nullptr, false);
   EXPECT_EQ(callText("Box<String>", "of", {reinterpret_cast<int64_t>("text")}), "text");
 }
+
+TEST(GenericInstances, OfAFileThatChangedBringNoFurtherClass) {
+  const Workspace workspace;
+  writeFile("p/G.ov", "package p; class G<T> { } class H { }");
+  activeFindOrLoad("p.G<int>");
+  writeFile("p/G.ov", "package p; class G<T> { static String d() { return N.d(); } } class N { }");
+  EXPECT_EQ(
+      failureOf([] { activeFindOrLoad("p.G<String>"); }),
+      "'./p/G.ov' was loaded earlier and has changed since: its class 'p.N' is not loaded, because a file is loaded "
+      "once");
+  writeFile("p/G.ov", "package p; class G<T> { static int more() { return 2; } }");
+  activeFindOrLoad("p.G<String>");
+  EXPECT_EQ(callMethod("p.G<String>", "more", {}), 2);
+}
+
+/// Otherwise the instances of the classes in a file would take the square of their number.
+TEST(GenericInstances, OfOneFileParseItOnce) {
+  const Workspace workspace;
+  writeClasses();
+  auto& generics = orva::compiler::activeContext().generics;
+  const auto first = generics.parsedSource("c/Pair.ov");
+  EXPECT_EQ(generics.parsedSource("c/Pair.ov"), first);
+  writeFile("c/Pair.ov", "package c; class Pair<A> { }");
+  EXPECT_EQ(generics.parsedSource("c/Pair.ov")->file.classes.size(), 1U);
+  EXPECT_EQ(first->file.classes.size(), 3U);
+}
