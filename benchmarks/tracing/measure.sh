@@ -26,7 +26,9 @@ median() {  # FILE NAME
 cut -f1 "$work/with" | awk '!seen[$0]++' | while IFS= read -r name; do
   printf '%s\t%s\t%s\n' "$name" "$(median "$work/without" "$name")" "$(median "$work/with" "$name")"
 done | awk -F'\t' '
-  function time(ns) { return ns < 1e6 ? sprintf("%.3g ns", ns) : sprintf("%.3g ms", ns / 1e6) }
+  function time(ns) {
+    return ns < 999.5 ? sprintf("%.3g ns", ns) : ns < 999500 ? sprintf("%.3g µs", ns / 1e3) : sprintf("%.3g ms", ns / 1e6)
+  }
   function row(added, unit, most) {
     printf "%s\t%s\t%s\t%.3g %s\t%d %s\t%s\n", $1, time($2), time($3), added, unit, most, unit,
       added <= most ? "met" : "missed"
