@@ -13,11 +13,21 @@
 
 namespace orc = llvm::orc;
 
+/// Ends the benchmark on an error; `cantFail` checks nothing in release builds.
+static void require(llvm::Error error) {
+  if (error) throw std::runtime_error(llvm::toString(std::move(error)));
+}
+template <typename Value>
+static Value valueOrEnd(llvm::Expected<Value> value) {
+  require(value.takeError());
+  return std::move(*value);
+}
+
 static llvm::Expected<std::unique_ptr<orc::ObjectLayer>> makeLinkingLayer(orc::ExecutionSession& session,
                                                                           const llvm::Triple& /*triple*/) {
   auto layer = std::make_unique<orc::ObjectLinkingLayer>(session);
-  layer->addPlugin(std::make_shared<orc::EHFrameRegistrationPlugin>(
-      session, llvm::cantFail(orc::EPCEHFrameRegistrar::Create(session))));
+  layer->addPlugin(
+      std::make_shared<orc::EHFrameRegistrationPlugin>(session, valueOrEnd(orc::EPCEHFrameRegistrar::Create(session))));
   return std::unique_ptr<orc::ObjectLayer>(std::move(layer));
 }
 
@@ -30,26 +40,21 @@ static orc::JITTargetMachineBuilder sameMachine() {
 }
 
 BareEngine::BareEngine()
-    : jit_(llvm::cantFail(orc::LLJITBuilder()
-                              .setJITTargetMachineBuilder(sameMachine())
-                              .setObjectLinkingLayerCreator(makeLinkingLayer)
-                              .create())) {
+    : jit_(valueOrEnd(orc::LLJITBuilder()
+                          .setJITTargetMachineBuilder(sameMachine())
+                          .setObjectLinkingLayerCreator(makeLinkingLayer)
+                          .create())) {
   orc::SymbolMap symbols;
   for (const auto& operation : orva::compiler::compiledCodeOperations()) {
     symbols[jit_->mangleAndIntern(operation.name)] = {orc::ExecutorAddr::fromPtr(operation.address),
                                                       llvm::JITSymbolFlags::Exported};
   }
-  llvm::cantFail(jit_->getMainJITDylib().define(orc::absoluteSymbols(std::move(symbols))));
+  require(jit_->getMainJITDylib().define(orc::absoluteSymbols(std::move(symbols))));
 }
 
 void BareEngine::prepare(llvm::Module& module) const {
   module.setTargetTriple(jit_->getTargetTriple().str());
   module.setDataLayout(jit_->getDataLayout());
-}
-
-/// A floor that fails is no floor, and `cantFail` checks nothing in release builds.
-static void require(llvm::Error error) {
-  if (error) throw std::runtime_error(llvm::toString(std::move(error)));
 }
 
 void BareEngine::link(orc::ThreadSafeModule module, const std::string& symbol) {
@@ -62,4 +67,4 @@ void BareEngine::link(std::unique_ptr<llvm::MemoryBuffer> object, const std::str
   lookUp(symbol);
 }
 
-void BareEngine::lookUp(const std::string& symbol) { require(jit_->lookupLinkerMangled(symbol).takeError()); }
+void BareEngine::lookUp(const std::string& symbol) { valueOrEnd(jit_->lookupLinkerMangled(symbol)); }
