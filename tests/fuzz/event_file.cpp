@@ -1,13 +1,14 @@
 // Any file is read as a trace or refused, and what is shown of it never steers a terminal.
-#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include "finding.h"
+#include "reference_host/language/printable_text.h"
 #include "target.h"
 #include "temporary_folder.h"
+#include "tracing/events/clock.h"
 #include "tracing/reader/chrome_trace.h"
 #include "tracing/reader/filters.h"
 #include "tracing/reader/html_page.h"
@@ -17,8 +18,7 @@
 using namespace orva::tracing;
 
 static void requirePrintable(const std::string& text) {
-  const auto isPrintable = [](unsigned char byte) { return byte == '\n' || (byte >= ' ' && byte != 0x7F); };
-  require(std::all_of(text.begin(), text.end(), isPrintable), "a control character is shown: " + text);
+  require(orva::language::printable(text, "\n") == text, "what is shown could steer a terminal: " + text);
 }
 
 static void show(Trace trace) {
@@ -38,10 +38,15 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   static const TemporaryFolder folder;
   const std::string path = folder.path("1-0.events");
   std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+  Trace trace;
   try {
-    show(readTrace(path));
+    trace = readTrace(path);
   } catch (const std::runtime_error& refused) {
     requirePrintable(refused.what());
+    return 0;
   }
+  show(trace);
+  // As `--dump` reads it.
+  show(readTrace(path, {monotonicTime(), {trace.process}}));
   return 0;
 }
