@@ -54,7 +54,7 @@ struct FileHeader {
   std::atomic<std::uint32_t> unseen;     ///< references to traced functions, and libraries, that are not redirected
   std::atomic<std::uint32_t> threads;    ///< how many have recorded, of all processes
   std::atomic<std::uint32_t> missed;     ///< calls of natives that could not be recorded
-  std::atomic<std::uint32_t> extending;  ///< 1 while a thread extends the file; others wait for it as a futex
+  std::atomic<std::uint32_t> extending;  ///< 1 while a thread extends the file; others wait on it as a futex
 };
 
 enum class RecordKind : std::uint32_t {
@@ -85,7 +85,7 @@ struct ThreadRecord {
 };
 
 /// One reading of the registry. A record without this part tells that one begins, so that a thread that never ends it
-/// is seen; the record with it follows at the end. Then the key as a text, and the matched names as texts.
+/// is seen. The record of its end goes on with the key as a text, then the matched names as texts.
 struct ScanRecord {
   std::uint64_t duration;
   std::int32_t count;       ///< that the registry gave

@@ -62,7 +62,7 @@ std::uint64_t roundedUp(std::uint64_t size) { return (size + pageSize - 1) / pag
 /// Writes zeros to bytes that no record has yet, and maps them. Written by one call, they are large pages of the
 /// system's cache; a fault for each page takes three times as long, because it reads the page first.
 void prepare(int file, char* mapping, std::uint64_t begin, std::uint64_t end) {
-  static char zeros[2 * mostRoomAtOnce];  // takes no memory, because nothing is written to it
+  static char zeros[2 * mostRoomAtOnce];  // seldom takes memory, because nothing is written to it
   syscall(SYS_pwrite64, file, zeros, std::min<std::uint64_t>(end - begin, sizeof zeros), begin);
   // Older systems do not know it.
   madvise(mapping + begin, end - begin, MADV_POPULATE_WRITE);
@@ -89,12 +89,28 @@ bool extendAlone(FileHeader& header, std::uint64_t needed) {
   return isReserved;
 }
 
-/// Waits for whoever extends the file, unless that process was ended meanwhile.
-bool extend(FileHeader& header, std::uint64_t needed) {
-  constexpr timespec longest = {10, 0};
+/// Waits until nobody else extends the file, but not forever: a process that was killed meanwhile never lets go, and
+/// nobody can take its place, because a process that was only stopped would write its zeros over records.
+/// @return false when the wait was too long or has become needless.
+bool awaitOthers(FileHeader& header) {
+  constexpr time_t longest = 10;
+  timespec deadline{};
+  clock_gettime(CLOCK_MONOTONIC, &deadline);
+  deadline.tv_sec += longest;
   while (header.extending.exchange(1) != 0) {
-    if (syscall(SYS_futex, &header.extending, FUTEX_WAIT, 1, &longest) != 0 && errno == ETIMEDOUT) return false;
+    const long status = syscall(SYS_futex, &header.extending, FUTEX_WAIT_BITSET, 1, &deadline, nullptr, ~0U);
+    if (isStopped(header)) return false;
+    if (status != 0 && errno == ETIMEDOUT) {
+      errno = EOWNERDEAD;
+      return false;
+    }
   }
+  return true;
+}
+
+/// Makes room for `needed` bytes; `errno` says why not.
+bool extend(FileHeader& header, std::uint64_t needed) {
+  if (!awaitOthers(header)) return false;
   const bool isExtended = extendAlone(header, needed);
   const int error = errno;
   header.extending = 0;

@@ -51,8 +51,9 @@ void finishThread(void* trace) {
   munmap(trace, sizeof(ThreadTrace));
 }
 
+/// A child that is forked by a signal handler in the middle of recording does not know what its parent has finished.
 void continueInChild() {
-  if (mayRecord()) {
+  if (mayRecord() && !thisThread.isRecording) {
     if (thisThread.trace != nullptr) thisThread.trace->continueInChild();
     return;
   }
