@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -95,11 +96,13 @@ class EventWriter {
   EventWriter& begin(CallId call, std::uint16_t depth, const Payload& arguments = {}) {
     return record(RecordKind::begin, call, depth, Payload().raw(CallRecord{}).append(arguments));
   }
-  /// A call whose end is in its first record, with at most two results of no bytes or one of them.
+  /// A call whose end is in its first record. Its results have room for 16 bytes.
   EventWriter& complete(CallId call, std::uint16_t depth, std::uint64_t duration, const Payload& results = {},
                         const Payload& arguments = {}) {
     CallRecord made;
     made.duration = duration;
+    if (results.bytes.size() > sizeof made.values)
+      throw std::length_error("A first record has no room for these results");
     std::memcpy(made.values, results.bytes.data(), results.bytes.size());
     return record(RecordKind::begin, call, depth, Payload().raw(made).append(arguments));
   }

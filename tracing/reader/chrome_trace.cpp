@@ -84,18 +84,22 @@ static void addEnding(Members& members, const Event& event) {
   if (!ending.empty()) members.add("ending", jsonText(ending));
 }
 
+/// What a scan found is known at its end.
+static void addScan(Members& members, const Event& event) {
+  if (!event.hasEnded()) return addEnding(members, event);
+  members.add("key", jsonText(event.scan.key));
+  members.add("types", event.scan.count);
+  members.add("read", event.scan.read);
+  members.add("by full name", event.scan.fullNames);
+  members.add("by short name", event.scan.shortNames);
+  members.add("by tail", event.scan.tails);
+  members.add("matches", arrayOf(event.scan.matches, jsonText));
+}
+
 static std::string argumentsOf(const Event& event) {
   Members members;
-  if (event.kind == EventKind::scan && !event.hasEnded()) {
-    addEnding(members, event);
-  } else if (event.kind == EventKind::scan) {
-    members.add("key", jsonText(event.scan.key));
-    members.add("types", event.scan.count);
-    members.add("read", event.scan.read);
-    members.add("by full name", event.scan.fullNames);
-    members.add("by short name", event.scan.shortNames);
-    members.add("by tail", event.scan.tails);
-    members.add("matches", arrayOf(event.scan.matches, jsonText));
+  if (event.kind == EventKind::scan) {
+    addScan(members, event);
   } else if (event.kind == EventKind::lock) {
     members.add("waited", microseconds(event.lock.waited));
     addEnding(members, event);

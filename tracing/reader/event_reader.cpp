@@ -108,6 +108,9 @@ class CallTree {
   void add(const ReadRecord& record);
   std::uint32_t process() const { return thread.process; }
   std::uint64_t lastTime() const { return last; }
+  /// Takes calls that returned after a time for open ones: when a file is read while its process writes, what they
+  /// called in the end may lie behind the part that is read.
+  void reopenAfter(std::uint64_t time);
   /// The calls that are still open last until a time.
   Thread finish(Ending ending, std::uint64_t time);
 
@@ -129,7 +132,7 @@ class CallTree {
 
   Thread thread;
   std::vector<Open> open;  ///< each deeper than the one before
-  std::uint64_t last = 0;  ///< the time of the last record
+  std::uint64_t last = 0;  ///< the latest time that is known of the thread
 };
 
 }  // namespace
@@ -220,7 +223,7 @@ static Event scanOf(std::string_view payload) {
   return event;
 }
 
-/// Adds an event that other records end, like a call.
+/// Adds an event that stays open for what happens in it.
 void CallTree::addOpen(const ReadRecord& record, Event event) {
   leaveFrom(record.depth, record.time);
   event.begin = record.time;
@@ -263,6 +266,14 @@ void CallTree::add(const ReadRecord& record) {
   thread.process = numberAt<std::uint32_t>(record.payload, offsetof(ThreadRecord, process));
   thread.id = numberAt<std::uint32_t>(record.payload, offsetof(ThreadRecord, id));
   if (!values.empty()) thread.name = values.front().text;
+}
+
+void CallTree::reopenAfter(std::uint64_t time) {
+  for (Open& call : open) {
+    if (!call.event.hasEnded() || sum(call.event.begin, call.event.duration) <= time) continue;
+    call.event.ending = Ending::open;
+    call.event.results.clear();
+  }
 }
 
 Thread CallTree::finish(Ending ending, std::uint64_t time) {
@@ -418,7 +429,9 @@ void FileReader::finishTrees(const Writers& writers) {
     } else if (writers.processes.count(tree.process()) == 0) {
       trace.threads.push_back(tree.finish(Ending::abandoned, last));
     } else {
-      trace.threads.push_back(tree.finish(Ending::open, std::max(last, between(startTime, writers.now))));
+      const std::uint64_t now = between(startTime, writers.now);
+      tree.reopenAfter(now);
+      trace.threads.push_back(tree.finish(Ending::open, std::max(last, now)));
     }
   }
 }

@@ -220,12 +220,17 @@ static Line lineOfScan(const Scan& scan) {
   return line;
 }
 
+/// What a thread that has not ended a scan or a lock is doing.
+static std::string openNameOf(const Event& event) {
+  if (event.kind == EventKind::scan) return "reading the registry";
+  return event.lock.isAwaited ? nameOf(event) : "holding the type table's lock";
+}
+
 static Line lineOf(const Event& event) {
   if (event.kind == EventKind::call) return lineOfCall(event);
   if (event.ending != Ending::returned) {
     const std::string ending = endingOf(event);
-    const std::string lock = event.lock.isAwaited ? nameOf(event) : "holding the type table's lock";
-    Line line{{{event.kind == EventKind::scan ? "reading the registry" : lock}}, {}};
+    Line line{{{openNameOf(event)}}, {}};
     if (!ending.empty()) line.ending.push_back({ending, Colour::failure});
     return line;
   }

@@ -135,11 +135,12 @@ void ThreadTrace::end(RecordKind kind, std::uint64_t time) {
   if (const OpenCall* const call = closeCall()) write(kind, call->slot, time);
 }
 
-/// Ends the innermost call, which returned the contents of `payload_`, in its first record if they fit.
+/// Ends the innermost call, which returned the contents of `payload_`, in its first record if they fit. Once recording
+/// has stopped, no call ends: what was called from it may not be recorded.
 void ThreadTrace::endReturned(std::uint64_t time) {
   if (payload_.size() > sizeof(CallRecord::values)) return end(RecordKind::returned, time);
   const OpenCall* const call = closeCall();
-  if (call == nullptr || call->record == nullptr) return;
+  if (call == nullptr || call->record == nullptr || isStopped(*orva_trace_exports.header.load())) return;
   std::memcpy(call->record->values, payload_.data(), payload_.size());
   call->record->duration.store(time - call->begin, std::memory_order_release);
 }

@@ -115,7 +115,7 @@ TEST(Reader, ReadsReturnsThatAreInFirstRecords) {
 }
 
 /// A call may have ended after the last record: others of its process were open until then.
-TEST(Reader, TakesTheEndsOfCallsForTimesOfTheProcess) {
+TEST(Reader, CountsEndsOfCallsAsTimesOfTheProcess) {
   EventWriter writer;
   writer.in(1).at(100).begin(getTypeByName, 0);
   writer.in(2).at(200).complete(loadClass, 0, 500);
@@ -132,6 +132,18 @@ TEST(Reader, LeavesWhatIsOpenInCallsThatReturned) {
   EXPECT_EQ(shapeOf(writer),
             "ClassLoader.getTypeByName?[Compiler::ensureSourceLoadedInActiveJit"
             "[SystemClassLoader.loadClass!]]");
+}
+
+/// What a call did last may not be in the part of the file that was read.
+TEST(Reader, TakesCallsThatReturnedWhileTheFileWasReadForRunning) {
+  EventWriter writer;
+  writer.at(100).complete(getTypeByName, 0, 900, Payload().pointer(9)).at(150).scanBegins(1);
+  const Event native = traceOf(writer, {EventWriter::startTime + 500, {4711}}).threads.at(0).events.at(0);
+  EXPECT_EQ(native.ending, Ending::open);
+  EXPECT_EQ(native.result(), nullptr);
+  EXPECT_EQ(native.inner.size(), 1U);
+  EXPECT_EQ(traceOf(writer, {EventWriter::startTime + 1000, {4711}}).threads.at(0).events.at(0).ending,
+            Ending::returned);
 }
 
 /// A scan that goes on is seen; the record of its end takes its place.

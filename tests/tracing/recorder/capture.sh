@@ -221,7 +221,7 @@ threads() {
   dump
   [[ $(count returned) -ge 10000 ]] || fail "only $(count returned) returns were recorded before the kill"
   [[ $(count unfinished) -le 2 ]] || fail "$(count unfinished) records are unfinished"
-  [[ $(count hole) -le 1 ]] || fail 'records lie behind a hole'
+  [[ $(count hole) -le 1 ]] || fail 'records have more than one hole'
 }
 
 # Each native of a signal handler is recorded, or counted as missed.
@@ -244,6 +244,14 @@ room() {
   grep -q 'still there' "$work/traced" || fail 'the program ended at its limit of file sizes'
   grep -q '^header .* stopped=2 error=27 ' "$work/records" || fail "RLIMIT_FSIZE: $(head -1 "$work/records")"
   [[ $(count often) -ge 1000 ]] || fail "only $(count often) records were written below RLIMIT_FSIZE"
+
+  # A native whose calls found no room has no end either.
+  for ORVA_TRACE_LIMIT in {100000..100144..16}; do
+    export ORVA_TRACE_LIMIT
+    play lazy often
+    [[ $(count 'returned orva_SystemClassLoader_loadClass') -le $(count 'returned Orva_typeByName') ]] ||
+      fail "with the limit $ORVA_TRACE_LIMIT, natives have ends, and calls in them have none"
+  done
 
   export ORVA_TRACE_LIMIT=100000
   play lazy often
