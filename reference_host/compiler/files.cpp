@@ -38,6 +38,8 @@ std::unique_ptr<llvm::MemoryBuffer> readFile(const std::string& path) {
   constexpr bool needsZero = true;
   constexpr bool isVolatile = true;
   auto buffer = llvm::MemoryBuffer::getFile(path, false, needsZero, isVolatile);
+  // The files of some file systems have a text, and a size of zero.
+  if (buffer && (*buffer)->getBufferSize() == 0) buffer = llvm::MemoryBuffer::getFileAsStream(path);
   if (!buffer) throw std::runtime_error("Cannot read " + inQuotes(path) + ": " + buffer.getError().message());
   return std::move(*buffer);
 }
@@ -153,7 +155,8 @@ class UnfinishedFile {
   void write(std::string_view bytes) {
     while (!bytes.empty()) {
       const ssize_t written = ::write(file_, bytes.data(), bytes.size());
-      if (written < 0 && errno != EINTR) failWithErrno();
+      if (written == 0) errno = EIO;
+      if (written <= 0 && errno != EINTR) failWithErrno();
       if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
     }
   }

@@ -25,8 +25,10 @@ static void writeLine(char* text) {
   std::array<iovec, 2> rest{{{text, std::strlen(text)}, {end.data(), end.size()}}};
   while (rest[1].iov_len > 0) {
     const ssize_t written = writev(STDOUT_FILENO, rest.data(), rest.size());
+    // Whoever takes nothing now takes nothing later.
+    if (written == 0) errno = EIO;
     if (written < 0 && errno == EAGAIN) awaitRoom();
-    if (written < 0 && errno != EAGAIN && errno != EINTR) {
+    if (written <= 0 && errno != EAGAIN && errno != EINTR) {
       throw std::system_error(errno, std::generic_category(), "Cannot print");
     }
     auto left = written < 0 ? 0 : static_cast<std::size_t>(written);

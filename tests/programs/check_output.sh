@@ -35,6 +35,10 @@ for mix in "${mixes[@]}"; do
   expect "full disk, $mix" '1 Cannot print: No space left on device' "$? $(cat .errors)"
 done
 
+# The shell's memory is gone when the host writes to it: what takes no byte takes none later.
+timeout 10 "$host" run Print.ov -- text >/proc/self/mem 2>.errors
+expect 'a file that takes nothing' '1 Cannot print: Input/output error' "$? $(cat .errors)"
+
 # A file may become so long and no longer: what fits is there, the rest is reported.
 for sizes in '2047 1' '2048' '1000 1000 1000' '4096 4095' '70000'; do
   words=()

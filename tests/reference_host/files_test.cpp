@@ -169,3 +169,8 @@ TEST(Files, DigitsAreOtherEachTime) {
   }
   EXPECT_EQ(seen.size(), 1000U);
 }
+
+/// The system makes the text of such a file when it is read, and tells no size before.
+TEST(Files, WithoutASizeAreReadToTheirEnd) {
+  EXPECT_EQ(orva::compiler::readSource("/proc/version").text.rfind("Linux version", 0), 0U);
+}

@@ -75,8 +75,10 @@ namespace {
 
 /// Built and installed trees have the same shape, so one rule finds the libraries in both.
 fs::path libraryFolder() {
-  const fs::path prefix = fs::read_symlink("/proc/self/exe").parent_path().parent_path();
-  return prefix / ORVA_TRACE_LIBDIR / "orva-trace";
+  std::error_code error;
+  const fs::path program = fs::read_symlink("/proc/self/exe", error);
+  if (error) throw Failure(ownFailure, "cannot find the libraries of orva-trace without /proc: " + error.message());
+  return program.parent_path().parent_path() / ORVA_TRACE_LIBDIR / "orva-trace";
 }
 
 /// The dynamic linker splits lists at blanks and colons, and replaces what begins with a dollar sign.

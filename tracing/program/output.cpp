@@ -21,7 +21,9 @@ int DescriptorBuffer::sync() {
   const char* at = pbase();
   while (error_ == 0 && at < pptr()) {
     const ssize_t count = write(descriptor_, at, static_cast<std::size_t>(pptr() - at));
-    if (count >= 0) at += count;
+    if (count > 0) at += count;
+    // Whoever takes nothing now takes nothing later.
+    if (count == 0) error_ = EIO;
     if (count < 0 && errno != EINTR) error_ = errno;
   }
   setp(buffer_.data(), buffer_.data() + size);
