@@ -51,12 +51,10 @@ static ssize_t writeWaiting(void* /*cookie*/, const char* text, std::size_t size
     const ssize_t written = write(STDERR_FILENO, text + done, size - done);
     if (written > 0) {
       done += static_cast<std::size_t>(written);
-    } else if (written == 0) {
-      break;
-    } else if (errno == EAGAIN) {
+    } else if (written < 0 && errno == EAGAIN) {
       pollfd output{STDERR_FILENO, POLLOUT, 0};
       poll(&output, 1, -1);
-    } else if (errno != EINTR) {
+    } else if (written == 0 || errno != EINTR) {
       break;
     }
   }
