@@ -65,7 +65,7 @@ class Registration {
 const Type* findType(std::string_view name);
 
 /// Notes which generic instance a spelling was resolved to: the next `findType` of the spelling on this thread finds
-/// that instance. By the types that are loaded alone, the spelling may mean another one, or be ambiguous.
+/// that instance. Judged only by the loaded types, the spelling may mean another one, or be ambiguous.
 void noteSpelling(std::string_view spelling, const std::string& fullName);
 
 /// Finds a type by its full name alone.
