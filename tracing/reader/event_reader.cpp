@@ -19,9 +19,6 @@
 
 namespace orva::tracing {
 
-/// Calls that are nested deeper become siblings, so that code that walks a trace may recurse.
-constexpr std::size_t deepest = 1000;
-
 /// @return the difference, or 0 where clocks or torn records would make it negative.
 static std::uint64_t between(std::uint64_t begin, std::uint64_t end) { return end > begin ? end - begin : 0; }
 
@@ -108,6 +105,7 @@ class CallTree {
   void add(const ReadRecord& record);
   std::uint32_t process() const { return thread.process; }
   std::uint64_t lastTime() const { return last; }
+  std::uint64_t unshown() const { return tooDeep; }
   /// Takes calls that returned after a time for open ones: when a file is read while its process writes, what they
   /// called in the end may lie behind the part that is read.
   void reopenAfter(std::uint64_t time);
@@ -123,7 +121,7 @@ class CallTree {
   void addOpen(const ReadRecord& record, Event event);
   void leave(Ending ending, std::uint64_t time);
   void leaveFrom(std::uint16_t depth, std::uint64_t time);
-  std::vector<Event>& innermost();
+  void keep(Event event);
 
   struct Open {
     Event event;
@@ -131,14 +129,20 @@ class CallTree {
   };
 
   Thread thread;
-  std::vector<Open> open;  ///< each deeper than the one before
-  std::uint64_t last = 0;  ///< the latest time that is known of the thread
+  std::vector<Open> open;     ///< each deeper than the one before
+  std::uint64_t last = 0;     ///< the latest time that is known of the thread
+  std::uint64_t tooDeep = 0;  ///< events that were left out
 };
 
 }  // namespace
 
-std::vector<Event>& CallTree::innermost() {
-  return open.empty() ? thread.events : open[std::min(open.size(), deepest) - 1].event.inner;
+/// Adds an ended event to the call that it is in, unless that is nested too deep.
+void CallTree::keep(Event event) {
+  if (open.size() > deepestNesting) {
+    ++tooDeep;
+    return;
+  }
+  (open.empty() ? thread.events : open.back().event.inner).push_back(std::move(event));
 }
 
 void CallTree::leave(Ending ending, std::uint64_t time) {
@@ -151,7 +155,7 @@ void CallTree::leave(Ending ending, std::uint64_t time) {
   if (event.lock.isAwaited) event.lock.waited = event.duration;
   // A thread that did not get the lock and went on was refused it; one that read the registry has a record of that.
   if (event.kind != EventKind::call && ending == Ending::jumped) return;
-  innermost().push_back(std::move(event));
+  keep(std::move(event));
 }
 
 /// Ends the calls that are as deep as a new event: they were left without a recorded end.
@@ -203,7 +207,7 @@ void CallTree::addWhole(const ReadRecord& record, Event event) {
   leaveFrom(record.depth, record.time);
   event.begin = record.time;
   event.ending = Ending::returned;
-  innermost().push_back(std::move(event));
+  keep(std::move(event));
 }
 
 static Event scanOf(std::string_view payload) {
@@ -433,6 +437,7 @@ void FileReader::finishTrees(const Writers& writers) {
       tree.reopenAfter(now);
       trace.threads.push_back(tree.finish(Ending::open, std::max(last, now)));
     }
+    trace.tooDeep += tree.unshown();
   }
 }
 

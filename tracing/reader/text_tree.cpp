@@ -315,6 +315,11 @@ std::vector<std::string> notesOf(const Trace& trace) {
     notes.push_back(countText(trace.missed, "call of a native is", "calls of natives are") +
                     " not shown: signal handlers made them while another was being recorded, or memory was short");
   }
+  if (trace.tooDeep > 0) {
+    const auto count = static_cast<std::int64_t>(trace.tooDeep);
+    notes.push_back(countText(count, "call is not shown: it is", "calls are not shown: they are") +
+                    " nested more than " + numberText(deepestNesting) + " deep");
+  }
   if (trace.unseen > 0) {
     notes.push_back(countText(trace.unseen, "reference to a traced function, or a further class-loading library, was",
                               "references to traced functions, or further class-loading libraries, were") +

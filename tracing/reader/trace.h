@@ -1,6 +1,7 @@
 // A trace in memory: processes, their threads, and the nested calls of each.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -11,6 +12,9 @@
 #include "tracing/events/event_file.h"
 
 namespace orva::tracing {
+
+/// Events that are nested deeper are left out, so that code that walks a trace may recurse.
+constexpr std::size_t deepestNesting = 1000;
 
 /// An argument or a result.
 struct Value {
@@ -99,6 +103,7 @@ struct Trace {
   int error = 0;
   std::uint32_t unseen = 0;
   std::uint32_t missed = 0;
+  std::uint64_t tooDeep = 0;      ///< events that were left out
   std::uint64_t lost = 0;         ///< records that were begun and not finished
   std::uint64_t damagedFrom = 0;  ///< the byte from which the file could not be read; 0 for none
   std::vector<Thread> threads;

@@ -445,6 +445,15 @@ TEST(Explanation, ClaimsNothingOfEventsThatAreLost) {
   }
 }
 
+TEST(Explanation, PointsToTheEndOfTheTraceWhereAllCallsOfANativeAreMissing) {
+  for (std::size_t i = 0; i < calls.size(); ++i) {
+    if (!calls[i].isNative || calls[i].result != ValueType::object) continue;
+    const Event alone = native(static_cast<CallId>(i), {text("a"), text("A"), text("A")}, {});
+    const std::string name(calls[i].name);
+    EXPECT_EQ(explanationOf(alone), "null: the trace does not show what " + name + " asked of the host");
+  }
+}
+
 /// A host may pass the text of a nested native on.
 TEST(Explanation, TakesAFixedTextForItsOwnOnly) {
   const std::string text = "Unknown native failure while loading package";

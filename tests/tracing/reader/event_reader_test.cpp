@@ -478,10 +478,17 @@ TEST(Reader, RefusesWhatIsNoFileOfEvents) {
   std::filesystem::remove(path);
 }
 
-TEST(Reader, NestsNoDeeperThanARecursionMayGo) {
+/// Calls in each other, and in the innermost one a reading of the registry.
+static Trace nested(std::uint16_t count) {
   EventWriter writer;
-  for (std::uint16_t depth = 0; depth < 0xFFFF; ++depth) writer.begin(loadClass, depth);
-  const Trace trace = traceOf(writer);
+  for (std::uint16_t depth = 0; depth < count; ++depth) writer.begin(loadClass, depth, Payload().null().text("Cart"));
+  writer.scan(count, {0, 9, 9, 0, 1, 0, 1}, "key");
+  for (std::uint16_t depth = count; depth > 0; --depth) writer.returned(loadClass, depth - 1, Payload().null());
+  return traceOf(writer);
+}
+
+TEST(Reader, NestsNoDeeperThanARecursionMayGo) {
+  const Trace trace = nested(0xFFFF);
   std::size_t deepest = 0;
   std::size_t count = 0;
   const std::function<void(const std::vector<Event>&, std::size_t)> visit = [&](const auto& events, std::size_t depth) {
@@ -491,7 +498,24 @@ TEST(Reader, NestsNoDeeperThanARecursionMayGo) {
   };
   visit(trace.threads.at(0).events, 0);
   EXPECT_EQ(deepest, 1001U);
-  EXPECT_EQ(count, 0xFFFFU);
+  EXPECT_EQ(count, 1001U);
+  EXPECT_EQ(trace.tooDeep, 0x10000U - 1001U);
+}
+
+TEST(Reader, CountsWhatIsNestedTooDeepOnEachThread) {
+  EXPECT_EQ(nested(1000).tooDeep, 0U);
+  EXPECT_EQ(nested(1001).tooDeep, 1U);
+  EventWriter writer;
+  for (const std::uint32_t thread : {1U, 2U}) {
+    for (std::uint16_t depth = 0; depth < 1003; ++depth) writer.in(thread).begin(loadSource, depth);
+  }
+  EXPECT_EQ(traceOf(writer).tooDeep, 4U);
+}
+
+TEST(Reader, SaysHowManyCallsAreNestedTooDeep) {
+  EXPECT_EQ(notesOf(nested(0xFFFF)),
+            std::vector<std::string>{"64,535 calls are not shown: they are nested more than 1,000 deep"});
+  EXPECT_EQ(notesOf(nested(1001)), std::vector<std::string>{"1 call is not shown: it is nested more than 1,000 deep"});
 }
 
 TEST(Reader, KnowsTheLastRaiseThatANativeMadeItself) {
