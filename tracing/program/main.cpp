@@ -176,15 +176,14 @@ Recorded recordedIn(const std::string& folder, const Options& options) {
   }
 }
 
-/// Returns false when something could not be written.
+/// Returns false when something could not be written, or no process is left to show.
 bool show(const Options& options, Recorded recorded, const std::string& program, Outputs& outputs) {
   std::vector<Trace>& traces = recorded.traces;
   // A copy, because the trace that it is of may be dropped.
   const std::string first = program.empty() && !traces.empty() ? traces.front().program : program;
   dropUnattached(recorded, first);
   for (Trace& trace : traces) keepMatching(trace, options.filter);
-  const bool isRead = recorded.isWhole || !traces.empty();
-  return outputs.write(options, traces) && isRead;
+  return outputs.write(options, traces) && !traces.empty();
 }
 
 [[noreturn]] void runAndShow(const Options& options) {

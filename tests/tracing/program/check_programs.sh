@@ -127,7 +127,12 @@ bare=$work/a_program_that_loads_no_class-loading_library
 cp "$(type -P true)" "$bare"
 none="orva-trace: no class-loading library was seen in '$bare'"
 check 'a program without the library' 0 "$none" --keep bare "$bare"
-check 'a kept trace of it' 0 "$none" --read bare
+check 'a kept trace of it' 2 "$none" --read bare
+for option in --summary --json=calls.json --html=calls.html; do
+  check "a kept trace of it, $option" 2 "$none" --read bare "$option"
+done
+check 'a program that calls nothing' 0 '' --keep idle --output tree "$host"
+check 'a kept trace of it, without calls' 0 '' --read idle
 for name in Pen Ink; do
   check "a folder that holds a trace, $name" 0 '' --keep kept --output tree "$host" --ask "shop.$name"
   same "lookups of this start" "0 1" "$(shown shop.Till tree) $(shown "shop.$name" tree)"
@@ -304,7 +309,7 @@ PY
 same 'a forked child that goes on' "orva-trace: processes that still run: 1; their calls from now on are in 'forked'" \
   "$(grep 'still run' errors)"
 python=$(realpath /usr/bin/python3)
-check '--dump of the forked child' 0 "orva-trace: no class-loading library was seen in '$python'" \
+check '--dump of the forked child' 2 "orva-trace: no class-loading library was seen in '$python'" \
   --output tree --dump "$(cat pid)"
 kill -KILL "$(cat pid)"
 check '--dump of a process that does not exist' 2 "orva-trace: process $(cat /proc/sys/kernel/pid_max) does not exist" \
