@@ -53,7 +53,7 @@ static Found look(const Event& event, const Filter& filter) {
   }
   const auto& natives = filter.natives;
   const bool isAskedFor = natives.empty() || std::find(natives.begin(), natives.end(), event.call) != natives.end();
-  const bool mayBeSlow = event.duration >= filter.leastDuration || !event.isEndKnown();
+  const bool mayBeSlow = event.duration >= filter.leastDuration || !event.hasEnded();
   if (event.isNative() && isAskedFor && found.text && mayBeSlow) found.native = true;
   return found;
 }

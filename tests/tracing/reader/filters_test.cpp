@@ -62,6 +62,17 @@ TEST(Filters, KeepNativesThatMayHaveTakenAsLong) {
   EXPECT_EQ(trace.threads.at(0).events.size(), 1U);
 }
 
+TEST(Filters, KeepNativesThatStillRun) {
+  EventWriter writer;
+  writer.at(1'000).begin(loadClass, 0).at(2'000).returned(loadClass, 0);
+  writer.at(3'000).begin(getTypeByName, 0).begin(loadSource, 1).begin(loadClass, 2);
+  Trace trace = traceOf(writer, {EventWriter::startTime + 4'000, {4711}});
+  keepMatching(trace, {{}, "", 1'000'000'000});
+  ASSERT_EQ(trace.threads.at(0).events.size(), 1U);
+  EXPECT_EQ(trace.threads[0].events[0].begin, 3'000U);
+  EXPECT_EQ(trace.threads[0].events[0].ending, Ending::open);
+}
+
 TEST(Filters, KeepNativesByDuration) {
   EXPECT_EQ(keptBy({{}, "", 600}), "12");
   EXPECT_EQ(keptBy({{}, "", 601}), "2");
