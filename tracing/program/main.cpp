@@ -211,7 +211,7 @@ int showRecorded(const Options& options) {
   std::signal(SIGPIPE, SIG_IGN);
   std::vector<std::string> paths;
   if (options.dump != 0) {
-    paths.push_back(traceToDump(options.dump));
+    paths = tracesToDump(options.dump);
   } else {
     paths = tracesIn(options.read);
     if (paths.empty()) throw Failure(ownFailure, inQuotes(options.read) + " contains no traces");

@@ -133,15 +133,22 @@ static std::string programOf(pid_t process) {
   return fs::read_symlink("/proc/" + std::to_string(process) + "/exe", error).string();
 }
 
-std::string traceToDump(pid_t process) {
+/// The folder in which the child of an `orva-trace` records; empty if it records in none.
+static std::string folderOfRun(pid_t process) {
+  const std::string number = std::to_string(process);
+  std::ifstream children("/proc/" + number + "/task/" + number + "/children");
+  std::string trace;
+  for (pid_t child = 0; trace.empty() && children >> child;) trace = traceOf(child);
+  return fs::path(trace).parent_path().string();
+}
+
+std::vector<std::string> tracesToDump(pid_t process) {
   const std::string number = std::to_string(process);
   if (kill(process, 0) != 0 && errno == ESRCH) throw Failure(ownFailure, "process " + number + " does not exist");
-  std::string trace = traceOf(process);
-  if (trace.empty() && programOf(process) == programOf(getpid())) {
-    std::ifstream children("/proc/" + number + "/task/" + number + "/children");
-    for (pid_t child = 0; trace.empty() && children >> child;) trace = traceOf(child);
-  }
-  if (!trace.empty()) return trace;
+  const std::string trace = traceOf(process);
+  if (!trace.empty()) return {trace};
+  const std::string folder = programOf(process) == programOf(getpid()) ? folderOfRun(process) : "";
+  if (!folder.empty()) return tracesIn(folder);
   errno = 0;
   std::ifstream maps("/proc/" + number + "/maps");
   if (maps.get() == std::ifstream::traits_type::eof()) {

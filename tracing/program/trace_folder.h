@@ -36,8 +36,8 @@ std::vector<std::string> tracesIn(const std::string& folder);
 /// canonical.
 std::map<std::string, std::set<std::uint32_t>> currentWriters();
 
-/// The trace of a process, or of the program that an `orva-trace` with this process ID runs. Throws `Failure` if there
-/// is none.
-std::string traceToDump(pid_t process);
+/// The trace of a process, or those of the run of an `orva-trace` with this process ID, in no order. Throws `Failure`
+/// if there is none.
+std::vector<std::string> tracesToDump(pid_t process);
 
 }  // namespace orva::tracing

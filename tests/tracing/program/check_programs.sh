@@ -226,6 +226,32 @@ same 'what SIGTERM leaves' '' "$(ls -A "$TMPDIR")"
 kill -0 "$program" || fail 'the program was ended'
 kill -KILL "$program"
 
+# All processes of a run, in the order of their starts, those that have ended too.
+cat >family <<'SCRIPT'
+#!/bin/sh
+"$@" --ask shop.First
+"$@" --ask shop.Second --ready --wait >second &
+until grep -qs ready second; do sleep 0.05; done
+"$@" --ask shop.Third --ready --wait >third &
+wait
+SCRIPT
+chmod 755 family
+"$trace" --keep families --output tree ./family "$host" >output 2>errors &
+tracer=$!
+"$trace" --keep families --output other_tree "$host" --ask shop.Stranger --ready --wait >stranger 2>errors &
+stranger=$!
+await stranger ready
+await third ready
+check '--dump of orva-trace' 0 '' --output dump --dump "$tracer"
+same 'lookups in --dump of orva-trace, by start' 'First Second Third' \
+  "$(sed -n 's/^Cl.*"shop\.\([A-Z][a-z]*\)".*/\1/p' dump | paste -sd' ')"
+kill -KILL "$(pgrep -P "$stranger")"
+wait "$stranger" 2>/dev/null
+# shellcheck disable=SC2046
+kill -KILL $(pgrep -P "$(pgrep -P "$tracer")")
+wait "$tracer" 2>/dev/null
+same 'what the end of the run shows' "$(sed 's/  .*//' dump)" "$(sed 's/  .*//' tree)"
+
 for signal in HUP USR1 USR2 ALRM VTALRM PROF IO PWR XCPU RTMIN RTMAX; do
   env --default-signal "$trace" --output tree "$host" --ready --wait >"ready_$signal" 2>errors &
   await "ready_$signal" ready
