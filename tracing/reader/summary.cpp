@@ -112,7 +112,7 @@ void Adder::addMiss(const Event& missed) {
   if (result == nullptr || result->kind != StoredKind::null) return;
   const Value* name = nameGivenTo(missed);
   const bool isNamed = name != nullptr && name->kind == StoredKind::text;
-  Miss& miss = misses[isNamed ? name->text : shortCall(missed)];
+  Miss& miss = misses[isNamed ? valueText(*name) : shortCall(missed)];
   ++miss.calls;
   if (raiseOf(missed)) ++miss.raises;
 }
@@ -247,7 +247,7 @@ static void printLoads(Printer& printer, const std::vector<Load>& loads) {
 
 static void printMisses(Printer& printer, const std::vector<Miss>& misses) {
   if (misses.empty()) return;
-  printer.heading("names not found", {"null", "raised"});
+  printer.heading("names that gave no type", {"null", "raised"});
   printer.rows(misses, [&](const Miss& miss) {
     printer.row(miss.name, {numberText(static_cast<std::int64_t>(miss.calls - miss.raises)),
                             numberText(static_cast<std::int64_t>(miss.raises))});

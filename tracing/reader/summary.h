@@ -1,4 +1,4 @@
-// Where the time of a trace went, and which names were not found.
+// Where the time of a trace went, and which names gave no type.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ struct Load {
 
 /// A name for which natives returned null.
 struct Miss {
-  std::string name;
+  std::string name;  ///< in quotes; of a native that takes none, the call
   std::uint64_t calls = 0;
   std::uint64_t raises = 0;  ///< of the calls
 };

@@ -82,7 +82,7 @@ TEST(Summary, NamesBundlesByTheirFirstObject) {
             "a.o and 19 more 1 0/0\na.ov and 1 more 1 0/0\nc.o 1 0/0\nnothing 1 0/0\n");
 }
 
-TEST(Summary, CountsTheNamesThatWereNotFound) {
+TEST(Summary, CountsTheNamesThatGaveNoType) {
   EventWriter writer;
   const auto call = [&](const Payload& arguments, const Payload& result, bool raises = false) {
     writer.begin(loadClass, 0, arguments);
@@ -94,13 +94,21 @@ TEST(Summary, CountsTheNamesThatWereNotFound) {
   for (int i = 0; i < 3; ++i) call(Payload().text("file.ov").text("Till"), Payload().null(), i == 0);
   call(Payload().null(), Payload().null());
   call(Payload().text("file.ov").null(), Payload().null());
+  for (const char* name : {"", "Item ", "\"Item\"", "\tItem"}) call(Payload().pointer(1).text(name), Payload().null());
   writer.begin(loadClass, 0, Payload().text("open"));
   const Summary summary = summaryOf({traceOf(writer)});
   std::ostringstream text;
   for (const Miss& miss : summary.misses) text << miss.name << ' ' << miss.calls << ' ' << miss.raises << '\n';
   EXPECT_EQ(text.str(),
-            "Till 3 1\nItem 1 0\nSystemClassLoader.loadClass() 1 0\n"
-            "SystemClassLoader.loadClass(null) 1 0\n");
+            R"("Till" 3 1
+"" 1 0
+"Item " 1 0
+"Item" 1 0
+"\"Item\"" 1 0
+"\tItem" 1 0
+SystemClassLoader.loadClass() 1 0
+SystemClassLoader.loadClass(null) 1 0
+)");
 }
 
 static std::string printed(const Summary& summary, const TreeStyle& style = {}) {
@@ -111,7 +119,7 @@ static std::string printed(const Summary& summary, const TreeStyle& style = {}) 
 
 TEST(Summary, IsPrintedAsTables) {
   Summary summary = summaryOf({traceOf(nestedLoads())});
-  summary.misses = {{"shop.Till", 5001, 1}};
+  summary.misses = {{"\"shop.Till\"", 5001, 1}};
   EXPECT_EQ(printed(summary), R"(natives                                            calls    total     self share
   ClassLoader.getTypeByName                            2 100.0 ms   6.0 ms   6 %
 
@@ -132,8 +140,8 @@ loads by cost                                                     total     self
   /s/Cart.ov                                                     3.0 ms   3.0 ms
     for ClassLoader.getTypeByName("Item")
 
-names not found                                                    null   raised
-  shop.Till                                                       5,000        1
+names that gave no type                                            null   raised
+  "shop.Till"                                                     5,000        1
 )");
 }
 
