@@ -144,18 +144,22 @@ int execute(const Launch& launch) {
 pid_t start(const Launch& launch, const Signals& signals) {
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-    throw Failure(cannotRun, "cannot make a pipe to start " + inQuotes(launch.program) +
-                                 " with: " + std::generic_category().message(errno));
+    throw Failure(ownFailure, "cannot make a pipe to start " + inQuotes(launch.program) +
+                                  " with: " + std::generic_category().message(errno));
   }
   const pid_t child = fork();
+  if (child < 0) {
+    throw Failure(ownFailure, "cannot make a process for " + inQuotes(launch.program) + ": " +
+                                  std::generic_category().message(errno));
+  }
   if (child == 0) {
     signals.restore();
     const int error = execute(launch);
     _exit(write(ends[1], &error, sizeof error) == sizeof error ? cannotRun : ownFailure);
   }
-  int error = child < 0 ? errno : 0;
+  int error = 0;
   close(ends[1]);
-  if (child > 0 && read(ends[0], &error, sizeof error) > 0) waitpid(child, nullptr, 0);
+  if (read(ends[0], &error, sizeof error) > 0) waitpid(child, nullptr, 0);
   close(ends[0]);
   if (error != 0) failStart(launch, error);
   return child;

@@ -85,6 +85,17 @@ if [[ $(id -u) == 0 ]]; then
   check 'file capabilities, as root' 3 '' --output /dev/null ./capable --end 3
 fi
 
+# orva-trace's own failure.
+cat >without_processes <<SCRIPT
+ulimit -u 0
+exec "\$@"
+SCRIPT
+chmod 755 "$work"
+chmod 777 "$TMPDIR"
+as_user bash without_processes "$trace" /bin/true >output 2>errors
+same 'no more processes' "2 orva-trace: cannot make a process for '/bin/true': Resource temporarily unavailable" \
+  "$? $(cat errors)"
+
 # Programs that run, but whose calls are not seen: the status is theirs.
 check 'no library' 3 "orva-trace: no class-loading library was seen in '/bin/sh'" /bin/sh -c 'exit 3'
 linked="this program links the library statically: link orva::classloader_traced instead"
