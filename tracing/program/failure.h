@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdio>
+#include <exception>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -19,5 +21,11 @@ struct Failure : std::runtime_error {
 
 /// Prints one line to standard error.
 inline void report(const std::string& message) { std::fprintf(stderr, "orva-trace: %s\n", message.c_str()); }
+
+/// Prints why something failed.
+inline void report(const std::exception& failure) {
+  const bool isMemory = dynamic_cast<const std::bad_alloc*>(&failure) != nullptr;
+  report(isMemory ? "memory ran out: raise its limit (ulimit -v), or record less with --limit" : failure.what());
+}
 
 }  // namespace orva::tracing

@@ -119,7 +119,7 @@ Recorded readAll(const std::vector<std::string>& paths) {
       const std::set<std::uint32_t> processes = found == writers.end() ? std::set<std::uint32_t>() : found->second;
       recorded.traces.push_back(readTrace(path, {monotonicTime(), processes}));
     } catch (const std::exception& failure) {
-      report(failure.what());
+      report(failure);
       recorded.isWhole = false;
     }
   }
@@ -171,7 +171,7 @@ Recorded recordedIn(const std::string& folder, const Options& options) {
     reportRunning(paths, options);
     return recorded;
   } catch (const std::exception& failure) {
-    report(failure.what());
+    report(failure);
     return {{}, false};
   }
 }
@@ -202,7 +202,7 @@ bool show(const Options& options, Recorded recorded, const std::string& program,
   try {
     show(options, std::move(recorded), program, outputs);
   } catch (const std::exception& failure) {
-    report(failure.what());
+    report(failure);
   }
   endAs(ended);
 }
@@ -226,10 +226,10 @@ int runMain(int argc, char** argv) {
     if (options.command.empty()) return showRecorded(options);
     runAndShow(options);
   } catch (const Failure& failure) {
-    report(failure.what());
+    report(failure);
     return failure.status;
   } catch (const std::exception& failure) {
-    report(failure.what());
+    report(failure);
     return ownFailure;
   }
 }

@@ -188,6 +188,19 @@ for descriptors in 4 5 6 7 8; do
   same "what is left with $descriptors descriptors" '' "$(ls -A "$TMPDIR")"
 done
 
+# Where the memory ends, reading ends with one line that says what helps, or there was enough.
+"$trace" --keep long --output /dev/null "$host" --times 20000 >output
+exhausted=0
+for kilobytes in {8..48..4}000; do
+  (ulimit -v "$kilobytes"; exec "$trace" --read long --output tree) 2>errors
+  case "$? $(cat errors)" in
+    '0 ' | 127*'error while loading shared libraries'*) ;;
+    '2 orva-trace: memory ran out: raise its limit (ulimit -v), or record less with --limit') exhausted=1 ;;
+    *) fail "--read within $kilobytes kB: found <$(cat errors)>" ;;
+  esac
+done
+same '--read without memory was tried' 1 $exhausted
+
 # == Colours
 colours() { script -qec "$1" /dev/null | grep -c $'\e\\['; }  # COMMAND
 export TERM=xterm
