@@ -167,6 +167,7 @@ void reportRunning(const std::vector<std::string>& paths, const Options& options
 Recorded recordedIn(const std::string& folder, const Options& options) {
   try {
     const std::vector<std::string> paths = tracesIn(folder);
+    if (paths.empty()) checkWritable(folder);
     Recorded recorded = readAll(paths);
     reportRunning(paths, options);
     return recorded;

@@ -83,6 +83,17 @@ std::vector<std::string> tracesIn(const std::string& folder) {
   return traces;
 }
 
+void checkWritable(const std::string& folder) {
+  std::string path = folder + "/XXXXXX";
+  const int descriptor = mkstemp(path.data());
+  if (descriptor < 0) {
+    throw Failure(ownFailure,
+                  "cannot make a file in " + inQuotes(folder) + ": " + std::generic_category().message(errno));
+  }
+  close(descriptor);
+  unlink(path.c_str());
+}
+
 /// Tells whether a file is named as a recorder names its own: PID-N.events. A forked child writes to its parent's.
 static bool isNamedAsTrace(const std::string& path) {
   static const std::regex form("[0-9]+-[0-9]+\\.events");

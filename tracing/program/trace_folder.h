@@ -32,6 +32,9 @@ class TraceFolder {
 /// be read.
 std::vector<std::string> tracesIn(const std::string& folder);
 
+/// Throws `Failure` if no file can be made in a folder.
+void checkWritable(const std::string& folder);
+
 /// The processes that write to each trace now, forked children too, as far as they can be looked at. The paths are
 /// canonical.
 std::map<std::string, std::set<std::uint32_t>> currentWriters();

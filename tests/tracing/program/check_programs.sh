@@ -178,6 +178,14 @@ unshare -rm sh -c 'mount -t tmpfs -o size=64k none full && head -c 1M /dev/zero 
   TMPDIR=$PWD/full "$@"' sh "$trace" --output tree "$host" --ask shop.Till --end 3 >output 2>errors
 same 'records on a full disk' '3 shop.Till is not a type' "$? $(cat output)"
 
+# No process can make its file in the folder of the run.
+# shellcheck disable=SC2016
+unshare -rm sh -c 'mount -t tmpfs -o nr_inodes=2 none full && TMPDIR=$PWD/full "$@"' sh \
+  "$trace" --output tree "$host" --ask shop.Till --end 3 >output 2>errors
+same 'records in a folder that takes no file' '3 shop.Till is not a type' "$? $(cat output)"
+[[ $(cat errors) =~ ^"orva-trace: cannot make a file in '$work/full/orva-trace-"[^/]{6}"': No space left on device"$ ]] ||
+  fail "records in a folder that takes no file: found <$(cat errors)>"
+
 # With very few, the dynamic linker cannot load orva-trace (error 24).
 for descriptors in 4 5 6 7 8; do
   (ulimit -n "$descriptors"; exec "$trace" --output tree "$host" --end 3) >output 2>errors
