@@ -28,7 +28,7 @@ sed -n 's/^\.Os orva-classloader //p' "$page" >"$work/other"
 same 'version of the program' 'version of the page'
 
 # Up to what stands for a name or a reason, after what stands for a number.
-section DIAGNOSTICS | sed -nE "s/^\.It \"($name: )?(N )?'?([^\"':]+).*/\3/p" >"$work/messages"
+section DIAGNOSTICS | sed -nE "s/^\.It \"($name: )?((process )?N )?'?([^\"':]+).*/\4/p" >"$work/messages"
 [[ -s $work/messages && $(wc -l <"$work/messages") -eq $(section DIAGNOSTICS | grep -c '^\.It') ]] ||
   { echo 'not every item of DIAGNOSTICS is a quoted message'; status=1; }
 # Both programs read their options by what is in the last folder.

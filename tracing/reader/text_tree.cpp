@@ -306,14 +306,15 @@ std::vector<std::string> notesOf(const Trace& trace) {
     notes.push_back("the trace ends early: its file cannot grow" + reason);
   }
   if (trace.lost > 0) {
-    notes.push_back(countText(static_cast<std::int64_t>(trace.lost), "event was", "events were") + " not finished");
+    notes.push_back(
+        countText(static_cast<std::int64_t>(trace.lost), "event was not finished", "events were not finished"));
   }
   if (trace.damagedFrom > 0) {
     notes.push_back("the trace ends early: its file is damaged from byte " + std::to_string(trace.damagedFrom) + " on");
   }
   if (trace.missed > 0) {
-    notes.push_back(countText(trace.missed, "call of a native is", "calls of natives are") +
-                    " not shown: signal handlers made them while another was being recorded, or memory was short");
+    notes.push_back(countText(trace.missed, "call of a native is not shown", "calls of natives are not shown") +
+                    ": signal handlers made them while another was being recorded, or memory was short");
   }
   if (trace.tooDeep > 0) {
     const auto count = static_cast<std::int64_t>(trace.tooDeep);
