@@ -52,6 +52,13 @@ class Outputs {
     checkApart(json_.get(), html_.get());
   }
 
+  /// Empties the files, when nothing more can be refused.
+  void begin() const {
+    for (const auto& output : {text_.get(), json_.get(), html_.get()}) {
+      if (output != nullptr) output->begin();
+    }
+  }
+
   /// Returns false when something could not be written.
   bool write(const Options& options, const std::vector<Trace>& traces) {
     if (text_ != nullptr) writeText(options, traces);
@@ -195,6 +202,7 @@ bool show(const Options& options, Recorded recorded, const std::string& program,
   Recorded recorded;
   {
     const TraceFolder folder(options.keep);
+    outputs.begin();
     ended = runTraced({program, options.command, folder.path(), options.limit, options.follows}, signals);
     recorded = recordedIn(folder.path(), options);
   }
@@ -218,6 +226,7 @@ int showRecorded(const Options& options) {
     if (paths.empty()) throw Failure(ownFailure, inQuotes(options.read) + " contains no traces");
   }
   Outputs outputs(options, STDOUT_FILENO);
+  outputs.begin();
   return show(options, readAll(paths), {}, outputs) ? 0 : ownFailure;
 }
 

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <string_view>
 #include <system_error>
 
@@ -38,7 +39,7 @@ DescriptorBuffer::int_type DescriptorBuffer::overflow(int_type character) {
 
 /// Never takes the place of a standard stream that orva-trace was started without.
 static int opened(const std::string& path) {
-  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
   if (descriptor < 0) {
     throw Failure(ownFailure, "cannot write " + inQuotes(path) + ": " + std::generic_category().message(errno));
   }
@@ -48,14 +49,28 @@ static int opened(const std::string& path) {
   return higher;
 }
 
-Output::Output(const std::string& path)
-    : descriptor_(opened(path)), isOwn_(true), name_(inQuotes(path)), buffer_(descriptor_), stream_(&buffer_) {}
+static bool isThere(const std::string& path) { return access(path.c_str(), F_OK) == 0 || errno != ENOENT; }
+
+Output::Output(const std::string& path) : Output(path, isThere(path)) {}
+
+Output::Output(const std::string& path, bool wasThere)
+    : descriptor_(opened(path)), isOwn_(true), name_(inQuotes(path)), buffer_(descriptor_), stream_(&buffer_) {
+  std::error_code ignored;
+  // Where the path is a link, the file is elsewhere.
+  if (!wasThere) made_ = std::filesystem::canonical(path, ignored).string();
+}
 
 Output::Output(int descriptor, const std::string& name)
     : descriptor_(descriptor), isOwn_(false), name_(name), buffer_(descriptor), stream_(&buffer_) {}
 
 Output::~Output() {
   if (isOwn_) close(descriptor_);
+  if (!made_.empty()) unlink(made_.c_str());
+}
+
+void Output::begin() const {
+  // Devices and pipes cannot be emptied, and need not be.
+  [[maybe_unused]] const int status = isOwn_ ? ftruncate(descriptor_, 0) : 0;
 }
 
 bool Output::isSameFile(const Output& other) const {
@@ -79,6 +94,7 @@ bool Output::wantsColours() const {
 
 bool Output::finish() {
   stream_.flush();
+  made_.clear();
   if (buffer_.error() == 0) return true;
   report("the trace ends here: cannot write " + name_ + ": " + std::generic_category().message(buffer_.error()));
   return false;

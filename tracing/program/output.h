@@ -27,7 +27,8 @@ class DescriptorBuffer : public std::streambuf {
   int error_ = 0;
 };
 
-/// A file, standard output or standard error. Opening a file throws `Failure` when it cannot be written.
+/// A file, standard output or standard error. Opening a file throws `Failure` when it cannot be written. A file is as
+/// it was until `begin`; one that is new is removed if `finish` is never called.
 class Output {
  public:
   explicit Output(const std::string& path);
@@ -47,12 +48,18 @@ class Output {
   /// Tells whether colours are wanted: on a terminal that has them, unless NO_COLOR says otherwise.
   bool wantsColours() const;
 
+  /// Empties a file, for what follows.
+  void begin() const;
+
   /// Writes the rest. If anything could not be written, reports this in one line and returns false.
   bool finish();
 
  private:
+  Output(const std::string& path, bool wasThere);
+
   int descriptor_;
   bool isOwn_;
+  std::string made_;  ///< the path of a file that is new
   std::string name_;
   DescriptorBuffer buffer_;
   std::ostream stream_;

@@ -79,13 +79,23 @@ for option in --output --json --html; do
   check "$option in no folder" 2 "orva-trace: cannot write 'none/file': No such file or directory" \
     "$option" none/file touch ran
 done
-touch plain
+echo kept >plain
 ln -s plain link
+ln -s target dangling
 for outputs in '--output plain --json ./plain' '--output link --html plain' '--json plain --html link'; do
   # shellcheck disable=SC2086
   "$trace" $outputs touch ran 2>errors
   same "$outputs" 2 $?
   grep -q '^orva-trace: two outputs go to one file: ' errors || fail "$outputs: found <$(cat errors)>"
+done
+# Where orva-trace fails before the program runs, files are as they were.
+for outputs in '--output new --json ./new' '--json new --html new' '--output new --json none/file' \
+  '--output dangling --json target' '--html new --keep none/records' '--output plain --json new --keep plain'; do
+  # shellcheck disable=SC2086
+  "$trace" $outputs touch ran 2>errors
+  same "$outputs" 2 $?
+  same "$outputs, files that it made" '' "$(ls -d new target 2>/dev/null)"
+  same "$outputs, files that were there" "target kept" "$(readlink dangling) $(cat plain)"
 done
 check '--keep in no folder' 2 "orva-trace: cannot make the folder 'none/records': No such file or directory" \
   --keep none/records touch ran
