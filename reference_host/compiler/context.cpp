@@ -19,7 +19,12 @@ static std::shared_ptr<Context>& active() {
 void startHost(const std::string& standardLibrary) {
   active() = std::make_shared<Context>(standardLibrary);
   removeAbandonedFolders();
-  std::atexit(removePrivateFolder);
+  std::atexit(removePrivateFolderAtExit);
+  std::atexit(endHost);
+}
+
+void endHost() noexcept {
+  if (active() != nullptr) active()->loader.end();
 }
 
 Context& activeContext() {

@@ -39,6 +39,9 @@ class Context {
 /// folder; once in a process, before anything else is asked of the host.
 void startHost(const std::string& standardLibrary);
 
+/// Makes loads of other threads wait for the end of the process, which is near: what they need ends with it.
+void endHost() noexcept;
+
 /// The active context. Throws `std::logic_error` before the host was started.
 Context& activeContext();
 

@@ -140,12 +140,23 @@ static void run(CodeUnit& unit, const std::string& initialiser, const std::strin
   }
 }
 
+std::unique_lock<std::mutex> Loader::lock() {
+  if (endedBy_ == std::this_thread::get_id()) throw std::runtime_error("No class can be loaded while the process ends");
+  return std::unique_lock<std::mutex>(mutex_);
+}
+
+void Loader::end() noexcept {
+  if (endedBy_ == std::this_thread::get_id()) return;
+  mutex_.lock();
+  endedBy_ = std::this_thread::get_id();
+}
+
 void Loader::load(const std::string& path, Placement placement) {
   onAmpleStack(path, [&] { loadHere(path, placement); });
 }
 
 void Loader::loadHere(const std::string& path, Placement placement) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto locked = lock();
   const Work work(inQuotes(path) + " was loaded");
   const std::string real = realPath(path);
   if (const auto instance = generics_.instanceOf(path)) {
@@ -267,7 +278,7 @@ void Loader::loadBundle(const std::vector<std::string>& paths, const std::vector
 }
 
 void Loader::loadBundleHere(const std::vector<std::string>& paths, const std::vector<std::string>& identities) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto locked = lock();
   std::vector<CheckedObject> objects = checkBundle(paths, identities);
   std::vector<std::unique_ptr<CodeUnit>> units;
   runtime::Registration registration;

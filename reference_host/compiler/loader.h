@@ -3,18 +3,21 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "reference_host/compiler/class_path.h"
 #include "reference_host/compiler/engine.h"
 #include "reference_host/language/source_text.h"
 #include "reference_host/language/syntax_tree.h"
+#include "reference_host/runtime/type.h"
 
 namespace orva::compiler {
 
@@ -43,6 +46,10 @@ class Loader {
   /// Throws `std::runtime_error` before any code is linked when one of them does not fit.
   void loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
 
+  /// Waits for a load of another thread, and lets no other begin, because the engine ends with the process: whoever
+  /// loads afterwards waits for that end; this thread gets a `std::runtime_error`.
+  void end() noexcept;
+
   /// Compiles a source file, which may lie anywhere, to an object file beside it, and registers nothing. Throws as
   /// `load` does.
   void precompile(const std::string& path);
@@ -53,6 +60,8 @@ class Loader {
   void precompile(const std::vector<std::string>& paths, const std::function<void(const std::string&)>& done);
 
  private:
+  std::unique_lock<std::mutex> lock();
+
   struct Compiled;
   struct CheckedObject;
   struct BuiltObject;
@@ -76,6 +85,7 @@ class Loader {
   Engine& engine_;
   GenericInstances& generics_;
   std::mutex mutex_;
+  std::atomic<std::thread::id> endedBy_{std::thread::id()};
   // The identities of sources, and of the sources of objects, at the time of their load, by real path.
   std::map<std::string, std::string> loaded_;
   // The identities of sources, by device and inode.

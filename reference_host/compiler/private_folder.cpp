@@ -42,6 +42,11 @@ static std::mutex mutex;
 static std::atomic<bool> isEnding{false};
 static std::atomic<int> changers{0};
 
+// Set by the thread that exits the process.
+static std::atomic<bool> isExiting{false};
+static pthread_t exitingThread;
+static std::atomic<bool> isGone{false};
+
 /// The folder that TMPDIR names; empty when it names none.
 static std::string namedFolder() {
   const char* const named = std::getenv("TMPDIR");
@@ -118,6 +123,7 @@ class Changing {
 
 /// Makes a folder that nobody else may read. Throws `std::runtime_error` when it cannot be made.
 static void makeFolder() {
+  if (isExiting && pthread_equal(exitingThread, pthread_self()) != 0) fail(ECANCELED);
   std::error_code error;
   fs::path parent = fs::absolute(folderForFolders(), error);
   // Where the working directory lies too deep, only the name relative to it is left.
@@ -184,9 +190,25 @@ void removePrivateFolder() noexcept {
   removeOwnFolder();
 }
 
+void removePrivateFolderAtExit() noexcept {
+  const BlockedSignals blocked;
+  exitingThread = pthread_self();
+  isExiting = true;
+  if (isEnding.exchange(true)) {
+    // A signal is ending the process in another thread.
+    for (;;) pause();
+  }
+  while (changers != 0) sched_yield();
+  removeOwnFolder();
+  isGone = true;
+}
+
 void endPrivateFolders() noexcept {
-  // Another thread, in which another signal ends the process, is removing the folder.
-  while (isEnding.exchange(true)) pause();
+  // Another thread, which exits or in which another signal ends the process, is removing the folder.
+  while (isEnding.exchange(true)) {
+    if (isGone) return;
+    sched_yield();
+  }
   while (changers != 0) sched_yield();
   removeOwnFolder();
 }

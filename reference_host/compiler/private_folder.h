@@ -17,6 +17,10 @@ bool isInPrivateFolder(const std::string& file);
 /// Async-signal-safe.
 void removePrivateFolder() noexcept;
 
+/// Does the same when the process exits. Other threads that need a folder from then on wait for the end of the process;
+/// this one gets an error.
+void removePrivateFolderAtExit() noexcept;
+
 /// Does the same for the handler of a signal that ends the process, which no other such signal may interrupt. Waits for
 /// a thread that is creating or removing the folder, and prevents a new one.
 void endPrivateFolders() noexcept;

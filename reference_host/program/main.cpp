@@ -123,5 +123,7 @@ int main(int argc, char** argv) {
   orva::program::cleanUpOnSignals();
   orva::program::reportFatalErrors(argc, argv);
   orva::compiler::watchMemory();
-  return run(argc, argv);
+  const int status = run(argc, argv);
+  orva::compiler::endHost();
+  return status;
 }

@@ -14,7 +14,15 @@
 #include "runtime_api/reflection.h"
 
 std::mutex gReflectionMutex;
-std::vector<TypeRecord> gTypes;
+
+/// What `gTypes` is: a list that is never destroyed, because threads that outlive `main` walk it while the process ends.
+union TypeTable {
+  std::vector<TypeRecord> records;
+  TypeTable() : records() {}
+  ~TypeTable() {}
+};
+extern __attribute__((visibility("default"))) TypeTable typeTable __asm__("gTypes");
+TypeTable typeTable;
 
 namespace orva::runtime {
 

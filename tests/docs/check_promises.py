@@ -32,7 +32,8 @@ NEIGHBOUR_PLACES = [
     ("classloader/*", r"\b{last}\b", "call it"),
     ("tracing/calls/calls.inc", r"\({listed}\)$", "list it, so that traces show it"),
     ("abi/required_symbols.txt", r" (orva::compiler::)?{name} ", "record it: ./dev abi --record"),
-    ("reference_host/*/*.cpp", r"\b{name}[(;]", "define it"),
+    # Also as the name that an assembler label gives.
+    ("reference_host/*/*.cpp", r"\b{name}[(;\"]", "define it"),
     ("examples/minimal_host/*.cpp", r"\b{name}[(;]", "define it"),
     ("tests/scripted_host/scripted_host.cpp", r"\b{name}[(;]", "define it, and record the call"),
     ("tests/symbols/plain_host.cpp", r"\b{last}[(;]", "declare it"),

@@ -12,10 +12,13 @@ cat >natives.cpp <<'CPP'
 #include <exception>
 #include <new>
 #include <stdexcept>
+#include <string>
+#include <thread>
 
 extern "C" {
 void Orva_raise(const char* exceptionClass, const char* message);
 void* Orva_allocObject(const char* className);
+void* orva_ClassLoader_getTypeByName(const char* typeName);
 
 int64_t orva_Data_number = 5;
 extern const int64_t orva_Data_constant = 5;
@@ -63,6 +66,18 @@ void* orva_Objects_make(int64_t how) {
   if (how == 2) return reinterpret_cast<void*>(INTPTR_MIN + 1);
   if (how == 3) return reinterpret_cast<void*>(function);
   return nullptr;
+}
+
+// Each thread asks for instances, and soon for ones that are new, until the process ends.
+void orva_Asker_start() {
+  for (const char* first : {"int", "String"}) {
+    std::thread([first] {
+      for (std::string name = first;; name = name.size() > 300 ? first : "Box<" + name + ">") {
+        orva_ClassLoader_getTypeByName(("Box<" + name + ">").c_str());
+        orva_ClassLoader_getTypeByName("Box<Nope>");
+      }
+    }).detach();
+  }
 }
 int64_t orva_Objects_isSame(void* receiver, void* other) { return receiver == other ? 1 : 0; }
 }
@@ -141,4 +156,20 @@ expect objects "$each
 $each
 $each
 $each" "$(with_natives run Objects.ov 2>&1)"
+
+# Threads that outlive the program do not disturb its end.
+echo 'class Box<T> { static int one() { return 1; } }' >Box.ov
+echo 'class Asker {
+  static native void start();
+  static void main() {
+    Asker.start();
+    Console.print("" + ClassLoader.getTypeByName("Box<boolean>").call("one"));
+  }
+}' >Asker.ov
+mkdir folder
+for _ in {1..25}; do
+  found=$(TMPDIR=$PWD/folder with_natives run Asker.ov 2>&1)
+  expect 'threads that outlive the program' '0 1' "$? $found"
+done
+expect 'folders of threads that outlive the program' '' "$(ls folder)"
 exit $failures
