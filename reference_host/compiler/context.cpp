@@ -36,9 +36,14 @@ std::optional<GenericInstance> Context::materialize(const std::string& typeName)
   std::optional<GenericInstance> instance;
   onAmpleStack(typeName, [&] { instance = generics.materialize(typeName); });
   if (!instance) return instance;
-  const std::string genericClass = instance->name.substr(0, instance->name.find('<'));
-  // An object of the generic class brought the classes of its file already.
-  if (runtime::findTypeByFullName(genericClass) == nullptr) loader.load(instance->genericSource, Placement::anywhere);
+  if (runtime::findTypeByFullName(instance->name) != nullptr) return instance;
+  const runtime::Type* generic = runtime::findTypeByFullName(instance->name.substr(0, instance->name.find('<')));
+  if (generic == nullptr) {
+    loader.load(instance->genericSource, Placement::anywhere);
+  } else if (isFromObject(*generic)) {
+    // The object brought the classes of its file.
+    loader.checkSourceOfObject(instance->genericSource, *generic);
+  }
   return instance;
 }
 

@@ -33,6 +33,8 @@ std::optional<GenericInstance> GenericInstances::instanceOf(const std::string& f
   return GenericInstance{text.substr(0, end), file, text.substr(end + 1)};
 }
 
+bool isFromObject(const runtime::Type& type) { return fs::path(type.source).extension() == ".o"; }
+
 std::shared_ptr<const ParsedSource> GenericInstances::parsedSource(const std::string& path) {
   language::SourceText source = readSource(path);
   const std::lock_guard<std::mutex> lock(mutex_);
@@ -52,8 +54,7 @@ std::optional<GenericInstances::GenericClass> GenericInstances::findClass(const 
     type = runtime::findTypeByShortName(name);
     if (type == nullptr) return std::nullopt;
   }
-  const bool isFromObject = fs::path(type->source).extension() == ".o";
-  return GenericClass{type->fullName, isFromObject ? classPath_.find(type->fullName) : type->source};
+  return GenericClass{type->fullName, isFromObject(*type) ? classPath_.find(type->fullName) : type->source};
 }
 
 std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argument) {
@@ -85,15 +86,27 @@ const ClassDeclaration& declarationOf(const TypeName& instance, const language::
                            "' takes " + std::to_string(expected));
 }
 
-/// Parses a generic type name, with blanks anywhere, as types that are ready are found; nothing when the text is none.
+/// Parses a generic type name, with blanks anywhere, as types that are ready are found; nothing when the text is none,
+/// or holds more than the name, as a comment.
 static std::optional<TypeName> parseInstanceName(const std::string& text) {
+  const std::string compact = runtime::withoutBlanks(text);
   try {
-    TypeName type = language::parseTypeName(runtime::withoutBlanks(text));
-    if (!type.arguments.empty()) return type;
+    TypeName type = language::parseTypeName(compact);
+    if (!type.arguments.empty() && type.text() == compact) return type;
   } catch (const language::SourceError&) {
     // Not a type name: nothing that could be materialised.
   }
   return std::nullopt;
+}
+
+void GenericInstances::checkDeclaration(const GenericClass& generic, const TypeName& instance) {
+  if (generic.source.empty()) {
+    throw std::runtime_error(
+        "Class '" + generic.fullName +
+        "' is loaded from an object: its instances need its source, a file of its name, on the class path");
+  }
+  const Work work(inQuotes(generic.source) + " was read");
+  declarationOf(instance, parsedSource(generic.source)->file, generic.source);
 }
 
 std::optional<GenericInstance> GenericInstances::materialize(const std::string& typeName) {
@@ -102,19 +115,15 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   const auto generic = findClass(requested->name);
   if (!generic) return std::nullopt;
   requested->name = generic->fullName;
-  if (generic->source.empty()) {
-    throw std::runtime_error(
-        "Class '" + generic->fullName +
-        "' is loaded from an object: its instances need its source, a file of its name, on the class path");
-  }
-
-  const Work work(inQuotes(generic->source) + " was read");
-  declarationOf(*requested, parsedSource(generic->source)->file, generic->source);
+  bool areKnown = true;
   for (TypeName& argument : requested->arguments) {
     auto resolved = resolveArgument(argument);
-    if (!resolved) return std::nullopt;
-    argument = std::move(*resolved);
+    areKnown = areKnown && resolved;
+    if (resolved) argument = std::move(*resolved);
   }
+  // A loaded instance needs no source.
+  if (!areKnown || runtime::findTypeByFullName(requested->text()) == nullptr) checkDeclaration(*generic, *requested);
+  if (!areKnown) return std::nullopt;
   GenericInstance instance{requested->text(), {}, generic->source};
   instance.sourceFile = (privateFolder() / (sourceIdentity(instance.name) + ".ov")).string();
   // Asked for again, the instance has its file; nobody else writes to the folder.

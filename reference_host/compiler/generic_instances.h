@@ -10,6 +10,7 @@
 #include "reference_host/compiler/class_path.h"
 #include "reference_host/language/source_text.h"
 #include "reference_host/language/syntax_tree.h"
+#include "reference_host/runtime/type.h"
 
 namespace orva::compiler {
 
@@ -19,6 +20,9 @@ struct GenericInstance {
   std::string sourceFile;
   std::string genericSource;  ///< the file of the generic class, which the instance is compiled from
 };
+
+/// Tells whether a type was loaded from an object file.
+bool isFromObject(const runtime::Type& type);
 
 struct ParsedSource {
   language::SourceText source;
@@ -59,6 +63,8 @@ class GenericInstances {
   };
 
   std::optional<GenericClass> findClass(const std::string& name);
+  /// Throws `std::runtime_error` when there is no source, or no such class in it.
+  void checkDeclaration(const GenericClass& generic, const language::TypeName& instance);
   /// The argument's spelling with full names; nothing when it is unknown.
   std::optional<language::TypeName> resolveArgument(const language::TypeName& argument);
 

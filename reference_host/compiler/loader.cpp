@@ -294,6 +294,16 @@ void Loader::loadBundleHere(const std::vector<std::string>& paths, const std::ve
   }
 }
 
+void Loader::checkSourceOfObject(const std::string& path, const runtime::Type& type) {
+  const std::string identity = sourceIdentity(generics_.parsedSource(path)->source.text);
+  const auto locked = lock();
+  // No other loaded object can have been built from a source that declares the type.
+  if (objectIdentities_.count(identity) != 0) return;
+  throw std::runtime_error("Class '" + type.fullName + "' is loaded from " + language::printable(type.source) +
+                           ": its instances need the source that this object was built from, and " + inQuotes(path) +
+                           " is another, or has changed since");
+}
+
 /// Joins the modules of classes in the first. Each is joined with a neighbour that has as many classes, since joining
 /// two takes the time of both.
 static void join(std::vector<GeneratedClass>& classes) {

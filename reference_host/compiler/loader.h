@@ -46,6 +46,9 @@ class Loader {
   /// Throws `std::runtime_error` before any code is linked when one of them does not fit.
   void loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
 
+  /// Throws `std::runtime_error` for a source that is not the one from which the object of a loaded type was built.
+  void checkSourceOfObject(const std::string& path, const runtime::Type& type);
+
   /// Waits for a load of another thread, and lets no other begin, because the engine ends with the process: whoever
   /// loads afterwards waits for that end; this thread gets a `std::runtime_error`.
   void end() noexcept;

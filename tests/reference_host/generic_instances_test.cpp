@@ -264,9 +264,14 @@ TEST(GenericInstances, ThatAreLoadedAreArgumentsWithoutTheirSources) {
   writeFile("g/Circle.ov", "package g; class Circle { }");
   writeFile("x/G.ov", "package x; class G<T> { }");
   writeFile("y/G.ov", "package y; class G<T> { }");
+  ASSERT_NE(nullptr, orva_ClassLoader_getTypeByName("g.Circle"));
   ASSERT_NE(nullptr, orva_ClassLoader_getTypeByName("y.G<g.Circle>"));
   fs::remove("y/G.ov");
   EXPECT_EQ("x.G<y.G<g.Circle>>", materialize("x.G<y.G<g.Circle>>").name);
+  for (const char* spelling : {"y.G<g.Circle>", "y.G<Circle>", "y . G < Circle >"}) {
+    EXPECT_NE(nullptr, orva_ClassLoader_getTypeByName(spelling)) << spelling;
+  }
+  EXPECT_EQ(nullptr, orva_ClassLoader_getTypeByName("y.G<int>")) << "this one is not loaded";
 }
 
 TEST(GenericInstances, AreWrittenOnce) {
@@ -358,7 +363,8 @@ TEST(GenericInstances, OfNothingKnownAreNothing) {
   std::string file = "untouched";
   auto context = orva::compiler::Compiler::activeRuntimeContext();
   for (const char* text : {"", "<", ">", "<>", "c.Pair", "c.Pair<", "c.Pair<>", "c.Pair<int,>", "c.Pair<int,int>>",
-                           "c.Pair<int,Nope>", "c.Pair<int,void>", "Pair<int,int>", "c.Nope<int>", "c.Pair<int;int>"}) {
+                           "c.Pair<int,Nope>", "c.Pair<int,void>", "Pair<int,int>", "c.Nope<int>", "c.Pair<int;int>",
+                           "c.Pair<int,/**/int>", "c.Pair<int,int>//"}) {
     EXPECT_FALSE(orva::compiler::ClassLoader::materializeRuntimeGenericType(text, name, file, context)) << text;
   }
   EXPECT_EQ(name + " " + file, "untouched untouched");

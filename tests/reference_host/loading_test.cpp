@@ -578,6 +578,42 @@ TEST(Bundles, AreLoadedAllOrNothing) {
   EXPECT_EQ(callText("One", "text"), "one");
 }
 
+/// Another file of the class's name is not its source, nor is one that has changed since the object was built.
+TEST(Bundles, AGenericClassOfAnObjectTakesNoOtherSource) {
+  const Workspace workspace;
+  const std::string source = "package a; class G<T> { static String id() { return \"right\"; } }  class E { }";
+  writeFile("plug/a/G.ov", source);
+  activeContext().loader.precompile("plug/a/G.ov");
+  loadBundle({"plug/a/G.ov"});
+  const auto refused = [](const std::string& request) {
+    EXPECT_EQ(orva_ClassLoader_getTypeByName(request.c_str()), nullptr);
+    return orva::runtime::takePendingException().value_or(orva::runtime::PendingException{}).message;
+  };
+  for (const char* other : {"package a; class G<T> { static String id() { return \"wrong\"; } }",
+                            "package a; class G<T> { } class E { } class H { }"}) {
+    writeFile("a/G.ov", other);
+    for (const char* request : {"a.G<String>", "G<int>"}) {
+      EXPECT_EQ(
+          refused(request),
+          "Class 'a.G' is loaded from plug/a/G.o: its instances need the source that this object was built from, and "
+          "'./a/G.ov' is another, or has changed since");
+    }
+  }
+  writeFile("a/G.ov", source);
+  ASSERT_NE(orva_ClassLoader_getTypeByName("a.G<String>"), nullptr);
+  EXPECT_EQ(callText("a.G<String>", "id"), "right");
+}
+
+TEST(Bundles, AClassOfAnObjectThatIsNotGenericHasNoInstances) {
+  const Workspace workspace;
+  writeFile("plug/a/E.ov", "package a; class E { } class G { }");
+  activeContext().loader.precompile("plug/a/E.ov");
+  loadBundle({"plug/a/E.ov"});
+  writeFile("a/G.ov", "package a; class G<T> { }");
+  EXPECT_EQ(orva_ClassLoader_getTypeByName("a.G<String>"), nullptr);
+  EXPECT_NE(orva::runtime::takePendingException(), std::nullopt);
+}
+
 TEST(Bundles, AGenericClassOfAnObjectNeedsItsSourceForInstances) {
   const Workspace workspace;
   writeFile("c/Box.ov",
