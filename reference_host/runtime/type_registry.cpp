@@ -15,7 +15,7 @@
 
 std::mutex gReflectionMutex;
 
-/// What `gTypes` is: a list that is never destroyed, because threads that outlive `main` walk it while the process ends.
+/// What `gTypes` is: a list that is never destroyed, because threads that outlive `main` walk it as the process ends.
 union TypeTable {
   std::vector<TypeRecord> records;
   TypeTable() : records() {}
