@@ -1,6 +1,8 @@
 // The active context of the process.
 #include "reference_host/compiler/context.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <stdexcept>
 
@@ -16,15 +18,22 @@ static std::shared_ptr<Context>& active() {
   return *context;
 }
 
+static pid_t hostProcess = 0;
+
+/// Tells whether this process has the threads of the host. A child that a native forked has none, and perhaps what one
+/// of them held.
+static bool isHostProcess() { return getpid() == hostProcess; }
+
 void startHost(const std::string& standardLibrary) {
   active() = std::make_shared<Context>(standardLibrary);
   removeAbandonedFolders();
-  std::atexit(removePrivateFolderAtExit);
+  hostProcess = getpid();
+  std::atexit([] { isHostProcess() ? removePrivateFolderAtExit() : removePrivateFolder(); });
   std::atexit(endHost);
 }
 
 void endHost() noexcept {
-  if (active() != nullptr) active()->loader.end();
+  if (isHostProcess()) active()->loader.end();
 }
 
 Context& activeContext() {
