@@ -14,7 +14,7 @@ using language::SourceFile;
 using language::TypeName;
 using runtime::MethodSignature;
 
-static const std::string initialiserPrefix = "orva.initialise:";
+static constexpr std::string_view initialiserPrefix = "orva.initialise:";
 
 std::string classOfInitialiser(const std::string& symbol) {
   const bool isOurs = symbol.compare(0, initialiserPrefix.size(), initialiserPrefix) == 0;
@@ -42,7 +42,7 @@ class ClassGenerator {
   GeneratedClass generate() {
     GeneratedClass generated;
     generated.fullName = scope_.fullName;
-    generated.initialiser = initialiserPrefix + scope_.fullName;
+    generated.initialiser = std::string(initialiserPrefix) + scope_.fullName;
     const bool isCalled = isInstance() || declared_.typeParameters.empty();
     if (hasOwnNames() && isCalled) {
       summarise();

@@ -39,7 +39,8 @@ class Context {
 /// folder; once in a process, before anything else is asked of the host.
 void startHost(const std::string& standardLibrary);
 
-/// Makes loads of other threads wait for the end of the process, which is near: what they need ends with it.
+/// Makes loads of other threads wait for the end of the process, which is near: the engine ends with it. What else
+/// threads may use at that moment is never destroyed; a test looks for objects that are.
 void endHost() noexcept;
 
 /// The active context. Throws `std::logic_error` before the host was started.

@@ -126,9 +126,9 @@ void removeIfAbandoned(const fs::path& path) {
 /// Removes what killed processes were writing in a folder. Once, since that takes as long as the folder is large.
 void removeAbandonedFilesIn(const fs::path& folder) {
   static std::mutex mutex;
-  static std::set<fs::path> known;
+  static auto* const known = new std::set<fs::path>();
   const std::lock_guard<std::mutex> lock(mutex);
-  if (!known.insert(folder).second) return;
+  if (!known->insert(folder).second) return;
   std::error_code error;
   for (fs::directory_iterator entry(folder.empty() ? "." : folder, error); entry != fs::directory_iterator();
        entry.increment(error)) {

@@ -86,7 +86,7 @@ static bool isFunction(const void* address) {
 }
 
 std::optional<std::string> nativeProblem(const std::string& symbol, const std::string& signature) {
-  static const std::map<std::string, std::string> standardNatives = readStandardNatives();
+  static const auto& standardNatives = *new std::map<std::string, std::string>(readStandardNatives());
   const std::string needs = "needs the symbol " + inQuotes(symbol) + ", which ";
   const void* const address = findNative(symbol);
   if (address == nullptr) return needs + "the process does not define";

@@ -84,7 +84,7 @@ DynamicValue callMethodOfType(const DynamicArguments& arguments, const SourceLoc
 
 const std::vector<BuiltInMethod>& builtInMethods() {
   constexpr const char* list = "ArrayList<String>";
-  static const std::vector<BuiltInMethod> methods = {
+  static const auto& methods = *new std::vector<BuiltInMethod>{
       {list, {"size", false, {}, "int"}, "listSize", false, OfValue<orvart_listSize>::call},
       {list, {"get", false, {"int"}, "String"}, "listGet", true, callListGet},
       {list, {"add", false, {"String"}, "void"}, "listAdd", true, callListAdd},

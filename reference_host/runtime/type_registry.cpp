@@ -6,7 +6,9 @@
 #include <deque>
 #include <filesystem>
 #include <mutex>
+#include <new>
 #include <stdexcept>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 
@@ -15,14 +17,12 @@
 
 std::mutex gReflectionMutex;
 
-/// What `gTypes` is: a list that is never destroyed, because threads that outlive `main` walk it as the process ends.
-union TypeTable {
-  std::vector<TypeRecord> records;
-  TypeTable() : records() {}
-  ~TypeTable() {}
-};
-extern __attribute__((visibility("default"))) TypeTable typeTable __asm__("gTypes");
-TypeTable typeTable;
+// `gTypes` is made in room of its own and never destroyed: threads that outlive `main` walk it as the process ends.
+using TypeTable = std::vector<TypeRecord>;
+using Room = std::aligned_storage_t<sizeof(TypeTable), alignof(TypeTable)>;
+extern __attribute__((visibility("default"))) Room roomOfTypes __asm__("gTypes");
+Room roomOfTypes;
+[[maybe_unused]] static const TypeTable* const madeTypes = new (&roomOfTypes) TypeTable();
 
 namespace orva::runtime {
 
