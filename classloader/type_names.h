@@ -2,6 +2,7 @@
 // The functions are `static` so that each source has a copy of its own and none is exported.
 #pragma once
 
+#include <algorithm>
 #include <cctype>
 #include <cstddef>
 #include <cstdint>
@@ -40,7 +41,8 @@ static inline bool isSame(const char* registered, const std::string& name) {
 static inline bool isTailOf(std::string_view fullName, const std::string& name) {
   if (fullName.size() < name.size()) return false;
   const std::size_t begin = fullName.size() - name.size();
-  return (begin == 0 || fullName[begin - 1] == '.') && fullName.substr(begin) == name;
+  // From the end, where the names of a package differ.
+  return (begin == 0 || fullName[begin - 1] == '.') && std::equal(name.rbegin(), name.rend(), fullName.rbegin());
 }
 
 /// Resolves a name against the registry: a qualified name by full name, any other by short name or by the
