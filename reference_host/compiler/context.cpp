@@ -29,11 +29,12 @@ void startHost(const std::string& standardLibrary) {
   removeAbandonedFolders();
   hostProcess = getpid();
   std::atexit([] { isHostProcess() ? removePrivateFolderAtExit() : removePrivateFolder(); });
-  std::atexit(endHost);
 }
 
-void endHost() noexcept {
-  if (isHostProcess()) active()->loader.end();
+void endHostAtExit() {
+  std::atexit([] {
+    if (isHostProcess()) active()->loader.end();
+  });
 }
 
 Context& activeContext() {

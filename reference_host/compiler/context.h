@@ -39,9 +39,10 @@ class Context {
 /// folder; once in a process, before anything else is asked of the host.
 void startHost(const std::string& standardLibrary);
 
-/// Makes loads of other threads wait for the end of the process, which is near: the engine ends with it. What else
-/// threads may use at that moment is never destroyed; a test looks for objects that are.
-void endHost() noexcept;
+/// Has `exit` make the loads of other threads wait for the end of the process, before it destroys what LLVM has
+/// constructed up to now; loading a class constructs some of that. What else threads may use at that moment is never
+/// destroyed; a test looks for objects that are.
+void endHostAtExit();
 
 /// The active context. Throws `std::logic_error` before the host was started.
 Context& activeContext();

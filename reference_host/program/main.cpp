@@ -1,4 +1,5 @@
 // `orva-host`: runs a program of the language.
+#include <cxxabi.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -107,6 +108,9 @@ static int run(int argc, char** argv) {
     const char* const text = failure.what();
     const bool isEmpty = text == nullptr || *text == '\0';
     reportFailure(isEmpty ? "A native threw a std::exception without a text" : text);
+  } catch (const abi::__forced_unwind&) {
+    // A native ended this thread; the process goes on until its last one ends.
+    throw;
   } catch (...) {
     std::fflush(stdout);
     reportFailure("A native threw an object not derived from std::exception");
@@ -123,7 +127,5 @@ int main(int argc, char** argv) {
   orva::program::cleanUpOnSignals();
   orva::program::reportFatalErrors(argc, argv);
   orva::compiler::watchMemory();
-  const int status = run(argc, argv);
-  orva::compiler::endHost();
-  return status;
+  return run(argc, argv);
 }

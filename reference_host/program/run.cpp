@@ -99,6 +99,7 @@ static const runtime::Method& findMain(const Program& program) {
 
 void runProgram(const Program& program, const std::vector<std::string>& arguments) {
   compiler::activeContext().loader.load(program.file, compiler::Placement::anywhere);
+  compiler::endHostAtExit();
   const runtime::Method& method = findMain(program);
   runtime::ArrayList* list = runtime::newList();
   for (const std::string& argument : arguments) list->elements.push_back(runtime::newText(argument));

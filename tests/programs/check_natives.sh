@@ -79,6 +79,30 @@ void orva_Asker_start() {
     }).detach();
   }
 }
+void orva_Asker_exit(int64_t status) { exit(static_cast<int>(status)); }
+
+// What a handler of `exit` may do: look types up, and wait for a thread that does.
+void orva_Handler_start() {
+  std::atexit([] {
+    std::thread([] { std::puts(orva_ClassLoader_getTypeByName("Box<String>") ? "found" : "not found"); }).join();
+    std::puts(orva_ClassLoader_getTypeByName("Box<boolean>") ? "found" : "not found");
+  });
+}
+void orva_Handler_exit() { exit(7); }
+
+struct Told {
+  ~Told() { std::puts("unwound"); }
+};
+void orva_Ender_end() {
+  std::thread([] { while (orva_ClassLoader_getTypeByName("Ender") == nullptr) {} }).detach();
+  const Told told;
+  pthread_exit(nullptr);
+}
+void orva_Ender_cancel() {
+  const Told told;
+  pthread_cancel(pthread_self());
+  pthread_testcancel();
+}
 int64_t orva_Objects_isSame(void* receiver, void* other) { return receiver == other ? 1 : 0; }
 }
 CPP
@@ -161,15 +185,48 @@ $each" "$(with_natives run Objects.ov 2>&1)"
 echo 'class Box<T> { static int one() { return 1; } }' >Box.ov
 echo 'class Asker {
   static native void start();
-  static void main() {
+  static native void exit(int status);
+  static void main(ArrayList<String> how) {
     Asker.start();
     Console.print("" + ClassLoader.getTypeByName("Box<boolean>").call("one"));
+    if (how.size() == 1) { Asker.exit(3); }
   }
 }' >Asker.ov
 mkdir folder
 for _ in {1..25}; do
   found=$(TMPDIR=$PWD/folder with_natives run Asker.ov 2>&1)
   expect 'threads that outlive the program' '0 1' "$? $found"
+  found=$(TMPDIR=$PWD/folder with_natives run Asker.ov -- exit 2>&1)
+  expect 'threads that outlive a call of exit' '3 1' "$? $found"
 done
 expect 'folders of threads that outlive the program' '' "$(ls folder)"
+
+# What natives have registered for the end works there, however the program ends.
+echo 'class Handler {
+  static native void start();
+  static native void exit();
+  static void main(ArrayList<String> how) {
+    Handler.start();
+    if (how.size() == 1) { Handler.exit(); }
+  }
+}' >Handler.ov
+expect 'handlers when main returns' 'found
+found
+0' "$(with_natives run Handler.ov 2>&1; echo "$?")"
+expect 'handlers when a native calls exit' 'found
+found
+7' "$(with_natives run Handler.ov -- exit 2>&1; echo "$?")"
+
+# A native that ends the thread of main.
+echo 'class Ender {
+  static native void end();
+  static native void cancel();
+  static void main(ArrayList<String> how) {
+    try { if (how.get(0) == "end") { Ender.end(); } Ender.cancel(); } catch (Exception e) { Console.print("caught"); }
+  }
+}' >Ender.ov
+for how in end cancel; do
+  expect "a native that ends its thread by $how" 'unwound
+0' "$(with_natives run Ender.ov -- $how 2>&1; echo "$?")"
+done
 exit $failures
