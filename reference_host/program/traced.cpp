@@ -15,7 +15,7 @@ namespace orva::program {
 
 static std::vector<std::string> tracedCommand(const RunOptions& options, const std::string& executable) {
   std::vector<std::string> words = {"orva-trace"};
-  if (!options.trace->empty()) words.insert(words.end(), {"--output", *options.trace});
+  if (!options.trace->empty()) words.push_back("--output=" + *options.trace);
   words.insert(words.end(), {"--", executable, "run", options.program, "--stdlib=" + options.standardLibrary});
   for (const std::string& root : options.classPath) words.push_back("--class-path=" + root);
   words.emplace_back("--");

@@ -132,7 +132,7 @@ command=("$host" run app/Main.ov "--stdlib=$stdlib" --class-path=one --class-pat
 PATH=$work/tools:$PATH check trace_in_path 7 "$(shown "$work/tools/orva-trace" -- "${command[@]}")" '' \
   run --trace app/Main.ov --stdlib "$stdlib" --class-path one --class-path=two -- --trace ''
 cp tools/orva-trace moved
-check trace_beside 7 "$(shown "$work/moved/orva-trace" --output 'to here' -- "${command[@]}")" '' \
+check trace_beside 7 "$(shown "$work/moved/orva-trace" '--output=to here' -- "${command[@]}")" '' \
   run app/Main.ov --class-path one '--trace=to here' --stdlib "$stdlib" --class-path=two -- --trace ''
 rm moved/orva-trace
 mkdir moved/orva-trace
