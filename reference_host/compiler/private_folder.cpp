@@ -125,7 +125,8 @@ class Changing {
 static void makeFolder() {
   if (isExiting && pthread_equal(exitingThread, pthread_self()) != 0) fail(ECANCELED);
   std::error_code error;
-  fs::path parent = fs::absolute(folderForFolders(), error);
+  // Without links, which may lead elsewhere when the folder is removed.
+  fs::path parent = fs::canonical(folderForFolders(), error);
   // Where the working directory lies too deep, only the name relative to it is left.
   if (error || parent.native().size() >= folderPath.size()) parent = folderForFolders();
   for (;;) {

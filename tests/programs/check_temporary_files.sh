@@ -181,6 +181,14 @@ for reason in 'nowhere:No such file or directory' 'Box.ov:Not a directory'; do
   expect "TMPDIR=$folder, which is not needed" plain "$(TMPDIR=$folder "$host" run Plain.ov 2>&1)"
 done
 
+# TMPDIR is a link, which leads elsewhere when the folder is removed.
+mkdir elsewhere
+ln -s temporary link
+TMPDIR=$work/link start env --default-signal
+ln -sfn elsewhere link
+end TERM
+expect_no_files 'redirected TMPDIR'
+
 # A link that someone planted under a name that could be guessed: nothing is written through it.
 echo precious >victim
 expected=$(cat victim)
