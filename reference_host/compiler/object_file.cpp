@@ -44,7 +44,7 @@ std::string objectDigest(llvm::StringRef bytes) {
 std::string objectPathOf(const std::string& sourcePath) {
   fs::path path(sourcePath);
   if (path.extension() != ".ov") {
-    throw std::runtime_error(inQuotes(sourcePath) + " is not a source file: expected a name that ends in '.ov'");
+    throw std::runtime_error(inQuotes(sourcePath) + " is not a source file: expected a class name followed by '.ov'");
   }
   return path.replace_extension(".o").string();
 }

@@ -67,7 +67,7 @@ TEST(ObjectFile, LiesBesideItsSource) {
   EXPECT_EQ(orva::compiler::objectPathOf("A.ov.ov"), "A.ov.o");
   for (const char* path : {"", "A", "A.o", "A.OV", "A.ov/", ".ov", "a.ov/A"}) {
     EXPECT_EQ(failureOf([&] { orva::compiler::objectPathOf(path); }),
-              "'" + std::string(path) + "' is not a source file: expected a name that ends in '.ov'");
+              "'" + std::string(path) + "' is not a source file: expected a class name followed by '.ov'");
   }
 }
 
