@@ -101,9 +101,9 @@ static std::optional<TypeName> parseInstanceName(const std::string& text) {
 
 void GenericInstances::checkDeclaration(const GenericClass& generic, const TypeName& instance) {
   if (generic.source.empty()) {
-    throw std::runtime_error(
-        "Class '" + generic.fullName +
-        "' is loaded from an object: its instances need its source, a file of its name, on the class path");
+    const runtime::Type* loaded = runtime::findTypeByFullName(generic.fullName);
+    throw std::runtime_error("Class '" + generic.fullName + "' is loaded from " + language::printable(loaded->source) +
+                             ": its instances need its source, a file of its name, on the class path");
   }
   const Work work(inQuotes(generic.source) + " was read");
   declarationOf(instance, parsedSource(generic.source)->file, generic.source);

@@ -626,7 +626,7 @@ TEST(Bundles, AGenericClassOfAnObjectNeedsItsSourceForInstances) {
   EXPECT_EQ(orva_ClassLoader_getTypeByName("Box<Circle>"), nullptr);
   EXPECT_EQ(
       orva::runtime::takePendingException().value_or(orva::runtime::PendingException{}).message,
-      "Class 'c.Box' is loaded from an object: its instances need its source, a file of its name, on the class path");
+      "Class 'c.Box' is loaded from c/Box.o: its instances need its source, a file of its name, on the class path");
   fs::rename("c/Hidden.ov", "c/Box.ov");
   orva::compiler::ClassLoader::invalidateKlassPathCaches();
   ASSERT_NE(orva_ClassLoader_getTypeByName("Box<Circle>"), nullptr);
