@@ -1,10 +1,10 @@
 // Statements: control flow, variables, and language exceptions as C++ exceptions that carry them.
 #include "reference_host/compiler/method_generator.h"
 
-#include <llvm/ADT/DepthFirstIterator.h>
 #include <llvm/IR/CFG.h>
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "reference_host/compiler/frame_size.h"
@@ -92,8 +92,18 @@ llvm::Value* MethodGenerator::callSite() const {
 }
 
 bool MethodGenerator::isReachable() const {
-  const auto reachable = llvm::depth_first(&function_->getEntryBlock());
-  return std::find(reachable.begin(), reachable.end(), ir_.GetInsertBlock()) != reachable.end();
+  std::set<const llvm::BasicBlock*> reachable;
+  std::vector<const llvm::BasicBlock*> open = {&function_->getEntryBlock()};
+  while (!open.empty()) {
+    const llvm::BasicBlock* const each = open.back();
+    open.pop_back();
+    if (!reachable.insert(each).second) continue;
+    open.insert(open.end(), llvm::succ_begin(each), llvm::succ_end(each));
+    // The landing, which all calls unwind to, does not tell their handlers apart.
+    const auto handler = handlersOfCalls_.find(each);
+    if (handler != handlersOfCalls_.end()) open.push_back(handler->second);
+  }
+  return reachable.count(ir_.GetInsertBlock()) == 1;
 }
 
 void MethodGenerator::block(const language::Block& statements) {
@@ -341,6 +351,7 @@ llvm::Value* MethodGenerator::call(llvm::FunctionCallee callee, const std::vecto
     result = ir_.CreateCall(callee, arguments);
     ir_.CreateBr(next);
   } else {
+    handlersOfCalls_[ir_.GetInsertBlock()] = handlers_[llvm::cast<llvm::ConstantInt>(activeTry_)->getZExtValue()];
     result = ir_.CreateInvoke(callee, next, landing_, arguments);
   }
   ir_.SetInsertPoint(next);

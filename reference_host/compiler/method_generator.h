@@ -177,6 +177,8 @@ class MethodGenerator {
   llvm::Value* exception_ = nullptr;
   /// The handler of each `try`, and the variable with the number of the active one.
   std::vector<llvm::BasicBlock*> handlers_;
+  /// Which handler a call in a block unwinds to.
+  std::map<const llvm::BasicBlock*, llvm::BasicBlock*> handlersOfCalls_;
   llvm::AllocaInst* placeOfTry_ = nullptr;
   llvm::Value* activeTry_ = nullptr;
   unsigned calls_ = 0;
