@@ -126,10 +126,11 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   if (!areKnown) return std::nullopt;
   GenericInstance instance{requested->text(), {}, generic->source};
   instance.sourceFile = (privateFolder() / (sourceIdentity(instance.name) + ".ov")).string();
-  // Asked for again, the instance has its file; nobody else writes to the folder.
+  // Asked for again, the instance has its file, but its class may have another one since. Nobody else writes there.
+  const std::string text = instance.name + "\n" + instance.genericSource;
   std::error_code error;
-  if (!fs::exists(instance.sourceFile, error)) {
-    writeFile(instance.sourceFile, instance.name + "\n" + instance.genericSource, S_IRUSR | S_IWUSR);
+  if (!fs::exists(instance.sourceFile, error) || readSource(instance.sourceFile).text != text) {
+    writeFile(instance.sourceFile, text, S_IRUSR | S_IWUSR);
   }
   return instance;
 }

@@ -604,6 +604,24 @@ TEST(Bundles, AGenericClassOfAnObjectTakesNoOtherSource) {
   EXPECT_EQ(callText("a.G<String>", "id"), "right");
 }
 
+TEST(Bundles, AGenericClassOfAnObjectIsLookedForAgainAfterARefusal) {
+  const Workspace workspace;
+  const std::string source = "package a; class G<T> { static String id() { return \"right\"; } }";
+  writeFile("plug/a/G.ov", source);
+  activeContext().loader.precompile("plug/a/G.ov");
+  loadBundle({"plug/a/G.ov"});
+  writeFile("a/G.ov", "package a; class G<T> { static String id() { return \"wrong\"; } }");
+  for (const char* request : {"a.G<int>", "a.G<String>"}) {
+    EXPECT_EQ(orva_ClassLoader_getTypeByName(request), nullptr);
+    orva::runtime::takePendingException();
+  }
+  writeFile("front/a/G.ov", source);
+  fs::rename("a", "hidden");
+  orva_ClassLoader_addSourceRoot("front");
+  ASSERT_NE(orva_ClassLoader_getTypeByName("a.G<int>"), nullptr);
+  EXPECT_EQ(callText("a.G<int>", "id"), "right");
+}
+
 TEST(Bundles, AClassOfAnObjectThatIsNotGenericHasNoInstances) {
   const Workspace workspace;
   writeFile("plug/a/E.ov", "package a; class E { } class G { }");
