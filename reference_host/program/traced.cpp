@@ -11,6 +11,8 @@
 #include <system_error>
 #include <vector>
 
+#include "reference_host/language/printable_text.h"
+
 namespace orva::program {
 
 static std::vector<std::string> tracedCommand(const RunOptions& options, const std::string& executable) {
@@ -24,6 +26,11 @@ static std::vector<std::string> tracedCommand(const RunOptions& options, const s
 }
 
 void runTraced(const RunOptions& options, const char* program) {
+  if (llvm::sys::fs::equivalent(*options.trace, options.program)) {
+    std::fprintf(stderr, "orva-host: --trace would overwrite the program %s: expected another file\n",
+                 language::inQuotes(options.program).c_str());
+    std::exit(2);
+  }
   static int here = 0;
   const std::string executable = llvm::sys::fs::getMainExecutable(program, &here);
   std::vector<std::string> words = tracedCommand(options, executable);

@@ -134,6 +134,10 @@ PATH=$work/tools:$PATH check trace_in_path 7 "$(shown "$work/tools/orva-trace" -
 cp tools/orva-trace moved
 check trace_beside 7 "$(shown "$work/moved/orva-trace" '--output=to here' -- "${command[@]}")" '' \
   run app/Main.ov --class-path one '--trace=to here' --stdlib "$stdlib" --class-path=two -- --trace ''
+before=$(cat app/Main.ov)
+check trace_into_program 2 '' "orva-host: --trace would overwrite the program 'app/Main.ov': expected another file" \
+  run app/Main.ov --trace=./app/Main.ov --stdlib "$stdlib"
+[ "$before" = "$(cat app/Main.ov)" ] || { echo 'trace_into_program: it was overwritten'; failures=1; }
 rm moved/orva-trace
 mkdir moved/orva-trace
 check trace_refused 2 '' "orva-host: cannot run 'orva-trace': Permission denied" run --trace app/Main.ov --stdlib "$stdlib"
