@@ -83,7 +83,7 @@ static bool hasStack() {
 }
 
 /// Runs the program and tells its exit status. The object of a forced unwinding is bound, and has no address.
-[[gnu::no_sanitize("null")]] static int run(int argc, char** argv) {
+__attribute__((no_sanitize("null"))) static int run(int argc, char** argv) {
   try {
     std::optional<orva::compiler::Work> starting(std::in_place, "the host was started");
     const RunOptions options = parseOptions(argc, argv);
