@@ -202,20 +202,24 @@ void MethodGenerator::generate(const language::Try& statement, Position /*positi
   llvm::BasicBlock* next = newBlock("next");
   llvm::BasicBlock* caught = newBlock("caught");
   llvm::BasicBlock* outerLanding = std::exchange(landing_, landing());
-  llvm::Value* outer = std::exchange(activeTry_, builder_.number(static_cast<int64_t>(handlers_.size())));
+  const std::size_t outer = std::exchange(activeTry_, handlers_.size());
   handlers_.push_back(caught);
-  ir_.CreateStore(activeTry_, placeOfTry_);
+  noteActiveTry();
   block(statement.body);
   landing_ = outerLanding;
   activeTry_ = outer;
   if (!hasEnded()) {
-    ir_.CreateStore(activeTry_, placeOfTry_);
+    noteActiveTry();
     ir_.CreateBr(next);
   }
   ir_.SetInsertPoint(caught);
-  ir_.CreateStore(activeTry_, placeOfTry_);
+  noteActiveTry();
   handler(statement, next);
   ir_.SetInsertPoint(next);
+}
+
+void MethodGenerator::noteActiveTry() {
+  ir_.CreateStore(builder_.number(static_cast<int64_t>(activeTry_)), placeOfTry_);
 }
 
 llvm::BasicBlock* MethodGenerator::landing() {
@@ -223,7 +227,6 @@ llvm::BasicBlock* MethodGenerator::landing() {
   const llvm::IRBuilder<>::InsertPointGuard here(ir_);
   landingOfAll_ = newBlock("landing");
   placeOfTry_ = allocate(builder_.word(), "try");
-  activeTry_ = builder_.number(0);
   ir_.SetInsertPoint(landingOfAll_);
   // The landing needs a personality even if nothing in any body can throw.
   auto* personality = llvm::FunctionType::get(llvm::Type::getInt32Ty(ir_.getContext()), true);
@@ -351,7 +354,7 @@ llvm::Value* MethodGenerator::call(llvm::FunctionCallee callee, const std::vecto
     result = ir_.CreateCall(callee, arguments);
     ir_.CreateBr(next);
   } else {
-    handlersOfCalls_[ir_.GetInsertBlock()] = handlers_[llvm::cast<llvm::ConstantInt>(activeTry_)->getZExtValue()];
+    handlersOfCalls_[ir_.GetInsertBlock()] = handlers_[activeTry_];
     result = ir_.CreateInvoke(callee, next, landing_, arguments);
   }
   ir_.SetInsertPoint(next);

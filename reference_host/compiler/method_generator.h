@@ -71,6 +71,8 @@ class MethodGenerator {
   /// The one block where all exceptions arrive that a `try` of this method may catch. It goes on to the handler of the
   /// active `try`. LLVM's time for a method grows with the square of the number of such blocks.
   llvm::BasicBlock* landing();
+  /// Says which handler the landing goes to from now on.
+  void noteActiveTry();
   /// Ends the landing, once all handlers are known.
   void goToHandlers();
   /// Finds the handler with a number by binary search.
@@ -175,12 +177,12 @@ class MethodGenerator {
   llvm::BasicBlock* landingOfAll_ = nullptr;
   /// The exception that arrived there.
   llvm::Value* exception_ = nullptr;
-  /// The handler of each `try`, and the variable with the number of the active one.
+  /// The handler of each `try`, the number of the active one, and the variable that holds it.
   std::vector<llvm::BasicBlock*> handlers_;
+  std::size_t activeTry_ = 0;
+  llvm::AllocaInst* placeOfTry_ = nullptr;
   /// Which handler a call in a block unwinds to.
   std::map<const llvm::BasicBlock*, llvm::BasicBlock*> handlersOfCalls_;
-  llvm::AllocaInst* placeOfTry_ = nullptr;
-  llvm::Value* activeTry_ = nullptr;
   unsigned calls_ = 0;
 };
 
