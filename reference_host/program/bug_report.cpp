@@ -24,7 +24,7 @@ std::string versionLine() {
 
 /// The command, as a shell would read it.
 static std::string& command() {
-  static std::string words;
+  static auto& words = *new std::string();
   return words;
 }
 
