@@ -1,6 +1,7 @@
 // Which methods can end without returning, tried with all small bodies.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
