@@ -114,7 +114,7 @@ static std::string writeClasses(int classes) {
 static void loadLargeSource(benchmark::State& state, std::string (*write)(int), int size) {
   while (state.KeepRunning()) {
     const std::string path = write(size);
-    state.SetIterationTime(secondsOf([&] { activeContext().loader.load(path, compiler::Placement::underRoot); }));
+    state.SetIterationTime(secondsOf([&] { activeContext().loader.load(path, orva::runtime::Origin::classPath); }));
   }
 }
 

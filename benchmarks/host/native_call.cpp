@@ -18,7 +18,7 @@ static void loadTicker() {
   std::string source = "class Ticker {\n  static native int tick(int value);\n  static int run(int value) {\n";
   for (int i = 0; i < callsInOneRun; ++i) source += "    value = Ticker.tick(value);\n";
   writeText("Ticker.ov", source + "    return value;\n  }\n}\n");
-  orva::compiler::activeContext().loader.load("Ticker.ov", orva::compiler::Placement::underRoot);
+  orva::compiler::activeContext().loader.load("Ticker.ov", orva::runtime::Origin::classPath);
 }
 
 static void callNative(benchmark::State& state) {

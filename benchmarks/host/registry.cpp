@@ -59,7 +59,7 @@ static Times useRegistry() {
   Times times{};
   times.adding = secondsOf([&] {
     orva::runtime::Registration registration;
-    registration.setSource("made.ov");
+    registration.setSource(orva::runtime::Origin::named, "made.ov");
     for (const auto& descriptor : descriptors) registration.add(descriptor);
     registration.commit();
   });

@@ -12,9 +12,7 @@ using orva::compiler::activeContext;
 
 static constexpr int typeCount = 100;
 
-static void loadSource(const std::string& path) {
-  activeContext().loader.load(path, orva::compiler::Placement::underRoot);
-}
+static void loadSource(const std::string& path) { activeContext().loader.load(path, orva::runtime::Origin::classPath); }
 
 static void loadObject(const std::string& path) {
   activeContext().loader.loadBundle({orva::compiler::objectPathOf(path)},

@@ -20,7 +20,7 @@ static void registerTypes(int from, int to) {
   std::deque<std::array<std::string, 2>> names;
   std::deque<rt::TypeDescriptor> descriptors;
   rt::Registration registration;
-  registration.setSource("made");
+  registration.setSource(rt::Origin::named, "made");
   for (int i = from; i < to; ++i) {
     const std::string name = "Type" + std::to_string(i);
     const auto& [shortName, fullName] = names.emplace_back(std::array{name, "peers." + name});

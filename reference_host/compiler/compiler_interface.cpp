@@ -17,15 +17,16 @@ struct Compiler::CompilationProgress {
   std::size_t total;
 };
 
-/// With a context, a source belongs to the class path; without one, it is named directly and may lie anywhere.
-static Placement placementIn(const std::shared_ptr<Context>& context) {
-  return context == nullptr ? Placement::anywhere : Placement::underRoot;
+/// What a file is that the library asks for: it passes no context for a source that is named directly.
+static Origin originOf(const std::string& path, const std::shared_ptr<Context>& context) {
+  if (activeContext().generics.instanceOf(path)) return Origin::instance;
+  return context == nullptr ? Origin::named : Origin::classPath;
 }
 
 int32_t Compiler::objectAbiVersion() { return currentObjectAbi; }
 
 void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context) {
-  activeContext().loader.load(sourcePath, placementIn(context));
+  activeContext().loader.load(sourcePath, originOf(sourcePath, context));
 }
 
 void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string>& objectPaths,
@@ -69,7 +70,7 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
 
 bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std::string& instanceName,
                                                 std::string& sourceFile, std::shared_ptr<Context>& /*context*/) {
-  const auto instance = activeContext().materialize(typeName);
+  const auto instance = activeContext().generics.materialize(typeName);
   if (!instance) return false;
   runtime::noteSpelling(typeName, instance->name);
   instanceName = instance->name;

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "reference_host/compiler/ample_stack.h"
 #include "reference_host/compiler/private_folder.h"
 #include "reference_host/runtime/type_registry.h"
 
@@ -42,32 +41,17 @@ Context& activeContext() {
   return *active();
 }
 
-std::optional<GenericInstance> Context::materialize(const std::string& typeName) {
-  std::optional<GenericInstance> instance;
-  onAmpleStack(typeName, [&] { instance = generics.materialize(typeName); });
-  if (!instance) return instance;
-  if (runtime::findTypeByFullName(instance->name) != nullptr) return instance;
-  const runtime::Type* generic = runtime::findTypeByFullName(instance->name.substr(0, instance->name.find('<')));
-  if (generic == nullptr) {
-    loader.load(instance->genericSource, Placement::anywhere);
-  } else if (isFromObject(*generic)) {
-    // The object brought the classes of its file.
-    loader.checkSourceOfObject(instance->genericSource, *generic);
-  }
-  return instance;
-}
-
 const runtime::Type* Context::findOrLoad(const std::string& fullName) {
   if (const runtime::Type* loaded = runtime::findTypeByFullName(fullName)) return loaded;
   if (fullName.find('<') != std::string::npos) {
-    const auto instance = materialize(fullName);
+    const auto instance = generics.materialize(fullName);
     if (!instance) return nullptr;
-    loader.load(instance->sourceFile, Placement::underRoot);
+    loader.load(instance->sourceFile, Origin::instance);
     return runtime::findTypeByFullName(instance->name);
   }
   const std::string source = classPath.find(fullName);
   if (source.empty()) return nullptr;
-  loader.load(source, Placement::underRoot);
+  loader.load(source, Origin::classPath);
   return runtime::findTypeByFullName(fullName);
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "reference_host/compiler/class_path.h"
@@ -25,10 +24,6 @@ class Context {
   Engine engine;
   GenericInstances generics;
   Loader loader;
-
-  /// Writes the file that stands for a generic instance, as `GenericInstances::materialize` does, and loads its generic
-  /// class.
-  std::optional<GenericInstance> materialize(const std::string& typeName);
 
   /// Finds a loaded type by its full name, or loads it: a class from its source, a generic instance from its generic
   /// class. Null when there is none. Throws `std::runtime_error` when its source cannot be loaded.

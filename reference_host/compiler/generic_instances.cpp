@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "reference_host/compiler/ample_stack.h"
 #include "reference_host/compiler/exhaustion.h"
 #include "reference_host/compiler/files.h"
 #include "reference_host/compiler/object_file.h"
@@ -26,14 +27,11 @@ using language::ClassDeclaration;
 using language::TypeName;
 
 std::optional<GenericInstance> GenericInstances::instanceOf(const std::string& file) const {
-  if (!isInPrivateFolder(file)) return std::nullopt;
-  const std::string text = readSource(file).text;
-  const std::size_t end = text.find('\n');
-  // A path may hold any byte, so it comes last.
-  return GenericInstance{text.substr(0, end), file, text.substr(end + 1)};
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto known = instances_.find(file);
+  if (known == instances_.end()) return std::nullopt;
+  return known->second;
 }
-
-bool isFromObject(const runtime::Type& type) { return fs::path(type.source).extension() == ".o"; }
 
 std::shared_ptr<const ParsedSource> GenericInstances::parsedSource(const std::string& path) {
   language::SourceText source = readSource(path);
@@ -54,7 +52,8 @@ std::optional<GenericInstances::GenericClass> GenericInstances::findClass(const 
     type = runtime::findTypeByShortName(name);
     if (type == nullptr) return std::nullopt;
   }
-  return GenericClass{type->fullName, isFromObject(*type) ? classPath_.find(type->fullName) : type->source};
+  return GenericClass{type->fullName,
+                      type->origin == runtime::Origin::object ? classPath_.find(type->fullName) : type->source};
 }
 
 std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argument) {
@@ -62,7 +61,7 @@ std::optional<TypeName> GenericInstances::resolveArgument(const TypeName& argume
   if (runtime::isBuiltInType(argument.text()) && argument.name != "void") return resolved;
   if (!argument.arguments.empty()) {
     if (runtime::findTypeByFullName(argument.text()) != nullptr) return resolved;
-    const auto inner = materialize(argument.text());
+    const auto inner = materializeHere(argument.text());
     if (!inner) return std::nullopt;
     return language::parseTypeName(inner->name);
   }
@@ -110,6 +109,12 @@ void GenericInstances::checkDeclaration(const GenericClass& generic, const TypeN
 }
 
 std::optional<GenericInstance> GenericInstances::materialize(const std::string& typeName) {
+  std::optional<GenericInstance> instance;
+  onAmpleStack(typeName, [&] { instance = materializeHere(typeName); });
+  return instance;
+}
+
+std::optional<GenericInstance> GenericInstances::materializeHere(const std::string& typeName) {
   std::optional<TypeName> requested = parseInstanceName(typeName);
   if (!requested) return std::nullopt;
   const auto generic = findClass(requested->name);
@@ -126,12 +131,14 @@ std::optional<GenericInstance> GenericInstances::materialize(const std::string& 
   if (!areKnown) return std::nullopt;
   GenericInstance instance{requested->text(), {}, generic->source};
   instance.sourceFile = (privateFolder() / (sourceIdentity(instance.name) + ".ov")).string();
-  // Asked for again, the instance has its file, but its class may have another one since. Nobody else writes there.
-  const std::string text = instance.name + "\n" + instance.genericSource;
+  // Asked for again, the instance has its file; nobody else writes to the folder.
   std::error_code error;
-  if (!fs::exists(instance.sourceFile, error) || readSource(instance.sourceFile).text != text) {
-    writeFile(instance.sourceFile, text, S_IRUSR | S_IWUSR);
+  if (!fs::exists(instance.sourceFile, error)) {
+    writeFile(instance.sourceFile, instance.name + "\n", S_IRUSR | S_IWUSR);
   }
+  // Its class may have another source since.
+  const std::lock_guard<std::mutex> lock(mutex_);
+  instances_.insert_or_assign(instance.sourceFile, instance);
   return instance;
 }
 

@@ -10,19 +10,15 @@
 #include "reference_host/compiler/class_path.h"
 #include "reference_host/language/source_text.h"
 #include "reference_host/language/syntax_tree.h"
-#include "reference_host/runtime/type.h"
 
 namespace orva::compiler {
 
-/// A generic instance and the file that stands for it: its name in the first line, then the path of the generic's file.
+/// A generic instance, and the file whose path the library passes on to have it loaded.
 struct GenericInstance {
   std::string name;  ///< full name, with the full names of the arguments
   std::string sourceFile;
   std::string genericSource;  ///< the file of the generic class, which the instance is compiled from
 };
-
-/// Tells whether a type was loaded from an object file.
-bool isFromObject(const runtime::Type& type);
 
 struct ParsedSource {
   language::SourceText source;
@@ -47,8 +43,7 @@ class GenericInstances {
   /// cannot be read or written.
   std::optional<GenericInstance> materialize(const std::string& typeName);
 
-  /// The instance that a file stands for; nothing for any other file. Throws `std::runtime_error` when the file cannot
-  /// be read.
+  /// The instance that a file stands for; nothing for any other file.
   std::optional<GenericInstance> instanceOf(const std::string& file) const;
 
   /// The source that generic classes are declared in. It is parsed again only when its text has changed, so that many
@@ -62,6 +57,8 @@ class GenericInstances {
     std::string source;  ///< empty when the class is loaded from an object and its source is nowhere
   };
 
+  // On a stack that is known to have room.
+  std::optional<GenericInstance> materializeHere(const std::string& typeName);
   std::optional<GenericClass> findClass(const std::string& name);
   /// Throws `std::runtime_error` when there is no source, or no such class in it.
   void checkDeclaration(const GenericClass& generic, const language::TypeName& instance);
@@ -69,7 +66,8 @@ class GenericInstances {
   std::optional<language::TypeName> resolveArgument(const language::TypeName& argument);
 
   ClassPath& classPath_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
+  std::unordered_map<std::string, GenericInstance> instances_;                   ///< by the paths of their files
   std::unordered_map<std::string, std::shared_ptr<const ParsedSource>> parsed_;  ///< by path
 };
 

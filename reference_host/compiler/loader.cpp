@@ -151,19 +151,16 @@ void Loader::end() noexcept {
   endedBy_ = std::this_thread::get_id();
 }
 
-void Loader::load(const std::string& path, Placement placement) {
-  onAmpleStack(path, [&] { loadHere(path, placement); });
+void Loader::load(const std::string& path, Origin origin) {
+  onAmpleStack(path, [&] { loadHere(path, origin); });
 }
 
-void Loader::loadHere(const std::string& path, Placement placement) {
+void Loader::loadHere(const std::string& path, Origin origin) {
   const auto locked = lock();
-  const Work work(inQuotes(path) + " was loaded");
-  const std::string real = realPath(path);
-  if (const auto instance = generics_.instanceOf(path)) {
-    if (loaded_.count(real) == 0) loadInstance(*instance);
-    loaded_.emplace(real, "");
+  if (origin == Origin::instance) {
+    loadInstance(generics_.instanceOf(path).value());
   } else {
-    loadSource(readSource(path), real, placement);
+    loadSource(path, origin);
   }
 }
 
@@ -185,7 +182,10 @@ static std::pair<dev_t, ino_t> inodeOf(const std::string& path) {
   return {status.st_dev, status.st_ino};
 }
 
-void Loader::loadSource(const language::SourceText& source, const std::string& real, Placement placement) {
+void Loader::loadSource(const std::string& path, Origin origin) {
+  const Work work(inQuotes(path) + " was loaded");
+  const std::string real = realPath(path);
+  const language::SourceText source = readSource(path);
   const std::string identity = sourceIdentity(source.text);
   auto earlier = loaded_.find(real);
   const auto moved = loadedInodes_.find(inodeOf(real));
@@ -196,18 +196,30 @@ void Loader::loadSource(const language::SourceText& source, const std::string& r
   const bool isLoaded = earlier != loaded_.end();
   // An object that was built from the same text has registered its types.
   const bool isKnown = isLoaded ? earlier->second == identity : objectIdentities_.count(identity) != 0;
-  if (isKnown && placement == Placement::anywhere) return;
+  if (isKnown && origin == Origin::named) return;
   const language::SourceFile file = language::parseSource(source);
   if (isLoaded && !isKnown) checkLoaded(source.path, file);
-  if (placement == Placement::underRoot) checkPlacement(source, file);
+  if (origin == Origin::classPath) checkPlacement(source, file);
   if (isLoaded || isKnown) return;
   checkUnknown(source, file);
-  link(compile(source, file), source);
+  link(compile(source, file), source, origin);
   loaded_.emplace(real, identity);
   loadedInodes_[inodeOf(real)] = identity;
 }
 
+void Loader::loadGenericClass(const GenericInstance& instance) {
+  const runtime::Type* loaded = runtime::findTypeByFullName(instance.name.substr(0, instance.name.find('<')));
+  if (loaded == nullptr) {
+    loadSource(instance.genericSource, Origin::named);
+  } else if (loaded->origin == Origin::object) {
+    // The object brought the classes of its file.
+    checkSourceOfObject(instance.genericSource, *loaded);
+  }
+}
+
 void Loader::loadInstance(const GenericInstance& instance) {
+  if (runtime::findTypeByFullName(instance.name) != nullptr) return;
+  loadGenericClass(instance);
   const Work work("class '" + instance.name + "' was compiled");
   const auto parsed = generics_.parsedSource(instance.genericSource);
   const auto& [source, file] = *parsed;
@@ -222,14 +234,14 @@ void Loader::loadInstance(const GenericInstance& instance) {
   // The text is the same for all instances; which one has the fault must be said.
   for (language::Diagnostic& each : diagnostics) each.message += ", in " + instance.name;
   if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);
-  link(std::move(compiled), source);
+  link(std::move(compiled), source, Origin::instance);
 }
 
-void Loader::link(Compiled compiled, const language::SourceText& source) {
+void Loader::link(Compiled compiled, const language::SourceText& source, Origin origin) {
   const auto unit = engine_.newUnit(bindNatives(source, compiled.classes));
   for (GeneratedClass& generated : compiled.classes) unit->add(std::move(generated.module), compiled.context);
   runtime::Registration registration;
-  registration.setSource(source.path);
+  registration.setSource(origin, source.path);
   for (const GeneratedClass& generated : compiled.classes) {
     run(*unit, generated.initialiser, "class '" + generated.fullName + "'");
   }
@@ -283,7 +295,7 @@ void Loader::loadBundleHere(const std::vector<std::string>& paths, const std::ve
   std::vector<std::unique_ptr<CodeUnit>> units;
   runtime::Registration registration;
   for (CheckedObject& object : objects) {
-    registration.setSource(object.file.path);
+    registration.setSource(Origin::object, object.file.path);
     units.push_back(link(object));
   }
   registration.commit();
@@ -294,9 +306,8 @@ void Loader::loadBundleHere(const std::vector<std::string>& paths, const std::ve
   }
 }
 
-void Loader::checkSourceOfObject(const std::string& path, const runtime::Type& type) {
+void Loader::checkSourceOfObject(const std::string& path, const runtime::Type& type) const {
   const std::string identity = sourceIdentity(generics_.parsedSource(path)->source.text);
-  const auto locked = lock();
   // No other loaded object can have been built from a source that declares the type.
   if (objectIdentities_.count(identity) != 0) return;
   throw std::runtime_error("Class '" + type.fullName + "' is loaded from " + language::printable(type.source) +

@@ -25,8 +25,7 @@ class GenericInstances;
 struct GeneratedClass;
 struct GenericInstance;
 
-/// Whether a source's package and class must match its path under a root.
-enum class Placement { underRoot, anywhere };
+using runtime::Origin;
 
 /// Loads one source or bundle at a time; threads wait for each other. A load that fails leaves nothing behind.
 class Loader {
@@ -35,19 +34,18 @@ class Loader {
       : classPath_(classPath), engine_(engine), generics_(generics) {}
 
   /// Compiles a source file and registers its types. If the file was loaded before, under any name, or an object that
-  /// was built from its text was, only checks its place. A generic instance's file loads that instance. Throws
-  /// `std::runtime_error` (`SourceError` for errors in the text). Also throws for a file that was loaded before if it
-  /// does not fit its place, or if it has changed and declares a class that is not loaded.
-  void load(const std::string& path, Placement placement);
+  /// was built from its text was, only checks its place. Throws `std::runtime_error` (`SourceError` for errors in the
+  /// text). Also throws for a file that was loaded before if it does not fit its place, or if it has changed and
+  /// declares a class that is not loaded.
+  /// @param origin that of a source. For an instance, `path` is the file that stands for it: unless the instance is
+  /// loaded, its generic class is loaded first, if necessary.
+  void load(const std::string& path, Origin origin);
 
   /// Links object files and registers their types. Skips objects that were loaded before, unless they have changed and
   /// contain a class that is not loaded.
   /// @param identities element i is the identity of the source that object i must have been built from.
   /// Throws `std::runtime_error` before any code is linked when one of them does not fit.
   void loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
-
-  /// Throws `std::runtime_error` for a source that is not the one from which the object of a loaded type was built.
-  void checkSourceOfObject(const std::string& path, const runtime::Type& type);
 
   /// Waits for a load of another thread, and lets no other begin, because the engine ends with the process: whoever
   /// loads afterwards waits for that end; this thread gets a `std::runtime_error`.
@@ -69,14 +67,17 @@ class Loader {
   struct CheckedObject;
   struct BuiltObject;
 
-  void loadSource(const language::SourceText& source, const std::string& realPath, Placement placement);
+  void loadSource(const std::string& path, Origin origin);
   void loadInstance(const GenericInstance& instance);
+  void loadGenericClass(const GenericInstance& instance);
+  /// Throws `std::runtime_error` for a source that is not the one from which the object of a loaded type was built.
+  void checkSourceOfObject(const std::string& path, const runtime::Type& type) const;
   /// Links compiled classes and registers their types.
-  void link(Compiled compiled, const language::SourceText& source);
+  void link(Compiled compiled, const language::SourceText& source, Origin origin);
   Compiled compile(const language::SourceText& source, const language::SourceFile& file) const;
   BuiltObject build(const std::string& path) const;
   // On a stack that is known to have room.
-  void loadHere(const std::string& path, Placement placement);
+  void loadHere(const std::string& path, Origin origin);
   void loadBundleHere(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
   BuiltObject buildHere(const std::string& path) const;
   std::vector<CheckedObject> checkBundle(const std::vector<std::string>& paths,

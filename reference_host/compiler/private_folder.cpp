@@ -152,11 +152,6 @@ fs::path privateFolder() {
   return folderPath.data();
 }
 
-bool isInPrivateFolder(const std::string& file) {
-  const std::lock_guard<std::mutex> lock(mutex);
-  return owner == getpid() && fs::path(file).parent_path() == folderPath.data();
-}
-
 /// Removes the files in an open folder. Async-signal-safe, which reading it with `readdir` would not be.
 static void removeFilesIn(int folder) noexcept {
   alignas(dirent64) std::array<char, 2048> entries;

@@ -10,9 +10,6 @@ namespace orva::compiler {
 /// else may read it, and no folder is made in it. Throws `std::runtime_error` when it cannot be made.
 std::filesystem::path privateFolder();
 
-/// Tells whether a file lies directly in the folder.
-bool isInPrivateFolder(const std::string& file);
-
 /// Removes the folder and its files, if this process made one. A signal that comes meanwhile takes effect afterwards.
 /// Async-signal-safe.
 void removePrivateFolder() noexcept;

@@ -98,7 +98,7 @@ static const runtime::Method& findMain(const Program& program) {
 }
 
 void runProgram(const Program& program, const std::vector<std::string>& arguments) {
-  compiler::activeContext().loader.load(program.file, compiler::Placement::anywhere);
+  compiler::activeContext().loader.load(program.file, runtime::Origin::named);
   compiler::endHostAtExit();
   const runtime::Method& method = findMain(program);
   runtime::ArrayList* list = runtime::newList();

@@ -36,9 +36,18 @@ struct Method {
   int64_t call(const int64_t* arguments, const SourceLocation* callSite) const;
 };
 
+/// What a type is loaded from.
+enum class Origin {
+  classPath,  ///< a source file on the class path: its package and its class must match its place there
+  named,      ///< a source file that is named directly, and may lie anywhere
+  instance,   ///< the source of a generic class, for one of its instances
+  object,     ///< an object file
+};
+
 struct Type {
   std::string name;
   std::string fullName;
+  Origin origin;
   std::string source;           ///< the file that it was loaded from, as it was named
   std::vector<Method> methods;  ///< in the order of their names
 

@@ -70,8 +70,9 @@ const Type* lookUp(const std::unordered_map<std::string, const Type*>& names, co
   return found == names.end() ? nullptr : found->second;
 }
 
-Type makeType(const TypeDescriptor& descriptor, std::string source) {
-  Type type{descriptor.name, descriptor.fullName, std::move(source), {}};
+Type makeType(Registration::Noted noted) {
+  const TypeDescriptor& descriptor = *noted.descriptor;
+  Type type{descriptor.name, descriptor.fullName, noted.origin, std::move(noted.source), {}};
   for (int64_t i = 0; i < descriptor.methodCount; ++i) {
     const MethodDescriptor& method = descriptor.methods[i];
     type.methods.push_back({{method.name, method.isStatic != 0, splitTypes(method.parameters), method.result},
@@ -84,9 +85,9 @@ Type makeType(const TypeDescriptor& descriptor, std::string source) {
 }
 
 /// Adds a type and its record; the lock is held.
-void add(const TypeDescriptor& descriptor, std::string source) {
+void add(Registration::Noted noted) {
   Registry& all = registry();
-  Type& type = all.types.emplace_back(makeType(descriptor, std::move(source)));
+  Type& type = all.types.emplace_back(makeType(std::move(noted)));
   // What any other spelling of a generic instance means depends on the classes that there are when it is asked for.
   const bool isInstance = type.fullName.find('<') != std::string::npos;
   TypeRecord record{isInstance ? "" : type.name, type.fullName, {}, {}, &type, {}};
@@ -122,7 +123,7 @@ Registration* Registration::current() { return openRegistration; }
 /// Refuses types that are known already, or noted twice; the lock is held.
 static void checkNew(const std::vector<Registration::Noted>& noted) {
   std::unordered_map<std::string, std::string> sources;
-  for (const auto& [descriptor, source] : noted) {
+  for (const auto& [descriptor, origin, source] : noted) {
     const std::string fullName = descriptor->fullName;
     if (const Type* known = lookUp(registry().fullNames, fullName)) sources.emplace(fullName, known->source);
     const auto [other, isNew] = sources.emplace(fullName, source);
@@ -136,7 +137,7 @@ static void checkNew(const std::vector<Registration::Noted>& noted) {
 void Registration::commit() {
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
   checkNew(noted_);
-  for (Noted& noted : noted_) orva::runtime::add(*noted.descriptor, std::move(noted.source));
+  for (Noted& noted : noted_) orva::runtime::add(std::move(noted));
   noted_.clear();
 }
 

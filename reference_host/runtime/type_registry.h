@@ -33,9 +33,10 @@ struct TypeDescriptor {
 /// none.
 class Registration {
  public:
-  /// A type and the file that it comes from.
+  /// A type and where it comes from.
   struct Noted {
     const TypeDescriptor* descriptor;
+    Origin origin;
     std::string source;
   };
 
@@ -44,11 +45,14 @@ class Registration {
   Registration(const Registration&) = delete;
   Registration& operator=(const Registration&) = delete;
 
-  /// Names the file that the types to come belong to.
-  void setSource(std::string source) { source_ = std::move(source); }
+  /// Tells where the types to come are loaded from.
+  void setSource(Origin origin, std::string source) {
+    origin_ = origin;
+    source_ = std::move(source);
+  }
 
   /// Notes a type; its descriptor stays where it is until the commit.
-  void add(const TypeDescriptor& descriptor) { noted_.push_back({&descriptor, source_}); }
+  void add(const TypeDescriptor& descriptor) { noted_.push_back({&descriptor, origin_, source_}); }
 
   /// Makes the noted types known. Throws `std::runtime_error` when one is known already; then none is added.
   void commit();
@@ -58,6 +62,7 @@ class Registration {
 
  private:
   std::vector<Noted> noted_;
+  Origin origin_ = Origin::named;
   std::string source_;
 };
 

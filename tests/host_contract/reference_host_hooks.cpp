@@ -52,7 +52,7 @@ class ReferenceHostHooks : public Hooks {
                         "  static native void probe();\n"
                         "  static void main() { KitsProgram.probe(); }\n"
                         "}\n");
-    compiler::activeContext().loader.load(file, compiler::Placement::anywhere);
+    compiler::activeContext().loader.load(file, runtime::Origin::named);
     runtime::findTypeByFullName("KitsProgram")->find("main")->call(nullptr, nullptr);
     return true;
   }

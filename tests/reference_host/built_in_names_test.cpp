@@ -7,7 +7,7 @@
 #include "workspace.h"
 
 using orva::compiler::activeContext;
-using orva::compiler::Placement;
+using orva::runtime::Origin;
 
 namespace {
 
@@ -20,7 +20,7 @@ const std::vector<std::string>& names() {
 void expectRefused(const std::string& path, int line, std::size_t column, const std::string& problem) {
   const std::string begin =
       path + ":" + std::to_string(line) + ":" + std::to_string(column) + ": error: " + problem + "\n";
-  for (const std::string& failure : {failureOf([&] { activeContext().loader.load(path, Placement::anywhere); }),
+  for (const std::string& failure : {failureOf([&] { activeContext().loader.load(path, Origin::named); }),
                                      failureOf([&] { activeContext().loader.precompile(path); })}) {
     EXPECT_EQ(failure.substr(0, begin.size()), begin);
     EXPECT_EQ(failure.find(": error: ", begin.size()), std::string::npos) << failure;
@@ -74,7 +74,7 @@ TEST(BuiltInNames, CallNoClassThatHasThem) {
     writeFile(name + ".ov", "class " + name + " { static String describe() { return \"of a class\"; } }\n");
     const std::string caller = "Calls" + name;
     writeFile(caller + ".ov", "class " + caller + " { static String run() { return " + name + ".describe(); } }");
-    activeContext().loader.load(caller + ".ov", Placement::anywhere);
+    activeContext().loader.load(caller + ".ov", Origin::named);
     EXPECT_EQ(messageOf(caller, "run"), "Built-in type '" + name + "' has no static methods");
     if (name == "void") continue;
     const std::string type = name == "ArrayList" ? "ArrayList<String>" : name;
@@ -96,7 +96,7 @@ TEST(BuiltInNames, HaveNoMethodsOfAClassThatHasThem) {
                                          ".run(\"\", ClassLoader.getTypeByName(\"Uses" + name + "\"), Uses" + name +
                                          ".exception(), []); } static Exception exception() { try { " +
                                          "throw new E(\"\"); } catch (Exception e) { return e; } } }");
-    activeContext().loader.load("Uses" + name + ".ov", Placement::anywhere);
+    activeContext().loader.load("Uses" + name + ".ov", Origin::named);
     EXPECT_EQ(messageOf("Uses" + name, "call"), "Type '" + type + "' has no method 'other'");
   }
 }

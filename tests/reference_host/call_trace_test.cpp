@@ -10,7 +10,7 @@ using Lines = std::vector<std::string>;
 
 static void load(const std::string& name, const std::string& text) {
   writeFile(name + ".ov", text);
-  orva::compiler::activeContext().loader.load(name + ".ov", orva::compiler::Placement::underRoot);
+  orva::compiler::activeContext().loader.load(name + ".ov", orva::runtime::Origin::classPath);
 }
 
 static void addLines(Lines& lines, const std::vector<rt::Place>& places) {

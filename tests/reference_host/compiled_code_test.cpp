@@ -31,7 +31,7 @@ static void loadThrower() {
             "  static int deep(int left) { return Thrower.deep(left + 1); }\n"
             "  static void misused() { Thrower.own().text(); }\n"
             "}\n");
-  orva::compiler::activeContext().loader.load("Thrower.ov", orva::compiler::Placement::underRoot);
+  orva::compiler::activeContext().loader.load("Thrower.ov", orva::runtime::Origin::classPath);
 }
 
 /// The class, message and line of the language exception that a call ends with.
@@ -130,7 +130,7 @@ TEST(CompiledCode, CallsTakeAtMost255Arguments) {
   for (int i = 1; i < 255; ++i) arguments += ",0";
   const auto load = [](const std::string& name, const std::string& given) {
     writeFile(name + ".ov", "class " + name + " { static void call() { Nowhere.method(" + given + "); } }");
-    orva::compiler::activeContext().loader.load(name + ".ov", orva::compiler::Placement::underRoot);
+    orva::compiler::activeContext().loader.load(name + ".ov", orva::runtime::Origin::classPath);
   };
   load("Most", arguments);
   const std::string failure = failureOf([&] { load("TooMany", arguments + ",0"); });
@@ -152,7 +152,7 @@ static std::string chainOf(const std::string& name, int count) {
 TEST(CompiledCode, ManyMethodsOfOneClassCallEachOtherAndThrow) {
   const Workspace workspace;
   writeFile("Sourced.ov", chainOf("Sourced", 500));
-  orva::compiler::activeContext().loader.load("Sourced.ov", orva::compiler::Placement::underRoot);
+  orva::compiler::activeContext().loader.load("Sourced.ov", orva::runtime::Origin::classPath);
   EXPECT_EQ(callText("Sourced", "start"), "thrown at 500");
   writeFile("Built.ov", chainOf("Built", 500) + chainOf("Near", 500));
   orva::compiler::activeContext().loader.precompile("Built.ov");
@@ -190,7 +190,7 @@ TEST(EntryPoints, AllocateTheStandardLibrarysClassWhateverElseSharesItsName) {
   const Workspace workspace;
   for (const std::string package : {"own", "orva"}) {
     writeFile(package + ".ov", "package " + package + "; class SystemClassLoader { }");
-    orva::compiler::activeContext().loader.load(package + ".ov", orva::compiler::Placement::anywhere);
+    orva::compiler::activeContext().loader.load(package + ".ov", orva::runtime::Origin::named);
   }
   const auto* object = static_cast<rt::Object*>(Orva_allocObject("SystemClassLoader"));
   EXPECT_EQ(object->type->fullName, "orva.SystemClassLoader");

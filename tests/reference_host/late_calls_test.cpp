@@ -8,7 +8,7 @@
 
 namespace fs = std::filesystem;
 using orva::compiler::activeContext;
-using orva::compiler::Placement;
+using orva::runtime::Origin;
 
 namespace {
 
@@ -114,7 +114,7 @@ std::string outcomeOf(const std::string& className, const std::string& method) {
 
 /// The first thing that the compiler says of a source, without its place; nothing when it is loaded.
 std::string complaintOf(const std::string& file) {
-  const std::string text = failureOf([&] { activeContext().loader.load(file, Placement::anywhere); });
+  const std::string text = failureOf([&] { activeContext().loader.load(file, Origin::named); });
   if (text == "nothing") return {};
   const std::string begin = ": error: ";
   const std::size_t at = text.find(begin) + begin.size();

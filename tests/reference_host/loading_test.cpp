@@ -24,11 +24,11 @@
 
 namespace fs = std::filesystem;
 using orva::compiler::activeContext;
-using orva::compiler::Placement;
 using orva::runtime::findType;
+using orva::runtime::Origin;
 using Counts = std::vector<std::size_t>;
 
-static void load(const std::string& path) { activeContext().loader.load(path, Placement::anywhere); }
+static void load(const std::string& path) { activeContext().loader.load(path, Origin::named); }
 
 static void loadBundle(const std::vector<std::string>& sources) {
   std::vector<std::string> objects;
@@ -102,7 +102,7 @@ TEST(Loading, ASourceStaysLoadedWhenALinkTakesItsPlace) {
 TEST(Loading, APlaceIsCheckedWhateverIsLoadedAlready) {
   const Workspace workspace;
   const auto place = [](const std::string& path) {
-    return failureOf([&] { activeContext().loader.load(path, Placement::underRoot); });
+    return failureOf([&] { activeContext().loader.load(path, Origin::classPath); });
   };
   const auto loadObject = [](const std::string& folder) {
     activeContext().loader.precompile(folder + "/M.ov");
@@ -330,7 +330,7 @@ TEST(Loading, ASourceBelowSeveralRootsMayDeclareThePackageOfAny) {
       const std::string name = "C" + std::to_string(chosen) + "x" + std::to_string(number++);
       const std::string file = "./a/b/c/" + name + ".ov";
       writeFile(file, (*package == '\0' ? "" : "package " + std::string(package) + "; ") + "class " + name + " { }");
-      const std::string failure = failureOf([&] { loader.load(file, Placement::underRoot); });
+      const std::string failure = failureOf([&] { loader.load(file, Origin::classPath); });
       EXPECT_EQ(failure == "nothing", packages.count(package) != 0) << file << " of package " << package;
     }
   }
@@ -345,7 +345,7 @@ TEST(Loading, ASourceIsToldWhatItHasToDeclare) {
       {"C.ov", "package a; ", "a root of the class path: it cannot declare package 'a'"}};
   for (const auto& fault : faults) {
     writeFile(fault[0], fault[1] + "class C { }");
-    const std::string text = failureOf([&] { activeContext().loader.load("./" + fault[0], Placement::underRoot); });
+    const std::string text = failureOf([&] { activeContext().loader.load("./" + fault[0], Origin::classPath); });
     EXPECT_NE(text.find("error: this file is in " + fault[2] + "\n"), std::string::npos) << text;
   }
 }
@@ -357,7 +357,7 @@ TEST(Loading, ASourceInNoPackageOfItsIsToldTheNearest) {
   const auto toldTo = [](const std::string& package) {
     writeFile("plugins/text/Upper.ov", package + "class Upper { }");
     const std::string text =
-        failureOf([] { activeContext().loader.load("./plugins/text/Upper.ov", Placement::underRoot); });
+        failureOf([] { activeContext().loader.load("./plugins/text/Upper.ov", Origin::classPath); });
     const std::string begin = "this file is in the directory of package '";
     const std::size_t at = text.find(begin);
     return at == std::string::npos ? text : text.substr(at + begin.size(), text.find("':", at) - at - begin.size());
@@ -372,7 +372,7 @@ TEST(Loading, ASourceOutsideOfEveryRootMayDeclareAnyPackage) {
   const Workspace workspace;
   const std::string outside = workspace.path().string() + ".ov";
   writeFile(outside, "package far.away; class Stranger { }");
-  activeContext().loader.load(outside, Placement::underRoot);
+  activeContext().loader.load(outside, Origin::classPath);
   fs::remove(outside);
   EXPECT_NE(findType("far.away.Stranger"), nullptr);
 }

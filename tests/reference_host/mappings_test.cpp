@@ -44,7 +44,7 @@ TEST(Mappings, AClassForWhichNoneAreLeftIsNamed) {
   const auto loadWithoutMappings = [] {
     const AllMappings all;
     const std::string failure =
-        failureOf([] { orva::compiler::activeContext().loader.load("One.ov", orva::compiler::Placement::anywhere); });
+        failureOf([] { orva::compiler::activeContext().loader.load("One.ov", orva::runtime::Origin::named); });
     std::fprintf(stderr, "%s\n", failure.c_str());
     _exit(1);
   };

@@ -41,7 +41,7 @@ static const std::map<std::string, std::function<void()>> failures = {
     {"reading nothing", [] { compiler::readFile(folder + "absent"); }},
     {"reading a folder", [] { compiler::readFile(folder); }},
     {"writing", [] { compiler::writeFile(folder + "absent/file", ""); }},
-    {"loading nothing", [] { activeContext().loader.load(folder + "Absent.ov", compiler::Placement::anywhere); }},
+    {"loading nothing", [] { activeContext().loader.load(folder + "Absent.ov", orva::runtime::Origin::named); }},
     {"a wrong extension", [] { activeContext().loader.precompile(folder + "Source.txt"); }},
     {"a foreign object", [] { objectOf("Foreign", "class Foreign { }"); }},
     {"no object", [] { compiler::readObject(folder + "Foreign.o"); }},

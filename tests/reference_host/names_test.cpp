@@ -47,7 +47,7 @@ void expectThatEachIsItself(const Classes& classes, From from) {
     const std::string path = fullName + ".ov";
     writeFile(path, text);
     if (from == From::source) {
-      activeContext().loader.load(path, orva::compiler::Placement::anywhere);
+      activeContext().loader.load(path, orva::runtime::Origin::named);
     } else {
       activeContext().loader.precompile(path);
       activeContext().loader.loadBundle({fullName + ".o"}, {orva::compiler::sourceIdentity(text)});

@@ -100,7 +100,7 @@ std::string writeClass(const NativeMethod& native) {
 /// The first line of what loading the source of a package fails with.
 std::string sourceFailure(const std::string& package) {
   const std::string failure =
-      failureOf([&] { activeContext().loader.load(package + ".ov", orva::compiler::Placement::anywhere); });
+      failureOf([&] { activeContext().loader.load(package + ".ov", orva::runtime::Origin::named); });
   return failure.substr(0, failure.find('\n'));
 }
 

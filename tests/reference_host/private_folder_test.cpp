@@ -17,7 +17,6 @@
 #include "workspace.h"
 
 namespace fs = std::filesystem;
-using orva::compiler::isInPrivateFolder;
 using orva::compiler::privateFolder;
 using orva::compiler::removeAbandonedFolders;
 using orva::compiler::removePrivateFolder;
@@ -66,7 +65,6 @@ static void makeFiles(int count) {
 TEST(PrivateFolder, IsOneAndIsRemovedWithItsFiles) {
   const Workspace workspace;
   const fs::path temporary = temporaryFolder(workspace);
-  EXPECT_FALSE(isInPrivateFolder((temporary / "file").string()));
   removePrivateFolder();
   EXPECT_TRUE(fs::is_empty(temporary));
   const fs::path folder = privateFolder();
@@ -75,11 +73,8 @@ TEST(PrivateFolder, IsOneAndIsRemovedWithItsFiles) {
   EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
   // More than one reading of the folder gives.
   makeFiles(500);
-  EXPECT_TRUE(isInPrivateFolder((folder / "file0").string()));
-  EXPECT_FALSE(isInPrivateFolder((temporary / "file0").string()));
   removePrivateFolder();
   EXPECT_TRUE(fs::is_empty(temporary));
-  EXPECT_FALSE(isInPrivateFolder((folder / "file0").string()));
   EXPECT_NE(privateFolder(), folder);
   removePrivateFolder();
 }
