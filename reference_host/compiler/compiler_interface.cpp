@@ -25,6 +25,8 @@ static Origin originOf(const std::string& path, const std::shared_ptr<Context>& 
 
 int32_t Compiler::objectAbiVersion() { return currentObjectAbi; }
 
+std::shared_ptr<Context> Compiler::activeRuntimeContext() { return shareActiveContext(); }
+
 void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context) {
   activeContext().loader.load(sourcePath, originOf(sourcePath, context));
 }

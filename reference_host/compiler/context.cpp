@@ -36,6 +36,8 @@ void endHostAtExit() {
   });
 }
 
+std::shared_ptr<Context> shareActiveContext() { return active(); }
+
 Context& activeContext() {
   if (active() == nullptr) throw std::logic_error("The host is not started");
   return *active();
@@ -54,7 +56,5 @@ const runtime::Type* Context::findOrLoad(const std::string& fullName) {
   loader.load(source, Origin::classPath);
   return runtime::findTypeByFullName(fullName);
 }
-
-std::shared_ptr<Context> Compiler::activeRuntimeContext() { return active(); }
 
 }  // namespace orva::compiler

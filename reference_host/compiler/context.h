@@ -39,6 +39,9 @@ void startHost(const std::string& standardLibrary);
 /// destroyed; a test looks for objects that are.
 void endHostAtExit();
 
+/// A share of the active context; empty before the host was started.
+std::shared_ptr<Context> shareActiveContext();
+
 /// The active context. Throws `std::logic_error` before the host was started.
 Context& activeContext();
 
