@@ -126,7 +126,7 @@ class ClassGenerator {
   void generateNative(const MethodSignature& signature, const std::string& symbol) {
     llvm::Function* function = scope_.functions.at(signature.name);
     llvm::IRBuilder<> ir(entryOf(function));
-    ir.CreateCall(builder_.operation("enterNative", builder_.typeOf("void"), {}));
+    builder_.call(ir, op::enterNative);
     std::vector<llvm::Value*> arguments;
     std::vector<llvm::Type*> types;
     for (std::size_t i = 0; i + 1 < function->arg_size(); ++i) {
@@ -135,8 +135,7 @@ class ClassGenerator {
     }
     auto* type = llvm::FunctionType::get(builder_.typeOf(signature.result), types, false);
     llvm::Value* result = ir.CreateCall(builder_.module().getOrInsertFunction(symbol, type), arguments);
-    ir.CreateCall(builder_.operation("leaveNative", builder_.typeOf("void"), {builder_.pointer()}),
-                  {function->getArg(static_cast<unsigned>(function->arg_size() - 1))});
+    builder_.call(ir, op::leaveNative, function->getArg(static_cast<unsigned>(function->arg_size() - 1)));
     if (signature.result == "void") {
       ir.CreateRetVoid();
     } else if (signature.result == "boolean") {
@@ -180,7 +179,7 @@ class ClassGenerator {
     llvm::Function* function = builder_.addFunction(llvm::FunctionType::get(builder_.typeOf("void"), false), symbol,
                                                     llvm::GlobalValue::ExternalLinkage);
     llvm::IRBuilder<> ir(entryOf(function));
-    ir.CreateCall(builder_.operation("registerType", builder_.typeOf("void"), {builder_.pointer()}), {descriptor});
+    builder_.call(ir, op::registerType, descriptor);
     ir.CreateRetVoid();
   }
 

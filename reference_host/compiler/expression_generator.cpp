@@ -1,9 +1,11 @@
 // Expressions and calls: the other half of the method generator.
 #include <algorithm>
 
+#include "reference_host/compiler/linkage.h"
 #include "reference_host/compiler/method_generator.h"
 #include "reference_host/language/foreign_constructs.h"
 #include "reference_host/runtime/built_in_methods.h"
+#include "reference_host/runtime/dynamic_operations.h"
 
 namespace orva::compiler {
 
@@ -17,8 +19,7 @@ MethodGenerator::Value MethodGenerator::expression(const language::Expression& e
 llvm::Value* MethodGenerator::valueOf(const language::Expression& expression, const std::string& type) {
   const Value value = this->expression(expression, type);
   if (value.isDynamic()) {
-    operation("requireType", builder_.typeOf("void"),
-              {value.typeAtRun, builder_.text(type), builder_.location(expression.position)});
+    call(op::requireType, value.typeAtRun, builder_.text(type), builder_.location(expression.position));
     return builder_.fromWord(ir_, value.value, type);
   }
   if (const auto problem = runtime::assignmentProblem(type, value.type)) fail(expression.position, *problem);
@@ -51,9 +52,9 @@ MethodGenerator::Value MethodGenerator::generate(const language::NameUse& use, P
 MethodGenerator::Value MethodGenerator::generate(const language::ListLiteral& literal, Position position,
                                                  const std::string&) {
   llvm::Constant* place = builder_.location(position);
-  llvm::Value* list = operation("newList", builder_.pointer(), {place});
+  llvm::Value* list = call(op::newList, place);
   for (const language::Expression& element : literal.elements) {
-    operation("listAdd", builder_.typeOf("void"), {list, valueOf(element, "String"), place});
+    call(op::listAdd, list, valueOf(element, "String"), place);
   }
   return {list, "ArrayList<String>"};
 }
@@ -75,14 +76,13 @@ MethodGenerator::Value MethodGenerator::add(const Value& left, const Value& righ
   if (left.type == "int" && right.type == "int") return {ir_.CreateAdd(left.value, right.value), "int"};
   llvm::Value* first = asText(left, position).value;
   llvm::Value* second = asText(right, position).value;
-  return {operation("joinTexts", builder_.pointer(), {first, second, builder_.location(position)}), "String"};
+  return {call(op::joinTexts, first, second, builder_.location(position)), "String"};
 }
 
 MethodGenerator::Value MethodGenerator::dynamicSum(const Value& left, const Value& right, Position position) {
   if (left.type == "void" || right.type == "void") fail(position, "this call returns nothing");
-  llvm::Value* sum = operation(
-      "dynamicSum", builder_.word(),
-      {wordOf(left), spelledType(left), wordOf(right), spelledType(right), placeOfType(), builder_.location(position)});
+  llvm::Value* sum = call(op::dynamicSum, wordOf(left), spelledType(left), wordOf(right), spelledType(right),
+                          placeOfType(), builder_.location(position));
   if (left.type == "String" || right.type == "String") return {builder_.fromWord(ir_, sum, "String"), "String"};
   return dynamicValue(sum);
 }
@@ -104,14 +104,13 @@ MethodGenerator::Value MethodGenerator::dynamicValue(llvm::Value* word) {
 
 MethodGenerator::Value MethodGenerator::asText(const Value& value, Position position) {
   if (value.isDynamic()) {
-    return {operation("dynamicText", builder_.pointer(), {value.value, value.typeAtRun, builder_.location(position)}),
-            "String"};
+    return {call(op::dynamicText, value.value, value.typeAtRun, builder_.location(position)), "String"};
   }
   if (const auto problem = runtime::textProblem(value.type)) fail(position, *problem);
   if (value.type == "int") {
-    return {operation("intText", builder_.pointer(), {value.value, builder_.location(position)}), "String"};
+    return {call(op::intText, value.value, builder_.location(position)), "String"};
   }
-  if (value.type == "boolean") return {operation("booleanText", builder_.pointer(), {value.value}), "String"};
+  if (value.type == "boolean") return {call(op::booleanText, value.value), "String"};
   return {value.value, "String"};
 }
 
@@ -122,7 +121,7 @@ MethodGenerator::Value MethodGenerator::compare(const Value& left, const Value& 
   } else if (const auto problem = runtime::comparisonProblem(left.type, right.type)) {
     fail(position, *problem);
   } else if (left.type == "String" || right.type == "String") {
-    llvm::Value* textsEqual = operation("textsEqual", builder_.word(), {left.value, right.value});
+    llvm::Value* textsEqual = call(op::textsEqual, left.value, right.value);
     same = ir_.CreateICmpNE(textsEqual, builder_.number(0));
   } else {
     same = ir_.CreateICmpEQ(left.value, right.value);
@@ -132,9 +131,8 @@ MethodGenerator::Value MethodGenerator::compare(const Value& left, const Value& 
 
 llvm::Value* MethodGenerator::dynamicComparison(const Value& left, const Value& right, Position position) {
   if (left.type == "void" || right.type == "void") fail(position, "this call returns nothing");
-  llvm::Value* equal =
-      operation("dynamicEqual", builder_.word(),
-                {wordOf(left), spelledType(left), wordOf(right), spelledType(right), builder_.location(position)});
+  llvm::Value* equal = call(op::dynamicEqual, wordOf(left), spelledType(left), wordOf(right), spelledType(right),
+                            builder_.location(position));
   return ir_.CreateICmpNE(equal, builder_.number(0));
 }
 
@@ -275,10 +273,9 @@ MethodGenerator::Value MethodGenerator::callByName(const std::string& className,
                                                    const std::vector<Value>& arguments, const std::string& wanted) {
   const WordArguments words = wordArguments(arguments);
   llvm::Value* result =
-      operation("callByName", builder_.word(),
-                {builder_.text(className), builder_.number(static_cast<int64_t>(candidates.size())),
-                 builder_.textArray(candidates), builder_.text(member.name), words.count, words.words, words.types,
-                 builder_.text(wanted), placeOfType(), builder_.location(member.position)});
+      call(op::callByName, builder_.text(className), builder_.number(static_cast<int64_t>(candidates.size())),
+           builder_.textArray(candidates), builder_.text(member.name), words.count, words.words, words.types,
+           builder_.text(wanted), placeOfType(), builder_.location(member.position));
   return lateResult(result, wanted);
 }
 
@@ -287,9 +284,8 @@ MethodGenerator::Value MethodGenerator::callMember(const Value& receiver, const 
   std::vector<Value> all = {receiver};
   all.insert(all.end(), arguments.begin(), arguments.end());
   const WordArguments words = wordArguments(all);
-  llvm::Value* result = operation("callMember", builder_.word(),
-                                  {builder_.text(member.name), words.count, words.words, words.types,
-                                   builder_.text(wanted), placeOfType(), builder_.location(member.position)});
+  llvm::Value* result = call(op::callMember, builder_.text(member.name), words.count, words.words, words.types,
+                             builder_.text(wanted), placeOfType(), builder_.location(member.position));
   return lateResult(result, wanted);
 }
 
@@ -300,12 +296,11 @@ MethodGenerator::Value MethodGenerator::memberCall(const Value& receiver, const 
   }
   if (!member.isCall) fail(member.position, "expected '(' after '." + member.name + "'");
   if (receiver.isDynamic()) {
-    operation("requireObject", builder_.typeOf("void"),
-              {receiver.value, receiver.typeAtRun, builder_.text(member.name), builder_.location(member.position)});
+    call(op::requireObject, receiver.value, receiver.typeAtRun, builder_.text(member.name),
+         builder_.location(member.position));
     return callMember(receiver, member, arguments(member, nullptr), wanted);
   }
-  operation("requireReceiver", builder_.typeOf("void"),
-            {receiver.value, builder_.text(member.name), builder_.location(member.position)});
+  call(op::requireReceiver, receiver.value, builder_.text(member.name), builder_.location(member.position));
   if (receiver.type == "Type" && member.name == "call") return typeCall(receiver, member);
   if (runtime::isBuiltInType(receiver.type)) return builtInCall(receiver, member, wanted);
   if (const auto* summary = summaryOf(receiver.type)) return linkedCall(*summary, member, &receiver, wanted);
@@ -324,7 +319,10 @@ MethodGenerator::Value MethodGenerator::builtInCall(const Value& receiver, const
   std::vector<llvm::Value*> passed = {receiver.value};
   for (const Value& value : values) passed.push_back(value.value);
   if (method->takesCallSite) passed.push_back(builder_.location(member.position));
-  return {operation(method->operation, builder_.typeOf(signature->result), passed), signature->result};
+  std::vector<llvm::Type*> types;
+  for (const llvm::Value* each : passed) types.push_back(each->getType());
+  auto* type = llvm::FunctionType::get(builder_.typeOf(signature->result), types, false);
+  return {call(builder_.module().getOrInsertFunction(method->operation.name, type), passed), signature->result};
 }
 
 MethodGenerator::Value MethodGenerator::typeCall(const Value& receiver, const Member& member) {
@@ -334,9 +332,8 @@ MethodGenerator::Value MethodGenerator::typeCall(const Value& receiver, const Me
   llvm::Value* method = values.front().value;
   values.erase(values.begin());
   const WordArguments words = wordArguments(values);
-  llvm::Value* result =
-      operation("typeCall", builder_.pointer(),
-                {receiver.value, method, words.count, words.words, words.types, builder_.location(member.position)});
+  llvm::Value* result = call(op::typeCall, receiver.value, method, words.count, words.words, words.types,
+                             builder_.location(member.position));
   return {result, "String"};
 }
 

@@ -32,7 +32,7 @@ static void requireClass(const rt::Type* found, const std::string& name, const r
   if (found == nullptr) rt::throwException("ClassNotFoundException", "Class not found: " + name, callSite);
 }
 
-/// The result of a method as its caller needs it: of any type but void for an empty name, dropped for `void`.
+/// The result of a method as its caller wants it.
 static int64_t fitted(const rt::DynamicValue& result, const std::string& method, const char* wanted,
                       const char** resultType, const rt::SourceLocation* callSite) {
   const std::string_view need = wanted;
@@ -49,7 +49,6 @@ static int64_t fitted(const rt::DynamicValue& result, const std::string& method,
 
 extern "C" {
 
-/// Finds the method that a caller was compiled against, and remembers it in the caller's slot.
 static void* orvart_linkMethod(const char* className, const char* method, const char* parameters, const char* result,
                                int64_t isStatic, std::atomic<void*>* slot, const rt::SourceLocation* callSite) {
   const rt::Type* type = findOrLoad(className, callSite);
@@ -66,9 +65,6 @@ static void* orvart_linkMethod(const char* className, const char* method, const 
   return found->code;
 }
 
-/// Calls a static method that was unknown when the caller was compiled.
-/// @param name the class as it is written; `candidates` are the full names that it may stand for.
-/// @param wanted as for `fitted`, which sets `resultType` too.
 static int64_t orvart_callByName(const char* name, int64_t candidateCount, const char* const* candidates,
                                  const char* method, int64_t count, const int64_t* values, const char* const* types,
                                  const char* wanted, const char** resultType, const rt::SourceLocation* callSite) {
@@ -82,8 +78,6 @@ static int64_t orvart_callByName(const char* name, int64_t candidateCount, const
   return fitted(result, type->fullName + "." + method, wanted, resultType, callSite);
 }
 
-/// Calls a method of an instance that was unknown when the caller was compiled; the receiver is the first argument, and
-/// is not null.
 static int64_t orvart_callMember(const char* method, int64_t count, const int64_t* values, const char* const* types,
                                  const char* wanted, const char** resultType, const rt::SourceLocation* callSite) {
   const std::string className = types[0];
@@ -104,9 +98,9 @@ static int64_t orvart_callMember(const char* method, int64_t count, const int64_
 namespace orva::compiler {
 
 std::vector<runtime::NamedOperation> compiledCodeOperations() {
-  std::vector<runtime::NamedOperation> all = {runtime::guarded<orvart_linkMethod>("orvart_linkMethod"),
-                                              runtime::guarded<orvart_callByName>("orvart_callByName"),
-                                              runtime::guarded<orvart_callMember>("orvart_callMember")};
+  std::vector<runtime::NamedOperation> all = {linked(runtime::op::linkMethod, runtime::guarded<orvart_linkMethod>),
+                                              linked(runtime::op::callByName, runtime::guarded<orvart_callByName>),
+                                              linked(runtime::op::callMember, runtime::guarded<orvart_callMember>)};
   for (const auto& list : {runtime::operations(), runtime::builtInOperations(), runtime::dynamicOperations()}) {
     all.insert(all.end(), list.begin(), list.end());
   }

@@ -54,7 +54,7 @@ void MethodGenerator::generateBody() {
     ir_.CreateStore(function_->getArg(first + i), variable.place);
   }
   frame_ = allocate(builder_.callFrame(), "frame");
-  operation("enter", builder_.typeOf("void"), {frame_, name(), callSite()});
+  call(op::enter, frame_, name(), callSite());
   const std::size_t problems = scope_.diagnostics.size();
   block(method_.body);
   if (hasEnded()) return;
@@ -78,7 +78,7 @@ void MethodGenerator::callWithRoom(std::size_t size) {
   scope_.functions[method_.name] = function_;
   body->replaceUsesWithIf(function_, [](const llvm::Use& use) { return llvm::isa<llvm::CallBase>(use.getUser()); });
   ir_.SetInsertPoint(newBlock("entry"));
-  operation("requireStack", builder_.typeOf("void"), {builder_.number(static_cast<int64_t>(size)), name(), callSite()});
+  call(op::requireStack, builder_.number(static_cast<int64_t>(size)), name(), callSite());
   std::vector<llvm::Value*> passed;
   for (llvm::Argument& argument : function_->args()) passed.push_back(&argument);
   llvm::Value* result = ir_.CreateCall(body, passed);
@@ -178,7 +178,7 @@ void MethodGenerator::generate(const language::Return& statement, Position posit
 
 void MethodGenerator::leave(llvm::Value* result) {
   // It never throws: even within a `try`, it is called plainly.
-  ir_.CreateCall(builder_.operation("leave", builder_.typeOf("void"), {builder_.pointer()}), {frame_});
+  builder_.call(ir_, op::leave, frame_);
   // Null makes a return without a value.
   ir_.Insert(llvm::ReturnInst::Create(ir_.getContext(), result));
 }
@@ -230,16 +230,14 @@ llvm::BasicBlock* MethodGenerator::landing() {
   ir_.SetInsertPoint(landingOfAll_);
   // The landing needs a personality even if nothing in any body can throw.
   auto* personality = llvm::FunctionType::get(llvm::Type::getInt32Ty(ir_.getContext()), true);
-  function_->setPersonalityFn(llvm::cast<llvm::Constant>(
-      builder_.module().getOrInsertFunction("__gxx_personality_v0", personality).getCallee()));
+  function_->setPersonalityFn(
+      llvm::cast<llvm::Constant>(builder_.module().getOrInsertFunction(runtime::personality, personality).getCallee()));
   auto* landed = llvm::StructType::get(builder_.pointer(), llvm::Type::getInt32Ty(ir_.getContext()));
   llvm::LandingPadInst* pad = ir_.CreateLandingPad(landed, 1);
   // Only language exceptions are caught; every other C++ exception goes on to whoever called the program.
   pad->addClause(llvm::cast<llvm::Constant>(
-      builder_.module().getOrInsertGlobal("orvart_thrownType", llvm::Type::getInt8Ty(ir_.getContext()))));
-  exception_ =
-      ir_.CreateCall(builder_.operation("beginCatch", builder_.pointer(), {builder_.pointer(), builder_.pointer()}),
-                     {ir_.CreateExtractValue(pad, 0), frame_});
+      builder_.module().getOrInsertGlobal(runtime::thrownType, llvm::Type::getInt8Ty(ir_.getContext()))));
+  exception_ = builder_.call(ir_, op::beginCatch, ir_.CreateExtractValue(pad, 0), frame_);
   return landingOfAll_;
 }
 
@@ -268,12 +266,12 @@ void MethodGenerator::goToHandler(llvm::Value* number, std::size_t first, std::s
 void MethodGenerator::handler(const language::Try& statement, llvm::BasicBlock* next) {
   const std::string caught = exceptionClass(statement.exceptionClass, statement.variablePosition);
   if (caught != "Exception") {
-    llvm::Value* matches = operation("exceptionIs", builder_.word(), {exception_, builder_.text(caught)});
+    llvm::Value* matches = call(op::exceptionIs, exception_, builder_.text(caught));
     llvm::BasicBlock* handle = newBlock("handle");
     llvm::BasicBlock* pass = newBlock("pass");
     ir_.CreateCondBr(ir_.CreateICmpNE(matches, builder_.number(0)), handle, pass);
     ir_.SetInsertPoint(pass);
-    operation("rethrow", builder_.typeOf("void"), {exception_});
+    call(op::rethrow, exception_);
     ir_.CreateUnreachable();
     ir_.SetInsertPoint(handle);
   }
@@ -286,9 +284,8 @@ void MethodGenerator::handler(const language::Try& statement, llvm::BasicBlock* 
 }
 
 void MethodGenerator::generate(const language::Throw& statement, Position position) {
-  operation("raise", builder_.typeOf("void"),
-            {builder_.text(exceptionClass(statement.exceptionClass, position)), valueOf(statement.message, "String"),
-             builder_.location(position)});
+  llvm::Constant* className = builder_.text(exceptionClass(statement.exceptionClass, position));
+  call(op::raise, className, valueOf(statement.message, "String"), builder_.location(position));
   ir_.CreateUnreachable();
 }
 
@@ -359,13 +356,6 @@ llvm::Value* MethodGenerator::call(llvm::FunctionCallee callee, const std::vecto
   }
   ir_.SetInsertPoint(next);
   return result;
-}
-
-llvm::Value* MethodGenerator::operation(const std::string& name, llvm::Type* result,
-                                        const std::vector<llvm::Value*>& arguments) {
-  std::vector<llvm::Type*> types;
-  for (const llvm::Value* argument : arguments) types.push_back(argument->getType());
-  return call(builder_.operation(name, result, types), arguments);
 }
 
 }  // namespace orva::compiler

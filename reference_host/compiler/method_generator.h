@@ -155,7 +155,11 @@ class MethodGenerator {
   bool isReachable() const;
   bool hasEnded() const { return ir_.GetInsertBlock()->getTerminator() != nullptr; }
   llvm::Value* call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments);
-  llvm::Value* operation(const std::string& name, llvm::Type* result, const std::vector<llvm::Value*>& arguments);
+  template <typename Result, typename... Parameters>
+  llvm::Value* call(const runtime::Operation<Result(Parameters...)>& operation,
+                    typename Passed<Parameters>::Value... arguments) {
+    return call(builder_.operation(operation), {arguments...});
+  }
 
   [[noreturn]] static void failDeclaredTwice(const std::string& name, language::Position position);
   [[noreturn]] static void fail(language::Position position, const std::string& message);

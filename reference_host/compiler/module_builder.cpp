@@ -3,6 +3,8 @@
 
 #include <llvm/IR/Constants.h>
 
+#include "reference_host/compiler/linkage.h"
+
 namespace orva::compiler {
 
 using llvm::Constant;
@@ -73,11 +75,6 @@ Constant* ModuleBuilder::location(language::Position position) {
   return known;
 }
 
-llvm::FunctionCallee ModuleBuilder::operation(const std::string& name, llvm::Type* result,
-                                              const std::vector<llvm::Type*>& arguments) {
-  return module_->getOrInsertFunction("orvart_" + name, llvm::FunctionType::get(result, arguments, false));
-}
-
 llvm::Function* ModuleBuilder::linkedMethod(const std::string& className, const runtime::MethodSignature& signature) {
   llvm::Function*& known = links_[className + "." + signature.name];
   if (known == nullptr) {
@@ -102,11 +99,10 @@ void ModuleBuilder::buildLink(llvm::Function* function, const std::string& class
   builder.CreateCondBr(builder.CreateIsNull(known), find, call);
 
   builder.SetInsertPoint(find);
-  const std::vector<llvm::Type*> types = {pointer(), pointer(), pointer(), pointer(), word(), pointer(), pointer()};
-  llvm::Value* found = builder.CreateCall(
-      operation("linkMethod", pointer(), types),
-      {text(className), text(signature.name), text(joinTypes(signature.parameters)), text(signature.result),
-       number(signature.isStatic ? 1 : 0), slot, function->getArg(static_cast<unsigned>(function->arg_size() - 1))});
+  llvm::Value* found =
+      this->call(builder, op::linkMethod, text(className), text(signature.name), text(joinTypes(signature.parameters)),
+                 text(signature.result), number(signature.isStatic ? 1 : 0), slot,
+                 function->getArg(static_cast<unsigned>(function->arg_size() - 1)));
   builder.CreateBr(call);
 
   builder.SetInsertPoint(call);

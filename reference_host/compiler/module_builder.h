@@ -7,14 +7,25 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "reference_host/language/source_text.h"
 #include "reference_host/language/syntax_tree.h"
 #include "reference_host/runtime/call_stack.h"
+#include "reference_host/runtime/operations.h"
 #include "reference_host/runtime/type.h"
 
 namespace orva::compiler {
+
+namespace op = runtime::op;
+
+/// What generated code passes for a parameter of a C++ function: so that it passes as many values as there are
+/// parameters.
+template <typename Parameter>
+struct Passed {
+  using Value = llvm::Value*;
+};
 
 /// Builds what several methods of a class share. int and boolean are i64, every other type is a pointer.
 class ModuleBuilder {
@@ -51,9 +62,19 @@ class ModuleBuilder {
   /// A constant that other constants and code refer to.
   llvm::Constant* constant(llvm::Constant* value);
 
-  /// A function of the runtime, as `orvart_` + name.
-  llvm::FunctionCallee operation(const std::string& name, llvm::Type* result,
-                                 const std::vector<llvm::Type*>& arguments);
+  /// An operation of the runtime, declared by the type of its function.
+  template <typename Result, typename... Parameters>
+  llvm::FunctionCallee operation(const runtime::Operation<Result(Parameters...)>& operation) {
+    auto* type = llvm::FunctionType::get(machineType<Result>(), {machineType<Parameters>()...}, false);
+    return module_->getOrInsertFunction(operation.name, type);
+  }
+
+  /// Calls an operation that throws nothing to be caught here.
+  template <typename Result, typename... Parameters>
+  llvm::CallInst* call(llvm::IRBuilder<>& ir, const runtime::Operation<Result(Parameters...)>& operation,
+                       typename Passed<Parameters>::Value... arguments) {
+    return ir.CreateCall(this->operation(operation), {arguments...});
+  }
 
   /// A function that calls a method of another class, and finds it when it is called for the first time.
   llvm::Function* linkedMethod(const std::string& className, const runtime::MethodSignature& signature);
@@ -63,6 +84,18 @@ class ModuleBuilder {
   llvm::Value* fromWord(llvm::IRBuilder<>& builder, llvm::Value* word, const std::string& type);
 
  private:
+  template <typename Value>
+  llvm::Type* machineType() {
+    if constexpr (std::is_void_v<Value>) {
+      return llvm::Type::getVoidTy(module_->getContext());
+    } else if constexpr (std::is_pointer_v<Value>) {
+      return pointer();
+    } else {
+      static_assert(std::is_same_v<Value, int64_t>, "compiled code knows words and pointers");
+      return word();
+    }
+  }
+
   void buildLink(llvm::Function* function, const std::string& className, const runtime::MethodSignature& signature);
 
   const language::SourceText& source_;

@@ -2,6 +2,7 @@
 #include "reference_host/runtime/built_in_methods.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <string>
 
 namespace rt = orva::runtime;
@@ -82,20 +83,43 @@ DynamicValue callMethodOfType(const DynamicArguments& arguments, const SourceLoc
   return {wordOf(text), "String"};
 }
 
+/// How the language spells the type of a parameter or a result; null for the call site.
+template <typename Value>
+constexpr const char* spelling = nullptr;
+template <>
+constexpr const char* spelling<void> = "void";
+template <>
+constexpr const char* spelling<int64_t> = "int";
+template <>
+constexpr const char* spelling<const char*> = "String";
+
+/// A method of the language with the parameters and the result of its operation.
+template <typename Result, typename Receiver, typename... Parameters>
+BuiltInMethod method(std::string_view type, const char* name,
+                     const Operation<Result(Receiver*, Parameters...)>& operation,
+                     Result (*function)(Receiver*, Parameters...), Invoker invoke) {
+  BuiltInMethod made{type, {name, false, {}, spelling<Result>}, linked(operation, function), false, invoke};
+  for (const char* parameter : std::initializer_list<const char*>{spelling<Parameters>...}) {
+    if (parameter == nullptr) {
+      made.takesCallSite = true;
+    } else {
+      made.signature.parameters.emplace_back(parameter);
+    }
+  }
+  return made;
+}
+
 const std::vector<BuiltInMethod>& builtInMethods() {
   constexpr const char* list = "ArrayList<String>";
   static const auto& methods = *new std::vector<BuiltInMethod>{
-      {list, {"size", false, {}, "int"}, "listSize", false, OfValue<orvart_listSize>::call},
-      {list, {"get", false, {"int"}, "String"}, "listGet", true, callListGet},
-      {list, {"add", false, {"String"}, "void"}, "listAdd", true, callListAdd},
-      {"Type", {"name", false, {}, "String"}, "typeName", false, OfValue<orvart_typeName>::call},
-      {"Type", {"source", false, {}, "String"}, "typeSource", false, OfValue<orvart_typeSource>::call},
-      {"Exception", {"className", false, {}, "String"}, "exceptionClass", false, OfValue<orvart_exceptionClass>::call},
-      {"Exception",
-       {"message", false, {}, "String"},
-       "exceptionMessage",
-       false,
-       OfValue<orvart_exceptionMessage>::call},
+      method(list, "size", op::listSize, orvart_listSize, OfValue<orvart_listSize>::call),
+      method(list, "get", op::listGet, guarded<orvart_listGet>, callListGet),
+      method(list, "add", op::listAdd, guarded<orvart_listAdd>, callListAdd),
+      method("Type", "name", op::typeName, orvart_typeName, OfValue<orvart_typeName>::call),
+      method("Type", "source", op::typeSource, orvart_typeSource, OfValue<orvart_typeSource>::call),
+      method("Exception", "className", op::exceptionClass, orvart_exceptionClass, OfValue<orvart_exceptionClass>::call),
+      method("Exception", "message", op::exceptionMessage, orvart_exceptionMessage,
+             OfValue<orvart_exceptionMessage>::call),
   };
   return methods;
 }
@@ -121,16 +145,9 @@ DynamicValue callBuiltIn(const char* methodName, const DynamicArguments& argumen
 }
 
 std::vector<NamedOperation> builtInOperations() {
-  return {
-      {"orvart_listSize", addressOf(orvart_listSize)},
-      guarded<orvart_listGet>("orvart_listGet"),
-      guarded<orvart_listAdd>("orvart_listAdd"),
-      {"orvart_typeName", addressOf(orvart_typeName)},
-      {"orvart_typeSource", addressOf(orvart_typeSource)},
-      guarded<orvart_typeCall>("orvart_typeCall"),
-      {"orvart_exceptionClass", addressOf(orvart_exceptionClass)},
-      {"orvart_exceptionMessage", addressOf(orvart_exceptionMessage)},
-  };
+  std::vector<NamedOperation> all = {linked(op::typeCall, guarded<orvart_typeCall>)};
+  for (const BuiltInMethod& each : builtInMethods()) all.push_back(each.operation);
+  return all;
 }
 
 }  // namespace orva::runtime

@@ -9,12 +9,12 @@
 
 namespace orva::runtime {
 
-/// A method of a built-in type, and the operation that compiled code calls for it. `Type.call` is none of these: it
-/// takes any arguments.
+/// A method of a built-in type, and the operation that compiled code calls for it, whose function takes the receiver,
+/// the arguments, and perhaps the call site. `Type.call` is none of these: it takes any arguments.
 struct BuiltInMethod {
   std::string_view type;
   MethodSignature signature;
-  const char* operation;
+  NamedOperation operation;
   bool takesCallSite;
   Invoker invoke;
 };
@@ -27,5 +27,22 @@ const BuiltInMethod* findBuiltInMethod(std::string_view type, std::string_view n
 DynamicValue callBuiltIn(const char* method, const DynamicArguments& arguments, const SourceLocation* callSite);
 
 std::vector<NamedOperation> builtInOperations();
+
+namespace op {
+
+inline constexpr Operation<int64_t(const ArrayList* list)> listSize{"orvart_listSize"};
+inline constexpr Operation<const char*(const ArrayList* list, int64_t index, const SourceLocation* callSite)> listGet{
+    "orvart_listGet"};
+inline constexpr Operation<void(ArrayList* list, const char* element, const SourceLocation* callSite)> listAdd{
+    "orvart_listAdd"};
+inline constexpr Operation<const char*(const Type* type)> typeName{"orvart_typeName"};
+inline constexpr Operation<const char*(const Type* type)> typeSource{"orvart_typeSource"};
+inline constexpr Operation<const char*(const Type* type, const char* method, int64_t count, const int64_t* values,
+                                       const char* const* types, const SourceLocation* callSite)>
+    typeCall{"orvart_typeCall"};
+inline constexpr Operation<const char*(const Exception* exception)> exceptionClass{"orvart_exceptionClass"};
+inline constexpr Operation<const char*(const Exception* exception)> exceptionMessage{"orvart_exceptionMessage"};
+
+}  // namespace op
 
 }  // namespace orva::runtime

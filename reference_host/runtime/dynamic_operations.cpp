@@ -15,7 +15,6 @@ static const char* joinable(int64_t word, const char* type) { return orvart_prin
 
 extern "C" {
 
-/// @param[out] result the spelled type of the sum.
 static int64_t orvart_dynamicSum(int64_t left, const char* leftType, int64_t right, const char* rightType,
                                  const char** result, const rt::SourceLocation* callSite) {
   const std::string first = leftType;
@@ -59,9 +58,9 @@ namespace orva::runtime {
 
 std::vector<NamedOperation> dynamicOperations() {
   return {
-      guarded<orvart_dynamicSum>("orvart_dynamicSum"),       guarded<orvart_dynamicEqual>("orvart_dynamicEqual"),
-      guarded<orvart_dynamicText>("orvart_dynamicText"),     guarded<orvart_requireType>("orvart_requireType"),
-      guarded<orvart_requireObject>("orvart_requireObject"),
+      linked(op::dynamicSum, guarded<orvart_dynamicSum>),       linked(op::dynamicEqual, guarded<orvart_dynamicEqual>),
+      linked(op::dynamicText, guarded<orvart_dynamicText>),     linked(op::requireType, guarded<orvart_requireType>),
+      linked(op::requireObject, guarded<orvart_requireObject>),
   };
 }
 

@@ -85,8 +85,6 @@ static int64_t orvart_exceptionIs(const rt::Exception* exception, const char* cl
 
 [[noreturn]] static void orvart_rethrow(rt::Exception* exception) { throw rt::Thrown{exception}; }
 
-/// Ends the C++ exception that reached a handler and hands the language's one over.
-/// @param frame of the method with the handler.
 static rt::Exception* orvart_beginCatch(void* caught, const rt::CallFrame* frame) {
   rt::returnToCall(*frame);
   rt::Exception* exception = static_cast<rt::Thrown*>(abi::__cxa_begin_catch(caught))->exception;
@@ -95,7 +93,6 @@ static rt::Exception* orvart_beginCatch(void* caught, const rt::CallFrame* frame
 }
 
 // NOLINTBEGIN(bugprone-reserved-identifier)
-/// What unwinds frames with handlers, by the name that the code generator knows it by.
 int __gxx_personality_v0(...);
 // NOLINTEND(bugprone-reserved-identifier)
 
@@ -117,7 +114,6 @@ void orvart_requireReceiver(const void* receiver, const char* method, const rt::
   rt::throwException("Exception", std::string("Recursion too deep in '") + method + "'", callSite);
 }
 
-/// Called before a method whose frame is so large that even entering it might overflow the stack.
 static void orvart_requireStack(int64_t size, const char* method, const rt::SourceLocation* callSite) {
   if (rt::hasStack(static_cast<std::size_t>(size))) return;
   if (rt::isRunning(method)) throwTooDeep(method, callSite);
@@ -139,25 +135,24 @@ namespace orva::runtime {
 
 std::vector<NamedOperation> operations() {
   return {
-      {"orvart_registerType", addressOf(orvart_registerType)},
-      {"orvart_printableText", addressOf(orvart_printableText)},
-      guarded<orvart_joinTexts>("orvart_joinTexts"),
-      guarded<orvart_intText>("orvart_intText"),
-      {"orvart_booleanText", addressOf(orvart_booleanText)},
-      {"orvart_textsEqual", addressOf(orvart_textsEqual)},
-      guarded<orvart_newList>("orvart_newList"),
-      {"orvart_exceptionIs", addressOf(orvart_exceptionIs)},
-      guarded<orvart_raise>("orvart_raise"),
-      {"orvart_rethrow", addressOf(orvart_rethrow)},
-      {"orvart_beginCatch", addressOf(orvart_beginCatch)},
-      {"__gxx_personality_v0", addressOf(__gxx_personality_v0)},
-      {"orvart_enterNative", addressOf(orvart_enterNative)},
-      guarded<orvart_leaveNative>("orvart_leaveNative"),
-      guarded<orvart_requireReceiver>("orvart_requireReceiver"),
-      guarded<orvart_requireStack>("orvart_requireStack"),
-      guarded<orvart_enter>("orvart_enter"),
-      {"orvart_leave", addressOf(orvart_leave)},
-      {"orvart_thrownType", &typeid(Thrown)},
+      linked(op::registerType, orvart_registerType),
+      linked(op::joinTexts, guarded<orvart_joinTexts>),
+      linked(op::intText, guarded<orvart_intText>),
+      linked(op::booleanText, orvart_booleanText),
+      linked(op::textsEqual, orvart_textsEqual),
+      linked(op::newList, guarded<orvart_newList>),
+      linked(op::exceptionIs, orvart_exceptionIs),
+      linked(op::raise, guarded<orvart_raise>),
+      linked(op::rethrow, orvart_rethrow),
+      linked(op::beginCatch, orvart_beginCatch),
+      linked(op::enterNative, orvart_enterNative),
+      linked(op::leaveNative, guarded<orvart_leaveNative>),
+      linked(op::requireReceiver, guarded<orvart_requireReceiver>),
+      linked(op::requireStack, guarded<orvart_requireStack>),
+      linked(op::enter, guarded<orvart_enter>),
+      linked(op::leave, orvart_leave),
+      {personality, reinterpret_cast<const void*>(__gxx_personality_v0)},
+      {thrownType, &typeid(Thrown)},
   };
 }
 

@@ -14,15 +14,25 @@
 
 namespace orva::runtime {
 
-/// An operation under the name that compiled code knows it by.
+struct CallFrame;
+struct TypeDescriptor;
+
+/// An operation as compiled code knows it. The code generator declares and calls it by the type of its function, and
+/// only a function of that type can be linked to it.
+template <typename Function>
+struct Operation {
+  const char* name;
+};
+
+/// What compiled code finds under a name.
 struct NamedOperation {
   const char* name;
   const void* address;
 };
 
 template <typename Function>
-const void* addressOf(Function* function) {
-  return reinterpret_cast<const void*>(function);
+NamedOperation linked(const Operation<Function>& operation, Function* function) {
+  return {operation.name, reinterpret_cast<const void*>(function)};
 }
 
 /// All operations of the runtime, and the type by which compiled code catches a language exception.
@@ -44,11 +54,9 @@ struct Guarded<operation> {
   }
 };
 
-/// As compiled code calls it.
+/// The function that compiled code calls.
 template <auto operation>
-NamedOperation guarded(const char* name) {
-  return {name, addressOf(Guarded<operation>::call)};
-}
+constexpr auto guarded = Guarded<operation>::call;
 
 /// A value whose type is known only while the program runs. The spelled type stays valid.
 struct DynamicValue {
@@ -71,6 +79,40 @@ DynamicValue callDynamically(const Type& type, const char* method, bool isStatic
 
 /// A value as a text: what `+` and `print` make of it. Null for the result of a void method.
 const char* textOf(const DynamicValue& value);
+
+/// The type by which compiled code catches a language exception, and what unwinds frames with handlers.
+inline constexpr const char* thrownType = "orvart_thrownType";
+inline constexpr const char* personality = "__gxx_personality_v0";
+
+namespace op {
+
+inline constexpr Operation<void(const TypeDescriptor* descriptor)> registerType{"orvart_registerType"};
+inline constexpr Operation<const char*(const char* left, const char* right, const SourceLocation* callSite)> joinTexts{
+    "orvart_joinTexts"};
+inline constexpr Operation<const char*(int64_t value, const SourceLocation* callSite)> intText{"orvart_intText"};
+inline constexpr Operation<const char*(int64_t value)> booleanText{"orvart_booleanText"};
+inline constexpr Operation<int64_t(const char* left, const char* right)> textsEqual{"orvart_textsEqual"};
+inline constexpr Operation<ArrayList*(const SourceLocation* callSite)> newList{"orvart_newList"};
+inline constexpr Operation<int64_t(const Exception* exception, const char* className)> exceptionIs{
+    "orvart_exceptionIs"};
+inline constexpr Operation<void(const char* className, const char* message, const SourceLocation* callSite)> raise{
+    "orvart_raise"};
+inline constexpr Operation<void(Exception* exception)> rethrow{"orvart_rethrow"};
+/// Ends the C++ exception that reached a handler and hands the language's one over; the frame is that of the method
+/// with the handler.
+inline constexpr Operation<Exception*(void* caught, const CallFrame* frame)> beginCatch{"orvart_beginCatch"};
+inline constexpr Operation<void()> enterNative{"orvart_enterNative"};
+inline constexpr Operation<void(const SourceLocation* callSite)> leaveNative{"orvart_leaveNative"};
+inline constexpr Operation<void(const void* receiver, const char* method, const SourceLocation* callSite)>
+    requireReceiver{"orvart_requireReceiver"};
+/// Called before a method whose frame is so large that even entering it might overflow the stack.
+inline constexpr Operation<void(int64_t size, const char* method, const SourceLocation* callSite)> requireStack{
+    "orvart_requireStack"};
+inline constexpr Operation<void(CallFrame* frame, const char* method, const SourceLocation* callSite)> enter{
+    "orvart_enter"};
+inline constexpr Operation<void(const CallFrame* frame)> leave{"orvart_leave"};
+
+}  // namespace op
 
 }  // namespace orva::runtime
 
