@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "reference_host/language/parser.h"
@@ -22,29 +23,40 @@ std::string refusal(const std::string& text) {
 }
 
 TEST(SourceText, FindsLinesByNumber) {
-  const SourceText source{"Main.ov", "one\n\nthree\r\nfour"};
-  EXPECT_EQ("one", source.line(1));
-  EXPECT_EQ("", source.line(2));
-  EXPECT_EQ("three", source.line(3));
-  EXPECT_EQ("four", source.line(4));
-  EXPECT_EQ("", source.line(5));
-  EXPECT_EQ("", source.line(50));
+  const std::vector<std::pair<std::string, std::vector<std::string>>> texts = {
+      {"one\n\nthree\r\nfour", {"one", "", "three", "four", "", ""}},
+      {"a\rb\r\r\nc\r", {"a\rb\r", "c"}},
+      {"a\n", {"a", ""}},
+      {"", {"", ""}},
+  };
+  for (const auto& [text, lines] : texts) {
+    const SourceText source{"Main.ov", text};
+    for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], source.line(i + 1)) << text;
+    EXPECT_EQ("", source.line(50));
+  }
 }
 
-TEST(SourceText, KeepsCarriageReturnsThatEndNoLine) {
-  const SourceText source{"Main.ov", "a\rb\r\r\nc\r"};
-  EXPECT_EQ("a\rb\r", source.line(1));
-  EXPECT_EQ("c", source.line(2));
-}
-
-TEST(SourceText, HasAnEmptyLineBehindItsLastLineEnd) {
-  EXPECT_EQ("", (SourceText{"Main.ov", "a\n"}.line(2)));
-  EXPECT_EQ("", (SourceText{"Main.ov", ""}.line(1)));
-}
-
-TEST(SourceError, NamesTheFileAsItWasGiven) {
-  EXPECT_EQ("some folder/Main.ov:1:7: error: expected the name of a class, found '{'\n  class { }\n        ^",
-            refusal("class { }"));
+TEST(SourceError, ShowsThePlaceOfTheFirstErrorBelowItsLine) {
+  const std::string noName = "error: expected the name of a class, found ";
+  const std::string noBrace = "error: expected '{', found the end of the text\n";
+  const std::string letters = "  class A { void m() { x = \"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\" /* \xC3\xA9 */ } }";
+  const std::vector<std::pair<std::string, std::string>> errors = {
+      {"class { }", "1:7: " + noName + "'{'\n  class { }\n        ^"},
+      {"class (\nclass )", "1:7: " + noName + "'('\n  class (\n        ^"},
+      {"class (\nclass #", "1:7: " + noName + "'('\n  class (\n        ^"},
+      {"class 007", "1:7: " + noName + "'007'\n  class 007\n        ^"},
+      {R"(class "a\"\n")", "1:7: " + noName + R"('"a\"\n"')" + "\n  class \"a\\\"\\n\"\n        ^"},
+      {"class A {\n\t \t;", "2:4: error: expected a type, found ';'\n  \t \t;\n  \t \t^"},
+      {letters.substr(2), "1:47: error: expected ';', found '}'\n" + letters + "\n" + std::string(41, ' ') + "^"},
+      {"class A {}\r\n  ;\r\n", "2:3: error: expected 'class', found ';'\n    ;\n    ^"},
+      {"class A{};\r", "1:10: error: expected 'class', found ';'\n  class A{};\n           ^"},
+      {"class A", "1:8: " + noBrace + "  class A\n         ^"},
+      {"class A\n\n", "3:1: " + noBrace + "  \n  ^"},
+      {"class A\n// behind", "2:10: " + noBrace + "  // behind\n           ^"},
+      {"/* a\0b\0c */"s, "1:12: error: expected a class\n  /* a\\x00b\\x00c */\n                   ^"},
+      {"class A\0{}"s, "1:8: error: unexpected character 0x00\n  class A\\x00{}\n         ^"},
+  };
+  for (const auto& [text, error] : errors) EXPECT_EQ("some folder/Main.ov:" + error, refusal(text));
 }
 
 TEST(SourceError, PutsOneBlockUnderAnother) {
@@ -57,57 +69,6 @@ TEST(SourceError, CanPointBehindTheText) {
   const SourceText source{"Main.ov", "ab\n"};
   EXPECT_STREQ("Main.ov:1:3: error: here\n  ab\n    ^", SourceError(source, Position{1, 3}, "here").what());
   EXPECT_STREQ("Main.ov:9:9: error: nowhere\n  \n  ^", SourceError(source, Position{9, 9}, "nowhere").what());
-}
-
-TEST(SourceError, CopiesTabsBeforeTheCaret) {
-  EXPECT_EQ("some folder/Main.ov:2:4: error: expected a type, found ';'\n  \t \t;\n  \t \t^",
-            refusal("class A {\n\t \t;"));
-}
-
-TEST(SourceError, CountsBytesButPointsAtCharacters) {
-  EXPECT_EQ(
-      "some folder/Main.ov:1:47: error: expected ';', found '}'\n"
-      "  class A { void m() { x = \"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\" /* \xC3\xA9 */ } }\n"
-      "                                         ^",
-      refusal("class A { void m() { x = \"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\" /* \xC3\xA9 */ } }"));
-}
-
-TEST(SourceError, LeavesOutTheLineEnd) {
-  EXPECT_EQ("some folder/Main.ov:2:3: error: expected 'class', found ';'\n    ;\n    ^",
-            refusal("class A {}\r\n  ;\r\n"));
-  EXPECT_EQ("some folder/Main.ov:1:10: error: expected 'class', found ';'\n  class A{};\n           ^",
-            refusal("class A{};\r"));
-}
-
-TEST(SourceError, PointsAtTheEndOfTheText) {
-  EXPECT_EQ("some folder/Main.ov:1:8: error: expected '{', found the end of the text\n  class A\n         ^",
-            refusal("class A"));
-  EXPECT_EQ("some folder/Main.ov:3:1: error: expected '{', found the end of the text\n  \n  ^", refusal("class A\n\n"));
-  EXPECT_EQ("some folder/Main.ov:2:10: error: expected '{', found the end of the text\n  // behind\n           ^",
-            refusal("class A\n// behind"));
-}
-
-TEST(SourceError, ShowsZeroBytes) {
-  EXPECT_EQ("some folder/Main.ov:1:12: error: expected a class\n  /* a\\x00b\\x00c */\n                   ^",
-            refusal("/* a\0b\0c */"s));
-  EXPECT_EQ("some folder/Main.ov:1:8: error: unexpected character 0x00\n  class A\\x00{}\n         ^",
-            refusal("class A\0{}"s));
-}
-
-TEST(SourceError, ShowsATokenAsItIsSpelled) {
-  EXPECT_EQ(R"(some folder/Main.ov:1:7: error: expected the name of a class, found '"a\"\n"'
-  class "a\"\n"
-        ^)",
-            refusal(R"(class "a\"\n")"));
-  EXPECT_EQ("some folder/Main.ov:1:7: error: expected the name of a class, found '007'\n  class 007\n        ^",
-            refusal("class 007"));
-}
-
-TEST(SourceError, SpeaksOfTheFirstErrorOnly) {
-  EXPECT_EQ("some folder/Main.ov:1:7: error: expected the name of a class, found '('\n  class (\n        ^",
-            refusal("class (\nclass )"));
-  EXPECT_EQ("some folder/Main.ov:1:7: error: expected the name of a class, found '('\n  class (\n        ^",
-            refusal("class (\nclass #"));
 }
 
 TEST(SourceText, DropsAByteOrderMark) {

@@ -83,10 +83,7 @@ TEST(Printable, IsSafeForAnyBytes) {
 
 TEST(Printable, KeepsWhatItIsTold) { EXPECT_EQ("a\n\tb\\r\n\\x1B", printable("a\n\tb\r\n\x1B", "\n\t")); }
 
-TEST(InQuotes, IsPrintable) {
-  EXPECT_EQ("'a\\n\\x1Bb'", inQuotes("a\n\x1B"
-                                     "b"));
-}
+TEST(InQuotes, IsPrintable) { EXPECT_EQ(R"('a\n\x1B!')", inQuotes("a\n\x1B!")); }
 
 TEST(FirstCharacter, ReadsEveryCodePoint) {
   for (char32_t code = 0; code < 0x110000; code += code < 0x1000 ? 1 : 0x35) {
@@ -142,16 +139,10 @@ TEST(Excerpt, ShowsShortLinesWhole) {
 }
 
 TEST(Excerpt, StandsBelowEscapes) {
-  EXPECT_EQ("a\\x1Bb", excerpt("a\x1B"
-                               "b",
-                               3)
-                           .text);
-  EXPECT_EQ("     ", excerpt("a\x1B"
-                             "b",
-                             3)
-                         .indentation);
-  EXPECT_EQ("\\u202Ex", excerpt("\u202Ex", 4).text);
-  EXPECT_EQ(6U, excerpt("\u202Ex", 4).indentation.size());
+  EXPECT_EQ(R"(a\x1B!)", excerpt("a\x1B!", 3).text);
+  EXPECT_EQ("     ", excerpt("a\x1B!", 3).indentation);
+  EXPECT_EQ(R"(\u202Ex)", excerpt("\u202Ex", 4).text);
+  EXPECT_EQ("      ", excerpt("\u202Ex", 4).indentation);
 }
 
 TEST(Excerpt, CutsOnEitherSide) {

@@ -13,25 +13,30 @@ static std::string expectedText(const SourceText& source, std::size_t place, con
   const std::size_t before = place == 0 ? std::string::npos : source.text.rfind('\n', place - 1);
   const std::size_t start = before == std::string::npos ? 0 : before + 1;
   const std::size_t column = place - start + 1;
-  const Excerpt shown = excerpt(source.text.substr(start, source.text.find('\n', start) - start), column);
+  const Excerpt shown = excerpt(source.line(static_cast<std::size_t>(line)), column);
   return source.path + ":" + std::to_string(line) + ":" + std::to_string(column) + ": error: " + message + "\n  " +
          shown.text + "\n  " + shown.indentation + "^";
 }
 
-testing::AssertionResult refuses(std::string marked, const std::string& message) {
-  const std::size_t place = marked.find('^');
-  if (place == std::string::npos || place != marked.rfind('^')) {
-    return testing::AssertionFailure() << "the source needs one mark:\n" << marked;
+testing::AssertionResult refuses(SourceText source, const std::string& message,
+                                 const std::function<void(const SourceText&)>& read) {
+  const std::size_t place = source.text.find('^');
+  if (place == std::string::npos || place != source.text.rfind('^')) {
+    return testing::AssertionFailure() << "the source needs one mark:\n" << source.text;
   }
-  const SourceText source{"Main.ov", marked.erase(place, 1)};
+  source.text.erase(place, 1);
   const std::string expected = expectedText(source, place, message);
   try {
-    parseSource(source);
+    read(source);
   } catch (const SourceError& error) {
     if (error.what() == expected) return testing::AssertionSuccess();
     return testing::AssertionFailure() << "expected\n" << expected << "\nbut the error is\n" << error.what();
   }
   return testing::AssertionFailure() << "expected\n" << expected << "\nbut the source is accepted";
+}
+
+testing::AssertionResult refuses(std::string marked, const std::string& message) {
+  return refuses({"Main.ov", std::move(marked)}, message, parseSource);
 }
 
 testing::AssertionResult refusesBody(const std::string& marked, const std::string& message) {

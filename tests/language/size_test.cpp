@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "reference_host/language/parser.h"
 #include "refusals.h"
@@ -47,28 +48,20 @@ testing::AssertionResult isDeepest(std::size_t levels, const Nest& nest) {
 }
 
 // A method's body is the first level of its statements, and a whole expression in it the second.
-
-TEST(Nesting, IsLimitedForParentheses) {
-  EXPECT_TRUE(isDeepest(198, inMethod({"return ", "(", "^x", ")", ";"})));
-  EXPECT_TRUE(isDeepest(198, inMethod({"", "(", "^x", ")", ";"})));
-  EXPECT_TRUE(isDeepest(198, inMethod({"x = ", "a + (", "^x", ") == b", ";"})));
-}
-
-TEST(Nesting, IsLimitedForLists) { EXPECT_TRUE(isDeepest(198, inMethod({"return ", "[", "^[]", "]", ";"}))); }
-
-TEST(Nesting, IsLimitedForCalls) {
-  EXPECT_TRUE(isDeepest(198, inMethod({"return ", "a.m(", "^x", ")", ";"})));
-  EXPECT_TRUE(isDeepest(198, inMethod({"throw new E(", "a.b.m(", "^x", ", 1).n()", ");"})));
-}
-
-TEST(Nesting, IsLimitedForBlocks) {
-  EXPECT_TRUE(isDeepest(198, inMethod({"", "try {", "try ^{} catch (E e) {}", "} catch (E e) {}", ""})));
-  EXPECT_TRUE(isDeepest(198, inMethod({"", "try {} catch (E e) {", "try ^{} catch (E e) {}", "}", ""})));
-  EXPECT_TRUE(isDeepest(198, inMethod({"", "if (a) {", "if (^a) {}", "}", ""})));
-}
-
-TEST(Nesting, IsLimitedForTypes) {
-  EXPECT_TRUE(isDeepest(198, inMethod({"", "B<", "^C", ">", " x = null;"})));
+TEST(Nesting, IsLimited) {
+  const std::vector<Nest> statements = {
+      {"return ", "(", "^x", ")", ";"},
+      {"", "(", "^x", ")", ";"},
+      {"x = ", "a + (", "^x", ") == b", ";"},
+      {"return ", "[", "^[]", "]", ";"},
+      {"return ", "a.m(", "^x", ")", ";"},
+      {"throw new E(", "a.b.m(", "^x", ", 1).n()", ");"},
+      {"", "try {", "try ^{} catch (E e) {}", "} catch (E e) {}", ""},
+      {"", "try {} catch (E e) {", "try ^{} catch (E e) {}", "}", ""},
+      {"", "if (a) {", "if (^a) {}", "}", ""},
+      {"", "B<", "^C", ">", " x = null;"},
+  };
+  for (const Nest& nest : statements) EXPECT_TRUE(isDeepest(198, inMethod(nest)));
   EXPECT_TRUE(isDeepest(199, {"class A { ", "a.B<", "^C", ">", " m() {} }"}));
   EXPECT_TRUE(isDeepest(199, {"class A { void m(int i, ", "B<", "^C", ", D>", " x) {} }"}));
 }

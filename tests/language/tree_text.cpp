@@ -93,6 +93,10 @@ std::string treeText(const ClassDeclaration& declaration) {
 
 std::string treeText(const SourceFile& file) { return "package '" + file.package + "' " + joined(file.classes, " "); }
 
+std::string placeText(Position position) {
+  return std::to_string(position.line) + ":" + std::to_string(position.column);
+}
+
 std::string parsedStatements(const std::string& text) {
   const SourceFile file = parseSource({"Main.ov", "class Main { void main() {" + text + "\n} }"});
   return joined(file.classes.at(0).methods.at(0).body, " ");

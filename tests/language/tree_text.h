@@ -20,6 +20,9 @@ std::string treeText(const MethodDeclaration& method);
 std::string treeText(const ClassDeclaration& declaration);
 std::string treeText(const SourceFile& file);
 
+/// A place as `line:column`.
+std::string placeText(Position position);
+
 /// The tree of one expression, of statements, or of a whole written source.
 std::string parsedExpression(const std::string& text);
 std::string parsedStatements(const std::string& text);

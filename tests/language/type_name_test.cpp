@@ -5,17 +5,11 @@
 #include <vector>
 
 #include "reference_host/language/parser.h"
+#include "refusals.h"
+#include "tree_text.h"
 
 namespace orva::language {
 namespace {
-
-std::string refusal(const std::string& text) {
-  try {
-    return "accepted as " + parseTypeName(text).text();
-  } catch (const SourceError& error) {
-    return error.what();
-  }
-}
 
 TEST(TypeName, HasANameAndArguments) {
   const TypeName type = parseTypeName("collections.Map<int,geometry.Box<String>>");
@@ -38,37 +32,35 @@ TEST(TypeName, IsSpelledWithoutBlanks) {
 
 TEST(TypeName, TellsWhereItStands) {
   const TypeName type = parseTypeName("  a.B<\n c>");
-  EXPECT_EQ(3U, type.position.column);
-  EXPECT_EQ(2U, type.arguments.at(0).position.line);
-  EXPECT_EQ(2U, type.arguments.at(0).position.column);
+  EXPECT_EQ("1:3", placeText(type.position));
+  EXPECT_EQ("2:2", placeText(type.arguments.at(0).position));
 }
 
-TEST(TypeName, RefusesTextsThatEndTooEarly) {
-  EXPECT_EQ("type name:1:1: error: expected a type, found the end of the text\n  \n  ^", refusal(""));
-  EXPECT_EQ("type name:1:3: error: expected a type, found the end of the text\n    \n    ^", refusal("  "));
-  EXPECT_EQ("type name:1:3: error: expected a name after '.', found the end of the text\n  a.\n    ^", refusal("a."));
-  EXPECT_EQ("type name:1:3: error: expected a type, found the end of the text\n  A<\n    ^", refusal("A<"));
-  EXPECT_EQ("type name:1:4: error: expected '>', found the end of the text\n  A<B\n     ^", refusal("A<B"));
-  EXPECT_EQ("type name:1:5: error: expected a type, found the end of the text\n  A<B,\n      ^", refusal("A<B,"));
-}
-
-TEST(TypeName, RefusesAnythingBehindAType) {
-  EXPECT_EQ("type name:1:3: error: expected the end of the type name, found 'B'\n  A B\n    ^", refusal("A B"));
-  EXPECT_EQ("type name:1:5: error: expected the end of the type name, found '>'\n  A<B>>\n      ^", refusal("A<B>>"));
-  EXPECT_EQ("type name:1:5: error: expected the end of the type name, found '<'\n  A<B><C>\n      ^",
-            refusal("A<B><C>"));
-  EXPECT_EQ("type name:1:5: error: expected the end of the type name, found '.'\n  A<B>.C\n      ^", refusal("A<B>.C"));
-  EXPECT_EQ("type name:1:2: error: expected the end of the type name, found '['\n  A[]\n   ^", refusal("A[]"));
-}
-
-TEST(TypeName, RefusesWhatIsNoName) {
-  EXPECT_EQ("type name:1:1: error: expected a type, found '<'\n  <A>\n  ^", refusal("<A>"));
-  EXPECT_EQ("type name:1:3: error: expected a type, found '>'\n  A<>\n    ^", refusal("A<>"));
-  EXPECT_EQ("type name:1:3: error: expected a type, found '1'\n  A<1>\n    ^", refusal("A<1>"));
-  EXPECT_EQ("type name:1:1: error: expected a type, found 'class'\n  class\n  ^", refusal("class"));
-  EXPECT_EQ("type name:1:1: error: expected a type, found '\"A\"'\n  \"A\"\n  ^", refusal("\"A\""));
-  EXPECT_EQ("type name:1:2: error: unexpected character '/'\n  a/B\n   ^", refusal("a/B"));
-  EXPECT_EQ("type name:1:2: error: unexpected character 0x00\n  A\\x00\n   ^", refusal(std::string("A\0", 2)));
+TEST(TypeName, IsRefusedWhereItGoesWrong) {
+  const std::string end = "the end of the text";
+  const Table refusals = {
+      {"^", "expected a type, found " + end},
+      {"  ^", "expected a type, found " + end},
+      {"a.^", "expected a name after '.', found " + end},
+      {"A<^", "expected a type, found " + end},
+      {"A<B^", "expected '>', found " + end},
+      {"A<B,^", "expected a type, found " + end},
+      {"A ^B", "expected the end of the type name, found 'B'"},
+      {"A<B>^>", "expected the end of the type name, found '>'"},
+      {"A<B>^<C>", "expected the end of the type name, found '<'"},
+      {"A<B>^.C", "expected the end of the type name, found '.'"},
+      {"A^[]", "expected the end of the type name, found '['"},
+      {"^<A>", "expected a type, found '<'"},
+      {"A<^>", "expected a type, found '>'"},
+      {"A<^1>", "expected a type, found '1'"},
+      {"^class", "expected a type, found 'class'"},
+      {"^\"A\"", "expected a type, found '\"A\"'"},
+      {"a^/B", "unexpected character '/'"},
+      {std::string("A^\0", 3), "unexpected character 0x00"},
+  };
+  for (const auto& [marked, message] : refusals) {
+    EXPECT_TRUE(refuses({"type name", marked}, message, [](const SourceText& text) { parseTypeName(text.text); }));
+  }
 }
 
 }  // namespace
