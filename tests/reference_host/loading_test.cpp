@@ -253,15 +253,6 @@ static std::string messageOf(const std::string& fullName, const std::string& met
   return "nothing";
 }
 
-TEST(Loading, SignaturesDifferInEachPart) {
-  const orva::runtime::MethodSignature signature{"name", true, {"int"}, "void"};
-  EXPECT_TRUE((signature == orva::runtime::MethodSignature{"name", true, {"int"}, "void"}));
-  EXPECT_FALSE((signature == orva::runtime::MethodSignature{"other", true, {"int"}, "void"}));
-  EXPECT_FALSE((signature == orva::runtime::MethodSignature{"name", false, {"int"}, "void"}));
-  EXPECT_FALSE((signature == orva::runtime::MethodSignature{"name", true, {"int", "int"}, "void"}));
-  EXPECT_FALSE((signature == orva::runtime::MethodSignature{"name", true, {"int"}, "int"}));
-}
-
 TEST(Loading, CallersOfAClassThatChangedAreTold) {
   const Workspace workspace;
   writeFile("Thrower.ov",
@@ -271,6 +262,7 @@ TEST(Loading, CallersOfAClassThatChangedAreTold) {
             "  static void nothing() { }\n"
             "  static void gone() { }\n"
             "  int both(int a, String b) { return 1; }\n"
+            "  static int more(int a) { return 1; }\n"
             "}");
   writeFile("Caller.ov",
             "class Caller {\n"
@@ -278,6 +270,7 @@ TEST(Loading, CallersOfAClassThatChangedAreTold) {
             "  static void nothing() { Thrower.nothing(); }\n"
             "  static void gone() { Thrower.gone(); }\n"
             "  static int both() { return Thrower.own().both(1, null); }\n"
+            "  static int more() { return Thrower.more(1); }\n"
             "}");
   load("Caller.ov");
   writeFile("Thrower.ov",
@@ -286,6 +279,7 @@ TEST(Loading, CallersOfAClassThatChangedAreTold) {
             "  static int number(int a) { return 1; }\n"
             "  static int nothing() { return 1; }\n"
             "  static int both(int a, String b) { return 1; }\n"
+            "  static int more(String a) { return 1; }\n"
             "}");
   const std::string begin = "Type 'Thrower' of ./Thrower.ov has no method '";
   const std::string end = "' that its caller was compiled for";
@@ -293,6 +287,7 @@ TEST(Loading, CallersOfAClassThatChangedAreTold) {
   EXPECT_EQ(messageOf("Caller", "nothing"), begin + "static void nothing()" + end);
   EXPECT_EQ(messageOf("Caller", "gone"), begin + "static void gone()" + end);
   EXPECT_EQ(messageOf("Caller", "both"), begin + "int both(int, String)" + end);
+  EXPECT_EQ(messageOf("Caller", "more"), begin + "static int more(int)" + end);
 }
 
 TEST(Loading, CallersOfAClassThatIsGoneAreTold) {
@@ -377,18 +372,6 @@ TEST(Loading, ASourceOutsideOfEveryRootMayDeclareAnyPackage) {
   EXPECT_NE(findType("far.away.Stranger"), nullptr);
 }
 
-TEST(Precompiling, TellsOfEachSourceThatIsDone) {
-  const Workspace workspace;
-  writeFile("A.ov", "class A { }");
-  writeFile("B.ov", "class B { }");
-  std::vector<bool> seen;
-  const auto progress = [&seen](const orva::compiler::Compiler::CompilationProgress&) {
-    seen.push_back(fs::exists("B.o"));
-  };
-  orva::compiler::Compiler::precompileSources({"A.ov", "B.ov"}, nullptr, progress);
-  EXPECT_EQ(seen, (std::vector<bool>{false, true}));
-}
-
 /// Writes files of classes that call each other; tells their paths.
 static std::vector<std::string> writeSources(int count) {
   std::vector<std::string> paths;
@@ -451,13 +434,16 @@ TEST(Precompiling, StopsAtTheFirstFileThatFails) {
   for (int i = 0; i < 20; ++i) EXPECT_EQ(fs::exists("C" + std::to_string(i) + ".o"), i < 10) << i;
 }
 
-TEST(Precompiling, StopsWhenTheListenerThrows) {
+TEST(Precompiling, TellsOfEachSourceThatIsDoneAndStopsWhenTheListenerThrows) {
   const Workspace workspace;
-  const auto listener = [](const orva::compiler::Compiler::CompilationProgress&) {
+  int done = 0;
+  const auto listener = [&done](const orva::compiler::Compiler::CompilationProgress&) {
+    EXPECT_TRUE(fs::exists("C" + std::to_string(done++) + ".o"));
     if (fs::exists("C5.o")) throw std::runtime_error("enough");
   };
   EXPECT_EQ(failureOf([&] { orva::compiler::Compiler::precompileSources(writeSources(20), nullptr, listener); }),
             "enough");
+  EXPECT_EQ(done, 6);
   for (int i = 0; i < 20; ++i) EXPECT_EQ(fs::exists("C" + std::to_string(i) + ".o"), i < 6) << i;
 }
 
@@ -507,12 +493,6 @@ TEST(Precompiling, StartsOnlyThreadsThatHaveDescriptors) {
   }
 }
 
-TEST(Precompiling, OfNothingBuildsNothing) {
-  const Workspace workspace;
-  precompile({});
-  EXPECT_TRUE(fs::is_empty("."));
-}
-
 TEST(Bundles, BindTheNativesOfTheProcess) {
   const Workspace workspace;
   writeFile("Thrower.ov", "class Thrower { static native boolean truth(int value); }");
@@ -549,14 +529,6 @@ TEST(Bundles, AnObjectThatChangedBringsNoFurtherClass) {
   EXPECT_EQ(rebuild("package p; class A { } class C { }"), changed("A.o", "p.C"));
   EXPECT_EQ(rebuild("package q; class A<T> { }"), changed("A.o", "q.A"));
   EXPECT_EQ(typeCounts(), (Counts{2, 2}));
-}
-
-TEST(Bundles, AreBuiltFromSourcesThatLieAnywhere) {
-  const Workspace workspace;
-  writeFile("A.ov", "package other.place; class B { }");
-  activeContext().loader.precompile("A.ov");
-  activeContext().loader.loadBundle({"A.o"}, {orva::compiler::sourceIdentity("package other.place; class B { }")});
-  EXPECT_NE(Orva_typeByName("other.place.B"), nullptr);
 }
 
 TEST(Bundles, AreLoadedAllOrNothing) {

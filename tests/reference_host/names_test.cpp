@@ -85,40 +85,16 @@ Classes namesOfC() {
 /// Names of the runtime's and of what the code generator writes, and words of assemblers.
 Classes namesOfGeneratedCode() {
   Classes classes;
-  for (const char* name : {"DW.ref.__gxx_personality_v0",
-                           "orva.header",
-                           "orva.header.a",
-                           "orva.initialise.A",
-                           "orva.unit",
-                           "A.orvart_raise",
-                           "orvart_raise.orvart_raise",
-                           "orva_Console_print.print",
-                           "A.orva_Console_print",
-                           "A._GLOBAL_OFFSET_TABLE_",
-                           "A.__gxx_personality_v0",
-                           "A._Unwind_Resume",
-                           "A._start",
-                           "__gxx_personality_v0._Unwind_Resume",
-                           "L.Ltmp0",
-                           "text.A",
-                           "data.A",
-                           "bss.A",
-                           "init_array.A",
-                           "rax.eax",
-                           "byte.ptr",
-                           "dword.offset",
-                           "st.xmm0",
-                           "A.rip",
-                           "eh_frame.A",
-                           "method.A",
-                           "invoke.A",
-                           "link.A",
-                           "slot.A",
-                           "initialise.A",
-                           "A.method",
-                           "A.invoke",
-                           "A.initialise",
-                           "_Z1fv._ZN1A1BE"}) {
+  for (const char* name : {"DW.ref.__gxx_personality_v0", "orva.initialise.A", "orvart_raise.orvart_raise",
+                           "orva_Console_print.print", "A.orva_Console_print", "A._GLOBAL_OFFSET_TABLE_",
+                           "A.__gxx_personality_v0", "A._Unwind_Resume", "__gxx_personality_v0._Unwind_Resume"}) {
+    addMethod(classes, name);
+  }
+  for (const char* name :
+       {"orva.header", "orva.header.a", "orva.unit",    "A.orvart_raise", "A._start", "L.Ltmp0",      "text.A",
+        "data.A",      "bss.A",         "init_array.A", "rax.eax",        "byte.ptr", "dword.offset", "st.xmm0",
+        "A.rip",       "eh_frame.A",    "method.A",     "invoke.A",       "link.A",   "slot.A",       "initialise.A",
+        "A.method",    "A.invoke",      "A.initialise", "_Z1fv._ZN1A1BE"}) {
     addMethod(classes, name);
   }
   return classes;

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <cstddef>
@@ -85,12 +86,6 @@ TEST(ObjectFile, HeaderTellsWhatItWasBuiltFromAndFor) {
   EXPECT_EQ(object.natives, natives);
 }
 
-TEST(ObjectFile, IsTheSameWheneverItIsBuilt) {
-  const Workspace workspace;
-  const std::string first = compiled();
-  EXPECT_EQ(compiled(), first);
-}
-
 TEST(ObjectFile, EachDifferenceIsToldWithBothValues) {
   const Workspace workspace;
   compiled();
@@ -109,49 +104,28 @@ TEST(ObjectFile, EachDifferenceIsToldWithBothValues) {
             "'A.o' has another ABI version: expected '3', found '7'");
 }
 
-TEST(ObjectFile, AnObjectOfAnotherAbiVersionIsNotLinked) {
+TEST(ObjectFile, WithAnotherHeaderIsNotLinked) {
   const Workspace workspace;
-  compiled();
-  changeObject("A.o", "\"abi\":3", "\"abi\":1");
-  EXPECT_EQ(loadingFails(source), "'A.o' has another ABI version: expected '3', found '1'");
-}
-
-TEST(ObjectFile, AnObjectOfAnotherDialectIsNotLinked) {
-  const Workspace workspace;
-  compiled();
-  changeObject("A.o", "\"dialect\":\"1\"", "\"dialect\":\"0\"");
-  EXPECT_EQ(loadingFails(source), "'A.o' has another dialect version: expected '1', found '0'");
-}
-
-TEST(ObjectFile, AnObjectForAnotherMachineIsNotLinked) {
-  const Workspace workspace;
-  compiled();
+  const std::string text = "class A { }";
   const std::string target = activeContext().engine.target();
-  std::string other = target;
-  other.front() = 'z';
-  changeObject("A.o", "\"target\":\"" + target, "\"target\":\"" + other);
-  EXPECT_EQ(loadingFails(source), "'A.o' has another target: expected '" + target + "', found '" + other + "'");
-}
-
-TEST(ObjectFile, AnIncompleteHeaderIsToldByItsKey) {
-  const Workspace workspace;
-  for (const char* key : {"identity", "target", "dialect"}) {
-    compiled();
-    std::string other = key;
-    other.front() = 'x';
-    changeObject("A.o", "\"" + std::string(key) + "\":", "\"" + other + "\":");
-    EXPECT_EQ(loadingFails(source), "'A.o' is damaged: its header has no text '" + std::string(key) + "'");
+  const std::string noText = "'A.o' is damaged: its header has no text ";
+  const std::vector<std::array<std::string, 3>> changes = {
+      {"\"abi\":3", "\"abi\":1", "'A.o' has another ABI version: expected '3', found '1'"},
+      {"\"dialect\":\"1\"", "\"dialect\":\"0\"", "'A.o' has another dialect version: expected '1', found '0'"},
+      {"\"target\":\"" + target, "\"target\":\"z" + target.substr(1),
+       "'A.o' has another target: expected '" + target + "', found 'z" + target.substr(1) + "'"},
+      {"\"identity\":", "\"xdentity\":", noText + "'identity'"},
+      {"\"target\":", "\"xarget\":", noText + "'target'"},
+      {"\"dialect\":", "\"xialect\":", noText + "'dialect'"},
+      {"\"initialisers\":", "\"xnitialisers\":", "'A.o' is damaged: its header has no list 'initialisers'"},
+      {"\"natives\":", "\"xatives\":", "'A.o' is damaged: its header has no object 'natives'"},
+      {"[\"orva.initialise:A\"", "[\"orva.initialise:X\"", refersTo("orva.initialise:X")},
+  };
+  for (const auto& [from, to, message] : changes) {
+    compiled(text);
+    changeObject("A.o", from, to);
+    EXPECT_EQ(loadingFails(text), message);
   }
-}
-
-TEST(ObjectFile, AHeaderWithoutListsIsDamaged) {
-  const Workspace workspace;
-  compiled();
-  changeObject("A.o", "\"initialisers\":", "\"xnitialisers\":");
-  EXPECT_EQ(loadingFails(source), "'A.o' is damaged: its header has no list 'initialisers'");
-  compiled();
-  changeObject("A.o", "\"natives\":", "\"xatives\":");
-  EXPECT_EQ(loadingFails(source), "'A.o' is damaged: its header has no object 'natives'");
 }
 
 TEST(ObjectFile, AHeaderThatIsNestedTooDeeplyIsDamaged) {
@@ -188,22 +162,6 @@ TEST(ObjectFile, IsNotWrittenFromWhatIsNone) {
   object.path = "A.o";
   EXPECT_EQ(failureOf([&] { writeObject(object, "text"); }), "the digest is not there");
   EXPECT_FALSE(fs::exists("A.o"));
-}
-
-TEST(ObjectFile, AnInitialiserThatIsNotThereIsNamed) {
-  const Workspace workspace;
-  const std::string text = "class A { }";
-  compiled(text);
-  changeObject("A.o", "[\"orva.initialise:A\"", "[\"orva.initialise:X\"");
-  EXPECT_EQ(loadingFails(text), refersTo("orva.initialise:X"));
-}
-
-TEST(ObjectFile, AnOperationThatThisHostLacksIsNamed) {
-  const Workspace workspace;
-  const std::string text = "class A { }";
-  compiled(text);
-  changeObject("A.o", "orvart_registerType", "orvart_registerNone");
-  EXPECT_EQ(loadingFails(text), refersTo("orvart_registerNone"));
 }
 
 TEST(ObjectFile, EveryByteThatChangedIsFound) {
@@ -308,15 +266,6 @@ TEST(ObjectFile, IsDamagedWhenItIsCutShortWhileItIsRead) {
   EXPECT_EQ(object.bytes->getBuffer(), whole);
 }
 
-TEST(ObjectFile, EveryTruncationIsFound) {
-  const Workspace workspace;
-  const std::string whole = compiled();
-  for (std::size_t size = 0; size < whole.size(); ++size) {
-    writeFile("A.o", whole.substr(0, size));
-    ASSERT_NE(failureOf([] { readObject("A.o"); }), "nothing") << size;
-  }
-}
-
 TEST(ObjectFile, IsNotWrittenOverWhatIsNotOurs) {
   const Workspace workspace;
   const std::string bytes = compiled();
@@ -375,21 +324,22 @@ TEST(ObjectFile, IsWrittenOverADamagedOneOfOurs) {
   EXPECT_EQ(compiled(), whole);
 }
 
-TEST(ObjectFile, IsNotWrittenOverOneThatIsTooDamagedToTell) {
+TEST(ObjectFile, EveryTruncationIsFoundAndIsNotWrittenOver) {
   const Workspace workspace;
   const std::string whole = compiled();
   const std::string foreign = "'A.o' is not an object of this compiler";
+  const std::string advice = "; it is not overwritten: delete it to have it written again";
   for (std::size_t size = 0; size < whole.size(); ++size) {
     writeFile("A.o", whole.substr(0, size));
     const std::string read = failureOf([] { readObject("A.o"); });
-    const std::string advice = "; it is not overwritten: delete it to have it written again";
+    ASSERT_NE(read, "nothing") << size;
+    if (size > 100 && size % 50 != 0) continue;
     const bool isForeign = read.substr(0, foreign.size()) == foreign;
     ASSERT_EQ(isForeign, size < 4) << size;
     ASSERT_EQ(failureOf([] { activeContext().loader.precompile("A.ov"); }),
               isForeign ? foreign + ", and is not overwritten" : read + advice)
         << size;
     ASSERT_EQ(readFile("A.o"), whole.substr(0, size));
-    if (size > 100) size += 50;
   }
 }
 

@@ -119,6 +119,9 @@ TEST(PrivateFolder, SaysWhyTmpdirCannotBeUsed) {
               "Cannot make a folder in '" + folder + "', which TMPDIR names: " + reason);
     removeAbandonedFolders();
   }
+  setenv("TMPDIR", "", 1);
+  EXPECT_EQ(failureOf([] { privateFolder(); }), "nothing");
+  removePrivateFolder();
 }
 
 TEST(PrivateFolder, OfAKilledProcessIsRemovedByTheNext) {
