@@ -38,7 +38,6 @@ NEIGHBOUR_PLACES = [
     ("tests/scripted_host/scripted_host.cpp", r"\b{name}[(;]", "define it, and record the call"),
     ("tests/symbols/plain_host.cpp", r"\b{last}[(;]", "declare it"),
     ("tests/symbols/plain_host.h", r"\b{name}[(;]", "define it"),
-    ("tests/host_contract/faulty_host/*.cpp", r"\b{name}[(;]", "define it, and let it break its checks"),
     ("tests/contract/*.cpp", r"\b{call}\b", "assert the call"),
     ("tests/faults/*.cpp", r"\b{call}\b", "put it into the paths of the natives that call it"),
     ("tests/properties/world_text.cpp", r'"{name}"', "name it in worlds"),

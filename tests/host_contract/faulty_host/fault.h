@@ -1,6 +1,7 @@
-// The one thing that the faulty host does wrong.
+// The one thing that the faulty host does wrong. All else is done by the minimal host that it wraps.
 #pragma once
 
+#include <mutex>
 #include <string>
 
 namespace faulty_host {
@@ -10,5 +11,12 @@ namespace faulty_host {
 inline std::string fault;
 
 inline bool breaks(const char* check) { return fault == check; }
+
+/// Takes two mutexes in one order, where another function takes them in the other.
+inline void takeBoth(const char* check, std::mutex& first, std::mutex& second) {
+  if (!breaks(check)) return;
+  const std::lock_guard<std::mutex> lock(first);
+  const std::lock_guard<std::mutex> behind(second);
+}
 
 }  // namespace faulty_host

@@ -1,26 +1,34 @@
-// How the kit reaches the faulty host, and what the host does wrong around calls of natives.
+// The hooks of the minimal host, and what the host does wrong around calls of natives.
 #include "hooks.h"
 
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
-#include <deque>
-#include <filesystem>
+#include <cstring>
 #include <mutex>
 #include <stdexcept>
 #include <string_view>
 
-#include "compiler.h"
 #include "fault.h"
-#include "runtime.h"
 #include "runtime_api/reflection.h"
 #include "runtime_api/runtime.h"
 
 using orva::host_contract::Hooks;
+using orva::host_contract::hostHooks;
 using orva::host_contract::Raised;
 
 namespace faulty_host {
+
+/// Adds a ready record whose first name cannot be read.
+static void addUnreadableRecord() {
+  TypeRecord& record = gTypes.emplace_back();
+  record.type = &gTypes;
+  record.members.push_back(&gTypes);
+  const std::uintptr_t words[] = {1, std::uintptr_t{1} << 40};
+  std::memcpy(static_cast<void*>(&record.name1), words, sizeof words);
+}
 
 namespace {
 
@@ -31,8 +39,9 @@ class FaultyHooks : public Hooks {
     if (breaks("the hook start, by a crash")) std::abort();
     if (breaks("the hook start, by waiting")) pause();
     if (breaks("nothing, but ignores its children")) signal(SIGCHLD, SIG_IGN);
-    startCompiler(folder);
-    if (breaks("registry.TheMutexIsFreeBetweenCalls")) gReflectionMutex.lock();
+    hostHooks().start(folder);
+    if (breaks("registry.EveryRegisteredTypeHasAReadyRecord")) gTypes.front().members.clear();
+    if (breaks("record.TheLibraryReadsTheHostsRecord")) addUnreadableRecord();
   }
 
   void attachThread() override {
@@ -41,18 +50,12 @@ class FaultyHooks : public Hooks {
 
   std::optional<Raised> takePending() override { return faulty_host::takePending(); }
 
-  void* newStringList(const std::vector<const char*>& elements) override {
-    List& list = lists_.emplace_back();
-    for (const char* element : elements) {
-      list.elements.push_back(element == nullptr ? std::nullopt : std::optional<std::string>(element));
-    }
-    return &list;
-  }
+  void* newStringList(const std::vector<const char*>& elements) override { return hostHooks().newStringList(elements); }
 
   void* boundNative(const char* symbol) override {
     const bool isUnbound = breaks("natives.NativesAreBoundByTheirPlainSymbols") &&
                            symbol == std::string_view("orva_ClassLoader_getSystem");
-    return isUnbound ? nullptr : Hooks::boundNative(symbol);
+    return isUnbound ? nullptr : hostHooks().boundNative(symbol);
   }
 
   bool callNative(void (*native)()) override {
@@ -71,25 +74,24 @@ class FaultyHooks : public Hooks {
   }
 
   std::string classSource(const std::string& packageName, const std::string& className) override {
-    return "class " + packageName + "." + className + "\n";
+    return hostHooks().classSource(packageName, className);
   }
 
   std::string brokenSource(const std::string& packageName, const std::string& className) override {
-    return classSource(packageName, className) + "nonsense\n";
+    return "clas " + packageName + "." + className + "\n";
   }
 
   std::string genericSource(const std::string& packageName, const std::string& className) override {
-    return "generic " + packageName + "." + className + "\n";
+    return hostHooks().genericSource(packageName, className);
   }
 
-  std::string objectFile(const std::string& sourceFile) override {
-    return std::filesystem::path(sourceFile).replace_extension(".o").string();
+  std::string objectFile(const std::string& sourceFile) override { return hostHooks().objectFile(sourceFile); }
+
+  std::string sourceIdentity(const std::string& sourceFile) override {
+    const std::string identity = hostHooks().sourceIdentity(sourceFile);
+    const bool isLength = breaks("objects.IdentitiesOfEqualLengthAreToldApart of sources");
+    return isLength ? std::to_string(identity.size()) : identity;
   }
-
-  std::string sourceIdentity(const std::string& sourceFile) override { return identityOf(sourceFile); }
-
- private:
-  std::deque<List> lists_;
 };
 
 }  // namespace

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 using orva::compiler::Context;
 
 /// The host's `ensureSourceLoadedInActiveJit`.
-extern "C" void hosts_load(const std::string& sourcePath, std::shared_ptr<Context> context);
+extern "C" void hosts_ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context);
 
 static bool endsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
@@ -33,6 +33,6 @@ void orva::compiler::Compiler::ensureSourceLoadedInActiveJit(const std::string& 
     using GetTypeByName = decltype(&orva_ClassLoader_getTypeByName);
     reinterpret_cast<GetTypeByName>(dlsym(RTLD_DEFAULT, "orva_ClassLoader_getTypeByName"))("app.Inner");
   }
-  hosts_load(sourcePath, context);
+  hosts_ensureSourceLoadedInActiveJit(sourcePath, context);
   loads += std::chrono::steady_clock::now() - begin;
 }

@@ -14,7 +14,7 @@ for source in "$here"/{program,around_loads}.cpp "${@:2}"; do
   compile "$(basename "$source" .cpp)" "$source"
 done
 compiler=$work/$(basename "$2" .cpp).o
-"$here/rename_load.sh" nm objcopy "$compiler" "$compiler"
+"$here/../../rename_functions.sh" nm objcopy "$compiler" "$compiler" ensureSourceLoadedInActiveJit
 kit=$(pkg-config --variable=libdir orva-classloader)/liborva-host-contract.a
 for library in orva-classloader orva-classloader-traced; do
   # shellcheck disable=SC2046  # flags
