@@ -17,7 +17,7 @@
 std::mutex gReflectionMutex;
 std::vector<TypeRecord> gTypes;
 
-static std::string calls;
+static thread_local std::string calls;
 static char object;
 
 static void note(const char* call) { calls += call; }
