@@ -4,7 +4,7 @@
 # shellcheck source-path=SCRIPTDIR source=../../common.sh
 source "$(dirname "$0")/../../common.sh"
 
-require nm python3 unshare
+require nm objcopy python3 unshare
 recorder=$2/liborva-trace-recorder.so
 audit=$2/liborva-trace-audit.so
 programs=$3
@@ -303,7 +303,9 @@ other_library() {  # COMPILER…
   programs=$work
   printf '#include "%s"\n' "$root"/classloader/*.cpp >"$work/library.cpp"
   "${compile[@]}" -shared -Wl,-soname,liborva-classloader.so.0.1 "$work/library.cpp" -o "$library"
-  "${compile[@]}" "$root/tests/tracing/recorder/scenes.cpp" "$library" -o "$work/scenes_lazy"
+  "${compile[@]}" "-I$root/tests/symbols" -c "$root/tests/packaging/consumer/host.cpp" -o "$work/host.o"
+  objcopy --weaken --localize-symbol=main "$work/host.o"
+  "${compile[@]}" "$root/tests/tracing/recorder/scenes.cpp" "$work/host.o" "$library" -o "$work/scenes_lazy"
   export LD_LIBRARY_PATH=$work
   calls
   exceptions

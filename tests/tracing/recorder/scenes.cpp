@@ -32,10 +32,7 @@
 #include "runtime_api/reflection.h"
 #include "runtime_api/runtime.h"
 
-// == The neighbours: what a scene wants of them
-
-std::mutex gReflectionMutex;
-std::vector<TypeRecord> gTypes;
+// == The neighbours: what a scene wants of them. The plain host defines the others.
 
 static thread_local std::function<void()> whenAsked;  // what Orva_typeByName does before it answers
 static char object;
@@ -50,7 +47,6 @@ void* Orva_typeByName(const char* typeName) {
   if (whenAsked) whenAsked();
   return typeName != nullptr && std::strcmp(typeName, "unknown") != 0 ? &object : nullptr;
 }
-void* Orva_allocObject(const char* /*className*/) { return &object; }
 int64_t orva_collections_ArrayList_size(void* /*list*/) { return static_cast<int64_t>(list.size()); }
 const char* orva_collections_ArrayList_operator_index(void* /*list*/, int64_t index) {
   return list.at(static_cast<std::size_t>(index)).c_str();
@@ -72,41 +68,21 @@ namespace orva::compiler {
 
 class Context {};
 
-int32_t Compiler::objectAbiVersion() { return -7; }
 std::shared_ptr<Context> Compiler::activeRuntimeContext() { return std::make_shared<Context>(); }
 void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context) {
   std::printf("load %s %s\n", sourcePath.c_str(), context ? "in a context" : "alone");
 }
-void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string>& objectPaths,
-                                                   const std::vector<std::string>& sourceIdentities) {
-  std::printf("bundle %zu %zu\n", objectPaths.size(), sourceIdentities.size());
-}
-void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, std::shared_ptr<Context> /*context*/,
-                                 const std::function<void(const CompilationProgress&)>& /*progress*/) {
-  std::printf("precompile %zu\n", sourceFiles.size());
-}
-Runtime& Runtime::getInstance() {
-  static Runtime runtime;
-  return runtime;
-}
-std::string Runtime::getStandardLibraryPath() const { return "/a/standard/library/of/some/length"; }
 const std::vector<std::string>& Runtime::getKlassPaths() const {
   static const std::vector<std::string> roots = {"/nowhere", "/a/root/whose/name/is/not/kept/in/place"};
   return roots;
 }
 bool Runtime::addKlassPath(const std::string& root) { return root == "root"; }
-std::string ClassLoader::sourceFileForClass(const std::string& className, const std::shared_ptr<Context>& /*context*/,
-                                            const std::shared_ptr<Token>& /*token*/) {
-  return className == "found" ? "found.ov" : "";
-}
 bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std::string& instanceName,
                                                 std::string& sourceFile, std::shared_ptr<Context>& /*context*/) {
   instanceName = "of " + typeName;
   sourceFile = "a/generated/source/of/some/length.ov";
   return true;
 }
-void ClassLoader::invalidateKlassPathCaches() {}
-bool PackageLayout::isValidPackageName(std::string_view packageName) { return packageName == "pack"; }
 
 }  // namespace orva::compiler
 
