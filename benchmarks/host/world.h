@@ -6,7 +6,7 @@
 #include <chrono>
 #include <string>
 
-#include "benchmarks/scratch_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 
 /// A fresh folder, which is the working directory and the only root for as long as the world lives.
 class World {
@@ -17,7 +17,7 @@ class World {
   World& operator=(const World&) = delete;
 
  private:
-  ScratchFolder folder_;
+  TemporaryFolder folder_;
 };
 
 /// A class that nobody has seen before, in a file of its own.

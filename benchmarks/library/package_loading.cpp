@@ -6,9 +6,9 @@
 
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
-#include "benchmarks/scratch_folder.h"
 #include "classloader/natives.h"
 #include "measure.h"
+#include "tests/scripted_host/temporary_folder.h"
 
 static void fill(const std::string& package, std::size_t files) {
   std::filesystem::create_directory(package);
@@ -20,7 +20,7 @@ static void fill(const std::string& package, std::size_t files) {
 
 /// Makes a folder whose package "web" has so many files the only root. Packages are kept until the program ends.
 static const std::string& prepare(const benchmark::State& state) {
-  static std::map<std::size_t, ScratchFolder> roots;
+  static std::map<std::size_t, TemporaryFolder> roots;
   const auto files = static_cast<std::size_t>(state.range(0));
   const auto [root, isNew] = roots.try_emplace(files);
   if (isNew) fill(root->second.path() + "/web", files);

@@ -13,7 +13,7 @@
 #include "classloader/failure_bridge.h"
 #include "classloader/native_table.h"
 #include "classloader/natives.h"
-#include "scripted_host.h"
+#include "tests/scripted_host/scripted_host.h"
 
 using namespace scripted;
 

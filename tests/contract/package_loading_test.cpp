@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "classloader/natives.h"
-#include "scripted_host.h"
-#include "system_calls.h"
-#include "temporary_folder.h"
+#include "tests/scripted_host/scripted_host.h"
+#include "tests/scripted_host/system_calls.h"
+#include "tests/scripted_host/temporary_folder.h"
 
 using namespace scripted;
 namespace fs = std::filesystem;

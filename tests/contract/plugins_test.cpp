@@ -7,8 +7,8 @@
 #include <string>
 
 #include "classloader/natives.h"
-#include "scripted_host.h"
-#include "standard_library.h"
+#include "tests/scripted_host/scripted_host.h"
+#include "tests/scripted_host/standard_library.h"
 
 using namespace scripted;
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "classloader/string_list.h"
-#include "scripted_host.h"
-#include "standard_library.h"
+#include "tests/scripted_host/scripted_host.h"
+#include "tests/scripted_host/standard_library.h"
 
 using namespace scripted;
 using Strings = std::vector<std::string>;

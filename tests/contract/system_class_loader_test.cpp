@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "classloader/natives.h"
-#include "scripted_host.h"
+#include "tests/scripted_host/scripted_host.h"
 
 using namespace scripted;
 

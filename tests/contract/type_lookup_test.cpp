@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "allocations.h"
 #include "classloader/natives.h"
-#include "scripted_host.h"
-#include "standard_library.h"
-#include "system_calls.h"
+#include "tests/scripted_host/allocations.h"
+#include "tests/scripted_host/scripted_host.h"
+#include "tests/scripted_host/standard_library.h"
+#include "tests/scripted_host/system_calls.h"
 
 using namespace scripted;
 

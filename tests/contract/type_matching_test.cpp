@@ -7,10 +7,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "allocations.h"
 #include "classloader/type_names.h"
-#include "scripted_host.h"
-#include "system_calls.h"
+#include "tests/scripted_host/allocations.h"
+#include "tests/scripted_host/scripted_host.h"
+#include "tests/scripted_host/system_calls.h"
 
 using namespace scripted;
 

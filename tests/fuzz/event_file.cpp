@@ -7,7 +7,7 @@
 #include "finding.h"
 #include "reference_host/language/printable_text.h"
 #include "target.h"
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 #include "tracing/events/clock.h"
 #include "tracing/reader/chrome_trace.h"
 #include "tracing/reader/filters.h"

@@ -16,6 +16,7 @@
 #include "hooks.h"
 #include "host_contract/calls.h"
 #include "runtime_api/reflection.h"
+#include "tests/scripted_host/temporary_folder.h"
 
 using orva::host_contract::Calling;
 using orva::host_contract::Needs;
@@ -107,14 +108,14 @@ TEST(Examine, EndsWithTheOutcomeAndTakesTheHostsProcessesWithIt) {
 static std::string wordFile;
 
 TEST(Examine, LeavesNoFolderBehind) {
-  wordFile = testing::TempDir() + "examine_test_folder";
+  const TemporaryFolder files;
+  wordFile = files.path("word");
   examine([](Trial& trial) {
     std::ofstream(trial.folder / "file") << "left";
     std::ofstream(wordFile) << trial.folder.string();
   });
   std::string folder;
   std::ifstream(wordFile) >> folder;
-  std::remove(wordFile.c_str());
   EXPECT_FALSE(folder.empty());
   EXPECT_FALSE(std::filesystem::exists(folder)) << folder;
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "lookups.h"
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 
 using namespace scripted;
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "classloader/natives.h"
-#include "scripted_host.h"
 #include "stepper.h"
+#include "tests/scripted_host/scripted_host.h"
 
 /// The scripted host with one script for all: that of a runtime whose threads are stepped.
 class SteppedHost {

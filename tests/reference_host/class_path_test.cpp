@@ -10,7 +10,7 @@
 #include "classloader/natives.h"
 #include "reference_host/runtime/pending_exception.h"
 #include "runtime_api/compiler.h"
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 #include "workspace.h"
 
 namespace fs = std::filesystem;

@@ -10,7 +10,7 @@
 #include <csignal>
 #include <set>
 
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 #include "workspace.h"
 
 namespace fs = std::filesystem;

@@ -14,7 +14,7 @@
 #include "reference_host/runtime/pending_exception.h"
 #include "reference_host/runtime/type_registry.h"
 #include "runtime_api/compiler.h"
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 #include "workspace.h"
 
 namespace fs = std::filesystem;

@@ -20,7 +20,7 @@
 
 #include "changed_object.h"
 #include "reference_host/compiler/context.h"
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 #include "workspace.h"
 
 namespace fs = std::filesystem;

@@ -13,7 +13,7 @@
 #include <set>
 #include <vector>
 
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 #include "workspace.h"
 
 namespace fs = std::filesystem;

@@ -1,9 +1,8 @@
-// Making and leaving the folder of a test.
+// Starting the host, and calling what it has loaded.
 #include "workspace.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <mutex>
@@ -15,18 +14,12 @@
 namespace fs = std::filesystem;
 
 Workspace::Workspace(const std::string& standardLibrary) {
-  std::string pattern = testing::TempDir() + "orva-XXXXXX";
-  path_ = fs::canonical(mkdtemp(pattern.data()));
-  fs::current_path(path_);
+  fs::current_path(folder_.path());
   orva::compiler::startHost(standardLibrary);
   EXPECT_TRUE(orva::compiler::Runtime::getInstance().addKlassPath("."));
 }
 
-Workspace::~Workspace() {
-  fs::current_path("/");
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
+Workspace::~Workspace() { fs::current_path("/"); }
 
 void writeFile(const std::string& path, const std::string& text) {
   const fs::path folder = fs::path(path).parent_path();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "reference_host/runtime/type.h"
+#include "tests/scripted_host/temporary_folder.h"
 
 /// The working directory is the folder for as long as the workspace lives; then the folder is removed.
 class Workspace {
@@ -18,10 +19,10 @@ class Workspace {
   Workspace(const Workspace&) = delete;
   Workspace& operator=(const Workspace&) = delete;
 
-  const std::filesystem::path& path() const { return path_; }
+  std::filesystem::path path() const { return folder_.path(); }
 
  private:
-  std::filesystem::path path_;
+  TemporaryFolder folder_;
 };
 
 /// Writes a file, and the folders above it, below the working directory.

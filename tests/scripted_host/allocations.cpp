@@ -1,5 +1,5 @@
 // The replaced allocation functions; the array and nothrow forms of the standard library end up here as well.
-#include "allocations.h"
+#include "tests/scripted_host/allocations.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -7,7 +7,7 @@
 #include <new>
 #include <utility>
 
-#include "hosts_turn.h"
+#include "tests/scripted_host/hosts_turn.h"
 
 namespace allocations {
 

@@ -11,10 +11,10 @@
 #include <system_error>
 #include <vector>
 
-#include "allocations.h"
-#include "hosts_turn.h"
-#include "system_calls.h"
-#include "temporary_folder.h"
+#include "tests/scripted_host/allocations.h"
+#include "tests/scripted_host/hosts_turn.h"
+#include "tests/scripted_host/system_calls.h"
+#include "tests/scripted_host/temporary_folder.h"
 
 namespace fs = std::filesystem;
 

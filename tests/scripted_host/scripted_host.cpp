@@ -1,6 +1,6 @@
 // What the scripted host answers: every operation records its line, checks that the mutex is free, and then plays
 // its script.
-#include "scripted_host.h"
+#include "tests/scripted_host/scripted_host.h"
 
 #include <pthread.h>
 #include <sys/wait.h>

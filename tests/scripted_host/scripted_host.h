@@ -15,10 +15,10 @@
 #include <utility>
 #include <vector>
 
-#include "hosts_turn.h"
 #include "runtime_api/compiler.h"
 #include "runtime_api/reflection.h"
 #include "runtime_api/runtime.h"
+#include "tests/scripted_host/hosts_turn.h"
 
 namespace scripted {
 

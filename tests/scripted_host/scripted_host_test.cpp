@@ -1,5 +1,5 @@
 // The scripted host itself: that it records, answers, and fails a test when it should.
-#include "scripted_host.h"
+#include "tests/scripted_host/scripted_host.h"
 
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The redirected calls. The standard library binds to these definitions because the test program exports them; each
 // forwards to the C library unless a test commands otherwise.
-#include "system_calls.h"
+#include "tests/scripted_host/system_calls.h"
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -15,7 +15,7 @@
 #include <cstring>
 #include <utility>
 
-#include "hosts_turn.h"
+#include "tests/scripted_host/hosts_turn.h"
 
 namespace system_calls {
 

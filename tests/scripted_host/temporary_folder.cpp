@@ -1,7 +1,6 @@
 // Making the files of a test.
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 
-#include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -9,16 +8,24 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 namespace fs = std::filesystem;
 
+/// Throws unless a call of the system has made what it should.
+static void require(bool isMade, const std::string& path) {
+  if (!isMade) throw std::system_error(errno, std::generic_category(), "Cannot make " + path);
+}
+
 TemporaryFolder::TemporaryFolder() : owner_(getpid()) {
-  std::string pattern = testing::TempDir() + "orva-XXXXXX";
-  path_ = mkdtemp(pattern.data());
-  fs::permissions(path_, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec | fs::perms::others_read |
-                             fs::perms::others_exec);
+  std::string pattern = fs::canonical(fs::temp_directory_path()) / "orva-XXXXXX";
+  require(mkdtemp(pattern.data()) != nullptr, pattern);
+  path_ = pattern;
+  fs::permissions(path_, fs::perms(0755));
 }
 
 TemporaryFolder::~TemporaryFolder() {
@@ -28,43 +35,40 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 std::string TemporaryFolder::folder(const std::string& relative) const {
-  fs::create_directories(path_ / relative);
+  fs::create_directories(path(relative));
   return path(relative);
 }
 
-static void makeParent(const std::string& path) { fs::create_directories(fs::path(path).parent_path()); }
+std::string TemporaryFolder::newPath(const std::string& relative) const {
+  fs::create_directories(fs::path(path(relative)).parent_path());
+  return path(relative);
+}
 
 std::string TemporaryFolder::file(const std::string& relative) const {
-  makeParent(path(relative));
-  std::ofstream(path(relative)) << "class Any {}\n";
-  EXPECT_TRUE(fs::is_regular_file(path(relative)));
-  return path(relative);
+  std::string name = newPath(relative);
+  require((std::ofstream(name) << "class Any {}\n").flush().good(), name);
+  return name;
 }
 
 std::string TemporaryFolder::link(const std::string& relative, const std::string& target) const {
-  makeParent(path(relative));
-  fs::create_symlink(target, path(relative));
-  return path(relative);
+  std::string name = newPath(relative);
+  fs::create_symlink(target, name);
+  return name;
 }
 
 std::string TemporaryFolder::fifo(const std::string& relative) const {
-  makeParent(path(relative));
-  EXPECT_EQ(0, mkfifo(path(relative).c_str(), S_IRUSR | S_IWUSR));
-  return path(relative);
+  std::string name = newPath(relative);
+  require(mkfifo(name.c_str(), S_IRUSR | S_IWUSR) == 0, name);
+  return name;
 }
 
 std::string TemporaryFolder::socket(const std::string& relative) const {
-  makeParent(path(relative));
+  std::string name = newPath(relative);
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  const std::string name = path(relative);
   std::copy(name.begin(), name.end(), address.sun_path);
   const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  if (descriptor < 0) {
-    ADD_FAILURE() << "no socket";
-    return name;
-  }
-  EXPECT_EQ(0, bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)));
+  require(bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0, name);
   close(descriptor);
   return name;
 }
@@ -72,13 +76,12 @@ std::string TemporaryFolder::socket(const std::string& relative) const {
 static constexpr uid_t kNobody = 65534;
 
 WithoutRights::WithoutRights() : user_(geteuid()) {
-  if (user_ != 0) return;
-  EXPECT_EQ(0, seteuid(kNobody));
+  if (user_ == 0 && seteuid(kNobody) != 0) throw std::system_error(errno, std::generic_category(), "seteuid");
 }
 
 WithoutRights::~WithoutRights() {
   if (user_ != 0) return;
-  EXPECT_EQ(0, seteuid(user_));
+  if (seteuid(user_) != 0) std::abort();
   // A change of user takes this from a process, and the search for leaks needs it.
   prctl(PR_SET_DUMPABLE, 1);
 }

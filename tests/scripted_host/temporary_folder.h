@@ -1,9 +1,8 @@
-// A fresh folder for the files of one test, and the rights under which they are read.
+// A fresh folder for the files of a test or a benchmark, and the rights under which they are read.
 #pragma once
 
 #include <sys/types.h>
 
-#include <filesystem>
 #include <string>
 
 /// Makes files of every kind below a folder that is removed at the end, by the process that made it.
@@ -14,12 +13,13 @@ class TemporaryFolder {
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-  std::string path() const { return path_.string(); }
+  /// Without symbolic links.
+  const std::string& path() const { return path_; }
 
   /// Names something below the folder, with a plain "/" between the two.
-  std::string path(const std::string& relative) const { return path_.string() + '/' + relative; }
+  std::string path(const std::string& relative) const { return path_ + '/' + relative; }
 
-  // Each makes one thing, and the folders above it, and returns its path.
+  // Each makes one thing, and the folders above it, and returns its path. Throws when it cannot.
   std::string folder(const std::string& relative) const;
   std::string file(const std::string& relative) const;
   std::string link(const std::string& relative, const std::string& target) const;
@@ -27,7 +27,10 @@ class TemporaryFolder {
   std::string socket(const std::string& relative) const;
 
  private:
-  std::filesystem::path path_;
+  /// Makes the folders above what is to be made.
+  std::string newPath(const std::string& relative) const;
+
+  std::string path_;
   pid_t owner_;
 };
 

@@ -1,11 +1,7 @@
 // Traces for the reader's tests. The sentences are placeholders, because other tests check which one a native gets.
 #include "tests/tracing/reader/traces.h"
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-
+#include "tests/scripted_host/temporary_folder.h"
 #include "tracing/reader/explanation.h"
 
 namespace orva::tracing {
@@ -17,13 +13,13 @@ std::string explanationOf(const Event& native) {
   return result != nullptr && result->kind == StoredKind::null ? "null: here is why" : "";
 }
 
-std::string temporaryPath() { return testing::TempDir() + "orva-trace-" + std::to_string(getpid()) + ".events"; }
+std::string temporaryPath() {
+  static const TemporaryFolder folder;
+  return folder.path("trace.events");
+}
 
 Trace traceOf(const EventWriter& writer, const Writers& writers) {
-  const std::string path = temporaryPath();
-  Trace trace = readTrace(writer.save(path), writers);
-  std::filesystem::remove(path);
-  return trace;
+  return readTrace(writer.save(temporaryPath()), writers);
 }
 
 EventWriter everyKindOfRecord() {

@@ -14,7 +14,7 @@ constexpr auto getSystem = CallId::orva_ClassLoader_getSystem;
 constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
 constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
 
-/// A path that no other test uses.
+/// A path in a folder of this process, which is removed when it ends.
 std::string temporaryPath();
 
 /// What the reader makes of a file.
