@@ -11,21 +11,17 @@
 #include "runtime_api/reflection.h"
 #include "runtime_api/runtime.h"
 
-namespace {
-
 using Registry = std::vector<measured::TypeNames>;
 
-const Registry* registry = nullptr;
-std::vector<std::string> roots;
-std::size_t loadCount = 0;
-char object;
+static const Registry* registry = nullptr;
+static std::vector<std::string> roots;
+static std::size_t loadCount = 0;
+static char object;
 
-[[noreturn]] void fail(const char* what) {
+[[noreturn]] static void fail(const char* what) {
   std::fprintf(stderr, "A measured call failed: %s\n", what);
   std::abort();
 }
-
-}  // namespace
 
 namespace measured {
 

@@ -13,7 +13,7 @@
 
 using orva::compiler::Compiler;
 
-static constexpr std::size_t kTypes = 1'000;
+static constexpr std::size_t typeCount = 1'000;
 
 template <typename Call>
 static void count(const std::string& name, const Call& call) {
@@ -31,12 +31,12 @@ static void countBoth(const std::string& name, const Floor& floor, const Call& c
 }
 
 int main() {
-  measured::registerTypes(kTypes);
-  measured::fillTable(kTypes);
-  const std::string fullName = measured::fullNameOf(kTypes / 2);
-  const std::string shortName = measured::shortNameOf(kTypes / 2);
+  measured::registerTypes(typeCount);
+  measured::fillTable(typeCount);
+  const std::string fullName = measured::fullNameOf(typeCount / 2);
+  const std::string shortName = measured::shortNameOf(typeCount / 2);
   const std::string genericName = measured::unknownInstance;
-  std::vector<const char*> files(kTypes, measured::sourceFile);
+  std::vector<const char*> files(typeCount, measured::sourceFile);
   void* const list = measured::listOf(files);
 
   countBoth("load_class", [] { Orva_typeByName("a.B"); }, [] { orva_SystemClassLoader_loadClass(nullptr, "a.B"); });

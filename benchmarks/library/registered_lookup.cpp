@@ -42,7 +42,7 @@ BENCHMARK(floorOfScan)->Name("lookup/floor")->Apply(sizes);
 
 using Registry = std::vector<measured::TypeNames>;
 
-static constexpr std::size_t kOrders = 8;
+static constexpr std::size_t orderCount = 8;
 
 /// The real types in several orders. Going through one of them again and again, a processor learns by heart which
 /// branch comes when, and the floor, for which nothing else changes from call to call, costs less than half of what it
@@ -52,7 +52,7 @@ static const std::vector<Registry>& realRegistries() {
     std::vector<Registry> all;
     Registry types = realTypes();
     std::mt19937 random(1);
-    for (std::size_t order = 0; order < kOrders; ++order) {
+    for (std::size_t order = 0; order < orderCount; ++order) {
       std::shuffle(types.begin(), types.end(), random);
       // Copied, so that the names lie in memory in this order too.
       all.push_back(types);
@@ -65,11 +65,11 @@ static const std::vector<Registry>& realRegistries() {
 static void useNextOrder() {
   static std::size_t next = 0;
   measured::registerTypes(realRegistries()[next]);
-  next = (next + 1) % kOrders;
+  next = (next + 1) % orderCount;
 }
 
 static void describeReal(benchmark::State& state) {
-  state.counters["orders"] = kOrders;
+  state.counters["orders"] = orderCount;
   state.counters["types"] = static_cast<double>(realTypes().size());
   state.counters["generic"] = static_cast<double>(std::count_if(realTypes().begin(), realTypes().end(), isGeneric));
 }

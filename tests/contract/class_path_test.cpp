@@ -17,9 +17,9 @@
 
 using namespace scripted;
 
-namespace {
-
 using Lines = std::vector<std::string>;
+
+namespace {
 
 class AddSourceRoot : public HostTest {
  protected:
@@ -46,6 +46,8 @@ class AddSourceRoot : public HostTest {
   const TemporaryFolder files;
   const system_calls::Scope scope;
 };
+
+}  // namespace
 
 TEST_F(AddSourceRoot, ANullOrEmptyRootTouchesNothing) {
   EXPECT_EQ(0, orva_ClassLoader_addSourceRoot(nullptr));
@@ -182,35 +184,39 @@ TEST_F(AddSourceRoot, WhatARaiseThrowsPasses) {
   EXPECT_CALLS(asked(root), raised("IOException", "Class path root does not exist: " + root));
 }
 
+namespace {
+
 class PrecompileSources : public HostTest {
  protected:
   static std::string precompiled(const std::string& files, const std::string& context = "active") {
     return "Compiler::precompileSources({" + files + "}, " + context + ", no listener)";
   }
-  static constexpr const char* kContext = "Compiler::activeRuntimeContext()";
+  static constexpr const char* contextCall = "Compiler::activeRuntimeContext()";
 };
+
+}  // namespace
 
 TEST_F(PrecompileSources, TheListReachesTheCompilerInOrder) {
   host().precompile.next(nothing());
   orva_ClassLoader_precompileSources(host().list("files", {"b.ov", "", "a.ov", "b.ov", " x "}));
-  EXPECT_CALLS(listRead("files", 5), kContext, precompiled(R"("b.ov", "", "a.ov", "b.ov", " x ")"));
+  EXPECT_CALLS(listRead("files", 5), contextCall, precompiled(R"("b.ov", "", "a.ov", "b.ov", " x ")"));
 }
 
 TEST_F(PrecompileSources, AnEmptyListReachesTheCompiler) {
   host().precompile.always(nothing());
   orva_ClassLoader_precompileSources(host().list("files", {}));
-  EXPECT_CALLS(listRead("files", 0), kContext, precompiled(""));
+  EXPECT_CALLS(listRead("files", 0), contextCall, precompiled(""));
   orva_ClassLoader_precompileSources(host().list("files", {}, -3));
-  EXPECT_CALLS(listRead("files", 0), kContext, precompiled(""));
+  EXPECT_CALLS(listRead("files", 0), contextCall, precompiled(""));
 }
 
 TEST_F(PrecompileSources, TheContextIsPassedOnAsItComes) {
   host().precompile.always(nothing());
   host().activeRuntimeContext.next(returns(ContextPointer())).next(returns(Host::otherContext()));
   orva_ClassLoader_precompileSources(host().list("files", {}));
-  EXPECT_CALLS(listRead("files", 0), kContext, precompiled("", "empty"));
+  EXPECT_CALLS(listRead("files", 0), contextCall, precompiled("", "empty"));
   orva_ClassLoader_precompileSources(host().list("files", {}));
-  EXPECT_CALLS(listRead("files", 0), kContext, precompiled("", "other"));
+  EXPECT_CALLS(listRead("files", 0), contextCall, precompiled("", "other"));
 }
 
 TEST_F(PrecompileSources, AMissingListIsAnExceptionOfTheBridge) {
@@ -231,22 +237,22 @@ TEST_F(PrecompileSources, AnImpossibleSizeIsRaised) {
 TEST_F(PrecompileSources, AFailingContextCompilesNothing) {
   host().activeRuntimeContext.next(throws(std::runtime_error("no engine")));
   orva_ClassLoader_precompileSources(host().list("files", {}));
-  EXPECT_CALLS(listRead("files", 0), kContext, raised("Exception", "no engine"));
+  EXPECT_CALLS(listRead("files", 0), contextCall, raised("Exception", "no engine"));
 }
 
 TEST_F(PrecompileSources, TheCompilersTextIsRaisedUnchanged) {
   host().precompile.next(throws(CustomFailure("a.ov:1: oops"))).next(throws(CustomFailure("")));
   host().raise.always([] { EXPECT_EQ(1, host().activeContext.use_count()); });
   orva_ClassLoader_precompileSources(host().list("files", {"a.ov"}));
-  EXPECT_CALLS(listRead("files", 1), kContext, precompiled("\"a.ov\""), raised("Exception", "a.ov:1: oops"));
+  EXPECT_CALLS(listRead("files", 1), contextCall, precompiled("\"a.ov\""), raised("Exception", "a.ov:1: oops"));
   orva_ClassLoader_precompileSources(host().list("files", {"a.ov"}));
-  EXPECT_CALLS(listRead("files", 1), kContext, precompiled("\"a.ov\""), raised("Exception", ""));
+  EXPECT_CALLS(listRead("files", 1), contextCall, precompiled("\"a.ov\""), raised("Exception", ""));
 }
 
 TEST_F(PrecompileSources, OtherObjectsPass) {
   host().precompile.next(throws(5));
   EXPECT_THROWS_VALUE(orva_ClassLoader_precompileSources(host().list("files", {})), int, 5);
-  EXPECT_CALLS(listRead("files", 0), kContext, precompiled(""));
+  EXPECT_CALLS(listRead("files", 0), contextCall, precompiled(""));
   host().listSize.next(throws(std::string("text")));
   EXPECT_THROWS_VALUE(orva_ClassLoader_precompileSources(host().list("files", {})), std::string, "text");
   EXPECT_CALLS(listRead("files", 0));
@@ -259,5 +265,3 @@ TEST_F(PrecompileSources, WhatARaiseThrowsPasses) {
   EXPECT_CALLS(raised("Exception", "Source filename list is required"),
                raised("Exception", "Source filename list is required"));
 }
-
-}  // namespace

@@ -22,6 +22,8 @@ namespace {
 class NativeBoundary : public HostTest {};
 class FailureBridge : public HostTest {};
 
+}  // namespace
+
 // The list says what the compiler reads in natives.h.
 #define ORVA_NATIVE(symbol, class_name, method, kind, result, parameters) \
   static_assert(std::is_same_v<decltype(symbol), result parameters>);
@@ -102,7 +104,7 @@ TEST_F(FailureBridge, RunsTheWorkOnceAndRaisesNothing) {
 
 /// Runs work that throws `object` through both forms of the bridge.
 template <typename Thrown>
-void failThroughBothForms(const Thrown& object) {
+static void failThroughBothForms(const Thrown& object) {
   EXPECT_FALSE(bridged("OneClass", [&object] { throw object; }));
   EXPECT_FALSE(bridged("OtherClass", "fixed text", [&object] { throw object; }));
 }
@@ -134,9 +136,13 @@ TEST_F(FailureBridge, WithoutFixedTextAnyOtherObjectPasses) {
   EXPECT_CALLS();
 }
 
+namespace {
+
 struct Witness {
   ~Witness() { host().record("work is gone"); }
 };
+
+}  // namespace
 
 TEST_F(FailureBridge, WhatTheWorkBuiltIsGoneBeforeTheRaise) {
   const auto failing = [] {
@@ -167,5 +173,3 @@ TEST_F(FailureBridge, AnyObjectThatARaiseThrowsLeavesWithoutASecondRaise) {
   EXPECT_CALLS(raised("Exception", "failed"), raised("Exception", "failed"), raised("Exception", "other"),
                raised("Exception", "other"));
 }
-
-}  // namespace

@@ -17,11 +17,11 @@
 using namespace scripted;
 namespace fs = std::filesystem;
 
-namespace {
-
 using Lines = std::vector<std::string>;
-const std::string kContext = "Compiler::activeRuntimeContext()";
-const Lines kSearch{"Runtime::getInstance()", "Runtime::getKlassPaths()"};
+static const std::string contextCall = "Compiler::activeRuntimeContext()";
+static const Lines searchCalls{"Runtime::getInstance()", "Runtime::getKlassPaths()"};
+
+namespace {
 
 class PackageLoading : public HostTest {
  protected:
@@ -47,24 +47,26 @@ class PackageLoading : public HostTest {
   /// Loads a package and expects exactly these files to be loaded.
   static void expectLoaded(const std::string& package, const Lines& paths) {
     load(package);
-    EXPECT_CALLS(validated(package), kSearch, kContext, loads(paths));
+    EXPECT_CALLS(validated(package), searchCalls, contextCall, loads(paths));
   }
 
   static void expectNotFound(const std::string& package) {
     load(package);
-    EXPECT_CALLS(validated(package), kSearch, raised("ClassNotFoundException", "Package not found: " + package));
+    EXPECT_CALLS(validated(package), searchCalls, raised("ClassNotFoundException", "Package not found: " + package));
   }
 
   static void expectUnreadable(const std::string& package, int error) {
     const std::string text = std::error_code(error, std::generic_category()).message();
     load(package);
-    EXPECT_CALLS(validated(package), kSearch,
+    EXPECT_CALLS(validated(package), searchCalls,
                  raised("IOException", "Cannot enumerate package '" + package + "': " + text));
   }
 
   const TemporaryFolder files;
   const system_calls::Scope scope;
 };
+
+}  // namespace
 
 // The name.
 
@@ -94,7 +96,7 @@ TEST_F(PackageLoading, TheReceiverIsIgnored) {
   const std::string source = files.file("a/A.ov");
   for (void* receiver : {static_cast<void*>(nullptr), token(1)}) {
     orva_SystemClassLoader_loadPackageTypes(receiver, "a");
-    EXPECT_CALLS(validated("a"), kSearch, kContext, loads({source}));
+    EXPECT_CALLS(validated("a"), searchCalls, contextCall, loads({source}));
   }
 }
 
@@ -384,7 +386,7 @@ TEST_F(PackageLoading, EachLoadGetsACopyOfTheOneContext) {
   files.file("p/B.ov");
   host().activeRuntimeContext.next(returns(Host::otherContext()));
   load("p");
-  EXPECT_CALLS(validated("p"), kSearch, kContext, loaded(files.path("p/A.ov"), "other"),
+  EXPECT_CALLS(validated("p"), searchCalls, contextCall, loaded(files.path("p/A.ov"), "other"),
                loaded(files.path("p/B.ov"), "other"));
   // A script keeps the context that it answers with no longer than its answer: the native's own, and the copy.
   EXPECT_EQ((std::vector<long>{2, 2}), host().contextHolders);
@@ -394,7 +396,7 @@ TEST_F(PackageLoading, AnEmptyContextIsPassedOn) {
   files.file("p/A.ov");
   host().activeRuntimeContext.next(returns(ContextPointer()));
   load("p");
-  EXPECT_CALLS(validated("p"), kSearch, kContext, loaded(files.path("p/A.ov"), "empty"));
+  EXPECT_CALLS(validated("p"), searchCalls, contextCall, loaded(files.path("p/A.ov"), "empty"));
 }
 
 TEST_F(PackageLoading, AFailingLoadEndsTheLoading) {
@@ -404,10 +406,10 @@ TEST_F(PackageLoading, AFailingLoadEndsTheLoading) {
   host().load.next(nothing()).next(nothing()).next(throws(CustomFailure("C.ov:1: oops")));
   host().raise.always([] { EXPECT_EQ(1, host().activeContext.use_count()); });
   load("p");
-  EXPECT_CALLS(validated("p"), kSearch, kContext, loads(sources), raised("Exception", "C.ov:1: oops"));
+  EXPECT_CALLS(validated("p"), searchCalls, contextCall, loads(sources), raised("Exception", "C.ov:1: oops"));
   host().load.next(nothing()).next(nothing()).next(throws(5));
   load("p");
-  EXPECT_CALLS(validated("p"), kSearch, kContext, loads(sources),
+  EXPECT_CALLS(validated("p"), searchCalls, contextCall, loads(sources),
                raised("Exception", "Unknown native failure while loading package"));
 }
 
@@ -424,10 +426,10 @@ TEST_F(PackageLoading, WhateverIsThrownOnTheWayIsRaised) {
   EXPECT_CALLS(validated("p"), "Runtime::getInstance()", raised("Exception", "no runtime"));
   host().getKlassPaths.next(throws('c'));
   load("p");
-  EXPECT_CALLS(validated("p"), kSearch, unknown);
+  EXPECT_CALLS(validated("p"), searchCalls, unknown);
   host().activeRuntimeContext.next(throws(CustomFailure("")));
   load("p");
-  EXPECT_CALLS(validated("p"), kSearch, kContext, raised("Exception", ""));
+  EXPECT_CALLS(validated("p"), searchCalls, contextCall, raised("Exception", ""));
 }
 
 TEST_F(PackageLoading, WhatARaiseInTheBodyThrowsIsBridged) {
@@ -444,12 +446,12 @@ TEST_F(PackageLoading, WhatARaiseOfTheOtherChecksThrowsIsBridged) {
   const std::string missing = raised("ClassNotFoundException", "Package not found: missing");
   host().raise.next(throws(std::logic_error("raise 1"))).next(nothing());
   load("missing");
-  EXPECT_CALLS(validated("missing"), kSearch, missing, raised("Exception", "raise 1"));
+  EXPECT_CALLS(validated("missing"), searchCalls, missing, raised("Exception", "raise 1"));
   files.folder("p");
   system_calls::failOpeningDirectory(EMFILE);
   host().raise.next(throws(std::logic_error("raise 2"))).next(nothing());
   load("p");
-  EXPECT_CALLS(validated("p"), kSearch, raised("IOException", "Cannot enumerate package 'p': Too many open files"),
+  EXPECT_CALLS(validated("p"), searchCalls, raised("IOException", "Cannot enumerate package 'p': Too many open files"),
                raised("Exception", "raise 2"));
 }
 
@@ -464,5 +466,3 @@ TEST_F(PackageLoading, WhatARaiseOfTheBridgeThrowsPasses) {
   EXPECT_THROWS_TEXT(load("p"), std::logic_error, "raise 3");
   EXPECT_CALLS(validated("p"), unknown);
 }
-
-}  // namespace

@@ -12,41 +12,45 @@
 
 using namespace scripted;
 
-namespace {
-
-const std::string kSourceRequired = raised("ValueException", "Plugin source filename and entry type are required");
-const std::string kBundleRequired =
+static const std::string sourceRequired =
+    raised("ValueException", "Plugin source filename and entry type are required");
+static const std::string bundleRequired =
     raised("ValueException", "Plugin object bundle, source identities and entry type are required");
-const std::string kAmbiguous = raised("Exception", "Ambiguous plugin entry type 'Map'; use its fully qualified name");
+static const std::string ambiguous =
+    raised("Exception", "Ambiguous plugin entry type 'Map'; use its fully qualified name");
 
-std::string alreadyRegistered(const std::string& name) {
+static std::string alreadyRegistered(const std::string& name) {
   return raised("IllegalStateException", "Plugin entry type is already registered: " + name);
 }
 
-std::string notRegistered(const std::string& name) {
+static std::string notRegistered(const std::string& name) {
   return raised("ClassNotFoundException", "Plugin entry type is not registered: " + name);
 }
 
 /// A load that registers one type.
-auto registers(const std::string& shortName, const std::string& fullName) {
+static auto registers(const std::string& shortName, const std::string& fullName) {
   return [=] { host().registry.push_back({shortName, fullName}); };
 }
+
+namespace {
 
 class LoadSourceClass : public HostTest {
  protected:
   static void* load(const char* entryType) { return orva_ClassLoader_loadSourceClass("/p/Plugin.ov", entryType); }
-  const std::string kLoaded = loaded("/p/Plugin.ov", "empty");
+  const std::string loadCall = loaded("/p/Plugin.ov", "empty");
 };
+
+}  // namespace
 
 TEST_F(LoadSourceClass, BothArgumentsAreRequired) {
   const char* const missing[] = {nullptr, ""};
   for (const char* none : missing) {
     EXPECT_EQ(nullptr, orva_ClassLoader_loadSourceClass(none, "a.Entry"));
-    EXPECT_CALLS(kSourceRequired);
+    EXPECT_CALLS(sourceRequired);
     EXPECT_EQ(nullptr, orva_ClassLoader_loadSourceClass("/p/Plugin.ov", none));
-    EXPECT_CALLS(kSourceRequired);
+    EXPECT_CALLS(sourceRequired);
     EXPECT_EQ(nullptr, orva_ClassLoader_loadSourceClass(none, none));
-    EXPECT_CALLS(kSourceRequired);
+    EXPECT_CALLS(sourceRequired);
   }
 }
 
@@ -54,16 +58,16 @@ TEST_F(LoadSourceClass, LoadsWithoutAContextAndHandsOutTheType) {
   host().load.next(registers("Entry", "a.Entry"));
   host().typeByName.next(returns(token(4)));
   EXPECT_EQ(token(4), load("a.Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_CALLS(scan(0), loadCall, scan(1), typeByName("a.Entry"));
 }
 
 TEST_F(LoadSourceClass, TheTypeIsAskedForByItsResolvedName) {
   host().load.next(registers("Entry", "a.very.long.package.name.Entry")).next(registers("Bare", ""));
   host().typeByName.always(returns(token(4)));
   EXPECT_EQ(token(4), load("Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.very.long.package.name.Entry"));
+  EXPECT_CALLS(scan(0), loadCall, scan(1), typeByName("a.very.long.package.name.Entry"));
   EXPECT_EQ(token(4), load("Bare"));
-  EXPECT_CALLS(scan(1), kLoaded, scan(2), typeByName("Bare"));
+  EXPECT_CALLS(scan(1), loadCall, scan(2), typeByName("Bare"));
 }
 
 TEST_F(LoadSourceClass, TheFileNameReachesTheCompilerUnchanged) {
@@ -79,7 +83,7 @@ TEST_F(LoadSourceClass, ANullTypeObjectIsHandedOutSilently) {
   host().load.next(registers("Entry", "a.Entry"));
   host().typeByName.next(returns(static_cast<void*>(nullptr)));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_CALLS(scan(0), loadCall, scan(1), typeByName("a.Entry"));
 }
 
 TEST_F(LoadSourceClass, ARegisteredEntryTypeIsRefusedByItsRegisteredName) {
@@ -95,16 +99,16 @@ TEST_F(LoadSourceClass, ARegisteredEntryTypeIsRefusedByItsRegisteredName) {
 TEST_F(LoadSourceClass, AnEntryTypeThatIsStillUnknownIsReportedByTheNameGiven) {
   host().load.always(registers("Other", "a.Other"));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, scan(1), notRegistered("Entry"));
+  EXPECT_CALLS(scan(0), loadCall, scan(1), notRegistered("Entry"));
   EXPECT_EQ(nullptr, load(" a.Entry"));
-  EXPECT_CALLS(scan(1), kLoaded, scan(2), notRegistered(" a.Entry"));
+  EXPECT_CALLS(scan(1), loadCall, scan(2), notRegistered(" a.Entry"));
 }
 
 TEST_F(LoadSourceClass, ASecondLoadIsRefused) {
   host().load.next(registers("Entry", "a.Entry"));
   host().typeByName.next(returns(token(4)));
   EXPECT_EQ(token(4), load("Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_CALLS(scan(0), loadCall, scan(1), typeByName("a.Entry"));
   EXPECT_EQ(nullptr, load("Entry"));
   EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"));
 }
@@ -112,42 +116,42 @@ TEST_F(LoadSourceClass, ASecondLoadIsRefused) {
 TEST_F(LoadSourceClass, AnAmbiguousNameIsRaisedBeforeAndAfterTheLoad) {
   host().registry = {{"Map", "a.Map"}, {"Map", "b.Map"}};
   EXPECT_EQ(nullptr, load("Map"));
-  EXPECT_CALLS(scan(2), kAmbiguous);
+  EXPECT_CALLS(scan(2), ambiguous);
   host().registry.clear();
   host().load.next([] { host().registry = {{"Map", "a.Map"}, {"Map", "b.Map"}, {"x", "y.x"}}; });
   EXPECT_EQ(nullptr, load("Map"));
-  EXPECT_CALLS(scan(0), kLoaded, scan(2), kAmbiguous);
+  EXPECT_CALLS(scan(0), loadCall, scan(2), ambiguous);
 }
 
 TEST_F(LoadSourceClass, TheCompilersTextIsRaisedUnchanged) {
   host().load.next(throws(std::runtime_error("p.ov:1: oops"))).next(throws(CustomFailure("")));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, raised("Exception", "p.ov:1: oops"));
+  EXPECT_CALLS(scan(0), loadCall, raised("Exception", "p.ov:1: oops"));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, raised("Exception", ""));
+  EXPECT_CALLS(scan(0), loadCall, raised("Exception", ""));
 }
 
 TEST_F(LoadSourceClass, WhatTheLookupThrowsIsRaised) {
   host().load.next(registers("Entry", "a.Entry"));
   host().typeByName.next(throws(std::runtime_error("no type")));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"), raised("Exception", "no type"));
+  EXPECT_CALLS(scan(0), loadCall, scan(1), typeByName("a.Entry"), raised("Exception", "no type"));
 }
 
 TEST_F(LoadSourceClass, OtherObjectsPass) {
   host().load.next(throws(5)).next(registers("Entry", "a.Entry"));
   EXPECT_THROWS_VALUE(load("Entry"), int, 5);
-  EXPECT_CALLS(scan(0), kLoaded);
+  EXPECT_CALLS(scan(0), loadCall);
   host().typeByName.next(throws('c'));
   EXPECT_THROWS_VALUE(load("Entry"), char, 'c');
-  EXPECT_CALLS(scan(0), kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_CALLS(scan(0), loadCall, scan(1), typeByName("a.Entry"));
 }
 
 TEST_F(LoadSourceClass, WhatARaiseOutsideTheBridgeThrowsPasses) {
   host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
   EXPECT_THROWS_TEXT(load(nullptr), std::logic_error, "raise 1");
   EXPECT_THROWS_VALUE(load(""), int, 5);
-  EXPECT_CALLS(kSourceRequired, kSourceRequired);
+  EXPECT_CALLS(sourceRequired, sourceRequired);
 }
 
 TEST_F(LoadSourceClass, WhatARaiseInsideTheBridgeThrowsIsBridged) {
@@ -163,17 +167,19 @@ TEST_F(LoadSourceClass, WhatARaiseAfterTheLoadThrowsIsBridged) {
   host().load.always(nothing());
   host().raise.next(throws(std::logic_error("raise 1")));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kLoaded, scan(0), notRegistered("Entry"), raised("Exception", "raise 1"));
+  EXPECT_CALLS(scan(0), loadCall, scan(0), notRegistered("Entry"), raised("Exception", "raise 1"));
 }
 
 TEST_F(LoadSourceClass, WhatARaiseOfTheBridgeThrowsPasses) {
   host().load.always(throws(std::runtime_error("oops")));
   host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
   EXPECT_THROWS_TEXT(load("Entry"), std::logic_error, "raise 1");
-  EXPECT_CALLS(scan(0), kLoaded, raised("Exception", "oops"));
+  EXPECT_CALLS(scan(0), loadCall, raised("Exception", "oops"));
   EXPECT_THROWS_VALUE(load("Entry"), int, 5);
-  EXPECT_CALLS(scan(0), kLoaded, raised("Exception", "oops"));
+  EXPECT_CALLS(scan(0), loadCall, raised("Exception", "oops"));
 }
+
+namespace {
 
 class LoadObjectBundle : public HostTest {
  protected:
@@ -187,32 +193,34 @@ class LoadObjectBundle : public HostTest {
 
   void* objects = nullptr;
   void* identities = nullptr;
-  const std::vector<std::string> kRead = sequence(listRead("objects", 2), listRead("identities", 2));
-  const std::string kLoaded = bundle(R"("/b.o", "/a.o")", R"("B.ov#1", "A.ov#2")");
+  const std::vector<std::string> readCalls = sequence(listRead("objects", 2), listRead("identities", 2));
+  const std::string loadCall = bundle(R"("/b.o", "/a.o")", R"("B.ov#1", "A.ov#2")");
 
   static std::string bundle(const std::string& paths, const std::string& names) {
     return "Compiler::ensureObjectBundleLoadedInActiveJit({" + paths + "}, {" + names + "})";
   }
 };
 
+}  // namespace
+
 TEST_F(LoadObjectBundle, EveryArgumentIsRequired) {
   EXPECT_EQ(nullptr, orva_ClassLoader_loadObjectBundle(nullptr, identities, "a.Entry"));
-  EXPECT_CALLS(kBundleRequired);
+  EXPECT_CALLS(bundleRequired);
   EXPECT_EQ(nullptr, orva_ClassLoader_loadObjectBundle(objects, nullptr, "a.Entry"));
-  EXPECT_CALLS(kBundleRequired);
+  EXPECT_CALLS(bundleRequired);
   EXPECT_EQ(nullptr, load(nullptr));
-  EXPECT_CALLS(kBundleRequired);
+  EXPECT_CALLS(bundleRequired);
   EXPECT_EQ(nullptr, load(""));
-  EXPECT_CALLS(kBundleRequired);
+  EXPECT_CALLS(bundleRequired);
   EXPECT_EQ(nullptr, orva_ClassLoader_loadObjectBundle(nullptr, nullptr, nullptr));
-  EXPECT_CALLS(kBundleRequired);
+  EXPECT_CALLS(bundleRequired);
 }
 
 TEST_F(LoadObjectBundle, LoadsBothListsInOrderAndHandsOutTheType) {
   host().loadBundle.next(registers("Entry", "a.Entry"));
   host().typeByName.next(returns(token(4)));
   EXPECT_EQ(token(4), load("Entry"));
-  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_CALLS(scan(0), readCalls, loadCall, scan(1), typeByName("a.Entry"));
 }
 
 TEST_F(LoadObjectBundle, ARegisteredEntryTypeLeavesTheListsUnread) {
@@ -265,21 +273,21 @@ TEST_F(LoadObjectBundle, AnImpossibleSizeIsRaised) {
 TEST_F(LoadObjectBundle, AnEntryTypeThatIsStillUnknownIsReportedByTheNameGiven) {
   host().loadBundle.next(registers("Other", "a.Other"));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(1), notRegistered("Entry"));
+  EXPECT_CALLS(scan(0), readCalls, loadCall, scan(1), notRegistered("Entry"));
 }
 
 TEST_F(LoadObjectBundle, ANullTypeObjectIsHandedOutSilently) {
   host().loadBundle.next(registers("Entry", "a.Entry"));
   host().typeByName.next(returns(static_cast<void*>(nullptr)));
   EXPECT_EQ(nullptr, load("a.Entry"));
-  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_CALLS(scan(0), readCalls, loadCall, scan(1), typeByName("a.Entry"));
 }
 
 TEST_F(LoadObjectBundle, ASecondLoadIsRefused) {
   host().loadBundle.next(registers("Entry", "a.Entry"));
   host().typeByName.next(returns(token(4)));
   EXPECT_EQ(token(4), load("a.Entry"));
-  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(1), typeByName("a.Entry"));
+  EXPECT_CALLS(scan(0), readCalls, loadCall, scan(1), typeByName("a.Entry"));
   EXPECT_EQ(nullptr, load("Entry"));
   EXPECT_CALLS(scan(1), alreadyRegistered("a.Entry"));
 }
@@ -287,25 +295,25 @@ TEST_F(LoadObjectBundle, ASecondLoadIsRefused) {
 TEST_F(LoadObjectBundle, AnAmbiguousNameIsRaisedBeforeAndAfterTheLoad) {
   host().registry = {{"Map", "a.Map"}, {"Map", "b.Map"}};
   EXPECT_EQ(nullptr, load("Map"));
-  EXPECT_CALLS(scan(2), kAmbiguous);
+  EXPECT_CALLS(scan(2), ambiguous);
   host().registry.clear();
   host().loadBundle.next([] { host().registry = {{"Map", "a.Map"}, {"Map", "b.Map"}}; });
   EXPECT_EQ(nullptr, load("Map"));
-  EXPECT_CALLS(scan(0), kRead, kLoaded, scan(2), kAmbiguous);
+  EXPECT_CALLS(scan(0), readCalls, loadCall, scan(2), ambiguous);
 }
 
 TEST_F(LoadObjectBundle, TheCompilersTextIsRaisedUnchanged) {
   host().loadBundle.next(throws(std::runtime_error("a.o is damaged"))).next(throws(CustomFailure("")));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kRead, kLoaded, raised("Exception", "a.o is damaged"));
+  EXPECT_CALLS(scan(0), readCalls, loadCall, raised("Exception", "a.o is damaged"));
   EXPECT_EQ(nullptr, load("Entry"));
-  EXPECT_CALLS(scan(0), kRead, kLoaded, raised("Exception", ""));
+  EXPECT_CALLS(scan(0), readCalls, loadCall, raised("Exception", ""));
 }
 
 TEST_F(LoadObjectBundle, OtherObjectsPass) {
   host().loadBundle.next(throws(5));
   EXPECT_THROWS_VALUE(load("Entry"), int, 5);
-  EXPECT_CALLS(scan(0), kRead, kLoaded);
+  EXPECT_CALLS(scan(0), readCalls, loadCall);
   host().listSize.next(throws(std::string("text")));
   EXPECT_THROWS_VALUE(load("Entry"), std::string, "text");
   EXPECT_CALLS(scan(0), listRead("objects", 0));
@@ -315,7 +323,7 @@ TEST_F(LoadObjectBundle, WhatARaiseOutsideTheBridgeThrowsPasses) {
   host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
   EXPECT_THROWS_TEXT(load(nullptr), std::logic_error, "raise 1");
   EXPECT_THROWS_VALUE(load(""), int, 5);
-  EXPECT_CALLS(kBundleRequired, kBundleRequired);
+  EXPECT_CALLS(bundleRequired, bundleRequired);
 }
 
 TEST_F(LoadObjectBundle, WhatARaiseInsideTheBridgeThrowsIsBridged) {
@@ -331,9 +339,7 @@ TEST_F(LoadObjectBundle, WhatARaiseOfTheBridgeThrowsPasses) {
   host().loadBundle.always(throws(std::runtime_error("oops")));
   host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
   EXPECT_THROWS_TEXT(load("Entry"), std::logic_error, "raise 1");
-  EXPECT_CALLS(scan(0), kRead, kLoaded, raised("Exception", "oops"));
+  EXPECT_CALLS(scan(0), readCalls, loadCall, raised("Exception", "oops"));
   EXPECT_THROWS_VALUE(load("Entry"), int, 5);
-  EXPECT_CALLS(scan(0), kRead, kLoaded, raised("Exception", "oops"));
+  EXPECT_CALLS(scan(0), readCalls, loadCall, raised("Exception", "oops"));
 }
-
-}  // namespace

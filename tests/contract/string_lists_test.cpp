@@ -19,6 +19,8 @@ namespace {
 
 class StringLists : public HostTest {};
 
+}  // namespace
+
 TEST_F(StringLists, ANullListIsMissing) {
   EXPECT_THROWS_TEXT(requireStringList(nullptr, "Source filename list"), std::runtime_error,
                      "Source filename list is required");
@@ -101,5 +103,3 @@ TEST_F(StringLists, WhatTheListThrowsPasses) {
   EXPECT_THROWS_VALUE(requireStringList(host().list("list", {"a"}), "Label"), int, 5);
   EXPECT_CALLS(listRead("list", 1));
 }
-
-}  // namespace

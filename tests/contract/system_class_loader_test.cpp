@@ -11,15 +11,15 @@
 
 using namespace scripted;
 
-namespace {
-
 using Lines = std::vector<std::string>;
-const Lines kAsked{"Runtime::getInstance()", "Runtime::getStandardLibraryPath()"};
-const std::string kFirst = loaded("/lib/std/orva/ClassLoader.ov", "empty");
-const std::string kSecond = loaded("/lib/std/orva/SystemClassLoader.ov", "empty");
-const std::string kAllocated = "Orva_allocObject(\"SystemClassLoader\")";
-const std::string kUnknownFailure =
+static const Lines askCalls{"Runtime::getInstance()", "Runtime::getStandardLibraryPath()"};
+static const std::string firstLoad = loaded("/lib/std/orva/ClassLoader.ov", "empty");
+static const std::string secondLoad = loaded("/lib/std/orva/SystemClassLoader.ov", "empty");
+static const std::string allocation = "Orva_allocObject(\"SystemClassLoader\")";
+static const std::string unknownFailure =
     raised("Exception", "Unknown native failure while initializing the system class loader");
+
+namespace {
 
 class SystemClassLoader : public HostTest {
  protected:
@@ -36,12 +36,12 @@ class SystemClassLoader : public HostTest {
 
   static void expectFirstCall() {
     EXPECT_EQ(token(5), orva_ClassLoader_getSystem());
-    EXPECT_CALLS(kAsked, kFirst, kSecond, kAllocated);
+    EXPECT_CALLS(askCalls, firstLoad, secondLoad, allocation);
   }
 
   static void expectAllocationOnly() {
     EXPECT_EQ(token(5), orva_ClassLoader_getSystem());
-    EXPECT_CALLS(kAllocated);
+    EXPECT_CALLS(allocation);
   }
 
   static void expectCached() {
@@ -54,6 +54,8 @@ class SystemClassLoader : public HostTest {
     EXPECT_CALLS(calls);
   }
 };
+
+}  // namespace
 
 TEST_F(SystemClassLoader, TheFirstCallLoadsBothSourcesAndAllocates) {
   inOwnProcess([] {
@@ -72,8 +74,8 @@ TEST_F(SystemClassLoader, TheRootIsJoinedWithoutADoubledSeparator) {
       letAllSucceed();
       host().standardLibraryPath.always(returns(rootAndFolder[0]));
       EXPECT_EQ(token(5), orva_ClassLoader_getSystem());
-      EXPECT_CALLS(kAsked, loaded(rootAndFolder[1] + "/ClassLoader.ov", "empty"),
-                   loaded(rootAndFolder[1] + "/SystemClassLoader.ov", "empty"), kAllocated);
+      EXPECT_CALLS(askCalls, loaded(rootAndFolder[1] + "/ClassLoader.ov", "empty"),
+                   loaded(rootAndFolder[1] + "/SystemClassLoader.ov", "empty"), allocation);
     });
   }
 }
@@ -83,7 +85,7 @@ TEST_F(SystemClassLoader, WithoutAStandardLibraryOnlyTheObjectIsMade) {
     host().standardLibraryPath.always(returns(std::string()));
     host().allocObject.always(returns(token(5)));
     EXPECT_EQ(token(5), orva_ClassLoader_getSystem());
-    EXPECT_CALLS(kAsked, kAllocated);
+    EXPECT_CALLS(askCalls, allocation);
     expectCached();
   });
 }
@@ -93,7 +95,7 @@ TEST_F(SystemClassLoader, AnEmptyLibraryPathIsAskedForAgainWhileThereIsNoObject)
     letAllSucceed();
     host().standardLibraryPath.next(returns(std::string()));
     host().allocObject.next(returns(static_cast<void*>(nullptr)));
-    expectNull(sequence(kAsked, kAllocated));
+    expectNull(sequence(askCalls, allocation));
     expectFirstCall();
     expectCached();
   });
@@ -103,8 +105,8 @@ TEST_F(SystemClassLoader, ANullObjectIsHandedOutSilentlyAndTriedAgain) {
   inOwnProcess([] {
     letAllSucceed();
     host().allocObject.next(returns(static_cast<void*>(nullptr))).next(returns(static_cast<void*>(nullptr)));
-    expectNull(sequence(kAsked, kFirst, kSecond, kAllocated));
-    expectNull(Lines{kAllocated});
+    expectNull(sequence(askCalls, firstLoad, secondLoad, allocation));
+    expectNull(Lines{allocation});
     expectAllocationOnly();
     expectCached();
   });
@@ -114,7 +116,7 @@ TEST_F(SystemClassLoader, AFailingFirstLoadIsRaisedAndTriedAgain) {
   inOwnProcess([] {
     letAllSucceed();
     host().load.next(throws(std::runtime_error("oops")));
-    expectNull(sequence(kAsked, kFirst, raised("Exception", "oops")));
+    expectNull(sequence(askCalls, firstLoad, raised("Exception", "oops")));
     expectFirstCall();
     expectCached();
   });
@@ -124,7 +126,7 @@ TEST_F(SystemClassLoader, AFailingSecondLoadIsRaisedAndBothAreTriedAgain) {
   inOwnProcess([] {
     letAllSucceed();
     host().load.next(nothing()).next(throws(CustomFailure("")));
-    expectNull(sequence(kAsked, kFirst, kSecond, raised("Exception", "")));
+    expectNull(sequence(askCalls, firstLoad, secondLoad, raised("Exception", "")));
     expectFirstCall();
     expectCached();
   });
@@ -134,8 +136,8 @@ TEST_F(SystemClassLoader, AFailingAllocationIsRaisedAndTheSourcesStayLoaded) {
   inOwnProcess([] {
     letAllSucceed();
     host().allocObject.next(throws(std::runtime_error("no memory"))).next(throws(5));
-    expectNull(sequence(kAsked, kFirst, kSecond, kAllocated, raised("Exception", "no memory")));
-    expectNull(sequence(kAllocated, kUnknownFailure));
+    expectNull(sequence(askCalls, firstLoad, secondLoad, allocation, raised("Exception", "no memory")));
+    expectNull(sequence(allocation, unknownFailure));
     expectAllocationOnly();
     expectCached();
   });
@@ -147,8 +149,8 @@ TEST_F(SystemClassLoader, AFailingRuntimeIsRaised) {
     host().getInstance.next(throws(std::runtime_error("no runtime")));
     expectNull({"Runtime::getInstance()", raised("Exception", "no runtime")});
     host().standardLibraryPath.next(throws(std::runtime_error("no path"))).next(throws(5));
-    expectNull(sequence(kAsked, raised("Exception", "no path")));
-    expectNull(sequence(kAsked, kUnknownFailure));
+    expectNull(sequence(askCalls, raised("Exception", "no path")));
+    expectNull(sequence(askCalls, unknownFailure));
     expectFirstCall();
   });
 }
@@ -157,8 +159,8 @@ TEST_F(SystemClassLoader, AnyOtherObjectIsRaisedWithTheFixedText) {
   inOwnProcess([] {
     letAllSucceed();
     host().load.next(throws(5)).next(nothing()).next(throws(std::string("text")));
-    expectNull(sequence(kAsked, kFirst, kUnknownFailure));
-    expectNull(sequence(kAsked, kFirst, kSecond, kUnknownFailure));
+    expectNull(sequence(askCalls, firstLoad, unknownFailure));
+    expectNull(sequence(askCalls, firstLoad, secondLoad, unknownFailure));
     expectFirstCall();
   });
 }
@@ -169,9 +171,9 @@ TEST_F(SystemClassLoader, WhatARaiseThrowsPassesAndTheNextCallTriesAgain) {
     host().load.next(throws(std::runtime_error("oops"))).next(throws('c'));
     host().raise.next(throws(5)).next(throws(std::logic_error("raise 2")));
     EXPECT_THROWS_VALUE(orva_ClassLoader_getSystem(), int, 5);
-    EXPECT_CALLS(kAsked, kFirst, raised("Exception", "oops"));
+    EXPECT_CALLS(askCalls, firstLoad, raised("Exception", "oops"));
     EXPECT_THROWS_TEXT(orva_ClassLoader_getSystem(), std::logic_error, "raise 2");
-    EXPECT_CALLS(kAsked, kFirst, kUnknownFailure);
+    EXPECT_CALLS(askCalls, firstLoad, unknownFailure);
     expectFirstCall();
   });
 }
@@ -185,7 +187,7 @@ TEST_F(SystemClassLoader, EachOfSeveralFirstCallersGetsItsOwnObjectAndTheLastSta
     });
     host().allocObject.next(returns(token(6)));
     EXPECT_EQ(token(5), orva_ClassLoader_getSystem());
-    EXPECT_CALLS(kAsked, kFirst, kSecond, kAllocated, kAllocated);
+    EXPECT_CALLS(askCalls, firstLoad, secondLoad, allocation, allocation);
     expectCached();
   });
 }
@@ -196,7 +198,7 @@ TEST_F(SystemClassLoader, ACallDuringTheLoadsLoadsForItself) {
     host().allocObject.next(returns(token(6)));
     host().load.next([] { EXPECT_EQ(token(6), orva_ClassLoader_getSystem()); });
     EXPECT_EQ(token(5), orva_ClassLoader_getSystem());
-    EXPECT_CALLS(kAsked, kFirst, kAsked, kFirst, kSecond, kAllocated, kSecond, kAllocated);
+    EXPECT_CALLS(askCalls, firstLoad, askCalls, firstLoad, secondLoad, allocation, secondLoad, allocation);
     expectCached();
   });
 }
@@ -207,7 +209,7 @@ TEST_F(SystemClassLoader, ACallDuringTheSecondLoadLoadsBothAgain) {
     host().allocObject.next(returns(token(6)));
     host().load.next(nothing()).next([] { EXPECT_EQ(token(6), orva_ClassLoader_getSystem()); });
     EXPECT_EQ(token(5), orva_ClassLoader_getSystem());
-    EXPECT_CALLS(kAsked, kFirst, kSecond, kAsked, kFirst, kSecond, kAllocated, kAllocated);
+    EXPECT_CALLS(askCalls, firstLoad, secondLoad, askCalls, firstLoad, secondLoad, allocation, allocation);
     expectCached();
   });
 }
@@ -220,7 +222,7 @@ TEST_F(SystemClassLoader, AFailureKeepsAnObjectThatAnotherCallMade) {
       throw std::runtime_error("oops");
     });
     EXPECT_EQ(nullptr, orva_ClassLoader_getSystem());
-    EXPECT_CALLS(kAsked, kFirst, kAsked, kFirst, kSecond, kAllocated, raised("Exception", "oops"));
+    EXPECT_CALLS(askCalls, firstLoad, askCalls, firstLoad, secondLoad, allocation, raised("Exception", "oops"));
     expectCached();
   });
 }
@@ -234,9 +236,7 @@ TEST_F(SystemClassLoader, SourcesThatAnotherCallLoadedStayLoaded) {
       return std::string();
     });
     EXPECT_EQ(nullptr, orva_ClassLoader_getSystem());
-    EXPECT_CALLS(kAsked, kAsked, kFirst, kSecond, kAllocated, kAllocated);
+    EXPECT_CALLS(askCalls, askCalls, firstLoad, secondLoad, allocation, allocation);
     expectAllocationOnly();
   });
 }
-
-}  // namespace

@@ -14,20 +14,20 @@
 
 using namespace scripted;
 
-namespace {
-
 using Lines = std::vector<std::string>;
-const Lines kWalk{"lock(gReflectionMutex)", "unlock(gReflectionMutex)"};
-const std::string kContext = "Compiler::activeRuntimeContext()";
-const std::string kOther = "an unrelated name that no string keeps in its own buffer";
+static const Lines walkCalls{"lock(gReflectionMutex)", "unlock(gReflectionMutex)"};
+static const std::string contextCall = "Compiler::activeRuntimeContext()";
+static const std::string unrelatedName = "an unrelated name that no string keeps in its own buffer";
 
-std::string materialized(const std::string& name, const std::string& context = "active") {
+static std::string materialized(const std::string& name, const std::string& context = "active") {
   return "ClassLoader::materializeRuntimeGenericType(\"" + name + "\", \"\", \"\", " + context + ")";
 }
 
-std::string searched(const std::string& name, const std::string& context = "active") {
+static std::string searched(const std::string& name, const std::string& context = "active") {
   return "ClassLoader::sourceFileForClass(\"" + name + "\", " + context + ", no token)";
 }
+
+namespace {
 
 class TypeLookup : public HostTest {
  protected:
@@ -40,15 +40,17 @@ class TypeLookup : public HostTest {
 
   static void expectFound(const std::string& name) {
     EXPECT_EQ(token(7), lookUp(name));
-    EXPECT_CALLS(kWalk, typeByName(name));
+    EXPECT_CALLS(walkCalls, typeByName(name));
   }
 
   static void expectMaterialized(const std::string& name) {
     host().materialize.next(returns(false));
     EXPECT_EQ(token(7), lookUp(name));
-    EXPECT_CALLS(kWalk, kContext, materialized(name), typeByName(name));
+    EXPECT_CALLS(walkCalls, contextCall, materialized(name), typeByName(name));
   }
 };
+
+}  // namespace
 
 TEST_F(TypeLookup, NullAndEmptyGoStraightToTheRuntime) {
   const char* const empty = "";
@@ -69,13 +71,14 @@ TEST_F(TypeLookup, TheRuntimesAnswerIsTheResultNullIncluded) {
 TEST_F(TypeLookup, TheRuntimeGetsTheCallersOwnPointer) {
   host().registry = {{"B", "a.B"}};
   gTypes = {typeRecord("Box<B>", "", "", "")};
-  const std::string longName = "Unclosed<" + kOther;
+  const std::string longName = "Unclosed<" + unrelatedName;
   const char* const ownLongName = longName.c_str();
   for (const char* name : {"B", "a.B", "Box<B>", ownLongName}) {
     EXPECT_EQ(token(7), orva_ClassLoader_getTypeByName(name));
     EXPECT_EQ(name, host().lastTypeNamePointer);
   }
-  EXPECT_CALLS(scan(1), typeByName("B"), scan(1), typeByName("a.B"), kWalk, typeByName("Box<B>"), typeByName(longName));
+  EXPECT_CALLS(scan(1), typeByName("B"), scan(1), typeByName("a.B"), walkCalls, typeByName("Box<B>"),
+               typeByName(longName));
 }
 
 // Plain names.
@@ -92,14 +95,14 @@ TEST_F(TypeLookup, AnUnknownClassIsLoadedFromItsSource) {
   host().sourceFileForClass.next(returns(std::string("/root/app/Foo.ov")));
   host().load.next(nothing());
   EXPECT_EQ(token(7), lookUp("app.Foo"));
-  EXPECT_CALLS(scan(0), kContext, searched("app.Foo"), loaded("/root/app/Foo.ov", "active"), typeByName("app.Foo"));
+  EXPECT_CALLS(scan(0), contextCall, searched("app.Foo"), loaded("/root/app/Foo.ov", "active"), typeByName("app.Foo"));
 }
 
 TEST_F(TypeLookup, ALoadThatRegistersTheTypeMakesTheNextLookupShort) {
   host().sourceFileForClass.next(returns(std::string("/Foo.ov")));
   host().load.next([] { host().registry.push_back({"Foo", "app.Foo"}); });
   EXPECT_EQ(token(7), lookUp("Foo"));
-  EXPECT_CALLS(scan(0), kContext, searched("Foo"), loaded("/Foo.ov", "active"), typeByName("Foo"));
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo"), loaded("/Foo.ov", "active"), typeByName("Foo"));
   EXPECT_EQ(token(7), lookUp("Foo"));
   EXPECT_CALLS(scan(1), typeByName("Foo"));
 }
@@ -108,7 +111,7 @@ TEST_F(TypeLookup, AClassWithoutASourceLoadsNothing) {
   host().sourceFileForClass.next(returns(std::string()));
   host().typeByName.next(returns(static_cast<void*>(nullptr)));
   EXPECT_EQ(nullptr, lookUp("app.Foo"));
-  EXPECT_CALLS(scan(0), kContext, searched("app.Foo"), typeByName("app.Foo"));
+  EXPECT_CALLS(scan(0), contextCall, searched("app.Foo"), typeByName("app.Foo"));
 }
 
 TEST_F(TypeLookup, APlainNameIsNeitherTrimmedNorCompacted) {
@@ -116,7 +119,7 @@ TEST_F(TypeLookup, APlainNameIsNeitherTrimmedNorCompacted) {
   host().sourceFileForClass.always(returns(std::string()));
   for (const char* name : {" Foo", "Foo ", "app. Foo", "\t"}) {
     EXPECT_EQ(token(7), lookUp(name));
-    EXPECT_CALLS(scan(1), kContext, searched(name), typeByName(name));
+    EXPECT_CALLS(scan(1), contextCall, searched(name), typeByName(name));
   }
 }
 
@@ -124,7 +127,7 @@ TEST_F(TypeLookup, OnlyAClosingBracketMakesAPlainName) {
   host().sourceFileForClass.always(returns(std::string()));
   for (const char* name : {"Box>", ">", "a.B>c"}) {
     EXPECT_EQ(token(7), lookUp(name));
-    EXPECT_CALLS(scan(0), kContext, searched(name), typeByName(name));
+    EXPECT_CALLS(scan(0), contextCall, searched(name), typeByName(name));
   }
 }
 
@@ -140,19 +143,19 @@ TEST_F(TypeLookup, TheContextOfASourceIsPassedOnAsItComes) {
   host().load.always(nothing());
   host().activeRuntimeContext.next(returns(ContextPointer())).next(returns(Host::otherContext()));
   EXPECT_EQ(token(7), lookUp("Foo"));
-  EXPECT_CALLS(scan(0), kContext, searched("Foo", "empty"), loaded("/Foo.ov", "empty"), typeByName("Foo"));
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo", "empty"), loaded("/Foo.ov", "empty"), typeByName("Foo"));
   EXPECT_EQ(token(7), lookUp("Foo"));
-  EXPECT_CALLS(scan(0), kContext, searched("Foo", "other"), loaded("/Foo.ov", "other"), typeByName("Foo"));
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo", "other"), loaded("/Foo.ov", "other"), typeByName("Foo"));
 }
 
 TEST_F(TypeLookup, EachLoadGetsACopyOfTheContext) {
   host().load.always(nothing());
   host().sourceFileForClass.next(returns(std::string("/Foo.ov")));
   lookUp("Foo");
-  EXPECT_CALLS(scan(0), kContext, searched("Foo"), loaded("/Foo.ov", "active"), typeByName("Foo"));
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo"), loaded("/Foo.ov", "active"), typeByName("Foo"));
   host().materialize.next(returns(true));
   lookUp("Box<A>");
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("", "active"), typeByName("Box<A>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), loaded("", "active"), typeByName("Box<A>"));
   EXPECT_EQ((std::vector<long>{3, 3}), host().contextHolders);
 }
 
@@ -165,12 +168,12 @@ TEST_F(TypeLookup, TheContextIsReleasedBeforeTheRuntimeIsAsked) {
   host().materialize.next(returns(false));
   EXPECT_EQ(token(7), lookUp("Foo"));
   EXPECT_EQ(token(7), lookUp("Box<A>"));
-  EXPECT_CALLS(scan(0), kContext, searched("Foo"), typeByName("Foo"), kWalk, kContext, materialized("Box<A>"),
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo"), typeByName("Foo"), walkCalls, contextCall, materialized("Box<A>"),
                typeByName("Box<A>"));
 }
 
 /// Looks up one of so many registered types, whose names have one length, and counts what the library allocates.
-int allocationsOfALookup(int types) {
+static int allocationsOfALookup(int types) {
   constexpr int firstNumber = 100'000;
   host().registry.clear();
   for (int number = firstNumber; number < firstNumber + types; ++number) {
@@ -199,7 +202,7 @@ TEST_F(TypeLookup, ALookupAllocatesTwiceHoweverManyTypesThereAre) {
 
 TEST_F(TypeLookup, AReadyInstanceIsFoundByEachOfItsFourNames) {
   for (int number = 1; number <= 4; ++number) {
-    const auto nameOf = [number](int place) { return place == number ? std::string("Box<a.B>") : kOther; };
+    const auto nameOf = [number](int place) { return place == number ? std::string("Box<a.B>") : unrelatedName; };
     gTypes = {typeRecord(nameOf(1), nameOf(2), nameOf(3), nameOf(4))};
     expectFound("Box<a.B>");
   }
@@ -211,10 +214,12 @@ TEST_F(TypeLookup, NamesAreComparedInTheirOrderUntilOneIsEqual) {
   const system_calls::Scope scope;
   for (int number = 1; number <= 4; ++number) {
     // Each name before ends at its last byte, about which the locale is asked once.
-    const auto nameOf = [number, &name](int place) { return place == number ? name : kOther + std::to_string(place); };
-    gTypes = {typeRecord(kOther + "9", kOther + "a", kOther + "b", kOther + "c", false),
+    const auto nameOf = [number, &name](int place) {
+      return place == number ? name : unrelatedName + std::to_string(place);
+    };
+    gTypes = {typeRecord(unrelatedName + "9", unrelatedName + "a", unrelatedName + "b", unrelatedName + "c", false),
               typeRecord(nameOf(1), nameOf(2), nameOf(3), nameOf(4)),
-              typeRecord(kOther + "5", kOther + "6", kOther + "7", kOther + "8")};
+              typeRecord(unrelatedName + "5", unrelatedName + "6", unrelatedName + "7", unrelatedName + "8")};
     host().onLocked.next([] { system_calls::reset(); });
     expectFound(name);
     EXPECT_EQ(namesBefore[number], system_calls::classifications()) << "name " << number;
@@ -223,14 +228,14 @@ TEST_F(TypeLookup, NamesAreComparedInTheirOrderUntilOneIsEqual) {
 
 TEST_F(TypeLookup, TheLocaleIsAskedOnceAboutTheLastByteOfManyNames) {
   const system_calls::Scope scope;
-  gTypes.assign(100, typeRecord(kOther, kOther, kOther, kOther));
+  gTypes.assign(100, typeRecord(unrelatedName, unrelatedName, unrelatedName, unrelatedName));
   host().onLocked.next([] { system_calls::reset(); });
   host().materialize.next([](std::string& /*instance*/, std::string& /*source*/, const ContextPointer& /*context*/) {
     EXPECT_EQ(1, system_calls::classifications());
     return false;
   });
   EXPECT_EQ(token(7), lookUp("Box<a.B>"));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<a.B>"), typeByName("Box<a.B>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<a.B>"), typeByName("Box<a.B>"));
 }
 
 TEST_F(TypeLookup, AByteThatRuledANameOutMayStandInAnother) {
@@ -319,7 +324,8 @@ TEST_F(TypeLookup, AMaterializedInstanceIsLoadedFromTheSecondOutput) {
   });
   host().load.next([] { gTypes.push_back(typeRecord("", "", "", "Box<A>")); });
   EXPECT_EQ(token(7), lookUp("Box<A>"));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("/generated/Box_A.ov", "active"), typeByName("Box<A>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), loaded("/generated/Box_A.ov", "active"),
+               typeByName("Box<A>"));
   expectFound("Box<A>");
 }
 
@@ -330,7 +336,7 @@ TEST_F(TypeLookup, AnEmptySourceOfAMaterializedInstanceIsLoadedAsItIs) {
   });
   host().load.next(nothing());
   EXPECT_EQ(token(7), lookUp("Box<A>"));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("", "active"), typeByName("Box<A>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), loaded("", "active"), typeByName("Box<A>"));
 }
 
 TEST_F(TypeLookup, WithoutAnInstanceNothingIsLoaded) {
@@ -339,7 +345,7 @@ TEST_F(TypeLookup, WithoutAnInstanceNothingIsLoaded) {
     return false;
   });
   EXPECT_EQ(token(7), lookUp("Box<A>"));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), typeByName("Box<A>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), typeByName("Box<A>"));
 }
 
 TEST_F(TypeLookup, TheContextThatTheCompilerExchangesIsTheOneUsed) {
@@ -350,10 +356,12 @@ TEST_F(TypeLookup, TheContextThatTheCompilerExchangesIsTheOneUsed) {
   });
   host().load.next(nothing());
   EXPECT_EQ(token(7), lookUp("Box<A>"));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("/Box_A.ov", "empty"), typeByName("Box<A>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), loaded("/Box_A.ov", "empty"), typeByName("Box<A>"));
 }
 
 // A host that writes to the name while it is called.
+
+namespace {
 
 /// A name in memory that the host may write to.
 class WritableName {
@@ -366,6 +374,8 @@ class WritableName {
   char bytes_[64] = {};
 };
 
+}  // namespace
+
 TEST_F(TypeLookup, ANameThatBecomesPlainIsLookedForAsASource) {
   for (const std::string plain : {"Foo", "a.Foo>", " "}) {
     WritableName name("Box<A>");
@@ -373,7 +383,7 @@ TEST_F(TypeLookup, ANameThatBecomesPlainIsLookedForAsASource) {
     host().sourceFileForClass.next(returns(std::string("/Foo.ov")));
     host().load.next(nothing());
     EXPECT_EQ(token(7), orva_ClassLoader_getTypeByName(name.pointer()));
-    EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), scan(0), kContext, searched(plain),
+    EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), scan(0), contextCall, searched(plain),
                  loaded("/Foo.ov", "active"), typeByName(plain));
     EXPECT_EQ(name.pointer(), host().lastTypeNamePointer);
   }
@@ -386,14 +396,15 @@ TEST_F(TypeLookup, ANameThatBecomesEmptyMatchesNothing) {
   host().load.next([&name] { name.become(""); });
   host().sourceFileForClass.next(returns(std::string()));
   EXPECT_EQ(token(7), orva_ClassLoader_getTypeByName(name.pointer()));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("", "active"), kContext, searched(""), typeByName(""));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), loaded("", "active"), contextCall, searched(""),
+               typeByName(""));
 }
 
 TEST_F(TypeLookup, ANameThatBecomesAnotherInstanceIsNotMaterializedAgain) {
   WritableName name("Box<A>");
   host().materialize.next([&name] { return name.become("Map<B>"), false; });
   EXPECT_EQ(token(7), orva_ClassLoader_getTypeByName(name.pointer()));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), typeByName("Map<B>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), typeByName("Map<B>"));
 }
 
 TEST_F(TypeLookup, ANameThatTurnsAmbiguousIsRaised) {
@@ -401,7 +412,7 @@ TEST_F(TypeLookup, ANameThatTurnsAmbiguousIsRaised) {
   host().registry = {{"Map", "app.Map"}, {"Map", "lib.Map"}};
   host().materialize.next([&name] { return name.become("Map"), false; });
   EXPECT_EQ(nullptr, orva_ClassLoader_getTypeByName(name.pointer()));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), scan(2),
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), scan(2),
                raised("ClassNotFoundException", "Ambiguous plugin entry type 'Map'; use its fully qualified name"));
 }
 
@@ -410,13 +421,13 @@ TEST_F(TypeLookup, WithinAPhaseTheNameIsTheOneThatThePhaseBeganWith) {
   host().onLocked.next([&instance] { instance.become("Map<B>"); });
   host().materialize.next(returns(false));
   EXPECT_EQ(token(7), orva_ClassLoader_getTypeByName(instance.pointer()));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), typeByName("Map<B>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), typeByName("Map<B>"));
 
   WritableName plain("a.Foo");
   host().typeCount.next([&plain] { return plain.become("b.Bar"), 0; });
   host().sourceFileForClass.next(returns(std::string()));
   EXPECT_EQ(token(7), orva_ClassLoader_getTypeByName(plain.pointer()));
-  EXPECT_CALLS(scan(0), kContext, searched("a.Foo"), typeByName("b.Bar"));
+  EXPECT_CALLS(scan(0), contextCall, searched("a.Foo"), typeByName("b.Bar"));
 }
 
 // The lock.
@@ -445,7 +456,8 @@ TEST_F(TypeLookup, AFailingLockIsRaisedAndNotUnlocked) {
 }
 
 TEST_F(TypeLookup, TheWalkTakesNothingFromTheHeap) {
-  gTypes = {typeRecord(kOther, kOther, kOther, kOther), typeRecord("Box < A", "Box<A> >", "Box<B>", "Box < A >")};
+  gTypes = {typeRecord(unrelatedName, unrelatedName, unrelatedName, unrelatedName),
+            typeRecord("Box < A", "Box<A> >", "Box<B>", "Box < A >")};
   bool wasPending = false;
   host().onLocked.next([] { allocations::failAllocation(1); });
   host().onUnlocking.next([&wasPending] {
@@ -457,7 +469,7 @@ TEST_F(TypeLookup, TheWalkTakesNothingFromTheHeap) {
 }
 
 TEST_F(TypeLookup, AFailingAllocationBeforeTheLockIsRaised) {
-  const std::string name = "Box<" + kOther + ">";
+  const std::string name = "Box<" + unrelatedName + ">";
   for (const int number : {1, 2}) {
     allocations::failAllocation(number);
     EXPECT_EQ(nullptr, lookUp(name));
@@ -477,39 +489,40 @@ TEST_F(TypeLookup, AnAmbiguousShortNameAsksNoFurther) {
 TEST_F(TypeLookup, AFailingContextIsRaised) {
   host().activeRuntimeContext.next(throws(std::runtime_error("no engine"))).next(throws(CustomFailure("")));
   EXPECT_EQ(nullptr, lookUp("Foo"));
-  EXPECT_CALLS(scan(0), kContext, raised("ClassNotFoundException", "no engine"));
+  EXPECT_CALLS(scan(0), contextCall, raised("ClassNotFoundException", "no engine"));
   EXPECT_EQ(nullptr, lookUp("Box<A>"));
-  EXPECT_CALLS(kWalk, kContext, raised("ClassNotFoundException", ""));
+  EXPECT_CALLS(walkCalls, contextCall, raised("ClassNotFoundException", ""));
 }
 
 TEST_F(TypeLookup, AFailingCompilerIsRaisedAfterTheContextIsReleased) {
   host().raise.always([] { EXPECT_EQ(1, host().activeContext.use_count()); });
   host().sourceFileForClass.next(throws(CustomFailure("search failed")));
   EXPECT_EQ(nullptr, lookUp("Foo"));
-  EXPECT_CALLS(scan(0), kContext, searched("Foo"), raised("ClassNotFoundException", "search failed"));
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo"), raised("ClassNotFoundException", "search failed"));
   host().materialize.next(throws(CustomFailure("materialise failed")));
   EXPECT_EQ(nullptr, lookUp("Box<A>"));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), raised("ClassNotFoundException", "materialise failed"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), raised("ClassNotFoundException", "materialise failed"));
 }
 
 TEST_F(TypeLookup, AFailingLoadIsRaised) {
   host().load.next(throws(CustomFailure("a.ov:1: oops"))).next(throws(CustomFailure("")));
   host().sourceFileForClass.next(returns(std::string("/Foo.ov")));
   EXPECT_EQ(nullptr, lookUp("Foo"));
-  EXPECT_CALLS(scan(0), kContext, searched("Foo"), loaded("/Foo.ov", "active"),
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo"), loaded("/Foo.ov", "active"),
                raised("ClassNotFoundException", "a.ov:1: oops"));
   host().materialize.next(returns(true));
   EXPECT_EQ(nullptr, lookUp("Box<A>"));
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"), loaded("", "active"), raised("ClassNotFoundException", ""));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), loaded("", "active"),
+               raised("ClassNotFoundException", ""));
 }
 
 TEST_F(TypeLookup, OtherObjectsPass) {
   host().sourceFileForClass.next(throws(5));
   EXPECT_THROWS_VALUE(lookUp("Foo"), int, 5);
-  EXPECT_CALLS(scan(0), kContext, searched("Foo"));
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo"));
   host().materialize.next(throws(std::string("text")));
   EXPECT_THROWS_VALUE(lookUp("Box<A>"), std::string, "text");
-  EXPECT_CALLS(kWalk, kContext, materialized("Box<A>"));
+  EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"));
 }
 
 TEST_F(TypeLookup, WhatTheFinalLookupThrowsPasses) {
@@ -526,9 +539,7 @@ TEST_F(TypeLookup, WhatARaiseThrowsPasses) {
   host().sourceFileForClass.always(throws(std::runtime_error("failed")));
   host().raise.next(throws(std::logic_error("raise 1"))).next(throws(5));
   EXPECT_THROWS_TEXT(lookUp("Foo"), std::logic_error, "raise 1");
-  EXPECT_CALLS(scan(0), kContext, searched("Foo"), raised("ClassNotFoundException", "failed"));
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo"), raised("ClassNotFoundException", "failed"));
   EXPECT_THROWS_VALUE(lookUp("Foo"), int, 5);
-  EXPECT_CALLS(scan(0), kContext, searched("Foo"), raised("ClassNotFoundException", "failed"));
+  EXPECT_CALLS(scan(0), contextCall, searched("Foo"), raised("ClassNotFoundException", "failed"));
 }
-
-}  // namespace

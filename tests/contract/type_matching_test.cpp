@@ -19,8 +19,10 @@ namespace {
 class CompactTypeName : public HostTest {};
 class ReflectedTypeMatch : public HostTest {};
 
+}  // namespace
+
 using Match = std::optional<std::string>;
-const Match kNone;
+static const Match noMatch;
 
 TEST_F(CompactTypeName, DropsEveryBlankWhereverItStands) {
   EXPECT_EQ("Map<a.B,c.D>", compactTypeName(" Map < a.B ,\tc.D\n>\r\v\f "));
@@ -77,19 +79,19 @@ TEST_F(CompactTypeName, LetsAFailingAllocationPass) {
 
 TEST_F(ReflectedTypeMatch, AnEmptyNameAsksNothing) {
   host().registry = {{"", ""}, {std::nullopt, std::nullopt}};
-  EXPECT_EQ(kNone, reflectedTypeMatch(""));
+  EXPECT_EQ(noMatch, reflectedTypeMatch(""));
   EXPECT_CALLS();
 }
 
 TEST_F(ReflectedTypeMatch, AnEmptyRegistryMatchesNothing) {
-  EXPECT_EQ(kNone, reflectedTypeMatch("a.B"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("a.B"));
   EXPECT_CALLS(scan(0));
 }
 
 TEST_F(ReflectedTypeMatch, ANegativeCountIsAnEmptyRegistry) {
   for (const int32_t count : {-1, std::numeric_limits<int32_t>::min()}) {
     host().typeCount.next(returns(count));
-    EXPECT_EQ(kNone, reflectedTypeMatch("B"));
+    EXPECT_EQ(noMatch, reflectedTypeMatch("B"));
     EXPECT_CALLS(scan(0));
   }
 }
@@ -98,14 +100,14 @@ TEST_F(ReflectedTypeMatch, AQualifiedNameIsComparedWithFullNamesOnly) {
   host().registry = {{"Map", "lib.Map"}, {"app.Map", "x.Map"}, {"Map", "app.Map"}, {"Map", "app.Map.Entry"}};
   EXPECT_EQ(Match("app.Map"), reflectedTypeMatch("app.Map"));
   EXPECT_CALLS(scan(4));
-  EXPECT_EQ(kNone, reflectedTypeMatch("pp.Map"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("Map.Entry"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("pp.Map"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("Map.Entry"));
   EXPECT_CALLS(scan(4), scan(4));
 }
 
 TEST_F(ReflectedTypeMatch, AShortNameInPlaceOfAFullNameIsNotQualified) {
   host().registry = {{"a.B", ""}, {"a.B", std::nullopt}};
-  EXPECT_EQ(kNone, reflectedTypeMatch("a.B"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("a.B"));
   EXPECT_CALLS(scan(2));
 }
 
@@ -113,7 +115,7 @@ TEST_F(ReflectedTypeMatch, ADotAtEitherEndQualifies) {
   host().registry = {{"b", "a."}, {"a", ".a"}, {"a", "x.a"}, {".a", "y.b"}};
   EXPECT_EQ(Match("a."), reflectedTypeMatch("a."));
   EXPECT_EQ(Match(".a"), reflectedTypeMatch(".a"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("."));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("."));
   EXPECT_CALLS(scan(4), scan(4), scan(4));
 }
 
@@ -133,11 +135,11 @@ TEST_F(ReflectedTypeMatch, AnUnqualifiedNameMatchesTheTailOfTheFullName) {
 
 TEST_F(ReflectedTypeMatch, OnlyTheTextAfterTheLastDotIsTheTail) {
   host().registry = {{"x", "app.util.Foo"}};
-  EXPECT_EQ(kNone, reflectedTypeMatch("util"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("oo"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("Fo"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("Fooo"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("app"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("util"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("oo"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("Fo"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("Fooo"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("app"));
   EXPECT_CALLS(scan(1), scan(1), scan(1), scan(1), scan(1));
 }
 
@@ -145,13 +147,13 @@ TEST_F(ReflectedTypeMatch, AFullNameWithoutADotIsItsOwnTail) {
   host().registry = {{"Bar", "Foo"}};
   EXPECT_EQ(Match("Foo"), reflectedTypeMatch("Foo"));
   EXPECT_EQ(Match("Foo"), reflectedTypeMatch("Bar"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("oo"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("oo"));
   EXPECT_CALLS(scan(1), scan(1), scan(1));
 }
 
 TEST_F(ReflectedTypeMatch, AFullNameThatEndsInADotHasAnEmptyTail) {
   host().registry = {{"x", "app.Foo."}};
-  EXPECT_EQ(kNone, reflectedTypeMatch("Foo"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("Foo"));
   EXPECT_CALLS(scan(1));
 }
 
@@ -159,14 +161,14 @@ TEST_F(ReflectedTypeMatch, WithoutAFullNameTheShortNameIsTheResolvedOne) {
   host().registry = {{"Foo", std::nullopt}, {"Bar", ""}};
   EXPECT_EQ(Match("Foo"), reflectedTypeMatch("Foo"));
   EXPECT_EQ(Match("Bar"), reflectedTypeMatch("Bar"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("x.Foo"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("x.Foo"));
   EXPECT_CALLS(scan(2), scan(2), scan(2));
 }
 
 TEST_F(ReflectedTypeMatch, EntriesWithoutAnyNameMatchNothing) {
   host().registry = {{std::nullopt, std::nullopt}, {"", ""}};
   for (const char* name : {"Foo", "x", "null", ".", " "}) {
-    EXPECT_EQ(kNone, reflectedTypeMatch(name)) << name;
+    EXPECT_EQ(noMatch, reflectedTypeMatch(name)) << name;
     EXPECT_CALLS(scan(2));
   }
 }
@@ -186,7 +188,7 @@ TEST_F(ReflectedTypeMatch, NamesAreReadOnlyWhenBothWereFetched) {
 TEST_F(ReflectedTypeMatch, ComparesByteForByte) {
   host().registry = {{"Foo", "x.Foo"}};
   for (const char* name : {"foo", " Foo", "Foo ", "FOO", "x. Foo", "X.Foo", "x.Foo ", "F\xc3\xb6o"}) {
-    EXPECT_EQ(kNone, reflectedTypeMatch(name)) << name;
+    EXPECT_EQ(noMatch, reflectedTypeMatch(name)) << name;
     EXPECT_CALLS(scan(1));
   }
 }
@@ -217,8 +219,8 @@ TEST_F(ReflectedTypeMatch, NamesThatEndAlikeDiffer) {
   host().registry = {{"xLongEnoughName", "a.xLongEnoughName"}, {"yLongEnoughName", "a.yLongEnoughName"}};
   EXPECT_EQ(Match("a.yLongEnoughName"), reflectedTypeMatch("yLongEnoughName"));
   EXPECT_EQ(Match("a.yLongEnoughName"), reflectedTypeMatch("a.yLongEnoughName"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("LongEnoughName"));
-  EXPECT_EQ(kNone, reflectedTypeMatch("b.yLongEnoughName"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("LongEnoughName"));
+  EXPECT_EQ(noMatch, reflectedTypeMatch("b.yLongEnoughName"));
   EXPECT_CALLS(scan(2), scan(2), scan(2), scan(2));
 }
 
@@ -293,5 +295,3 @@ TEST_F(ReflectedTypeMatch, LetsAFailingAllocationPass) {
   EXPECT_THROWS_TEXT(reflectedTypeMatch(longName), std::bad_alloc, "std::bad_alloc");
   EXPECT_CALLS(scan(1));
 }
-
-}  // namespace

@@ -22,33 +22,33 @@ __attribute__((weak)) std::size_t LLVMFuzzerMutate(uint8_t* data, std::size_t si
 std::size_t LLVMFuzzerCustomMutator(uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed);
 }
 
-namespace {
-
-constexpr std::size_t digestSize = 64;
+static constexpr std::size_t digestSize = 64;
 
 /// Where the digits of a digest begin; npos when there are none.
-std::size_t findDigest(const std::string& bytes, const std::string& name = "digest") {
+static std::size_t findDigest(const std::string& bytes, const std::string& name = "digest") {
   const std::string key = "\"" + name + "\":\"";
   const std::size_t at = bytes.find(key);
   if (at == std::string::npos || at + key.size() + digestSize > bytes.size()) return std::string::npos;
   return at + key.size();
 }
 
-std::string withDigest(std::string bytes, std::size_t at, const std::string& digest) {
+static std::string withDigest(std::string bytes, std::size_t at, const std::string& digest) {
   return bytes.replace(at, digestSize, digest);
 }
 
-const std::string& noDigest() {
+static const std::string& noDigest() {
   static const std::string zeros(digestSize, '0');
   return zeros;
 }
 
 /// The bytes with a digest that fits them; unchanged when they have no place for one.
-std::string repaired(const std::string& bytes) {
+static std::string repaired(const std::string& bytes) {
   const std::size_t at = findDigest(bytes);
   if (at == std::string::npos) return bytes;
   return withDigest(bytes, at, objectDigest(withDigest(bytes, at, noDigest())));
 }
+
+namespace {
 
 /// A started host in a folder of its own, and whole objects that it made there.
 class Objects {
@@ -84,9 +84,11 @@ class Objects {
   std::vector<std::string> whole_;
 };
 
+}  // namespace
+
 /// What a function throws; nothing when it throws nothing. A text that does not name the file is a finding.
 template <typename Function>
-bool isRefused(const Function& function) {
+static bool isRefused(const Function& function) {
   try {
     function();
   } catch (const std::runtime_error& refusal) {
@@ -98,7 +100,7 @@ bool isRefused(const Function& function) {
 }
 
 /// Reads the file. Of this version of the format, only what was written is believed.
-bool isRead(const std::string& bytes, ObjectFile& object) {
+static bool isRead(const std::string& bytes, ObjectFile& object) {
   const bool refused = isRefused([&] { object = readObject(Objects::get().path()); });
   if (refused || object.abi != currentObjectAbi) return !refused;
   require(bytes == repaired(bytes), "an object is believed whose digest does not fit");
@@ -107,7 +109,7 @@ bool isRead(const std::string& bytes, ObjectFile& object) {
 }
 
 /// An object is believed to be of one source, target, dialect and version only.
-void checkValues(const ObjectFile& object) {
+static void checkValues(const ObjectFile& object) {
   const std::string target = activeContext().engine.target();
   const bool fits = object.abi == currentObjectAbi && object.dialect == currentDialect && object.target == target;
   require(isRefused([&] { checkObject(object, object.identity, target); }) != fits, "a check decides otherwise");
@@ -115,7 +117,7 @@ void checkValues(const ObjectFile& object) {
 }
 
 /// A bundle whose second object is missing is refused before anything of the first is linked.
-void checkBundle(const ObjectFile& object) {
+static void checkBundle(const ObjectFile& object) {
   const std::string& path = Objects::get().path();
   const auto load = [&] { activeContext().loader.loadBundle({path, path + ".missing"}, {object.identity, ""}); };
   require(isRefused(load), "a bundle without its second object is loaded");
@@ -123,7 +125,7 @@ void checkBundle(const ObjectFile& object) {
 }
 
 /// A file is written over by an object of this compiler only when it is one too.
-void checkWriting(const std::string& bytes, bool isObject) {
+static void checkWriting(const std::string& bytes, bool isObject) {
   const std::string& whole = Objects::get().whole().front();
   std::string blank = whole;
   for (const char* name : {"digest", "layout"}) blank = withDigest(blank, findDigest(blank, name), noDigest());
@@ -135,7 +137,7 @@ void checkWriting(const std::string& bytes, bool isObject) {
   require(refused || bytes.find(".orva.object") != std::string::npos, "a file that is no object is written over");
 }
 
-void play(const std::string& bytes) {
+static void play(const std::string& bytes) {
   writeFile(Objects::get().path(), bytes);
   ObjectFile object;
   const bool isObject = isRead(bytes, object);
@@ -145,12 +147,10 @@ void play(const std::string& bytes) {
 }
 
 /// Mutates a part of the bytes in its place, so that everything around it still fits; blanks fill what is left over.
-void mutatePart(uint8_t* part, std::size_t size) {
+static void mutatePart(uint8_t* part, std::size_t size) {
   const std::size_t left = LLVMFuzzerMutate(part, size, size);
   std::fill(part + left, part + size, ' ');
 }
-
-}  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   const std::string bytes(reinterpret_cast<const char*>(data), size);

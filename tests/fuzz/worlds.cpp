@@ -19,12 +19,12 @@
 
 using namespace model;
 
-namespace {
+static constexpr std::size_t mostCalls = 6;
+static constexpr std::size_t mostFiles = 12;
+static constexpr std::size_t longestPath = 40;
+static constexpr int32_t mostEntries = 100;
 
-constexpr std::size_t mostCalls = 6;
-constexpr std::size_t mostFiles = 12;
-constexpr std::size_t longestPath = 40;
-constexpr int32_t mostEntries = 100;
+namespace {
 
 /// A failed assertion of what makes the world is a finding too.
 class AbortOnFailure : public testing::EmptyTestEventListener {
@@ -33,8 +33,10 @@ class AbortOnFailure : public testing::EmptyTestEventListener {
   }
 };
 
+}  // namespace
+
 /// The story of those lines that can be read.
-Story storyOf(const std::string& text) {
+static Story storyOf(const std::string& text) {
   std::string readable;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
@@ -51,18 +53,18 @@ Story storyOf(const std::string& text) {
 }
 
 /// Tells whether a path stays below the folder of the world whatever it is joined to.
-bool staysInside(const std::string& path) {
+static bool staysInside(const std::string& path) {
   const std::string framed = '/' + path + '/';
   return path.substr(0, 1) != "/" && framed.find("/../") == std::string::npos;
 }
 
-bool isProperPath(const std::string& path) {
+static bool isProperPath(const std::string& path) {
   const std::string framed = '/' + path + '/';
   const auto has = [&](const char* part) { return framed.find(part) != std::string::npos; };
   return path.size() <= longestPath && staysInside(path) && !has("//") && !has("/./");
 }
 
-std::vector<File> filesThatFit(const std::vector<File>& files) {
+static std::vector<File> filesThatFit(const std::vector<File>& files) {
   std::vector<File> fitting;
   for (const File& file : files) {
     const auto fits = [&](const File& other) { return fitTogether(file, other); };
@@ -76,18 +78,18 @@ std::vector<File> filesThatFit(const std::vector<File>& files) {
 }
 
 template <typename Things, typename IsBad>
-void leaveOut(Things& things, const IsBad& isBad) {
+static void leaveOut(Things& things, const IsBad& isBad) {
   things.erase(std::remove_if(things.begin(), things.end(), isBad), things.end());
 }
 
 /// Sizes between these would have the machine find the memory.
-void limitSize(std::optional<List>& list) {
+static void limitSize(std::optional<List>& list) {
   constexpr int64_t plenty = 1000;
   constexpr int64_t beyondEveryVector = INT64_MAX / 16;
   if (list && list->size && *list->size > plenty && *list->size < beyondEveryVector) *list->size %= plenty;
 }
 
-bool isPlayable(const Call& call, const std::vector<Native>& natives) {
+static bool isPlayable(const Call& call, const std::vector<Native>& natives) {
   if (std::find(natives.begin(), natives.end(), call.native) == natives.end()) return false;
   const std::string name = call.name.value_or("");
   // A segment of a package becomes a path of its own.
@@ -95,15 +97,13 @@ bool isPlayable(const Call& call, const std::vector<Native>& natives) {
   return call.native != Native::kAddSourceRoot || staysInside(name);
 }
 
-void limitWorld(World& world) {
+static void limitWorld(World& world) {
   if (world.count) world.count = std::min(*world.count, mostEntries);
   world.files = filesThatFit(world.files);
   leaveOut(world.roots, [](const std::string& root) { return !staysInside(root); });
   // Only what is an error can be reported as one.
   if (world.readingError <= 0) world.readingError = EIO;
 }
-
-}  // namespace
 
 void playWorld(const uint8_t* data, std::size_t size, const std::vector<Native>& natives) {
   static testing::TestEventListener* const listener = [] {

@@ -8,30 +8,28 @@
 
 using namespace scripted;
 
-namespace {
-
-const std::vector<std::string> kAsked{"Runtime::getInstance()", "Runtime::getStandardLibraryPath()"};
-const std::vector<std::string> kLoaded{loaded("/lib/orva/ClassLoader.ov", "empty"),
-                                       loaded("/lib/orva/SystemClassLoader.ov", "empty")};
-const std::string kAllocated = "Orva_allocObject(\"SystemClassLoader\")";
+static const std::vector<std::string> askCalls{"Runtime::getInstance()", "Runtime::getStandardLibraryPath()"};
+static const std::vector<std::string> loadCalls{loaded("/lib/orva/ClassLoader.ov", "empty"),
+                                                loaded("/lib/orva/SystemClassLoader.ov", "empty")};
+static const std::string allocation = "Orva_allocObject(\"SystemClassLoader\")";
 
 /// A first caller of either name, with these calls ahead of the allocation.
-Side caller(const std::string& name, const std::string& other, const std::vector<std::string>& before) {
+static Side caller(const std::string& name, const std::string& other, const std::vector<std::string>& before) {
   return {[](const SteppedHost& host) { return host.endingWithObject(orva_ClassLoader_getSystem()); },
-          {{"does all", sequence(before, kAllocated), name + "'s object"},
-           {"only allocates", {kAllocated}, name + "'s object"},
+          {{"does all", sequence(before, allocation), name + "'s object"},
+           {"only allocates", {allocation}, name + "'s object"},
            {"is handed " + other + "'s", {}, other + "'s object"}}};
 }
 
 /// What a later caller is handed, which must be what was stored last, and that it costs no call.
-std::string staying(const SteppedHost& host) {
+static std::string staying(const SteppedHost& host) {
   scripted::host().takeCalls();
   void* object = orva_ClassLoader_getSystem();
   const std::string stays = host.nameOfObject(object) + (host.isLatestObject(object) ? " stays" : " stays too long");
   return scripted::host().takeCalls().empty() ? stays : stays + ", and is asked for again";
 }
 
-Pair callers(const std::string& library, const std::vector<std::string>& before) {
+static Pair callers(const std::string& library, const std::vector<std::string>& before) {
   const auto world = [library](SteppedHost& host) {
     host.hasLibrary(library);
     host.defines("/lib/orva/ClassLoader.ov", "orva.ClassLoader");
@@ -41,7 +39,7 @@ Pair callers(const std::string& library, const std::vector<std::string>& before)
 }
 
 TEST(Bootstrap, WithAStandardLibrary) {
-  expectOutcomes(callers("/lib", sequence(kAsked, kLoaded)), 3380,
+  expectOutcomes(callers("/lib", sequence(askCalls, loadCalls)), 3380,
                  {"A does all. B is handed A's. A's object stays.", "A is handed B's. B does all. B's object stays.",
                   "A does all. B only allocates. A's object stays.", "A does all. B only allocates. B's object stays.",
                   "A only allocates. B does all. A's object stays.", "A only allocates. B does all. B's object stays.",
@@ -49,9 +47,7 @@ TEST(Bootstrap, WithAStandardLibrary) {
 }
 
 TEST(Bootstrap, WithoutAStandardLibrary) {
-  expectOutcomes(callers("", kAsked), 252,
+  expectOutcomes(callers("", askCalls), 252,
                  {"A does all. B is handed A's. A's object stays.", "A is handed B's. B does all. B's object stays.",
                   "A does all. B does all. A's object stays.", "A does all. B does all. B's object stays."});
 }
-
-}  // namespace

@@ -10,8 +10,6 @@
 
 using namespace scripted;
 
-namespace {
-
 TEST(ClassPath, ARootIsAddedAndAClassBelowItLookedUp) {
   const Side adding = {
       [](const SteppedHost& host) { return host.ending(std::to_string(orva_ClassLoader_addSourceRoot("more"))); },
@@ -29,6 +27,8 @@ TEST(ClassPath, ARootIsAddedAndAClassBelowItLookedUp) {
                  {"A adds the root. B comes too early. nothing compiled.",
                   "A adds the root. B loads the class. more/p/Circle.ov compiled for B."});
 }
+
+namespace {
 
 /// A package of two classes on the disk, in the working directory.
 class Packages : public testing::Test {
@@ -61,6 +61,8 @@ class Packages : public testing::Test {
   const TemporaryFolder files;
 };
 
+}  // namespace
+
 TEST_F(Packages, OneIsLoadedAndItsFirstClassLookedUp) {
   const Side circle = lookup("p.Circle", {{"loads it", loading("p.Circle", "cp/p/Circle.ov", 0), "p.Circle"},
                                           {"finds it alone", finding("p.Circle", 1), "p.Circle"},
@@ -84,5 +86,3 @@ TEST_F(Packages, OneIsLoadedAndItsLastClassLookedUp) {
                   "A loads both. B finds the other and loads it" + byA,
                   "A loads both. B finds the other and loads it" + byB, "A loads both. B finds both" + byA});
 }
-
-}  // namespace

@@ -8,8 +8,6 @@
 
 using namespace scripted;
 
-namespace {
-
 TEST(Lookups, OfTheSameMissingClass) {
   const Side circle = lookup("p.Circle", {{"loads it", loading("p.Circle", "cp/p/Circle.ov", 0), "p.Circle"},
                                           {"finds it", finding("p.Circle", 1), "p.Circle"}});
@@ -75,20 +73,20 @@ TEST(Lookups, OfAShortNameThatBecomesAmbiguous) {
                   "A is told that there are two" + rest});
 }
 
-const std::string kInstance = "p.Box<p.Circle>";
-const std::vector<std::string> kWalked{"lock(gReflectionMutex)", "unlock(gReflectionMutex)"};
+static const std::string instance = "p.Box<p.Circle>";
+static const std::vector<std::string> walkCalls{"lock(gReflectionMutex)", "unlock(gReflectionMutex)"};
 
-Side instanceLookup() {
+static Side instanceLookup() {
   const auto materialised =
-      sequence(kWalked, "Compiler::activeRuntimeContext()",
-               "ClassLoader::materializeRuntimeGenericType(\"" + kInstance + "\", \"\", \"\", active)",
-               loaded("made/Box.ov", "active"), typeByName(kInstance));
-  return lookup(kInstance, {{"materialises it", materialised, kInstance},
-                            {"finds it ready", sequence(kWalked, typeByName(kInstance)), kInstance}});
+      sequence(walkCalls, "Compiler::activeRuntimeContext()",
+               "ClassLoader::materializeRuntimeGenericType(\"" + instance + "\", \"\", \"\", active)",
+               loaded("made/Box.ov", "active"), typeByName(instance));
+  return lookup(instance, {{"materialises it", materialised, instance},
+                           {"finds it ready", sequence(walkCalls, typeByName(instance)), instance}});
 }
 
 TEST(Lookups, OfTheSameMissingInstance) {
-  const auto world = [](SteppedHost& host) { host.defines("made/Box.ov", kInstance); };
+  const auto world = [](SteppedHost& host) { host.defines("made/Box.ov", instance); };
   expectOutcomes({world, instanceLookup(), instanceLookup()}, 1878,
                  {"A materialises it. B finds it ready. made/Box.ov compiled for A.",
                   "A finds it ready. B materialises it. made/Box.ov compiled for B.",
@@ -97,7 +95,7 @@ TEST(Lookups, OfTheSameMissingInstance) {
 }
 
 TEST(Lookups, OfTheSameReadyInstance) {
-  const auto world = [](SteppedHost& host) { host.hasType(kInstance); };
+  const auto world = [](SteppedHost& host) { host.hasType(instance); };
   expectOutcomes({world, instanceLookup(), instanceLookup()}, 34,
                  {"A finds it ready. B finds it ready. nothing compiled."});
 }
@@ -117,5 +115,3 @@ TEST(Lookups, OfAClassAndByTheSystemClassLoader) {
                  {"A is answered null. B loads it. cp/p/Circle.ov compiled for B.",
                   "A is answered the class. B loads it. cp/p/Circle.ov compiled for B."});
 }
-
-}  // namespace

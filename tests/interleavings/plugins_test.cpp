@@ -8,31 +8,31 @@
 
 using namespace scripted;
 
-namespace {
+static const std::string pluginType = "plugins.Plugin";
 
-const std::string kType = "plugins.Plugin";
-
-const Path kRefused{
+static const Path refused{
     "is refused",
     sequence(scan(1), raised("IllegalStateException", "Plugin entry type is already registered: plugins.Plugin")),
     "null, IllegalStateException"};
 
 /// The ways of a plugin whose entry type another plugin may define meanwhile; `load` is what its load calls.
-std::vector<Path> pathsOf(const std::vector<std::string>& load) {
-  return {{"is handed the type", sequence(scan(0), load, scan(1), typeByName(kType)), kType},
-          {"is told that the type is there", sequence(scan(0), load, raised("Exception", "defined twice: " + kType)),
-           "null, Exception"},
-          kRefused};
+static std::vector<Path> pathsOf(const std::vector<std::string>& load) {
+  return {{"is handed the type", sequence(scan(0), load, scan(1), typeByName(pluginType)), pluginType},
+          {"is told that the type is there",
+           sequence(scan(0), load, raised("Exception", "defined twice: " + pluginType)), "null, Exception"},
+          refused};
 }
 
-Side source(const std::string& file, std::vector<Path> paths) {
+static Side source(const std::string& file, std::vector<Path> paths) {
   const auto call = [file](const SteppedHost& host) {
     return host.endingWithType(orva_ClassLoader_loadSourceClass(file.c_str(), "Plugin"));
   };
   return {call, std::move(paths)};
 }
 
-Side source() { return source("Plugin.ov", pathsOf({loaded("Plugin.ov", "empty")})); }
+static Side source() { return source("Plugin.ov", pathsOf({loaded("Plugin.ov", "empty")})); }
+
+namespace {
 
 /// The lists of one bundle, which belong to one thread alone.
 class Bundle {
@@ -58,8 +58,10 @@ class Bundle {
   void* identities_ = nullptr;
 };
 
+}  // namespace
+
 TEST(Plugins, TheSameSourceTwice) {
-  const auto world = [](SteppedHost& host) { host.defines("Plugin.ov", kType); };
+  const auto world = [](SteppedHost& host) { host.defines("Plugin.ov", pluginType); };
   expectOutcomes({world, source(), source()}, 2184,
                  {"A is handed the type. B is refused. Plugin.ov compiled for A.",
                   "A is refused. B is handed the type. Plugin.ov compiled for B.",
@@ -71,8 +73,8 @@ TEST(Plugins, ASourceAndABundle) {
   Bundle bundle("B");
   const auto world = [&bundle](SteppedHost& host) {
     bundle.makeLists();
-    host.defines("Plugin.ov", kType);
-    host.defines("plugin.o", kType);
+    host.defines("Plugin.ov", pluginType);
+    host.defines("plugin.o", pluginType);
   };
   expectOutcomes({world, source(), bundle.side()}, 6097,
                  {"A is handed the type. B is refused. Plugin.ov compiled for A.",
@@ -88,7 +90,7 @@ TEST(Plugins, TheSameBundleTwice) {
     host.readsListsAtOnce();
     bundleA.makeLists();
     bundleB.makeLists();
-    host.defines("plugin.o", kType);
+    host.defines("plugin.o", pluginType);
   };
   expectOutcomes({world, bundleA.side(), bundleB.side()}, 43192,
                  {"A is handed the type. B is refused. plugin.o compiled for A.",
@@ -98,7 +100,7 @@ TEST(Plugins, TheSameBundleTwice) {
 }
 
 /// The ways of a plugin whose entry type gets the same short name as that of another plugin.
-Side sameShortName(const std::string& file, const std::string& own, const std::string& other) {
+static Side sameShortName(const std::string& file, const std::string& own, const std::string& other) {
   const std::vector<std::string> load{loaded(file, "empty")};
   const std::string refusal = "Plugin entry type is already registered: " + other;
   const std::string ambiguity = "Ambiguous plugin entry type 'Plugin'; use its fully qualified name";
@@ -123,5 +125,3 @@ TEST(Plugins, OfTheSameShortName) {
                   "A is told that there are two. B is handed its type" + both,
                   "A is told that there are two. B is told that there are two" + both});
 }
-
-}  // namespace

@@ -32,9 +32,11 @@ class Total : public testing::Environment {
   std::size_t schedules_ = 0;
 };
 
-Total& total = *static_cast<Total*>(testing::AddGlobalTestEnvironment(new Total));
+}  // namespace
 
-std::string nextAfter(const Stepper& stepper) {
+static Total& total = *static_cast<Total*>(testing::AddGlobalTestEnvironment(new Total));
+
+static std::string nextAfter(const Stepper& stepper) {
   const std::string& schedule = stepper.schedule();
   for (std::size_t step = schedule.size(); step-- > 0;) {
     if (stepper.branches()[step] && schedule[step] == 'A') return schedule.substr(0, step) + 'B';
@@ -43,8 +45,8 @@ std::string nextAfter(const Stepper& stepper) {
 }
 
 /// The words of the path that a thread took; its calls as a fault when it took none.
-std::string wordsOf(const Side& side, const std::vector<std::string>& calls, const std::string& ending,
-                    std::string& fault) {
+static std::string wordsOf(const Side& side, const std::vector<std::string>& calls, const std::string& ending,
+                           std::string& fault) {
   for (const Path& path : side.paths) {
     if (path.calls == calls && path.ending == ending) return path.words;
   }
@@ -52,7 +54,7 @@ std::string wordsOf(const Side& side, const std::vector<std::string>& calls, con
   return "goes astray";
 }
 
-std::string listing(const Stepper& stepper, const std::array<std::string, 2>& endings) {
+static std::string listing(const Stepper& stepper, const std::array<std::string, 2>& endings) {
   std::string text;
   for (const int thread : {0, 1}) {
     text += thread == 0 ? "thread A:\n" : "thread B:\n";
@@ -62,7 +64,7 @@ std::string listing(const Stepper& stepper, const std::array<std::string, 2>& en
   return text;
 }
 
-std::function<void()> calling(const Side& side, const SteppedHost& host, std::string& ending) {
+static std::function<void()> calling(const Side& side, const SteppedHost& host, std::string& ending) {
   return [&] {
     try {
       ending = side.call(host);
@@ -72,7 +74,7 @@ std::function<void()> calling(const Side& side, const SteppedHost& host, std::st
   };
 }
 
-Execution execute(const Pair& pair, const std::string& prefix) {
+static Execution execute(const Pair& pair, const std::string& prefix) {
   Stepper stepper(prefix);
   SteppedHost host(stepper);
   pair.world(host);
@@ -86,7 +88,7 @@ Execution execute(const Pair& pair, const std::string& prefix) {
 }
 
 /// Fields cross from the child in one text, each with its length ahead.
-std::string packed(const Execution& done) {
+static std::string packed(const Execution& done) {
   std::ostringstream text;
   for (const std::string& field : {done.schedule, done.next, done.outcome, done.fault, done.calls}) {
     text << field.size() << ' ' << field;
@@ -94,7 +96,7 @@ std::string packed(const Execution& done) {
   return text.str();
 }
 
-Execution unpacked(const std::string& packedText) {
+static Execution unpacked(const std::string& packedText) {
   std::istringstream text(packedText);
   Execution done;
   for (std::string* field : {&done.schedule, &done.next, &done.outcome, &done.fault, &done.calls}) {
@@ -107,7 +109,7 @@ Execution unpacked(const std::string& packedText) {
   return done;
 }
 
-std::string readAll(int descriptor) {
+static std::string readAll(int descriptor) {
   std::string text;
   std::array<char, 4096> bytes = {};
   for (ssize_t count = 0; (count = read(descriptor, bytes.data(), bytes.size())) > 0;) {
@@ -117,7 +119,7 @@ std::string readAll(int descriptor) {
 }
 
 /// Executes in a child; what it reports fits into a pipe, so that it never waits for its reader.
-Execution executeInOwnProcess(const Pair& pair, const std::string& prefix) {
+static Execution executeInOwnProcess(const Pair& pair, const std::string& prefix) {
   std::array<int, 2> ends = {};
   if (pipe(ends.data()) != 0) return {prefix, "", "", "no pipe could be made", ""};
   const int status = scripted::statusOfOwnProcess([&] {
@@ -133,31 +135,31 @@ Execution executeInOwnProcess(const Pair& pair, const std::string& prefix) {
   return done;
 }
 
-Execution run(const Pair& pair, const std::string& prefix) {
+static Execution run(const Pair& pair, const std::string& prefix) {
   Execution done = pair.inOwnProcess ? executeInOwnProcess(pair, prefix) : execute(pair, prefix);
   if (testing::Test::HasFailure()) done.fault += "a call that the host refuses, see above\n";
   return done;
 }
 
 /// Everything that is needed to see and to repeat one schedule.
-std::string report(const Execution& done) {
+static std::string report(const Execution& done) {
   return "schedule " + done.schedule + ": " + done.outcome + '\n' + done.calls + "again: " + commandFor(done.schedule);
 }
 
-std::string joined(const std::set<std::string>& lines) {
+static std::string joined(const std::set<std::string>& lines) {
   return scripted::joined(std::vector<std::string>(lines.begin(), lines.end()));
 }
 
 /// Fails for a schedule that went wrong.
 /// @return whether it went well.
-bool isRight(const Execution& done, const std::set<std::string>& outcomes) {
+static bool isRight(const Execution& done, const std::set<std::string>& outcomes) {
   const bool isExpected = outcomes.count(done.outcome) > 0;
   if (isExpected && done.fault.empty()) return true;
   ADD_FAILURE() << done.fault << (isExpected ? "" : "an outcome that may not be\n") << report(done);
   return false;
 }
 
-void expectAll(const Pair& pair, std::size_t schedules, const std::set<std::string>& outcomes) {
+static void expectAll(const Pair& pair, std::size_t schedules, const std::set<std::string>& outcomes) {
   std::set<std::string> seen;
   std::size_t count = 0;
   std::string prefix;
@@ -173,8 +175,6 @@ void expectAll(const Pair& pair, std::size_t schedules, const std::set<std::stri
   EXPECT_EQ(joined(outcomes), joined(seen)) << "an outcome that no schedule has";
   EXPECT_EQ(schedules, count);
 }
-
-}  // namespace
 
 void expectOutcomes(const Pair& pair, std::size_t schedules, const std::set<std::string>& outcomes) {
   const std::string& only = scheduleOnCommandLine();

@@ -8,10 +8,8 @@
 
 using namespace scripted;
 
-namespace {
-
 /// Two threads that each ask the runtime for a type that there is: two steps each.
-Pair asking() {
+static Pair asking() {
   const auto call = [](const SteppedHost& host) {
     return host.endingWithType(orva_SystemClassLoader_loadClass(nullptr, "Map"));
   };
@@ -21,20 +19,20 @@ Pair asking() {
   return pair;
 }
 
-const std::string kBothFind = "A finds it. B finds it. nothing compiled.";
+static const std::string bothFind = "A finds it. B finds it. nothing compiled.";
 
-TEST(Search, CountsEverySchedule) { expectOutcomes(asking(), 6, {kBothFind}); }
+TEST(Search, CountsEverySchedule) { expectOutcomes(asking(), 6, {bothFind}); }
 
 TEST(Search, RunsASteppedNativeInAProcessOfItsOwn) {
   Pair pair = asking();
   pair.inOwnProcess = true;
-  expectOutcomes(pair, 6, {kBothFind});
+  expectOutcomes(pair, 6, {bothFind});
 }
 
-TEST(Search, MissesNoSchedule) { EXPECT_NONFATAL_FAILURE(expectOutcomes(asking(), 7, {kBothFind}), "Which is: 6"); }
+TEST(Search, MissesNoSchedule) { EXPECT_NONFATAL_FAILURE(expectOutcomes(asking(), 7, {bothFind}), "Which is: 6"); }
 
 TEST(Search, MissesAnOutcomeThatIsLost) {
-  EXPECT_NONFATAL_FAILURE(expectOutcomes(asking(), 6, {kBothFind, "A never ends."}), "an outcome that no schedule has");
+  EXPECT_NONFATAL_FAILURE(expectOutcomes(asking(), 6, {bothFind, "A never ends."}), "an outcome that no schedule has");
 }
 
 TEST(Search, NamesTheScheduleOfANewOutcome) {
@@ -46,7 +44,7 @@ TEST(Search, NamesTheScheduleOfANewOutcome) {
 TEST(Search, ShowsTheCallsOfAThreadThatGoesAstray) {
   Pair pair = asking();
   pair.b.paths.front().ending = "null";
-  EXPECT_NONFATAL_FAILURE(expectOutcomes(pair, 6, {kBothFind}),
+  EXPECT_NONFATAL_FAILURE(expectOutcomes(pair, 6, {bothFind}),
                           "thread B:\n  Orva_typeByName(\"Map\")\n  and then: Map\n");
 }
 
@@ -54,7 +52,5 @@ TEST(Search, ShowsWhatGoesAstrayInAProcessOfItsOwn) {
   Pair pair = asking();
   pair.inOwnProcess = true;
   pair.b.paths.front().calls.clear();
-  EXPECT_NONFATAL_FAILURE(expectOutcomes(pair, 6, {kBothFind}), "no right way through its native");
+  EXPECT_NONFATAL_FAILURE(expectOutcomes(pair, 6, {bothFind}), "no right way through its native");
 }
-
-}  // namespace

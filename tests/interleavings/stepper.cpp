@@ -12,10 +12,10 @@
 
 static thread_local int selfNumber = -1;
 
-static constexpr int kPatienceInSeconds = 30;
+static constexpr int patienceInSeconds = 30;
 
-static const char* const kLock = "lock(gReflectionMutex)";
-static const char* const kUnlock = "unlock(gReflectionMutex)";
+static const char* const lockCall = "lock(gReflectionMutex)";
+static const char* const unlockCall = "unlock(gReflectionMutex)";
 
 static char letterOf(int thread) { return thread == 0 ? 'A' : 'B'; }
 
@@ -65,8 +65,8 @@ void Stepper::passAt(const std::string& line) {
   current().next = line;
   pass();
   current().next.clear();
-  if (line == kLock && !deadlocked_) mutexHolder_ = self();
-  if (line == kUnlock) mutexHolder_ = -1;
+  if (line == lockCall && !deadlocked_) mutexHolder_ = self();
+  if (line == unlockCall) mutexHolder_ = -1;
   record(line);
 }
 
@@ -85,7 +85,7 @@ void Stepper::end() {
 
 bool Stepper::canGoOn(int thread) const {
   const Thread& asked = threads_.at(static_cast<std::size_t>(thread));
-  return !asked.ended && (asked.next != kLock || mutexHolder_ < 0 || deadlocked_);
+  return !asked.ended && (asked.next != lockCall || mutexHolder_ < 0 || deadlocked_);
 }
 
 /// The thread that the schedule names for the next step; one that can go on where it names none that can.
@@ -115,7 +115,7 @@ int Stepper::choose() {
 void Stepper::awaitEnd() {
   timespec deadline = {};
   clock_gettime(CLOCK_MONOTONIC, &deadline);
-  deadline.tv_sec += kPatienceInSeconds;
+  deadline.tv_sec += patienceInSeconds;
   while (sem_clockwait(&bothEnded_, CLOCK_MONOTONIC, &deadline) != 0) {
     if (errno != ETIMEDOUT) continue;
     std::fprintf(stderr, "a thread neither ends nor calls into the host\nagain: %s\n", commandFor(taken_).c_str());

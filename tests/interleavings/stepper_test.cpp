@@ -6,10 +6,8 @@
 #include <string>
 #include <vector>
 
-namespace {
-
-const std::string kLock = "lock(gReflectionMutex)";
-const std::string kUnlock = "unlock(gReflectionMutex)";
+static const std::string lockCall = "lock(gReflectionMutex)";
+static const std::string unlockCall = "unlock(gReflectionMutex)";
 
 TEST(Steppers, FollowASchedule) {
   for (const std::string& schedule : std::vector<std::string>{"AAABBB", "BBBAAA", "ABABAB", "BAABAB"}) {
@@ -43,8 +41,8 @@ TEST(Steppers, LetAGoOnWhereTheScheduleEnds) {
 TEST(Steppers, KeepAThreadWaitingForTheMutex) {
   Stepper stepper("ABA");
   const auto work = [&] {
-    stepper.passAt(kLock);
-    stepper.passAt(kUnlock);
+    stepper.passAt(lockCall);
+    stepper.passAt(unlockCall);
   };
   stepper.run(work, work);
   EXPECT_EQ("", stepper.fault());
@@ -55,8 +53,8 @@ TEST(Steppers, KeepAThreadWaitingForTheMutex) {
 TEST(Steppers, SayWhereAScheduleDoesNotFit) {
   Stepper waiting("ABAB");
   const auto locking = [&] {
-    waiting.passAt(kLock);
-    waiting.passAt(kUnlock);
+    waiting.passAt(lockCall);
+    waiting.passAt(unlockCall);
   };
   waiting.run(locking, locking);
   EXPECT_EQ("the schedule does not fit: its step 4 is for B, which waits for the mutex\n", waiting.fault());
@@ -69,14 +67,12 @@ TEST(Steppers, SeeADeadlock) {
   Stepper stepper("AB");
   bool failed = false;
   const auto lockTwice = [&] {
-    stepper.passAt(kLock);
+    stepper.passAt(lockCall);
     EXPECT_FALSE(stepper.isDeadlocked());
-    stepper.passAt(kLock);
+    stepper.passAt(lockCall);
     failed = stepper.isDeadlocked();
   };
   stepper.run(lockTwice, [] {});
   EXPECT_EQ("a deadlock: no thread can go on\n", stepper.fault());
   EXPECT_TRUE(failed);
 }
-
-}  // namespace

@@ -9,15 +9,13 @@
 using orva::compiler::activeContext;
 using orva::runtime::Origin;
 
-namespace {
-
-const std::vector<std::string>& names() {
+static const std::vector<std::string>& names() {
   static const std::vector<std::string> all = {"void", "int", "boolean", "String", "Type", "Exception", "ArrayList"};
   return all;
 }
 
 /// Expects one error, at a line and a column, for a source and for its object, and that nothing is registered.
-void expectRefused(const std::string& path, int line, std::size_t column, const std::string& problem) {
+static void expectRefused(const std::string& path, int line, std::size_t column, const std::string& problem) {
   const std::string begin =
       path + ":" + std::to_string(line) + ":" + std::to_string(column) + ": error: " + problem + "\n";
   for (const std::string& failure : {failureOf([&] { activeContext().loader.load(path, Origin::named); }),
@@ -29,15 +27,13 @@ void expectRefused(const std::string& path, int line, std::size_t column, const 
 }
 
 /// The message of the exception that a call ends with.
-std::string messageOf(const std::string& className, const std::string& method) {
+static std::string messageOf(const std::string& className, const std::string& method) {
   try {
     return callText(className, method);
   } catch (const orva::runtime::Thrown& thrown) {
     return thrown.exception->message;
   }
 }
-
-}  // namespace
 
 TEST(BuiltInNames, AreNoNamesOfClasses) {
   const Workspace workspace;

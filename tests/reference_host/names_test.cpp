@@ -14,15 +14,17 @@
 
 using orva::compiler::activeContext;
 
-namespace {
-
 /// The names of methods, by the full names of their classes.
 using Classes = std::map<std::string, std::set<std::string>>;
 
+namespace {
+
 enum class From { source, object };
 
+}  // namespace
+
 /// Notes a class and a method whose names, with a dot between them, are the given one; unless no class can have it.
-void addMethod(Classes& classes, const std::string& name) {
+static void addMethod(Classes& classes, const std::string& name) {
   const std::size_t dot = name.rfind('.');
   if (dot != std::string::npos && orva::language::isQualifiedName(name)) {
     classes[name.substr(0, dot)].insert(name.substr(dot + 1));
@@ -30,7 +32,7 @@ void addMethod(Classes& classes, const std::string& name) {
 }
 
 /// A class whose methods each return their own name, out of a handler.
-std::string textOf(const std::string& fullName, const std::set<std::string>& methods) {
+static std::string textOf(const std::string& fullName, const std::set<std::string>& methods) {
   const std::size_t dot = fullName.rfind('.');
   const std::string package = dot == std::string::npos ? "" : "package " + fullName.substr(0, dot) + "; ";
   std::string text = package + "class " + fullName.substr(dot + 1) + " {\n";
@@ -41,7 +43,7 @@ std::string textOf(const std::string& fullName, const std::set<std::string>& met
   return text + "}\n";
 }
 
-void expectThatEachIsItself(const Classes& classes, From from) {
+static void expectThatEachIsItself(const Classes& classes, From from) {
   for (const auto& [fullName, methods] : classes) {
     const std::string text = textOf(fullName, methods);
     const std::string path = fullName + ".ov";
@@ -57,7 +59,7 @@ void expectThatEachIsItself(const Classes& classes, From from) {
 }
 
 /// The names that LLVM gives its intrinsics: those of two parts and of three, and each of two with a type added.
-Classes intrinsics() {
+static Classes intrinsics() {
   Classes classes;
   for (unsigned id = 1; id < llvm::Intrinsic::num_intrinsics; ++id) {
     const std::string name = llvm::Intrinsic::getBaseName(id).str();
@@ -69,7 +71,7 @@ Classes intrinsics() {
 }
 
 /// The functions and variables of C, as the methods of one class; some of them as classes too.
-Classes namesOfC() {
+static Classes namesOfC() {
   Classes classes;
   Dl_info library{};
   EXPECT_NE(dladdr(reinterpret_cast<const void*>(&std::fputs), &library), 0);
@@ -83,7 +85,7 @@ Classes namesOfC() {
 }
 
 /// Names of the runtime's and of what the code generator writes, and words of assemblers.
-Classes namesOfGeneratedCode() {
+static Classes namesOfGeneratedCode() {
   Classes classes;
   for (const char* name : {"DW.ref.__gxx_personality_v0", "orva.initialise.A", "orvart_raise.orvart_raise",
                            "orva_Console_print.print", "A.orva_Console_print", "A._GLOBAL_OFFSET_TABLE_",
@@ -99,8 +101,6 @@ Classes namesOfGeneratedCode() {
   }
   return classes;
 }
-
-}  // namespace
 
 TEST(Names, OfIntrinsicsAreAnyOthersInSources) {
   const Workspace workspace;

@@ -23,8 +23,10 @@ struct NativeMethod {
   std::string symbol() const { return "orva_" + className + "_" + signature.name; }
 };
 
+}  // namespace
+
 /// The native methods that the standard library declares. Their types are spelled as there.
-std::vector<NativeMethod> standardNatives() {
+static std::vector<NativeMethod> standardNatives() {
   std::vector<NativeMethod> natives;
   for (const auto& entry : std::filesystem::directory_iterator(std::string(STANDARD_LIBRARY) + "/orva")) {
     const auto file = orva::language::parseSource({entry.path(), readFile(entry.path())});
@@ -38,14 +40,14 @@ std::vector<NativeMethod> standardNatives() {
   return natives;
 }
 
-const std::vector<std::string>& types() {
+static const std::vector<std::string>& types() {
   static const std::vector<std::string> all = {"int",       "boolean", "String",           "Type", "ArrayList<String>",
                                                "Exception", "Another", "SystemClassLoader"};
   return all;
 }
 
 /// All signatures that differ from one in a single place.
-std::vector<MethodSignature> variantsOf(const MethodSignature& signature) {
+static std::vector<MethodSignature> variantsOf(const MethodSignature& signature) {
   std::vector<MethodSignature> variants;
   const auto add = [&](const auto& change) {
     variants.push_back(signature);
@@ -66,7 +68,7 @@ std::vector<MethodSignature> variantsOf(const MethodSignature& signature) {
 }
 
 /// How messages spell a signature that stands in a class of a package: there classes have their full names.
-std::string spelled(MethodSignature signature, const std::string& className, const std::string& package) {
+static std::string spelled(MethodSignature signature, const std::string& className, const std::string& package) {
   const auto qualify = [&](std::string& type) {
     const bool isNear = type == "Another" || type == className;
     if (isNear || type == "SystemClassLoader") type = (isNear ? package : "orva") + "." + type;
@@ -77,13 +79,13 @@ std::string spelled(MethodSignature signature, const std::string& className, con
 }
 
 /// The column of a method's name in the line that declares it.
-std::string columnOf(const std::string& package, const std::string& method) {
+static std::string columnOf(const std::string& package, const std::string& method) {
   const std::string text = readFile(package + ".ov");
   return std::to_string(text.find(" " + method + "(") - text.find('\n') + 1);
 }
 
 /// Writes a class with one native method, in a package of its own, to a file of the package's name; tells the package.
-std::string writeClass(const NativeMethod& native) {
+static std::string writeClass(const NativeMethod& native) {
   const MethodSignature& signature = native.signature;
   static int count = 0;
   const std::string package = "p" + std::to_string(count++);
@@ -98,20 +100,20 @@ std::string writeClass(const NativeMethod& native) {
 }
 
 /// The first line of what loading the source of a package fails with.
-std::string sourceFailure(const std::string& package) {
+static std::string sourceFailure(const std::string& package) {
   const std::string failure =
       failureOf([&] { activeContext().loader.load(package + ".ov", orva::runtime::Origin::named); });
   return failure.substr(0, failure.find('\n'));
 }
 
-std::string objectFailure(const std::string& package) {
+static std::string objectFailure(const std::string& package) {
   activeContext().loader.precompile(package + ".ov");
   const std::string identity = orva::compiler::sourceIdentity(readFile(package + ".ov"));
   return failureOf([&] { activeContext().loader.loadBundle({package + ".o"}, {identity}); });
 }
 
 /// Expects that a native method is refused, in a source and in an object, and that nothing is registered.
-void expectRefused(const NativeMethod& native, const std::string& package, const std::string& problem) {
+static void expectRefused(const NativeMethod& native, const std::string& package, const std::string& problem) {
   const std::string method = package + "." + native.className + "." + native.signature.name;
   EXPECT_EQ(sourceFailure(package), package + ".ov:2:" + columnOf(package, native.signature.name) +
                                         ": error: native method '" + method + "' " + problem);
@@ -120,7 +122,7 @@ void expectRefused(const NativeMethod& native, const std::string& package, const
 }
 
 /// Classes and methods that a symbol may stand for.
-std::vector<std::pair<std::string, std::string>> readings(const std::string& symbol) {
+static std::vector<std::pair<std::string, std::string>> readings(const std::string& symbol) {
   std::vector<std::pair<std::string, std::string>> all;
   for (std::size_t at = symbol.find('_', 5); at != std::string::npos; at = symbol.find('_', at + 1)) {
     all.emplace_back(symbol.substr(5, at - 5), symbol.substr(at + 1));
@@ -129,7 +131,7 @@ std::vector<std::pair<std::string, std::string>> readings(const std::string& sym
 }
 
 /// A native's line of the list of the library's natives, without the names of its parameters.
-std::string withoutNames(const std::string& line) {
+static std::string withoutNames(const std::string& line) {
   std::string text;
   for (const char byte : line) {
     const std::size_t beforeName = text.find_last_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
@@ -140,14 +142,14 @@ std::string withoutNames(const std::string& line) {
 }
 
 /// The type of C that values of a type of the language cross as.
-std::string typeInC(const std::string& type) {
+static std::string typeInC(const std::string& type) {
   if (type == "void") return "void";
   if (type == "int" || type == "boolean") return "int64_t";
   return type == "String" ? "const char*" : "void*";
 }
 
 /// The same line, as the declaration of a native makes it.
-std::string listed(const NativeMethod& native) {
+static std::string listed(const NativeMethod& native) {
   std::string parameters = native.signature.isStatic ? "" : "void*";
   for (const std::string& type : native.signature.parameters) {
     parameters += (parameters.empty() ? "" : ", ") + typeInC(type);
@@ -155,8 +157,6 @@ std::string listed(const NativeMethod& native) {
   return native.symbol() + (native.signature.isStatic ? " static " : " instance ") + typeInC(native.signature.result) +
          " (" + (parameters.empty() ? "void" : parameters) + ")";
 }
-
-}  // namespace
 
 TEST(NativeMethods, AreRefusedWhenTheyAreDeclaredOtherwiseInAnyPlace) {
   const Workspace workspace(STANDARD_LIBRARY);

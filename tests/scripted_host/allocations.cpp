@@ -30,7 +30,7 @@ bool Watch::fails() const {
 }
 
 void Watch::add(void* block) {
-  if (held_ == kMost) {
+  if (held_ == mostBlocks) {
     std::fputs("The watch has no room for more blocks at once.\n", stderr);
     std::abort();
   }

@@ -32,10 +32,10 @@ class Watch {
   void remove(void* block);
 
  private:
-  static constexpr std::size_t kMost = 1024;
+  static constexpr std::size_t mostBlocks = 1024;
 
   std::function<bool()> fails_;
-  std::array<void*, kMost> blocks_{};
+  std::array<void*, mostBlocks> blocks_{};
   std::size_t held_ = 0;
 };
 

@@ -36,6 +36,8 @@ class SystemCalls : public testing::Test {
   std::error_code error;
 };
 
+}  // namespace
+
 TEST_F(SystemCalls, WithoutACommandNothingFails) {
   files.file("a");
   files.file("b");
@@ -126,7 +128,7 @@ TEST_F(SystemCalls, AnyCallFailsWithTheErrorThatItsShowingAnswers) {
 }
 
 /// Asks anew each time; the compiler may take the locale's table for one that never changes.
-[[gnu::noinline]] bool isWhitespace(int byte) { return std::isspace(byte) != 0; }
+[[gnu::noinline]] static bool isWhitespace(int byte) { return std::isspace(byte) != 0; }
 
 TEST_F(SystemCalls, TheLocalesWhitespaceIsWhatATestSays) {
   system_calls::setWhitespace("x\xa0");
@@ -150,7 +152,7 @@ TEST_F(SystemCalls, QuestionsToTheLocaleAreCounted) {
 }
 
 /// Allocates in a way that no optimisation takes out.
-void allocate() {
+static void allocate() {
   static void* volatile memory;
   memory = ::operator new(1);
   ::operator delete(memory);
@@ -230,5 +232,3 @@ TEST(WithoutRights, AFolderClosedToAllIsClosed) {
   fs::permissions(files.path("closed"), fs::perms::owner_all);
   EXPECT_TRUE(fs::exists(files.path("closed/a")));
 }
-
-}  // namespace

@@ -16,14 +16,16 @@
 
 using namespace scripted;
 
-namespace {
-
 using Lines = std::vector<std::string>;
 using orva::compiler::Compiler;
 using orva::compiler::Runtime;
 using CompilerClassLoader = orva::compiler::ClassLoader;
 
+namespace {
+
 class ScriptedHost : public HostTest {};
+
+}  // namespace
 
 TEST_F(ScriptedHost, RecordsCallsInOrderWithTheirArguments) {
   host().load.always(nothing());
@@ -268,5 +270,3 @@ TEST_F(ScriptedHost, AProcessOfItsOwnLeavesThisOneAlone) {
   inOwnProcess([] { value = 2; });
   EXPECT_EQ(1, value);
 }
-
-}  // namespace

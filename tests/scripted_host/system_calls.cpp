@@ -19,7 +19,7 @@
 
 namespace system_calls {
 
-static constexpr std::size_t kBytes = 256;
+static constexpr std::size_t mostBytes = 256;
 
 struct Commands {
   int readingsUntilFailure = 0;
@@ -48,7 +48,7 @@ static Commands commands;
 static Listing listing;
 
 // What the locale's classification table looks like: 128 entries for negative values, then one for each byte.
-static std::array<unsigned short, kBytes / 2 + kBytes> classes;
+static std::array<unsigned short, mostBytes / 2 + mostBytes> classes;
 static const unsigned short* classesFromZero = nullptr;
 
 void reset() { commands = Commands(); }
@@ -88,11 +88,11 @@ int classifications() { return commands.classifications; }
 
 void setWhitespace(const std::string& bytes) {
   const auto space = static_cast<unsigned short>(_ISspace);
-  for (std::size_t byte = 0; byte < kBytes; ++byte) {
-    classes[kBytes / 2 + byte] = isAmong(bytes, byte) ? space : 0;
-    if (byte >= kBytes / 2) classes[byte - kBytes / 2] = isAmong(bytes, byte) ? 0 : space;
+  for (std::size_t byte = 0; byte < mostBytes; ++byte) {
+    classes[mostBytes / 2 + byte] = isAmong(bytes, byte) ? space : 0;
+    if (byte >= mostBytes / 2) classes[byte - mostBytes / 2] = isAmong(bytes, byte) ? 0 : space;
   }
-  classesFromZero = classes.data() + kBytes / 2;
+  classesFromZero = classes.data() + mostBytes / 2;
   commands.whitespaceSet = true;
 }
 

@@ -73,10 +73,10 @@ std::string TemporaryFolder::socket(const std::string& relative) const {
   return name;
 }
 
-static constexpr uid_t kNobody = 65534;
+static constexpr uid_t nobodyUser = 65534;
 
 WithoutRights::WithoutRights() : user_(geteuid()) {
-  if (user_ == 0 && seteuid(kNobody) != 0) throw std::system_error(errno, std::generic_category(), "seteuid");
+  if (user_ == 0 && seteuid(nobodyUser) != 0) throw std::system_error(errno, std::generic_category(), "seteuid");
 }
 
 WithoutRights::~WithoutRights() {
