@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Compares what the libraries leave to their host with the list of what a host must define.
+# Compares what the libraries leave to their host with the list of what a host must define. The shared library calls it
+# through its PLT, also if a packager's flags ask for another way.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
-require nm c++filt "${compilers[@]}"
+require nm readelf c++filt "${compilers[@]}"
 
 compare() {  # what it is, shared library
   required_symbols "$root" "$2" >"$work/required"
@@ -12,6 +13,7 @@ compare() {  # what it is, shared library
 
 for compiler in "${compilers[@]}"; do
   compare "the shared library of $compiler" "$(shared_library "$compiler")"
+  must_call_by_plt "the shared library of $compiler" "$(shared_library "$compiler")"
   # Linked as a whole, so that what its objects define for each other is no longer open.
   "$compiler" -shared -Wl,--whole-archive "$(archive "$compiler")" -Wl,--no-whole-archive -o "$work/whole.so"
   compare "the static library of $compiler" "$work/whole.so"

@@ -4,7 +4,7 @@
 # shellcheck source-path=SCRIPTDIR source=../../common.sh
 source "$(dirname "$0")/../../common.sh"
 
-require nm objcopy python3 unshare
+require objcopy python3 unshare
 recorder=$2/liborva-trace-recorder.so
 audit=$2/liborva-trace-audit.so
 programs=$3
@@ -313,17 +313,5 @@ other_library() {  # COMPILER…
 libcxx() { other_library clang++-19 -stdlib=libc++; }
 debug_mode() { other_library g++ -D_GLIBCXX_DEBUG; }
 counted_strings() { other_library g++ -D_GLIBCXX_USE_CXX11_ABI=0; }
-
-# The recorder is loaded into programs that have no C++ standard library, or another than we.
-symbols() {
-  local ours
-  for ours in "$recorder" "$audit"; do
-    nm -D --undefined-only "$ours" >"$work/undefined"
-    [[ -s $work/undefined ]] || fail "$ours refers to nothing at all; the list cannot be right"
-    ! awk '$1 == "U" && $2 !~ /@GLIBC_/' "$work/undefined" | grep . >&2 || fail "$ours needs more than the C library"
-    ! readelf -d "$ours" | grep NEEDED | grep -v 'libc\.so' >&2 || fail "$ours needs more than the C library"
-  done
-  exported_symbols "$recorder" | same 'the recorder exports' <(printf 'orva_trace_exports\norva_trace_thunks\n') -
-}
 
 "$5"
