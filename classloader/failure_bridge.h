@@ -8,7 +8,7 @@
 
 /// Runs `work`. When it throws a `std::exception`, raises `exceptionClass` with the exception's text; all
 /// that `work` built is gone by then. Other thrown objects pass through, and so does what `Orva_raise` throws.
-/// @return whether `work` came to its end.
+/// @return whether `work` returned normally.
 template <typename Work>
 static inline bool bridged(const char* exceptionClass, const Work& work) {
   try {

@@ -23,7 +23,7 @@ NATIVE_PLACES = [
     ("reference_host/stdlib/orva/{class}.ov", r"\bnative\b.*\b{method}\(", "declare its method"),
     ("tests/programs/**/*.ov examples/tour/**/*.ov", r"\.{method}\(", "show it at work"),
     ("docs/natives.md", r"^## {symbol}$", "give it a section"),
-    ("docs/neighbours.md", r"`{symbol}`", "name it where the calls that it makes are described"),
+    ("runtime_api/*.h", r"`{symbol}`", "name it in the comments of what it calls"),
     ("README.md", r"^\| `{symbol}` \| `{declaration}` \|", "give it a row with its method as the class declares it"),
 ]
 
@@ -43,7 +43,8 @@ NEIGHBOUR_PLACES = [
     ("tests/properties/world_text.cpp", r'"{name}"', "name it in worlds"),
     ("tests/properties/*_test.cpp", r"\bOperation::{operation}\b", "let it answer and fail in small worlds"),
     ("host_contract/checks/*.cpp", r"\b{last}\b", "check what a host could do wrong with it, or say what does"),
-    ("docs/neighbours.md", r"^### {name}$", "give it a section"),
+    ("runtime_api/*.h", r"^ */// - Required: .*\n(?: *///.*\n)* *[^/\n].*\b{last}[(;]",
+     "say in its comment what is required of it"),
     ("docs/natives.md", r"\b{last}\b", "name it among the steps of the natives that call it"),
 ]
 
