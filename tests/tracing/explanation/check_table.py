@@ -9,7 +9,6 @@ from pathlib import Path
 
 from sentences import table_of
 
-HEADING = "## All sentences\n"
 HEAD = "| the sentence | what to do |\n|---|---|\n"
 
 
@@ -20,9 +19,9 @@ def rows_of(path):
 def main():
     sentences, path, *options = sys.argv[1:]
     page = Path(path).read_text(encoding="utf-8")
-    begin = page.find(HEAD, page.find(HEADING))
-    if HEADING not in page or begin < 0:
-        sys.exit(f"{path}: has no table in a section '{HEADING.strip()}'")
+    begin = page.find(HEAD)
+    if begin < 0:
+        sys.exit(f"{path}: has no table of sentences")
     begin += len(HEAD)
     end = begin
     while page.startswith("|", end):
