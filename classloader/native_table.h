@@ -1,5 +1,5 @@
-/// The natives as a table, for a host without `dlsym`, and for one that wants them typed. Its entries refer to the
-/// natives, so that a linker puts them into the program without being told.
+/// The natives as a table, for hosts without `dlsym`, and for those that want them typed. Its entries refer to the
+/// natives, so every linker puts them into the program.
 /// @file
 #pragma once
 
@@ -22,7 +22,7 @@ struct Native {
   Function* function;           ///< the native itself
 };
 
-/// All natives, in the order of `natives.h`; `std::apply` hands them out with their types.
+/// All natives, in the order of `natives.h`; `std::apply` goes through them with their types.
 inline constexpr std::tuple natives{
 #define ORVA_NATIVE(symbol, className, methodName, kind, ...) \
   Native<decltype(symbol)>{#symbol, #className, #methodName, std::string_view(#kind) == "static", &symbol},

@@ -14,8 +14,8 @@
  * exception. What the native built is released before that raise. What the host did before a failure stays done: the
  * library undoes nothing, and makes none of the remaining calls.
  *
- * What `Orva_raise` throws leaves the native. Where the raise is inside the native's bridge, the bridge first handles it
- * like any other exception.
+ * What `Orva_raise` throws leaves the native. Where the raise is inside the native's bridge, the bridge first handles
+ * it like any other exception.
  */
 #ifndef ORVA_CLASSLOADER_NATIVES_H
 #define ORVA_CLASSLOADER_NATIVES_H

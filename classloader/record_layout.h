@@ -1,4 +1,4 @@
-/// What a compiler makes of the type record: the host contract kit compares the library's with the host's.
+/// How a compiler lays out the type record: the host contract kit compares the library's layout with the host's.
 /// @file
 #pragma once
 
@@ -14,8 +14,8 @@ struct RecordLayout {
   long size;       ///< of a `TypeRecord`
   long alignment;  ///< of a `TypeRecord`
   long table;      ///< the size of `gTypes` itself
-  /// Where the members are that our own record has; -1 for one that the record has not. A record that is laid out as
-  /// ours, with members of other names, therefore counts as another one.
+  /// Where the members of our own record are; -1 for a member that the record lacks. A record with our layout, but with
+  /// members of other names, therefore counts as another one.
   long name1, name2, name3, name4, type, members;
 };
 

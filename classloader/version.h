@@ -10,7 +10,7 @@
 #define ORVA_CLASSLOADER_VERSION_MAJOR 0
 /** Counts the versions that add something. */
 #define ORVA_CLASSLOADER_VERSION_MINOR 1
-/** Counts the versions that only mend something. */
+/** Counts the versions that only fix something. */
 #define ORVA_CLASSLOADER_VERSION_PATCH 0
 
 /** @cond */

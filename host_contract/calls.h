@@ -19,7 +19,7 @@ void noteCallsIn(Calls& calls);
 /// Names the calls that have not returned, as "A", "A and B" or "A, B and C"; empty when there are none.
 std::string unfinishedCalls(const Calls& calls);
 
-/// Notes a call into the host for as long as it lives. Inside of another of its thread, it stands for both.
+/// Notes a call into the host for as long as it lives. Nested in another one of its thread, it stands for both.
 class Calling {
  public:
   /// @param name of what is called, which lives as long as the program.

@@ -27,8 +27,8 @@ struct Check {
   std::string name;
   Weight weight;
   Needs needs;
-  std::string because;  ///< what breaks when the host does not keep it
-  void (*run)(Trial&);  ///< throws `Broken` or `NotRun`; what else leaves it breaks the check too
+  std::string because;  ///< what goes wrong when the host breaks it
+  void (*run)(Trial&);  ///< throws `Broken` or `NotRun`; anything else that it throws breaks the check too
 
   std::string fullName() const { return room + "." + name; }
 };
@@ -46,26 +46,26 @@ struct Room {
   }
 };
 
-/// Thrown by a check that the host does not keep.
+/// Thrown by a check that the host breaks.
 struct Broken {
   std::string seen;
 };
 
-/// Thrown by a check that the host does not keep, where no other check can be asked then.
+/// Thrown by a check that the host breaks, if no other check can be run then.
 struct Unusable {
   std::string seen;
 };
 
-/// Thrown by a check that this host cannot be asked.
+/// Thrown by a check that cannot be run on this host.
 struct NotRun {
   std::string reason;
 };
 
 /// Throws `Broken` unless `held`.
-/// @param seen what the check saw in place of what it expected.
+/// @param seen what the check saw instead of what it expected.
 void expect(bool held, const std::string& seen);
 
-/// Throws `Broken` when an exception is pending on this thread, and takes it away.
+/// Throws `Broken` when an exception is pending on this thread, and clears it.
 void expectNothingPending(Trial& trial);
 
 /// Throws `Broken` unless `action` throws a `std::exception` with a message.

@@ -13,8 +13,8 @@ struct Outcome {
     held,
     broken,
     hung,       ///< broken, and not done in time
-    unusable,   ///< broken, and no other check can be asked
-    unstarted,  ///< the host does not start, and no check can be asked
+    unusable,   ///< broken, and no other check can be run
+    unstarted,  ///< the host does not start, and no check can be run
     notRun
   };
   Kind kind;

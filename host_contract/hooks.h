@@ -1,5 +1,5 @@
-/// What the host contract kit has to know of a host: a team derives `Hooks` once, defines `hostHooks`, and links the
-/// kit with its own host.
+/// What the host contract kit must know about a host: derive a class from `Hooks`, define `hostHooks`, and link the kit
+/// with your host.
 /// @file
 #pragma once
 
@@ -34,11 +34,11 @@ struct Raised {
   std::string message;         ///< the complete message
 };
 
-/// The way from the kit into one host. Each check runs in a process of its own, which is forked before anything of the
-/// host was called; so a hook may be called in many processes, and a host that crashes ends one check alone.
+/// How the kit reaches a host. Each check runs in a process of its own, which is forked before anything of the host is
+/// called; so a hook may be called in many processes, and a host that crashes ends only that check.
 ///
 /// A host that compiles nothing yet leaves out the hooks that write sources; the checks that need them are then not
-/// run. What a hook throws breaks the check that called it.
+/// run. If a hook throws, the check that called it is broken.
 class Hooks {
  public:
   /// Notes the record of the host.
@@ -70,11 +70,11 @@ class Hooks {
   /// @return its address; null when there is none. Unless overridden: what `dlsym` finds in the process.
   virtual void* boundNative(const char* symbol);
 
-  /// Makes a thread that the kit has started one that may call the host; called on that thread, before anything else.
+  /// Prepares a thread of the kit to call the host; called on that thread, before anything else.
   /// Unless overridden: does nothing, for a host that any thread may call.
   virtual void attachThread();
 
-  /// Has a program of the language call a native method.
+  /// Makes a program of the language call a native method.
   /// @param native what the method is bound to. What it throws must come out of this call.
   /// @return true. Unless overridden: calls nothing and returns false, for a host that runs no programs yet.
   virtual bool callNative(void (*native)());

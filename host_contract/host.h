@@ -85,7 +85,7 @@ inline std::string sourceFileForClass(const std::string& className) {
   return compiler::ClassLoader::sourceFileForClass(className, compiler::Compiler::activeRuntimeContext(), nullptr);
 }
 
-/// `compiler::ClassLoader::materializeRuntimeGenericType`, in the active context; what it hands out is dropped.
+/// `compiler::ClassLoader::materializeRuntimeGenericType`, in the active context; its output arguments are dropped.
 inline bool materializeRuntimeGenericType(const std::string& typeName) {
   const Calling call("ClassLoader::materializeRuntimeGenericType");
   std::string instanceName;
