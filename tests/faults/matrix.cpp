@@ -2,7 +2,6 @@
 #include "matrix.h"
 
 #include <cerrno>
-#include <map>
 #include <utility>
 
 #include "trial.h"
@@ -31,26 +30,10 @@ std::vector<Path> everyPath() {
 
 Steps stepsOf(const Path& path) { return steps(path.usual.inside, path.usual.outside); }
 
-std::string errorName(int error) {
-  static const std::map<int, std::string> names{{EACCES, "EACCES"},
-                                                {EAGAIN, "EAGAIN"},
-                                                {EDEADLK, "EDEADLK"},
-                                                {EINTR, "EINTR"},
-                                                {EINVAL, "EINVAL"},
-                                                {EIO, "EIO"},
-                                                {ELOOP, "ELOOP"},
-                                                {EMFILE, "EMFILE"},
-                                                {ENOENT, "ENOENT"},
-                                                {ENOMEM, "ENOMEM"},
-                                                {ENAMETOOLONG, "ENAMETOOLONG"},
-                                                {ENOTDIR, "ENOTDIR"},
-                                                {ENOTRECOVERABLE, "ENOTRECOVERABLE"},
-                                                {EOWNERDEAD, "EOWNERDEAD"}};
-  return names.at(error);
-}
-
-/// EPERM and EBUSY are not among those of the lock: they are of unlocking and of trying.
-const std::vector<std::pair<std::string, std::vector<int>>>& errorsTried() {
+/// The errors that each call is tried with, by its name: a choice of those that POSIX and Linux list for it, and EIO
+/// where a file system may report it. EPERM and EBUSY are not among those of the lock: they are of unlocking and of
+/// trying.
+static const std::vector<std::pair<std::string, std::vector<int>>>& errorsTried() {
   static const std::vector<std::pair<std::string, std::vector<int>>> errors{
       {"lock", {EAGAIN, EDEADLK, EINVAL, ENOTRECOVERABLE, EOWNERDEAD}},
       {"stat", {EACCES, EIO, ELOOP, ENAMETOOLONG, ENOENT, ENOMEM, ENOTDIR}},
@@ -186,6 +169,12 @@ std::vector<Case> casesOf(const Path& path, Group group, const std::vector<std::
     case Group::raises: break;
   }
   return raiseCases(path, allocations);
+}
+
+bool isCounted(const Path& path, const Case& tried) {
+  if (tried.fault.kind == Fault::Kind::allocation) return false;
+  if (tried.fault.kind != Fault::Kind::error) return true;
+  return stepsOf(path)[tried.position].line.rfind("fdopendir(", 0) != 0;
 }
 
 }  // namespace faults

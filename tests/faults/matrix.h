@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "foretelling.h"
@@ -19,7 +18,7 @@ constexpr std::array<Group, 5> kEveryGroup{Group::allocations, Group::hostCalls,
 
 std::string nameOf(Group group);
 
-/// One fault of a path. `position` is the row of the page: how many calls are made before the fault.
+/// One fault of a path. `position` is how many calls are made before the fault.
 struct Case {
   Group group;
   std::size_t position;
@@ -35,11 +34,8 @@ Steps stepsOf(const Path& path);
 /// @param allocations what `allocationsOf` returned.
 std::vector<Case> casesOf(const Path& path, Group group, const std::vector<std::size_t>& allocations);
 
-/// The errors that each call is tried with, by its name: a choice of those that POSIX and Linux list for it, and EIO
-/// where a file system may report it.
-const std::vector<std::pair<std::string, std::vector<int>>>& errorsTried();
-
-/// The short name of an error, such as "EIO".
-std::string errorName(int error);
+/// Tells whether a case is one of those that every compiler and standard library has. How often memory is allocated
+/// differs, and so does whether a directory is opened by one call or by two.
+bool isCounted(const Path& path, const Case& tried);
 
 }  // namespace faults
