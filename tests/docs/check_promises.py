@@ -16,7 +16,7 @@ from pathlib import Path
 NATIVE_PLACES = [
     ("classloader/*.cpp", r"^\w.*\b{symbol}\(", "define it"),
     ("tests/contract/*.cpp", r"\b{symbol}\(", "assert its calls, raises and results"),
-    ("tests/faults/*.cpp", r"\b{symbol}\(", "list its paths"),
+    ("tests/faults/paths.cpp", r"call {method}\b", "list its paths"),
     ("tests/properties/play.cpp", r"\b{symbol}\(", "let it be played"),
     ("tests/properties/*_test.cpp", r"\b{method}\(|\bNative::k{Method}\b", "play it in small worlds"),
     ("tests/interleavings/*", r"\b{symbol}\b", "step it beside those it can meet, or say why it meets none"),
@@ -39,7 +39,6 @@ NEIGHBOUR_PLACES = [
     ("tests/symbols/plain_host.cpp", r"\b{last}[(;]", "declare it"),
     ("tests/symbols/plain_host.h", r"\b{name}[(;]", "define it"),
     ("tests/contract/*.cpp", r"\b{call}\b", "assert the call"),
-    ("tests/faults/*.cpp", r"\b{call}\b", "put it into the paths of the natives that call it"),
     ("tests/properties/world_text.cpp", r'"{name}"', "name it in worlds"),
     ("tests/properties/*_test.cpp", r"\bOperation::{operation}\b", "let it answer and fail in small worlds"),
     ("host_contract/checks/*.cpp", r"\b{last}\b", "check what a host could do wrong with it, or say what does"),
@@ -57,7 +56,7 @@ CALLS = {
 }
 
 # Where calls are played and traced; data is not called.
-CALLED_ONLY = ("tests/properties", "tests/faults", "tests/contract", "tracing/calls")
+CALLED_ONLY = ("tests/properties", "tests/contract", "tracing/calls")
 
 NUMBER_OF_NATIVES = re.compile(r"\b(eight|nine|ten|eleven|twelve)\s+(C\s+)?(natives|functions|exported)", re.I)
 

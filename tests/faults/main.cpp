@@ -1,46 +1,37 @@
-// Registers a test for each native, path and kind of fault, and one for the table of what comes of them.
+// Registers a test for each path, which tries every fault on it, and one for the table of what comes of them.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <utility>
-#include <vector>
 
-#include "matrix.h"
 #include "table.h"
-#include "temporary_folder.h"
 #include "trial.h"
 
 namespace faults {
 namespace {
 
-void tryAll(const Path& path, Group group, const std::string& command) {
-  for (const Case& tried : casesOf(path, group, allocationsOf(path))) {
-    SCOPED_TRACE(named(path, tried.fault) + "\nTo run it again: " + command);
-    tryFault(path, tried.fault);
-  }
-}
-
-/// Tries every fault of one kind on one path.
 class PathTest : public testing::Test {
  public:
-  PathTest(Path path, Group group) : path_(std::move(path)), group_(group) {}
+  explicit PathTest(Path path) : path_(std::move(path)) {}
 
   void TestBody() override {
     const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
     const std::string name = std::string(test.test_suite_name()) + '.' + test.name();
-    tryAll(path_, group_, program + " --gtest_filter='" + name + '\'');
+    const Course course = courseOf(path_);
+    for (const Fault& fault : faultsOf(path_, course)) {
+      SCOPED_TRACE(named(path_, course, fault) + "\nTo run it again: " + program + " --gtest_filter='" + name + '\'');
+      tryFault(path_, course, fault);
+    }
   }
 
   static inline std::string program;
 
  private:
   Path path_;
-  Group group_;
 };
 
 /// Compares the table of the page with what comes of every case.
@@ -55,7 +46,7 @@ class TableTest : public testing::Test {
   }
 };
 
-std::string testName(const Path& path, Group group) {
+std::string testName(const Path& path) {
   std::string name;
   for (const char byte : path.name) {
     if (std::isalnum(static_cast<unsigned char>(byte)) != 0) {
@@ -66,36 +57,14 @@ std::string testName(const Path& path, Group group) {
       name += '_';
     }
   }
-  return name + '/' + nameOf(group);
-}
-
-void registerTest(const Path& path, Group group) {
-  testing::RegisterTest(path.native->symbol.c_str(), testName(path, group).c_str(), nullptr, nullptr, __FILE__,
-                        __LINE__, [path, group]() -> testing::Test* { return new PathTest(path, group); });
-}
-
-/// Tells whether a path has anything that can fail so.
-bool meets(const Path& path, Group group) {
-  const Steps calls = stepsOf(path);
-  const auto has = [&calls](auto... kinds) {
-    return std::any_of(calls.begin(), calls.end(), [=](const Step& step) { return ((step.kind == kinds) || ...); });
-  };
-  using Kind = Step::Kind;
-  switch (group) {
-    case Group::allocations: return path.bridged || has(Kind::hostCall);
-    case Group::hostCalls: return has(Kind::hostCall);
-    case Group::lock: return has(Kind::lock);
-    case Group::systemCalls: return has(Kind::status, Kind::open, Kind::attach);
-    case Group::raises: break;
-  }
-  return path.native->exceptionClass || has(Kind::raise);
+  return name;
 }
 
 void registerTests() {
   for (const Path& path : everyPath()) {
-    for (const Group group : kEveryGroup) {
-      if (meets(path, group)) registerTest(path, group);
-    }
+    const std::string call = textOf(callOf(path));
+    testing::RegisterTest(call.substr(0, call.find(' ')).c_str(), testName(path).c_str(), nullptr, nullptr, __FILE__,
+                          __LINE__, [path]() -> testing::Test* { return new PathTest(path); });
   }
   testing::RegisterTest("Table", "SaysWhatComesOfEachFault", nullptr, nullptr, __FILE__, __LINE__,
                         []() -> testing::Test* { return new TableTest; });
@@ -107,9 +76,6 @@ void registerTests() {
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   faults::PathTest::program = std::filesystem::absolute(argv[0]).string();
-  const TemporaryFolder files;
-  faults::makeFiles(files);
-  std::filesystem::current_path(files.path());
   faults::registerTests();
   return RUN_ALL_TESTS();
 }

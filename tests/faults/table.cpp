@@ -1,15 +1,23 @@
 // Makes the table: a row for each native, in the words below, with the number of its cases.
 #include "table.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <set>
 #include <sstream>
-#include <utility>
+#include <string_view>
+#include <tuple>
 #include <vector>
 
-#include "matrix.h"
+#include "classloader/native_table.h"
+#include "fault.h"
+#include "trial.h"
 
 namespace faults {
+
+using model::Outcome;
+
 namespace {
 
 constexpr const char* kHead =
@@ -20,23 +28,20 @@ constexpr const char* kHead =
 using Words = std::set<std::string>;
 
 struct Row {
-  const Native* native = nullptr;
   Words exceptions;
   Words others;
   Words errors;
-  std::set<std::string> passesFrom;  // the calls whose exceptions pass where others are raised
+  Words passesFrom;  // the calls whose exceptions pass
+  Words results;     // after a raise
   std::size_t paths = 0;
   std::size_t cases = 0;
 };
 
 bool beginsWith(const std::string& line, const std::string& head) { return line.rfind(head, 0) == 0; }
 
-/// The raises among calls.
-std::vector<std::string> raisesIn(const std::vector<std::string>& calls) {
+std::vector<std::string> raisesIn(const Outcome& outcome) {
   std::vector<std::string> raises;
-  for (const std::string& call : calls) {
-    if (beginsWith(call, "Orva_raise(")) raises.push_back(call);
-  }
+  std::copy_if(outcome.calls.begin(), outcome.calls.end(), std::back_inserter(raises), isRaise);
   return raises;
 }
 
@@ -52,44 +57,41 @@ std::string messageOf(const std::string& raise) {
 }
 
 /// What came of a call that threw.
-std::string afterThrowing(const Outcome& outcome, Thrown object) {
-  if (beginsWith(outcome.ending, "throws")) return "passes";
-  const std::string raise = raisesIn(outcome.calls).back();
-  return "raises " + classOf(raise) + (object == Thrown::noException ? ": " + messageOf(raise) : "");
+std::string afterThrowing(const Outcome& outcome, bool isException) {
+  if (beginsWith(outcome.result, "throws")) return "passes";
+  const std::string raise = raisesIn(outcome).back();
+  return "raises " + classOf(raise) + (isException ? "" : ": " + messageOf(raise));
 }
 
 /// What came of an error; nothing where it makes no difference.
 Words afterError(const Outcome& outcome, const Outcome& usual) {
-  const std::vector<std::string> raises = raisesIn(outcome.calls);
-  if (!raises.empty() && raises != raisesIn(usual.calls)) return {"raises " + classOf(raises.back())};
+  const std::vector<std::string> raises = raisesIn(outcome);
+  if (!raises.empty() && raises != raisesIn(usual)) return {"raises " + classOf(raises.back())};
   const auto loads = [](const Outcome& of) {
-    std::size_t count = 0;
-    for (const std::string& call : of.calls) count += beginsWith(call, "Compiler::ensureSource") ? 1 : 0;
-    return count;
+    return std::count_if(of.calls.begin(), of.calls.end(),
+                         [](const std::string& call) { return beginsWith(call, "Compiler::ensureSource"); });
   };
   return loads(outcome) < loads(usual) ? Words{"loads fewer files"} : Words();
 }
 
-void addCase(Row& row, const Path& path, const Case& tried) {
-  const Outcome outcome = foretell(path, path.usual, tried.fault);
-  if (tried.group == Group::lock || tried.group == Group::systemCalls) {
-    row.errors.merge(afterError(outcome, foretell(path, path.usual, Fault())));
-  }
-  if (tried.group != Group::hostCalls) return;
-  const std::string words = afterThrowing(outcome, tried.fault.object);
-  (tried.fault.object == Thrown::noException ? row.others : row.exceptions).insert(words);
-  const std::string line = stepsOf(path)[tried.position].line;
-  if (words == "passes" && tried.fault.object != Thrown::noException)
-    row.passesFrom.insert(line.substr(0, line.find('(')));
+void addThrown(Row& row, const std::string& call, const Fault& fault, const Outcome& outcome) {
+  const bool isException = fault.thrown.ending == model::Ending::kThrowsException;
+  const std::string words = afterThrowing(outcome, isException);
+  (isException ? row.exceptions : row.others).insert(words);
+  if (isException && words == "passes") row.passesFrom.insert(call.substr(0, call.find('(')));
 }
 
 void addPath(Row& row, const Path& path) {
+  const Course course = courseOf(path);
+  const Outcome usual = foretell(path, course, Fault()).outcome;
   ++row.paths;
-  for (const Group group : {Group::hostCalls, Group::lock, Group::systemCalls, Group::raises}) {
-    for (const Case& tried : casesOf(path, group, {})) {
-      addCase(row, path, tried);
-      row.cases += isCounted(path, tried) ? 1 : 0;
-    }
+  for (const Fault& fault : faultsOf(path, course)) {
+    row.cases += isCounted(course, fault) ? 1 : 0;
+    const Outcome outcome = foretell(path, course, fault).outcome;
+    if (!raisesIn(outcome).empty() && !beginsWith(outcome.result, "throws")) row.results.insert(outcome.result);
+    if (fault.raise) continue;
+    if (fault.kind == Fault::Kind::thrown) addThrown(row, course.calls[fault.position], fault, outcome);
+    if (fault.kind == Fault::Kind::error) row.errors.merge(afterError(outcome, usual));
   }
 }
 
@@ -113,30 +115,27 @@ std::string withCommas(std::size_t number) {
   return digits;
 }
 
-std::vector<Row> rows() {
-  std::vector<Row> all;
-  for (const Path& path : everyPath()) {
-    if (all.empty() || all.back().native != path.native) {
-      all.emplace_back();
-      all.back().native = path.native;
-    }
-    addPath(all.back(), path);
-  }
-  return all;
+std::vector<std::string_view> symbols() {
+  return std::apply([](const auto&... native) { return std::vector<std::string_view>{native.symbol...}; },
+                    orva::natives);
 }
 
 }  // namespace
 
 std::string failureTable() {
+  std::vector<Row> rows(model::kNatives);
+  for (const Path& path : everyPath()) addPath(rows.at(static_cast<std::size_t>(callOf(path).native)), path);
+  const std::vector<std::string_view> names = symbols();
   std::ostringstream text;
   std::size_t paths = 0;
   std::size_t cases = 0;
   text << kHead;
-  for (const Row& row : rows()) {
+  for (std::size_t index = 0; index < rows.size(); ++index) {
+    const Row& row = rows[index];
     paths += row.paths;
     cases += row.cases;
-    text << "| `" << row.native->symbol << "` | " << exceptionsOf(row) << " | " << joined(row.others, " or ") << " | "
-         << joined(row.errors, ", or ") << " | " << row.native->failureValue << " | " << row.paths << " | "
+    text << "| `" << names.at(index) << "` | " << exceptionsOf(row) << " | " << joined(row.others, " or ") << " | "
+         << joined(row.errors, ", or ") << " | " << joined(row.results, " or ") << " | " << row.paths << " | "
          << withCommas(row.cases) << " |\n";
   }
   text << "\nThese are " << withCommas(cases) << " cases on " << paths << " paths.\n";

@@ -3,51 +3,28 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdint>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
-#include <filesystem>
-#include <map>
-#include <new>
-#include <system_error>
-#include <utility>
+#include <functional>
 
+#include "agreement.h"
 #include "allocations.h"
 #include "hosts_turn.h"
-#include "system_calls.h"
-
-namespace fs = std::filesystem;
+#include "log.h"
+#include "model.h"
+#include "play.h"
+#include "scripted_host.h"
 
 namespace faults {
 
-using scripted::host;
+using model::Outcome;
+using model::World;
 using scripted::HostsTurn;
-using Lines = std::vector<std::string>;
-
-namespace {
-
-constexpr int kEndedAsForetold = 42;
-constexpr int kLostDirectory = 43;
-
-/// Numbers that a child process hands to its parent.
-struct Shared {
-  std::size_t count;
-  std::array<std::uint16_t, 4096> numbers;
-};
-
-Shared& shared() {
-  static void* const memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  return *static_cast<Shared*>(memory);
-}
-
-void share(std::size_t number) { shared().numbers.at(shared().count++) = static_cast<std::uint16_t>(number); }
 
 int openDescriptors() {
   constexpr int kMost = 256;
@@ -56,300 +33,186 @@ int openDescriptors() {
   return open;
 }
 
-/// What a raise found when it was made.
-struct AtRaise {
-  long contextHolders;
-  std::size_t blocks;
-};
+namespace {
 
-/// One call of a path's native, with a fault.
+constexpr int kEndedAsForetold = 42;
+const std::string kAllocation = "allocation";
+
+/// One call of a native, with a fault.
 class Trial {
  public:
-  Trial(const Path& path, const Fault& fault) : path_(path), fault_(fault) {}
+  explicit Trial(const Fault& fault) : fault_(fault) {}
 
-  /// Makes the call and describes how it ended.
-  std::string run();
+  /// Makes the call. Everything that was thrown is gone when this returns.
+  Outcome run(World world, const model::Call& call);
 
-  /// Compares what was seen with what was foretold.
-  void expect(const Outcome& foretold, const std::string& ending) const;
-
-  const Lines& calls() const { return calls_; }
+  /// Tells whether the calls begin with those that a course makes before the fault.
+  bool beganAs(const Course& course) const;
 
   /// Tells whether an allocation was refused.
   bool hasFailed() const { return failed_; }
 
- private:
-  int onCall(const std::string& line);
-  bool failsAllocation();
-  void arrange();
-  std::string call();
-  void expectLists() const;
+  std::size_t calls() const { return calls_.size(); }
 
-  const Path& path_;
+ private:
+  int onCall(const std::string& call);
+  bool failsAllocation();
+  bool isUsual() const { return fault_.kind == Fault::Kind::none && !fault_.raise; }
+  void expectNothingHeldAtRaise();
+  int lostDescriptors() const { return failed_ && fault_.iterator == IteratorFailure::losesDirectory ? 1 : 0; }
+
   const Fault& fault_;
-  Arranged arranged_;
-  std::vector<std::vector<std::optional<std::string>>> lists_;
   const allocations::Watch* watch_ = nullptr;
-  Lines calls_;
-  std::vector<AtRaise> raises_;
+  std::vector<std::string> calls_;
   std::size_t allocated_ = 0;
+  std::size_t raises_ = 0;
   bool failed_ = false;
-  std::size_t held_ = 0;
-  int opened_ = 0;
+  int openAtFirst_ = 0;
 };
 
-/// Records a call, and lets it fail when it is the one; returns the error that it fails with.
-int Trial::onCall(const std::string& line) {
-  const bool hit = calls_.size() == fault_.position;
-  calls_.push_back(line);
-  if (step(line).kind == Step::Kind::raise) {
-    raises_.push_back({host().activeContext.use_count(), watch_->held()});
-    const int number = static_cast<int>(raises_.size());
-    if (fault_.raise && (fault_.raise->forGood || number == 1)) throwObject(fault_.raise->object, number);
-  }
-  if (!hit) return 0;
-  if (fault_.kind == Fault::Kind::thrown) throwObject(fault_.object, 0);
-  return fault_.kind == Fault::Kind::error ? fault_.error : 0;
+int Trial::onCall(const std::string& call) {
+  if (calls_.empty()) openAtFirst_ = openDescriptors();
+  const bool fails = calls_.size() == fault_.position && fault_.kind == Fault::Kind::error && isSystemCall(call);
+  calls_.push_back(call);
+  if (isUsual()) log::write(call);
+  if (isRaise(call)) expectNothingHeldAtRaise();
+  return fails ? fault_.error : 0;
+}
+
+/// What the native built is gone once something was thrown; its own raise may still hold the message.
+void Trial::expectNothingHeldAtRaise() {
+  EXPECT_EQ(lostDescriptors(), openDescriptors() - openAtFirst_) << "a raise finds descriptors open";
+  const bool hasThrown =
+      failed_ || raises_ > 0 || (fault_.kind == Fault::Kind::thrown && calls_.size() > fault_.position + 1);
+  ++raises_;
+  EXPECT_EQ(0U, hasThrown ? watch_->held() : 0) << "a raise finds blocks of memory held";
 }
 
 bool Trial::failsAllocation() {
   const std::size_t number = allocated_++;
-  if (fault_.kind == Fault::Kind::none) share(calls_.size());
+  if (isUsual()) log::write(kAllocation);
   if (fault_.kind != Fault::Kind::allocation) return false;
   const bool fails = number == fault_.number || (fault_.forGood && number > fault_.number);
   failed_ = failed_ || fails;
   return fails;
 }
 
-void Trial::arrange() {
-  scripted::reset();
-  system_calls::reset();
-  system_calls::sortEntries();
-  if (path_.typesHidden) system_calls::hideEntryTypes();
-  arranged_ = path_.arrange();
-  for (void* list : arranged_.lists) lists_.push_back(host().findList(list)->elements);
-  host().onCall = [this](const std::string& line) {
-    if (const int error = onCall(line)) host().lockMutex.next(scripted::returns(error));
-  };
-  system_calls::onEachCall([this](const std::string& line) { return onCall(line); });
-}
-
-/// Makes the call; all that was thrown is gone when this returns.
-std::string Trial::call() {
-  intptr_t result = 0;
-  try {
-    result = arranged_.call();
-  } catch (...) {
-    const HostsTurn turn;
-    return "throws " + caught();
-  }
+Outcome Trial::run(World world, const model::Call& call) {
   const HostsTurn turn;
-  return returned(result);
-}
-
-std::string Trial::run() {
-  arrange();
-  shared().count = 0;
   const int before = openDescriptors();
   const allocations::Watch watch([this] { return failsAllocation(); });
   watch_ = &watch;
-  std::string ending = call();
-  held_ = watch.held();
-  opened_ = openDescriptors() - before;
-  const HostsTurn turn;
-  system_calls::reset();
-  host().onCall = nullptr;
-  host().takeCalls();
-  return ending;
+  Outcome outcome = model::observed(world, call, [this](const std::string& made) { return onCall(made); });
+  EXPECT_EQ(0U, watch.held()) << "blocks of memory are still held";
+  EXPECT_EQ(lostDescriptors(), openDescriptors() - before) << "descriptors are still open, or more were closed";
+  return outcome;
 }
 
-void Trial::expectLists() const {
-  for (std::size_t index = 0; index < lists_.size(); ++index) {
-    EXPECT_EQ(lists_[index], host().findList(arranged_.lists[index])->elements) << "a list was changed";
+bool Trial::beganAs(const Course& course) const {
+  const std::size_t count = std::min(fault_.position, course.calls.size());
+  return calls_.size() >= count &&
+         std::equal(calls_.begin(), calls_.begin() + static_cast<std::ptrdiff_t>(count), course.calls.begin());
+}
+
+/// Shortens the long lines of a text.
+std::string shortened(const std::string& text) {
+  constexpr std::size_t kHead = 160;
+  std::string shown;
+  for (std::size_t start = 0; start < text.size();) {
+    const std::size_t end = std::min(text.find('\n', start), text.size());
+    shown += text.substr(start, std::min(end - start, kHead)) + (end - start > kHead ? "…\n" : "\n");
+    start = end + 1;
+  }
+  return shown;
+}
+
+void expectSame(const Outcome& expectation, const Outcome& observation) {
+  EXPECT_TRUE(expectation == observation) << "expected:\n"
+                                          << shortened(textOf(expectation)) << "observed:\n"
+                                          << shortened(textOf(observation));
+}
+
+/// Runs something in a process of its own when the library remembers what it did.
+void whereItIsForgotten(const Path& path, const std::function<void()>& run) {
+  if (callOf(path).native == model::Native::kGetSystem) return scripted::inOwnProcess(run);
+  run();
+}
+
+/// Makes the calls before the one that is tried.
+void playHistory(const Path& path) {
+  World world = path.story.world;
+  for (const model::Call& call : path.story.calls) {
+    if (&call != &callOf(path)) model::observed(world, call);
   }
 }
 
-Lines shortenedAll(const Lines& lines) {
-  Lines all;
-  for (const std::string& line : lines) all.push_back(shortened(line));
-  return all;
-}
-
-void Trial::expect(const Outcome& foretold, const std::string& ending) const {
-  EXPECT_TRUE(foretold.calls == calls_)
-      << scripted::sameCalls(shortenedAll(foretold.calls), shortenedAll(calls_)).message();
-  EXPECT_TRUE(foretold.ending == ending) << "expected that the call " << shortened(foretold.ending) << "\nbut it "
-                                         << shortened(ending);
-  const bool again = foretold.code.rfind("again", 0) == 0;
-  EXPECT_EQ(again, raises_.size() == 2) << "the code is \"" << foretold.code << "\" after " << raises_.size()
-                                        << " raises";
-  EXPECT_EQ(0U, held_) << "blocks of memory are still held";
-  EXPECT_EQ(foretold.losesDirectory ? 1 : 0, opened_) << "descriptors were opened and not closed, or more were closed";
-  for (const std::string& wrong : host().leftovers()) ADD_FAILURE() << wrong;
-  expectLists();
-  for (const int number : foretold.cleanRaises) {
-    if (static_cast<std::size_t>(number) > raises_.size()) continue;
-    const AtRaise& found = raises_[static_cast<std::size_t>(number) - 1];
-    EXPECT_EQ(1, found.contextHolders) << "raise " << number << " was made with a context still held";
-    EXPECT_EQ(0U, found.blocks) << "raise " << number << " was made with blocks of memory still held";
-  }
-}
-
-/// Runs a path without a fault and expects this course of it.
-void expectCourse(const Path& path, const Course& course) {
+void expectCourse(const World& world, const model::Call& call) {
+  log::clear();
+  World ofRules = world;
   const Fault none;
-  Trial trial(path, none);
-  const std::string ending = trial.run();
-  trial.expect(foretell(path, course, none), ending);
+  const Outcome observation = Trial(none).run(world, call);
+  expectSame(model::expected(ofRules, call), observation);
 }
 
-// What the handler below compares with, in a child whose end is foretold.
+// What the handler below looks at, in a child whose end is foretold.
 const Trial* endingTrial = nullptr;
-const Lines* callsBeforeTheEnd = nullptr;
+const Course* endingCourse = nullptr;
+std::size_t callsBeforeTheEnd = 0;
 
 [[noreturn]] void endAsForetold() {
   const HostsTurn turn;
-  if (!endingTrial->hasFailed()) std::fputs("the process was given up, and no allocation had failed\n", stderr);
-  const auto same = scripted::sameCalls(*callsBeforeTheEnd, endingTrial->calls());
-  if (!same) std::fputs(same.message(), stderr);
-  _exit(endingTrial->hasFailed() && same ? kEndedAsForetold : EXIT_FAILURE);
+  const bool asForetold =
+      endingTrial->hasFailed() && endingTrial->beganAs(*endingCourse) && endingTrial->calls() == callsBeforeTheEnd;
+  if (!asForetold) std::fputs("the process was given up at another place\n", stderr);
+  _exit(asForetold ? kEndedAsForetold : EXIT_FAILURE);
 }
 
-void tryEnding(const Path& path, const Fault& fault, const Outcome& foretold) {
+void tryEnding(const Path& path, const Course& course, const Fault& fault) {
   const int status = scripted::statusOfOwnProcess([&] {
-    Trial trial(path, fault);
+    Trial trial(fault);
     endingTrial = &trial;
-    callsBeforeTheEnd = &foretold.calls;
+    endingCourse = &course;
+    callsBeforeTheEnd = fault.position;
     std::set_terminate(endAsForetold);
-    std::fprintf(stderr, "expected that the process ends; but the call %s\n", trial.run().c_str());
+    trial.run(worldBefore(path), callOf(path));
+    std::fputs("expected that the process ends; but the call returned\n", stderr);
   });
   EXPECT_EQ(kEndedAsForetold, WIFEXITED(status) ? WEXITSTATUS(status) : -1) << "the process did not end as foretold";
 }
 
 }  // namespace
 
-std::string shortened(const std::string& line) {
-  constexpr std::size_t kHead = 160;
-  constexpr std::size_t kTail = 40;
-  if (line.size() <= 2 * kHead) return line;
-  return line.substr(0, kHead) + "…(" + std::to_string(line.size()) + " bytes)…" + line.substr(line.size() - kTail);
-}
-
-static std::string quoted(Thrown object) {
-  switch (object) {
-    case Thrown::message: return "an exception with a message";
-    case Thrown::emptyMessage: return "an exception with an empty message";
-    case Thrown::longMessage: return "an exception with a message of 100,000 bytes";
-    case Thrown::noException: break;
-  }
-  return "an int";
-}
-
-static std::string namedFailure(const Fault& fault) {
-  const std::string place = ", after " + std::to_string(fault.position) + " calls";
-  switch (fault.kind) {
-    case Fault::Kind::allocation:
-      return "allocation " + std::to_string(fault.number) + place + ", fails " + (fault.forGood ? "for good" : "once");
-    case Fault::Kind::thrown: return "the call" + place + ", throws " + quoted(fault.object);
-    case Fault::Kind::error: return "the call" + place + ", fails with: " + std::strerror(fault.error);
-    case Fault::Kind::none: break;
-  }
-  return "nothing fails";
-}
-
-std::string named(const Path& path, const Fault& fault) {
-  std::string name = path.native->symbol + ", " + path.name + ": " + namedFailure(fault);
-  if (!fault.raise) return name;
-  return name + "; Orva_raise throws " + quoted(fault.raise->object) + (fault.raise->forGood ? " always" : " once");
-}
-
-std::vector<std::size_t> allocationsOf(const Path& path) {
-  const auto run = [&path] {
-    if (path.history) path.history();
-    expectCourse(path, path.usual);
-  };
-  if (path.nextCall) {
-    scripted::inOwnProcess(run);
-  } else {
-    run();
-  }
-  return {shared().numbers.data(), shared().numbers.data() + shared().count};
-}
-
-void tryFault(const Path& path, const Fault& fault) {
-  const Outcome foretold = foretell(path, path.usual, fault);
-  if (foretold.endsProcess) return tryEnding(path, fault, foretold);
-  const auto run = [&] {
-    if (path.history) path.history();
-    Trial trial(path, fault);
-    const std::string ending = trial.run();
-    trial.expect(foretold, ending);
-    expectCourse(path, path.nextCall ? path.nextCall(foretold.completed, foretold.result) : path.usual);
-  };
-  if (path.nextCall) {
-    scripted::inOwnProcess(run);
-  } else {
-    run();
-  }
-}
-
-/// Lists a folder with the standard library alone.
-static void list(const std::string& folder) {
-  std::error_code error;
-  fs::directory_iterator entry(folder, fs::directory_options::skip_permission_denied, error);
-  while (!error && entry != fs::directory_iterator()) entry.increment(error);
-}
-
-/// Lists a folder with an allocation failing, and shares after how many readings each allocation was made.
-static void listUntil(const std::string& folder, bool typesHidden, std::size_t failing) {
-  std::size_t readings = 0;
-  std::size_t number = 0;
-  const system_calls::Scope scope;
-  system_calls::sortEntries();
-  if (typesHidden) system_calls::hideEntryTypes();
-  system_calls::onEachCall([&readings](const std::string& call) {
-    if (call == "readdir()") ++readings;
-    return 0;
+Course courseOf(const Path& path) {
+  whereItIsForgotten(path, [&path] {
+    playHistory(path);
+    expectCourse(worldBefore(path), callOf(path));
   });
-  const allocations::Watch watch([&] {
-    share(readings);
-    return number++ == failing;
-  });
-  try {
-    list(folder);
-  } catch (const std::bad_alloc&) {
-    // It may as well be thrown.
+  Course course;
+  for (const std::string& line : log::lines()) {
+    if (line == kAllocation) {
+      course.allocations.push_back(course.calls.size());
+    } else {
+      course.calls.push_back(line);
+    }
   }
+  return course;
 }
 
-static IteratorFailure failureOf(const std::string& folder, bool typesHidden, std::size_t allocation) {
-  const int status = scripted::statusOfOwnProcess([&] {
-    std::set_terminate([] { _exit(kEndedAsForetold); });
-    const int before = openDescriptors();
-    listUntil(folder, typesHidden, allocation);
-    if (openDescriptors() != before) _exit(kLostDirectory);
+void tryFault(const Path& path, const Course& course, const Fault& fault) {
+  if (fault.iterator == IteratorFailure::endsProcess) return tryEnding(path, course, fault);
+  whereItIsForgotten(path, [&] {
+    playHistory(path);
+    Trial trial(fault);
+    const Outcome observation = trial.run(worldWith(path, course, fault), callOf(path));
+    const Foretold foretold = foretell(path, course, fault);
+    EXPECT_TRUE(trial.beganAs(course)) << "the calls before the fault are others than without it";
+    expectSame(foretold.outcome, observation);
+    // The next host is a fresh one; what stays is what the library itself remembers.
+    World next = worldBefore(path);
+    next.systemClassLoader = foretold.after.systemClassLoader;
+    next.metadataLoaded = foretold.after.metadataLoaded;
+    expectCourse(next, callOf(path));
   });
-  switch (WIFEXITED(status) ? WEXITSTATUS(status) : -1) {
-    case EXIT_SUCCESS: return IteratorFailure::throws;
-    case kLostDirectory: return IteratorFailure::losesDirectory;
-    case kEndedAsForetold: return IteratorFailure::endsProcess;
-    default: ADD_FAILURE() << "listing " << folder << " ended with status " << status;
-  }
-  return IteratorFailure::throws;
-}
-
-std::vector<std::vector<IteratorFailure>> iteratorFailures(const std::string& folder, bool typesHidden) {
-  static std::map<std::pair<std::string, bool>, std::vector<std::vector<IteratorFailure>>> known;
-  auto& failures = known[{folder, typesHidden}];
-  if (!failures.empty()) return failures;
-  shared().count = 0;
-  listUntil(folder, typesHidden, SIZE_MAX);
-  const std::vector<std::size_t> readings(shared().numbers.data(), shared().numbers.data() + shared().count);
-  for (std::size_t number = 0; number < readings.size(); ++number) {
-    if (failures.size() <= readings[number]) failures.resize(readings[number] + 1);
-    failures[readings[number]].push_back(failureOf(folder, typesHidden, number));
-  }
-  return failures;
 }
 
 }  // namespace faults

@@ -22,10 +22,6 @@ class InPlay {
 
 const Story* storyInPlay() { return inPlay; }
 
-static bool isSame(const Outcome& one, const Outcome& other) {
-  return one.calls == other.calls && one.result == other.result && one.ownPointer == other.ownPointer;
-}
-
 /// A line of the record, with the bytes that a terminal would not show in the form of `quoted`.
 static std::string printable(const std::string& line) {
   std::string shown;
@@ -37,7 +33,7 @@ static std::string printable(const std::string& line) {
   return shown;
 }
 
-static std::string textOf(const Outcome& outcome) {
+std::string textOf(const Outcome& outcome) {
   std::string text;
   for (const std::string& call : outcome.calls) text += "  " + printable(call) + '\n';
   text += "  result: " + printable(outcome.result) + '\n';
@@ -60,7 +56,7 @@ std::string disagreement(const Story& story) {
   for (const Call& call : story.calls) {
     const Outcome expectation = expected(ofRules, call);
     const Outcome observation = observed(ofLibrary, call);
-    if (!isSame(expectation, observation)) return report(story, call, textOf(expectation), textOf(observation));
+    if (!(expectation == observation)) return report(story, call, textOf(expectation), textOf(observation));
   }
   return "";
 }

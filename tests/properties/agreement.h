@@ -12,6 +12,9 @@ namespace model {
 ///         each did, and the command that plays the story again.
 std::string disagreement(const Story& story);
 
+/// What a call did, a line for each thing.
+std::string textOf(const Outcome& outcome);
+
 /// The story that `disagreement` plays right now; null when it plays none.
 const Story* storyInPlay();
 

@@ -60,7 +60,8 @@ std::string inBraces(const std::vector<std::string>& texts) {
 
 class Rules {
  public:
-  Rules(World& world, Outcome& outcome) : world_(world), outcome_(outcome) {}
+  Rules(World& world, Outcome& outcome, std::optional<std::size_t> callsWithMemory)
+      : world_(world), outcome_(outcome), callsWithMemory_(callsWithMemory) {}
 
   std::string resultOf(const Call& call) {
     switch (call.native) {
@@ -84,7 +85,13 @@ class Rules {
     outcome_.calls.push_back(nameOf(operation) + ('(' + arguments + ')'));
     const Answer answer = take(world_, operation);
     if (answer.ending != Ending::kReturns) throw Thrown{answer.ending == Ending::kThrowsException, answer.text};
+    allocate();
     return answer;
+  }
+
+  /// Whatever is allocated between the last call and the next one.
+  void allocate() const {
+    if (callsWithMemory_ == outcome_.calls.size()) fail(standard_library::outOfMemory());
   }
 
   void raise(const std::string& exceptionClass, const std::string& message) {
@@ -116,6 +123,7 @@ class Rules {
   bool succeeds(const std::string& exceptionClass, const Text& otherText, const Work& work) {
     std::string message;
     try {
+      allocate();
       work();
       return true;
     } catch (const Thrown& thrown) {
@@ -216,6 +224,7 @@ class Rules {
     if (world_.lockError != 0) fail(standard_library::lockFailure(world_.lockError));
     const bool found = isInTable(name);
     outcome_.calls.push_back("unlock(gReflectionMutex)");
+    allocate();
     if (found) return;
     Context context = activeContext();
     const Answer answer = ask(Operation::kMaterialize, inQuotes(name) + ", \"\", \"\", " + nameOf(context));
@@ -381,16 +390,22 @@ class Rules {
 
   World& world_;
   Outcome& outcome_;
+  std::optional<std::size_t> callsWithMemory_;
 };
+
+std::string resultOf(const Thrown& thrown) {
+  if (thrown.isException) return "throws the exception " + inQuotes(thrown.text);
+  return "throws the other object" + (thrown.text.empty() ? "" : ' ' + inQuotes(thrown.text));
+}
 
 }  // namespace
 
-Outcome expected(World& world, const Call& call) {
+Outcome expected(World& world, const Call& call, std::optional<std::size_t> callsWithMemory) {
   Outcome outcome;
   try {
-    outcome.result = Rules(world, outcome).resultOf(call);
+    outcome.result = Rules(world, outcome, callsWithMemory).resultOf(call);
   } catch (const Thrown& thrown) {
-    outcome.result = thrown.isException ? "throws the exception " + inQuotes(thrown.text) : "throws the other object";
+    outcome.result = resultOf(thrown);
   }
   return outcome;
 }

@@ -6,6 +6,7 @@
 namespace model {
 
 /// What a call is expected to do in a world; changes the world as the call does.
-Outcome expected(World& world, const Call& call);
+/// @param callsWithMemory once it has made so many calls into the host, its next allocation fails.
+Outcome expected(World& world, const Call& call, std::optional<std::size_t> callsWithMemory = std::nullopt);
 
 }  // namespace model

@@ -19,7 +19,9 @@ namespace {
 static_assert(kObjects <= scripted::kTokens);
 
 /// What an operation throws that is no `std::exception`.
-struct OtherObject {};
+struct OtherObject {
+  std::string text;
+};
 
 /// One play: the world's answers behind the scripted host's operations.
 class Play {
@@ -52,7 +54,7 @@ class Play {
     Answer given = take(world_, operation);
     if (!given.records.empty()) fillTable();
     if (given.ending == Ending::kThrowsException) throw scripted::CustomFailure(given.text);
-    if (given.ending == Ending::kThrowsOther) throw OtherObject();
+    if (given.ending == Ending::kThrowsOther) throw OtherObject{given.text};
     return given;
   }
 
@@ -167,47 +169,47 @@ std::string objectText(const void* handle) {
 
 const char* pointerTo(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
 
-std::string resultOfAddingRoot(const World& world, const char* root) {
-  const InFilesOf files(world);
-  return std::to_string(orva_ClassLoader_addSourceRoot(root));
+template <typename Work>
+auto inLibrarysTurn(const Work& work) {
+  const scripted::LibrarysTurn turn;
+  return work();
 }
 
-std::string resultOfLoadingPackage(const World& world, const char* package) {
-  const InFilesOf files(world);
-  const system_calls::Scope errors;
-  if (world.openingError != 0) system_calls::failOpeningDirectory(world.openingError);
-  if (world.readingsUntilError != 0) system_calls::failReadingDirectory(world.readingsUntilError, world.readingError);
-  if (world.typesHidden) system_calls::hideEntryTypes();
-  orva_SystemClassLoader_loadPackageTypes(scripted::token(0), package);
-  return "nothing";
-}
-
-std::string resultOf(const World& world, const Call& call, Play& play) {
+std::string resultOf(const Call& call, Play& play) {
   const char* const name = pointerTo(call.name);
+  const char* const sourceFile = pointerTo(call.sourceFile);
   void* const files = play.listOf("files", call.files);
   void* const identities = play.listOf("identities", call.identities);
+  const auto object = [](const auto& native) { return objectText(inLibrarysTurn(native)); };
+  const auto number = [](const auto& native) { return std::to_string(inLibrarysTurn(native)); };
+  const auto nothing = [](const auto& native) {
+    inLibrarysTurn(native);
+    return std::string("nothing");
+  };
   switch (call.native) {
-    case Native::kObjectAbiVersion: return std::to_string(orva_ClassLoader_objectAbiVersion());
-    case Native::kGetSystem: return objectText(orva_ClassLoader_getSystem());
-    case Native::kGetTypeByName: return objectText(orva_ClassLoader_getTypeByName(name));
-    case Native::kAddSourceRoot: return resultOfAddingRoot(world, name);
-    case Native::kPrecompileSources: orva_ClassLoader_precompileSources(files); return "nothing";
-    case Native::kLoadSourceClass:
-      return objectText(orva_ClassLoader_loadSourceClass(pointerTo(call.sourceFile), name));
-    case Native::kLoadObjectBundle: return objectText(orva_ClassLoader_loadObjectBundle(files, identities, name));
-    case Native::kLoadClass: return objectText(orva_SystemClassLoader_loadClass(scripted::token(0), name));
+    case Native::kObjectAbiVersion: return number([] { return orva_ClassLoader_objectAbiVersion(); });
+    case Native::kGetSystem: return object([] { return orva_ClassLoader_getSystem(); });
+    case Native::kGetTypeByName: return object([=] { return orva_ClassLoader_getTypeByName(name); });
+    case Native::kAddSourceRoot: return number([=] { return orva_ClassLoader_addSourceRoot(name); });
+    case Native::kPrecompileSources: return nothing([=] { orva_ClassLoader_precompileSources(files); });
+    case Native::kLoadSourceClass: return object([=] { return orva_ClassLoader_loadSourceClass(sourceFile, name); });
+    case Native::kLoadObjectBundle:
+      return object([=] { return orva_ClassLoader_loadObjectBundle(files, identities, name); });
+    case Native::kLoadClass: return object([=] { return orva_SystemClassLoader_loadClass(scripted::token(0), name); });
     case Native::kLoadPackageTypes: break;
   }
-  return resultOfLoadingPackage(world, name);
+  return nothing([=] { orva_SystemClassLoader_loadPackageTypes(scripted::token(0), name); });
 }
 
-std::string resultOrThrown(World& world, const Call& call, Play& play) {
+std::string resultOrThrown(const Call& call, Play& play) {
   try {
-    return resultOf(world, call, play);
+    return resultOf(call, play);
   } catch (const scripted::CustomFailure& failure) {
     return "throws the exception \"" + std::string(failure.what()) + '"';
-  } catch (const OtherObject&) {
-    return "throws the other object";
+  } catch (const std::bad_alloc& failure) {
+    return "throws the exception \"" + std::string(failure.what()) + '"';
+  } catch (const OtherObject& other) {
+    return "throws the other object" + (other.text.empty() ? "" : " \"" + other.text + '"');
   } catch (const std::exception& failure) {
     return std::string("throws another exception: ") + failure.what();
   }
@@ -220,16 +222,34 @@ bool looksUp(const std::vector<std::string>& calls) {
   return false;
 }
 
+bool readsFiles(Native native) { return native == Native::kAddSourceRoot || native == Native::kLoadPackageTypes; }
+
+/// Lets the system report errors as the world says.
+void scriptSystem(const World& world, const std::function<int(const std::string&)>& onCall) {
+  if (world.openingError != 0) system_calls::failOpeningDirectory(world.openingError);
+  if (world.readingsUntilError != 0) system_calls::failReadingDirectory(world.readingsUntilError, world.readingError);
+  if (world.typesHidden) system_calls::hideEntryTypes();
+  if (!onCall) return;
+  system_calls::sortEntries();
+  system_calls::onEachCall(onCall);
+  scripted::host().onCall = [&onCall](const std::string& line) { onCall(line); };
+}
+
 }  // namespace
 
-Outcome observed(World& world, const Call& call) {
+Outcome observed(World& world, const Call& call, const std::function<int(const std::string&)>& onCall) {
+  const scripted::HostsTurn turn;
   testing::TestPartResultArray complaints;
   Outcome outcome;
   {
     const testing::ScopedFakeTestPartResultReporter reporter(
         testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &complaints);
     Play play(world);
-    outcome.result = resultOrThrown(world, call, play);
+    std::optional<InFilesOf> files;
+    if (readsFiles(call.native)) files.emplace(world);
+    const system_calls::Scope system;
+    scriptSystem(world, onCall);
+    outcome.result = resultOrThrown(call, play);
     outcome.calls = scripted::host().takeCalls();
     for (const std::string& wrong : scripted::host().leftovers()) outcome.calls.push_back("complaint: " + wrong);
     outcome.ownPointer = looksUp(outcome.calls) && scripted::host().lastTypeNamePointer == pointerTo(call.name);

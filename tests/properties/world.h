@@ -74,7 +74,7 @@ enum class Ending { kReturns, kThrowsException, kThrowsOther };
 struct Answer {
   Ending ending = Ending::kReturns;
   int64_t number = 1;
-  std::string text;  // of the exception, when it throws one
+  std::string text;  // of the object, when it throws one
   std::vector<Entry> entries;
   std::vector<Record> records;
 };
@@ -136,6 +136,10 @@ struct Outcome {
   std::string result;              // what it returned or let through
   bool ownPointer = false;         // whether the last type lookup got the caller's own pointer
 };
+
+inline bool operator==(const Outcome& one, const Outcome& other) {
+  return one.calls == other.calls && one.result == other.result && one.ownPointer == other.ownPointer;
+}
 
 inline std::vector<Answer>& answersOf(World& world, Operation operation) {
   return world.answers[static_cast<std::size_t>(operation)];

@@ -14,7 +14,20 @@ class HostsTurn {
   static bool isNow() { return nested_ > 0; }
 
  private:
+  friend class LibrarysTurn;
   static inline thread_local int nested_ = 0;
+};
+
+/// While one lives, it is the library's turn again.
+class LibrarysTurn {
+ public:
+  LibrarysTurn() { HostsTurn::nested_ = 0; }
+  ~LibrarysTurn() { HostsTurn::nested_ = outside_; }
+  LibrarysTurn(const LibrarysTurn&) = delete;
+  LibrarysTurn& operator=(const LibrarysTurn&) = delete;
+
+ private:
+  const int outside_ = HostsTurn::nested_;
 };
 
 }  // namespace scripted

@@ -1,6 +1,7 @@
 // Texts of the standard library's own exceptions, which differ from one library to another.
 #pragma once
 
+#include <new>
 #include <string>
 #include <system_error>
 
@@ -24,5 +25,8 @@ inline std::string impossibleReservation() {
   return "vector::reserve";
 #endif
 }
+
+/// What a `std::bad_alloc` says.
+inline std::string outOfMemory() { return std::bad_alloc().what(); }
 
 }  // namespace standard_library
