@@ -1,24 +1,84 @@
 // Prints each native that ended in the traces that it is given, with its explanation, for the program that checks
-// these.
+// these: an object of JSON in a line, each different one once. Bytes stay bytes, each as the character of its number.
 #include <cstdio>
 #include <exception>
+#include <set>
+#include <string>
+#include <vector>
 
-#include "explained_json.h"
+#include "tracing/reader/explanation.h"
+#include "tracing/reader/trace.h"
 
-using orva::tracing::Ending;
-using orva::tracing::Event;
+using namespace orva::tracing;
 
-static void print(const std::vector<Event>& events) {
-  for (const Event& event : events) {
-    const bool isEnded = event.ending == Ending::returned || event.ending == Ending::threw;
-    if (event.isNative() && isEnded) std::fputs(orva::tracing::explainedJson(event).c_str(), stdout);
-    print(event.inner);
+namespace {
+
+std::string jsonOf(const std::string& text) {
+  std::string json = "\"";
+  for (const char byte : text) {
+    const auto code = static_cast<unsigned char>(byte);
+    if (code >= ' ' && code < 0x7F && byte != '"' && byte != '\\') {
+      json += byte;
+      continue;
+    }
+    constexpr const char* digits = "0123456789abcdef";
+    json += std::string("\\u00") + digits[code >> 4U] + digits[code & 15U];
+  }
+  return json + '"';
+}
+
+template <typename Items, typename Write>
+std::string jsonOf(const Items& items, const Write& write) {
+  std::string json;
+  for (const auto& item : items) json += (json.empty() ? "" : ",") + write(item);
+  return '[' + json + ']';
+}
+
+std::string jsonOfValue(const Value& value) {
+  switch (value.kind) {
+    case StoredKind::null: return "null";
+    case StoredKind::text: return jsonOf(value.text + (value.isCut ? "…" : ""));
+    case StoredKind::pointer: return "{}";
+    case StoredKind::count:
+      return "{\"count\":" + std::to_string(value.number) + ",\"first\":" + jsonOf(value.elements, jsonOfValue) + '}';
+    default: return std::to_string(value.number);
   }
 }
 
+std::string jsonOfScan(const Scan& scan) {
+  return "{\"key\":" + jsonOf(scan.key) + ",\"count\":" + std::to_string(scan.count) +
+         ",\"read\":" + std::to_string(scan.read) + ",\"fullNames\":" + std::to_string(scan.fullNames) +
+         ",\"shortNames\":" + std::to_string(scan.shortNames) + ",\"tails\":" + std::to_string(scan.tails) +
+         ",\"matches\":" + jsonOf(scan.matches, [](const std::string& match) { return jsonOf(match); }) + '}';
+}
+
+std::string jsonOfEvent(const Event& event) {
+  if (event.kind == EventKind::lock) return "{\"lock\":true}";
+  if (event.kind == EventKind::scan) return "{\"scan\":" + jsonOfScan(event.scan) + '}';
+  std::string json = "{\"call\":" + jsonOf(std::string(descriptionOf(event.call).name)) +
+                     ",\"arguments\":" + jsonOf(event.arguments, jsonOfValue) +
+                     ",\"results\":" + jsonOf(event.results, jsonOfValue);
+  if (event.ending == Ending::threw) json += ",\"threw\":" + jsonOf(event.thrown.value_or(""));
+  if (event.isNative()) json += ",\"inner\":" + jsonOf(event.inner, jsonOfEvent);
+  return json + '}';
+}
+
+void print(const std::vector<Event>& events) {
+  static std::set<std::string> printed;
+  for (const Event& event : events) {
+    print(event.inner);
+    if (!event.isNative()) continue;
+    const std::string line = "{\"native\":" + jsonOfEvent(event) + ",\"sentence\":" + jsonOf(explanationOf(event)) +
+                             ",\"hasEnded\":" + (event.hasEnded() ? "true" : "false") + "}\n";
+    if (printed.insert(line).second) std::fputs(line.c_str(), stdout);
+  }
+}
+
+}  // namespace
+
 int main(int argc, char** argv) try {
   for (int i = 1; i < argc; ++i) {
-    for (const auto& thread : orva::tracing::readTrace(argv[i]).threads) print(thread.events);
+    for (const Thread& thread : readTrace(argv[i]).threads) print(thread.events);
   }
 } catch (const std::exception& failure) {
   std::fprintf(stderr, "%s\n", failure.what());

@@ -7,55 +7,24 @@
 #include <utility>
 #include <vector>
 
+#include "tests/tracing/made_events.h"
 #include "tracing/reader/html_page.h"
 
 namespace orva::tracing {
 
-static Value text(std::string bytes) {
-  Value value;
-  value.kind = StoredKind::text;
-  value.text = std::move(bytes);
-  return value;
-}
-
-static Value object(std::int64_t address) {
-  Value value;
-  value.kind = StoredKind::pointer;
-  value.number = address;
-  return value;
-}
-
-/// A call that returned.
-static Event call(CallId id, std::vector<Value> arguments, std::vector<Value> results, std::vector<Event> inner = {}) {
-  Event event;
-  event.call = id;
-  event.arguments = std::move(arguments);
-  event.ending = Ending::returned;
-  event.results = std::move(results);
-  event.inner = std::move(inner);
-  return event;
-}
-
-static Event scan(const std::string& key, std::vector<std::string> matches) {
-  Event event;
-  event.kind = EventKind::scan;
-  event.ending = Ending::returned;
-  event.scan.key = key;
-  event.scan.count = 5001;
-  event.scan.read = 5001;
-  event.scan.fullNames = static_cast<std::uint32_t>(matches.size());
-  event.scan.matches = std::move(matches);
-  return event;
+/// Each match is by full name.
+static Event scan(const std::string& key, const std::vector<std::string>& matches) {
+  return scan({key, 5001, 5001, static_cast<std::uint32_t>(matches.size()), 0, 0, matches});
 }
 
 static Event hit(const std::string& name) {
-  return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {object(0x5500)},
-              {scan(name, {name}), call(CallId::Orva_typeByName, {text(name)}, {object(0x5500)})});
+  return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {pointer(0x5500)},
+              {scan(name, {name}), call(CallId::Orva_typeByName, {text(name)}, {pointer(0x5500)})});
 }
 
 static Event miss(const std::string& name) {
   return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {Value()},
-              {scan(name, {}), call(CallId::ClassLoader_sourceFileForClass, {object(0x10), text(name)}, {text("")}),
+              {scan(name, {}), call(CallId::ClassLoader_sourceFileForClass, {pointer(0x10), text(name)}, {text("")}),
                call(CallId::Orva_typeByName, {text(name)}, {Value()})});
 }
 
@@ -66,7 +35,7 @@ static Event raising(const std::string& name, const std::string& message) {
 }
 
 static Event load(const std::string& file, std::vector<Event> inner) {
-  return call(CallId::Compiler_ensureSourceLoadedInActiveJit, {object(0x10), text(file)}, {}, std::move(inner));
+  return call(CallId::Compiler_ensureSourceLoadedInActiveJit, {pointer(0x10), text(file)}, {}, std::move(inner));
 }
 
 /// Sets the times of an event and its nested events: each call takes 100 ns, and the time of the calls in it.
@@ -104,21 +73,20 @@ static Trace trace(std::uint32_t process, std::vector<Thread> threads) {
 
 /// One of everything: two programs, a fork, each ending.
 static std::vector<Trace> few() {
-  Event threw = call(CallId::orva_SystemClassLoader_loadClass, {object(0x20), text("shop.Broken")}, {},
-                     {call(CallId::Orva_typeByName, {text("shop.Broken")}, {})});
-  threw.ending = threw.inner[0].ending = Ending::threw;
-  threw.thrown = threw.inner[0].thrown = "std::bad_alloc";
+  const Event failed = thrown(call(CallId::Orva_typeByName, {text("shop.Broken")}), "std::bad_alloc");
+  const Event threw =
+      thrown(call(CallId::orva_SystemClassLoader_loadClass, {pointer(0x20), text("shop.Broken")}, {}, {failed}),
+             "std::bad_alloc");
   Event jumped = call(CallId::orva_ClassLoader_getSystem, {}, {});
   jumped.ending = Ending::jumped;
   Event open = call(CallId::orva_ClassLoader_getSystem, {}, {});
   open.ending = Ending::open;
-  Event nested = call(CallId::orva_ClassLoader_getTypeByName, {text("shop.Cart")}, {object(0x5510)},
+  Event nested = call(CallId::orva_ClassLoader_getTypeByName, {text("shop.Cart")}, {pointer(0x5510)},
                       {scan("shop.Cart", {}), load("/srv/shop/Cart.ov", {hit("shop.Item"), miss("shop.Till")})});
-  Event table;
-  table.kind = EventKind::lock;
+  Event table = lock();
   table.lock.waited = 12;
   const Event generic =
-      call(CallId::orva_ClassLoader_getTypeByName, {text("shop.Box<shop.Item>")}, {object(0x5520)}, {table});
+      call(CallId::orva_ClassLoader_getTypeByName, {text("shop.Box<shop.Item>")}, {pointer(0x5520)}, {table});
   const std::string ambiguous = "Ambiguous type name 'Item'";
   Trace first = trace(
       4711, {thread(4711, 4711, "shop", {nested, raising("Item", ambiguous), generic, threw, open}),
@@ -145,9 +113,9 @@ static std::vector<Trace> many() {
         missed.inner.insert(missed.inner.begin(), scan(name, {}));
         events.push_back(std::move(missed));
       } else {
-        events.push_back(call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {object(0x6000 + i)},
+        events.push_back(call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {pointer(0x6000 + i)},
                               {scan(name, {}), load("/srv/" + name + ".ov", {scan(name, {name})}),
-                               call(CallId::Orva_typeByName, {text(name)}, {object(0x6000 + i)})}));
+                               call(CallId::Orva_typeByName, {text(name)}, {pointer(0x6000 + i)})}));
       }
     }
     threads.push_back(thread(4711, 4710 + id, "worker " + std::to_string(id), std::move(events)));
