@@ -162,35 +162,6 @@ TEST(Reader, DropsAScanWithoutAnEnd) {
   EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName");
 }
 
-TEST(Reader, ReadsEveryKindOfValue) {
-  EventWriter writer;
-  writer.begin(getTypeByName, 0,
-               Payload()
-                   .null()
-                   .integer(-5)
-                   .truth(true)
-                   .pointer(4096)
-                   .text("cut", true)
-                   .list(20, {"a", ""})
-                   .text("after")
-                   .typeName("St13runtime_error")
-                   .list(0, {}));
-  const Trace trace = traceOf(writer);
-  const std::vector<Value>& values = trace.threads.at(0).events.at(0).arguments;
-  ASSERT_EQ(values.size(), 9U);
-  EXPECT_EQ(values[0].kind, StoredKind::null);
-  EXPECT_EQ(values[1].number, -5);
-  EXPECT_EQ(values[2].number, 1);
-  EXPECT_EQ(values[3].kind, StoredKind::pointer);
-  EXPECT_EQ(values[3].number, 4096);
-  EXPECT_TRUE(values[4].isCut);
-  EXPECT_EQ(values[5].number, 20);
-  ASSERT_EQ(values[5].elements.size(), 2U);
-  EXPECT_EQ(values[5].elements[0].text, "a");
-  EXPECT_EQ(values[6].text, "after");
-  EXPECT_EQ(values[7].text, "std::runtime_error");
-}
-
 TEST(Reader, ReadsLocksThatAreAwaitedOrHeld) {
   EventWriter writer;
   writer.begin(getTypeByName, 0);
@@ -208,28 +179,6 @@ TEST(Reader, ReadsLocksThatAreAwaitedOrHeld) {
               "ClassLoader.getTypeByName?[SystemClassLoader.loadClass?]");
     EXPECT_EQ(shapeOf(EventWriter(atLock).returned(getTypeByName, 0)), "ClassLoader.getTypeByName");
   }
-}
-
-TEST(Reader, ReadsScansAndLocks) {
-  EventWriter writer;
-  writer.begin(getTypeByName, 0);
-  writer.at(10).lock(1, 30, 70);
-  writer.at(200).scan(1, {40, 5001, 12, 1, 2, 3, 2}, "Cart", {"shop.Cart", "toy.Cart"});
-  const Trace trace = traceOf(writer);
-  const std::vector<Event>& inner = trace.threads.at(0).events.at(0).inner;
-  ASSERT_EQ(inner.size(), 2U);
-  EXPECT_EQ(inner[0].begin, 10U);
-  EXPECT_EQ(inner[0].duration, 100U);
-  EXPECT_EQ(inner[0].lock.waited, 30U);
-  EXPECT_EQ(inner[0].ending, Ending::returned);
-  const Scan& scan = inner[1].scan;
-  EXPECT_EQ(scan.key, "Cart");
-  EXPECT_EQ(scan.count, 5001);
-  EXPECT_EQ(scan.read, 12U);
-  EXPECT_EQ(scan.fullNames, 1U);
-  EXPECT_EQ(scan.shortNames, 2U);
-  EXPECT_EQ(scan.tails, 3U);
-  EXPECT_EQ(scan.matches, (std::vector<std::string>{"shop.Cart", "toy.Cart"}));
 }
 
 TEST(Reader, TellsWhatWasThrown) {

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <numeric>
 #include <sstream>
 
 #include "tests/tracing/reader/traces.h"
@@ -38,37 +37,8 @@ static std::string textOf(const std::vector<Share>& shares) {
   return text.str();
 }
 
-TEST(Summary, TellsTheTimeOfACallFromThatOfWhatItCalls) {
-  const Summary summary = summaryOf({traceOf(nestedLoads())});
-  EXPECT_EQ(summary.total, 100'000'000U);
-  EXPECT_EQ(textOf(summary.natives), "ClassLoader.getTypeByName 2 100/6\n");
-  EXPECT_EQ(textOf(summary.neighbours),
-            "Compiler::ensureSourceLoadedInActiveJit 3 95/91\nregistry 1 2/2\ntype table walked 1 1/1\n");
-}
-
-TEST(Summary, TellsALoadFromTheLoadsNestedInIt) {
-  const Summary summary = summaryOf({traceOf(nestedLoads())});
-  EXPECT_EQ(textOf(summary.sources), "/s/Cart.ov 2 95/90\n/s/Item.ov 1 8/5\n");
-  ASSERT_EQ(summary.loads.size(), 3U);
-  EXPECT_EQ(summary.loads[0].source, "/s/Cart.ov");
-  EXPECT_EQ(summary.loads[0].neededBy, "ClassLoader.getTypeByName(\"Cart\")");
-  EXPECT_EQ(summary.loads[0].total, 95'000'000U);
-  EXPECT_EQ(summary.loads[0].self, 87'000'000U);
-  EXPECT_EQ(summary.loads[1].source, "/s/Item.ov");
-  EXPECT_EQ(summary.loads[1].neededBy, "ClassLoader.getTypeByName(\"Item\")");
-  EXPECT_EQ(summary.loads[1].self, 5'000'000U);
-  EXPECT_EQ(summary.loads[2].source, "/s/Cart.ov");
-  EXPECT_EQ(summary.loads[2].self, 3'000'000U);
-}
-
-TEST(Summary, AddsUpToTheWhole) {
-  const Summary summary = summaryOf({traceOf(nestedLoads())});
-  const auto selfOf = [](const std::vector<Share>& shares) {
-    return std::accumulate(shares.begin(), shares.end(), std::uint64_t{0},
-                           [](std::uint64_t sum, const Share& share) { return sum + share.self; });
-  };
-  EXPECT_EQ(selfOf(summary.natives) + selfOf(summary.neighbours), summary.total);
-  EXPECT_EQ(summaryOf({traceOf(nestedLoads()), traceOf(nestedLoads())}).total, 2 * summary.total);
+TEST(Summary, AddsUpAllTraces) {
+  EXPECT_EQ(summaryOf({traceOf(nestedLoads()), traceOf(nestedLoads())}).total, 200'000'000U);
 }
 
 TEST(Summary, NamesBundlesByTheirFirstObject) {

@@ -128,23 +128,16 @@ TEST(TextTree, ShowsWhoIsAtTheLock) {
   EXPECT_EQ(shown(600'000'000, notYet), padded("  holding the type table's lock", 55) + time);
 }
 
-TEST(TextTree, ShowsWhoReadsTheRegistry) {
-  EventWriter writer;
-  writer.begin(getTypeByName, 0).scanBegins(1);
-  EXPECT_NE(callsOf(writer).find("\n  reading the registry had not ended when the process ended"), std::string::npos)
-      << callsOf(writer);
-}
-
-TEST(TextTree, SaysWhenALockWasNotReleased) {
-  const auto shown = [](std::uint64_t waited, Stopped stopped) {
-    EventWriter writer;
-    writer.lock(0, waited, notYet).header(offsetof(FileHeader, stopped), stopped);
-    return linesOf(withoutDurations(callsOf(writer))).at(0);
-  };
+TEST(TextTree, ShowsWhatWasBeingDoneAtTheEnd) {
+  const auto shown = [](const EventWriter& writer) { return linesOf(withoutDurations(callsOf(writer))).at(0); };
   const std::string ended = " had not ended when the process ended";
-  EXPECT_EQ(shown(notYet, Stopped::no), "waiting for the type table's lock" + ended);
-  EXPECT_EQ(shown(100, Stopped::no), "holding the type table's lock" + ended);
-  EXPECT_EQ(shown(100, Stopped::limit), "holding the type table's lock had not ended when the recording stopped");
+  EXPECT_EQ(shown(EventWriter().scanBegins(0)), "reading the registry" + ended);
+  EXPECT_EQ(shown(EventWriter().lock(0, notYet, notYet)), "waiting for the type table's lock" + ended);
+  EventWriter writer;
+  writer.lock(0, 100, notYet);
+  EXPECT_EQ(shown(writer), "holding the type table's lock" + ended);
+  writer.header(offsetof(FileHeader, stopped), Stopped::limit);
+  EXPECT_EQ(shown(writer), "holding the type table's lock had not ended when the recording stopped");
 }
 
 TEST(TextTree, SaysHowLongACallHasBeenRunning) {
