@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Prints the records of a trace's file, one per line, so that tests of the recorder need no reader.
-Usage: dump_events.py [--times] FILE…"""
+Usage: dump_events.py FILE…"""
 import re
 import signal
 import struct
@@ -64,16 +64,13 @@ def line(kind, call, payload, names):
     return values(payload)
 
 
-def dump(path, names, with_times):
+def dump(path, names):
     data = Path(path).read_bytes()
-    (magic, version, size, limit, start, _, process, parent, end, reserved, stopped, error, attached, unseen,
+    (magic, version, size, limit, _, _, process, parent, end, reserved, stopped, error, attached, unseen,
      threads, missed, _, _) = HEADER.unpack_from(data)
     assert magic == 0x3165636172545652 and version == 2 and size == HEADER.size, f'{path} is not an event file'
     print(f'header process={process} parent={parent} limit={limit} stopped={stopped} error={error} '
           f'attached={attached} unseen={unseen} threads={threads}' + (f' missed={missed}' if missed else ''))
-
-    def clock(time):
-        return [f'{(time - start) / 1e3:.3f}'] if with_times else []
 
     # By thread, the ends of calls that are in their first records. Printed as records when the calls are left.
     returns = {}
@@ -87,7 +84,7 @@ def dump(path, names, with_times):
         if place + RECORD.size > len(data):
             print('hole')
             break
-        size, kind, thread, call, depth, time = RECORD.unpack_from(data, place)
+        size, kind, thread, call, depth, _ = RECORD.unpack_from(data, place)
         if size == 0:
             # Claimed by a thread that was stopped before it wrote the size.
             print('hole')
@@ -96,12 +93,10 @@ def dump(path, names, with_times):
         payload = data[place + RECORD.size:place + size]
         assert size % 8 == 0 and size >= RECORD.size and place + size <= reserved, f'a torn record at {place}'
         leave(thread, depth)
-        words = [str(thread), str(depth), KINDS[kind], *(line(KINDS[kind], call, payload, names) if kind else [])]
-        print(*clock(time), *words)
-        if KINDS[kind] == 'begin' and (duration := int.from_bytes(payload[:8], 'little')) != NOT_YET:
+        print(thread, depth, KINDS[kind], *(line(KINDS[kind], call, payload, names) if kind else []))
+        if KINDS[kind] == 'begin' and int.from_bytes(payload[:8], 'little') != NOT_YET:
             results = values(payload[8:CALL_SIZE])
-            returns.setdefault(thread, []).append(
-                (depth, [*clock(time + duration), thread, depth, 'returned', names[call], *results]))
+            returns.setdefault(thread, []).append((depth, [thread, depth, 'returned', names[call], *results]))
         place += size
     for thread in returns:
         leave(thread, 0)
@@ -109,11 +104,9 @@ def dump(path, names, with_times):
 
 def main():
     signal.signal(signal.SIGPIPE, signal.SIG_DFL)
-    arguments = sys.argv[1:]
-    with_times = arguments[:1] == ['--times']
     names = call_names()
-    for path in arguments[with_times:]:
-        dump(path, names, with_times)
+    for path in sys.argv[1:]:
+        dump(path, names)
 
 
 main()
