@@ -1,22 +1,17 @@
 #!/usr/bin/env bash
 # Checks the command line of orva-host: usage errors, --help, --version, arguments, class path and exit statuses.
 # Usage: check_command_line.sh ORVA_HOST CXX_COMPILER
-set -uo pipefail
-host=$(realpath "$1") compiler=$2
+# shellcheck source-path=SCRIPTDIR source=checks.sh
 page=$(realpath "$(dirname "$0")/../../reference_host/program/orva-host.1")
-work=$(realpath "$(mktemp -d)")
-trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
-cd "$work" || exit 1
-failures=0
+source "$(dirname "$0")/checks.sh"
+compiler=$2
 
-# A library that the host, and it alone, is started with.
+# Runs the host, with the library `preload`, and compares everything.
 preload=
-
-# check NAME STATUS OUTPUT ERRORS WORD…: runs the host and compares everything.
-check() {
+check() {  # NAME STATUS OUTPUT ERRORS WORD…
   local name=$1 status=$2 output=$3 errors=$4 found
   shift 4
-  timeout 60 env ${preload:+"LD_PRELOAD=$preload" "ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}"} "$host" "$@" >"$work/.output" 2>"$work/.errors" </dev/null
+  with_library "$preload" timeout 60 "$host" "$@" >"$work/.output" 2>"$work/.errors" </dev/null
   found=$?
   [ "$found" -ne 2 ] || head -1 "$work/.errors" >>"$work/.usage"
   if [ "$found" -ne "$status" ] || [ "$(cat "$work/.output")" != "$output" ] || [ "$(cat "$work/.errors")" != "$errors" ]; then
@@ -146,18 +141,17 @@ host=$real_host
 # Help and version.
 for words in --help 'run --help' 'run app/Main.ov --help' '--help fly'; do
   # shellcheck disable=SC2086
-  "$host" $words >.output 2>.errors || { echo "$words: status $?"; failures=1; }
-  [ -s .errors ] && { echo "$words: printed errors"; failures=1; }
+  "$host" $words >.output 2>.errors || fail "$words: status $?"
+  [ -s .errors ] && fail "$words: printed errors"
   for text in 'run FILE' '--class-path DIR' '--stdlib DIR' '--trace[=FILE]' '-- ARG...' --help --version 'trusted code' 'Exit status'; do
-    grep -qF -- "$text" .output || { echo "'$words' does not tell of '$text'"; failures=1; }
+    grep -qF -- "$text" .output || fail "'$words' does not tell of '$text'"
   done
-  awk 'length > 120 { exit 1 }' .output || { echo "'$words' prints lines that are too long"; failures=1; }
+  awk 'length > 120 { exit 1 }' .output || fail "'$words' prints lines that are too long"
 done
 version='orva-host [0-9]+\.[0-9]+\.[0-9]+ \(LLVM 19\.[0-9.]+, [a-z0-9_]+-[a-z0-9_-]+\)'
-"$host" --version | grep -qxE "$version" || { echo 'wrong version'; failures=1; }
+"$host" --version | grep -qxE "$version" || fail 'wrong version'
 "$host" --version >/dev/full 2>.errors
-found="$? $(cat .errors)"
-[ "$found" = '1 Cannot print: No space left on device' ] || { echo "version to a full disk: found '$found'"; failures=1; }
+expect 'version to a full disk' '1 Cannot print: No space left on device' "$? $(cat .errors)"
 
 # LLVM would read a name that begins with '@' as a response file.
 cp app/Main.ov @Main.ov
@@ -218,12 +212,10 @@ if [ "$(id -u)" -eq 0 ]; then
   reader=(setpriv --reuid=65534 --regid=65534 --clear-groups "$work/reachable/bin/orva-host")
 fi
 "${reader[@]}" run Sealed.ov --class-path sealed >.output 2>.errors
-found="$? $(cat .output .errors)"
-[ "$found" = '0 nothing' ] || { echo "sealed package: found '$found'"; failures=1; }
+expect 'sealed package' '0 nothing' "$? $(cat .output .errors)"
 denied() {  # EXPECTED WORD…
   "${reader[@]}" run "${@:2}" >.output 2>.errors </dev/null
-  found="$? $(cat .output .errors)"
-  [ "$found" = "$1" ] || { printf "permission denied: expected <%s>, found <%s>\n" "$1" "$found"; failures=1; }
+  expect 'permission denied' "$1" "$? $(cat .output .errors)"
 }
 mkdir -p closed/inside/orva
 cp Sealed.ov closed/
@@ -279,8 +271,7 @@ This is a defect of orva-host. Please report it with the sources of the program 
   while: 'Empty.ov' was compiled
   version: $("$host" --version)
   command: $host run Precompiler.ov" run Precompiler.ov
-left=$(find temporary -mindepth 1; ls Empty.*)
-[ "$left" = Empty.ov ] || { echo "a failure of the engine left '$left'"; failures=1; }
+expect 'what a failure of the engine leaves' Empty.ov "$(find temporary -mindepth 1; ls Empty.*)"
 preload=$work/natives.so
 check raised_by_main 1 '' 'Raised: before any line was reached' run Raiser.ov
 preload=
@@ -305,9 +296,9 @@ class Deep {
 }
 OV
 check deep 0 $'other\nbox' '' run one/Deep.ov
-[ -s two/Other.o ] || { echo 'a deep folder: no object'; failures=1; }
+[ -s two/Other.o ] || fail 'a deep folder: no object'
 TMPDIR=two check deep_temporary_folder 0 $'other\nbox' '' run one/Deep.ov
-[ "$(ls two)" = $'Other.o\nOther.ov' ] || { echo "a deep temporary folder holds '$(ls two)'"; failures=1; }
+expect 'a deep temporary folder' $'Other.o\nOther.ov' "$(ls two)"
 cd one || exit 1
 check deep_package 1 $'other\nbox' "Exception: Cannot read 'two/Other.ov': No such file or directory
   at Deep.ov:6 in one.Deep.main
@@ -319,7 +310,7 @@ cd "$work" || exit 1
 shape() { sed -E "s/ '[^']*'/ '/g; s/; (try|did you mean) .*//; s/(: cannot .*'): .*/\\1/" "$@"; }
 sed -n 's/^\.It "\(orva-host: .*\)"$/\1/p' "$page" | shape >.known
 while IFS= read -r message; do
-  grep -qF -- "$message" .known || { echo "the manual lacks <$message>"; failures=1; }
+  grep -qF -- "$message" .known || fail "the manual lacks <$message>"
 done < <(shape .usage | sort -u)
 
 exit $failures

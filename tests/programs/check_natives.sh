@@ -111,9 +111,7 @@ for code in separate-code noseparate-code; do
   "$compiler" -shared -fPIC natives.cpp -Wl,-z,$code -o "$code.so" || exit 1
 done
 natives=separate-code
-with_natives() {
-  env LD_PRELOAD="$work/$natives.so" ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}" "$host" "$@"
-}
+with_natives() { with_library "$work/$natives.so" "$host" "$@"; }
 
 # What is under the symbol of a native.
 for natives in noseparate-code separate-code; do

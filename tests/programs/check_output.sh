@@ -84,7 +84,7 @@ class Natives {
   static native void hurry();
 }
 OV
-with_natives() { env LD_PRELOAD="$work/natives.so" ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}" "$host" "$@"; }
+with_natives() { with_library "$work/natives.so" "$host" "$@"; }
 for how in 0 1 9 11 15; do
   echo "class End { static void main() { Console.print(\"first\"); Console.print(\"last\"); Natives.end($how); } }" >End.ov
   with_natives run End.ov >.output 2>.errors

@@ -80,13 +80,11 @@ extern "C" int mkdir(const char* path, mode_t mode) {
 }
 CPP
 "$compiler" -shared -fPIC early.cpp -o early.so || fail 'early.so is not compiled'
-env --default-signal LD_PRELOAD="$work/early.so" ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}" \
-  "$host" run Short.ov >output 2>errors
+with_library "$work/early.so" env --default-signal "$host" run Short.ov >output 2>errors
 expect 'while the folder is made: status' 143 $?
 expect_no_files 'while the folder is made'
 # By another thread, because the stack is too short for the compiler.
-(ulimit -s 256 && exec env --default-signal LD_PRELOAD="$work/early.so" \
-  ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}" "$host" run Short.ov) >output 2>errors
+(ulimit -s 256 && with_library "$work/early.so" env --default-signal "$host" run Short.ov) >output 2>errors
 expect 'while another thread makes the folder: status' 143 $?
 expect_no_files 'while another thread makes the folder'
 

@@ -15,3 +15,8 @@ fail() {
 expect() {  # NAME EXPECTED FOUND
   [ "$2" = "$3" ] || fail "$1: expected <$2>, found <$3>"
 }
+
+# Runs a command with a library that only the host is started with; a sanitizer would have itself come first.
+with_library() {  # LIBRARY COMMAND…
+  env "LD_PRELOAD=$1" "ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}" "${@:2}"
+}
