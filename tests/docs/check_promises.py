@@ -109,6 +109,11 @@ def neighbours():
                          "operation": operations.get(name, "kNone")}, places
 
 
+def constant(name, file):
+    """A number as a source defines it, and as a page writes it."""
+    return re.search(rf"\b{name} = ([\d']+);", text_of(file))[1].replace("'", ",")
+
+
 def counts():
     """Yields the numbers that pages show, and where they come from."""
     page = text_of("docs/failure-matrix.md")
@@ -119,6 +124,12 @@ def counts():
     yield "README.md", f"of {cases} cases", "docs/failure-matrix.md"
     yield "docs/testing.md", f"On each of {paths} paths", "docs/failure-matrix.md"
     yield "docs/testing.md", f": {schedules:,} schedules", "tests/interleavings"
+    small = constant("fewestSmallWorlds", "tests/tracing/explanation/explained_worlds.cpp")
+    random = constant("kWorlds", "tests/properties/random_worlds_test.cpp")
+    yield "docs/testing.md", f"more than {small} small ones", "tests/properties"
+    yield "docs/testing.md", f"and {random} large random ones", "tests/properties"
+    checks = len(re.findall(r'\.(?:required|advised)\(\s*"', text_of("host_contract/checks/*.cpp")))
+    yield "README.md", f"a kit of {checks} named checks", "host_contract/checks"
 
 
 def counted_natives():
