@@ -18,7 +18,7 @@ NATIVE_PLACES = [
     ("tests/contract/*.cpp", r"\b{symbol}\(", "assert its calls, raises and results"),
     ("tests/faults/paths.cpp", r"call {method}\b", "list its paths"),
     ("tests/properties/play.cpp", r"\b{symbol}\(", "let it be played"),
-    ("tests/properties/*_test.cpp", r"\b{method}\(|\bNative::k{Method}\b", "play it in small worlds"),
+    ("tests/properties/*_test.cpp", r"\b{method}\(|\bNative::{method}\b", "play it in small worlds"),
     ("tests/interleavings/*", r"\b{symbol}\b", "step it beside those it can meet, or say why it meets none"),
     ("reference_host/stdlib/orva/{class}.ov", r"\bnative\b.*\b{method}\(", "declare its method"),
     ("tests/programs/**/*.ov examples/tour/**/*.ov", r"\.{method}\(", "show it at work"),
@@ -82,8 +82,7 @@ def natives():
         source = Path(f"reference_host/stdlib/orva/{class_name}.ov").read_text()
         declared = re.search(rf"^ *public (static )?native (.*\b{method}\(.*\));", source, re.M)
         declaration = re.escape((declared[1] or "") + declared[2]) if declared else ".*"
-        yield symbol, {"symbol": symbol, "class": class_name, "method": method,
-                       "Method": method[0].upper() + method[1:], "declaration": declaration}
+        yield symbol, {"symbol": symbol, "class": class_name, "method": method, "declaration": declaration}
 
 
 def neighbours_of(header):
@@ -106,7 +105,7 @@ def neighbours():
             last = name.split("::")[-1]
             places = [place for place in NEIGHBOUR_PLACES if not (is_data and place[0].startswith(CALLED_ONLY))]
             yield name, {"name": name, "last": last, "listed": name.replace("::", ", "), "call": CALLS.get(name, last),
-                         "operation": operations.get(name, "kNone")}, places
+                         "operation": operations.get(name, "none")}, places
 
 
 def constant(name, file):
@@ -125,7 +124,7 @@ def counts():
     yield "docs/testing.md", f"On each of {paths} paths", "docs/failure-matrix.md"
     yield "docs/testing.md", f": {schedules:,} schedules", "tests/interleavings"
     small = constant("fewestSmallWorlds", "tests/tracing/explanation/explained_worlds.cpp")
-    random = constant("kWorlds", "tests/properties/random_worlds_test.cpp")
+    random = constant("worldCount", "tests/properties/random_worlds_test.cpp")
     yield "docs/testing.md", f"more than {small} small ones", "tests/properties"
     yield "docs/testing.md", f"and {random} large random ones", "tests/properties"
     checks = len(re.findall(r'\.(?:required|advised)\(\s*"', text_of("host_contract/checks/*.cpp")))

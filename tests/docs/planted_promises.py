@@ -81,7 +81,7 @@ WRONG = [
      ["README.md: 'of N cases' is not there, as docs/failure-matrix.md has it"]),
     ("docs/failure-matrix.md", " cases on ", " cases on 1",
      ["docs/testing.md: 'On each of N paths' is not there, as docs/failure-matrix.md has it"]),
-    ("tests/properties/random_worlds_test.cpp", "kWorlds = ", "kWorlds = 1",
+    ("tests/properties/random_worlds_test.cpp", "worldCount = ", "worldCount = 1",
      ["docs/testing.md: 'and N large random ones' is not there, as tests/properties has it"]),
     ("host_contract/checks/objects.cpp", "room.required(", "room.asked(",
      ["README.md: 'a kit of N named checks' is not there, as host_contract/checks has it"]),

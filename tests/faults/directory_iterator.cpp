@@ -16,19 +16,19 @@
 #include <utility>
 #include <vector>
 
-#include "allocations.h"
 #include "file_tree.h"
 #include "log.h"
-#include "scripted_host.h"
-#include "system_calls.h"
+#include "tests/scripted_host/allocations.h"
+#include "tests/scripted_host/scripted_host.h"
+#include "tests/scripted_host/system_calls.h"
 #include "trial.h"
 
 namespace fs = std::filesystem;
 
 namespace faults {
 
-static constexpr int kEnded = 42;
-static constexpr int kLostDirectory = 43;
+static constexpr int endedStatus = 42;
+static constexpr int lostDirectory = 43;
 
 /// By the number of readings before an allocation, what comes of each.
 using Failures = std::map<std::size_t, std::vector<IteratorFailure>>;
@@ -63,15 +63,15 @@ static void listUntil(const std::string& folder, bool typesHidden, std::size_t f
 
 static IteratorFailure failureOf(const std::string& folder, bool typesHidden, std::size_t allocation) {
   const int status = scripted::statusOfOwnProcess([&] {
-    std::set_terminate([] { _exit(kEnded); });
+    std::set_terminate([] { _exit(endedStatus); });
     const int before = openDescriptors();
     listUntil(folder, typesHidden, allocation);
-    if (openDescriptors() != before) _exit(kLostDirectory);
+    if (openDescriptors() != before) _exit(lostDirectory);
   });
   switch (WIFEXITED(status) ? WEXITSTATUS(status) : -1) {
     case EXIT_SUCCESS: return IteratorFailure::throws;
-    case kLostDirectory: return IteratorFailure::losesDirectory;
-    case kEnded: return IteratorFailure::endsProcess;
+    case lostDirectory: return IteratorFailure::losesDirectory;
+    case endedStatus: return IteratorFailure::endsProcess;
     default: ADD_FAILURE() << "listing " << folder << " ended with status " << status;
   }
   return IteratorFailure::throws;

@@ -27,7 +27,7 @@ bool isLock(const std::string& call) { return isCallOf(call, "lock"); }
 
 /// The errors that each call is tried with: a choice of those that POSIX and Linux list for it, and EIO where a file
 /// system may report it. EPERM and EBUSY are not among those of the lock: they are of unlocking and of trying.
-static const std::vector<std::pair<std::string, std::vector<int>>> kErrors{
+static const std::vector<std::pair<std::string, std::vector<int>>> errorsOfCalls{
     {"lock", {EAGAIN, EDEADLK, EINVAL, ENOTRECOVERABLE, EOWNERDEAD}},
     {"stat", {EACCES, EIO, ELOOP, ENAMETOOLONG, ENOENT, ENOMEM, ENOTDIR}},
     {"openat", {EACCES, EIO, ELOOP, EMFILE, ENAMETOOLONG, ENOENT, ENOMEM, ENOTDIR}},
@@ -37,7 +37,7 @@ static const std::vector<std::pair<std::string, std::vector<int>>> kErrors{
     {"closedir", {EINTR, EIO}}};
 
 static std::vector<int> errorsOf(const std::string& call) {
-  for (const auto& [function, errors] : kErrors) {
+  for (const auto& [function, errors] : errorsOfCalls) {
     if (isCallOf(call, function)) return errors;
   }
   return {};
@@ -47,11 +47,11 @@ bool isSystemCall(const std::string& call) { return !isLock(call) && !errorsOf(c
 
 /// The objects that a failing call throws: one of each kind that a native may tell apart.
 static std::vector<Answer> objectsOf(const std::string& thrower) {
-  constexpr std::size_t kLong = 100'000;
-  return {{Ending::kThrowsException, 1, thrower + " failed", {}, {}},
-          {Ending::kThrowsException, 1, "", {}, {}},
-          {Ending::kThrowsException, 1, thrower + std::string(kLong, 'x'), {}, {}},
-          {Ending::kThrowsOther, 1, thrower + " failed", {}, {}}};
+  constexpr std::size_t longText = 100'000;
+  return {{Ending::throwsException, 1, thrower + " failed", {}, {}},
+          {Ending::throwsException, 1, "", {}, {}},
+          {Ending::throwsException, 1, thrower + std::string(longText, 'x'), {}, {}},
+          {Ending::throwsOther, 1, thrower + " failed", {}, {}}};
 }
 
 static std::size_t countBefore(const Course& course, std::size_t position, const std::string& function) {
@@ -167,7 +167,7 @@ static void replaceAnswer(std::vector<Answer>& answers, std::size_t place, const
 }
 
 static void throwAt(World& world, const Course& course, const Fault& fault) {
-  for (std::size_t index = 0; index < model::kOperations; ++index) {
+  for (std::size_t index = 0; index < model::operationCount; ++index) {
     const std::string name = nameOf(static_cast<Operation>(index));
     if (!isCallOf(course.calls[fault.position], name)) continue;
     replaceAnswer(world.answers[index], countBefore(course, fault.position, name), fault.thrown);
@@ -179,8 +179,8 @@ World worldWith(const Path& path, const Course& course, const Fault& fault) {
   if (fault.kind == Fault::Kind::thrown) throwAt(world, course, fault);
   if (fault.kind == Fault::Kind::error && isLock(course.calls[fault.position])) world.lockError = fault.error;
   if (fault.raise) {
-    answersOf(world, Operation::kRaise) = {fault.raise->thrown};
-    if (!fault.raise->forGood) answersOf(world, Operation::kRaise).emplace_back();
+    answersOf(world, Operation::raise) = {fault.raise->thrown};
+    if (!fault.raise->forGood) answersOf(world, Operation::raise).emplace_back();
   }
   return world;
 }
@@ -222,7 +222,7 @@ Foretold foretell(const Path& path, const Course& course, const Fault& fault) {
 // Words.
 
 static std::string quoted(const Answer& thrown) {
-  if (thrown.ending == Ending::kThrowsOther) return "an object that is no exception";
+  if (thrown.ending == Ending::throwsOther) return "an object that is no exception";
   if (thrown.text.empty()) return "an exception without a text";
   return thrown.text.size() > 1000 ? "an exception with a long text" : "an exception";
 }

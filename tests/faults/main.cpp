@@ -12,6 +12,7 @@
 #include "trial.h"
 
 namespace faults {
+
 namespace {
 
 class PathTest : public testing::Test {
@@ -46,7 +47,9 @@ class TableTest : public testing::Test {
   }
 };
 
-std::string testName(const Path& path) {
+}  // namespace
+
+static std::string testName(const Path& path) {
   std::string name;
   for (const char byte : path.name) {
     if (std::isalnum(static_cast<unsigned char>(byte)) != 0) {
@@ -60,7 +63,7 @@ std::string testName(const Path& path) {
   return name;
 }
 
-void registerTests() {
+static void registerTests() {
   for (const Path& path : everyPath()) {
     const std::string call = textOf(callOf(path));
     testing::RegisterTest(call.substr(0, call.find(' ')).c_str(), testName(path).c_str(), nullptr, nullptr, __FILE__,
@@ -69,8 +72,6 @@ void registerTests() {
   testing::RegisterTest("Table", "SaysWhatComesOfEachFault", nullptr, nullptr, __FILE__, __LINE__,
                         []() -> testing::Test* { return new TableTest; });
 }
-
-}  // namespace
 }  // namespace faults
 
 int main(int argc, char** argv) {

@@ -123,16 +123,16 @@ static void addLoadings(Paths& paths, const std::string& load, const std::string
   add(paths, "an entry type that is ambiguous after the load", loads + entry + rival + '\n' + call);
 }
 
-static const std::string kEntryType = R"("TracingPluginWithALongName" )";
+static const std::string entryType = R"("TracingPluginWithALongName" )";
 
 static void addLoadSourceClass(Paths& paths) {
   const std::string file = R"("/plugins/of/ours/TracingPlugin.ov")";
   const std::string call = "call loadSourceClass ";
-  add(paths, "a null file", call + kEntryType + "null");
-  add(paths, "an empty file", call + kEntryType + R"("")");
+  add(paths, "a null file", call + entryType + "null");
+  add(paths, "an empty file", call + entryType + R"("")");
   add(paths, "a null entry type", call + "null " + file);
   add(paths, "an empty entry type", call + R"("" )" + file);
-  addLoadings(paths, "Compiler::ensureSourceLoadedInActiveJit", call + kEntryType + file);
+  addLoadings(paths, "Compiler::ensureSourceLoadedInActiveJit", call + entryType + file);
 }
 
 static void addLoadObjectBundle(Paths& paths) {
@@ -141,17 +141,17 @@ static void addLoadObjectBundle(Paths& paths) {
   const std::string identities = R"([ "the-identity-of-the-first-source" "the-identity-of-the-second-source" ] null )";
   const std::string nullAmong = R"([ "/plugins/of/ours/First.object" null "/plugins/of/ours/Third.object" ] null )";
   const std::string call = "call loadObjectBundle ";
-  add(paths, "null object paths", call + kEntryType + "null null " + identities);
-  add(paths, "null source identities", call + kEntryType + "null " + objects);
+  add(paths, "null object paths", call + entryType + "null null " + identities);
+  add(paths, "null source identities", call + entryType + "null " + objects);
   add(paths, "a null entry type", call + "null null " + objects + identities);
   add(paths, "an empty entry type", call + R"("" null )" + objects + identities);
   const std::string load = "Compiler::ensureObjectBundleLoadedInActiveJit";
-  addLoadings(paths, load, call + kEntryType + "null " + objects + identities);
+  addLoadings(paths, load, call + entryType + "null " + objects + identities);
   const std::string empty = "[ ] null ";
   add(paths, "two empty lists",
-      "answer " + load + R"( returns 1 "" entry )" + kEntryType + R"("plugins.of.ours.TracingPluginWithALongName")" +
-          '\n' + call + kEntryType + "null " + empty + empty);
-  const std::string refused = "entry \"Circle\" \"geometry.shapes.Circle\"\n" + call + kEntryType + "null ";
+      "answer " + load + R"( returns 1 "" entry )" + entryType + R"("plugins.of.ours.TracingPluginWithALongName")" +
+          '\n' + call + entryType + "null " + empty + empty);
+  const std::string refused = "entry \"Circle\" \"geometry.shapes.Circle\"\n" + call + entryType + "null ";
   add(paths, "a null among the object paths", refused + nullAmong + nullAmong);
   add(paths, "a null among the source identities", refused + objects + nullAmong);
   add(paths, "lists of different sizes", refused + objects + one);

@@ -18,14 +18,14 @@ namespace faults {
 
 using model::Outcome;
 
-namespace {
-
-constexpr const char* kHead =
+static constexpr const char* tableHead =
     "| native | a `std::exception` | any other object | an error of the lock or of a file "
     "| it returns | paths | cases |\n"
     "|---|---|---|---|---|---|---|\n";
 
 using Words = std::set<std::string>;
+
+namespace {
 
 struct Row {
   Words exceptions;
@@ -37,34 +37,36 @@ struct Row {
   std::size_t cases = 0;
 };
 
-bool beginsWith(const std::string& line, const std::string& head) { return line.rfind(head, 0) == 0; }
+}  // namespace
 
-std::vector<std::string> raisesIn(const Outcome& outcome) {
+static bool beginsWith(const std::string& line, const std::string& head) { return line.rfind(head, 0) == 0; }
+
+static std::vector<std::string> raisesIn(const Outcome& outcome) {
   std::vector<std::string> raises;
   std::copy_if(outcome.calls.begin(), outcome.calls.end(), std::back_inserter(raises), isRaise);
   return raises;
 }
 
 /// The class that a raise names.
-std::string classOf(const std::string& raise) {
+static std::string classOf(const std::string& raise) {
   const std::size_t start = raise.find('"') + 1;
   return '`' + raise.substr(start, raise.find('"', start) - start) + '`';
 }
 
-std::string messageOf(const std::string& raise) {
+static std::string messageOf(const std::string& raise) {
   const std::size_t start = raise.find(", ") + 2;
   return raise.substr(start, raise.size() - start - 1);
 }
 
 /// What came of a call that threw.
-std::string afterThrowing(const Outcome& outcome, bool isException) {
+static std::string afterThrowing(const Outcome& outcome, bool isException) {
   if (beginsWith(outcome.result, "throws")) return "passes";
   const std::string raise = raisesIn(outcome).back();
   return "raises " + classOf(raise) + (isException ? "" : ": " + messageOf(raise));
 }
 
 /// What came of an error; nothing where it makes no difference.
-Words afterError(const Outcome& outcome, const Outcome& usual) {
+static Words afterError(const Outcome& outcome, const Outcome& usual) {
   const std::vector<std::string> raises = raisesIn(outcome);
   if (!raises.empty() && raises != raisesIn(usual)) return {"raises " + classOf(raises.back())};
   const auto loads = [](const Outcome& of) {
@@ -74,14 +76,14 @@ Words afterError(const Outcome& outcome, const Outcome& usual) {
   return loads(outcome) < loads(usual) ? Words{"loads fewer files"} : Words();
 }
 
-void addThrown(Row& row, const std::string& call, const Fault& fault, const Outcome& outcome) {
-  const bool isException = fault.thrown.ending == model::Ending::kThrowsException;
+static void addThrown(Row& row, const std::string& call, const Fault& fault, const Outcome& outcome) {
+  const bool isException = fault.thrown.ending == model::Ending::throwsException;
   const std::string words = afterThrowing(outcome, isException);
   (isException ? row.exceptions : row.others).insert(words);
   if (isException && words == "passes") row.passesFrom.insert(call.substr(0, call.find('(')));
 }
 
-void addPath(Row& row, const Path& path) {
+static void addPath(Row& row, const Path& path) {
   const Course course = courseOf(path);
   const Outcome usual = foretell(path, course, Fault()).outcome;
   ++row.paths;
@@ -95,41 +97,39 @@ void addPath(Row& row, const Path& path) {
   }
 }
 
-std::string joined(const Words& words, const std::string& between) {
+static std::string joined(const Words& words, const std::string& between) {
   std::string text;
   for (const std::string& word : words) text += (text.empty() ? "" : between) + word;
   return text;
 }
 
 /// What comes of exceptions; where some are raised and others pass, with the calls that these come from.
-std::string exceptionsOf(const Row& row) {
+static std::string exceptionsOf(const Row& row) {
   if (row.exceptions.size() == 1) return *row.exceptions.begin();
   Words raised = row.exceptions;
   raised.erase("passes");
   return joined(raised, " or ") + "; passes from `" + joined(row.passesFrom, "`, `") + '`';
 }
 
-std::string withCommas(std::size_t number) {
+static std::string withCommas(std::size_t number) {
   std::string digits = std::to_string(number);
   for (std::size_t end = digits.size(); end > 3; end -= 3) digits.insert(end - 3, ",");
   return digits;
 }
 
-std::vector<std::string_view> symbols() {
+static std::vector<std::string_view> symbols() {
   return std::apply([](const auto&... native) { return std::vector<std::string_view>{native.symbol...}; },
                     orva::natives);
 }
 
-}  // namespace
-
 std::string failureTable() {
-  std::vector<Row> rows(model::kNatives);
+  std::vector<Row> rows(model::nativeCount);
   for (const Path& path : everyPath()) addPath(rows.at(static_cast<std::size_t>(callOf(path).native)), path);
   const std::vector<std::string_view> names = symbols();
   std::ostringstream text;
   std::size_t paths = 0;
   std::size_t cases = 0;
-  text << kHead;
+  text << tableHead;
   for (std::size_t index = 0; index < rows.size(); ++index) {
     const Row& row = rows[index];
     paths += row.paths;

@@ -13,12 +13,12 @@
 #include <functional>
 
 #include "agreement.h"
-#include "allocations.h"
-#include "hosts_turn.h"
 #include "log.h"
 #include "model.h"
 #include "play.h"
-#include "scripted_host.h"
+#include "tests/scripted_host/allocations.h"
+#include "tests/scripted_host/hosts_turn.h"
+#include "tests/scripted_host/scripted_host.h"
 
 namespace faults {
 
@@ -27,16 +27,16 @@ using model::World;
 using scripted::HostsTurn;
 
 int openDescriptors() {
-  constexpr int kMost = 256;
+  constexpr int mostFiles = 256;
   int open = 0;
-  for (int descriptor = 0; descriptor < kMost; ++descriptor) open += fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
+  for (int descriptor = 0; descriptor < mostFiles; ++descriptor) open += fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
   return open;
 }
 
-namespace {
+static constexpr int endedAsForetold = 42;
+static const std::string allocationWord = "allocation";
 
-constexpr int kEndedAsForetold = 42;
-const std::string kAllocation = "allocation";
+namespace {
 
 /// One call of a native, with a fault.
 class Trial {
@@ -70,6 +70,8 @@ class Trial {
   int openAtFirst_ = 0;
 };
 
+}  // namespace
+
 int Trial::onCall(const std::string& call) {
   if (calls_.empty()) openAtFirst_ = openDescriptors();
   const bool fails = calls_.size() == fault_.position && fault_.kind == Fault::Kind::error && isSystemCall(call);
@@ -90,7 +92,7 @@ void Trial::expectNothingHeldAtRaise() {
 
 bool Trial::failsAllocation() {
   const std::size_t number = allocated_++;
-  if (isUsual()) log::write(kAllocation);
+  if (isUsual()) log::write(allocationWord);
   if (fault_.kind != Fault::Kind::allocation) return false;
   const bool fails = number == fault_.number || (fault_.forGood && number > fault_.number);
   failed_ = failed_ || fails;
@@ -115,38 +117,38 @@ bool Trial::beganAs(const Course& course) const {
 }
 
 /// Shortens the long lines of a text.
-std::string shortened(const std::string& text) {
-  constexpr std::size_t kHead = 160;
+static std::string shortened(const std::string& text) {
+  constexpr std::size_t head = 160;
   std::string shown;
   for (std::size_t start = 0; start < text.size();) {
     const std::size_t end = std::min(text.find('\n', start), text.size());
-    shown += text.substr(start, std::min(end - start, kHead)) + (end - start > kHead ? "…\n" : "\n");
+    shown += text.substr(start, std::min(end - start, head)) + (end - start > head ? "…\n" : "\n");
     start = end + 1;
   }
   return shown;
 }
 
-void expectSame(const Outcome& expectation, const Outcome& observation) {
+static void expectSame(const Outcome& expectation, const Outcome& observation) {
   EXPECT_TRUE(expectation == observation) << "expected:\n"
                                           << shortened(textOf(expectation)) << "observed:\n"
                                           << shortened(textOf(observation));
 }
 
 /// Runs something in a process of its own when the library remembers what it did.
-void whereItIsForgotten(const Path& path, const std::function<void()>& run) {
-  if (callOf(path).native == model::Native::kGetSystem) return scripted::inOwnProcess(run);
+static void whereItIsForgotten(const Path& path, const std::function<void()>& run) {
+  if (callOf(path).native == model::Native::getSystem) return scripted::inOwnProcess(run);
   run();
 }
 
 /// Makes the calls before the one that is tried.
-void playHistory(const Path& path) {
+static void playHistory(const Path& path) {
   World world = path.story.world;
   for (const model::Call& call : path.story.calls) {
     if (&call != &callOf(path)) model::observed(world, call);
   }
 }
 
-void expectCourse(const World& world, const model::Call& call) {
+static void expectCourse(const World& world, const model::Call& call) {
   log::clear();
   World ofRules = world;
   const Fault none;
@@ -155,19 +157,19 @@ void expectCourse(const World& world, const model::Call& call) {
 }
 
 // What the handler below looks at, in a child whose end is foretold.
-const Trial* endingTrial = nullptr;
-const Course* endingCourse = nullptr;
-std::size_t callsBeforeTheEnd = 0;
+static const Trial* endingTrial = nullptr;
+static const Course* endingCourse = nullptr;
+static std::size_t callsBeforeTheEnd = 0;
 
-[[noreturn]] void endAsForetold() {
+[[noreturn]] static void endAsForetold() {
   const HostsTurn turn;
   const bool asForetold =
       endingTrial->hasFailed() && endingTrial->beganAs(*endingCourse) && endingTrial->calls() == callsBeforeTheEnd;
   if (!asForetold) std::fputs("the process was given up at another place\n", stderr);
-  _exit(asForetold ? kEndedAsForetold : EXIT_FAILURE);
+  _exit(asForetold ? endedAsForetold : EXIT_FAILURE);
 }
 
-void tryEnding(const Path& path, const Course& course, const Fault& fault) {
+static void tryEnding(const Path& path, const Course& course, const Fault& fault) {
   const int status = scripted::statusOfOwnProcess([&] {
     Trial trial(fault);
     endingTrial = &trial;
@@ -177,10 +179,8 @@ void tryEnding(const Path& path, const Course& course, const Fault& fault) {
     trial.run(worldBefore(path), callOf(path));
     std::fputs("expected that the process ends; but the call returned\n", stderr);
   });
-  EXPECT_EQ(kEndedAsForetold, WIFEXITED(status) ? WEXITSTATUS(status) : -1) << "the process did not end as foretold";
+  EXPECT_EQ(endedAsForetold, WIFEXITED(status) ? WEXITSTATUS(status) : -1) << "the process did not end as foretold";
 }
-
-}  // namespace
 
 Course courseOf(const Path& path) {
   whereItIsForgotten(path, [&path] {
@@ -189,7 +189,7 @@ Course courseOf(const Path& path) {
   });
   Course course;
   for (const std::string& line : log::lines()) {
-    if (line == kAllocation) {
+    if (line == allocationWord) {
       course.allocations.push_back(course.calls.size());
     } else {
       course.calls.push_back(line);

@@ -4,6 +4,6 @@
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   using model::Native;
-  playWorld(data, size, {Native::kLoadPackageTypes, Native::kAddSourceRoot});
+  playWorld(data, size, {Native::loadPackageTypes, Native::addSourceRoot});
   return 0;
 }

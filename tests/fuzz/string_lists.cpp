@@ -4,6 +4,6 @@
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   using model::Native;
-  playWorld(data, size, {Native::kPrecompileSources, Native::kLoadObjectBundle});
+  playWorld(data, size, {Native::precompileSources, Native::loadObjectBundle});
   return 0;
 }

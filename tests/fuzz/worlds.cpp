@@ -68,7 +68,7 @@ static std::vector<File> filesThatFit(const std::vector<File>& files) {
   std::vector<File> fitting;
   for (const File& file : files) {
     const auto fits = [&](const File& other) { return fitTogether(file, other); };
-    const bool isLink = file.kind == FileKind::kLink;
+    const bool isLink = file.kind == FileKind::link;
     const bool isProper = isProperPath(file.path) && (!isLink || (!file.target.empty() && staysInside(file.target)));
     if (isProper && fitting.size() < mostFiles && std::all_of(fitting.begin(), fitting.end(), fits)) {
       fitting.push_back(file);
@@ -93,8 +93,8 @@ static bool isPlayable(const Call& call, const std::vector<Native>& natives) {
   if (std::find(natives.begin(), natives.end(), call.native) == natives.end()) return false;
   const std::string name = call.name.value_or("");
   // A segment of a package becomes a path of its own.
-  if (call.native == Native::kLoadPackageTypes) return ('.' + name).find("./") == std::string::npos;
-  return call.native != Native::kAddSourceRoot || staysInside(name);
+  if (call.native == Native::loadPackageTypes) return ('.' + name).find("./") == std::string::npos;
+  return call.native != Native::addSourceRoot || staysInside(name);
 }
 
 static void limitWorld(World& world) {

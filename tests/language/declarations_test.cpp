@@ -9,8 +9,6 @@
 #include "tree_text.h"
 
 namespace orva::language {
-namespace {
-
 TEST(File, HasItsTree) {
   const Table trees = {
       {"class A {}", "package '' class A {}"},
@@ -130,6 +128,4 @@ TEST(Method, TellsWhereItsNamesStand) {
   EXPECT_EQ("3:10", placeText(method.parameters.at(1).position));
   EXPECT_EQ("3:7", placeText(method.parameters.at(1).type.arguments.at(0).position));
 }
-
-}  // namespace
 }  // namespace orva::language

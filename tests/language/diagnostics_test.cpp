@@ -9,11 +9,9 @@
 #include "reference_host/language/source_text.h"
 
 namespace orva::language {
-namespace {
-
 using namespace std::string_literals;
 
-std::string refusal(const std::string& text) {
+static std::string refusal(const std::string& text) {
   try {
     parseSource({"some folder/Main.ov", text});
   } catch (const SourceError& error) {
@@ -95,7 +93,7 @@ TEST(SourceError, CountsColumnsBehindAByteOrderMark) {
 }
 
 /// The text of so many errors, one in each line.
-std::string errors(std::size_t count) {
+static std::string errors(std::size_t count) {
   SourceText source{"Main.ov", ""};
   std::vector<Diagnostic> diagnostics;
   for (std::size_t i = 1; i <= count; ++i) {
@@ -152,6 +150,4 @@ TEST(SourceError, HoldsItsOwnText) {
       "  class A { void m() { x; }\n                           ^",
       text);
 }
-
-}  // namespace
 }  // namespace orva::language

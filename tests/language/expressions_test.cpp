@@ -10,8 +10,6 @@
 #include "tree_text.h"
 
 namespace orva::language {
-namespace {
-
 TEST(Expression, HasItsTree) {
   const Table trees = {
       {R"("a\nb")", "\"a\nb\""},
@@ -92,6 +90,4 @@ TEST(Expression, TellsWhereItAndItsMembersStand) {
   EXPECT_EQ("2:22", placeText(chain.members.at(0).position));
   EXPECT_EQ("3:3", placeText(chain.members.at(1).position));
 }
-
-}  // namespace
 }  // namespace orva::language

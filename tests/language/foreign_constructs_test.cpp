@@ -9,12 +9,10 @@
 #include "refusals.h"
 
 namespace orva::language {
-namespace {
-
 using Words = std::vector<std::string>;
 
 /// A form with each `W` replaced by a word.
-std::string with(std::string form, const std::string& word) {
+static std::string with(std::string form, const std::string& word) {
   for (std::size_t at = form.find('W'); at != std::string::npos; at = form.find('W', at + word.size())) {
     form.replace(at, 1, word);
   }
@@ -22,13 +20,13 @@ std::string with(std::string form, const std::string& word) {
 }
 
 /// Expects that each form is refused for each word, at its mark.
-void expectStatements(const Words& words, const Words& forms, const std::string& message) {
+static void expectStatements(const Words& words, const Words& forms, const std::string& message) {
   for (const std::string& word : words) {
     for (const std::string& form : forms) EXPECT_TRUE(refusesBody(with(form, word), with(message, word)));
   }
 }
 
-void expectSources(const Words& words, const Words& forms, const std::string& message) {
+static void expectSources(const Words& words, const Words& forms, const std::string& message) {
   for (const std::string& word : words) {
     for (const std::string& form : forms) EXPECT_TRUE(refuses(with(form, word), with(message, word)));
   }
@@ -209,6 +207,4 @@ TEST(ForeignSymbol, IsTheLongestThatTheTextBeginsWith) {
   EXPECT_EQ("!", foreignSymbol("!\n"));
   for (const std::string text : {"", "+", "x", "(<", "\xE2"}) EXPECT_EQ("", foreignSymbol(text));
 }
-
-}  // namespace
 }  // namespace orva::language

@@ -14,11 +14,9 @@
 #include "tree_text.h"
 
 namespace orva::language {
-namespace {
-
 using namespace std::string_literals;
 
-std::string describe(const Token& token) {
+static std::string describe(const Token& token) {
   switch (token.kind) {
     case TokenKind::name: return "name " + token.text;
     case TokenKind::keyword: return "keyword " + token.text;
@@ -32,7 +30,7 @@ std::string describe(const Token& token) {
 }
 
 /// The tokens of a text without the last one, which must be the end.
-std::vector<std::string> tokens(const std::string& text) {
+static std::vector<std::string> tokens(const std::string& text) {
   std::vector<std::string> described;
   for (const Token& token : tokenize({"Main.ov", text})) described.push_back(describe(token));
   EXPECT_EQ("end", described.back());
@@ -41,12 +39,12 @@ std::vector<std::string> tokens(const std::string& text) {
 }
 
 /// Throws the fault that the tokens of a source end with, if any.
-void readTokens(const SourceText& source) {
+static void readTokens(const SourceText& source) {
   const Token last = tokenize(source).back();
   if (last.kind == TokenKind::fault) throw SourceError(source, last.position, last.text);
 }
 
-std::string refusal(const std::string& text) {
+static std::string refusal(const std::string& text) {
   try {
     readTokens({"Main.ov", text});
   } catch (const SourceError& error) {
@@ -214,6 +212,4 @@ TEST(IsQualifiedName, RefusesAnythingElse) {
     EXPECT_FALSE(isQualifiedName(text)) << text;
   }
 }
-
-}  // namespace
 }  // namespace orva::language

@@ -11,12 +11,10 @@
 #include <vector>
 
 namespace orva::language {
-namespace {
-
 using namespace std::string_literals;
 
 /// The UTF-8 form of a code point, also of one that UTF-8 forbids.
-std::string utf8(char32_t code) {
+static std::string utf8(char32_t code) {
   if (code < 0x80) return {static_cast<char>(code)};
   std::string bytes;
   for (; code > (bytes.empty() ? 0x1FU : 0x3FU >> bytes.size()); code >>= 6U) {
@@ -26,7 +24,7 @@ std::string utf8(char32_t code) {
   return std::string(1, static_cast<char>(mark | code)) + bytes;
 }
 
-bool isSafe(std::string_view text) {
+static bool isSafe(std::string_view text) {
   while (!text.empty()) {
     const Character character = firstCharacter(text);
     const char32_t code = character.code;
@@ -115,13 +113,13 @@ TEST(Shortened, CutsBetweenCharacters) {
   }
 }
 
-std::size_t widthOf(std::string_view text) {
+static std::size_t widthOf(std::string_view text) {
   return static_cast<std::size_t>(
       std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
 }
 
 /// What the caret of an excerpt points at: the rest of the shown line.
-std::string pointedAt(const Excerpt& shown) {
+static std::string pointedAt(const Excerpt& shown) {
   std::size_t at = 0;
   for (std::size_t columns = widthOf(shown.indentation); columns > 0; --columns) {
     at += firstCharacter(std::string_view(shown.text).substr(at)).size;
@@ -156,7 +154,7 @@ TEST(Excerpt, CutsOnEitherSide) {
 }
 
 /// A line of so many characters, taken from a list one after another.
-std::string lineOf(const std::vector<std::string>& characters, std::size_t count) {
+static std::string lineOf(const std::vector<std::string>& characters, std::size_t count) {
   std::string line;
   for (std::size_t i = 0; i < count; ++i) line += characters[i * 7 % characters.size()];
   return line;
@@ -192,6 +190,4 @@ TEST(Excerpt, OfAVeryLongLineReadsOnlyWhatItShows) {
     ASSERT_LT(excerpt(line, column).text.size(), 200U);
   }
 }
-
-}  // namespace
 }  // namespace orva::language

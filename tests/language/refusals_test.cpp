@@ -6,9 +6,7 @@
 #include <string>
 
 namespace orva::language {
-namespace {
-
-const char* const doubled = "type parameter 'T' is declared twice";
+static const char* const doubled = "type parameter 'T' is declared twice";
 
 TEST(Refuses, SucceedsForTheSameTextAtTheMark) {
   EXPECT_TRUE(refuses("class A<T, ^T> {}", doubled));
@@ -45,6 +43,4 @@ TEST(RefusesBody, CountsPlacesInTheWholeSource) {
   EXPECT_TRUE(refusesBody("return ^);", "expected an expression, found ')'"));
   EXPECT_FALSE(refusesBody("return ^1;", "expected an expression, found '1'"));
 }
-
-}  // namespace
 }  // namespace orva::language

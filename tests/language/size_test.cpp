@@ -10,16 +10,16 @@
 #include "refusals.h"
 
 namespace orva::language {
-namespace {
+static const char* const tooDeep = "this is nested too deeply: expected at most 200 levels";
 
-const char* const tooDeep = "this is nested too deeply: expected at most 200 levels";
-
-std::string repeated(std::size_t count, const std::string& text) {
+static std::string repeated(std::size_t count, const std::string& text) {
   std::string joined;
   joined.reserve(count * text.size());
   for (; count > 0; --count) joined += text;
   return joined;
 }
+
+namespace {
 
 /// A source that is nested as often as one likes; `core` holds the mark of the place that is too deep.
 struct Nest {
@@ -30,13 +30,15 @@ struct Nest {
   }
 };
 
+}  // namespace
+
 /// A nest among the statements of a method.
-Nest inMethod(const Nest& nest) {
+static Nest inMethod(const Nest& nest) {
   return {"class A { void m() { " + nest.before, nest.open, nest.core, nest.close, nest.after + " } }"};
 }
 
 /// Succeeds when so many levels are the most that parse.
-testing::AssertionResult isDeepest(std::size_t levels, const Nest& nest) {
+static testing::AssertionResult isDeepest(std::size_t levels, const Nest& nest) {
   std::string text = nest.marked(levels);
   text.erase(text.find('^'), 1);
   try {
@@ -114,15 +116,17 @@ TEST(Nesting, OfAnyDepthIsRefusedWithoutExhaustingTheStack) {
   EXPECT_THROW(parseTypeName(repeated(deep, "A<")), SourceError);
 }
 
-constexpr std::size_t many = 100000;
+static constexpr std::size_t many = 100000;
 
-SourceFile parsedBody(const std::string& statements) {
+static SourceFile parsedBody(const std::string& statements) {
   return parseSource({"Main.ov", "class A { void m() { " + statements + " } }"});
 }
 
-const Block& bodyOf(const SourceFile& file) { return file.classes.at(0).methods.at(0).body; }
+static const Block& bodyOf(const SourceFile& file) { return file.classes.at(0).methods.at(0).body; }
 
-const Expression& returnedBy(const SourceFile& file) { return std::get<Return>(bodyOf(file).at(0).form).value.value(); }
+static const Expression& returnedBy(const SourceFile& file) {
+  return std::get<Return>(bodyOf(file).at(0).form).value.value();
+}
 
 TEST(Length, IsLimitedForParameters) {
   const auto parameters = [](int count) {
@@ -173,6 +177,4 @@ TEST(Length, HasNoLimitForTokens) {
   const SourceFile file = parsedBody("return \"" + text + "\";" + "/*" + text + "*/ " + text + ";");
   EXPECT_EQ(text, std::get<StringLiteral>(returnedBy(file).form).text);
 }
-
-}  // namespace
 }  // namespace orva::language

@@ -9,10 +9,9 @@
 #include "tree_text.h"
 
 namespace orva::language {
-namespace {
-
-const char* const notAssigned = "unexpected '=': only a variable is assigned, as in 'count = 1;', and '==' compares";
-const char* const notCompared = "there is no '<': values are compared with '==' and '!='";
+static const char* const notAssigned =
+    "unexpected '=': only a variable is assigned, as in 'count = 1;', and '==' compares";
+static const char* const notCompared = "there is no '<': values are compared with '==' and '!='";
 
 TEST(Statement, HasItsTree) {
   const Table trees = {
@@ -126,6 +125,4 @@ TEST(Statement, AsksForANameInThePlaceOfAWord) {
     EXPECT_TRUE(refuses("class A<^" + word + "> { }", "expected the name of a type parameter" + found));
   }
 }
-
-}  // namespace
 }  // namespace orva::language

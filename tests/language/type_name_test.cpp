@@ -9,8 +9,6 @@
 #include "tree_text.h"
 
 namespace orva::language {
-namespace {
-
 TEST(TypeName, HasANameAndArguments) {
   const TypeName type = parseTypeName("collections.Map<int,geometry.Box<String>>");
   EXPECT_EQ("collections.Map", type.name);
@@ -62,6 +60,4 @@ TEST(TypeName, IsRefusedWhereItGoesWrong) {
     EXPECT_TRUE(refuses({"type name", marked}, message, [](const SourceText& text) { parseTypeName(text.text); }));
   }
 }
-
-}  // namespace
 }  // namespace orva::language

@@ -5,11 +5,9 @@
 
 #include <string>
 
-#include "scripted_host.h"
+#include "tests/scripted_host/scripted_host.h"
 
 using namespace model;
-
-namespace {
 
 TEST(Agreement, IsSilentWhereBothDoTheSame) {
   EXPECT_EQ("", disagreement(storyFrom("call loadClass \"A\"\ncall getTypeByName \"A\"\n")));
@@ -34,5 +32,3 @@ TEST(Agreement, NeedsTheSameResultToo) {
     EXPECT_NE("", disagreement(storyFrom("system-class-loader 2\ncall getSystem\n")));
   });
 }
-
-}  // namespace

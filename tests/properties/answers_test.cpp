@@ -6,9 +6,9 @@
 
 using namespace model;
 
-namespace {
-
 using Series = std::vector<std::vector<Answer>>;
+
+namespace {
 
 class Answers : public SmallWorlds {
  protected:
@@ -17,43 +17,45 @@ class Answers : public SmallWorlds {
   }
 };
 
+}  // namespace
+
 /// Returns, or throws.
-Series endings() { return {{}, {throwing("broken")}, {throwingOther()}}; }
+static Series endings() { return {{}, {throwing("broken")}, {throwingOther()}}; }
 
 /// The same, and also at the second call only.
-Series endingsOfTwo() {
+static Series endingsOfTwo() {
   Series series = endings();
   series.push_back({returning(1), throwing("")});
   series.push_back({returning(1), throwingOther(), returning(1)});
   return series;
 }
 
-Series valuesAndEndings(const std::vector<Answer>& values) {
+static Series valuesAndEndings(const std::vector<Answer>& values) {
   Series series{{throwing("no value")}, {throwingOther()}};
   for (const Answer& value : values) series.push_back({value});
   return series;
 }
 
-Series yesNoAndEndings() { return valuesAndEndings({returning(0), returning(1)}); }
+static Series yesNoAndEndings() { return valuesAndEndings({returning(0), returning(1)}); }
 
-const Choice kRaises{Operation::kRaise, endings()};
-const Choice kTypes{Operation::kTypeByName, yesNoAndEndings()};
-const Choice kContexts{Operation::kActiveRuntimeContext, yesNoAndEndings()};
-const Choice kCounts{Operation::kTypeCount, endingsOfTwo()};
-const Choice kShortNames{Operation::kTypeName, endingsOfTwo()};
-const Choice kFullNames{Operation::kTypeFullName, endingsOfTwo()};
-const Choice kLists{Operation::kListSize, endingsOfTwo()};
-const Choice kElements{Operation::kListIndex, endingsOfTwo()};
+static const Choice raiseAnswers{Operation::raise, endings()};
+static const Choice typeAnswers{Operation::typeByName, yesNoAndEndings()};
+static const Choice contextAnswers{Operation::activeRuntimeContext, yesNoAndEndings()};
+static const Choice countAnswers{Operation::typeCount, endingsOfTwo()};
+static const Choice shortNameAnswers{Operation::typeName, endingsOfTwo()};
+static const Choice fullNameAnswers{Operation::typeFullName, endingsOfTwo()};
+static const Choice sizeAnswers{Operation::listSize, endingsOfTwo()};
+static const Choice elementAnswers{Operation::listIndex, endingsOfTwo()};
 
 /// Loads that register the entry type, another one, or nothing, and end in each way.
-Series loads() {
+static Series loads() {
   Answer failing = registering("A", "p.A");
-  failing.ending = Ending::kThrowsException;
+  failing.ending = Ending::throwsException;
   return {{}, {throwing("")}, {throwingOther()}, {registering("A", "p.A")}, {registering("A", "q.A")}, {failing}};
 }
 
 /// Registries that do not know the type A, know it, and know two.
-std::vector<World> registries() {
+static std::vector<World> registries() {
   std::vector<World> worlds(3);
   worlds[0].registry = {{"B", "p.B"}};
   worlds[1].registry = {{"A", "p.A"}};
@@ -68,30 +70,31 @@ TEST_F(Answers, EveryAnswerToALookUpOfAnInstance) {
     world.lockError = lockError;
     for (const bool ready : {false, true}) {
       world.table = {{{"A<B>", "", "", ""}, ready, true}};
-      playAll({kRaises,
-               kTypes,
-               kContexts,
-               {Operation::kMaterialize, valuesAndEndings(values)},
-               {Operation::kLoad, endings()}},
+      playAll({raiseAnswers,
+               typeAnswers,
+               contextAnswers,
+               {Operation::materialize, valuesAndEndings(values)},
+               {Operation::load, endings()}},
               world, getTypeByName("A<B >"));
     }
   }
 }
 
 TEST_F(Answers, EveryAnswerToALookUpOfAClass) {
-  const Choice sources{Operation::kSourceFileForClass, valuesAndEndings({returning(1, ""), returning(1, "s")})};
+  const Choice sources{Operation::sourceFileForClass, valuesAndEndings({returning(1, ""), returning(1, "s")})};
   for (const World& world : registries()) {
-    playAll({kRaises, kTypes, kCounts, kContexts, sources, {Operation::kLoad, endings()}}, world, getTypeByName("A"));
-    playAll({kRaises, kCounts, kShortNames, kFullNames, sources}, world, getTypeByName("A"));
+    playAll({raiseAnswers, typeAnswers, countAnswers, contextAnswers, sources, {Operation::load, endings()}}, world,
+            getTypeByName("A"));
+    playAll({raiseAnswers, countAnswers, shortNameAnswers, fullNameAnswers, sources}, world, getTypeByName("A"));
   }
 }
 
 TEST_F(Answers, EveryAnswerToANameWithoutALookUp) {
   for (const std::optional<std::string>& name : std::vector<std::optional<std::string>>{std::nullopt, "", "A", "<"}) {
     for (const int64_t type : {0, 1, 7}) {
-      const Choice types{Operation::kTypeByName, valuesAndEndings({returning(type)})};
-      playAll({kRaises, types}, {}, loadClass(name));
-      playAll({kRaises, types}, {}, getTypeByName(name));
+      const Choice types{Operation::typeByName, valuesAndEndings({returning(type)})};
+      playAll({raiseAnswers, types}, {}, loadClass(name));
+      playAll({raiseAnswers, types}, {}, getTypeByName(name));
     }
   }
 }
@@ -99,13 +102,13 @@ TEST_F(Answers, EveryAnswerToANameWithoutALookUp) {
 TEST_F(Answers, EveryVersionIsHandedOn) {
   const std::vector<Answer> versions{returning(0), returning(1), returning(-1), returning(INT32_MIN),
                                      returning(INT32_MAX)};
-  playAll({kRaises, {Operation::kObjectAbiVersion, valuesAndEndings(versions)}}, {}, objectAbiVersion());
+  playAll({raiseAnswers, {Operation::objectAbiVersion, valuesAndEndings(versions)}}, {}, objectAbiVersion());
 }
 
 TEST_F(Answers, EveryAnswerToASourcePlugin) {
   for (const World& world : registries()) {
-    playAll({kRaises, kTypes, kCounts, kShortNames, kFullNames, {Operation::kLoad, loads()}}, world,
-            loadSourceClass("f", "A"));
+    playAll({raiseAnswers, typeAnswers, countAnswers, shortNameAnswers, fullNameAnswers, {Operation::load, loads()}},
+            world, loadSourceClass("f", "A"));
   }
 }
 
@@ -114,7 +117,7 @@ TEST_F(Answers, EveryAnswerToABundle) {
   for (const World& world : registries()) {
     for (const auto& objects : lists) {
       for (const auto& identities : lists) {
-        playAll({kRaises, kCounts, kLists, kElements, {Operation::kLoadBundle, loads()}}, world,
+        playAll({raiseAnswers, countAnswers, sizeAnswers, elementAnswers, {Operation::loadBundle, loads()}}, world,
                 loadObjectBundle(objects, identities, "A"));
       }
     }
@@ -125,25 +128,26 @@ TEST_F(Answers, EveryAnswerToAPrecompilation) {
   const std::vector<std::optional<List>> lists{std::nullopt, List{}, List{{"x"}, {}}, List{{"x", "y"}, {}},
                                                List{{"x", std::nullopt}, {}}};
   for (const auto& files : lists) {
-    playAll({kRaises, kLists, kElements, kContexts, {Operation::kPrecompile, endings()}}, {}, precompileSources(files));
+    playAll({raiseAnswers, sizeAnswers, elementAnswers, contextAnswers, {Operation::precompile, endings()}}, {},
+            precompileSources(files));
   }
 }
 
 TEST_F(Answers, EveryAnswerToARoot) {
   World world;
-  world.files = {{FileKind::kFolder, "d", ""}, {FileKind::kFile, "f", ""}};
+  world.files = {{FileKind::folder, "d", ""}, {FileKind::file, "f", ""}};
   for (const std::optional<std::string>& root :
        std::vector<std::optional<std::string>>{std::nullopt, "", "d", "f", "missing"}) {
-    playAll({kRaises,
-             {Operation::kGetInstance, endings()},
-             {Operation::kAddKlassPath, yesNoAndEndings()},
-             {Operation::kInvalidateCaches, endings()}},
+    playAll({raiseAnswers,
+             {Operation::getInstance, endings()},
+             {Operation::addKlassPath, yesNoAndEndings()},
+             {Operation::invalidateCaches, endings()}},
             world, addSourceRoot(root));
   }
 }
 
 /// Raises that succeed, or fail at the first time only: a raise within the work is itself bridged.
-Series raisesInWork() {
+static Series raisesInWork() {
   Series series = endings();
   series.push_back({throwing("first"), returning(1)});
   series.push_back({throwingOther(), returning(1)});
@@ -154,22 +158,19 @@ Series raisesInWork() {
 TEST_F(Answers, EveryAnswerToAPackage) {
   World world;
   world.roots = {"r"};
-  world.files = {
-      {FileKind::kFile, "r/a/1.ov", ""}, {FileKind::kFile, "r/a/2.ov", ""}, {FileKind::kFile, "r/a/3.ov", ""}};
+  world.files = {{FileKind::file, "r/a/1.ov", ""}, {FileKind::file, "r/a/2.ov", ""}, {FileKind::file, "r/a/3.ov", ""}};
   Series loads = endingsOfTwo();
   loads.push_back({returning(1), returning(1), throwing("third")});
   for (const char* package : {"a", "b"}) {
     for (const int error : {0, EIO, EACCES}) {
       world.openingError = error;
-      playAll({{Operation::kRaise, raisesInWork()},
-               {Operation::kIsValidPackageName, yesNoAndEndings()},
-               {Operation::kGetInstance, endings()},
-               {Operation::kGetKlassPaths, endings()},
-               kContexts,
-               {Operation::kLoad, loads}},
+      playAll({{Operation::raise, raisesInWork()},
+               {Operation::isValidPackageName, yesNoAndEndings()},
+               {Operation::getInstance, endings()},
+               {Operation::getKlassPaths, endings()},
+               contextAnswers,
+               {Operation::load, loads}},
               world, loadPackageTypes(package));
     }
   }
 }
-
-}  // namespace

@@ -7,7 +7,7 @@
 
 namespace model {
 
-static constexpr int kMostLinks = 40;
+static constexpr int mostLinks = 40;
 
 static std::string below(const std::string& folder, const std::string& name) {
   return folder.empty() || folder == "/" ? folder + name : folder + '/' + name;
@@ -24,11 +24,11 @@ static bool isBelow(const std::string& path, const std::string& folder) {
 
 /// What stands at a place; a folder too where something lies below it.
 static std::optional<File> fileAt(const World& world, const std::string& place) {
-  if (place.empty() || place == "/") return File{FileKind::kFolder, place, ""};
+  if (place.empty() || place == "/") return File{FileKind::folder, place, ""};
   std::optional<File> implied;
   for (const File& file : world.files) {
     if (file.path == place) return file;
-    if (isBelow(file.path, place)) implied = File{FileKind::kFolder, place, ""};
+    if (isBelow(file.path, place)) implied = File{FileKind::folder, place, ""};
   }
   return implied;
 }
@@ -37,11 +37,11 @@ static std::optional<File> followed(const World& world, const std::string& start
 
 /// What a name leads to in the folder at a place.
 static std::optional<File> lookedUp(const World& world, const File& folder, const std::string& name, int links) {
-  if (folder.kind != FileKind::kFolder) return std::nullopt;
+  if (folder.kind != FileKind::folder) return std::nullopt;
   if (name == ".") return folder;
   if (name == "..") return fileAt(world, parentOf(folder.path));
   std::optional<File> file = fileAt(world, below(folder.path, name));
-  if (!file || file->kind != FileKind::kLink) return file;
+  if (!file || file->kind != FileKind::link) return file;
   if (links == 0) return std::nullopt;
   return followed(world, folder.path, file->target, links - 1);
 }
@@ -55,18 +55,18 @@ static std::optional<File> followed(const World& world, const std::string& start
     if (!name.empty()) file = lookedUp(world, *file, name, links);
   }
   const bool asksForFolder = path.back() == '/';
-  if (file && asksForFolder && file->kind != FileKind::kFolder && file->kind != FileKind::kClosedFolder) return {};
+  if (file && asksForFolder && file->kind != FileKind::folder && file->kind != FileKind::closedFolder) return {};
   return file;
 }
 
 static std::optional<FileKind> kindOf(const World& world, const std::string& path) {
-  const std::optional<File> file = followed(world, "", path, kMostLinks);
+  const std::optional<File> file = followed(world, "", path, mostLinks);
   return file ? std::optional(file->kind) : std::nullopt;
 }
 
 /// Tells whether a file leaves room for another.
 static bool leavesRoom(const File& file, const File& other) {
-  if (file.kind == FileKind::kFolder || file.kind == FileKind::kClosedFolder) return true;
+  if (file.kind == FileKind::folder || file.kind == FileKind::closedFolder) return true;
   return !isBelow(other.path, file.path);
 }
 
@@ -81,15 +81,15 @@ std::string joinedPaths(const std::string& first, const std::string& second) {
 
 bool isFolder(const World& world, const std::string& path) {
   const std::optional<FileKind> kind = kindOf(world, path);
-  return kind == FileKind::kFolder || kind == FileKind::kClosedFolder;
+  return kind == FileKind::folder || kind == FileKind::closedFolder;
 }
 
-bool isRegularFile(const World& world, const std::string& path) { return kindOf(world, path) == FileKind::kFile; }
+bool isRegularFile(const World& world, const std::string& path) { return kindOf(world, path) == FileKind::file; }
 
-bool isListable(const World& world, const std::string& path) { return kindOf(world, path) == FileKind::kFolder; }
+bool isListable(const World& world, const std::string& path) { return kindOf(world, path) == FileKind::folder; }
 
 std::vector<std::string> namesIn(const World& world, const std::string& path) {
-  const std::optional<File> folder = followed(world, "", path, kMostLinks);
+  const std::optional<File> folder = followed(world, "", path, mostLinks);
   if (!folder) return {};
   const std::string prefix = joinedPaths(folder->path, "");
   std::set<std::string> names;

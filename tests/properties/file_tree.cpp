@@ -15,6 +15,7 @@
 namespace fs = std::filesystem;
 
 namespace model {
+
 namespace {
 
 class Tree {
@@ -34,10 +35,10 @@ class Tree {
  private:
   void make(const File& file) const {
     switch (file.kind) {
-      case FileKind::kFile: folder_.file(file.path); break;
-      case FileKind::kLink: folder_.link(file.path, file.target); break;
-      case FileKind::kFifo: folder_.fifo(file.path); break;
-      case FileKind::kSocket: folder_.socket(file.path); break;
+      case FileKind::file: folder_.file(file.path); break;
+      case FileKind::link: folder_.link(file.path, file.target); break;
+      case FileKind::fifo: folder_.fifo(file.path); break;
+      case FileKind::socket: folder_.socket(file.path); break;
       default: folder_.folder(file.path);
     }
   }
@@ -45,7 +46,7 @@ class Tree {
   void setRights(fs::perms rights) const {
     for (const File& file : files_) {
       std::error_code ignored;
-      if (file.kind == FileKind::kClosedFolder) fs::permissions(folder_.path(file.path), rights, ignored);
+      if (file.kind == FileKind::closedFolder) fs::permissions(folder_.path(file.path), rights, ignored);
     }
   }
 
@@ -53,10 +54,12 @@ class Tree {
   std::vector<File> files_;
 };
 
-// Enough for every small world; random worlds rarely come back to an old tree.
-constexpr std::size_t kMostTrees = 8192;
+}  // namespace
 
-std::string keyOf(const std::vector<File>& files) {
+// Enough for every small world; random worlds rarely come back to an old tree.
+static constexpr std::size_t mostTrees = 8192;
+
+static std::string keyOf(const std::vector<File>& files) {
   std::string key;
   for (const File& file : files) {
     key += std::to_string(static_cast<int>(file.kind)) + file.path + '\0' + file.target + '\0';
@@ -64,20 +67,18 @@ std::string keyOf(const std::vector<File>& files) {
   return key;
 }
 
-const Tree& treeOf(const World& world) {
+static const Tree& treeOf(const World& world) {
   static std::map<std::string, std::unique_ptr<Tree>> trees;
-  if (trees.size() >= kMostTrees) trees.clear();
+  if (trees.size() >= mostTrees) trees.clear();
   std::unique_ptr<Tree>& tree = trees[keyOf(world.files)];
   if (!tree) tree = std::make_unique<Tree>(world.files);
   return *tree;
 }
 
-bool hasClosedFolder(const World& world) {
-  const auto isClosed = [](const File& file) { return file.kind == FileKind::kClosedFolder; };
+static bool hasClosedFolder(const World& world) {
+  const auto isClosed = [](const File& file) { return file.kind == FileKind::closedFolder; };
   return std::any_of(world.files.begin(), world.files.end(), isClosed);
 }
-
-}  // namespace
 
 InFilesOf::InFilesOf(const World& world) : before_(open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
   const Tree& tree = treeOf(world);

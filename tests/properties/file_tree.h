@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "temporary_folder.h"
+#include "tests/scripted_host/temporary_folder.h"
 #include "world.h"
 
 namespace model {

@@ -9,14 +9,16 @@ namespace {
 
 class Histories : public SmallWorlds {};
 
-Call getSystem() {
+}  // namespace
+
+static Call getSystem() {
   Call call;
-  call.native = Native::kGetSystem;
+  call.native = Native::getSystem;
   return call;
 }
 
 /// Every series of exactly `length` of these answers.
-std::vector<std::vector<Answer>> everySeries(const std::vector<Answer>& answers, std::size_t length) {
+static std::vector<std::vector<Answer>> everySeries(const std::vector<Answer>& answers, std::size_t length) {
   std::vector<std::vector<Answer>> series;
   forEachSequence(answers, length, [&](const std::vector<Answer>& each) {
     if (each.size() == length) series.push_back(each);
@@ -29,10 +31,10 @@ std::vector<std::vector<Answer>> everySeries(const std::vector<Answer>& answers,
 TEST_F(Histories, EveryStartOfTheSystemClassLoader) {
   const std::vector<Answer> loads{returning(1), throwing("broken"), throwingOther()};
   const std::vector<Answer> objects{returning(0), returning(5), throwing("full"), throwingOther()};
-  const std::vector<Choice> choices{{Operation::kLoad, everySeries(loads, 3)},
-                                    {Operation::kAllocObject, everySeries(objects, 2)}};
+  const std::vector<Choice> choices{{Operation::load, everySeries(loads, 3)},
+                                    {Operation::allocObject, everySeries(objects, 2)}};
   World world;
-  answersOf(world, Operation::kStandardLibraryPath) = {returning(1, "/lib/std/")};
+  answersOf(world, Operation::standardLibraryPath) = {returning(1, "/lib/std/")};
   forEachCombination(choices, world, [&](const World& each) {
     playAfresh(each, {getSystem(), getSystem(), getSystem(), getSystem()});
   });
@@ -42,28 +44,27 @@ TEST_F(Histories, EveryStandardLibrary) {
   const std::vector<Answer> paths{returning(1, ""),  returning(1, "/"), returning(1, "l/"),
                                   returning(1, "l"), throwing("none"),  throwingOther()};
   const std::vector<Choice> choices{
-      {Operation::kStandardLibraryPath, everySeries(paths, 2)},
-      {Operation::kGetInstance, {{}, {throwing("no runtime"), returning(1)}, {throwingOther(), returning(1)}}},
-      {Operation::kAllocObject, {{returning(0), returning(3)}, {returning(3)}}},
-      {Operation::kRaise, {{}, {throwing("raising fails"), returning(1)}}}};
+      {Operation::standardLibraryPath, everySeries(paths, 2)},
+      {Operation::getInstance, {{}, {throwing("no runtime"), returning(1)}, {throwingOther(), returning(1)}}},
+      {Operation::allocObject, {{returning(0), returning(3)}, {returning(3)}}},
+      {Operation::raise, {{}, {throwing("raising fails"), returning(1)}}}};
   forEachCombination(choices, {},
                      [&](const World& each) { playAfresh(each, {getSystem(), getSystem(), getSystem()}); });
 }
 
 /// Worlds in which a load leaves something behind that later calls meet.
-std::vector<World> worldsThatGrow() {
+static std::vector<World> worldsThatGrow() {
   World grows;
-  grows.files = {{FileKind::kFile, "r/a/A.ov", ""}, {FileKind::kFile, "s/a/B.ov", ""}};
-  answersOf(grows, Operation::kSourceFileForClass) = {returning(1, "A.ov")};
-  answersOf(grows, Operation::kMaterialize) = {returning(1, "instance.ov")};
+  grows.files = {{FileKind::file, "r/a/A.ov", ""}, {FileKind::file, "s/a/B.ov", ""}};
+  answersOf(grows, Operation::sourceFileForClass) = {returning(1, "A.ov")};
+  answersOf(grows, Operation::materialize) = {returning(1, "instance.ov")};
   World becomesAmbiguous = grows;
   Answer instance;
   instance.records = {{{"", "A < A >", "", ""}, true, true}};
-  answersOf(grows, Operation::kLoad) = {registering("A", "p.A"), instance, registering("B", "p.A")};
-  answersOf(becomesAmbiguous, Operation::kLoad) = {registering("A", "p.A"), throwing("broken"),
-                                                   registering("A", "q.A")};
-  answersOf(becomesAmbiguous, Operation::kAddKlassPath) = {returning(1), returning(0), returning(1)};
-  answersOf(becomesAmbiguous, Operation::kLoadBundle) = {registering("A", "q.A"), instance};
+  answersOf(grows, Operation::load) = {registering("A", "p.A"), instance, registering("B", "p.A")};
+  answersOf(becomesAmbiguous, Operation::load) = {registering("A", "p.A"), throwing("broken"), registering("A", "q.A")};
+  answersOf(becomesAmbiguous, Operation::addKlassPath) = {returning(1), returning(0), returning(1)};
+  answersOf(becomesAmbiguous, Operation::loadBundle) = {registering("A", "q.A"), instance};
   return {grows, becomesAmbiguous};
 }
 
@@ -84,5 +85,3 @@ TEST_F(Histories, EveryLongHistoryOfLookUps) {
     forEachSequence(calls, 6, [&](const std::vector<Call>& history) { play(world, history); });
   }
 }
-
-}  // namespace

@@ -5,27 +5,29 @@
 
 using namespace model;
 
-namespace {
-
 using Text = std::optional<std::string>;
+
+namespace {
 
 class Lists : public SmallWorlds {};
 
+}  // namespace
+
 /// Every list of up to `longest` elements, and no list.
-std::vector<std::optional<List>> everyList(const std::vector<Text>& elements, std::size_t longest) {
+static std::vector<std::optional<List>> everyList(const std::vector<Text>& elements, std::size_t longest) {
   std::vector<std::optional<List>> lists{std::nullopt};
   forEachSequence(elements, longest, [&](const std::vector<Text>& list) { lists.push_back(List{list, std::nullopt}); });
   return lists;
 }
 
-const std::vector<std::optional<int64_t>> kSizes{std::nullopt, INT64_MIN,        -1,       0, 1, 2, 3, 4, 5,
-                                                 1000,         int64_t{1} << 60, INT64_MAX};
+static const std::vector<std::optional<int64_t>> sizes{std::nullopt, INT64_MIN,        -1,       0, 1, 2, 3, 4, 5,
+                                                       1000,         int64_t{1} << 60, INT64_MAX};
 
 /// Every list of up to `longest` elements, claiming every size, and no list.
-std::vector<std::optional<List>> everySizedList(const std::vector<Text>& elements, std::size_t longest) {
+static std::vector<std::optional<List>> everySizedList(const std::vector<Text>& elements, std::size_t longest) {
   std::vector<std::optional<List>> lists{std::nullopt};
   forEachSequence(elements, longest, [&](const std::vector<Text>& list) {
-    for (const auto& size : kSizes) lists.push_back(List{list, size});
+    for (const auto& size : sizes) lists.push_back(List{list, size});
   });
   return lists;
 }
@@ -38,7 +40,7 @@ TEST_F(Lists, EveryPairOfListsIsABundle) {
   const std::vector<std::optional<List>> lists = everyList({std::nullopt, "", "x", "y"}, 3);
   std::vector<World> worlds(3);
   worlds[1].registry = {{"A", "p.A"}};
-  answersOf(worlds[2], Operation::kLoadBundle) = {registering("A", "p.A")};
+  answersOf(worlds[2], Operation::loadBundle) = {registering("A", "p.A")};
   for (const World& world : worlds) {
     for (const auto& objects : lists) {
       for (const auto& identities : lists) play(world, {loadObjectBundle(objects, identities, "A")});
@@ -66,5 +68,3 @@ TEST_F(Lists, EveryMissingArgumentIsRefused) {
     }
   }
 }
-
-}  // namespace

@@ -10,9 +10,9 @@
 #include "file_rules.h"
 
 namespace model {
-namespace {
-
 using Text = std::optional<std::string>;
+
+namespace {
 
 class Maker {
  public:
@@ -93,12 +93,12 @@ class Maker {
     static const std::vector<std::string> folders{"r/a/", "r/a/b/", "s/a/", "s/a/b/", "t/a/", "a/", "r/", "s/b/"};
     static const std::vector<std::string> names{"A.ov", "B.ov", "a.ov", "b", "c", "x.OV", ".ov", "x.y.ov", "a"};
     static const std::vector<std::string> targets{"A.ov", "b", "../A.ov", "none", ".", "..", "b/A.ov", "c"};
-    static const std::vector<FileKind> kinds{FileKind::kFile,   FileKind::kFile, FileKind::kLink,
-                                             FileKind::kFolder, FileKind::kFifo, FileKind::kClosedFolder};
+    static const std::vector<FileKind> kinds{FileKind::file,   FileKind::file, FileKind::link,
+                                             FileKind::folder, FileKind::fifo, FileKind::closedFolder};
     File file;
     file.path = oneOf(folders) + oneOf(names);
     file.kind = oneOf(kinds);
-    if (file.kind == FileKind::kLink) file.target = oneOf(targets);
+    if (file.kind == FileKind::link) file.target = oneOf(targets);
     return file;
   }
 
@@ -115,8 +115,8 @@ class Maker {
 
   Answer answer() {
     Answer answer;
-    answer.ending = oneOf<Ending>({Ending::kReturns, Ending::kReturns, Ending::kReturns, Ending::kReturns,
-                                   Ending::kThrowsException, Ending::kThrowsOther});
+    answer.ending = oneOf<Ending>({Ending::returns, Ending::returns, Ending::returns, Ending::returns,
+                                   Ending::throwsException, Ending::throwsOther});
     answer.number = oneOf<int64_t>({1, 0, 2, 7});
     answer.text = oneOf<std::string>({"", "s.ov", "text", "\xFF"});
     answer.entries = some(oneIn(3) ? 3 : 0, &Maker::entry);
@@ -126,7 +126,7 @@ class Maker {
 
   void addAnswers(World& world) {
     for (std::size_t scripted = below(7); scripted > 0; --scripted) {
-      std::vector<Answer>& answers = world.answers[below(kOperations)];
+      std::vector<Answer>& answers = world.answers[below(operationCount)];
       answers = some(4, &Maker::answer);
     }
   }
@@ -165,24 +165,24 @@ class Maker {
 
   /// Any native; getSystem only where the process is fresh.
   Native native(bool withGetSystem) {
-    if (withGetSystem && oneIn(2)) return Native::kGetSystem;
-    const auto any = static_cast<Native>(below(kNatives));
-    return any == Native::kGetSystem ? Native::kGetTypeByName : any;
+    if (withGetSystem && oneIn(2)) return Native::getSystem;
+    const auto any = static_cast<Native>(below(nativeCount));
+    return any == Native::getSystem ? Native::getTypeByName : any;
   }
 
   Call call(bool withGetSystem) {
     Call call;
     call.native = native(withGetSystem);
-    if (call.native == Native::kLoadPackageTypes) {
+    if (call.native == Native::loadPackageTypes) {
       call.name = oneIn(16) ? std::nullopt : Text(package());
-    } else if (call.native == Native::kAddSourceRoot) {
+    } else if (call.native == Native::addSourceRoot) {
       call.name = oneIn(16) ? std::nullopt : Text(root());
     } else {
       call.name = nameOrNone();
     }
-    if (call.native == Native::kLoadSourceClass) call.sourceFile = element();
-    if (call.native == Native::kPrecompileSources || call.native == Native::kLoadObjectBundle) call.files = list();
-    if (call.native == Native::kLoadObjectBundle) call.identities = list();
+    if (call.native == Native::loadSourceClass) call.sourceFile = element();
+    if (call.native == Native::precompileSources || call.native == Native::loadObjectBundle) call.files = list();
+    if (call.native == Native::loadObjectBundle) call.identities = list();
     return call;
   }
 

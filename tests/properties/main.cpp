@@ -13,13 +13,13 @@
 #include "agreement.h"
 #include "small_worlds.h"
 
-static constexpr std::array<int, 5> kCrashes{SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
-static std::array<struct sigaction, kCrashes.size()> handlersBefore;
+static constexpr std::array<int, 5> crashes{SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
+static std::array<struct sigaction, crashes.size()> handlersBefore;
 
 /// Tells which story crashed, and leaves the crash itself to the handlers that were there before.
 static void tellStory(int /*signal*/) {
-  for (std::size_t index = 0; index < kCrashes.size(); ++index) {
-    sigaction(kCrashes.at(index), &handlersBefore.at(index), nullptr);
+  for (std::size_t index = 0; index < crashes.size(); ++index) {
+    sigaction(crashes.at(index), &handlersBefore.at(index), nullptr);
   }
   const model::Story* story = model::storyInPlay();
   if (story == nullptr) return;
@@ -32,8 +32,8 @@ static void tellStory(int /*signal*/) {
 static void tellOfCrashes() {
   struct sigaction telling = {};
   telling.sa_handler = tellStory;
-  for (std::size_t index = 0; index < kCrashes.size(); ++index) {
-    sigaction(kCrashes.at(index), &telling, &handlersBefore.at(index));
+  for (std::size_t index = 0; index < crashes.size(); ++index) {
+    sigaction(crashes.at(index), &telling, &handlersBefore.at(index));
   }
 }
 

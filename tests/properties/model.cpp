@@ -5,14 +5,14 @@
 #include <system_error>
 
 #include "file_rules.h"
-#include "standard_library.h"
+#include "tests/scripted_host/standard_library.h"
 #include "world_text.h"
 
 namespace model {
-namespace {
-
 using Text = std::optional<std::string>;
-const Text kNoText;
+static const Text noText;
+
+namespace {
 
 /// What a call into the host, or a rule, throws: a `std::exception` with a text, or another object.
 struct Thrown {
@@ -20,12 +20,14 @@ struct Thrown {
   std::string text;
 };
 
-[[noreturn]] void fail(const std::string& text) { throw Thrown{true, text}; }
+}  // namespace
+
+[[noreturn]] static void fail(const std::string& text) { throw Thrown{true, text}; }
 
 /// No vector of strings can hold more: its strings would fill half of the memory that 64 bits can name.
-constexpr int64_t kMostStrings = INT64_MAX / static_cast<int64_t>(sizeof(std::string));
+static constexpr int64_t mostStrings = INT64_MAX / static_cast<int64_t>(sizeof(std::string));
 
-std::string compacted(const std::string& name) {
+static std::string compacted(const std::string& name) {
   std::string compact;
   for (const char byte : name) {
     const bool blank = byte == ' ' || (byte >= '\t' && byte <= '\r');
@@ -34,29 +36,35 @@ std::string compacted(const std::string& name) {
   return compact;
 }
 
-std::string tailOf(const std::string& fullName) {
+static std::string tailOf(const std::string& fullName) {
   const std::string::size_type dot = fullName.rfind('.');
   return dot == std::string::npos ? fullName : fullName.substr(dot + 1);
 }
 
-bool has(const std::string& text, char byte) { return text.find(byte) != std::string::npos; }
+static bool has(const std::string& text, char byte) { return text.find(byte) != std::string::npos; }
 
-std::string inQuotes(const Text& text) { return text ? '"' + *text + '"' : "null"; }
+static std::string inQuotes(const Text& text) { return text ? '"' + *text + '"' : "null"; }
 
-std::string object(int64_t number) { return number == 0 ? "null" : "object " + std::to_string(number); }
+static std::string object(int64_t number) { return number == 0 ? "null" : "object " + std::to_string(number); }
 
-enum class Context { kEmpty, kActive, kOther };
+namespace {
 
-std::string nameOf(Context context) {
-  if (context == Context::kEmpty) return "empty";
-  return context == Context::kActive ? "active" : "other";
+enum class Context { empty, active, other };
+
+}  // namespace
+
+static std::string nameOf(Context context) {
+  if (context == Context::empty) return "empty";
+  return context == Context::active ? "active" : "other";
 }
 
-std::string inBraces(const std::vector<std::string>& texts) {
+static std::string inBraces(const std::vector<std::string>& texts) {
   std::string line;
   for (const std::string& text : texts) line += (line.empty() ? "" : ", ") + inQuotes(text);
   return '{' + line + '}';
 }
+
+namespace {
 
 class Rules {
  public:
@@ -65,15 +73,15 @@ class Rules {
 
   std::string resultOf(const Call& call) {
     switch (call.native) {
-      case Native::kObjectAbiVersion: return objectAbiVersion();
-      case Native::kGetSystem: return getSystem();
-      case Native::kGetTypeByName: return getTypeByName(call.name);
-      case Native::kAddSourceRoot: return addSourceRoot(call.name);
-      case Native::kPrecompileSources: return precompileSources(call.files);
-      case Native::kLoadSourceClass: return loadSourceClass(call.sourceFile, call.name);
-      case Native::kLoadObjectBundle: return loadObjectBundle(call);
-      case Native::kLoadClass: return typeByOwnName(call.name);
-      case Native::kLoadPackageTypes: break;
+      case Native::objectAbiVersion: return objectAbiVersion();
+      case Native::getSystem: return getSystem();
+      case Native::getTypeByName: return getTypeByName(call.name);
+      case Native::addSourceRoot: return addSourceRoot(call.name);
+      case Native::precompileSources: return precompileSources(call.files);
+      case Native::loadSourceClass: return loadSourceClass(call.sourceFile, call.name);
+      case Native::loadObjectBundle: return loadObjectBundle(call);
+      case Native::loadClass: return typeByOwnName(call.name);
+      case Native::loadPackageTypes: break;
     }
     return loadPackageTypes(call.name);
   }
@@ -84,7 +92,7 @@ class Rules {
   Answer ask(Operation operation, const std::string& arguments = "") {
     outcome_.calls.push_back(nameOf(operation) + ('(' + arguments + ')'));
     const Answer answer = take(world_, operation);
-    if (answer.ending != Ending::kReturns) throw Thrown{answer.ending == Ending::kThrowsException, answer.text};
+    if (answer.ending != Ending::returns) throw Thrown{answer.ending == Ending::throwsException, answer.text};
     allocate();
     return answer;
   }
@@ -95,26 +103,24 @@ class Rules {
   }
 
   void raise(const std::string& exceptionClass, const std::string& message) {
-    ask(Operation::kRaise, inQuotes(exceptionClass) + ", " + inQuotes(message));
+    ask(Operation::raise, inQuotes(exceptionClass) + ", " + inQuotes(message));
   }
 
   std::string typeByName(const Text& name) {
     outcome_.ownPointer = false;
-    return object(ask(Operation::kTypeByName, inQuotes(name)).number);
+    return object(ask(Operation::typeByName, inQuotes(name)).number);
   }
 
   std::string typeByOwnName(const Text& name) {
     outcome_.ownPointer = true;
-    return object(ask(Operation::kTypeByName, inQuotes(name)).number);
+    return object(ask(Operation::typeByName, inQuotes(name)).number);
   }
 
   Context activeContext() {
-    return ask(Operation::kActiveRuntimeContext).number == 0 ? Context::kEmpty : Context::kActive;
+    return ask(Operation::activeRuntimeContext).number == 0 ? Context::empty : Context::active;
   }
 
-  void load(const std::string& path, Context context) {
-    ask(Operation::kLoad, inQuotes(path) + ", " + nameOf(context));
-  }
+  void load(const std::string& path, Context context) { ask(Operation::load, inQuotes(path) + ", " + nameOf(context)); }
 
   // Failing: an exception inside is raised; any other object is raised where the native has a text for it, and passes
   // through where it has none.
@@ -139,12 +145,12 @@ class Rules {
   std::vector<std::string> stringsOf(const std::optional<List>& list, const std::string& handle,
                                      const std::string& label) {
     if (!list) fail(label + " is required");
-    ask(Operation::kListSize, handle);
+    ask(Operation::listSize, handle);
     const int64_t size = sizeOf(*list);
-    if (size > kMostStrings) fail(standard_library::impossibleReservation());
+    if (size > mostStrings) fail(standard_library::impossibleReservation());
     std::vector<std::string> strings;
     for (int64_t index = 0; index < size; ++index) {
-      ask(Operation::kListIndex, handle + ", " + std::to_string(index));
+      ask(Operation::listIndex, handle + ", " + std::to_string(index));
       const Text element = elementAt(*list, index);
       if (!element) fail(label + " cannot contain null");
       strings.push_back(*element);
@@ -163,14 +169,14 @@ class Rules {
 
   /// The one type that a name stands for.
   Text registered(const std::string& name) {
-    if (name.empty()) return kNoText;
-    ask(Operation::kTypeCount);
+    if (name.empty()) return noText;
+    ask(Operation::typeCount);
     const int32_t count = countOf(world_);
     Text found;
     for (int32_t index = 0; index < count; ++index) {
-      ask(Operation::kTypeName, std::to_string(index));
+      ask(Operation::typeName, std::to_string(index));
       const std::string shortName = entryAt(world_, index).shortName.value_or("");
-      ask(Operation::kTypeFullName, std::to_string(index));
+      ask(Operation::typeFullName, std::to_string(index));
       const std::string fullName = entryAt(world_, index).fullName.value_or("");
       if (!goesBy(shortName, fullName, name)) continue;
       const std::string resolved = fullName.empty() ? shortName : fullName;
@@ -184,7 +190,7 @@ class Rules {
 
   // objectAbiVersion
 
-  std::string objectAbiVersion() { return std::to_string(ask(Operation::kObjectAbiVersion).number); }
+  std::string objectAbiVersion() { return std::to_string(ask(Operation::objectAbiVersion).number); }
 
   // getSystem
 
@@ -192,19 +198,19 @@ class Rules {
     if (world_.systemClassLoader == 0) {
       succeeds("Exception", "Unknown native failure while initializing the system class loader", [&] {
         if (!world_.metadataLoaded) loadMetadata();
-        world_.systemClassLoader = ask(Operation::kAllocObject, inQuotes("SystemClassLoader")).number;
+        world_.systemClassLoader = ask(Operation::allocObject, inQuotes("SystemClassLoader")).number;
       });
     }
     return object(world_.systemClassLoader);
   }
 
   void loadMetadata() {
-    ask(Operation::kGetInstance);
-    const std::string library = ask(Operation::kStandardLibraryPath).text;
+    ask(Operation::getInstance);
+    const std::string library = ask(Operation::standardLibraryPath).text;
     if (library.empty()) return;
     const std::string folder = joinedPaths(library, "orva");
-    load(joinedPaths(folder, "ClassLoader.ov"), Context::kEmpty);
-    load(joinedPaths(folder, "SystemClassLoader.ov"), Context::kEmpty);
+    load(joinedPaths(folder, "ClassLoader.ov"), Context::empty);
+    load(joinedPaths(folder, "SystemClassLoader.ov"), Context::empty);
     world_.metadataLoaded = true;
   }
 
@@ -212,7 +218,7 @@ class Rules {
 
   std::string getTypeByName(const Text& name) {
     if (!name || name->empty()) return typeByOwnName(name);
-    const bool prepared = succeeds("ClassNotFoundException", kNoText, [&] {
+    const bool prepared = succeeds("ClassNotFoundException", noText, [&] {
       if (has(*name, '<') && has(*name, '>')) prepareInstance(*name);
       if (!has(*name, '<')) prepareClass(*name);
     });
@@ -227,9 +233,9 @@ class Rules {
     allocate();
     if (found) return;
     Context context = activeContext();
-    const Answer answer = ask(Operation::kMaterialize, inQuotes(name) + ", \"\", \"\", " + nameOf(context));
+    const Answer answer = ask(Operation::materialize, inQuotes(name) + ", \"\", \"\", " + nameOf(context));
     if (answer.number == 0) return;
-    if (answer.number == 2) context = Context::kOther;
+    if (answer.number == 2) context = Context::other;
     load(answer.text, context);
   }
 
@@ -247,7 +253,7 @@ class Rules {
     if (registered(name)) return;
     const Context context = activeContext();
     const std::string source =
-        ask(Operation::kSourceFileForClass, inQuotes(name) + ", " + nameOf(context) + ", no token").text;
+        ask(Operation::sourceFileForClass, inQuotes(name) + ", " + nameOf(context) + ", no token").text;
     if (!source.empty()) load(source, context);
   }
 
@@ -258,10 +264,10 @@ class Rules {
       raise("ValueException", "Class path root is required");
       return "0";
     }
-    ask(Operation::kGetInstance);
-    if (ask(Operation::kAddKlassPath, inQuotes(root)).number != 0) {
+    ask(Operation::getInstance);
+    if (ask(Operation::addKlassPath, inQuotes(root)).number != 0) {
       world_.roots.push_back(*root);
-      ask(Operation::kInvalidateCaches);
+      ask(Operation::invalidateCaches);
       return "1";
     }
     if (!isFolder(world_, *root)) raise("IOException", "Class path root does not exist: " + *root);
@@ -271,10 +277,10 @@ class Rules {
   // precompileSources
 
   std::string precompileSources(const std::optional<List>& files) {
-    succeeds("Exception", kNoText, [&] {
+    succeeds("Exception", noText, [&] {
       const std::vector<std::string> sources = stringsOf(files, "files", "Source filename list");
       const Context context = activeContext();
-      ask(Operation::kPrecompile, inBraces(sources) + ", " + nameOf(context) + ", no listener");
+      ask(Operation::precompile, inBraces(sources) + ", " + nameOf(context) + ", no listener");
     });
     return "nothing";
   }
@@ -284,7 +290,7 @@ class Rules {
   template <typename Load>
   std::string loadPlugin(const std::string& entryType, const Load& load) {
     std::string type = "null";
-    succeeds("Exception", kNoText, [&] {
+    succeeds("Exception", noText, [&] {
       const Text before = registered(entryType);
       if (before) return raise("IllegalStateException", "Plugin entry type is already registered: " + *before);
       load();
@@ -300,7 +306,7 @@ class Rules {
       raise("ValueException", "Plugin source filename and entry type are required");
       return "null";
     }
-    return loadPlugin(*entryType, [&] { load(*sourceFile, Context::kEmpty); });
+    return loadPlugin(*entryType, [&] { load(*sourceFile, Context::empty); });
   }
 
   std::string loadObjectBundle(const Call& call) {
@@ -315,7 +321,7 @@ class Rules {
       if (objects.size() != identities.size()) {
         fail("Plugin object and source identity lists must have the same size");
       }
-      ask(Operation::kLoadBundle, inBraces(objects) + ", " + inBraces(identities));
+      ask(Operation::loadBundle, inBraces(objects) + ", " + inBraces(identities));
     });
   }
 
@@ -327,11 +333,11 @@ class Rules {
   }
 
   void loadPackage(const std::string& package) {
-    if (ask(Operation::kIsValidPackageName, inQuotes(package)).number == 0) {
+    if (ask(Operation::isValidPackageName, inQuotes(package)).number == 0) {
       return raise("ValueException", "A valid package name is required");
     }
-    ask(Operation::kGetInstance);
-    ask(Operation::kGetKlassPaths);
+    ask(Operation::getInstance);
+    ask(Operation::getKlassPaths);
     const Text home = homeOf(relativeFolderOf(package));
     if (!home) return raise("ClassNotFoundException", "Package not found: " + package);
     if (const int error = listingError(*home)) {
@@ -363,7 +369,7 @@ class Rules {
       std::string folder = joinedPaths(root, relativeFolder);
       if (isFolder(world_, folder)) return folder;
     }
-    return kNoText;
+    return noText;
   }
 
   /// A folder that may not be read is empty; what else keeps it from being listed is an error.
@@ -393,12 +399,12 @@ class Rules {
   std::optional<std::size_t> callsWithMemory_;
 };
 
-std::string resultOf(const Thrown& thrown) {
+}  // namespace
+
+static std::string resultOf(const Thrown& thrown) {
   if (thrown.isException) return "throws the exception " + inQuotes(thrown.text);
   return "throws the other object" + (thrown.text.empty() ? "" : ' ' + inQuotes(thrown.text));
 }
-
-}  // namespace
 
 Outcome expected(World& world, const Call& call, std::optional<std::size_t> callsWithMemory) {
   Outcome outcome;

@@ -7,14 +7,16 @@
 
 using namespace model;
 
-namespace {
-
 using Text = std::optional<std::string>;
+
+namespace {
 
 class Names : public SmallWorlds {};
 
+}  // namespace
+
 /// Surroundings in which names of the letters below meet every kind of match.
-std::vector<World> surroundings() {
+static std::vector<World> surroundings() {
   World bare;
   World nested;
   nested.registry = {{"A", "A.A"}, {std::nullopt, "A.A.A"}, {"A A", "A<A>"}, {"<", ".<"}};
@@ -25,8 +27,8 @@ std::vector<World> surroundings() {
   World ambiguous;
   ambiguous.registry = {{"A", "x.A"}, {">", "x.>"}, {" ", " "}, {"AA", "A"}};
   ambiguous.table = {{{"< A >", "<A><A>", "A", "A< "}, false, true}};
-  for (World* world : {&nested, &ambiguous}) answersOf(*world, Operation::kSourceFileForClass) = {returning(1, "s")};
-  answersOf(shortOnly, Operation::kMaterialize) = {returning(0, "s")};
+  for (World* world : {&nested, &ambiguous}) answersOf(*world, Operation::sourceFileForClass) = {returning(1, "s")};
+  answersOf(shortOnly, Operation::materialize) = {returning(0, "s")};
   return {bare, nested, shortOnly, ambiguous};
 }
 
@@ -42,7 +44,7 @@ TEST_F(Names, EveryNameIsAnEntryType) {
   const List one{{"x"}, std::nullopt};
   for (World world : surroundings()) {
     for (const Answer& answer : {returning(1), registering("A", "A.A"), registering("A>", "A>")}) {
-      answersOf(world, Operation::kLoad) = answersOf(world, Operation::kLoadBundle) = {answer};
+      answersOf(world, Operation::load) = answersOf(world, Operation::loadBundle) = {answer};
       for (const std::string& name : names) {
         play(world, {loadSourceClass("f", name)});
         play(world, {loadObjectBundle(one, one, name)});
@@ -54,7 +56,7 @@ TEST_F(Names, EveryNameIsAnEntryType) {
 TEST_F(Names, EveryNameIsHandedOn) {
   World world;
   for (const int64_t type : {0, 1}) {
-    answersOf(world, Operation::kTypeByName) = {returning(type)};
+    answersOf(world, Operation::typeByName) = {returning(type)};
     for (const std::string& name : everyText("A.<> ", 5)) play(world, {loadClass(name)});
     for (const Call& call : {loadClass(std::nullopt), getTypeByName(std::nullopt)}) play(world, {call});
   }
@@ -104,9 +106,9 @@ TEST_F(Names, EveryEntryIsRegisteredByALoad) {
     forEachSequence(entries, 3, [&](const std::vector<Entry>& added) {
       World world;
       world.registry = before;
-      for (const Ending ending : {Ending::kReturns, Ending::kThrowsException}) {
+      for (const Ending ending : {Ending::returns, Ending::throwsException}) {
         const Answer answer{ending, 1, "broken", added, {}};
-        answersOf(world, Operation::kLoad) = answersOf(world, Operation::kLoadBundle) = {answer};
+        answersOf(world, Operation::load) = answersOf(world, Operation::loadBundle) = {answer};
         for (const char* name : {"A", "p.A"}) {
           play(world, {loadSourceClass("f", name)});
           play(world, {loadObjectBundle(none, none, name)});
@@ -129,7 +131,7 @@ TEST_F(Names, EveryCountIsRead) {
 }
 
 /// Every record of these spellings, ready or not.
-std::vector<Record> everyRecord(const std::vector<std::string>& spellings) {
+static std::vector<Record> everyRecord(const std::vector<std::string>& spellings) {
   std::vector<Record> records;
   forEachSequence(spellings, 4, [&](const std::vector<std::string>& names) {
     if (names.size() != 4) return;
@@ -167,5 +169,3 @@ TEST_F(Names, EveryTypeTableIsWalked) {
     play(world, {getTypeByName("A< B>")});
   });
 }
-
-}  // namespace

@@ -10,41 +10,43 @@ namespace {
 
 class Packages : public SmallWorlds {};
 
+}  // namespace
+
 /// What may stand where a package is looked for under a root.
-std::vector<std::vector<File>> everyPlace(const std::string& place) {
+static std::vector<std::vector<File>> everyPlace(const std::string& place) {
   const auto at = [&](FileKind kind, const std::string& target = "") { return File{kind, place, target}; };
-  const File source{FileKind::kFile, place + "/S.ov", ""};
-  const File elsewhere{FileKind::kFile, place + ".real/R.ov", ""};
-  const File file{FileKind::kFile, place + ".file", ""};
+  const File source{FileKind::file, place + "/S.ov", ""};
+  const File elsewhere{FileKind::file, place + ".real/R.ov", ""};
+  const File file{FileKind::file, place + ".file", ""};
   return {{},
           {source},
-          {at(FileKind::kFolder)},
-          {at(FileKind::kFile)},
-          {elsewhere, at(FileKind::kLink, "b.real")},
-          {file, at(FileKind::kLink, "b.file")},
-          {at(FileKind::kLink, "nowhere")},
-          {at(FileKind::kLink, "b")},
-          {at(FileKind::kFifo)},
-          {at(FileKind::kSocket)},
-          {source, at(FileKind::kClosedFolder)}};
+          {at(FileKind::folder)},
+          {at(FileKind::file)},
+          {elsewhere, at(FileKind::link, "b.real")},
+          {file, at(FileKind::link, "b.file")},
+          {at(FileKind::link, "nowhere")},
+          {at(FileKind::link, "b")},
+          {at(FileKind::fifo)},
+          {at(FileKind::socket)},
+          {source, at(FileKind::closedFolder)}};
 }
 
 /// Appends everything that may stand at a root: the places of the package, and a root that is no open folder.
-void addRoot(World& world, std::size_t kind) {
+static void addRoot(World& world, std::size_t kind) {
   const std::string root = "r" + std::to_string(world.roots.size());
   world.roots.push_back(root);
   const std::vector<std::vector<File>> places = everyPlace(root + "/a/b");
   if (kind < places.size()) {
     world.files.insert(world.files.end(), places[kind].begin(), places[kind].end());
   } else if (kind == places.size()) {
-    world.files.push_back({FileKind::kFile, root, ""});
+    world.files.push_back({FileKind::file, root, ""});
   } else {
-    world.files.push_back({FileKind::kFile, root + "/a/b/S.ov", ""});
-    world.files.push_back({FileKind::kClosedFolder, root + "/a", ""});
+    world.files.push_back({FileKind::file, root + "/a/b/S.ov", ""});
+    world.files.push_back({FileKind::closedFolder, root + "/a", ""});
   }
 }
 
-std::vector<std::size_t> kindsOfRoot() {
+static std::vector<std::size_t> kindsOfRoot() {
   std::vector<std::size_t> kinds(everyPlace("").size() + 2);
   for (std::size_t kind = 0; kind < kinds.size(); ++kind) kinds[kind] = kind;
   return kinds;
@@ -60,9 +62,9 @@ TEST_F(Packages, EveryClassPathIsSearched) {
 
 TEST_F(Packages, EveryPackageNameIsAPath) {
   World world;
-  world.files = {{FileKind::kFile, "r/S.ov", ""},       {FileKind::kFile, "r/a/A.ov", ""},
-                 {FileKind::kFile, "r/a/a/AA.ov", ""},  {FileKind::kFile, "r/ /blank.ov", ""},
-                 {FileKind::kLink, "r/ / ", "../../r"}, {FileKind::kFile, "r/a/a/a/AAA.ov", ""}};
+  world.files = {{FileKind::file, "r/S.ov", ""},       {FileKind::file, "r/a/A.ov", ""},
+                 {FileKind::file, "r/a/a/AA.ov", ""},  {FileKind::file, "r/ /blank.ov", ""},
+                 {FileKind::link, "r/ / ", "../../r"}, {FileKind::file, "r/a/a/a/AAA.ov", ""}};
   for (const std::vector<std::string>& roots :
        std::vector<std::vector<std::string>>{{"r"}, {"r/"}, {"x", "r//a"}, {"", "./r/../r"}}) {
     world.roots = roots;
@@ -72,14 +74,14 @@ TEST_F(Packages, EveryPackageNameIsAPath) {
 }
 
 /// Every name of an entry with every kind that it may have.
-std::vector<File> everyEntry() {
+static std::vector<File> everyEntry() {
   std::vector<File> entries;
   for (const char* name : {"A.ov", "a.ov", "A_B.ov", "x.OV", ".ov", "..ov", "x.y.ov", "x.ov.bak", "ov", "x.ov "}) {
     const std::string path = std::string("r/a/") + name;
-    for (const FileKind kind : {FileKind::kFile, FileKind::kFolder}) entries.push_back({kind, path, ""});
-    for (const char* target : {"../file", "../folder", "nowhere"}) entries.push_back({FileKind::kLink, path, target});
+    for (const FileKind kind : {FileKind::file, FileKind::folder}) entries.push_back({kind, path, ""});
+    for (const char* target : {"../file", "../folder", "nowhere"}) entries.push_back({FileKind::link, path, target});
   }
-  for (const FileKind kind : {FileKind::kFifo, FileKind::kSocket, FileKind::kClosedFolder}) {
+  for (const FileKind kind : {FileKind::fifo, FileKind::socket, FileKind::closedFolder}) {
     entries.push_back({kind, "r/a/S.ov", ""});
   }
   return entries;
@@ -90,8 +92,7 @@ TEST_F(Packages, EveryFolderIsListed) {
     if (entries.size() == 2 && entries[0].path >= entries[1].path) return;
     World world;
     world.roots = {"r"};
-    world.files = {
-        {FileKind::kFile, "r/file", ""}, {FileKind::kFolder, "r/folder", ""}, {FileKind::kFolder, "r/a", ""}};
+    world.files = {{FileKind::file, "r/file", ""}, {FileKind::folder, "r/folder", ""}, {FileKind::folder, "r/a", ""}};
     world.files.insert(world.files.end(), entries.begin(), entries.end());
     play(world, {loadPackageTypes("a")});
     world.typesHidden = true;
@@ -105,9 +106,9 @@ TEST_F(Packages, EverySetOfSourcesIsSorted) {
   for (std::size_t set = 0; set < std::size_t{1} << names.size(); ++set) {
     World world;
     world.roots = {"r"};
-    world.files = {{FileKind::kFolder, "r/a", ""}};
+    world.files = {{FileKind::folder, "r/a", ""}};
     for (std::size_t index = names.size(); index-- > 0;) {
-      if ((set >> index & 1U) != 0) world.files.push_back({FileKind::kFile, "r/a/" + names[index] + ".ov", ""});
+      if ((set >> index & 1U) != 0) world.files.push_back({FileKind::file, "r/a/" + names[index] + ".ov", ""});
     }
     play(world, {loadPackageTypes("a")});
   }
@@ -117,15 +118,15 @@ TEST_F(Packages, EveryErrorOfAListingIsTold) {
   for (std::size_t sources = 0; sources <= 3; ++sources) {
     World world;
     world.roots = {"r", "s"};
-    world.files = {{FileKind::kFolder, "r/a", ""}, {FileKind::kFile, "s/a/S.ov", ""}};
+    world.files = {{FileKind::folder, "r/a", ""}, {FileKind::file, "s/a/S.ov", ""}};
     for (std::size_t index = 0; index < sources; ++index) {
-      world.files.push_back({FileKind::kFile, "r/a/" + std::to_string(index) + ".ov", ""});
+      world.files.push_back({FileKind::file, "r/a/" + std::to_string(index) + ".ov", ""});
     }
     for (const int error : {EIO, EMFILE, ENOENT, EACCES}) {
       world.openingError = error;
       play(world, {loadPackageTypes("a")});
       World closed = world;
-      closed.files.push_back({FileKind::kClosedFolder, "r/a/in", ""});
+      closed.files.push_back({FileKind::closedFolder, "r/a/in", ""});
       play(closed, {loadPackageTypes("a.in")});
     }
     world.openingError = 0;
@@ -140,10 +141,9 @@ TEST_F(Packages, EveryErrorOfAListingIsTold) {
 
 TEST_F(Packages, EveryRootIsAddedOrRefused) {
   World world;
-  world.files = {
-      {FileKind::kFolder, "d", ""},       {FileKind::kFile, "f", ""},      {FileKind::kLink, "l", "d"},
-      {FileKind::kLink, "dangling", "x"}, {FileKind::kFifo, "p", ""},      {FileKind::kSocket, "s", ""},
-      {FileKind::kLink, "g", "f"},        {FileKind::kFolder, "c/in", ""}, {FileKind::kClosedFolder, "c", ""}};
+  world.files = {{FileKind::folder, "d", ""},       {FileKind::file, "f", ""},      {FileKind::link, "l", "d"},
+                 {FileKind::link, "dangling", "x"}, {FileKind::fifo, "p", ""},      {FileKind::socket, "s", ""},
+                 {FileKind::link, "g", "f"},        {FileKind::folder, "c/in", ""}, {FileKind::closedFolder, "c", ""}};
   std::vector<std::string> roots;
   for (const std::string& root : everyText("dfl/. ", 4)) {
     // What lies above the files belongs to nobody.
@@ -153,10 +153,8 @@ TEST_F(Packages, EveryRootIsAddedOrRefused) {
     roots.emplace_back(root);
   }
   for (const int64_t added : {0, 1}) {
-    answersOf(world, Operation::kAddKlassPath) = {returning(added)};
+    answersOf(world, Operation::addKlassPath) = {returning(added)};
     play(world, {addSourceRoot(std::nullopt)});
     for (const std::string& root : roots) play(world, {addSourceRoot(root)});
   }
 }
-
-}  // namespace

@@ -9,14 +9,14 @@
 
 #include "classloader/natives.h"
 #include "file_tree.h"
-#include "scripted_host.h"
-#include "system_calls.h"
+#include "tests/scripted_host/scripted_host.h"
+#include "tests/scripted_host/system_calls.h"
 #include "world_text.h"
 
 namespace model {
-namespace {
+static_assert(objectCount <= scripted::tokenCount);
 
-static_assert(kObjects <= scripted::kTokens);
+namespace {
 
 /// What an operation throws that is no `std::exception`.
 struct OtherObject {
@@ -53,8 +53,8 @@ class Play {
   Answer answer(Operation operation) {
     Answer given = take(world_, operation);
     if (!given.records.empty()) fillTable();
-    if (given.ending == Ending::kThrowsException) throw scripted::CustomFailure(given.text);
-    if (given.ending == Ending::kThrowsOther) throw OtherObject{given.text};
+    if (given.ending == Ending::throwsException) throw scripted::CustomFailure(given.text);
+    if (given.ending == Ending::throwsOther) throw OtherObject{given.text};
     return given;
   }
 
@@ -82,16 +82,16 @@ class Play {
     host.raise.always([this] {
       if (scripted::host().activeContext.use_count() > 1)
         scripted::host().record("complaint: the context is still held");
-      answer(Operation::kRaise);
+      answer(Operation::raise);
     });
-    host.typeByName.always(answeringObject(Operation::kTypeByName));
-    host.allocObject.always(answeringObject(Operation::kAllocObject));
+    host.typeByName.always(answeringObject(Operation::typeByName));
+    host.allocObject.always(answeringObject(Operation::allocObject));
     host.listSize.always([this](void* handle) {
-      answer(Operation::kListSize);
+      answer(Operation::listSize);
       return scripted::host().findList(handle)->size.value_or(0);
     });
     host.listIndex.always([this](void* handle, int64_t index) -> const char* {
-      answer(Operation::kListIndex);
+      answer(Operation::listIndex);
       const auto& elements = scripted::host().findList(handle)->elements;
       const auto position = static_cast<std::size_t>(index);
       return position < elements.size() && elements[position] ? elements[position]->c_str() : nullptr;
@@ -101,48 +101,48 @@ class Play {
   void scriptRegistry() {
     scripted::Host& host = scripted::host();
     host.typeCount.always([this] {
-      answer(Operation::kTypeCount);
+      answer(Operation::typeCount);
       return countOf(world_);
     });
     host.typeName.always([this](int32_t index) {
-      answer(Operation::kTypeName);
+      answer(Operation::typeName);
       return scripted::host().keepShortName(entryAt(world_, index).shortName);
     });
     host.typeFullName.always([this](int32_t index) {
-      answer(Operation::kTypeFullName);
+      answer(Operation::typeFullName);
       return scripted::host().keepFullName(entryAt(world_, index).fullName);
     });
   }
 
   void scriptCompiler() {
     scripted::Host& host = scripted::host();
-    host.objectAbiVersion.always([this] { return static_cast<int32_t>(answer(Operation::kObjectAbiVersion).number); });
+    host.objectAbiVersion.always([this] { return static_cast<int32_t>(answer(Operation::objectAbiVersion).number); });
     host.activeRuntimeContext.always([this] {
-      const bool active = answer(Operation::kActiveRuntimeContext).number != 0;
+      const bool active = answer(Operation::activeRuntimeContext).number != 0;
       return active ? scripted::host().activeContext : nullptr;
     });
-    host.load.always(answering(Operation::kLoad));
-    host.loadBundle.always(answering(Operation::kLoadBundle));
-    host.precompile.always(answering(Operation::kPrecompile));
-    host.sourceFileForClass.always(answeringText(Operation::kSourceFileForClass));
+    host.load.always(answering(Operation::load));
+    host.loadBundle.always(answering(Operation::loadBundle));
+    host.precompile.always(answering(Operation::precompile));
+    host.sourceFileForClass.always(answeringText(Operation::sourceFileForClass));
     host.materialize.always([this](std::string& instance, std::string& source, scripted::ContextPointer& context) {
-      const Answer given = answer(Operation::kMaterialize);
+      const Answer given = answer(Operation::materialize);
       instance = "an instance";
       source = given.text;
       if (given.number == 2) context = scripted::Host::otherContext();
       return given.number != 0;
     });
-    host.invalidateCaches.always(answering(Operation::kInvalidateCaches));
+    host.invalidateCaches.always(answering(Operation::invalidateCaches));
   }
 
   void scriptRuntime() {
     scripted::Host& host = scripted::host();
-    host.getInstance.always(answering(Operation::kGetInstance));
-    host.standardLibraryPath.always(answeringText(Operation::kStandardLibraryPath));
-    host.getKlassPaths.always(answering(Operation::kGetKlassPaths));
-    host.isValidPackageName.always(answeringYesOrNo(Operation::kIsValidPackageName));
+    host.getInstance.always(answering(Operation::getInstance));
+    host.standardLibraryPath.always(answeringText(Operation::standardLibraryPath));
+    host.getKlassPaths.always(answering(Operation::getKlassPaths));
+    host.isValidPackageName.always(answeringYesOrNo(Operation::isValidPackageName));
     host.addKlassPath.always([this](const std::string& root) {
-      const bool added = answer(Operation::kAddKlassPath).number != 0;
+      const bool added = answer(Operation::addKlassPath).number != 0;
       if (added) world_.roots.push_back(root);
       return added;
     });
@@ -161,21 +161,23 @@ class Play {
   World& world_;
 };
 
-std::string objectText(const void* handle) {
+}  // namespace
+
+static std::string objectText(const void* handle) {
   if (handle == nullptr) return "null";
   const auto* const first = static_cast<const char*>(scripted::token(0));
   return "object " + std::to_string(static_cast<const char*>(handle) - first);
 }
 
-const char* pointerTo(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
+static const char* pointerTo(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
 
 template <typename Work>
-auto inLibrarysTurn(const Work& work) {
+static auto inLibrarysTurn(const Work& work) {
   const scripted::LibrarysTurn turn;
   return work();
 }
 
-std::string resultOf(const Call& call, Play& play) {
+static std::string resultOf(const Call& call, Play& play) {
   const char* const name = pointerTo(call.name);
   const char* const sourceFile = pointerTo(call.sourceFile);
   void* const files = play.listOf("files", call.files);
@@ -187,21 +189,21 @@ std::string resultOf(const Call& call, Play& play) {
     return std::string("nothing");
   };
   switch (call.native) {
-    case Native::kObjectAbiVersion: return number([] { return orva_ClassLoader_objectAbiVersion(); });
-    case Native::kGetSystem: return object([] { return orva_ClassLoader_getSystem(); });
-    case Native::kGetTypeByName: return object([=] { return orva_ClassLoader_getTypeByName(name); });
-    case Native::kAddSourceRoot: return number([=] { return orva_ClassLoader_addSourceRoot(name); });
-    case Native::kPrecompileSources: return nothing([=] { orva_ClassLoader_precompileSources(files); });
-    case Native::kLoadSourceClass: return object([=] { return orva_ClassLoader_loadSourceClass(sourceFile, name); });
-    case Native::kLoadObjectBundle:
+    case Native::objectAbiVersion: return number([] { return orva_ClassLoader_objectAbiVersion(); });
+    case Native::getSystem: return object([] { return orva_ClassLoader_getSystem(); });
+    case Native::getTypeByName: return object([=] { return orva_ClassLoader_getTypeByName(name); });
+    case Native::addSourceRoot: return number([=] { return orva_ClassLoader_addSourceRoot(name); });
+    case Native::precompileSources: return nothing([=] { orva_ClassLoader_precompileSources(files); });
+    case Native::loadSourceClass: return object([=] { return orva_ClassLoader_loadSourceClass(sourceFile, name); });
+    case Native::loadObjectBundle:
       return object([=] { return orva_ClassLoader_loadObjectBundle(files, identities, name); });
-    case Native::kLoadClass: return object([=] { return orva_SystemClassLoader_loadClass(scripted::token(0), name); });
-    case Native::kLoadPackageTypes: break;
+    case Native::loadClass: return object([=] { return orva_SystemClassLoader_loadClass(scripted::token(0), name); });
+    case Native::loadPackageTypes: break;
   }
   return nothing([=] { orva_SystemClassLoader_loadPackageTypes(scripted::token(0), name); });
 }
 
-std::string resultOrThrown(const Call& call, Play& play) {
+static std::string resultOrThrown(const Call& call, Play& play) {
   try {
     return resultOf(call, play);
   } catch (const scripted::CustomFailure& failure) {
@@ -215,17 +217,17 @@ std::string resultOrThrown(const Call& call, Play& play) {
   }
 }
 
-bool looksUp(const std::vector<std::string>& calls) {
+static bool looksUp(const std::vector<std::string>& calls) {
   for (const std::string& call : calls) {
     if (call.compare(0, sizeof("Orva_typeByName") - 1, "Orva_typeByName") == 0) return true;
   }
   return false;
 }
 
-bool readsFiles(Native native) { return native == Native::kAddSourceRoot || native == Native::kLoadPackageTypes; }
+static bool readsFiles(Native native) { return native == Native::addSourceRoot || native == Native::loadPackageTypes; }
 
 /// Lets the system report errors as the world says.
-void scriptSystem(const World& world, const std::function<int(const std::string&)>& onCall) {
+static void scriptSystem(const World& world, const std::function<int(const std::string&)>& onCall) {
   if (world.openingError != 0) system_calls::failOpeningDirectory(world.openingError);
   if (world.readingsUntilError != 0) system_calls::failReadingDirectory(world.readingsUntilError, world.readingError);
   if (world.typesHidden) system_calls::hideEntryTypes();
@@ -234,8 +236,6 @@ void scriptSystem(const World& world, const std::function<int(const std::string&
   system_calls::onEachCall(onCall);
   scripted::host().onCall = [&onCall](const std::string& line) { onCall(line); };
 }
-
-}  // namespace
 
 Outcome observed(World& world, const Call& call, const std::function<int(const std::string&)>& onCall) {
   const scripted::HostsTurn turn;

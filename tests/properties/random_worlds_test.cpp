@@ -12,29 +12,27 @@
 
 #include "agreement.h"
 #include "made_worlds.h"
-#include "scripted_host.h"
+#include "tests/scripted_host/scripted_host.h"
 
 using namespace model;
 
-namespace {
-
 using Bytes = std::vector<uint8_t>;
 
-constexpr int kWorlds = 200'000;
+static constexpr int worldCount = 200'000;
 // A fresh world costs a process of its own.
-constexpr int kWorldsForEachFreshOne = 200;
+static constexpr int worldsForEachFreshOne = 200;
 // A large world takes a few hundred choices.
-constexpr double kChoicesForEachSize = 4;
+static constexpr double choicesForEachSize = 4;
 
-/// Checks a property of as many bytes as a large world takes, with kWorlds worlds or as many as max_success in the
+/// Checks a property of as many bytes as a large world takes, with worldCount worlds or as many as max_success in the
 /// environment's RC_PARAMS says, divided by `divisor`.
-void check(int divisor, const std::function<void(const Bytes&)>& property) {
+static void check(int divisor, const std::function<void(const Bytes&)>& property) {
   rc::detail::TestParams params = rc::detail::configuration().testParams;
-  if (params.maxSuccess == rc::detail::TestParams().maxSuccess) params.maxSuccess = kWorlds;
+  if (params.maxSuccess == rc::detail::TestParams().maxSuccess) params.maxSuccess = worldCount;
   params.maxSuccess = std::max(1, params.maxSuccess / divisor);
   // A crash leaves no time to say it later.
   std::cout << "To make the same worlds again: RC_PARAMS=\"seed=" << params.seed << "\"\n" << std::flush;
-  const auto bytes = rc::gen::scale(kChoicesForEachSize, rc::gen::arbitrary<Bytes>());
+  const auto bytes = rc::gen::scale(choicesForEachSize, rc::gen::arbitrary<Bytes>());
   const auto result = rc::detail::checkTestable([&] { property(*bytes); }, rc::detail::TestMetadata(), params);
   std::ostringstream text;
   rc::detail::printResultMessage(result, text);
@@ -43,7 +41,7 @@ void check(int divisor, const std::function<void(const Bytes&)>& property) {
 }
 
 TEST(RandomWorlds, ArePlayedByTheRulesFromTheFirstCallOn) {
-  check(kWorldsForEachFreshOne, [](const Bytes& bytes) {
+  check(worldsForEachFreshOne, [](const Bytes& bytes) {
     const Story story = freshStoryOf(bytes);
     const int status = scripted::statusOfOwnProcess([&story] { EXPECT_EQ("", disagreement(story)); });
     if (status == 0) return;
@@ -58,5 +56,3 @@ TEST(RandomWorlds, ArePlayedByTheRules) {
     if (!problem.empty()) RC_FAIL(problem);
   });
 }
-
-}  // namespace

@@ -4,7 +4,7 @@
 #include <iostream>
 
 #include "agreement.h"
-#include "scripted_host.h"
+#include "tests/scripted_host/scripted_host.h"
 
 namespace model {
 
@@ -19,14 +19,14 @@ std::vector<std::string> everyText(const std::string& letters, std::size_t longe
   return texts;
 }
 
-Answer returning(int64_t number, const std::string& text) { return {Ending::kReturns, number, text, {}, {}}; }
+Answer returning(int64_t number, const std::string& text) { return {Ending::returns, number, text, {}, {}}; }
 
-Answer throwing(const std::string& text) { return {Ending::kThrowsException, 1, text, {}, {}}; }
+Answer throwing(const std::string& text) { return {Ending::throwsException, 1, text, {}, {}}; }
 
-Answer throwingOther() { return {Ending::kThrowsOther, 1, "", {}, {}}; }
+Answer throwingOther() { return {Ending::throwsOther, 1, "", {}, {}}; }
 
 Answer registering(const std::optional<std::string>& shortName, const std::optional<std::string>& fullName) {
-  return {Ending::kReturns, 1, "", {{shortName, fullName}}, {}};
+  return {Ending::returns, 1, "", {{shortName, fullName}}, {}};
 }
 
 static Call callOf(Native native, const std::optional<std::string>& name) {
@@ -36,35 +36,35 @@ static Call callOf(Native native, const std::optional<std::string>& name) {
   return call;
 }
 
-Call objectAbiVersion() { return callOf(Native::kObjectAbiVersion, std::nullopt); }
+Call objectAbiVersion() { return callOf(Native::objectAbiVersion, std::nullopt); }
 
-Call getTypeByName(const std::optional<std::string>& name) { return callOf(Native::kGetTypeByName, name); }
+Call getTypeByName(const std::optional<std::string>& name) { return callOf(Native::getTypeByName, name); }
 
-Call addSourceRoot(const std::optional<std::string>& root) { return callOf(Native::kAddSourceRoot, root); }
+Call addSourceRoot(const std::optional<std::string>& root) { return callOf(Native::addSourceRoot, root); }
 
 Call precompileSources(const std::optional<List>& files) {
-  Call call = callOf(Native::kPrecompileSources, std::nullopt);
+  Call call = callOf(Native::precompileSources, std::nullopt);
   call.files = files;
   return call;
 }
 
 Call loadSourceClass(const std::optional<std::string>& file, const std::optional<std::string>& entryType) {
-  Call call = callOf(Native::kLoadSourceClass, entryType);
+  Call call = callOf(Native::loadSourceClass, entryType);
   call.sourceFile = file;
   return call;
 }
 
 Call loadObjectBundle(const std::optional<List>& objects, const std::optional<List>& identities,
                       const std::optional<std::string>& entryType) {
-  Call call = callOf(Native::kLoadObjectBundle, entryType);
+  Call call = callOf(Native::loadObjectBundle, entryType);
   call.files = objects;
   call.identities = identities;
   return call;
 }
 
-Call loadClass(const std::optional<std::string>& name) { return callOf(Native::kLoadClass, name); }
+Call loadClass(const std::optional<std::string>& name) { return callOf(Native::loadClass, name); }
 
-Call loadPackageTypes(const std::optional<std::string>& package) { return callOf(Native::kLoadPackageTypes, package); }
+Call loadPackageTypes(const std::optional<std::string>& package) { return callOf(Native::loadPackageTypes, package); }
 
 void SmallWorlds::TearDown() {
   played += worlds_;

@@ -24,55 +24,55 @@ struct Record {
 };
 
 enum class FileKind {
-  kFolder,
-  kClosedFolder,  // nobody may list it or look anything up in it
-  kFile,
-  kLink,
-  kFifo,
-  kSocket,
+  folder,
+  closedFolder,  // nobody may list it or look anything up in it
+  file,
+  link,
+  fifo,
+  socket,
 };
 
 /// One file. The folders above it need no line of their own.
 struct File {
-  FileKind kind = FileKind::kFile;
+  FileKind kind = FileKind::file;
   std::string path;    // relative, without ".", ".." and doubled separators
   std::string target;  // of a link: relative to the link's folder
 };
 
 /// What the library asks of its host.
 enum class Operation {
-  kRaise,
-  kTypeByName,            // number: of the type object, 0 for null
-  kAllocObject,           // number: of the object, 0 for null
-  kListSize,              // the list tells
-  kListIndex,             // the list tells
-  kTypeCount,             // the registry tells
-  kTypeName,              // the registry tells
-  kTypeFullName,          // the registry tells
-  kObjectAbiVersion,      // number: the version
-  kActiveRuntimeContext,  // number: 1 for the active one, 0 for none
-  kLoad,
-  kLoadBundle,
-  kPrecompile,
-  kGetInstance,
-  kStandardLibraryPath,  // text: the path
-  kGetKlassPaths,        // the roots tell
-  kAddKlassPath,         // number: 1 when it adds the root, 0 when it refuses
-  kSourceFileForClass,   // text: the path
-  kMaterialize,          // number: 1 for yes, 2 for yes and with another context, 0 for no; text: the source
-  kInvalidateCaches,
-  kIsValidPackageName,  // number: 1 for yes, 0 for no
+  raise,
+  typeByName,            // number: of the type object, 0 for null
+  allocObject,           // number: of the object, 0 for null
+  listSize,              // the list tells
+  listIndex,             // the list tells
+  typeCount,             // the registry tells
+  typeName,              // the registry tells
+  typeFullName,          // the registry tells
+  objectAbiVersion,      // number: the version
+  activeRuntimeContext,  // number: 1 for the active one, 0 for none
+  load,
+  loadBundle,
+  precompile,
+  getInstance,
+  standardLibraryPath,  // text: the path
+  getKlassPaths,        // the roots tell
+  addKlassPath,         // number: 1 when it adds the root, 0 when it refuses
+  sourceFileForClass,   // text: the path
+  materialize,          // number: 1 for yes, 2 for yes and with another context, 0 for no; text: the source
+  invalidateCaches,
+  isValidPackageName,  // number: 1 for yes, 0 for no
 };
-constexpr std::size_t kOperations = static_cast<std::size_t>(Operation::kIsValidPackageName) + 1;
+constexpr std::size_t operationCount = static_cast<std::size_t>(Operation::isValidPackageName) + 1;
 
 /// How many objects the host has, null at number 0 among them.
-constexpr int64_t kObjects = 64;
+constexpr int64_t objectCount = 64;
 
-enum class Ending { kReturns, kThrowsException, kThrowsOther };
+enum class Ending { returns, throwsException, throwsOther };
 
 /// What one call of an operation does: first it adds to the registry and the type table, then it ends.
 struct Answer {
-  Ending ending = Ending::kReturns;
+  Ending ending = Ending::returns;
   int64_t number = 1;
   std::string text;  // of the object, when it throws one
   std::vector<Entry> entries;
@@ -87,7 +87,7 @@ struct World {
   std::vector<File> files;
 
   // The answers to the next calls of each operation; the last one stands for all later calls.
-  std::array<std::vector<Answer>, kOperations> answers;
+  std::array<std::vector<Answer>, operationCount> answers;
 
   // Errors of the system, by number; 0 for none.
   int lockError = 0;
@@ -109,21 +109,21 @@ struct List {
 };
 
 enum class Native {
-  kObjectAbiVersion,
-  kGetSystem,
-  kGetTypeByName,
-  kAddSourceRoot,
-  kPrecompileSources,
-  kLoadSourceClass,
-  kLoadObjectBundle,
-  kLoadClass,
-  kLoadPackageTypes,
+  objectAbiVersion,
+  getSystem,
+  getTypeByName,
+  addSourceRoot,
+  precompileSources,
+  loadSourceClass,
+  loadObjectBundle,
+  loadClass,
+  loadPackageTypes,
 };
-constexpr std::size_t kNatives = static_cast<std::size_t>(Native::kLoadPackageTypes) + 1;
+constexpr std::size_t nativeCount = static_cast<std::size_t>(Native::loadPackageTypes) + 1;
 
 /// A call of a native; what its native does not take is ignored.
 struct Call {
-  Native native = Native::kObjectAbiVersion;
+  Native native = Native::objectAbiVersion;
   std::optional<std::string> name;        // type, class or package name, entry type, or root
   std::optional<std::string> sourceFile;  // of a plugin
   std::optional<List> files;              // sources or object paths

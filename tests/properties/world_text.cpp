@@ -14,55 +14,55 @@ namespace model {
 template <typename Value, std::size_t Count>
 using Words = std::array<std::pair<Value, const char*>, Count>;
 
-static constexpr Words<Operation, kOperations> kOperationNames{{
-    {Operation::kRaise, "Orva_raise"},
-    {Operation::kTypeByName, "Orva_typeByName"},
-    {Operation::kAllocObject, "Orva_allocObject"},
-    {Operation::kListSize, "orva_collections_ArrayList_size"},
-    {Operation::kListIndex, "orva_collections_ArrayList_operator_index"},
-    {Operation::kTypeCount, "Reflection_getTypeCount"},
-    {Operation::kTypeName, "Reflection_getTypeName"},
-    {Operation::kTypeFullName, "Reflection_getTypeFullName"},
-    {Operation::kObjectAbiVersion, "Compiler::objectAbiVersion"},
-    {Operation::kActiveRuntimeContext, "Compiler::activeRuntimeContext"},
-    {Operation::kLoad, "Compiler::ensureSourceLoadedInActiveJit"},
-    {Operation::kLoadBundle, "Compiler::ensureObjectBundleLoadedInActiveJit"},
-    {Operation::kPrecompile, "Compiler::precompileSources"},
-    {Operation::kGetInstance, "Runtime::getInstance"},
-    {Operation::kStandardLibraryPath, "Runtime::getStandardLibraryPath"},
-    {Operation::kGetKlassPaths, "Runtime::getKlassPaths"},
-    {Operation::kAddKlassPath, "Runtime::addKlassPath"},
-    {Operation::kSourceFileForClass, "ClassLoader::sourceFileForClass"},
-    {Operation::kMaterialize, "ClassLoader::materializeRuntimeGenericType"},
-    {Operation::kInvalidateCaches, "ClassLoader::invalidateKlassPathCaches"},
-    {Operation::kIsValidPackageName, "PackageLayout::isValidPackageName"},
+static constexpr Words<Operation, operationCount> operationNames{{
+    {Operation::raise, "Orva_raise"},
+    {Operation::typeByName, "Orva_typeByName"},
+    {Operation::allocObject, "Orva_allocObject"},
+    {Operation::listSize, "orva_collections_ArrayList_size"},
+    {Operation::listIndex, "orva_collections_ArrayList_operator_index"},
+    {Operation::typeCount, "Reflection_getTypeCount"},
+    {Operation::typeName, "Reflection_getTypeName"},
+    {Operation::typeFullName, "Reflection_getTypeFullName"},
+    {Operation::objectAbiVersion, "Compiler::objectAbiVersion"},
+    {Operation::activeRuntimeContext, "Compiler::activeRuntimeContext"},
+    {Operation::load, "Compiler::ensureSourceLoadedInActiveJit"},
+    {Operation::loadBundle, "Compiler::ensureObjectBundleLoadedInActiveJit"},
+    {Operation::precompile, "Compiler::precompileSources"},
+    {Operation::getInstance, "Runtime::getInstance"},
+    {Operation::standardLibraryPath, "Runtime::getStandardLibraryPath"},
+    {Operation::getKlassPaths, "Runtime::getKlassPaths"},
+    {Operation::addKlassPath, "Runtime::addKlassPath"},
+    {Operation::sourceFileForClass, "ClassLoader::sourceFileForClass"},
+    {Operation::materialize, "ClassLoader::materializeRuntimeGenericType"},
+    {Operation::invalidateCaches, "ClassLoader::invalidateKlassPathCaches"},
+    {Operation::isValidPackageName, "PackageLayout::isValidPackageName"},
 }};
 
-static constexpr Words<Native, kNatives> kNativeNames{{
-    {Native::kObjectAbiVersion, "objectAbiVersion"},
-    {Native::kGetSystem, "getSystem"},
-    {Native::kGetTypeByName, "getTypeByName"},
-    {Native::kAddSourceRoot, "addSourceRoot"},
-    {Native::kPrecompileSources, "precompileSources"},
-    {Native::kLoadSourceClass, "loadSourceClass"},
-    {Native::kLoadObjectBundle, "loadObjectBundle"},
-    {Native::kLoadClass, "loadClass"},
-    {Native::kLoadPackageTypes, "loadPackageTypes"},
+static constexpr Words<Native, nativeCount> nativeNames{{
+    {Native::objectAbiVersion, "objectAbiVersion"},
+    {Native::getSystem, "getSystem"},
+    {Native::getTypeByName, "getTypeByName"},
+    {Native::addSourceRoot, "addSourceRoot"},
+    {Native::precompileSources, "precompileSources"},
+    {Native::loadSourceClass, "loadSourceClass"},
+    {Native::loadObjectBundle, "loadObjectBundle"},
+    {Native::loadClass, "loadClass"},
+    {Native::loadPackageTypes, "loadPackageTypes"},
 }};
-static_assert(kOperationNames.back().second != nullptr && kNativeNames.back().second != nullptr, "one has no name");
+static_assert(operationNames.back().second != nullptr && nativeNames.back().second != nullptr, "one has no name");
 
-static constexpr Words<FileKind, 6> kFileWords{{
-    {FileKind::kFolder, "folder"},
-    {FileKind::kClosedFolder, "closed-folder"},
-    {FileKind::kFile, "file"},
-    {FileKind::kLink, "link"},
-    {FileKind::kFifo, "fifo"},
-    {FileKind::kSocket, "socket"},
+static constexpr Words<FileKind, 6> fileWords{{
+    {FileKind::folder, "folder"},
+    {FileKind::closedFolder, "closed-folder"},
+    {FileKind::file, "file"},
+    {FileKind::link, "link"},
+    {FileKind::fifo, "fifo"},
+    {FileKind::socket, "socket"},
 }};
-static constexpr Words<Ending, 3> kEndingWords{{
-    {Ending::kReturns, "returns"},
-    {Ending::kThrowsException, "throws"},
-    {Ending::kThrowsOther, "throws-other"},
+static constexpr Words<Ending, 3> endingWords{{
+    {Ending::returns, "returns"},
+    {Ending::throwsException, "throws"},
+    {Ending::throwsOther, "throws-other"},
 }};
 
 template <typename Value, std::size_t Count>
@@ -71,19 +71,19 @@ static const char* wordFor(const Words<Value, Count>& words, Value value) {
   return std::find_if(words.begin(), words.end(), isIts)->second;
 }
 
-const char* nameOf(Operation operation) { return wordFor(kOperationNames, operation); }
+const char* nameOf(Operation operation) { return wordFor(operationNames, operation); }
 
 // Writing.
 
 std::string quoted(const std::string& text) {
-  static const char* const kDigits = "0123456789ABCDEF";
+  static const char* const digits = "0123456789ABCDEF";
   std::string line = "\"";
   for (const char byte : text) {
     const auto value = static_cast<unsigned char>(byte);
     if (value >= ' ' && value <= '~' && byte != '"' && byte != '\\' && byte != '\'') {
       line += byte;
     } else {
-      line += {'\\', 'x', kDigits[value / 16], kDigits[value % 16]};
+      line += {'\\', 'x', digits[value / 16], digits[value % 16]};
     }
   }
   return line + '"';
@@ -101,14 +101,14 @@ static std::string textOf(const Record& record) {
 
 static std::string textOf(const Answer& answer) {
   std::string line =
-      wordFor(kEndingWords, answer.ending) + (' ' + std::to_string(answer.number)) + ' ' + quoted(answer.text);
+      wordFor(endingWords, answer.ending) + (' ' + std::to_string(answer.number)) + ' ' + quoted(answer.text);
   for (const Entry& entry : answer.entries) line += " entry " + textOf(entry);
   for (const Record& record : answer.records) line += " record " + textOf(record);
   return line;
 }
 
 static std::string textOf(const File& file) {
-  return wordFor(kFileWords, file.kind) + (' ' + quoted(file.path)) + ' ' + quoted(file.target);
+  return wordFor(fileWords, file.kind) + (' ' + quoted(file.path)) + ' ' + quoted(file.target);
 }
 
 static std::string textOf(const std::optional<List>& list) {
@@ -122,7 +122,7 @@ std::string textOf(const Call& call) {
   std::vector<std::string> arguments{quoted(call.name), quoted(call.sourceFile), textOf(call.files),
                                      textOf(call.identities)};
   while (!arguments.empty() && arguments.back() == "null") arguments.pop_back();
-  std::string line = wordFor(kNativeNames, call.native);
+  std::string line = wordFor(nativeNames, call.native);
   for (const std::string& argument : arguments) line += ' ' + argument;
   return line;
 }
@@ -144,7 +144,7 @@ std::string textOf(const Story& story) {
   writeEach(text, "record ", world.table);
   for (const std::string& root : world.roots) text << "root " << quoted(root) << '\n';
   writeEach(text, "", world.files);
-  for (const auto& [operation, name] : kOperationNames) {
+  for (const auto& [operation, name] : operationNames) {
     const std::string word = std::string("answer ") + name + ' ';
     writeEach(text, word.c_str(), answersOf(world, operation));
   }
@@ -200,9 +200,9 @@ class Line {
 
   int64_t objectNumber() {
     const int64_t value = number();
-    if (value >= 0 && value < kObjects) return value;
+    if (value >= 0 && value < objectCount) return value;
     throw std::runtime_error("there is no object " + std::to_string(value) + ", only 0 to " +
-                             std::to_string(kObjects - 1));
+                             std::to_string(objectCount - 1));
   }
 
   template <typename Value, std::size_t Count>
@@ -246,14 +246,16 @@ class Line {
   std::size_t place_ = 0;
 };
 
-Entry readEntry(Line& line) {
+}  // namespace
+
+static Entry readEntry(Line& line) {
   Entry entry;
   entry.shortName = line.textOrNull();
   entry.fullName = line.textOrNull();
   return entry;
 }
 
-Record readRecord(Line& line) {
+static Record readRecord(Line& line) {
   Record record;
   for (std::string& name : record.names) name = line.text();
   record.hasPointer = line.number() != 0;
@@ -261,19 +263,19 @@ Record readRecord(Line& line) {
   return record;
 }
 
-File readFile(FileKind kind, Line& line) {
+static File readFile(FileKind kind, Line& line) {
   File file{kind, line.text(), ""};
   file.target = line.text();
   return file;
 }
 
-bool namesObject(Operation operation) {
-  return operation == Operation::kTypeByName || operation == Operation::kAllocObject;
+static bool namesObject(Operation operation) {
+  return operation == Operation::typeByName || operation == Operation::allocObject;
 }
 
-Answer readAnswer(Operation operation, Line& line) {
+static Answer readAnswer(Operation operation, Line& line) {
   Answer answer;
-  answer.ending = line.oneOf(kEndingWords);
+  answer.ending = line.oneOf(endingWords);
   answer.number = namesObject(operation) ? line.objectNumber() : line.number();
   answer.text = line.text();
   while (!line.isAtEnd()) {
@@ -287,7 +289,7 @@ Answer readAnswer(Operation operation, Line& line) {
   return answer;
 }
 
-std::optional<List> readList(Line& line) {
+static std::optional<List> readList(Line& line) {
   const std::string opening = line.word();
   if (opening == "null") return std::nullopt;
   if (opening != "[") throw std::runtime_error("a list begins with [");
@@ -308,9 +310,9 @@ std::optional<List> readList(Line& line) {
 }
 
 /// Arguments that are left out at the end are null.
-Call readCall(Line& line) {
+static Call readCall(Line& line) {
   Call call;
-  call.native = line.oneOf(kNativeNames);
+  call.native = line.oneOf(nativeNames);
   if (!line.isAtEnd()) call.name = line.textOrNull();
   if (!line.isAtEnd()) call.sourceFile = line.textOrNull();
   if (!line.isAtEnd()) call.files = readList(line);
@@ -321,33 +323,33 @@ Call readCall(Line& line) {
 using Reader = std::function<void(Story&, Line&)>;
 
 template <typename Number>
-Reader settingOf(Number World::* member) {
+static Reader settingOf(Number World::* member) {
   return [member](Story& story, Line& line) { story.world.*member = line.smallNumber<Number>(); };
 }
 
-Reader flagOf(bool World::* member) {
+static Reader flagOf(bool World::* member) {
   return [member](Story& story, Line& line) { story.world.*member = line.number() != 0; };
 }
 
-Reader fileOf(FileKind kind) {
+static Reader fileOf(FileKind kind) {
   return [kind](Story& story, Line& line) { story.world.files.push_back(readFile(kind, line)); };
 }
 
-const std::vector<std::pair<std::string, Reader>>& readers() {
+static const std::vector<std::pair<std::string, Reader>>& readers() {
   static const std::vector<std::pair<std::string, Reader>> all{
       {"entry", [](Story& story, Line& line) { story.world.registry.push_back(readEntry(line)); }},
       {"count", [](Story& story, Line& line) { story.world.count = line.smallNumber<int32_t>(); }},
       {"record", [](Story& story, Line& line) { story.world.table.push_back(readRecord(line)); }},
       {"root", [](Story& story, Line& line) { story.world.roots.push_back(line.text()); }},
-      {"folder", fileOf(FileKind::kFolder)},
-      {"closed-folder", fileOf(FileKind::kClosedFolder)},
-      {"file", fileOf(FileKind::kFile)},
-      {"link", fileOf(FileKind::kLink)},
-      {"fifo", fileOf(FileKind::kFifo)},
-      {"socket", fileOf(FileKind::kSocket)},
+      {"folder", fileOf(FileKind::folder)},
+      {"closed-folder", fileOf(FileKind::closedFolder)},
+      {"file", fileOf(FileKind::file)},
+      {"link", fileOf(FileKind::link)},
+      {"fifo", fileOf(FileKind::fifo)},
+      {"socket", fileOf(FileKind::socket)},
       {"answer",
        [](Story& story, Line& line) {
-         const Operation operation = line.oneOf(kOperationNames);
+         const Operation operation = line.oneOf(operationNames);
          answersOf(story.world, operation).push_back(readAnswer(operation, line));
        }},
       {"lock-error", settingOf(&World::lockError)},
@@ -361,7 +363,7 @@ const std::vector<std::pair<std::string, Reader>>& readers() {
   return all;
 }
 
-void readLine(Story& story, Line& line) {
+static void readLine(Story& story, Line& line) {
   const std::string first = line.word();
   for (const auto& [word, reader] : readers()) {
     if (word != first) continue;
@@ -371,8 +373,6 @@ void readLine(Story& story, Line& line) {
   }
   throw std::runtime_error("a line cannot begin with '" + first + "'");
 }
-
-}  // namespace
 
 Story storyFrom(const std::string& text) {
   Story story;

@@ -8,9 +8,7 @@
 
 using namespace model;
 
-namespace {
-
-const char* const kEverything = R"(entry "A" null
+static const char* const everything = R"(entry "A" null
 entry null "a.A\x22\xFF"
 count -1
 record "A<B>" "" "x" "y" 1 0
@@ -37,7 +35,7 @@ call precompileSources null null [ "x" ] null
 call loadObjectBundle "A" null [ "x" null ] null [ ] -7
 )";
 
-std::string problemOf(const std::string& text) {
+static std::string problemOf(const std::string& text) {
   try {
     storyFrom(text);
     return "";
@@ -46,7 +44,7 @@ std::string problemOf(const std::string& text) {
   }
 }
 
-TEST(WorldText, ReadsBackWhatItWrites) { EXPECT_EQ(kEverything, textOf(storyFrom(kEverything))); }
+TEST(WorldText, ReadsBackWhatItWrites) { EXPECT_EQ(everything, textOf(storyFrom(everything))); }
 
 TEST(WorldText, ReadsNullForWhatACallLeavesOut) {
   EXPECT_EQ(textOf(storyFrom("call loadClass\n")), textOf(storyFrom("call loadClass null null null null\n")));
@@ -67,5 +65,3 @@ TEST(WorldText, NamesTheLineAtFault) {
   EXPECT_EQ("line 1: a backslash must begin \\xHH, and not \\x00", problemOf("root \"\\x00\""));
   EXPECT_EQ("line 1: a list begins with [", problemOf("call precompileSources null null \"x\" null"));
 }
-
-}  // namespace

@@ -14,10 +14,8 @@
 
 using namespace orva;
 
-namespace {
-
 /// A class `A` with a method that has these statements.
-std::string classWith(const std::string &statements) {
+static std::string classWith(const std::string &statements) {
   return "class A {\n"
          "  static String f() { return \"f\"; }\n"
          "  static void run(Type type, ArrayList<String> list, String x) {\n"
@@ -25,7 +23,7 @@ std::string classWith(const std::string &statements) {
          statements + "  }\n}\n";
 }
 
-std::string times(int count, const std::string &text) {
+static std::string times(int count, const std::string &text) {
   std::string all;
   for (int i = 0; i < count; ++i) {
     std::string each = text;
@@ -39,7 +37,7 @@ std::string times(int count, const std::string &text) {
 
 /// The most calls that a basic block of the class holds. LLVM must find its code well-formed: above all, each call of
 /// an operation passes values of the machine types that its function takes.
-std::size_t mostCallsInBlock(const std::string &text) {
+static std::size_t mostCallsInBlock(const std::string &text) {
   const language::SourceText source{"A.ov", text};
   const language::SourceFile file = language::parseSource(source);
   const compiler::ClassPath classPath("");
@@ -59,8 +57,6 @@ std::size_t mostCallsInBlock(const std::string &text) {
   }
   return most;
 }
-
-}  // namespace
 
 // LLVM's time for a block is the square of its calls.
 TEST(GeneratedCode, HasNoBlockOfManyCallsWhateverAMethodIsMadeOf) {

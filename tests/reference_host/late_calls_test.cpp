@@ -10,10 +10,8 @@ namespace fs = std::filesystem;
 using orva::compiler::activeContext;
 using orva::runtime::Origin;
 
-namespace {
-
 /// The class that comes late. Its methods give values of all types.
-const char* const lateClass =
+static const char* const lateClass =
     "package late;\n"
     "class Thrower {\n"
     "  static int number() { return 3; }\n"
@@ -30,7 +28,7 @@ const char* const lateClass =
     "  String describe(int number, String text) { return text + number; }\n"
     "}\n";
 
-const std::vector<std::pair<std::string, std::string>>& resultTypes() {
+static const std::vector<std::pair<std::string, std::string>>& resultTypes() {
   static const std::vector<std::pair<std::string, std::string>> types = {
       {"number", "int"},   {"truth", "boolean"},        {"text", "String"},      {"noText", "String"},
       {"type", "Type"},    {"exception", "Exception"},  {"own", "late.Thrower"}, {"list", "ArrayList<String>"},
@@ -39,7 +37,7 @@ const std::vector<std::pair<std::string, std::string>>& resultTypes() {
 }
 
 /// Expressions in which `$` stands for a call of the late class.
-std::vector<std::string> expressions() {
+static std::vector<std::string> expressions() {
   std::vector<std::string> all = {"$", "$ + $ + $", "$ == $", "$ != $", "($ + 1) + \"t\"", "($ == null) + \"\""};
   for (const std::string operand : {"1", "true", "\"text\"", "null", "[\"a\"]"}) {
     for (const std::string sign : {" + ", " == ", " != "}) {
@@ -63,7 +61,7 @@ std::vector<std::string> expressions() {
 }
 
 /// Bodies of methods in which `%` stands for an expression.
-const std::vector<std::string>& places() {
+static const std::vector<std::string>& places() {
   static const std::vector<std::string> all = {
       "int r = %; return \"\" + r;",
       "boolean r = true; r = %; return \"\" + r;",
@@ -82,7 +80,7 @@ const std::vector<std::string>& places() {
   return all;
 }
 
-std::string filled(std::string text, char hole, const std::string& value) {
+static std::string filled(std::string text, char hole, const std::string& value) {
   for (std::size_t at = text.find(hole); at != std::string::npos; at = text.find(hole, at + value.size())) {
     text.replace(at, 1, value);
   }
@@ -90,7 +88,7 @@ std::string filled(std::string text, char hole, const std::string& value) {
 }
 
 /// Every expression in one place, and some in all of them, with a method of the late class.
-std::vector<std::string> bodiesWith(const std::string& method) {
+static std::vector<std::string> bodiesWith(const std::string& method) {
   std::vector<std::string> bodies;
   const std::string call = "late.Thrower." + method + "()";
   for (const std::string& each : expressions()) bodies.push_back("return \"\" + (" + filled(each, '$', call) + ");");
@@ -103,7 +101,7 @@ std::vector<std::string> bodiesWith(const std::string& method) {
 }
 
 /// What a method returns, or the message of the exception that it ends with.
-std::string outcomeOf(const std::string& className, const std::string& method) {
+static std::string outcomeOf(const std::string& className, const std::string& method) {
   try {
     const auto* text = reinterpret_cast<const char*>(callMethod(className, method));
     return "returns " + (text == nullptr ? std::string("null") : text);
@@ -113,7 +111,7 @@ std::string outcomeOf(const std::string& className, const std::string& method) {
 }
 
 /// The first thing that the compiler says of a source, without its place; nothing when it is loaded.
-std::string complaintOf(const std::string& file) {
+static std::string complaintOf(const std::string& file) {
   const std::string text = failureOf([&] { activeContext().loader.load(file, Origin::named); });
   if (text == "nothing") return {};
   const std::string begin = ": error: ";
@@ -122,15 +120,15 @@ std::string complaintOf(const std::string& file) {
 }
 
 /// What a method does that is compiled when the late class is there.
-std::string outcomeWhenKnown(const std::string& className, const std::string& body) {
+static std::string outcomeWhenKnown(const std::string& className, const std::string& body) {
   writeFile(className + ".ov", "class " + className + " { static String run() { " + body + " } }");
   const std::string complaint = complaintOf(className + ".ov");
   return complaint.empty() ? outcomeOf(className, "run") : complaint;
 }
 
 /// Expects two outcomes to be one. A late call may name the method whose result does not fit.
-void expectSame(const std::string& late, const std::string& known, const std::string& method, const std::string& type,
-                const std::string& body) {
+static void expectSame(const std::string& late, const std::string& known, const std::string& method,
+                       const std::string& type, const std::string& body) {
   const std::string nothing = "' returns nothing";
   const bool isVoid = late.size() > nothing.size() && late.substr(late.size() - nothing.size()) == nothing;
   if (isVoid || late.rfind("Method 'late.Thrower." + method + "' returns " + type + ", not ", 0) == 0) {
@@ -139,8 +137,6 @@ void expectSame(const std::string& late, const std::string& known, const std::st
     EXPECT_EQ(late, known) << body;
   }
 }
-
-}  // namespace
 
 TEST(LateCalls, DoWhatCallsOfKnownClassesDo) {
   const Workspace workspace(STANDARD_LIBRARY);
@@ -167,11 +163,9 @@ TEST(LateCalls, DoWhatCallsOfKnownClassesDo) {
   }
 }
 
-namespace {
-
 /// Compiles a caller of `E.h()` when `E` has one text, has it run when `E` has another or is gone (for no text), and
 /// expects it to do what a caller does that is compiled then.
-void expectFreshVerdict(const std::string& name, const std::string& before, const std::string& now) {
+static void expectFreshVerdict(const std::string& name, const std::string& before, const std::string& now) {
   const std::string file = name + "/E.ov";
   const auto textOf = [&](const std::string& methods) { return "package " + name + "; class E { " + methods + " }"; };
   const auto caller = [&](const std::string& prefix) {
@@ -189,8 +183,6 @@ void expectFreshVerdict(const std::string& name, const std::string& before, cons
   const std::string complaint = complaintOf(fresh + ".ov");
   EXPECT_EQ(outcomeOf(stale, "run"), complaint.empty() ? outcomeOf(fresh, "run") : complaint) << before << ", " << now;
 }
-
-}  // namespace
 
 TEST(LateCalls, AreJudgedByTheClassThatIsThereWhenTheyAreMade) {
   const Workspace workspace;

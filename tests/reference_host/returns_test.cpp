@@ -16,9 +16,9 @@ struct Body {
   bool canThrow;
 };
 
-using Bodies = std::vector<Body>;
-
 }  // namespace
+
+using Bodies = std::vector<Body>;
 
 static Bodies simple() {
   return {{"", true, false},

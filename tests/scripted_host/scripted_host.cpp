@@ -163,7 +163,7 @@ void reset() {
 }
 
 void* token(std::size_t number) {
-  static std::array<char, kTokens> bytes;
+  static std::array<char, tokenCount> bytes;
   return &bytes.at(number);
 }
 

@@ -207,7 +207,7 @@ TypeRecord typeRecord(const std::string& name1, const std::string& name2, const 
 
 /// Address of a global, distinct for each number, to serve as a type object or an object handle.
 void* token(std::size_t number);
-constexpr std::size_t kTokens = 64;
+constexpr std::size_t tokenCount = 64;
 
 // Lines of the record.
 std::string inQuotes(const char* text);

@@ -11,9 +11,7 @@
 
 using namespace orva::tracing;
 
-namespace {
-
-std::string jsonOf(const std::string& text) {
+static std::string jsonOf(const std::string& text) {
   std::string json = "\"";
   for (const char byte : text) {
     const auto code = static_cast<unsigned char>(byte);
@@ -28,13 +26,13 @@ std::string jsonOf(const std::string& text) {
 }
 
 template <typename Items, typename Write>
-std::string jsonOf(const Items& items, const Write& write) {
+static std::string jsonOf(const Items& items, const Write& write) {
   std::string json;
   for (const auto& item : items) json += (json.empty() ? "" : ",") + write(item);
   return '[' + json + ']';
 }
 
-std::string jsonOfValue(const Value& value) {
+static std::string jsonOfValue(const Value& value) {
   switch (value.kind) {
     case StoredKind::null: return "null";
     case StoredKind::text: return jsonOf(value.text + (value.isCut ? "…" : ""));
@@ -45,14 +43,14 @@ std::string jsonOfValue(const Value& value) {
   }
 }
 
-std::string jsonOfScan(const Scan& scan) {
+static std::string jsonOfScan(const Scan& scan) {
   return "{\"key\":" + jsonOf(scan.key) + ",\"count\":" + std::to_string(scan.count) +
          ",\"read\":" + std::to_string(scan.read) + ",\"fullNames\":" + std::to_string(scan.fullNames) +
          ",\"shortNames\":" + std::to_string(scan.shortNames) + ",\"tails\":" + std::to_string(scan.tails) +
          ",\"matches\":" + jsonOf(scan.matches, [](const std::string& match) { return jsonOf(match); }) + '}';
 }
 
-std::string jsonOfEvent(const Event& event) {
+static std::string jsonOfEvent(const Event& event) {
   if (event.kind == EventKind::lock) return "{\"lock\":true}";
   if (event.kind == EventKind::scan) return "{\"scan\":" + jsonOfScan(event.scan) + '}';
   std::string json = "{\"call\":" + jsonOf(std::string(descriptionOf(event.call).name)) +
@@ -63,7 +61,7 @@ std::string jsonOfEvent(const Event& event) {
   return json + '}';
 }
 
-void print(const std::vector<Event>& events) {
+static void print(const std::vector<Event>& events) {
   static std::set<std::string> printed;
   for (const Event& event : events) {
     print(event.inner);
@@ -73,8 +71,6 @@ void print(const std::vector<Event>& events) {
     if (printed.insert(line).second) std::fputs(line.c_str(), stdout);
   }
 }
-
-}  // namespace
 
 int main(int argc, char** argv) try {
   for (int i = 1; i < argc; ++i) {

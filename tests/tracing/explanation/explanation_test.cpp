@@ -12,41 +12,40 @@
 
 using namespace orva::tracing;
 
-namespace {
+static const Value nullValue;
+static const Value objectValue = pointer(1);
 
-const Value kNull;
-const Value kObject = pointer(1);
-
-Event raise(const std::string& exceptionClass, const std::string& message) {
+static Event raise(const std::string& exceptionClass, const std::string& message) {
   return call(CallId::Orva_raise, {text(exceptionClass), text(message)});
 }
 
 /// Each match is by short name.
-Event scanOf(const std::string& key, const std::vector<std::string>& matches, std::uint32_t shortNames) {
+static Event scanOf(const std::string& key, const std::vector<std::string>& matches, std::uint32_t shortNames) {
   return scan({key, 99, 99, 0, shortNames, 0, matches});
 }
 
-Event load(const std::string& path) {
-  return call(CallId::Compiler_ensureSourceLoadedInActiveJit, {text(path), kObject});
+static Event load(const std::string& path) {
+  return call(CallId::Compiler_ensureSourceLoadedInActiveJit, {text(path), objectValue});
 }
 
-Event typeByName(const Value& name) { return call(CallId::Orva_typeByName, {name}, {kNull}); }
+static Event typeByName(const Value& name) { return call(CallId::Orva_typeByName, {name}, {nullValue}); }
 
-Event search(const std::string& name, const std::string& source) {
-  return call(CallId::ClassLoader_sourceFileForClass, {text(name), kObject, kNull}, {text(source)});
+static Event search(const std::string& name, const std::string& source) {
+  return call(CallId::ClassLoader_sourceFileForClass, {text(name), objectValue, nullValue}, {text(source)});
 }
 
-Event lookUp(const std::string& name, const std::vector<Event>& inner) {
-  return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {kNull}, inner);
+static Event lookUp(const std::string& name, const std::vector<Event>& inner) {
+  return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {nullValue}, inner);
 }
 
-Event addRoot(const Value& path, const std::vector<Event>& inner) {
+static Event addRoot(const Value& path, const std::vector<Event>& inner) {
   return call(CallId::orva_ClassLoader_addSourceRoot, {path}, {number(0)}, inner);
 }
 
 /// The sentence for a name that `loadClass` does not find.
-std::string sentenceOf(const Value& name) {
-  return explanationOf(call(CallId::orva_SystemClassLoader_loadClass, {kObject, name}, {kNull}, {typeByName(name)}));
+static std::string sentenceOf(const Value& name) {
+  return explanationOf(
+      call(CallId::orva_SystemClassLoader_loadClass, {objectValue, name}, {nullValue}, {typeByName(name)}));
 }
 
 TEST(Explanation, IsEmptyForWhatHasNotEnded) {
@@ -59,7 +58,7 @@ TEST(Explanation, IsEmptyForWhatHasNotEnded) {
 }
 
 TEST(Explanation, SaysWhyItRaisedAlsoBeforeTheEnd) {
-  Event running = addRoot(kNull, {raise("ValueException", "")});
+  Event running = addRoot(nullValue, {raise("ValueException", "")});
   running.ending = Ending::jumped;
   EXPECT_EQ("raised: the class path root is null, and ClassLoader.addSourceRoot needs one", explanationOf(running));
 }
@@ -90,7 +89,7 @@ TEST(Explanation, ClaimsNothingOfEventsThatAreLost) {
 TEST(Explanation, PointsToTheEndOfTheTraceWhereAllCallsOfANativeAreMissing) {
   for (std::size_t i = 0; i < calls.size(); ++i) {
     if (!calls[i].isNative || calls[i].result != ValueType::object) continue;
-    const Event alone = call(static_cast<CallId>(i), {text("a"), text("A"), text("A")}, {kNull});
+    const Event alone = call(static_cast<CallId>(i), {text("a"), text("A"), text("A")}, {nullValue});
     const std::string name(calls[i].name);
     EXPECT_EQ(explanationOf(alone), "null: the trace does not show what " + name + " asked of the host");
   }
@@ -107,7 +106,7 @@ TEST(Explanation, TakesAFixedTextForItsOwnOnly) {
 /// A load that calls natives itself.
 TEST(Explanation, LeavesNestedNativesToThemselves) {
   Event outer = load("r/A.ov");
-  outer.inner = {addRoot(kNull, {raise("ValueException", "")}), lookUp("B", {typeByName(text("B"))})};
+  outer.inner = {addRoot(nullValue, {raise("ValueException", "")}), lookUp("B", {typeByName(text("B"))})};
   EXPECT_EQ("null: 'r/A.ov', the source of 'A', was loaded, and the runtime still knows no such type",
             explanationOf(lookUp("A", {scanOf("A", {}, 0), search("A", "r/A.ov"), outer, typeByName(text("A"))})));
 }
@@ -130,5 +129,3 @@ TEST(Explanation, NamesNoTypeOfWhatIsNotAnException) {
       "ClassLoader.objectAbiVersion catches nothing there",
       explanationOf(thrown(call(CallId::orva_ClassLoader_objectAbiVersion, {}, {}, {thrower}), "")));
 }
-
-}  // namespace

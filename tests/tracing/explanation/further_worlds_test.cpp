@@ -7,29 +7,27 @@
 #include <optional>
 #include <string>
 
-#include "allocations.h"
 #include "classloader/natives.h"
 #include "play.h"
-#include "scripted_host.h"
 #include "small_worlds.h"
+#include "tests/scripted_host/allocations.h"
+#include "tests/scripted_host/scripted_host.h"
 
 using namespace model;
 
-namespace {
+static const std::string longText = "a text that does not fit into a string without memory";
 
-const std::string kLong = "a text that does not fit into a string without memory";
-
-void script() {
+static void script() {
   scripted::reset();
   scripted::Host& host = scripted::host();
-  host.registry = {{"Cart", kLong}};
+  host.registry = {{"Cart", longText}};
   host.typeByName.always([] { return scripted::token(1); });
   host.load.always(scripted::nothing());
   host.loadBundle.always(scripted::nothing());
   host.precompile.always(scripted::nothing());
-  host.sourceFileForClass.always([] { return kLong; });
+  host.sourceFileForClass.always([] { return longText; });
   host.materialize.always([](std::string&, std::string& source, scripted::ContextPointer&) {
-    source = kLong;
+    source = longText;
     return true;
   });
   host.addKlassPath.always([] { return true; });
@@ -37,7 +35,7 @@ void script() {
 }
 
 /// Lets one allocation fail. @return whether there was one of that number.
-bool runsOutOfMemory(const std::function<void()>& call, int number) {
+static bool runsOutOfMemory(const std::function<void()>& call, int number) {
   script();
   bool hasFailed = false;
   try {
@@ -52,9 +50,9 @@ bool runsOutOfMemory(const std::function<void()>& call, int number) {
 }
 
 TEST(FurtherWorlds, MemoryRunsOut) {
-  const char* const text = kLong.c_str();
-  const std::string generic = kLong + "<>";
-  const auto list = [](const char* label) { return scripted::host().list(label, {kLong}); };
+  const char* const text = longText.c_str();
+  const std::string generic = longText + "<>";
+  const auto list = [](const char* label) { return scripted::host().list(label, {longText}); };
   for (const std::function<void()>& call : std::initializer_list<std::function<void()>>{
            [&] { orva_ClassLoader_getTypeByName(text); }, [&] { orva_ClassLoader_getTypeByName(generic.c_str()); },
            [&] { orva_ClassLoader_getTypeByName("Cart"); }, [&] { orva_ClassLoader_addSourceRoot(text); },
@@ -69,27 +67,27 @@ TEST(FurtherWorlds, MemoryRunsOut) {
   }
 }
 
-void play(World world, const Call& call) { observed(world, call); }
+static void play(World world, const Call& call) { observed(world, call); }
 
 TEST(FurtherWorlds, MessagesHaveSeveralLines) {
   World world;
-  answersOf(world, Operation::kLoad) = {throwing("f:1:2: error\n  class\n  ^")};
+  answersOf(world, Operation::load) = {throwing("f:1:2: error\n  class\n  ^")};
   play(world, loadSourceClass("f", "A"));
-  answersOf(world, Operation::kRaise) = {throwing("pending")};
+  answersOf(world, Operation::raise) = {throwing("pending")};
   play(world, loadSourceClass("f", "A"));
 }
 
 TEST(FurtherWorlds, NamesAreUnclosedAndInstancesHaveNoSource) {
   World world;
-  answersOf(world, Operation::kTypeByName) = {returning(0)};
-  answersOf(world, Operation::kMaterialize) = {returning(1, "")};
+  answersOf(world, Operation::typeByName) = {returning(0)};
+  answersOf(world, Operation::materialize) = {returning(1, "")};
   play(world, getTypeByName("A<"));
   play(world, getTypeByName("A<B>"));
 }
 
 TEST(FurtherWorlds, ArgumentsAreMissing) {
   World world;
-  answersOf(world, Operation::kIsValidPackageName) = {returning(0)};
+  answersOf(world, Operation::isValidPackageName) = {returning(0)};
   play(world, loadPackageTypes(""));
   play(world, loadPackageTypes(std::nullopt));
   play(world, loadSourceClass("", "A"));
@@ -97,5 +95,3 @@ TEST(FurtherWorlds, ArgumentsAreMissing) {
   play(world, loadObjectBundle(std::nullopt, List{}, "A"));
   play(world, loadObjectBundle(List{}, std::nullopt, "A"));
 }
-
-}  // namespace
