@@ -8,7 +8,9 @@ source "$(dirname "$0")/common.sh"
 require unshare
 made=$(realpath "$2")
 template=/usr/share/orva-classloader/examples/minimal_host
-cp -r "$root/tests/tracing/explained_hosts" "$work"
+mkdir -p "$work/tests/tracing"
+cp "$root/tests/rename_functions.sh" "$work/tests"
+cp -r "$root/tests/tracing/explained_hosts" "$work/tests/tracing"
 mapfile -t packages < <(for package in "$made"/*.deb; do dpkg-deb --field "$package" Package; done)
 
 installed_here() { dpkg-query -W -f '${Package} ${Status}\n' "${packages[@]}" 2>&1 || true; }
@@ -43,7 +45,7 @@ use_tracer() {
     orva-trace --output tree -- "$work/$library/consumer" || fail "the $library host fails with a trace"
     grep -F 'ClassLoader.getTypeByName(' tree >/dev/null || fail "the $library host has no trace: $(cat tree)"
   done
-  "$work/explained_hosts/check_installed.sh" minimal "$template"/{text_compiler,minimal_host,hooks}.cpp ||
+  "$work/tests/tracing/explained_hosts/check_installed.sh" minimal "$template"/{text_compiler,minimal_host,hooks}.cpp ||
     fail "orva-trace does not explain what the template does"
   [[ -f /usr/share/man/man1/orva-trace.1.gz ]] || fail "the manual page of orva-trace is missing"
 }
