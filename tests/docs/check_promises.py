@@ -123,6 +123,8 @@ def counts():
     yield "README.md", f"of {cases} cases", "docs/failure-matrix.md"
     yield "docs/testing.md", f"On each of {paths} paths", "docs/failure-matrix.md"
     yield "docs/testing.md", f": {schedules:,} schedules", "tests/interleavings"
+    long_text = constant("longText", "tests/faults/fault.cpp")
+    yield "docs/failure-matrix.md", f"with {long_text} bytes", "tests/faults/fault.cpp"
     small = constant("fewestSmallWorlds", "tests/tracing/explanation/explained_worlds.cpp")
     random = constant("worldCount", "tests/properties/random_worlds_test.cpp")
     yield "docs/testing.md", f"more than {small} small ones", "tests/properties"

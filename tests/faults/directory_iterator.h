@@ -7,6 +7,9 @@
 
 namespace faults {
 
+/// How many descriptors the process has open.
+int openDescriptors();
+
 /// Tells what comes of the `nth` allocation after so many readings of the directory that a path lists. One that is not
 /// the iterator's own is thrown.
 IteratorFailure iteratorFailure(const Path& path, const Course& course, std::size_t readings, std::size_t nth);

@@ -45,12 +45,13 @@ static std::vector<int> errorsOf(const std::string& call) {
 
 bool isSystemCall(const std::string& call) { return !isLock(call) && !errorsOf(call).empty(); }
 
+static constexpr std::size_t longText = 100'000;
+
 /// The objects that a failing call throws: one of each kind that a native may tell apart.
 static std::vector<Answer> objectsOf(const std::string& thrower) {
-  constexpr std::size_t longText = 100'000;
   return {{Ending::throwsException, 1, thrower + " failed", {}, {}},
           {Ending::throwsException, 1, "", {}, {}},
-          {Ending::throwsException, 1, thrower + std::string(longText, 'x'), {}, {}},
+          {Ending::throwsException, 1, std::string(longText, thrower.back()), {}, {}},
           {Ending::throwsOther, 1, thrower + " failed", {}, {}}};
 }
 
@@ -81,7 +82,7 @@ static void addAllocations(const Path& path, const Course& course, std::vector<F
   }
 }
 
-static bool goesIntoHost(const std::string& call) {
+bool goesIntoHost(const std::string& call) {
   return !isSystemCall(call) && !isLock(call) && !isCallOf(call, "unlock") && !isRaise(call);
 }
 
@@ -179,8 +180,12 @@ World worldWith(const Path& path, const Course& course, const Fault& fault) {
   if (fault.kind == Fault::Kind::thrown) throwAt(world, course, fault);
   if (fault.kind == Fault::Kind::error && isLock(course.calls[fault.position])) world.lockError = fault.error;
   if (fault.raise) {
-    answersOf(world, Operation::raise) = {fault.raise->thrown};
-    if (!fault.raise->forGood) answersOf(world, Operation::raise).emplace_back();
+    Answer second;
+    if (fault.raise->forGood) {
+      second = fault.raise->thrown;
+      second.text += " again";
+    }
+    answersOf(world, Operation::raise) = {fault.raise->thrown, second};
   }
   return world;
 }

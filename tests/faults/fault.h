@@ -45,6 +45,8 @@ bool isRaise(const std::string& call);
 bool isLock(const std::string& call);
 /// Tells whether a call goes into the system.
 bool isSystemCall(const std::string& call);
+/// Tells whether a call goes into the host and may throw; raises and locks are told apart.
+bool goesIntoHost(const std::string& call);
 
 /// Lists every fault of a path.
 std::vector<Fault> faultsOf(const Path& path, const Course& course);

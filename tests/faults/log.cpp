@@ -14,6 +14,7 @@ using Text = std::array<char, 1 << 16>;
 
 static Text& text() {
   static void* const memory = mmap(nullptr, sizeof(Text), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) throw std::runtime_error("no memory for the log");
   return *static_cast<Text*>(memory);
 }
 

@@ -1,10 +1,12 @@
-// Registers a test for each path, which tries every fault on it, and one for the table of what comes of them.
+// Registers a test for each path, which tries every fault on it, and one for the table of what comes of them, and one
+// for the calls that the paths make.
 #include <gtest/gtest.h>
 
 #include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -47,6 +49,20 @@ class TableTest : public testing::Test {
   }
 };
 
+/// A call that no path makes never fails here.
+class OperationsTest : public testing::Test {
+  void TestBody() override {
+    std::set<std::string> made;
+    for (const Path& path : everyPath()) {
+      for (const std::string& call : courseOf(path).calls) made.insert(call.substr(0, call.find('(')));
+    }
+    for (std::size_t index = 0; index < model::operationCount; ++index) {
+      const std::string operation = nameOf(static_cast<model::Operation>(index));
+      EXPECT_EQ(1U, made.count(operation)) << "no path of paths.cpp calls " << operation;
+    }
+  }
+};
+
 }  // namespace
 
 static std::string testName(const Path& path) {
@@ -71,6 +87,8 @@ static void registerTests() {
   }
   testing::RegisterTest("Table", "SaysWhatComesOfEachFault", nullptr, nullptr, __FILE__, __LINE__,
                         []() -> testing::Test* { return new TableTest; });
+  testing::RegisterTest("Paths", "MakeEveryCallIntoTheHost", nullptr, nullptr, __FILE__, __LINE__,
+                        []() -> testing::Test* { return new OperationsTest; });
 }
 }  // namespace faults
 

@@ -61,7 +61,9 @@ static std::string messageOf(const std::string& raise) {
 /// What came of a call that threw.
 static std::string afterThrowing(const Outcome& outcome, bool isException) {
   if (beginsWith(outcome.result, "throws")) return "passes";
-  const std::string raise = raisesIn(outcome).back();
+  const std::vector<std::string> raises = raisesIn(outcome);
+  if (raises.empty()) return "returns";
+  const std::string& raise = raises.back();
   return "raises " + classOf(raise) + (isException ? "" : ": " + messageOf(raise));
 }
 

@@ -1,7 +1,6 @@
 // The trials. A native whose state lasts as long as the process is tried in a child, and so is a fault that ends it.
 #include "trial.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +12,7 @@
 #include <functional>
 
 #include "agreement.h"
+#include "directory_iterator.h"
 #include "log.h"
 #include "model.h"
 #include "play.h"
@@ -25,13 +25,6 @@ namespace faults {
 using model::Outcome;
 using model::World;
 using scripted::HostsTurn;
-
-int openDescriptors() {
-  constexpr int mostFiles = 256;
-  int open = 0;
-  for (int descriptor = 0; descriptor < mostFiles; ++descriptor) open += fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
-  return open;
-}
 
 static constexpr int endedAsForetold = 42;
 static const std::string allocationWord = "allocation";
@@ -58,6 +51,7 @@ class Trial {
   int onCall(const std::string& call);
   bool failsAllocation();
   bool isUsual() const { return fault_.kind == Fault::Kind::none && !fault_.raise; }
+  void expectFilesClosed(const std::string& call) const;
   void expectNothingHeldAtRaise();
   int lostDescriptors() const { return failed_ && fault_.iterator == IteratorFailure::losesDirectory ? 1 : 0; }
 
@@ -75,15 +69,21 @@ class Trial {
 int Trial::onCall(const std::string& call) {
   if (calls_.empty()) openAtFirst_ = openDescriptors();
   const bool fails = calls_.size() == fault_.position && fault_.kind == Fault::Kind::error && isSystemCall(call);
+  // Only the system can have opened anything since the call before.
+  if (!calls_.empty() && isSystemCall(calls_.back()) && goesIntoHost(call)) expectFilesClosed(call);
   calls_.push_back(call);
   if (isUsual()) log::write(call);
   if (isRaise(call)) expectNothingHeldAtRaise();
   return fails ? fault_.error : 0;
 }
 
+void Trial::expectFilesClosed(const std::string& call) const {
+  EXPECT_EQ(lostDescriptors(), openDescriptors() - openAtFirst_) << call << " finds descriptors open";
+}
+
 /// What the native built is gone once something was thrown; its own raise may still hold the message.
 void Trial::expectNothingHeldAtRaise() {
-  EXPECT_EQ(lostDescriptors(), openDescriptors() - openAtFirst_) << "a raise finds descriptors open";
+  expectFilesClosed("a raise");
   const bool hasThrown =
       failed_ || raises_ > 0 || (fault_.kind == Fault::Kind::thrown && calls_.size() > fault_.position + 1);
   ++raises_;

@@ -12,7 +12,4 @@ Course courseOf(const Path& path);
 /// the rules, when anything is still held, or when the next call notices that there was a fault.
 void tryFault(const Path& path, const Course& course, const Fault& fault);
 
-/// How many descriptors the process has open.
-int openDescriptors();
-
 }  // namespace faults
