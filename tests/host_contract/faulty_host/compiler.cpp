@@ -162,7 +162,7 @@ Runtime& Runtime::getInstance() {
 }
 
 std::string Runtime::getStandardLibraryPath() const {
-  return breaks("class_path.TheStandardLibraryHoldsTheLoaders") ? "/no/such/folder" : "";
+  return breaks("class_path.TheStandardLibraryHoldsTheLoaders") ? HALF_A_LIBRARY : "";
 }
 
 const std::vector<std::string>& Runtime::getKlassPaths() const {
