@@ -125,7 +125,7 @@ def counts():
     yield "docs/testing.md", f": {schedules:,} schedules", "tests/interleavings"
     long_text = constant("longText", "tests/faults/fault.cpp")
     yield "docs/failure-matrix.md", f"with {long_text} bytes", "tests/faults/fault.cpp"
-    small = constant("fewestSmallWorlds", "tests/tracing/explanation/explained_worlds.cpp")
+    small = constant("fewestSmallWorlds", "tests/properties/small_worlds.h")
     random = constant("worldCount", "tests/properties/random_worlds_test.cpp")
     yield "docs/testing.md", f"more than {small} small ones", "tests/properties"
     yield "docs/testing.md", f"and {random} large random ones", "tests/properties"

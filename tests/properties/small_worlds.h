@@ -80,7 +80,8 @@ class SmallWorlds : public testing::Test {
   std::size_t disagreements_ = 0;
 };
 
-/// How many worlds all families have played so far.
+/// How many worlds all families have played so far, and more than how many they play in all.
 std::size_t worldsPlayed();
+inline constexpr std::size_t fewestSmallWorlds = 850'000;
 
 }  // namespace model

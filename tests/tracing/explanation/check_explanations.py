@@ -1,12 +1,12 @@
 #!/usr/bin/python3 -B
-"""Runs a program with a trace, and checks every explanation in it against the events that were recorded. Each native must
-have ended. Each that returned null, raised or let an exception out must have exactly one sentence of the table, and no
-other native may have one. What the sentence claims must be true.
+"""Runs a program with a trace, and checks every explanation in it against the events that were recorded. Each native
+must have ended. Each that returned null, raised or let an exception out must have exactly one sentence of the table,
+and no other native may have one. What the sentence claims must be true.
 
-Usage: check_explanations.py EXPLAINED_TRACES SENTENCES FEWEST RECORDER AUDIT PROGRAM [ARGUMENT…]
+Usage: check_explanations.py EXPLAINED_TRACES SENTENCES CALLS FEWEST RECORDER AUDIT PROGRAM [ARGUMENT…]
 
-At least FEWEST different sentences must occur, or `all` that a whole trace can bring. RECORDER and AUDIT are both `linked` where the program holds
-the recorder.
+At least CALLS calls must be recorded, and at least FEWEST different sentences occur, or `all` that a whole trace can
+bring. RECORDER and AUDIT are both `linked` where the program holds the recorder.
 """
 
 import json
@@ -468,10 +468,13 @@ class Check:
 
     def __init__(self, sentences):
         self.patterns = {name: said_by(pattern) for name, (pattern, _) in table_of(sentences).items()}
-        self.seen, self.problems, self.explained = Counter(), Counter(), 0
+        self.seen, self.problems, self.explained, self.calls = Counter(), Counter(), 0, 0
 
     def add(self, line):
         both = json.loads(line)
+        if "calls" in both:
+            self.calls = both["calls"]
+            return
         self.explained += 1
         problem = problem_with(Native(both["native"]), both["sentence"], self.patterns, self.seen)
         if not both["hasEnded"]:
@@ -484,12 +487,13 @@ class Check:
     def end(self, has_failed):
         for problem, count in self.problems.items():
             print(f"{count} times: {problem}")
-        print(f"{self.explained} calls, {sum(self.seen.values())} of them explained by {len(self.seen)} sentences")
+        print(f"{self.calls} calls; of {self.explained} different natives, {sum(self.seen.values())} explained by "
+              f"{len(self.seen)} sentences")
         sys.exit(1 if self.problems or has_failed else 0)
 
 
 def main():
-    explained, sentences, fewest, recorder, audit, *program = sys.argv[1:]
+    explained, sentences, calls, fewest, recorder, audit, *program = sys.argv[1:]
     check = Check(sentences)
     attached = {} if recorder == "linked" else {"LD_PRELOAD": recorder, "LD_AUDIT": audit}
     with tempfile.TemporaryDirectory() as work:
@@ -501,6 +505,8 @@ def main():
     missing = check.patterns.keys() - check.seen.keys() - {"unseen"}
     if missing if fewest == "all" else len(check.seen) < int(fewest):
         check.problems[f"of {fewest} sentences, these are missing: {missing}"] += 1
+    if check.calls < int(calls):
+        check.problems[f"only {check.calls} calls were recorded"] += 1
     check.end(ran.returncode != 0 or shown.returncode != 0)
 
 

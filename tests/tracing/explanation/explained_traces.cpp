@@ -1,8 +1,11 @@
 // Prints each native that ended in the traces that it is given, with its explanation, for the program that checks
-// these: an object of JSON in a line, each different one once. Bytes stay bytes, each as the character of its number.
+// these: an object of JSON in a line, each different one once; at last, how many calls there are in all. Bytes stay
+// bytes, each as the character of its number.
+#include <cstddef>
 #include <cstdio>
 #include <exception>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -61,21 +64,28 @@ static std::string jsonOfEvent(const Event& event) {
   return json + '}';
 }
 
-static void print(const std::vector<Event>& events) {
+/// @return how many events there are, with those inside.
+static std::size_t print(const std::vector<Event>& events) {
   static std::set<std::string> printed;
+  std::size_t count = events.size();
   for (const Event& event : events) {
-    print(event.inner);
+    count += print(event.inner);
     if (!event.isNative()) continue;
     const std::string line = "{\"native\":" + jsonOfEvent(event) + ",\"sentence\":" + jsonOf(explanationOf(event)) +
                              ",\"hasEnded\":" + (event.hasEnded() ? "true" : "false") + "}\n";
     if (printed.insert(line).second) std::fputs(line.c_str(), stdout);
   }
+  return count;
 }
 
 int main(int argc, char** argv) try {
+  std::size_t count = 0;
   for (int i = 1; i < argc; ++i) {
-    for (const Thread& thread : readTrace(argv[i]).threads) print(thread.events);
+    const Trace trace = readTrace(argv[i]);
+    if (trace.stopped != Stopped::no) throw std::runtime_error(std::string("recording stopped early: ") + argv[i]);
+    for (const Thread& thread : trace.threads) count += print(thread.events);
   }
+  std::printf("{\"calls\":%zu}\n", count);
 } catch (const std::exception& failure) {
   std::fprintf(stderr, "%s\n", failure.what());
   return 1;

@@ -9,9 +9,6 @@
 #include "play.h"
 #include "small_worlds.h"
 
-/// The number that pages promise, when all tests run.
-constexpr std::size_t fewestSmallWorlds = 850'000;
-
 namespace model {
 
 std::string commandFor(const Story& story) { return textOf(story); }
@@ -35,8 +32,9 @@ std::string disagreement(const Story& story) {
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   const int status = RUN_ALL_TESTS();
-  if (model::worldsPlayed() > fewestSmallWorlds) return status;
-  std::cerr << "only " << model::worldsPlayed() << " small worlds, but pages promise more than " << fewestSmallWorlds
-            << '\n';
+  const bool areAll = GTEST_FLAG_GET(filter) == "*";
+  if (!areAll || model::worldsPlayed() > model::fewestSmallWorlds) return status;
+  std::cerr << "only " << model::worldsPlayed() << " small worlds, but pages promise more than "
+            << model::fewestSmallWorlds << '\n';
   return 1;
 }

@@ -38,6 +38,10 @@ static Event lookUp(const std::string& name, const std::vector<Event>& inner) {
   return call(CallId::orva_ClassLoader_getTypeByName, {text(name)}, {nullValue}, inner);
 }
 
+static Event loadPlugin(const std::vector<Event>& inner) {
+  return call(CallId::orva_ClassLoader_loadSourceClass, {text("f"), text("A")}, {nullValue}, inner);
+}
+
 static Event addRoot(const Value& path, const std::vector<Event>& inner) {
   return call(CallId::orva_ClassLoader_addSourceRoot, {path}, {number(0)}, inner);
 }
@@ -80,9 +84,15 @@ TEST(Explanation, TellsOfAnAmbiguityWhoseSecondNameIsLost) {
 }
 
 TEST(Explanation, ClaimsNothingOfEventsThatAreLost) {
-  for (const Event& lossy : {lookUp("A<B>", {typeByName(text("A<B>"))}), lookUp("A", {typeByName(text("A"))}),
-                             lookUp("p.A", {scanOf("p.A", {}, 0), typeByName(text("p.A"))})}) {
+  for (const Event& lossy :
+       {lookUp("A<B>", {typeByName(text("A<B>"))}), lookUp("A", {typeByName(text("A"))}),
+        lookUp("p.A", {scanOf("p.A", {}, 0), typeByName(text("p.A"))}), lookUp("A<", {}), lookUp("", {})}) {
     EXPECT_EQ("null: the trace does not show what ClassLoader.getTypeByName asked of the host", explanationOf(lossy));
+  }
+  for (const Event& lossy : {loadPlugin({load("f"), typeByName(text("A"))}),
+                             loadPlugin({scanOf("A", {}, 0), load("f"), typeByName(text("A"))}),
+                             loadPlugin({scanOf("A", {}, 0), load("f")})}) {
+    EXPECT_EQ("null: the trace does not show what ClassLoader.loadSourceClass asked of the host", explanationOf(lossy));
   }
 }
 
