@@ -210,7 +210,7 @@ void Loader::loadSource(const std::string& path, Origin origin) {
 void Loader::loadGenericClass(const GenericInstance& instance) {
   const runtime::Type* loaded = runtime::findTypeByFullName(instance.name.substr(0, instance.name.find('<')));
   if (loaded == nullptr) {
-    loadSource(instance.genericSource, Origin::named);
+    loadSource(instance.genericSource, Origin::classPath);
   } else if (loaded->origin == Origin::object) {
     // The object brought the classes of its file.
     checkSourceOfObject(instance.genericSource, *loaded);

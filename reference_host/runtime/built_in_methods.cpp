@@ -85,7 +85,9 @@ DynamicValue callMethodOfType(const DynamicArguments& arguments, const SourceLoc
 
 /// How the language spells the type of a parameter or a result; null for the call site.
 template <typename Value>
-constexpr const char* spelling = nullptr;
+extern const char* const spelling;
+template <>
+constexpr const char* spelling<const SourceLocation*> = nullptr;
 template <>
 constexpr const char* spelling<void> = "void";
 template <>
