@@ -1,4 +1,4 @@
-// Calls are noted without a lock, for a thread that hangs must not keep others from noting theirs.
+// Calls are noted without a lock, because a thread that hangs must not keep others from noting theirs.
 #include "host_contract/calls.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace orva::host_contract {
 static Calls ofThisProcess;
 static Calls* noted = &ofThisProcess;
 
-/// Where this thread's call is noted; null while it is in none, or where no room was left.
+/// Where this thread's call is noted; null if it is in no call, or if there was no room left.
 static thread_local std::atomic<const char*>* place = nullptr;
 
 void noteCallsIn(Calls& calls) { noted = &calls; }

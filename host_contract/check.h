@@ -28,7 +28,7 @@ struct Check {
   Weight weight;
   Needs needs;
   std::string because;  ///< what goes wrong when the host breaks it
-  void (*run)(Trial&);  ///< throws `Broken` or `NotRun`; anything else that it throws breaks the check too
+  void (*run)(Trial&);  ///< throws `Broken`, `Unusable` or `NotRun`; anything else that it throws breaks the check too
 
   std::string fullName() const { return room + "." + name; }
 };
@@ -51,7 +51,7 @@ struct Broken {
   std::string seen;
 };
 
-/// Thrown by a check that the host breaks, if no other check can be run then.
+/// Thrown in place of `Broken` when no other check can be run on this host either.
 struct Unusable {
   std::string seen;
 };
@@ -80,7 +80,7 @@ void expectFailure(const std::string& what, const Action& action) {
     expect(!text.empty(), what + " threw a std::exception without a message");
     return;
   } catch (...) {
-    throw Broken{what + " threw an object that is no std::exception"};
+    throw Broken{what + " threw something that is not derived from std::exception"};
   }
   throw Broken{what + " threw nothing"};
 }

@@ -1,4 +1,4 @@
-// The kit's command line: which checks run, and what is printed of them.
+// The kit's command line: chooses the checks to run, and prints their outcomes.
 #include <fnmatch.h>
 #include <getopt.h>
 
@@ -16,18 +16,19 @@ namespace orva::host_contract {
 
 static constexpr const char* usage =
     "Usage: %s [--list] [--here] [--strict] [--seconds N] [PATTERN…]\n"
-    "Checks whether the host that is linked into this program keeps what the class loading library relies on.\n"
+    "Checks whether the host linked into this program does what the class-loading library relies on.\n"
     "\n"
     "PATTERN       run only the checks that match: a room ('types'), a check ('types.ANullNameIsTaken'),\n"
-    "              or a pattern of the shell ('*.TheMutex*')\n"
-    "--list        print the checks and what breaks without them, and run none\n"
+    "              or a shell pattern ('*.TheMutex*')\n"
+    "--list        list the checks, with what goes wrong when a host breaks them, and run none\n"
     "--here        run one check in this process, for a debugger\n"
     "--strict      exit with 1 when an advised check is broken too\n"
-    "--seconds N   how long a check may take, from 1 to 3600 (20); once one has hung, a quarter of it\n"
+    "--seconds N   time limit of a check, from 1 to 3600 (20); a quarter of it once a check has hung\n"
     "--help        print this\n"
     "\n"
-    "Without what is required, the library gives a wrong result, hangs or crashes; all else is advised.\n"
-    "Two checks of a room that hang end the room, and four of all rooms end the run.\n"
+    "When a required check is broken, the library returns wrong results, hangs or crashes.\n"
+    "The other checks are advised.\n"
+    "After two checks of a room have hung, the rest of the room is not run; after four, no more are.\n"
     "Exit status: 0 when no required check is broken, 1 when one is, 2 when the command line is wrong\n"
     "or the checks could not be run.\n";
 
@@ -39,7 +40,7 @@ struct Options {
   std::vector<Check> checks;
 };
 
-/// How often each ending came.
+/// How many checks ended in each way.
 struct Totals {
   int held = 0;
   int broken = 0;
@@ -47,7 +48,7 @@ struct Totals {
   int notRun = 0;
 };
 
-/// Tells whether all that was printed has arrived, and says so when it has not.
+/// Tells whether everything could be printed; prints an error if not.
 static bool printed() {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return true;
   std::perror("The report could not be printed");
@@ -58,7 +59,8 @@ static bool matches(const Check& check, const std::string& pattern) {
   return pattern == check.room || fnmatch(pattern.c_str(), check.fullName().c_str(), 0) == 0;
 }
 
-/// Adds the checks that match, in their own order. Says so and answers false when there is none.
+/// Adds the checks that match, in the order of `allChecks`. Prints an error and returns false if a pattern matches
+/// none.
 static bool choose(const std::vector<std::string>& patterns, std::vector<Check>& chosen) {
   for (const std::string& pattern : patterns) {
     const auto fits = [&](const Check& check) { return matches(check, pattern); };
@@ -74,7 +76,7 @@ static bool choose(const std::vector<std::string>& patterns, std::vector<Check>&
   return true;
 }
 
-/// Reads a number of seconds. Says what is wrong and answers false for anything else.
+/// Reads a number of seconds. Prints an error and returns false for anything else.
 static bool readSeconds(const char* text, int& seconds) {
   char* end = nullptr;
   const long value = std::strtol(text, &end, 10);
@@ -86,7 +88,7 @@ static bool readSeconds(const char* text, int& seconds) {
   return true;
 }
 
-/// @return -1 to go on, or the exit status.
+/// @return -1 to continue, or the exit status.
 static int readOptions(int argumentCount, char** arguments, Options& options) {
   static const option known[] = {{"list", no_argument, nullptr, 'l'},   {"here", no_argument, nullptr, 'e'},
                                  {"strict", no_argument, nullptr, 't'}, {"seconds", required_argument, nullptr, 's'},
@@ -104,7 +106,7 @@ static int readOptions(int argumentCount, char** arguments, Options& options) {
   }
   if (!choose({arguments + optind, arguments + argumentCount}, options.checks)) return 2;
   if (options.here && options.checks.size() != 1) {
-    std::fprintf(stderr, "--here runs one check, and %zu are asked for\n", options.checks.size());
+    std::fprintf(stderr, "--here runs one check, but %zu are selected\n", options.checks.size());
     return 2;
   }
   return -1;
@@ -125,12 +127,12 @@ class Run {
  public:
   explicit Run(int seconds) : seconds_(seconds) {}
 
-  /// How long the next check may take. A host that has hung has shown that it does.
+  /// How long the next check may take. A host that has hung once will probably hang again, so the rest get less time.
   int seconds() const { return hung_.empty() ? seconds_ : (seconds_ + 3) / 4; }
 
   /// Why a check is not worth its time; empty when it is.
   std::string reasonToSkip(const Check& check) const {
-    if (isUnusable_) return "nothing can be asked of this host before that is mended";
+    if (isUnusable_) return "no other check can be run until that is fixed";
     if (hung_.size() >= 4) return "four checks hung";
     if (std::count(hung_.begin(), hung_.end(), check.room) >= 2) return "two checks of " + check.room + " hung";
     return {};
@@ -170,9 +172,9 @@ static void print(const Check& check, const Outcome& outcome) {
   const char* const kind = outcome.isBroken() ? "BROKEN" : outcome.kind == Outcome::held ? "held" : "not run";
   const bool isStarted = outcome.kind != Outcome::unstarted;
   const std::string name = isStarted ? check.fullName() : "the hook start";
-  const char* const because = isStarted ? check.because.c_str() : "No check can be asked of this host.";
+  const char* const because = isStarted ? check.because.c_str() : "No check can be run on this host.";
   std::printf("%-8s %-8s  %s\n", kind, nameOf(isStarted ? check.weight : Weight::required), name.c_str());
-  if (outcome.isBroken()) std::printf("    seen: %s\n    so: %s\n", outcome.seen.c_str(), because);
+  if (outcome.isBroken()) std::printf("    seen: %s\n    effect: %s\n", outcome.seen.c_str(), because);
   std::fflush(stdout);
 }
 

@@ -1,4 +1,4 @@
-// A child process for each check: a host that crashes, hangs or ends the process ends that check alone.
+// Runs each check in a child process, so that a host that crashes, hangs or ends the process ends only that check.
 #include "host_contract/examine.h"
 
 #include <fcntl.h>
@@ -30,7 +30,7 @@ namespace fs = std::filesystem;
 
 namespace orva::host_contract {
 
-/// Why a host cannot be asked this; empty when it can.
+/// Why a check cannot be run on this host; empty when it can.
 static std::string reasonNotToRun(Needs needs, Hooks& hooks) {
   if (needs == Needs::nothing) return {};
   if (hooks.classSource("some", "Class").empty()) return "this host compiles nothing: its hooks write no source";
@@ -43,19 +43,20 @@ static std::string reasonNotToRun(Needs needs, Hooks& hooks) {
   return {};
 }
 
-/// A new folder below the one for temporary files.
+/// Makes a new folder in the one for temporary files.
 static fs::path newFolder() {
   std::error_code error;
   std::string folder = (fs::temp_directory_path(error) / "host-contract-XXXXXX").string();
   if (error || mkdtemp(folder.data()) == nullptr) {
     const char* const named = std::getenv("TMPDIR");
     if (!error) error.assign(errno, std::generic_category());
-    throw std::system_error(error, std::string("No folder for a check below TMPDIR, '") + (named ? named : "") + "'");
+    throw std::system_error(error,
+                            std::string("Cannot make a folder for a check in TMPDIR, '") + (named ? named : "") + "'");
   }
   return folder;
 }
 
-/// Thrown when the host does not start, which the check is not to blame for.
+/// Thrown when the host does not start, for which no check is to blame.
 struct Unstarted {
   std::string seen;
 };
@@ -71,7 +72,7 @@ static void start(Hooks& hooks, const fs::path& folder) {
   }
 }
 
-/// What the process that waits for a check sees of it, also when it crashes or hangs.
+/// What the process that waits for a check can read of it even when it crashes or hangs.
 struct Progress {
   Calls calls;
   std::atomic<bool> isStarted;
@@ -100,13 +101,13 @@ static Outcome examineIn(const fs::path& folder, const Check& check, Hooks& hook
   } catch (const Unstarted& unstarted) {
     return {Outcome::unstarted, unstarted.seen};
   } catch (const std::exception& failure) {
-    return {Outcome::broken, std::string("a std::exception came out of the host: ") + failure.what()};
+    return {Outcome::broken, std::string("the host threw a std::exception: ") + failure.what()};
   } catch (...) {
     return {Outcome::broken, "the host threw something not derived from std::exception"};
   }
 }
 
-/// The folder is removed with what the host left in it.
+/// Removes a folder, with whatever the host left in it.
 static void removeFolder(const fs::path& folder) {
   std::error_code ignored;
   fs::remove_all(folder, ignored);
@@ -120,8 +121,8 @@ Outcome examineHere(const Check& check, Hooks& hooks, int seconds) {
   return outcome;
 }
 
-// An outcome travels as one digit and its text, and ends with a zero byte: processes that the host has started may hold
-// the pipe open for longer.
+// An outcome is sent as one digit, its text and a zero byte. It cannot end with the pipe, which processes that the host
+// has started may keep open.
 
 static void send(int pipe, const Outcome& outcome) {
   const std::string text = std::to_string(outcome.kind) + outcome.seen;
@@ -134,8 +135,8 @@ static void send(int pipe, const Outcome& outcome) {
 
 using Clock = std::chrono::steady_clock;
 
-/// Reads up to the zero byte, the end of the pipe, or the end of the time.
-/// @return whether the zero byte came.
+/// Reads up to the zero byte, the end of the pipe, or the deadline.
+/// @return whether the zero byte arrived.
 static bool receive(int pipe, Clock::time_point end, std::string& text) {
   for (;;) {
     const auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
@@ -153,7 +154,7 @@ static bool receive(int pipe, Clock::time_point end, std::string& text) {
   }
 }
 
-/// What is said of a check that is not done in time.
+/// Describes a check that is not done in time.
 static Outcome late(int seconds, const Progress& progress) {
   std::string text = "not done after " + std::to_string(seconds) + " s";
   const std::string calls = unfinishedCalls(progress.calls);
@@ -162,7 +163,7 @@ static Outcome late(int seconds, const Progress& progress) {
   return {progress.isStarted ? Outcome::hung : Outcome::unstarted, text};
 }
 
-/// The part of the child that ends it in time: says what it waits for, most likely.
+/// Runs on a thread of the child: once the time is up, sends what the check probably waits for.
 static void watch(int pipe, int seconds, const Progress& progress) {
   std::this_thread::sleep_for(std::chrono::seconds(seconds));
   Outcome outcome = late(seconds, progress);
@@ -171,21 +172,22 @@ static void watch(int pipe, int seconds, const Progress& progress) {
   std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
-/// The part of the child.
+/// What the child does.
 [[noreturn]] static void examineInChild(const fs::path& folder, const Check& check, Hooks& hooks, int pipe, int seconds,
                                         Progress& progress) {
-  // Elsewhere, a child whose kit was killed ends when it writes to the pipe that nobody reads.
+  // On other systems, a child whose parent was killed ends when it writes to the pipe, which nobody reads any more.
 #ifdef __linux__
   prctl(PR_SET_PDEATHSIG, SIGKILL);
 #endif
   std::thread(watch, pipe, seconds, std::cref(progress)).detach();
   send(pipe, examineIn(folder, check, hooks, seconds, progress));
   std::fflush(nullptr);
-  // The destructors were copied from the parent, and are not this process's to run.
+  // Not std::exit: what it would destroy is a copy of the parent's, which the parent cleans up.
   _exit(0);
 }
 
-/// Waits until the process has ended, or the time has.
+/// Waits for a process until a deadline.
+/// @return whether it has ended.
 static bool ends(pid_t process, Clock::time_point end, int& status) {
   while (waitpid(process, &status, WNOHANG) != process) {
     if (Clock::now() >= end) return false;
@@ -194,14 +196,14 @@ static bool ends(pid_t process, Clock::time_point end, int& status) {
   return true;
 }
 
-/// Ends a process, and those that it has started.
+/// Kills a process, and those that it has started.
 static void endAll(pid_t process) {
   kill(-process, SIGKILL);
   while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
   }
 }
 
-/// What a process left that told no outcome.
+/// Describes a process that ended without sending an outcome.
 static Outcome withoutOutcome(int status, const Progress& progress) {
   std::string text =
       "the host ended the process with status " + std::to_string(WEXITSTATUS(status)) + ", or closed the kit's pipe";
@@ -214,9 +216,9 @@ static Outcome withoutOutcome(int status, const Progress& progress) {
   return {progress.isStarted ? Outcome::broken : Outcome::unstarted, text};
 }
 
-/// The part of the parent: waits for the outcome of a process.
+/// What the parent does: waits for the outcome of a process.
 static Outcome outcomeOf(pid_t process, int pipe, int seconds, const Progress& progress) {
-  // The child itself says that it is late; one that cannot is ended.
+  // The child itself reports that it is late; one that cannot is killed.
   const auto end = Clock::now() + std::chrono::seconds(seconds + 2);
   std::string text;
   if (receive(pipe, end, text)) {
@@ -232,9 +234,9 @@ static Outcome outcomeOf(pid_t process, int pipe, int seconds, const Progress& p
   return late(seconds, progress);
 }
 
-/// Opens a pipe that no program inherits which the host starts. Not by pipe2, which macOS lacks.
+/// Opens a pipe that programs started by the host do not inherit. Does not use pipe2, which macOS lacks.
 static void openPipe(int (&ends)[2]) {
-  if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category(), "No pipe for a check");
+  if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category(), "Cannot make a pipe for a check");
   for (const int end : ends) fcntl(end, F_SETFD, FD_CLOEXEC);
 }
 
@@ -245,7 +247,7 @@ class SharedProgress {
  public:
   SharedProgress()
       : memory_(mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {
-    if (memory_ == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "No memory for a check");
+    if (memory_ == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "Cannot map memory for a check");
     progress_ = new (memory_) Progress{};
   }
   ~SharedProgress() { munmap(memory_, sizeof(Progress)); }
@@ -268,8 +270,8 @@ Outcome examine(const Check& check, Hooks& hooks, int seconds) {
   const fs::path folder = newFolder();
   std::fflush(nullptr);
   const pid_t process = fork();
-  if (process < 0) throw std::system_error(errno, std::generic_category(), "No process for a check");
-  // Both sides: neither knows which one runs first.
+  if (process < 0) throw std::system_error(errno, std::generic_category(), "Cannot start a process for a check");
+  // Both the parent and the child do this, because either may run first.
   setpgid(process, process);
   if (process == 0) examineInChild(folder, check, hooks, ends[1], seconds, *progress);
   close(ends[1]);

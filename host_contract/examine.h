@@ -23,8 +23,8 @@ struct Outcome {
   bool isBroken() const { return kind != held && kind != notRun; }
 };
 
-/// Runs a check in this process, once in a process. Throws `std::system_error` when no folder can be made.
-/// @param seconds how long the check is told that it may take; nothing ends it.
+/// Runs a check in this process; call it only once in a process. Throws `std::system_error` when no folder can be made.
+/// @param seconds the time limit that the check is given; nothing enforces it.
 Outcome examineHere(const Check& check, Hooks& hooks, int seconds);
 
 /// Runs a check in a new process. A process that crashes, or that has not ended in time, breaks the check.

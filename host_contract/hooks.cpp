@@ -1,4 +1,4 @@
-// What a host need not say of itself.
+// The hooks as they are unless a host overrides them.
 #include "host_contract/hooks.h"
 
 #include <dlfcn.h>

@@ -11,7 +11,7 @@
 #include "classloader/record_layout.h"
 #include "runtime_api/reflection.h"
 
-/// The kit that checks whether a host keeps its side.
+/// The kit that checks whether a host does what the library relies on.
 namespace orva::host_contract {
 
 /// The record that the library was built with.
@@ -24,7 +24,7 @@ constexpr RecordLayout hostRecord = recordLayout<TypeRecord, decltype(gTypes)>()
 
 static_assert(
     hostRecord == libraryRecord,
-    "the library was built with another TypeRecord or gTypes than this host has: build the library with "
+    "the library was built with a different TypeRecord or gTypes than this host has: build the library with "
     "-DORVA_RUNTIME_API_DIR=DIR, where DIR/runtime_api/reflection.h is the host's, or compile the hooks with the "
     "library's flags (-D_GLIBCXX_DEBUG changes a record)");
 
@@ -42,7 +42,7 @@ struct Raised {
 class Hooks {
  public:
   /// Notes the record of the host.
-  /// @param record as the source that derives this class sees it; leave it out.
+  /// @param record leave it out: the default is the record as the source that derives this class sees it.
   explicit Hooks(const RecordLayout& record = hostRecord);
 
   virtual ~Hooks() = default;
@@ -75,7 +75,7 @@ class Hooks {
   virtual void attachThread();
 
   /// Makes a program of the language call a native method.
-  /// @param native what the method is bound to. What it throws must come out of this call.
+  /// @param native what the method is bound to. What it throws must leave this call.
   /// @return true. Unless overridden: calls nothing and returns false, for a host that runs no programs yet.
   virtual bool callNative(void (*native)());
 
@@ -85,7 +85,7 @@ class Hooks {
   /// @return the text of the source file; empty when this host compiles nothing.
   virtual std::string classSource(const std::string& packageName, const std::string& className);
 
-  /// Writes a source of a class that the compiler refuses, after part of it was understood if that is possible.
+  /// Writes a source of a class that the compiler refuses; if possible, only after it has understood part of it.
   /// @param packageName dotted name of its package.
   /// @param className short name of the class.
   /// @return the text of the source file; the checks that need one are not run when it is empty.
@@ -102,8 +102,8 @@ class Hooks {
   /// @return its path; empty when this host has no object files.
   virtual std::string objectFile(const std::string& sourceFile);
 
-  /// Tells the identity that a bundle must give for the object of a source file.
-  /// @param sourceFile path of the source, which is there.
+  /// Tells which identity a bundle must name for the object of a source file.
+  /// @param sourceFile path of the source, which exists.
   /// @return the identity; the checks that need one are not run when it is empty.
   virtual std::string sourceIdentity(const std::string& sourceFile);
 
@@ -111,14 +111,14 @@ class Hooks {
   RecordLayout record_;
 };
 
-/// Hands out the hooks of the host that the kit is linked with. The host's team defines this function.
+/// Returns the hooks of the host that the kit is linked with. The host's team defines this function.
 /// @return the hooks, which live as long as the process.
 Hooks& hostHooks();
 
-/// Runs the checks that a command line asks for and prints what they found; `--help` prints what there is to ask for.
-/// The kit's own `main` does nothing else.
-/// @param argumentCount as `main` was given it.
-/// @param arguments as `main` was given them.
+/// Runs the checks that a command line selects and prints what they found; `--help` prints the options. The kit's own
+/// `main` does nothing else.
+/// @param argumentCount as passed to `main`.
+/// @param arguments as passed to `main`.
 /// @param hooks of the host to check.
 /// @return the exit status: 0 when no required check is broken, 1 when one is (with `--strict`, when any is), 2 when
 ///         the command line is wrong or the checks could not be run.

@@ -1,4 +1,4 @@
-// The hooks of a host, each call noted while it lasts.
+// The hooks of a host, each noted while it runs.
 #include "host_contract/host.h"
 
 namespace orva::host_contract {

@@ -1,5 +1,5 @@
-// The host as the checks call it: under the names that it has, and each call noted while it lasts. A check includes
-// this header in place of those of `runtime_api/`, and reads a record's names itself, under a `Calling`.
+// The host as the checks call it: by the same names, but each call is noted while it runs. A check includes this header
+// in place of those of `runtime_api/`. It reads a record's names itself, under a `Calling`.
 #pragma once
 
 #include <memory>
@@ -16,7 +16,7 @@
 
 namespace orva::host_contract {
 
-/// Defines `function`, which calls the one of that name in `scope`.
+/// Defines `function`, which notes the call and calls the function of that name in `scope`.
 #define ORVA_NOTED(scope, function)                                \
   template <typename... Arguments>                                 \
   decltype(auto) function(Arguments&&... arguments) {              \
@@ -37,7 +37,7 @@ ORVA_NOTED(, Reflection_getTypeCount)
 ORVA_NOTED(, Reflection_getTypeName)
 ORVA_NOTED(, Reflection_getTypeFullName)
 
-/// `compiler::Compiler`, for what the checks call of it.
+/// The operations of `compiler::Compiler` that the checks call.
 struct Compiler {
   static std::shared_ptr<compiler::Context> activeRuntimeContext() {
     const Calling call("Compiler::activeRuntimeContext");
@@ -59,7 +59,7 @@ struct Compiler {
   }
 };
 
-/// `compiler::Runtime`.
+/// The operations of `compiler::Runtime`.
 struct Runtime {
   static compiler::Runtime& getInstance() {
     const Calling call("Runtime::getInstance");
@@ -102,7 +102,7 @@ inline bool isValidPackageName(const std::string& packageName) {
 
 #undef ORVA_NOTED
 
-/// The hooks of a host, each call noted.
+/// The hooks of a host, each noted while it runs.
 class NotedHooks : public Hooks {
  public:
   explicit NotedHooks(Hooks& hooks) : Hooks(hooks.recordOfHost()), hooks_(hooks) {}

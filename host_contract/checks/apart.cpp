@@ -1,4 +1,4 @@
-// Processes that a check makes for what its own may not survive.
+// Child processes of a check, for what its own process may not survive.
 #include "host_contract/checks/apart.h"
 
 #include <signal.h>
@@ -14,7 +14,7 @@ namespace orva::host_contract {
 
 namespace {
 
-/// Keeps a host that ignores SIGCHLD, or waits for every child there is, from taking the status of a process.
+/// Keeps a host that ignores SIGCHLD, or whose handler waits for every child, from taking the status of ours.
 class OwnChildren {
  public:
   OwnChildren() {
@@ -43,7 +43,7 @@ static int statusOf(pid_t process) {
 int doneApart(unsigned seconds, const std::function<int()>& action) {
   const OwnChildren ownChildren;
   const pid_t process = fork();
-  if (process < 0) throw NotRun{"this process may start no other"};
+  if (process < 0) throw NotRun{"the check's process cannot start another one"};
   if (process == 0) {
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);

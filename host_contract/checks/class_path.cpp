@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 namespace orva::host_contract {
 
 static void thereIsOneRuntime(Trial& /*trial*/) {
-  expect(&Runtime::getInstance() == &Runtime::getInstance(), "Runtime::getInstance gave two runtimes");
+  expect(&Runtime::getInstance() == &Runtime::getInstance(), "Runtime::getInstance returned two runtimes");
 }
 
 /// Tells whether a root of the list is a folder, however the host spells it.
@@ -24,7 +24,7 @@ static void anAddedRootIsInTheList(Trial& trial) {
   const fs::path root = addRoot(trial, "root");
   const auto& roots = Runtime::getKlassPaths();
   const auto isAdded = [&root](const std::string& path) { return isRoot(path, root); };
-  expect(std::any_of(roots.begin(), roots.end(), isAdded), "none of the roots is the one that was added");
+  expect(std::any_of(roots.begin(), roots.end(), isAdded), "the root that was added is not in the list");
 }
 
 static void laterRootsComeLater(Trial& trial) {
@@ -33,16 +33,16 @@ static void laterRootsComeLater(Trial& trial) {
   addRoot(trial, "second");
   const auto& roots = Runtime::getKlassPaths();
   expect(roots.size() == before.size() + 2,
-         "two new roots made " + std::to_string(before.size()) + " roots " + std::to_string(roots.size()));
+         "after adding two roots to " + std::to_string(before.size()) + ", there are " + std::to_string(roots.size()));
   const bool inOrder = std::equal(before.begin(), before.end(), roots.begin()) && isRoot(roots[before.size()], first);
-  expect(inOrder, "a new root stands before older ones");
+  expect(inOrder, "a new root comes before older ones");
 }
 
 static void aRefusedRootChangesNothing(Trial& trial) {
   const fs::path root = addRoot(trial, "root");
   const std::vector<std::string> before = Runtime::getKlassPaths();
   if (Runtime::addKlassPath(root.string())) return;
-  expect(Runtime::getKlassPaths() == before, "a root was refused, and the list is another one");
+  expect(Runtime::getKlassPaths() == before, "a root was refused, but the list has changed");
 }
 
 static void aListStaysAsItIsWhileRootsAreAdded(Trial& trial) {
@@ -50,7 +50,7 @@ static void aListStaysAsItIsWhileRootsAreAdded(Trial& trial) {
   const auto& list = Runtime::getKlassPaths();
   const std::size_t size = list.size();
   addRoot(trial, "another");
-  expect(list.size() == size, "a list that was handed out has changed under its reader");
+  expect(list.size() == size, "a list that was returned earlier has changed");
 }
 
 static void theStandardLibraryHoldsTheLoaders(Trial& /*trial*/) {
@@ -66,7 +66,7 @@ static void theStandardLibraryHoldsTheLoaders(Trial& /*trial*/) {
 static void aMissingClassHasNoSource(Trial& trial) {
   addRoot(trial, "root");
   const std::string file = sourceFileForClass("no.such.Type");
-  expect(file.empty(), "the source of 'no.such.Type' is '" + file + "'");
+  expect(file.empty(), "sourceFileForClass returned '" + file + "' for 'no.such.Type'");
 }
 
 static void aClassUnderAnAddedRootIsFound(Trial& trial) {
@@ -74,7 +74,7 @@ static void aClassUnderAnAddedRootIsFound(Trial& trial) {
   const std::string file = writeClass(trial, root, "Apple");
   void* const type = orva_ClassLoader_getTypeByName(fullNameOf("Apple").c_str());
   expectNothingPending(trial);
-  expect(type != nullptr, "getTypeByName gave null for " + fullNameOf("Apple") + ", whose source is " + file);
+  expect(type != nullptr, "getTypeByName returned null for " + fullNameOf("Apple") + ", whose source is " + file);
 }
 
 /// The library calls invalidateKlassPathCaches after each root that was added.
@@ -95,30 +95,30 @@ std::vector<Check> classPathChecks() {
   const Room withSources{"class_path", Needs::sources};
   return {
       room.required("ThereIsOneRuntime", thereIsOneRuntime,
-                    "A root would be added to one class path and searched for in another."),
+                    "A program would add roots to one class path, and packages would be searched on another."),
       room.required("AnAddedRootIsInTheList", anAddedRootIsInTheList,
                     "Packages are searched below the listed roots; those of the new root would not be found."),
       room.advised("LaterRootsComeLater", laterRootsComeLater,
-                   "The first root that holds a package wins; a new root would hide what programs use already."),
+                   "The first root that has a package wins; a new root would hide what programs use already."),
       room.required(
           "ARefusedRootChangesNothing", aRefusedRootChangesNothing,
-          "addSourceRoot answers 0 and keeps what was remembered of the class path; the root would be searched "
-          "all the same, or an older one be gone."),
+          "addSourceRoot returns 0 and keeps the caches of the class path; the refused root would be searched all the "
+          "same, or an older one would be gone."),
       room.advised(
           "AListStaysAsItIsWhileRootsAreAdded", aListStaysAsItIsWhileRootsAreAdded,
-          "A thread that loads a package reads the list in place, without a lock; another that adds a root meanwhile "
-          "would crash it, unless the host keeps it from doing so."),
+          "A thread that loads a package reads the list in place, without a lock; another thread that adds a root "
+          "meanwhile would crash it, unless the host makes one wait for the other."),
       room.required(
           "TheStandardLibraryHoldsTheLoaders", theStandardLibraryHoldsTheLoaders,
           "The first call of getSystem loads these two files; it would fail in every program. A host without them "
-          "answers an empty path."),
+          "returns an empty path."),
       room.required("AMissingClassHasNoSource", aMissingClassHasNoSource,
-                    "An empty path alone means that the class path has no such class; the library would load what is "
-                    "not there, and raise where asking is allowed."),
+                    "Only an empty path means that the class path has no such class; the library would load a file "
+                    "that is not there, and raise where it should return null."),
       withSources.required("AClassUnderAnAddedRootIsFound", aClassUnderAnAddedRootIsFound,
                            "Programs add roots to reach the classes below them; those classes would stay unknown."),
       withSources.required("CachesAreDroppedWithTheClassPath", cachesAreDroppedWithTheClassPath,
-                           "A class that was looked for too early would stay unknown for the life of the process."),
+                           "A class that was looked up before its root was added would never be found."),
   };
 }
 

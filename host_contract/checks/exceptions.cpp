@@ -1,4 +1,4 @@
-// Raising: what `Orva_raise` does with what it is given.
+// Raising: what `Orva_raise` does with the class and the message.
 #include <cstring>
 #include <string>
 #include <thread>
@@ -8,17 +8,17 @@
 
 namespace orva::host_contract {
 
-/// A message as a line of the report can hold it.
+/// A message as the report shows it on one line.
 static std::string shown(const std::string& message) {
   std::string text;
   for (const char byte : message.substr(0, 60)) text += byte >= ' ' && byte <= '~' ? byte : '?';
   return "'" + text + "' with " + std::to_string(message.size()) + " bytes";
 }
 
-/// Throws `Broken` unless one exception is pending, of a class and with a message; afterwards none is.
+/// Throws `Broken` unless an exception of this class, with this message, is pending; afterwards none is.
 static void expectPending(Trial& trial, const std::string& exceptionClass, const std::string& message) {
   const auto pending = trial.hooks.takePending();
-  if (!pending) throw Broken{"nothing is pending"};
+  if (!pending) throw Broken{"no exception is pending"};
   expect(pending->exceptionClass == exceptionClass,
          "a '" + pending->exceptionClass + "' is pending, not a '" + exceptionClass + "'");
   expect(pending->message == message, "its message is " + shown(pending->message) + ", not " + shown(message));
@@ -64,7 +64,7 @@ static void everyRaisedClassIsKnown(Trial& trial) {
 }
 
 static void aRaisingNativeLeavesOneException(Trial& trial) {
-  expect(orva_ClassLoader_addSourceRoot(nullptr) == 0, "addSourceRoot(null) did not answer 0");
+  expect(orva_ClassLoader_addSourceRoot(nullptr) == 0, "addSourceRoot(null) did not return 0");
   expectPending(trial, "ValueException", "Class path root is required");
   expectNothingPending(trial);
 }
@@ -84,25 +84,24 @@ std::vector<Check> exceptionChecks() {
   const Room room{"exceptions"};
   return {
       room.required("RaiseReturns", raiseReturns,
-                    "A native that raises would leave by a C++ exception, in place of its failure value."),
+                    "A native that raises would throw a C++ exception instead of returning its failure value."),
       room.required(
           "RaiseCopiesTheClassName", raiseCopiesTheClassName,
-          "The library keeps the class name only during the call; a program would be shown another one, or the process "
-          "would crash."),
+          "The class name is valid only during the call; a program would see another one, or the process would crash."),
       room.required("RaiseCopiesTheMessage", raiseCopiesTheMessage,
                     "The message is often the text of a C++ exception that is destroyed right after the call; programs "
                     "would see freed memory."),
       room.required(
           "MessagesArriveWhole", messagesArriveWhole,
-          "Messages hold file names and compiler errors of any bytes and length, or nothing; programs would see "
-          "others, or the process would crash."),
+          "Messages contain file names and compiler errors, with any bytes and of any length, and may be empty; "
+          "programs would see other texts, or the process would crash."),
       room.required("EveryRaisedClassIsKnown", everyRaisedClassIsKnown,
-                    "The library raises these five classes by their short names; a program could not catch what the "
-                    "runtime does not know."),
+                    "The library raises these five classes by their short names; a program could not catch one that "
+                    "the runtime does not know."),
       room.required("ARaisingNativeLeavesOneException", aRaisingNativeLeavesOneException,
-                    "A program would see none of a native's failures, or one of them twice."),
+                    "A program would never see that a native failed, or would see the same failure twice."),
       room.required("AnExceptionBelongsToItsThread", anExceptionBelongsToItsThread,
-                    "A failure on one thread would be thrown in the program of another."),
+                    "A failure on one thread would be thrown on another."),
   };
 }
 

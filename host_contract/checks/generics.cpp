@@ -7,7 +7,7 @@
 
 namespace orva::host_contract {
 
-/// Writes a generic class and one to be its argument below a new root.
+/// Writes a generic class, and a class for its argument, below a new root.
 /// @return the name of the instance, as a program writes it.
 static std::string writeInstance(Trial& trial) {
   const auto root = addRoot(trial, "root");
@@ -16,12 +16,12 @@ static std::string writeInstance(Trial& trial) {
   return fullNameOf("Crate") + "<" + fullNameOf("Apple") + ">";
 }
 
-/// The library asks materializeRuntimeGenericType for the instance's source, and has it loaded.
+/// The library asks materializeRuntimeGenericType for the instance's source, and loads it.
 static void anInstanceIsFound(Trial& trial) {
   const std::string instance = writeInstance(trial);
   void* const type = orva_ClassLoader_getTypeByName(instance.c_str());
   expectNothingPending(trial);
-  expect(type != nullptr, "getTypeByName gave null for " + instance);
+  expect(type != nullptr, "getTypeByName returned null for " + instance);
 }
 
 static void anInstanceIsFoundInAnySpacing(Trial& trial) {
@@ -30,7 +30,7 @@ static void anInstanceIsFoundInAnySpacing(Trial& trial) {
   void* const type = orva_ClassLoader_getTypeByName(instance.c_str());
   void* const same = orva_ClassLoader_getTypeByName(spaced.c_str());
   trial.hooks.takePending();
-  expect(type == nullptr || same == type, "'" + spaced + "' is another type than '" + instance + "'");
+  expect(type == nullptr || same == type, "'" + spaced + "' and '" + instance + "' are different types");
 }
 
 static void anInstanceHasAReadyRecord(Trial& trial) {
@@ -38,7 +38,7 @@ static void anInstanceHasAReadyRecord(Trial& trial) {
   void* const type = orva_ClassLoader_getTypeByName(instance.c_str());
   trial.hooks.takePending();
   if (type == nullptr) return;
-  expect(hasReadyRecord(instance), "no ready record of gTypes spells " + instance);
+  expect(hasReadyRecord(instance), "gTypes has no ready record with the name " + instance);
 }
 
 std::vector<Check> genericChecks() {
@@ -46,14 +46,14 @@ std::vector<Check> genericChecks() {
   return {
       room.required(
           "AnInstanceIsFound", anInstanceIsFound,
-          "Materialising must name a source whose load makes the instance known; programs could not look instances "
-          "up."),
+          "materializeRuntimeGenericType must name a source whose load makes the instance known; programs could not "
+          "look instances up."),
       room.advised(
           "AnInstanceIsFoundInAnySpacing", anInstanceIsFoundInAnySpacing,
-          "The library finds the record in any spacing and then asks Orva_typeByName for the name as it was written; "
-          "the program would get null, or a second type."),
+          "The library finds the record in any spacing, then asks Orva_typeByName for the name as the program wrote "
+          "it; the program would get null, or a second type."),
       room.advised("AnInstanceHasAReadyRecord", anInstanceHasAReadyRecord,
-                   "Each look-up of the instance would generate and load it again."),
+                   "Each lookup of the instance would generate and load it again."),
   };
 }
 

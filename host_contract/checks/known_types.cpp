@@ -1,5 +1,5 @@
-// The registry by its three functions, and the type table by a walk and the two accessors of a record: a host's own
-// record promises no more.
+// Reads the registry through its three functions, and the type table only by a walk and the two accessors of a record:
+// a host's own record promises no more.
 #include "host_contract/checks/known_types.h"
 
 #include <algorithm>
@@ -44,7 +44,7 @@ static std::string withoutBlanks(std::string_view name) {
   return text;
 }
 
-/// Tells whether one of a record's names is this one, once all blanks are gone.
+/// Tells whether one of a record's names is this one, apart from blanks.
 static bool spells(const TypeRecord& record, const std::string& name) {
   for (int number = 1; number <= 4; ++number) {
     if (withoutBlanks(recordName(record, number)) == withoutBlanks(name)) return true;

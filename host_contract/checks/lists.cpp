@@ -17,10 +17,10 @@ static std::string elementOf(void* list, int64_t index) {
 }
 
 static void sizesCountTheElements(Trial& trial) {
-  // The last ones are other numbers in 8 and in 16 bits, with a sign and without.
+  // The last four do not fit in 8 bits or in 16 bits, signed or unsigned.
   for (const int64_t size : {0, 1, 3, 200, 1000, 40'000, 70'000}) {
     void* const list = trial.hooks.newStringList(std::vector<const char*>(static_cast<std::size_t>(size), "element"));
-    expect(list != nullptr, "the hook newStringList gave null");
+    expect(list != nullptr, "the hook newStringList returned null");
     const int64_t counted = orva_collections_ArrayList_size(list);
     expect(counted == size, "a list of " + std::to_string(size) + " elements has size " + std::to_string(counted));
   }
@@ -32,7 +32,7 @@ static void elementsComeInOrder(Trial& trial) {
   expect(seen == "'first', 'second', 'third'", "the elements are " + seen);
 }
 
-/// What an element of a long list is, or the exception that a wrong index raised.
+/// What an element of a long list is, or the exception that asking for it threw.
 static std::string elementOfLongList(void* list, int64_t index) {
   try {
     return elementOf(list, index);
@@ -64,8 +64,8 @@ static void emptyStringsComeAsEmptyStrings(Trial& trial) {
   expect(elementOf(list, 1) == "''", "an empty element is " + elementOf(list, 1));
 }
 
-/// Tells whether an index is cut to the bits below a power of two, so that it reads the first element. The index lies
-/// outside of the list, so the host may do anything else with it, even crash or loop.
+/// Tells whether the host cuts an index to the bits below a power of two, and so reads the first element. The index is
+/// outside the list, so the host may do anything else with it, even crash or loop.
 static bool readsTheFirst(void* list, int64_t power) {
   // Not 1, because sanitizers end a process with that status when it reads outside of a list.
   constexpr int yes = 99;
@@ -90,24 +90,25 @@ std::vector<Check> listChecks() {
   return {
       room.required(
           "SizesCountTheElements", sizesCountTheElements,
-          "The library reads as many elements as the size says; files would be left out, or memory behind the "
-          "list would be read."),
+          "The library reads as many elements as the size says; it would leave files out, or read past the end of the "
+          "list."),
       room.required("ElementsComeInOrder", elementsComeInOrder,
                     "Element i of the identities belongs to object i; objects would be refused, or sources compiled in "
-                    "another order than the program gave."),
+                    "the wrong order."),
       room.required(
           "ElementsOfLongListsAreReached", elementsOfLongListsAreReached,
-          "The library passes indexes in 64 bits; a host that cuts them to 8 or 16 would give other files than the "
+          "The library passes 64-bit indexes; a host that cuts them to 8 or 16 bits would return other files than the "
           "program named, or crash."),
       room.required(
           "NullElementsComeAsNull", nullElementsComeAsNull,
-          "A program's null in a list would be taken for a file, in place of the exception that names the list."),
+          "A null in a program's list would be taken for a file name, and the exception that names the list would not "
+          "be raised."),
       room.required("EmptyStringsComeAsEmptyStrings", emptyStringsComeAsEmptyStrings,
-                    "A list with an empty string would be refused as one with a null."),
+                    "A list with an empty string would be refused as if it contained null."),
       room.advised(
           "TheIndexHas64Bits", theIndexHas64Bits,
-          "The library passes indexes in 64 bits; a host that takes fewer reads another element of a list that "
-          "is long enough."),
+          "The library passes 64-bit indexes; a host that drops the upper bits would read the wrong element of a very "
+          "long list."),
   };
 }
 

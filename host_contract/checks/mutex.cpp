@@ -1,4 +1,4 @@
-// Asks for the mutex from a thread of its own: the calling one may hold it, and may then not try to lock it.
+// Tries the mutex on another thread, because the calling one may hold it, and must not try to lock it then.
 #include "host_contract/checks/mutex.h"
 
 #include <chrono>

@@ -6,11 +6,11 @@
 
 namespace orva::host_contract {
 
-/// Throws `Broken` when a thread holds `gReflectionMutex`, and goes on holding it for a second.
+/// Throws `Broken` when a thread holds `gReflectionMutex`, and still does a second later.
 /// @param when names the moment, for the message.
 void expectFreeMutex(const std::string& when);
 
-/// Locks `gReflectionMutex`, or gives up after a second: whether it is ever free is a concern of few checks.
+/// Locks `gReflectionMutex`, or gives up after a second: only a few checks test whether it is free.
 std::unique_lock<std::mutex> lockMutexForSomeTime();
 
 }  // namespace orva::host_contract

@@ -20,8 +20,10 @@ static void nativesAreBoundByTheirPlainSymbols(Trial& trial) {
 #undef ORVA_NATIVE
   for (const Native& native : natives) {
     void* const bound = trial.hooks.boundNative(native.symbol);
-    expect(bound != nullptr, std::string(native.symbol) + " is not found: link the library whole and export it");
-    expect(bound == reinterpret_cast<void*>(native.address), std::string(native.symbol) + " is another function");
+    expect(bound != nullptr,
+           std::string(native.symbol) + " is not found: link the library whole and export its symbols");
+    expect(bound == reinterpret_cast<void*>(native.address),
+           std::string(native.symbol) + " is bound to another function");
   }
 }
 
@@ -30,7 +32,7 @@ static void callFromProgram(Trial& trial, void (*native)()) {
   if (!trial.hooks.callNative(native)) throw NotRun{"this host runs no programs: its hooks call no native"};
 }
 
-// What a native that takes no arguments can tell its check; a check has a process of its own.
+// How a native without arguments reports to its check. Each check has a process of its own, so these can be global.
 static std::string seenByNative;
 static bool wasCalled;
 
@@ -45,7 +47,7 @@ static void lookAtTheMutex() {
 
 static void theMutexIsFreeAtEveryNativesEntry(Trial& trial) {
   callFromProgram(trial, lookAtTheMutex);
-  expect(wasCalled, "the hook callNative answered true, and called nothing");
+  expect(wasCalled, "the hook callNative returned true, but called nothing");
   expect(seenByNative.empty(), seenByNative);
 }
 
@@ -59,12 +61,12 @@ static void thrownObjectsPassTheCallersFrames(Trial& trial) {
   } catch (const NotRun&) {
     throw;
   } catch (const int number) {
-    expect(number == 42, "the int that came out is " + std::to_string(number));
+    expect(number == 42, "a native threw 42, but " + std::to_string(number) + " came out");
     return;
   } catch (...) {
-    throw Broken{"a native threw an int, and another object came out"};
+    throw Broken{"a native threw an int, but something else came out"};
   }
-  throw Broken{"a native threw an int, and nothing came out"};
+  throw Broken{"a native threw an int, but nothing came out"};
 }
 
 static void standardExceptionsPassTheCallersFrames(Trial& trial) {
@@ -73,17 +75,19 @@ static void standardExceptionsPassTheCallersFrames(Trial& trial) {
   } catch (const NotRun&) {
     throw;
   } catch (const std::runtime_error& failure) {
-    expect(failure.what() == std::string("thrown by a native"), std::string("its text is '") + failure.what() + "'");
+    expect(failure.what() == std::string("thrown by a native"),
+           std::string("a native threw a std::runtime_error, but its text came out as '") + failure.what() + "'");
     return;
   } catch (...) {
-    throw Broken{"a native threw a std::runtime_error, and another object came out"};
+    throw Broken{"a native threw a std::runtime_error, but something else came out"};
   }
-  throw Broken{"a native threw a std::runtime_error, and nothing came out"};
+  throw Broken{"a native threw a std::runtime_error, but nothing came out"};
 }
 
 static void anUnknownTypeIsNoFailure(Trial& trial) {
   for (const char* name : {"no.such.Type", "no.such.Generic<no.such.Type>"}) {
-    expect(orva_ClassLoader_getTypeByName(name) == nullptr, std::string("'") + name + "' is a type");
+    expect(orva_ClassLoader_getTypeByName(name) == nullptr,
+           std::string("getTypeByName returned a type for '") + name + "'");
     expectNothingPending(trial);
   }
 }
@@ -91,14 +95,15 @@ static void anUnknownTypeIsNoFailure(Trial& trial) {
 static void oddNamesAreTaken(Trial& trial) {
   for (const char* name : {"no.such.Generic<no.such.Type>", "no such", " ", "no/such", ".no", "no.", "no..such", ">no<",
                            "no>", "<no", "<>", "no<no<no", "..", "\xFF\x01"}) {
-    expect(orva_ClassLoader_getTypeByName(name) == nullptr, std::string("'") + name + "' is a type");
+    expect(orva_ClassLoader_getTypeByName(name) == nullptr,
+           std::string("getTypeByName returned a type for '") + name + "'");
     trial.hooks.takePending();
   }
 }
 
 static void theObjectAbiVersionStays(Trial& /*trial*/) {
   const int64_t version = orva_ClassLoader_objectAbiVersion();
-  expect(orva_ClassLoader_objectAbiVersion() == version, "two calls of objectAbiVersion gave two numbers");
+  expect(orva_ClassLoader_objectAbiVersion() == version, "two calls of objectAbiVersion returned different numbers");
 }
 
 std::vector<Check> nativeChecks() {
@@ -106,22 +111,23 @@ std::vector<Check> nativeChecks() {
   return {
       room.required(
           "NativesAreBoundByTheirPlainSymbols", nativesAreBoundByTheirPlainSymbols,
-          "A program that calls the method would be told that it is missing, or would call another function."),
+          "A program that calls the method would fail because it is missing, or would call another function."),
       room.required("TheMutexIsFreeAtEveryNativesEntry", theMutexIsFreeAtEveryNativesEntry,
-                    "getTypeByName locks it for a generic name; the program would wait for itself."),
+                    "getTypeByName locks it for a generic name; the program would deadlock."),
       room.required("ThrownObjectsPassTheCallersFrames", thrownObjectsPassTheCallersFrames,
                     "Most natives let anything not derived from std::exception through; the process would end in the "
                     "caller's frame."),
       room.required("StandardExceptionsPassTheCallersFrames", standardExceptionsPassTheCallersFrames,
-                    "Some natives bridge nothing, and getTypeByName not its last step; the process would end in the "
-                    "caller's frame."),
+                    "Some natives let every exception through, and so does the last step of getTypeByName; the process "
+                    "would end in the caller's frame."),
       room.required("OddNamesAreTaken", oddNamesAreTaken,
-                    "Programs make names of what their users type, and the library hands them to the registry, the "
-                    "class path and the compiler as they are; the process would end, or a type be made up."),
+                    "Programs look up what their users type, and the library passes such names to the registry, the "
+                    "class path and the compiler unchanged; the process would end, or a type would be made up."),
       room.advised("AnUnknownTypeIsNoFailure", anUnknownTypeIsNoFailure,
-                   "Programs ask whether a type exists; each such question would raise an exception."),
+                   "Programs look types up to see whether they exist; each such lookup would raise an exception."),
       room.advised("TheObjectAbiVersionStays", theObjectAbiVersionStays,
-                   "Programs keep objects of the version that they asked for; they would throw good ones away."),
+                   "Programs keep precompiled objects as long as the version is the same; they would throw good ones "
+                   "away."),
   };
 }
 

@@ -1,4 +1,4 @@
-// Object bundles: loading what precompiling left, and refusing what is not it.
+// Object bundles: loading what precompiling wrote, and refusing anything else.
 #include <fstream>
 #include <string>
 
@@ -17,7 +17,7 @@ static Built build(Trial& trial) {
   const std::string source = writeClass(trial, addRoot(trial, "root"), "Apple");
   Compiler::precompileSources({source});
   Built built{trial.hooks.objectFile(source), trial.hooks.sourceIdentity(source)};
-  if (built.identity.empty()) throw NotRun{"this host has no identities of sources: its hooks tell none"};
+  if (built.identity.empty()) throw NotRun{"this host has no source identities: its hooks name none"};
   return built;
 }
 
@@ -37,12 +37,12 @@ static void anUnequalIdentityIsRefused(Trial& trial) {
                 [&] { loadObject(built.object, "the identity of another source"); });
 }
 
-/// The identity of a source that is as long as the one that was built, and declares another class.
+/// The identity of a source that is as long as the one that was built, but declares another class.
 static std::string identityOfEqualSource(Trial& trial) {
   return trial.hooks.sourceIdentity(writeClass(trial, trial.folder / "root", "Grape"));
 }
 
-/// Another identity of the same length: one byte is another of its kind.
+/// An identity of the same length in which one digit or letter is another one.
 static std::string altered(std::string identity, std::size_t at) {
   char& byte = identity[at];
   if (byte >= '0' && byte <= '9') {
@@ -56,7 +56,8 @@ static std::string altered(std::string identity, std::size_t at) {
 static void identitiesOfEqualLengthAreToldApart(Trial& trial) {
   const Built built = build(trial);
   const std::string equal = identityOfEqualSource(trial);
-  expect(equal != built.identity, "two sources of equal length, with other classes, have the identity '" + equal + "'");
+  expect(equal != built.identity,
+         "two sources of equal length, with different classes, have the same identity '" + equal + "'");
   expectFailure("loading an object with the identity of another source of equal length",
                 [&] { loadObject(built.object, equal); });
   const std::size_t last = built.identity.size() - 1;
@@ -94,21 +95,21 @@ std::vector<Check> objectChecks() {
       room.required("ABundleRegistersItsTypes", aBundleRegistersItsTypes,
                     "The library looks for the plugin's type once its bundle is loaded; every plugin would fail."),
       room.required("AnUnequalIdentityIsRefused", anUnequalIdentityIsRefused,
-                    "A program would run an object that was built from another source than it named."),
+                    "A program would run an object that was built from a different source than it named."),
       room.required(
           "IdentitiesOfEqualLengthAreToldApart", identitiesOfEqualLengthAreToldApart,
-          "Most identities of a host have one length; a program would run an object that was built from another "
-          "source than it named."),
+          "The identities of a host usually have the same length; a program would run an object that was built from a "
+          "different source than it named."),
       room.advised("ARefusedBundleRegistersNothing", aRefusedBundleRegistersNothing,
                    "The plugin's type would count as loaded, and could not be loaded any more."),
       room.required("AMissingObjectThrowsAStandardException", aMissingObjectThrowsAStandardException,
                     "A wrong path in a program would be taken for a plugin without a type, or end the process."),
       room.required("ADamagedObjectThrowsAStandardException", aDamagedObjectThrowsAStandardException,
-                    "A file that was cut off would end the process."),
+                    "A truncated file would end the process."),
       room.advised(
           "AnEmptyBundleIsHarmless", anEmptyBundleIsHarmless,
-          "Two empty lists are passed on; the program would see the host's failure, in place of the exception that "
-          "names the missing type."),
+          "Two empty lists are passed on; the program would see the host's failure instead of the exception that names "
+          "the missing type."),
   };
 }
 

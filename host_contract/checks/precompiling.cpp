@@ -32,9 +32,10 @@ std::vector<Check> precompilingChecks() {
       room.advised("AnEmptyListIsHarmless", anEmptyListIsHarmless,
                    "An empty list is passed on; a program with nothing to compile would fail."),
       room.required("ABrokenSourceThrowsAStandardException", aBrokenSourceThrowsAStandardException,
-                    "Only the text of a std::exception reaches the program; it would take its sources for compiled."),
+                    "Only a std::exception is raised in the program; it would not learn that its source is broken."),
       room.advised("NothingIsRegistered", nothingIsRegistered,
-                   "Compiling ahead would run what loading runs, and the plugin could not be loaded from its object."),
+                   "Precompiling would run what only a load should run, and the plugin could not be loaded from its "
+                   "object."),
   };
 }
 

@@ -1,4 +1,4 @@
-// The type record: the library reads it at the places that it was compiled with, and no linker notices other ones.
+// The type record: the library reads it at the offsets that it was compiled with, and no linker notices a mismatch.
 #include <sys/wait.h>
 
 #include <cstring>
@@ -26,7 +26,7 @@ static std::string spell(const RecordLayout& record) {
   return text;
 }
 
-/// Reads everything that a generic look-up may read.
+/// Reads everything that a generic lookup may read.
 static void walk() {
   for (const TypeRecord& record : gTypes) {
     for (int number = 1; number <= 4; ++number) {
@@ -74,7 +74,7 @@ std::vector<Check> recordChecks() {
   const Room room{"record"};
   return {
       room.required("TheLibraryReadsTheHostsRecord", theLibraryReadsTheHostsRecord,
-                    "A generic look-up reads all records at the places that the library was compiled with; it would "
+                    "A generic lookup reads all records at the offsets that the library was compiled with; it would "
                     "crash, or find types by texts that are not names."),
   };
 }

@@ -11,7 +11,7 @@
 
 namespace orva::host_contract {
 
-/// Has at least the standard library's types registered, where the host has one.
+/// Counts the types, once the host has registered at least those of its standard library, if it has one.
 static int32_t registeredTypes(Trial& trial) {
   loadStandardTypes(trial);
   return Reflection_getTypeCount();
@@ -27,7 +27,7 @@ static void everyIndexBelowTheCountIsValid(Trial& trial) {
       textOf(Reflection_getTypeName(index));
       textOf(Reflection_getTypeFullName(index));
     } catch (...) {
-      throw Broken{"the count is " + std::to_string(count) + ", and asking for entry " + std::to_string(index) +
+      throw Broken{"the count is " + std::to_string(count) + ", but asking for entry " + std::to_string(index) +
                    " threw"};
     }
   }
@@ -47,8 +47,7 @@ static void theShortNameOutlivesTheFullNamesCall(Trial& trial) {
     const char* const shortName = Reflection_getTypeName(index);
     const std::string before = textOf(shortName);
     Reflection_getTypeFullName(index);
-    expect(textOf(shortName) == before,
-           "the short name '" + before + "' was another text once the full name was asked");
+    expect(textOf(shortName) == before, "the short name '" + before + "' changed when the full name was asked for");
   }
 }
 
@@ -60,11 +59,11 @@ static void shortNamesAreTheTailsOfFullNames(Trial& trial) {
     // The dots in the arguments of a generic instance belong to other names.
     if (shortName.empty() || fullName.empty() || fullName.find('<') != std::string::npos) continue;
     expect(fullName.substr(fullName.rfind('.') + 1) == shortName,
-           "entry " + std::to_string(index) + " is '" + shortName + "' and '" + fullName + "'");
+           "entry " + std::to_string(index) + " has the names '" + shortName + "' and '" + fullName + "'");
   }
 }
 
-/// The names of one entry, where the host keeps them, and what they were.
+/// The names of one entry: where the host keeps them, and copies of them.
 struct Kept {
   const char* shortName;
   const char* fullName;
@@ -79,8 +78,8 @@ static Kept namesOf(int32_t index) {
   return names;
 }
 
-/// Asks for names until so many questions would have gone once around any ring of buffers.
-/// @return which text one of the kept names became; nothing when both stayed.
+/// Asks for so many names that a host which returns them in a ring of buffers would reuse each buffer.
+/// @return what one of the kept names has changed to; nothing when both are as they were.
 static std::optional<std::string> spoiledByQuestions(const Kept& kept, int32_t count) {
   for (int32_t question = 0; question < 1000 + count; ++question) {
     namesOf(question % count);
@@ -107,14 +106,14 @@ static void namesStayWhileOtherThreadsAsk(Trial& trial) {
 static void theMutexIsFreeBetweenCalls(Trial& trial) {
   expectFreeMutex("before any call");
   registeredTypes(trial);
-  expectFreeMutex("after the registry was asked");
+  expectFreeMutex("after the registry was read");
 }
 
 static void everyRegisteredTypeHasAReadyRecord(Trial& trial) {
   const int32_t count = registeredTypes(trial);
   for (int32_t index = 0; index < count; ++index) {
     const std::string name = nameOfEntry(index);
-    expect(name.empty() || hasReadyRecord(name), "no ready record of gTypes has the name '" + name + "'");
+    expect(name.empty() || hasReadyRecord(name), "gTypes has no ready record with the name '" + name + "'");
   }
 }
 
@@ -123,21 +122,21 @@ std::vector<Check> registryChecks() {
   return {
       room.required(
           "EveryIndexBelowTheCountIsValid", everyIndexBelowTheCountIsValid,
-          "Each look-up asks for the names of every index below the count; it would fail for all types, or crash."),
+          "Each lookup asks for the names of every index below the count; it would fail for all types, or crash."),
       room.advised("EveryEntryHasAName", everyEntryHasAName,
-                   "No look-up finds such a type; most often the count is one too many."),
+                   "No lookup finds such a type; most often the count is one too high."),
       room.required(
           "TheShortNameOutlivesTheFullNamesCall", theShortNameOutlivesTheFullNamesCall,
-          "The library reads both names after it has asked for both; short names would be compared with other texts."),
+          "The library reads both names after it has asked for both; it would compare the wrong short names."),
       room.required("NamesStayWhileOtherThreadsAsk", namesStayWhileOtherThreadsAsk,
                     "The library reads both names of an entry in place, without a lock; while programs on other "
-                    "threads look types up, it would compare and return other texts."),
+                    "threads look types up, it would compare and return the wrong texts."),
       room.advised("ShortNamesAreTheTailsOfFullNames", shortNamesAreTheTailsOfFullNames,
-                   "A name without a package would stand for two types, and look-ups of it would be ambiguous."),
+                   "The same short name could match two types, and its lookup would be ambiguous."),
       room.required("TheMutexIsFreeBetweenCalls", theMutexIsFreeBetweenCalls,
-                    "A generic look-up locks it; it would wait for ever."),
+                    "A generic lookup locks it; it would wait forever."),
       room.advised("EveryRegisteredTypeHasAReadyRecord", everyRegisteredTypeHasAReadyRecord,
-                   "A generic instance that has an entry and no ready record is generated again by each look-up."),
+                   "Each lookup of a generic instance that is registered without a ready record generates it again."),
   };
 }
 

@@ -31,7 +31,7 @@ static void aPluginIsHandedBack(Trial& trial) {
   const std::string file = writeClass(trial, trial.folder / "plugins", "Plugin");
   void* const type = orva_ClassLoader_loadSourceClass(file.c_str(), "Plugin");
   expectNothingPending(trial);
-  expect(type != nullptr, "loadSourceClass gave null for the short name of a type that it loaded");
+  expect(type != nullptr, "loadSourceClass returned null for the short name of a type that it loaded");
 }
 
 static void aSecondLoadIsHarmless(Trial& trial) {
@@ -39,8 +39,9 @@ static void aSecondLoadIsHarmless(Trial& trial) {
   load(file);
   const int32_t count = Reflection_getTypeCount();
   load(file);
-  expect(Reflection_getTypeCount() == count,
-         "the second load made " + std::to_string(count) + " types " + std::to_string(Reflection_getTypeCount()));
+  const int32_t newCount = Reflection_getTypeCount();
+  expect(newCount == count,
+         "the second load changed the count from " + std::to_string(count) + " to " + std::to_string(newCount));
 }
 
 static void aFailingLoadThrowsAStandardException(Trial& trial) {
@@ -53,7 +54,7 @@ static void aMissingSourceThrowsAStandardException(Trial& trial) {
   expectFailure("loading a file that does not exist", [&] { load(file); });
 }
 
-/// Loads a broken source and takes what it throws; that it throws is another check's concern.
+/// Loads a broken source, whether that throws or not: another check tests that.
 static std::string loadBroken(Trial& trial) {
   std::string file = writeBroken(trial, addRoot(trial, "root"), "Wrong");
   try {
@@ -80,13 +81,13 @@ static void aMendedSourceLoads(Trial& trial) {
   expectLoaded("Wrong");
 }
 
-/// What came of a load while another thread held the mutex for some time.
+/// How a load ended that another thread delayed by holding the mutex.
 struct ContendedLoad {
   std::string failure;  ///< the text of what the load threw
   bool hasTableChanged = false;
 };
 
-/// Loads a source while a thread holds the mutex, until the load has ended or is taken to wait for it.
+/// Loads a source while a thread holds the mutex, until the load has ended or probably waits for the mutex.
 static ContendedLoad loadWhileTheTableIsRead(const std::string& file) {
   ContendedLoad result;
   std::promise<void> held;
@@ -146,7 +147,7 @@ static void parallelLoadsOfOneSourceEndWell(Trial& trial) {
 
 using Clock = std::chrono::steady_clock;
 
-/// Calls the host on a thread of its own. What it throws is another check's concern.
+/// Calls the host on a thread of its own. What the call throws is ignored: another check tests that.
 class Caller {
  public:
   Caller(Trial& trial, std::function<void()> call)
@@ -159,7 +160,7 @@ class Caller {
 
   bool hasBegun() const { return hasBegun_; }
 
-  /// Waits for the end. Throws what the hook threw that attaches a thread.
+  /// Waits for the end. Rethrows what the hook attachThread threw.
   void end() {
     thread_.join();
     if (unattached_) std::rethrow_exception(unattached_);
@@ -185,9 +186,9 @@ class Caller {
   std::thread thread_;
 };
 
-/// A load, from a source or an object, and lookups of each kind, made to meet: while the kit holds the mutex, each goes
-/// on until it needs it. Those that have taken another lock before then wait for the one that is given the mutex first,
-/// and it for them.
+/// Makes a load, from a source or an object, meet lookups of each kind: while the kit holds the mutex, each call runs
+/// until it needs the mutex. If a call that waits there holds another lock, and the call that gets the mutex first
+/// needs that lock too, both wait forever.
 class Meeting {
  public:
   explicit Meeting(Trial& trial) : trial_(trial), root_(addRoot(trial, "root")), name_(nameOfEntry(0)) {
@@ -196,9 +197,8 @@ class Meeting {
     timeOfALoad_ = std::min<Clock::duration>(2 * (Clock::now() - begin), std::chrono::seconds(1));
   }
 
-  /// Each second time the load asks for the mutex ahead of the lookups, and each third and fourth time it is one of an
-  /// object.
-  /// @return whether all had begun before the mutex was given.
+  /// Every second time, the load asks for the mutex ahead of the lookups. Two times out of four, it loads an object.
+  /// @return whether all calls had begun before the mutex was released.
   bool hold() {
     const bool loadFirst = ++count_ % 2 == 0;
     const std::function<void()> nextLoad = prepareLoad();
@@ -217,7 +217,7 @@ class Meeting {
   }
 
  private:
-  /// That it does is another check's concern.
+  /// Tells whether a file can be precompiled; another check tests that it can.
   static bool precompiles(const std::string& file) {
     try {
       Compiler::precompileSources({file});
@@ -246,7 +246,7 @@ class Meeting {
       callers.emplace_back(trial_, [name] { Orva_typeByName(name); });
       callers.emplace_back(trial_, [name] { orva_ClassLoader_getTypeByName(name); });
     }
-    // What such a lookup asks the compiler, without the walk before it, which waits for the mutex.
+    // What such a lookup asks the compiler, without the walk ahead of it, which would wait for the mutex.
     callers.emplace_back(trial_, [] { sourceFileForClass("no.such.Type"); });
     callers.emplace_back(trial_, [] { materializeRuntimeGenericType("no.such.Generic<no.such.Type>"); });
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -269,7 +269,7 @@ static void lookUpsAndLoadsRunAtOnce(Trial& trial) {
   while (overlapped < enough && Clock::now() < end) {
     if (meeting.hold()) ++overlapped;
   }
-  if (overlapped == 0) throw NotRun{"no lookup met a load: this machine has too little time for its threads"};
+  if (overlapped == 0) throw NotRun{"no lookup met a load: this machine is too busy"};
 }
 
 std::vector<Check> sourceChecks() {
@@ -277,39 +277,39 @@ std::vector<Check> sourceChecks() {
   return {
       room.required(
           "ALoadedSourceRegistersItsType", aLoadedSourceRegistersItsType,
-          "The library looks for a type again once its source is loaded; every look-up and plugin would fail."),
+          "The library looks a type up again once its source is loaded; every lookup and every plugin would fail."),
       room.required(
           "ASourceLoadsWithoutAContext", aSourceLoadsWithoutAContext,
           "Plugins and the two sources of the class loaders are loaded with an empty context; the host would crash."),
       room.required("APluginIsHandedBack", aPluginIsHandedBack,
-                    "A program that names its plugin's type would be told that it is not registered, or get null."),
+                    "A program that loads a plugin would get null, or an exception that its type is not registered."),
       room.required(
           "ASecondLoadIsHarmless", aSecondLoadIsHarmless,
-          "Two look-ups may both find a type missing and load it; a program would see a failure, or the type twice."),
+          "Two lookups may both find a type missing and load it; a program would see a failure, or the type twice."),
       room.required(
           "AFailingLoadThrowsAStandardException", aFailingLoadThrowsAStandardException,
           "Only the text of a std::exception reaches the program; the failure would be lost, or end the process."),
       room.required("AMissingSourceThrowsAStandardException", aMissingSourceThrowsAStandardException,
                     "A wrong file name in a program would be taken for a plugin without a type, or end the process."),
       room.advised("AFailingLoadRegistersNothing", aFailingLoadRegistersNothing,
-                   "A type without code would be found by the next look-up, and its plugin could never be loaded."),
+                   "The next lookup would find a type without code, and its plugin could never be loaded."),
       room.required("AFailingLoadLeavesTheMutexFree", aFailingLoadLeavesTheMutexFree,
-                    "The next generic look-up would wait for ever."),
+                    "The next generic lookup would wait forever."),
       room.advised("AMendedSourceLoads", aMendedSourceLoads,
-                   "A program could not try again once its user has mended the file."),
+                   "A program could not try again once its user has fixed the file."),
       room.required(
           "ALoadWaitsForTheMutex", aLoadWaitsForTheMutex,
-          "A generic look-up holds the mutex while it walks the type table; a load on another thread would fail by "
-          "chance."),
+          "A generic lookup holds the mutex while it walks the type table; a load on another thread would sometimes "
+          "fail."),
       room.required("TheTableChangesUnderTheMutex", theTableChangesUnderTheMutex,
-                    "A generic look-up on another thread would walk a table that moves, and crash by chance."),
+                    "A generic lookup on another thread would walk a table that changes meanwhile, and sometimes "
+                    "crash."),
       room.required("LookUpsAndLoadsRunAtOnce", lookUpsAndLoadsRunAtOnce,
-                    "Programs look types up on some threads and load them on others; where look-ups and loads take the "
-                    "registry's "
-                    "lock and gReflectionMutex in opposite orders, both would wait for ever."),
+                    "Programs look types up on some threads and load them on others; if lookups and loads take the "
+                    "registry's lock and gReflectionMutex in opposite orders, both would wait forever."),
       room.advised(
           "ParallelLoadsOfOneSourceEndWell", parallelLoadsOfOneSourceEndWell,
-          "No lock is held between a look-up and its load, so that threads load one source at once; one of them "
+          "No lock is held between a lookup and its load, so several threads may load one source at once; one of them "
           "would fail, or register its types twice."),
   };
 }

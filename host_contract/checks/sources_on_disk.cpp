@@ -1,4 +1,4 @@
-// Sources below roots, and what the registry has of them.
+// Writes sources below roots, and looks for their types in the registry.
 #include "host_contract/checks/sources_on_disk.h"
 
 #include <fstream>
@@ -38,7 +38,7 @@ std::string writeBroken(Trial& trial, const fs::path& root, const std::string& c
 fs::path addRoot(Trial& trial, const std::string& name) {
   const fs::path root = trial.folder / name;
   fs::create_directories(root);
-  expect(orva_ClassLoader_addSourceRoot(root.c_str()) == 1, "a new root, an existing folder, was not added");
+  expect(orva_ClassLoader_addSourceRoot(root.c_str()) == 1, "addSourceRoot did not add a new root that exists");
   return root;
 }
 
@@ -50,8 +50,8 @@ void load(const std::string& sourceFile) {
 
 void expectLoaded(const std::string& className) {
   const std::string fullName = fullNameOf(className);
-  expect(isRegistered(fullName), "the registry has no " + fullName);
-  expect(Orva_typeByName(fullName.c_str()) != nullptr, "Orva_typeByName knows no " + fullName);
+  expect(isRegistered(fullName), fullName + " is not registered");
+  expect(Orva_typeByName(fullName.c_str()) != nullptr, "Orva_typeByName returned null for " + fullName);
 }
 
 void expectNotLoaded(const std::string& className) {

@@ -1,4 +1,4 @@
-// What the checks do that need sources: write them, and see what the host knows of them afterwards.
+// What the checks that need sources share: writing them, and testing what the host knows of them afterwards.
 #pragma once
 
 #include <filesystem>
@@ -30,7 +30,7 @@ std::string fullNameOf(const std::string& className);
 /// The path of the source of a class below a root, whether it is there or not.
 std::filesystem::path sourcePath(const std::filesystem::path& root, const std::string& className);
 
-/// Loads a source in the active context, as a look-up does.
+/// Loads a source in the active context, as a lookup does.
 void load(const std::string& sourceFile);
 
 /// Throws `Broken` unless a class of the sample package is registered and found by its full name.

@@ -7,9 +7,9 @@
 
 namespace orva::host_contract {
 
-/// Looks a name up that no type has. Whether the host raises something for it is its own business.
+/// Looks up a name that no type has. The host may raise something for it.
 static void expectNoType(Trial& trial, const char* name, const std::string& spelled) {
-  expect(Orva_typeByName(name) == nullptr, "Orva_typeByName gave a type for " + spelled);
+  expect(Orva_typeByName(name) == nullptr, "Orva_typeByName returned a type for " + spelled);
   trial.hooks.takePending();
 }
 
@@ -28,7 +28,7 @@ static void everyRegisteredNameIsFound(Trial& trial) {
   for (int32_t index = 0; index < count; ++index) {
     const std::string name = nameOfEntry(index);
     expect(name.empty() || Orva_typeByName(name.c_str()) != nullptr,
-           "Orva_typeByName gave null for '" + name + "', which is entry " + std::to_string(index));
+           "Orva_typeByName returned null for '" + name + "', which is entry " + std::to_string(index));
   }
 }
 
@@ -36,20 +36,21 @@ static void oneNameGivesOneObject(Trial& trial) {
   loadStandardTypes(trial);
   if (Reflection_getTypeCount() <= 0) return;
   const std::string name = nameOfEntry(0);
-  expect(Orva_typeByName(name.c_str()) == Orva_typeByName(name.c_str()), "two look-ups of '" + name + "' differ");
+  expect(Orva_typeByName(name.c_str()) == Orva_typeByName(name.c_str()),
+         "two lookups of '" + name + "' returned different objects");
 }
 
 static void theSystemClassLoaderIsAllocated(Trial& trial) {
   void* const loader = orva_ClassLoader_getSystem();
   expectNothingPending(trial);
-  expect(loader != nullptr, "Orva_allocObject(\"SystemClassLoader\") gave null");
+  expect(loader != nullptr, "Orva_allocObject(\"SystemClassLoader\") returned null");
 }
 
 static void eachAllocationIsANewObject(Trial& trial) {
   void* const loader = orva_ClassLoader_getSystem();
   trial.hooks.takePending();
   if (loader == nullptr) return;
-  expect(Orva_allocObject("SystemClassLoader") != loader, "Orva_allocObject gave the same object twice");
+  expect(Orva_allocObject("SystemClassLoader") != loader, "Orva_allocObject returned the same object twice");
 }
 
 static void anUnknownClassIsNotAllocated(Trial& /*trial*/) {
@@ -58,33 +59,34 @@ static void anUnknownClassIsNotAllocated(Trial& /*trial*/) {
     object = Orva_allocObject("NoSuchClass");
   } catch (const std::exception&) {
   }
-  expect(object == nullptr, "Orva_allocObject gave an object of 'NoSuchClass'");
+  expect(object == nullptr, "Orva_allocObject returned an object of 'NoSuchClass'");
 }
 
 std::vector<Check> typeChecks() {
   const Room room{"types"};
   return {
       room.required("ANullNameIsTaken", aNullNameIsTaken,
-                    "Two natives hand a program's null on as it is; the process would crash."),
+                    "Two natives pass a program's null on unchanged; the process would crash."),
       room.required("AnEmptyNameIsTaken", anEmptyNameIsTaken,
-                    "Two natives hand an empty name on as it is; a program would get a type, or a crash, for no name."),
+                    "Two natives pass an empty name on unchanged; a program would get a type for no name, or crash."),
       room.required("AnUnknownNameGivesNull", anUnknownNameGivesNull,
-                    "The library takes only null for a missing type; programs would use anything else as a type."),
+                    "Only null means a missing type to the library; programs would use anything else as a type."),
       room.required(
           "EveryRegisteredNameIsFound", everyRegisteredNameIsFound,
-          "A plugin's entry type is looked up by the full name that the registry has; loading it would give null and "
-          "raise nothing."),
+          "A plugin's entry type is looked up by its full name in the registry; loading the plugin would return null "
+          "and raise nothing."),
       room.advised("OneNameGivesOneObject", oneNameGivesOneObject,
-                   "Programs that compare types by their objects would take a type for another one."),
+                   "Programs that compare types by their objects would take one type for two."),
       room.required(
           "TheSystemClassLoaderIsAllocated", theSystemClassLoaderIsAllocated,
           "The library allocates the class by its short name once the two sources of the class loaders are loaded; "
           "programs would get no class loader."),
       room.advised("EachAllocationIsANewObject", eachAllocationIsANewObject,
-                   "Threads that make the first call at once each get an object of their own; they would share one."),
+                   "Threads that make the first call of getSystem at once each get an object of their own; they would "
+                   "share one."),
       room.advised(
           "AnUnknownClassIsNotAllocated", anUnknownClassIsNotAllocated,
-          "A host whose standard library lacks the class would hand out an object of no class, in place of a failure "
+          "A host whose standard library lacks the class would return an object without a class, instead of a failure "
           "that says so."),
   };
 }

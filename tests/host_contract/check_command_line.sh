@@ -42,7 +42,7 @@ grep -qx 'not run: this host compiles nothing: its hooks write no source' <<<"$p
 run 2 absent
 [ "$errors" = "No check matches 'absent'; --list prints them all" ] || fail "a wrong pattern"
 run 2 --here lists
-[ "$errors" = "--here runs one check, and 6 are asked for" ] || fail "--here with a room"
+[ "$errors" = "--here runs one check, but 6 are selected" ] || fail "--here with a room"
 for seconds in 0 3601 x 5x ''; do
   run 2 --seconds "$seconds"
   [ "$errors" = "--seconds takes a number from 1 to 3600, not '$seconds'" ] || fail "--seconds $seconds"
@@ -52,7 +52,7 @@ for words in --list --help lists; do
   grep -q '^The report could not be printed: ' "$errors_file" || fail "$words does not say that it could not print"
 done
 TMPDIR=/no/such/folder run 2 lists
-[[ $errors == "The checks could not be run: No folder for a check below TMPDIR, '/no/such/folder': "* ]] ||
+[[ $errors == "The checks could not be run: Cannot make a folder for a check in TMPDIR, '/no/such/folder': "* ]] ||
   fail "a wrong TMPDIR is not named"
 run 2 --absent
 [[ $errors == *"unrecognized option '--absent'"* ]] || fail "a wrong option"

@@ -26,11 +26,11 @@ for way in "${!starts[@]}"; do
   must_say 'BROKEN   required  the hook start'
   must_say "    seen: ${starts[$way]}"
   must_say "0 held, 1 broken (1 of them required), $((total - 1)) not run"
-  must_say 'not run: nothing can be asked of this host before that is mended'
+  must_say 'not run: no other check can be run until that is fixed'
 done
 
 run 1 "the hook attachThread, by an exception" sources.LookUpsAndLoadsRunAtOnce
-must_say '    seen: a std::exception came out of the host: no thread'
+must_say '    seen: the host threw a std::exception: no thread'
 
 run 1 "look-ups and lists wait" --seconds 4
 must_say '    seen: not done after 4 s; orva_ClassLoader_getSystem has not returned'

@@ -48,7 +48,7 @@ TEST(Examine, TellsHowACheckHasEnded) {
 }
 
 TEST(Examine, TellsWhatCameOutOfTheHost) {
-  expectBroken([](Trial&) { throw std::runtime_error("a text"); }, "a std::exception came out of the host: a text");
+  expectBroken([](Trial&) { throw std::runtime_error("a text"); }, "the host threw a std::exception: a text");
   expectBroken([](Trial&) { throw 1; }, "the host threw something not derived from std::exception");
 }
 
