@@ -1,4 +1,4 @@
-// The two natives that only hand a call on: nothing is checked, nothing is bridged.
+// The two natives that only pass a call on: they check nothing and bridge nothing.
 #include "classloader/natives.h"
 #include "classloader/version_note.h"
 #include "runtime_api/compiler.h"

@@ -15,7 +15,7 @@ struct RecordLayout {
   long alignment;  ///< of a `TypeRecord`
   long table;      ///< the size of `gTypes` itself
   /// Where the members of our own record are; -1 for a member that the record lacks. A record with our layout, but with
-  /// members of other names, therefore counts as another one.
+  /// members of other names, therefore counts as a different one.
   long name1, name2, name3, name4, type, members;
 };
 
@@ -50,7 +50,7 @@ ORVA_OFFSET_OF(members)
 #undef ORVA_OFFSET_OF
 #pragma GCC diagnostic pop
 
-/// Measures the record that a source sees. Sources may see different ones, so its result is a constant of theirs.
+/// Measures the record that a source sees. Sources may see different ones, so each has the result as its own constant.
 /// @return the layout of `Record`, and the size of `Table`.
 template <typename Record, typename Table>
 constexpr RecordLayout recordLayout() {

@@ -34,7 +34,7 @@ static bool loadMetadata() {
 }
 
 void* orva_ClassLoader_getSystem() {
-  // Set before any code runs, so that no guard is needed; unsynchronised on purpose.
+  // Initialised before any code runs, so no guard is needed; unsynchronised on purpose.
   static void* sys = nullptr;
   static bool metadataLoaded = false;
 
@@ -90,7 +90,7 @@ static std::vector<std::string> sourceFilesIn(const fs::path& directory, std::er
   fs::directory_iterator entry(directory, fs::directory_options::skip_permission_denied, error);
   // An iterator that reports an error is at its end.
   for (; entry != fs::directory_iterator(); entry.increment(error)) {
-    // An entry whose type cannot be told is skipped, and is no failure of the listing.
+    // An entry whose type cannot be determined is skipped; the listing does not fail.
     std::error_code unknownType;
     const std::string& path = entry->path().native();
     if (entry->is_regular_file(unknownType) && isSourcePath(path)) files.push_back(path);

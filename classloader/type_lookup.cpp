@@ -35,7 +35,7 @@ class CompactKey {
   /// 1 for a name that is long enough to spell this key, 0 for any other: compacting never makes a name longer.
   std::size_t fits(std::string_view name) const { return static_cast<std::size_t>(name.size() >= key_.size()); }
 
-  /// Tells whether compacting `name` gives this key, and builds nothing to find out.
+  /// Tells whether compacting `name` results in this key, without building anything.
   bool isSpelledBy(std::string_view name) { return !endsOtherwise(name) && isCompactOf(name); }
 
  private:
@@ -53,7 +53,7 @@ class CompactKey {
   bool isCompactOf(std::string_view name) {
     std::string_view rest = key_;
     while (name.size() >= rest.size()) {
-      // A byte of the key is not one that is dropped.
+      // The key contains no byte that compacting drops.
       while (!rest.empty() && name.back() == rest.back()) {
         rest.remove_suffix(1);
         name.remove_suffix(1);
@@ -86,7 +86,7 @@ static std::size_t mayMatch(const TypeRecord& record, const CompactKey& key) {
          key.fits(recordName(record, 4));
 }
 
-/// Tells whether the type table holds a ready record of a generic instance, whatever its spacing.
+/// Tells whether the type table has a ready record of a generic instance, whatever its spacing.
 /// Throws `std::system_error` when the lock fails.
 static bool isInstanceReady(const std::string& requestedName) {
   CompactKey key(requestedName);
@@ -115,13 +115,13 @@ static void ensureGenericInstance(const std::string& requestedName) {
   std::string instanceName;
   std::string sourceFile;
   if (orva::compiler::ClassLoader::materializeRuntimeGenericType(requestedName, instanceName, sourceFile, context)) {
-    // An empty path is passed on too: what a true answer without a source means is the compiler's to say.
+    // An empty path is passed on too: the compiler decides what true without a source means.
     Compiler::ensureSourceLoadedInActiveJit(sourceFile, context);
   }
 }
 
-/// Compiles the source of a class that is not registered, where the class path holds one. Throws when the name is
-/// ambiguous, and what the compiler throws.
+/// Compiles the source of a class that is not registered, if the class path has one. Throws when the name is ambiguous,
+/// and what the compiler throws.
 static void ensureClass(const std::string& plainName) {
   if (reflectedTypeMatch(plainName)) return;
   const std::shared_ptr<Context> context = Compiler::activeRuntimeContext();
@@ -135,7 +135,7 @@ void* orva_ClassLoader_getTypeByName(const char* typeName) {
   if (isMissing(typeName)) return Orva_typeByName(typeName);
   const bool prepared = bridged("ClassNotFoundException", [typeName] {
     // Each phase reads the name afresh, and calls the host with a copy of its own: a host may rewrite the name in place
-    // while it materialises an instance, and the second phase then goes by the new one.
+    // while it materialises an instance, and the second phase then uses the new one.
     if (holds(typeName, '<') && holds(typeName, '>')) ensureGenericInstance(typeName);
     if (!holds(typeName, '<')) ensureClass(typeName);
   });

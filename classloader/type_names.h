@@ -17,7 +17,7 @@
 
 /// Tells whether compaction drops a byte: whitespace, as `std::isspace` and the current locale see it.
 static inline bool isDropped(char byte) {
-  // A negative value would be outside of what std::isspace takes.
+  // std::isspace is not defined for negative values.
   return std::isspace(static_cast<unsigned char>(byte)) != 0;
 }
 
@@ -32,7 +32,7 @@ static inline std::string compactTypeName(const std::string& name) {
   return compact;
 }
 
-/// Tells whether two names are equal. Both come from C strings, so neither holds a NUL.
+/// Tells whether two names are equal. Both come from C strings, so neither contains a NUL.
 static inline bool isSame(const char* registered, const std::string& name) {
   return std::strcmp(registered, name.c_str()) == 0;
 }
@@ -41,7 +41,7 @@ static inline bool isSame(const char* registered, const std::string& name) {
 static inline bool isTailOf(std::string_view fullName, const std::string& name) {
   if (fullName.size() < name.size()) return false;
   const std::size_t begin = fullName.size() - name.size();
-  // From the end, where the names of a package differ.
+  // Compared from the end, where the names of a package differ.
   return (begin == 0 || fullName[begin - 1] == '.') && std::equal(name.rbegin(), name.rend(), fullName.rbegin());
 }
 
@@ -61,7 +61,7 @@ static inline std::optional<std::string> reflectedTypeMatch(const std::string& n
     const char* const fullName = orEmpty(Reflection_getTypeFullName(index));
     const bool matches = qualified ? isSame(fullName, name) : isSame(shortName, name) || isTailOf(fullName, name);
     if (!matches) continue;
-    // The scan goes on after a match: only the whole registry shows that a short name is unambiguous.
+    // The scan continues after a match: only the whole registry shows that a short name is unambiguous.
     const char* const resolved = isMissing(fullName) ? shortName : fullName;
     if (!match) {
       match = resolved;

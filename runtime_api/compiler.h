@@ -1,6 +1,6 @@
 /// The compiler's interface: the just-in-time engine, the class path and the compiler-side class loader. The host
 /// defines every operation. Those that can fail throw a `std::exception` with a complete message. `docs/neighbours.md`
-/// says what holds for all that a host defines, and what "required" and "advised" mean.
+/// says what applies to everything that a host defines, and what "required" and "advised" mean.
 /// @file
 #pragma once
 
@@ -14,8 +14,9 @@
 // A host compiled with -fvisibility=hidden still serves the shared library.
 #pragma GCC visibility push(default)
 
-/// What the library calls of the compiler. The types that are only declared here are the host's own: the library holds
-/// a share of a context while a step of its work needs it, makes no token and no progress, and looks into none of them.
+/// The operations of the compiler that the library calls. The types that are only declared here are the host's own: the
+/// library holds a share of a context while a step of its work needs it, creates no token and no progress, and never
+/// looks inside any of them.
 namespace orva::compiler {
 
 class Context;
@@ -24,7 +25,7 @@ class Token;
 /// Compiles sources and loads code into the active just-in-time engine.
 class Compiler {
  public:
-  /// What a progress callback is passed. The host gives it its members.
+  /// The argument of a progress callback. The host defines its members.
   struct CompilationProgress;
 
   /// Tells which object format this compiler writes and loads.
@@ -48,8 +49,8 @@ class Compiler {
   static std::shared_ptr<Context> activeRuntimeContext();
 
   /// Compiles a source file into the active engine unless it is loaded already.
-  /// @param sourcePath path of the file, as it was made or given, relative or absolute, whether or not a file is there;
-  ///        empty when `materializeRuntimeGenericType` left it so.
+  /// @param sourcePath path of the file, relative or absolute, whether or not a file is there; empty when
+  ///        `materializeRuntimeGenericType` left it so.
   /// @param context the active context for classes, generic instances and packages; empty for plugins and for the two
   ///        sources of the class loaders.
   ///

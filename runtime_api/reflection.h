@@ -1,7 +1,7 @@
 /// The runtime's registry of loaded types: three query functions, and the type table with its mutex. The host defines
 /// all of them. A host with another type record replaces this header; the library reads a record only through
-/// `recordName` and `isReady`. `docs/neighbours.md` says what holds for all that a host defines, and what "required"
-/// and "advised" mean.
+/// `recordName` and `isReady`. `docs/neighbours.md` says what applies to everything that a host defines, and what
+/// "required" and "advised" mean.
 /// @file
 #pragma once
 
@@ -19,7 +19,7 @@ extern "C" {
 /// @return the count; a negative one counts as 0.
 ///
 /// - Required: every index below the count stays valid until the scan ends. The count is read once, when a scan starts;
-///   types that are registered during the scan are not looked at.
+///   types that are registered during the scan are not seen.
 /// - Tolerated: that this function and the next two throw, although they are not expected to; it is bridged.
 /// - Left to the host: how the registry is guarded. The library holds no lock here.
 /// - Called by `orva_ClassLoader_getTypeByName`; and by `orva_ClassLoader_loadSourceClass` and
@@ -88,7 +88,7 @@ extern std::vector<TypeRecord> gTypes;
 /// mutex is unlocked before the raise.
 /// @param record of the type table.
 /// @param number from 1 to 4.
-/// @return the name, as a part of the record.
+/// @return the name, which is a part of the record.
 inline const std::string& recordName(const TypeRecord& record, int number) {
   switch (number) {
     case 1: return record.name1;

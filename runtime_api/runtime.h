@@ -1,5 +1,5 @@
 /// The runtime's core entry points: raising, looking up, allocating and reading lists. The host defines them.
-/// `docs/neighbours.md` says what holds for all that a host defines, and what "required" and "advised" mean.
+/// `docs/neighbours.md` says what applies to everything that a host defines, and what "required" and "advised" mean.
 /// @file
 #pragma once
 
