@@ -33,7 +33,7 @@ class LoadedObject {
     }
   }
 
-  /// How a relocation is written that fills in the address `value`.
+  /// Returns the relocation, changed so that it fills in the address `value`.
   ElfW(Rela) filledIn(ElfW(Rela) relocation, const char* value) const;
 
   /// The address of a symbol that the object defines; null if it does not define that name.

@@ -1,4 +1,4 @@
-// The clock that events are timed by: what records and what reads while a program runs must read the same one.
+// The clock for the times of events. The recorder, and a reader of a program that still runs, must use the same one.
 #pragma once
 
 #include <cstdint>

@@ -18,8 +18,8 @@ constexpr const char* folderVariable = "ORVA_TRACE_FOLDER";
 /// The most bytes that one process may write, in decimal; without it `usualLimit`.
 constexpr const char* limitVariable = "ORVA_TRACE_LIMIT";
 constexpr std::uint64_t usualLimit = std::uint64_t{256} << 20;
-/// The number of the only process that records, in decimal; without it, each process does that has the folder in its
-/// environment. A child that a process forks has another number, so it records nothing.
+/// The number of the only process that records, in decimal; without it, each process that has the folder in its
+/// environment records. A child that a process forks has another number, so it records nothing.
 constexpr const char* processVariable = "ORVA_TRACE_PROCESS";
 
 /// Why recording ended before the process did.
@@ -36,7 +36,7 @@ enum class Attached : std::uint32_t {
   linked,  ///< the program has the traced library in it
 };
 
-/// Numbers are of the writing machine, times are nanoseconds of CLOCK_MONOTONIC.
+/// Numbers are stored as the writing machine has them; times are nanoseconds of CLOCK_MONOTONIC.
 struct FileHeader {
   std::uint64_t magic;  ///< written last of all that does not change
   std::uint32_t version;
@@ -80,15 +80,15 @@ struct Record {
 };
 
 struct ThreadRecord {
-  std::uint32_t process;  ///< another than the header's after fork
-  std::uint32_t id;       ///< as the system counts
+  std::uint32_t process;  ///< differs from the header's after fork
+  std::uint32_t id;       ///< of the system
 };
 
-/// One reading of the registry. A record without this part tells that one begins, so that a thread that never ends it
-/// is seen. The record of its end goes on with the key as a text, then the matched names as texts.
+/// One reading of the registry. A record without this part says that one begins, so that a reading that never ends is
+/// seen too. In the record of its end, the key follows as a text, then the matched names as texts.
 struct ScanRecord {
   std::uint64_t duration;
-  std::int32_t count;       ///< that the registry gave
+  std::int32_t count;       ///< that the registry returned
   std::uint32_t read;       ///< entries whose names were read
   std::uint32_t fullNames;  ///< matches by full name
   std::uint32_t shortNames;
@@ -118,7 +118,7 @@ enum class StoredKind : std::uint8_t {
   typeName,  ///< of a C++ type, mangled
 };
 
-/// A value's bytes follow it, and then 0 to 3 more up to a multiple of 4.
+/// A value's bytes follow it, padded to a multiple of 4.
 struct StoredValue {
   StoredKind kind;
   std::uint8_t isCut;      ///< 1 for a text of which only the first `longestText` bytes are kept

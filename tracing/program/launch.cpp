@@ -41,7 +41,7 @@ Signals::Signals() {
   for (const int signal : endingSignals()) {
     struct sigaction action{};
     sigaction(signal, nullptr, &action);
-    // As nohup starts programs.
+    // Ignored signals stay ignored, such as SIGHUP under nohup.
     if (action.sa_handler != SIG_IGN) sigaddset(&awaited_, signal);
   }
   sigprocmask(SIG_BLOCK, &awaited_, &maskBefore_);
@@ -54,7 +54,7 @@ void Signals::restore() const {
 
 void Signals::letEnd() const {
   for (const int signal : endingSignals()) {
-    // One that is ignored no longer waits. Who ends a group of processes may send it twice.
+    // Ignoring a signal discards one that is pending. Whoever ends a group of processes may send it twice.
     struct sigaction ignored{};
     struct sigaction before{};
     ignored.sa_handler = SIG_IGN;
@@ -101,8 +101,8 @@ std::string listedLibrary(const std::string& name, const std::string& folder) {
   return link;
 }
 
-/// Appends a library to a list. One of the same name in it, of an orva-trace that runs this one, would catch each call
-/// once more.
+/// Appends a library to a list. Drops one of the same name, which an orva-trace that runs this one has put there: it
+/// would record each call once more.
 void appendToVariable(const char* variable, const std::string& library) {
   const std::string name = library.substr(library.rfind('/'));
   const char* const before = std::getenv(variable);
@@ -193,7 +193,7 @@ void endAs(const Ended& ended) {
   sigfillset(&all);
   sigprocmask(SIG_UNBLOCK, &all, nullptr);
   raise(signal);
-  // Of the first process in a container, for which signals have no default.
+  // Reached in the first process of a container, for which signals have no default action.
   _exit(128 + signal);
 }
 

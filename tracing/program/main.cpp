@@ -187,7 +187,7 @@ Recorded recordedIn(const std::string& folder, const Options& options) {
 /// Returns false when something could not be written, or no process is left to show.
 bool show(const Options& options, Recorded recorded, const std::string& program, Outputs& outputs) {
   std::vector<Trace>& traces = recorded.traces;
-  // A copy, because the trace that it is of may be dropped.
+  // A copy, because the trace that it comes from may be dropped.
   const std::string first = program.empty() && !traces.empty() ? traces.front().program : program;
   dropUnattached(recorded, first);
   for (Trace& trace : traces) keepMatching(trace, options.filter);

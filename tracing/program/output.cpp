@@ -23,7 +23,7 @@ int DescriptorBuffer::sync() {
   while (error_ == 0 && at < pptr()) {
     const ssize_t count = write(descriptor_, at, static_cast<std::size_t>(pptr() - at));
     if (count > 0) at += count;
-    // Whoever takes nothing now takes nothing later.
+    // A file that accepts nothing now will not accept anything later.
     if (count == 0) error_ = EIO;
     if (count < 0 && errno != EINTR) error_ = errno;
   }

@@ -1,4 +1,4 @@
-// Where `orva-trace` writes: a stream that remembers why it could not go on.
+// Where `orva-trace` writes: a stream that remembers why it failed.
 #pragma once
 
 #include <array>

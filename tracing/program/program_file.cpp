@@ -107,7 +107,7 @@ std::vector<std::string> segmentsOf(const File& file, std::uint32_t type) {
   return segments;
 }
 
-/// Programs of other processors, also of the 32-bit kind that this one runs, cannot load our libraries.
+/// Programs for other processors cannot load our libraries, and neither can 32-bit programs.
 void checkArchitecture(const std::string& path, const File& file) {
   Elf64_Ehdr head{};
   if (!file.read(0, head) || std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0) return;
@@ -127,7 +127,7 @@ void checkLinker(const std::string& path, const File& file) {
   }
 }
 
-/// A program that gets rights with its file is started by the dynamic linker as if LD_AUDIT and LD_PRELOAD were unset.
+/// The dynamic linker ignores LD_AUDIT and LD_PRELOAD for a program that gains rights from its file.
 void checkRights(const std::string& path) {
   struct stat status{};
   struct statvfs system{};

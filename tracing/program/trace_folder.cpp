@@ -100,7 +100,7 @@ static bool isNamedAsTrace(const std::string& path) {
   return std::regex_match(fs::path(path).filename().string(), form);
 }
 
-/// Tells whether a file begins as a trace does in which calls are redirected.
+/// Tells whether a file begins like a trace of a process whose calls are redirected.
 static bool isAttached(const std::string& path) {
   std::error_code ignored;
   if (!fs::is_regular_file(path, ignored)) return false;

@@ -11,8 +11,8 @@
 
 namespace orva::tracing {
 
-/// A new folder for the traces of one run, so that runs that keep theirs in one place do not take each other's for
-/// their own. Removes it at the end, unless it is to be kept.
+/// A new folder for the traces of one run, so that runs that keep theirs in one place do not mix them up. Removes it at
+/// the end, unless it is to be kept.
 class TraceFolder {
  public:
   /// @param kept where it stays, a folder that is created if it is not there; empty for one in TMPDIR that is removed

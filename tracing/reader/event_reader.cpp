@@ -1,4 +1,4 @@
-// From the bytes of a file to trees of calls. The process may have been killed at any instruction, may still be
+// Turns the bytes of a file into trees of calls. The process may have been killed at any instruction, may still be
 // writing, or may never have written this file: nothing in it is trusted.
 #include <algorithm>
 #include <cerrno>
@@ -106,8 +106,8 @@ class CallTree {
   std::uint32_t process() const { return thread.process; }
   std::uint64_t lastTime() const { return last; }
   std::uint64_t unshown() const { return tooDeep; }
-  /// Takes calls that returned after a time for open ones: when a file is read while its process writes, what they
-  /// called in the end may lie behind the part that is read.
+  /// Treats calls that returned after a time as open: when a file is read while its process writes, the last calls that
+  /// they made may be beyond the part that was read.
   void reopenAfter(std::uint64_t time);
   /// The calls that are still open last until a time.
   Thread finish(Ending ending, std::uint64_t time);

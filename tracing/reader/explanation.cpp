@@ -90,7 +90,7 @@ std::string typeOf(const Event& thrower) {
 
 bool isQualified(const Scan& scan) { return scan.key.find('.') != std::string::npos; }
 
-/// Only its full name answers to a name with a dot.
+/// A name with a dot matches only a full name.
 bool isMatched(const Scan& scan) {
   return scan.fullNames > 0 || (!isQualified(scan) && scan.shortNames + scan.tails > 0);
 }

@@ -8,7 +8,7 @@
 
 namespace orva::tracing {
 
-/// Control characters, those of markup, and the line ends that older scripts do not know in strings.
+/// Control characters, those of markup, and the line ends that older browsers do not accept in strings.
 static bool isEscaped(char32_t code) {
   return code < 0x20 || code == 0x7F || code == '<' || code == '>' || code == '&' || code == 0x2028 || code == 0x2029;
 }

@@ -1,4 +1,4 @@
-// Columns are counted as terminals do: marks that combine take none, characters of East Asia and pictures take two.
+// Counts columns as terminals do: combining marks take none, East Asian characters and emoji take two.
 #include "tracing/reader/shown_text.h"
 
 #include <algorithm>

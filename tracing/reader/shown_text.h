@@ -24,8 +24,8 @@ std::string countText(std::int64_t count, std::string_view one, std::string_view
 /// characters escaped.
 std::string valueText(const Value& value);
 
-/// A word of a command line as shells read it: as it is, in quotes where they would split or change it, or as `$'a\n'`
-/// where it has what no terminal should get.
+/// A word of a command line as shells read it: unchanged, in quotes if they would split or change it, or as `$'a\n'` if
+/// it has characters that should not reach a terminal.
 std::string shellWord(const std::string& word);
 
 /// How many columns of a terminal a printable text takes.

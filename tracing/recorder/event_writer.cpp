@@ -1,5 +1,5 @@
-// The file of events: made by the first record, extended by whichever thread finds it too short. System calls are made
-// directly, because the C library's functions for files are points at which threads are cancelled.
+// The file of events: made when recording starts, extended by any thread that finds it too short. System calls are made
+// directly, because the C library's functions for files are cancellation points.
 #include "tracing/recorder/event_writer.h"
 
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-// Writes records into the file of this process. Nothing here throws, ends the program or is a point at which a thread
-// is cancelled; what fails ends the recording.
+// Writes records into the file of this process. Nothing here throws, ends the program or is a cancellation point; a
+// failure ends the recording.
 #pragma once
 
 #include <cstdint>

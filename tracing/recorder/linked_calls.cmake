@@ -46,7 +46,7 @@ foreach(pattern IN LISTS patterns)
   list(FILTER found INCLUDE REGEX "^(${pattern})$")
   list(LENGTH found count)
   if(NOT count EQUAL 1)
-    message(FATAL_ERROR "linked_calls.cmake: '${pattern}' is ${count} symbols of the library, not one: ${found}")
+    message(FATAL_ERROR "linked_calls.cmake: '${pattern}' matches ${count} symbols of the library, not one: ${found}")
   endif()
   string(APPEND renamed "${found} ${prefix}${found}\n")
   # The slot after those two is for a lock whose result does not say whether it was refused.

@@ -178,8 +178,8 @@ using namespace orva::tracing;
 
 extern "C" {
 
-/// Where the stack of a frame that is unwound ends: there a thunk's has its `Frame`. It is the unwinder's of the
-/// program; null in one that has none yet when it starts.
+/// Returns the end of the stack of a frame that is being unwound, which is where a thunk has its `Frame`. The program's
+/// unwinder defines it; null in a program that has none when it starts.
 std::uintptr_t endOfStack(void* context) __asm__("_Unwind_GetCFA") __attribute__((weak, visibility("default")));
 
 /// @return the original of the thunk's function.

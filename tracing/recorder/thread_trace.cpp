@@ -97,7 +97,7 @@ void* ThreadTrace::write(RecordKind kind, std::uint16_t call, std::uint64_t time
 
 /// Numbers the thread, and writes its first record, ahead of the one that `payload_` is for.
 void ThreadTrace::announce(std::uint64_t time) {
-  // One as long as the system keeps, which writes all of it.
+  // As long as the system's names are: it writes all 16 bytes.
   char name[16] = {};
   prctl(PR_GET_NAME, name);
   struct {
@@ -121,7 +121,7 @@ void ThreadTrace::closeScan(std::uint64_t time) {
   write(RecordKind::scan, 0, begin);
 }
 
-/// Takes off the innermost call.
+/// Removes the innermost call.
 /// @return null for one that began in the parent before a fork, whose end is not recorded.
 const ThreadTrace::OpenCall* ThreadTrace::closeCall() {
   const OpenCall& call = open_[--openCount_];
@@ -199,7 +199,7 @@ void ThreadTrace::leaveRegistry(const Frame& frame) {
   }
 }
 
-/// The record is made before the lock is held, so that no other thread waits for that.
+/// Writes the record before the thread has the lock, so that no other thread waits for that.
 void ThreadTrace::enterLock(std::uint64_t time) {
   payload_.clear();
   payload_.putPart(LockRecord{notYet, notYet});

@@ -19,7 +19,7 @@ orva_trace_thunks:
   .noaltmacro
   .size orva_trace_thunks, . - orva_trace_thunks
 
-/* On the stack, below the saved rbp, is a Frame of recorder.cpp: six arguments, two results, whether the call is
+/* On the stack, below the saved rbp, is a Frame of thread_trace.h: six arguments, two results, whether the call is
    recorded, and the number that the thunk pushed. The personality records the end of a call that an exception leaves.
    Without a landing pad, an uncaught exception ends the program where it was thrown. */
   .globl orva_trace_call

@@ -35,7 +35,7 @@ const marks = {null: '✗', raised: '!', open: '…'};
 // that follows its last descendant.
 const nodes = [];
 const root = {depth: -1, children: 0};
-// Those of the threads. Each has its events in lanes, one for each depth, and its misses and matches.
+// The nodes of threads. Each has its events in lanes, one for each depth, and its misses and matches.
 const threads = [];
 const period = {from: Infinity, to: 0};
 let misses = [];
@@ -227,7 +227,7 @@ function edgesOf(event, width) {
   return [left, Math.max(left + width, Math.min(xOf(event.end), view.width + 1))];
 }
 
-// Passes over events that would share a pixel with the one before: a lane takes no longer when it has more of them.
+// Skips events that would share a pixel with the one before, so that a lane with more of them takes no longer to draw.
 function drawLane(events, y) {
   let i = firstAfter(events, view.from);
   while (i < events.length && events[i].begin <= view.to) {
