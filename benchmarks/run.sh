@@ -20,7 +20,7 @@ instructions_of() {  # PROGRAM SYMBOL
   objdump --no-show-raw-insn --no-addresses --disassemble="$2" "$1" | sed -n '/^\tnop/d; s/^\t/  /p'
 }
 
-# In turns, so that what else the machine does meets a call and its floor alike.
+# In turns, so that other load on the machine affects a call and its floor alike.
 timed "$build/benchmarks/library/library_benchmarks" "$results/library.json" \
   --benchmark_enable_random_interleaving=true
 {
@@ -30,7 +30,7 @@ timed "$build/benchmarks/library/library_benchmarks" "$results/library.json" \
 compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[^=]*=//p' "$build/CMakeCache.txt")
 flags=$(sed -n 's/^CMAKE_CXX_FLAGS_RELEASE:[^=]*=//p' "$build/CMakeCache.txt")
 echo "$("$compiler" --version | sed -n 1p) $flags" >"$results/compiler.txt"
-# In the program's order, which loads single classes before it loads thousands.
+# In the program's own order, because it loads single classes before it loads thousands.
 timed "$build/benchmarks/host/host_benchmarks" "$results/host.json"
 echo "Running trace_costs and trace_loads …"
 benchmarks/tracing/measure.sh "$build/lib/orva-trace" "$build"/benchmarks/tracing/trace_{costs,loads} \

@@ -1,4 +1,4 @@
-// Each neighbour that a measured call reaches does what it must and no more.
+// Each neighbour that a measured call reaches does only what it must.
 #include "benchmarks/floors/measured_host.h"
 
 #include <cstdio>

@@ -10,13 +10,13 @@
 
 namespace measured {
 
-/// How a registered type is called.
+/// The names of a registered type.
 struct TypeNames {
   std::string shortName;
   std::string fullName;
 };
 
-/// The name of a generic instance that no table holds. It has its first 12 bytes in common with all names of a table.
+/// The name of a generic instance that is in no table. It shares its first 12 bytes with all names of a table.
 constexpr const char* unknownInstance = "com.example.Box<Circle>";
 
 /// An element for lists.
@@ -28,25 +28,25 @@ std::string fullNameOf(std::size_t number);
 /// The same without its package.
 std::string shortNameOf(std::size_t number);
 
-/// Makes the registry hold these types, which outlive their use.
+/// Fills the registry with these types, which must outlive their use.
 void registerTypes(const std::vector<TypeNames>& types);
 
-/// Makes the registry hold so many types with made-up names. Registries are kept, so that going back to a size costs
+/// Fills the registry with this many types with made-up names. Registries are kept, so that going back to a size costs
 /// nothing.
 void registerTypes(std::size_t count);
 
-/// Makes the type table hold these records, which outlive their use. They are back in `records` when the table holds
-/// others.
+/// Fills the type table with these records, which must outlive their use. They are back in `records` when the table is
+/// filled with others.
 void useTable(std::vector<TypeRecord>& records);
 
-/// Makes the type table hold so many ready records, each with four names that begin with "com.example.". Tables are
+/// Fills the type table with this many ready records, each with four names that begin with "com.example.". Tables are
 /// kept too.
 void fillTable(std::size_t count);
 
 /// Makes a folder the only root of the class path.
 void setRoot(const std::string& folder);
 
-/// The handle of a language list of strings. The list outlives its use.
+/// The handle of a language list of strings. The list must outlive its use.
 void* listOf(std::vector<const char*>& strings);
 
 /// Counts the sources that the library has asked to load.

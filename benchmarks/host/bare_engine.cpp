@@ -1,4 +1,4 @@
-// One library for all code, which sees the process and the operations that compiled code needs.
+// Puts all code into one library, which sees the process and the operations that compiled code calls.
 #include "bare_engine.h"
 
 #include <llvm/ExecutionEngine/JITLink/EHFrameSupport.h>

@@ -1,4 +1,4 @@
-// LLVM's ORC as it comes, with the linker that the host uses: the floor of loading.
+// The floor of loading: LLVM's ORC with its defaults, except that it uses the host's linker.
 #pragma once
 
 #include <llvm/ExecutionEngine/Orc/LLJIT.h>
@@ -10,10 +10,10 @@ class BareEngine {
  public:
   BareEngine();
 
-  /// Gives a module the target that the engine makes code for.
+  /// Sets the target of a module to the engine's.
   void prepare(llvm::Module& module) const;
 
-  /// Adds code and looks a symbol of it up.
+  /// Adds code and looks up one of its symbols.
   void link(llvm::orc::ThreadSafeModule module, const std::string& symbol);
   void link(std::unique_ptr<llvm::MemoryBuffer> object, const std::string& symbol);
 

@@ -14,7 +14,7 @@ using orva::compiler::ClassPath;
 
 static constexpr int rootCount = 1000;
 
-/// A class path of a thousand roots; the last one holds the class `a.Last`.
+/// A class path of a thousand roots; the last one has the class `a.Last`.
 static ClassPath& thousandRoots() {
   static auto* const only = [] {
     auto* const path = new ClassPath("");
@@ -36,7 +36,7 @@ static void find(benchmark::State& state, const char* className) {
   }
 }
 
-/// Adds so many roots to a class path.
+/// Adds a number of roots to a class path.
 static void add(benchmark::State& state) {
   const auto& known = thousandRoots().roots();
   while (state.KeepRunning()) {

@@ -1,4 +1,4 @@
-// Loading one class from its source and from its object, beside what ORC asks for the same module and object.
+// Loading one class from its source and from its object, beside what ORC takes for the same module and object.
 #include <benchmark/benchmark.h>
 #include <llvm/Support/MemoryBuffer.h>
 
@@ -26,7 +26,7 @@ static double loadFromSource() {
   return secondsOf([&] { Compiler::ensureSourceLoadedInActiveJit(fresh.path, context); });
 }
 
-/// The module that the host makes of a class, and the name of its initialiser.
+/// The module that the host generates for a class, and the name of its initialiser.
 struct BareModule {
   llvm::orc::ThreadSafeModule module;
   std::string initialiser;
@@ -48,7 +48,7 @@ static double linkModule() {
   return secondsOf([&] { bareEngine().link(std::move(bare.module), bare.initialiser); });
 }
 
-/// Writes the object of a fresh class and tells its path.
+/// Writes the object of a fresh class and returns its path.
 static std::string writeFreshObject(const FreshClass& fresh) {
   activeContext().loader.precompile(fresh.path);
   return compiler::objectPathOf(fresh.path);
@@ -69,7 +69,7 @@ static double linkObject() {
   });
 }
 
-/// Loads classes both ways in turn, so that whatever disturbs the machine disturbs both.
+/// Loads classes both ways in turns, so that other load on the machine affects both.
 static void measure(benchmark::State& state, double (*here)(), double (*floor)()) {
   double floorSeconds = 0;
   while (state.KeepRunning()) {
@@ -84,7 +84,7 @@ static std::string newClassName() {
   return "Large" + std::to_string(count++);
 }
 
-/// Writes a class of so many methods and tells the path of its source.
+/// Writes a class with this many methods and returns the path of its source.
 static std::string writeLargeClass(int methods) {
   const std::string name = newClassName();
   std::string text = "class " + name + " {\n";
@@ -97,7 +97,7 @@ static std::string writeLargeClass(int methods) {
   return name + ".ov";
 }
 
-/// Writes a file of so many classes, each of which calls the next, and tells its path.
+/// Writes a file with this many classes, each of which calls the next, and returns its path.
 static std::string writeClasses(int classes) {
   const std::string name = newClassName();
   std::string text = "class " + name + " { static int get(int x) { return " + name + "_0.get(x); } }\n";
@@ -109,7 +109,7 @@ static std::string writeClasses(int classes) {
   return name + ".ov";
 }
 
-// The time of each method, and of each class, must not grow with their number.
+// The time for each method, and for each class, must not grow with their number.
 
 static void loadLargeSource(benchmark::State& state, std::string (*write)(int), int size) {
   while (state.KeepRunning()) {
@@ -149,7 +149,7 @@ void registerLoading() {
   };
   addLarge("large_source", loadLargeSource, writeLargeClass, "methods", 4000);
   addLarge("large_object", loadLargeObject, writeLargeClass, "methods", 4000);
-  // Each class of a source takes three memory mappings, of which a process has some 65,000.
+  // Each class of a source takes three memory mappings, of which a process may have some 65,000.
   addLarge("large_source", loadLargeSource, writeClasses, "classes", 300);
   addLarge("large_object", loadLargeObject, writeClasses, "classes", 300);
 }

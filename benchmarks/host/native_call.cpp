@@ -13,7 +13,7 @@ extern "C" int64_t orva_Ticker_tick(int64_t value);
 
 int64_t orva_Ticker_tick(int64_t value) { return value + 1; }
 
-/// The dialect has no loops, so the calls stand one after the other.
+/// The dialect has no loops, so the source repeats the call.
 static void loadTicker() {
   std::string source = "class Ticker {\n  static native int tick(int value);\n  static int run(int value) {\n";
   for (int i = 0; i < callsInOneRun; ++i) source += "    value = Ticker.tick(value);\n";

@@ -1,4 +1,4 @@
-// A registry of a million types: filling it, going through it, and finding one, beside a list and a table of texts.
+// A registry of a million types: filling it, reading it, and finding a type, beside a list and a hash table of names.
 #include <benchmark/benchmark.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -42,7 +42,7 @@ static std::vector<Names> makeNames() {
   return names;
 }
 
-/// Names that spread over the whole registry.
+/// Names that are spread over the whole registry.
 static std::vector<std::string> someNames(const std::vector<Names>& names) {
   std::vector<std::string> some;
   for (std::size_t i = 0; i < names.size(); i += 997) some.push_back(names[i].fullName);
@@ -99,7 +99,7 @@ static Times useListAndTable() {
   return times;
 }
 
-/// Measures in a process of its own: types are never taken away.
+/// Measures in a process of its own, because types are never removed.
 static Times inChild(Times (*measure)()) {
   void* const shared = mmap(nullptr, sizeof(Times), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   auto* const times = static_cast<Times*>(shared);
@@ -118,7 +118,7 @@ static Times inChild(Times (*measure)()) {
 static void measure(benchmark::State& state, Times (*work)(), double Times::* step) {
   while (state.KeepRunning()) {
     const double seconds = inChild(work).*step;
-    if (seconds == 0) state.SkipWithError("the process that measures has failed");
+    if (seconds == 0) state.SkipWithError("the measuring process failed");
     state.SetIterationTime(seconds);
   }
 }

@@ -8,7 +8,7 @@
 #include "subjects.h"
 #include "world.h"
 
-/// Runs a program without output and tells whether it ended well.
+/// Runs a program without its output. Tells whether it succeeded.
 static bool runProgram(const std::vector<const char*>& words) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -23,7 +23,7 @@ static bool runProgram(const std::vector<const char*>& words) {
   return status == 0;
 }
 
-/// Runs both, one after the other, so that whatever disturbs the machine disturbs both.
+/// Runs both in turns, so that other load on the machine affects both.
 static void measure(benchmark::State& state) {
   double emptySeconds = 0;
   writeText("Hello.ov", "class Hello { static void main() { Console.print(\"Hello\"); } }\n");
@@ -31,7 +31,7 @@ static void measure(benchmark::State& state) {
     bool isGood = true;
     state.SetIterationTime(secondsOf([&] { isGood &= runProgram({ORVA_HOST, "run", "Hello.ov"}); }));
     emptySeconds += secondsOf([&] { isGood &= runProgram({EMPTY_PROGRAM}); });
-    if (!isGood) state.SkipWithError("a program has failed");
+    if (!isGood) state.SkipWithError("a program failed");
   }
   reportFloor(state, emptySeconds);
 }

@@ -1,4 +1,4 @@
-// The subjects of this program, in the order that they are measured in.
+// The subjects of this program, in the order in which they are measured.
 #pragma once
 
 void registerLoading();

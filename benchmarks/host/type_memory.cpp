@@ -1,4 +1,4 @@
-// How many bytes of heap stay in use for each type that is loaded.
+// How many bytes of heap each loaded type keeps in use.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 

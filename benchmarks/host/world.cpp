@@ -1,4 +1,4 @@
-// Making and leaving the folder, and what a typical class looks like.
+// Makes and leaves the folder, and writes typical classes into it.
 #include "world.h"
 
 #include <filesystem>
@@ -26,7 +26,7 @@ void writeText(const std::string& path, const std::string& text) {
   if (!out) throw std::runtime_error("Cannot write " + path);
 }
 
-/// A typical class; its name stands for `NAME`.
+/// A typical class, with `NAME` in place of its name.
 static constexpr const char* accountSource = R"(package shop;
 
 // The account of one customer.

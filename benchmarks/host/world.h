@@ -20,7 +20,7 @@ class World {
   TemporaryFolder folder_;
 };
 
-/// A class that nobody has seen before, in a file of its own.
+/// A class that was never loaded, in a file of its own.
 struct FreshClass {
   std::string fullName;
   std::string path;  ///< of the source, relative to the working directory
@@ -31,7 +31,7 @@ FreshClass writeFreshClass();
 
 void writeText(const std::string& path, const std::string& text);
 
-/// How long a function runs.
+/// How long a function runs, in seconds.
 template <typename Function>
 double secondsOf(const Function& function) {
   const auto start = std::chrono::steady_clock::now();
@@ -39,7 +39,7 @@ double secondsOf(const Function& function) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Tells what the floor of a benchmark took in all, when it ran in turn with what it is the floor of.
+/// Reports the total time of a floor that ran in turns with its benchmark.
 inline void reportFloor(benchmark::State& state, double seconds) {
   state.counters["floor_ns"] = benchmark::Counter(seconds * 1e9, benchmark::Counter::kAvgIterations);
 }

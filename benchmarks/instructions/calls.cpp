@@ -1,4 +1,4 @@
-// Makes each counted call, after its floor, and has callgrind write down how many instructions each took.
+// Makes each counted call, after its floor, and lets callgrind record how many instructions each took.
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
@@ -17,7 +17,7 @@ static constexpr std::size_t typeCount = 1'000;
 
 template <typename Call>
 static void count(const std::string& name, const Call& call) {
-  // The first time, the dynamic linker finds what is called.
+  // During the first call, the dynamic linker also looks up the functions that are called.
   call();
   CALLGRIND_ZERO_STATS;
   call();

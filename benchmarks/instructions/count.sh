@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Counts the instructions of calls and of their floors in one run of callgrind, and compares the ratios with those that
-# were recorded. What else the machine does has no part in such counts.
+# Counts the instructions of calls and of their floors in one run of callgrind, and compares the ratios with the
+# recorded ones. Other load on the machine does not change such counts.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=counts.sh
 source "$(dirname "$0")/counts.sh"
@@ -27,6 +27,6 @@ join -a 1 -a 2 -e none -o 0,1.2,2.2 "$ratios" "$work/ratios" | awk -v most="$mos
     printf "%-14s recorded %s  counted %s  %+.1f %%\n", $1, $2, $3, change
     if (change > most || change < -most) bad = 1 }
   END { exit bad }' || {
-  echo "A ratio is off by more than $most_percent %. If that is meant: $0 $program $ratios --record" >&2
+  echo "A ratio is off by more than $most_percent %. If that is intended: $0 $program $ratios --record" >&2
   exit 1
 }

@@ -1,4 +1,4 @@
-// The natives that only hand a call on, beside the call itself.
+// The natives that only pass a call on, beside the call itself.
 #include "classloader/natives.h"
 #include "measure.h"
 #include "runtime_api/compiler.h"

@@ -22,7 +22,7 @@ static void floorOfWalk(benchmark::State& state, const Keys& keys) { measure(sta
 // Shorter than the names of the table, so that the library cannot tell a name apart by its length; the floor can.
 static const Keys strangeKey = {"Box<org.sample.Circle>"};
 static const Keys likeKey = {measured::unknownInstance};
-// Half of the names of the table end so, and the library compares names from the end.
+// Half of the names of the table end like this, and the library compares names from the end.
 static const Keys endingKey = {"org.sample.Box<Item>"};
 // As long as most names of a large table, so that the floor cannot distinguish them by their lengths either.
 static const Keys longKey = {measured::fullNameOf(1000) + "<Iten>"};
@@ -38,7 +38,7 @@ static void madeUpFloor(benchmark::State& state, const Keys& keys) {
   floorOfWalk(state, keys);
 }
 
-// What a walk that does not go by lengths alone has to read.
+// What a walk has to read if it does not compare lengths alone.
 static void madeUpNames(benchmark::State& state) {
   fillTable(state);
   measure(state, floors::touchNames);
@@ -79,7 +79,7 @@ static TypeRecord recordOf(const measured::TypeNames& type) {
   return {isGeneric(type) ? "" : type.shortName, type.fullName, {}, {}, &object, {&object}};
 }
 
-/// A record for each type, but for those that are asked for.
+/// A record for each type, except those that are looked up.
 static std::vector<TypeRecord> realTable() {
   const std::set<std::string> asked(realKeys().begin(), realKeys().end());
   std::vector<TypeRecord> table;

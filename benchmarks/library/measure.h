@@ -13,10 +13,10 @@ struct HeapUse {
   std::size_t bytes = 0;
 };
 
-/// What has been taken by all threads since the program began.
+/// What all threads have taken since the program began.
 HeapUse heapUse();
 
-/// Times a call with each name in turn, and reports how often and how many bytes it takes from the heap at most.
+/// Times a call with each name in turn, and reports the most allocations and the most bytes that one call makes.
 template <typename Call>
 void measure(benchmark::State& state, const std::vector<std::string>& names, const Call& call) {
   auto name = names.begin();
@@ -37,7 +37,7 @@ void measure(benchmark::State& state, const std::vector<std::string>& names, con
   state.counters["bytes"] = static_cast<double>(most.bytes);
 }
 
-/// Times a call, and reports how often and how many bytes one more call of it takes from the heap.
+/// Times a call, and reports how many allocations and bytes one more call makes.
 template <typename Call>
 void measure(benchmark::State& state, const Call& call) {
   measure(state, {std::string()}, [&call](const std::string& /*name*/) { return call(); });

@@ -1,4 +1,4 @@
-// For how long the type table's mutex is held, and how long another thread waits for it meanwhile.
+// How long the type table's mutex is held, and how long another thread waits for it meanwhile.
 #include <pthread.h>
 
 #include <algorithm>
@@ -20,7 +20,7 @@ static thread_local Clock::duration held;
 
 extern "C" {
 
-// Names that the linker prescribes for what it redirects.
+// The linker prescribes these names for functions that it redirects.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
 int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
@@ -71,7 +71,7 @@ static void timeWait(benchmark::State& state, void (*call)()) {
     gReflectionMutex.unlock();
     state.SetIterationTime(waited);
     waits.push_back(waited);
-    // So that waits begin at different places of a walk.
+    // So that waits begin at different points of a walk.
     std::this_thread::sleep_for(std::chrono::microseconds(50));
   }
   stops = true;

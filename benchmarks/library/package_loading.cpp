@@ -18,7 +18,8 @@ static void fill(const std::string& package, std::size_t files) {
   }
 }
 
-/// Makes a folder whose package "web" has so many files the only root. Packages are kept until the program ends.
+/// Makes a folder the only root; its package "web" has as many files as asked for. Packages are kept until the program
+/// ends.
 static const std::string& prepare(const benchmark::State& state) {
   static std::map<std::size_t, TemporaryFolder> roots;
   const auto files = static_cast<std::size_t>(state.range(0));

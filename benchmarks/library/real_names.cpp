@@ -32,13 +32,13 @@ static std::vector<std::string> classNames() {
     const std::size_t begin = found + mark.size();
     names.push_back(line.substr(begin, line.find("@@") - begin));
   }
-  if (names.empty()) throw std::runtime_error("No class in what this lists: " + command);
+  if (names.empty()) throw std::runtime_error("No class is listed by: " + command);
   std::sort(names.begin(), names.end());
   names.erase(std::unique(names.begin(), names.end()), names.end());
   return names;
 }
 
-/// Splits a name behind its last dot that stands in no angle brackets.
+/// Splits a name after its last dot outside angle brackets.
 static measured::TypeNames typeNamesOf(std::string fullName) {
   for (std::size_t colons = 0; (colons = fullName.find("::", colons)) != std::string::npos;) {
     fullName.replace(colons, 2, ".");

@@ -6,11 +6,11 @@
 
 #include "benchmarks/floors/measured_host.h"
 
-/// Lists the names, in an order that has no meaning and is the same in each run. Throws `std::runtime_error`, which
-/// names what is missing, when they cannot be listed.
+/// Lists the names, shuffled in the same way in each run. Throws `std::runtime_error`, which names what is missing,
+/// when they cannot be listed.
 const std::vector<measured::TypeNames>& realTypes();
 
-/// Tells whether a type is a generic instance, or stands in one.
+/// Tells whether a type is a generic instance, or is declared in one.
 bool isGeneric(const measured::TypeNames& type);
 
 /// Picks 32 names, or all when there are fewer, evenly spread over `names`.

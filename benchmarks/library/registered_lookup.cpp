@@ -1,4 +1,4 @@
-// Looking up a type that is registered: the whole registry is read, wherever the type stands in it.
+// Looking up a type that is registered: the whole registry is read, wherever the type is in it.
 #include <algorithm>
 #include <map>
 #include <random>
@@ -44,9 +44,8 @@ using Registry = std::vector<measured::TypeNames>;
 
 static constexpr std::size_t orderCount = 8;
 
-/// The real types in several orders. Going through one of them again and again, a processor learns by heart which
-/// branch comes when, and the floor, for which nothing else changes from call to call, costs less than half of what it
-/// costs a host.
+/// The real types in several orders. With a single order, the processor would learn to predict every branch. The floor,
+/// for which nothing else changes from call to call, would then cost less than half of what it costs in a real host.
 static const std::vector<Registry>& realRegistries() {
   static const std::vector<Registry> registries = [] {
     std::vector<Registry> all;
@@ -74,7 +73,7 @@ static void describeReal(benchmark::State& state) {
   state.counters["generic"] = static_cast<double>(std::count_if(realTypes().begin(), realTypes().end(), isGeneric));
 }
 
-/// Those of classes that are not generic; without a package, a name would be looked up as a short one.
+/// The full names of classes that are not generic and are in a package: other names would be looked up as short ones.
 static Names realFullNames() {
   Names names;
   for (const measured::TypeNames& type : realTypes()) {
@@ -83,7 +82,7 @@ static Names realFullNames() {
   return names;
 }
 
-/// Those that one type alone has.
+/// The short names that only one type has.
 static Names realShortNames() {
   std::map<std::string, int> counts;
   for (const measured::TypeNames& type : realTypes()) ++counts[type.shortName];

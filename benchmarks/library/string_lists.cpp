@@ -1,4 +1,4 @@
-// Turning a language list into strings: precompiling sources, by a compiler that does nothing with them.
+// Turning a language list into strings: precompiling sources with a compiler that does nothing.
 #include "benchmarks/floors/floors.h"
 #include "benchmarks/floors/measured_host.h"
 #include "classloader/natives.h"

@@ -1,4 +1,4 @@
-// OpenJDK as a peer: class loaders, and the compiler of its own that runs in the process.
+// OpenJDK as a peer: class loaders, and its own compiler, which runs in the process.
 
 import static java.nio.charset.StandardCharsets.ISO_8859_1;
 
@@ -26,10 +26,10 @@ public class OpenJdkJobs {
   }
 
   static void require(boolean isTrue) {
-    if (!isTrue) throw new IllegalStateException("a job gives a wrong answer");
+    if (!isTrue) throw new IllegalStateException("a job returned a wrong result");
   }
 
-  /** Prints a median, with how many types are loaded, unless that is 0. No text holds what JSON would escape. */
+  /** Prints a median, with how many types are loaded, unless that is 0. No text needs escapes in JSON. */
   static void report(String job, String what, int types, double[] nanoseconds) {
     Arrays.sort(nanoseconds);
     String loaded = types == 0 ? "" : "\"types\":" + types + ",";
@@ -45,7 +45,7 @@ public class OpenJdkJobs {
     return (double) (System.nanoTime() - begin) / calls;
   }
 
-  /** What one of many calls takes, many times over. */
+  /** Measures many times what one of many calls takes. */
   static double[] timeCalls(Job job) throws Exception {
     final int calls = 1000;
     long warm = System.nanoTime() + 500_000_000;
@@ -65,7 +65,7 @@ public class OpenJdkJobs {
     return Arrays.copyOfRange(times, WARM_UP_LOADS, ALL_LOADS);
   }
 
-  /** Compiles files into one folder, with everything kept that one compilation can hand on to the next. */
+  /** Compiles files into one folder, and keeps everything that a later compilation can reuse. */
   static class Compiler {
     final JavaCompiler compiler = ToolProvider.getSystemJavaCompiler();
     final StandardJavaFileManager files = compiler.getStandardFileManager(null, null, null);

@@ -35,7 +35,7 @@ def report(job, what, times, **more):
 
 
 def time_calls(call, names):
-    """What one of many calls takes, many times over."""
+    """Measures many times what one of many calls takes."""
     rounds = max(1, 1000 // len(names))
 
     def call_all():
@@ -54,7 +54,7 @@ def import_missing(name):
         importlib.import_module(name)
     except ModuleNotFoundError:
         return
-    raise RuntimeError("a look-up gives a wrong answer")
+    raise RuntimeError("a lookup returned a wrong result")
 
 
 def find_modules(folder):
@@ -107,7 +107,7 @@ def load_compiled(folder):
 
 
 def main(folder):
-    # Imports of the loads come first: a full table of modules makes collections of garbage longer.
+    # The loads are measured first, because a full table of modules makes garbage collections longer.
     load_sources(folder + "/sources")
     load_compiled(folder + "/compiled")
     find_modules(folder)

@@ -12,7 +12,7 @@ static void registerTypes(int from, int to) {
 }
 
 static void lookUp(const char* name, bool isKnown) {
-  peers::require((g_type_from_name(name) != 0) == isKnown, "a look-up gives a wrong answer");
+  peers::require((g_type_from_name(name) != 0) == isKnown, "a lookup returned a wrong result");
 }
 
 static void findTypes() {

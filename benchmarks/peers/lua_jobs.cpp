@@ -21,7 +21,7 @@ static void run(lua_State* lua, const std::string& code) {
   if (luaL_dostring(lua, code.c_str()) != LUA_OK) throw std::runtime_error(lua_tostring(lua, -1));
 }
 
-/// A state that looks for modules in one folder alone.
+/// A state that looks for modules only in one folder.
 static State newState(const std::string& folder) {
   State lua(luaL_newstate(), lua_close);
   luaL_openlibs(lua.get());
@@ -37,7 +37,7 @@ static bool callRequire(lua_State* lua, const char* name) {
 }
 
 static void lookUp(lua_State* lua, const char* name, bool isKnown) {
-  peers::require(callRequire(lua, name) == isKnown, "a look-up gives a wrong answer");
+  peers::require(callRequire(lua, name) == isKnown, "a lookup returned a wrong result");
   lua_settop(lua, 0);
 }
 
@@ -71,7 +71,7 @@ static void loadSources(const peers::Report& report, const std::string& folder) 
              peers::timeLoads([&lua](int i) { load(lua.get(), i); }));
 }
 
-/// What luac does.
+/// Compiles a module as luac does.
 static void compileModule(lua_State* lua, const std::string& path, int number) {
   run(lua, "return string.dump(load([[" + sourceOf(number) + "]], '@" + path + "'))");
   std::size_t size = 0;

@@ -1,4 +1,4 @@
-// Measuring a job, and telling of it in one line of JSON.
+// Measures a job, and reports it as one line of JSON.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 
 namespace peers {
 
-/// How many types are registered, one after the other, while look-ups are measured.
+/// Lookups are measured with these numbers of registered types, one after the other.
 constexpr int typeCounts[] = {1, 3, 10, 30, 100, 300, 1000, 10000, 100000};
 
 /// Loads that only warm up, and those that are measured after them; each loads a module of its own.
@@ -24,7 +24,7 @@ constexpr int warmUpLoads = 20;
 constexpr int measuredLoads = 101;
 constexpr int allLoads = warmUpLoads + measuredLoads;
 
-/// Takes no `std::string`: it is called while time is taken.
+/// Takes no `std::string`, because it is called while time is measured.
 inline void require(bool isTrue, const char* problem) {
   if (!isTrue) throw std::runtime_error(problem);
 }
@@ -36,8 +36,8 @@ double nanosecondsOf(const Function& function) {
   return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
 }
 
-/// What one of many calls takes, many times over. Each time is shorter than a turn on the processor, so that most of
-/// them are whole on a machine that is busy.
+/// Measures many times what one of many calls takes. Each measurement is shorter than a time slice of the scheduler, so
+/// most of them are not interrupted on a busy machine.
 template <typename Call>
 std::vector<double> timeCalls(const Call& call) {
   constexpr double longEnough = 5e5;
@@ -52,7 +52,7 @@ std::vector<double> timeCalls(const Call& call) {
 }
 
 /// What `load(i)` takes for each of the measured modules: it loads module i, calls its function `number` and checks the
-/// answer.
+/// result.
 template <typename Load>
 std::vector<double> timeLoads(const Load& load) {
   std::vector<double> times;
@@ -63,7 +63,7 @@ std::vector<double> timeLoads(const Load& load) {
   return times;
 }
 
-/// Goes round a list of names for ever, so that a look-up does not find in the processor's caches what it left there.
+/// Repeats a list of names, so that a lookup does not find in the processor's caches what the last one left there.
 class Names {
  public:
   /// Some of the types that are numbered from 0, evenly spread.
@@ -82,7 +82,7 @@ class Names {
   std::size_t next_ = 0;
 };
 
-/// A text with one word in the place of another.
+/// A text with one word in place of another.
 inline std::string replaced(std::string text, const std::string& from, const std::string& to) {
   for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
     text.replace(at, from.size(), to);
@@ -112,8 +112,8 @@ class Report {
  public:
   Report(std::string peer, std::string version) : peer_(std::move(peer)), version_(std::move(version)) {}
 
-  /// Prints a median. No text holds anything that JSON would escape.
-  /// @param types how many are loaded; 0 where that is of no account.
+  /// Prints a median. No text needs escapes in JSON.
+  /// @param types how many are loaded; 0 where that does not matter.
   void add(const std::string& job, const std::string& what, std::vector<double> times, int types = 0) const {
     const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
     std::nth_element(times.begin(), middle, times.end());
@@ -128,7 +128,7 @@ class Report {
   std::string version_;
 };
 
-/// What `main` does: tells of what stops the jobs.
+/// What `main` does: runs the jobs, and reports what stops them.
 template <typename Jobs>
 int runJobs(const Jobs& jobs) {
   try {

@@ -1,4 +1,4 @@
-// LLVM's ORC as a peer, as its users have it without configuring anything: object files.
+// LLVM's ORC as a peer, with its default configuration: object files.
 #include <llvm/Config/llvm-config.h>
 #include <llvm/ExecutionEngine/Orc/LLJIT.h>
 #include <llvm/Support/Error.h>

@@ -13,7 +13,7 @@
 namespace rt = orva::runtime;
 using peers::Report;
 
-// ---- look-ups
+// ---- lookups
 
 /// Registers types without methods, as the initialisers of compiled classes do.
 static void registerTypes(int from, int to) {
@@ -37,7 +37,7 @@ static void find(const Report& report, const std::string& what, LookUp lookUp, i
                  bool isKnown) {
   peers::Names names(prefix, types);
   report.add(isKnown ? "find_loaded" : "find_missing", what, peers::timeCalls([&] {
-               peers::require((lookUp(names.next()) != nullptr) == isKnown, "a look-up gives a wrong answer");
+               peers::require((lookUp(names.next()) != nullptr) == isKnown, "a lookup returned a wrong result");
              }),
              types);
 }
@@ -135,7 +135,7 @@ static void load(const Report& report, const std::string& folder) {
   loadCompiled(report, folder + "/objects");
 }
 
-/// Look-ups begin with an empty registry, and loads with a small one: each asks for a process of its own.
+/// Lookups begin with an empty registry, and loads with a small one, so each kind needs its own process.
 int main(int argc, char** argv) {
   return peers::runJobs([argc, argv] {
     const Report report("orva", ORVA_VERSION);

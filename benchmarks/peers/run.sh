@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Measures this library and other loaders at the same jobs, and writes one JSON document.
 # Usage: run.sh BUILD_FOLDER OUTPUT.json [PEER…]
-# A peer that cannot be found is left out, and the package that brings it is named.
+# A peer that cannot be found is left out, and the package that provides it is named.
 set -euo pipefail
 here=$(realpath "$(dirname "$0")")
 all=(orva OpenJDK CPython Lua GLib dlopen ORC)
@@ -14,15 +14,15 @@ refuse() { echo "run.sh: $*" >&2; exit 2; }
 [ $# -ge 2 ] || refuse "expected BUILD_FOLDER OUTPUT.json [PEER…], where PEER is one of: ${all[*]}"
 build=$(realpath "$1") output=$2
 shift 2
-[ -f "$build/CMakeCache.txt" ] || refuse "'$build' is no build folder"
-[ -d "$(dirname "$output")" ] || refuse "there is no folder for '$output'"
+[ -f "$build/CMakeCache.txt" ] || refuse "'$build' is not a build folder"
+[ -d "$(dirname "$output")" ] || refuse "the folder of '$output' does not exist"
 [ $# -gt 0 ] || set -- "${all[@]}"
 for peer in "$@"; do
-  [ -n "${packages[$peer]:-}" ] || refuse "there is no peer '$peer', but there are: ${all[*]}"
+  [ -n "${packages[$peer]:-}" ] || refuse "unknown peer '$peer': expected one of ${all[*]}"
 done
 # The distribution's own is built with all optimisations; others on the PATH often are not.
 python=/usr/bin/python3
-[ -x "$python" ] || python=$(command -v python3) || refuse "Python puts the results together: install python3"
+[ -x "$python" ] || python=$(command -v python3) || refuse "Python is needed to collect the results: install python3"
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -55,7 +55,7 @@ for peer in "$@"; do
     continue
   fi
   mkdir "$scratch/$peer"
-  # All of its figures or none.
+  # All figures of a peer are kept, or none.
   if run "$peer" "$scratch/$peer" >"$scratch/$peer.lines"; then
     cat "$scratch/$peer.lines" >>"$scratch/lines"
   else

@@ -1,8 +1,8 @@
-"""Draws the page's charts with gnuplot, which is left to choose what is not said here."""
+"""Draws the page's charts with gnuplot, and leaves everything else to its defaults."""
 
 import subprocess
 
-# One chart for each subject: file, title, what an element is, and the families beside each other.
+# One chart for each subject: its file, its title, what an element is, and the families that it compares.
 CHARTS = [
     ("registered-lookup", "Looking up a registered type", "type",
      [("lookup/full_name", "by full name"), ("lookup/short_name", "by short name"), ("lookup/floor", "floor")]),

@@ -1,6 +1,6 @@
-"""Makes one JSON document of the lines that the peers printed, which come by standard input.
+"""Makes one JSON document from the lines that the peers printed, which it reads from standard input.
 
-Usage: collect_peers.py OUTPUT COMPILER [PEER=PACKAGE…], each PEER one that is missing
+Usage: collect_peers.py OUTPUT COMPILER [PEER=PACKAGE…], with each peer that is missing
 """
 import json
 import os

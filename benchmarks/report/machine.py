@@ -1,4 +1,4 @@
-"""Tells what the benchmarks run on."""
+"""Finds out what the benchmarks run on."""
 
 import platform
 

@@ -1,4 +1,4 @@
-"""Puts the peers' results into words: a table for each job, and from how many types on an index beats the scan."""
+"""Formats the peers' results: a table for each job, and from how many types on an index beats the scan."""
 
 from collections import defaultdict
 
@@ -7,7 +7,7 @@ import charts
 HERE = "orva"
 SCAN = "orva_ClassLoader_getTypeByName of a full name"
 JOBS = ("find_loaded", "find_missing", "load_source", "load_compiled")
-# What the tables of look-ups show of the sizes; the chart has all.
+# The sizes that the tables of lookups show; the chart shows all.
 SHOWN = (10, 100, 1_000, 10_000, 100_000)
 
 
@@ -42,14 +42,14 @@ def job_table(document, job, table, time_text):
 
 
 def crossings(document):
-    """For each peer that looks up: the smallest number of types measured with which it beat the scan."""
+    """For each peer that looks types up: the smallest measured number of types with which it beat the scan."""
     times = dict(times_of(document, "find_loaded"))
     scan = times[HERE, SCAN]
     lines = []
     for (peer, what), found in times.items():
         if peer == HERE:
             continue
-        # A peer that was measured with few sizes hardly depends on them.
+        # A peer that was measured with few sizes hardly depends on the size.
         typical = max(found.values())
         slower = [size for size in sorted(scan) if scan[size] > found.get(size, typical)]
         lines.append(f"- {peer}, {what}: " + (f"{slower[0]:,}" if slower else "none"))

@@ -3,7 +3,7 @@
 
 Usage: report.py RESULTS PAGE CHARTS
 RESULTS is the folder with library.json, host.json, instructions.txt and compiler.txt of one run; CHARTS is the folder
-of the page's charts, where the results of the peers lie too.
+of the page's charts, which also contains the results of the peers.
 """
 
 import json
@@ -16,8 +16,8 @@ import peers
 from machine import processor
 from results import Results
 
-# What is compared, with what, and the most that the ratio is to be. A call without a floor was run in turn with it, and
-# tells of it itself.
+# What is compared, with what, and the highest ratio that is allowed. A call without a floor ran in turns with its
+# floor, and reports it itself.
 TARGETS = [
     ("Registered lookup by full name, real names", "real_lookup/full_name", "real_lookup/floor", 1.15),
     ("Registered lookup by short name, real names", "real_lookup/short_name", "real_lookup/floor", 1.45),
@@ -120,7 +120,7 @@ def tracing_rows(folder):
 
 
 def lookup_allocations(results):
-    """How often a lookup of a registered type uses the heap at most."""
+    """The most allocations that a lookup of a registered type makes."""
     sized = [f"{call}/{size}" for call in ("lookup/full_name", "lookup/short_name") for size in results.sizes(call)]
     return max(results.counter(name, "allocations")
                for name in [*sized, "real_lookup/full_name", "real_lookup/short_name"])

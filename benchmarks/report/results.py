@@ -22,7 +22,7 @@ class Results:
                     self._medians[re.sub(r"/(manual_time|iterations:\d+)", "", each["run_name"])] = each
 
     def nanoseconds(self, name):
-        """Processor time, to which other processes add nothing; the wall clock where a benchmark asks it itself."""
+        """Processor time, to which other processes add nothing; wall-clock time if a benchmark measures that itself."""
         each = self._medians[name]
         clock = "real_time" if each["run_name"].endswith("/manual_time") else "cpu_time"
         return each[clock] * NANOSECONDS[each["time_unit"]]

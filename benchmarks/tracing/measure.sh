@@ -9,7 +9,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 traced=(env "LD_AUDIT=$1/liborva-trace-audit.so" "LD_PRELOAD=$1/liborva-trace-recorder.so" "ORVA_TRACE_FOLDER=$work")
 
-# Alternates, so that whatever disturbs the machine disturbs both.
+# Alternates, so that other load on the machine affects both.
 for _ in {1..7}; do
   for program in "${@:2}"; do
     "$program" >>"$work/without"
