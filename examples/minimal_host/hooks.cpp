@@ -1,4 +1,4 @@
-// How the host contract kit reaches this host: every hook there is.
+// How the host contract kit reaches this host. It overrides every hook.
 #include <dlfcn.h>
 #include <host_contract/hooks.h>
 
@@ -32,7 +32,7 @@ class MinimalHooks : public Hooks {
     return &list;
   }
 
-  // == How this host calls natives. Leave out what your host does as these do, but for callNative.
+  // == How this host calls natives. The first two repeat the defaults: leave them out if those suit your host.
 
   void* boundNative(const char* symbol) override { return dlsym(RTLD_DEFAULT, symbol); }
 

@@ -1,4 +1,4 @@
-// The smallest host, in memory: everything that the class loaders call but the compiler. Start from a copy of it.
+// The smallest host, in memory: everything that the class loaders call except the compiler. Start from a copy of it.
 #include "minimal_host.h"
 
 #include <algorithm>
@@ -29,13 +29,13 @@ struct Object {
   const Type* type;
 };
 
-// Deques never move what they hold, so that pointers into them stay valid.
+// Deques never move their elements, so pointers into them stay valid.
 std::deque<Type> types;  // guarded by gReflectionMutex
 std::deque<Object> objects;
 std::mutex objectsMutex;
 thread_local std::optional<minimal_host::Exception> pending;
 
-/// Finds a type by full name, or by a short name that one type alone has; the caller holds the mutex.
+/// Finds a type by full name, or by a short name that only one type has; the caller holds the mutex.
 const Type* findType(const std::string& name) {
   const Type* found = nullptr;
   for (const Type& type : types) {
@@ -125,7 +125,7 @@ namespace orva::compiler {
 
 static std::mutex classPathMutex;
 
-/// Every class path there was: a reader may still walk an older one.
+/// Every class path so far: a reader may still walk an older one.
 static std::deque<std::vector<std::string>>& classPaths() {
   static std::deque<std::vector<std::string>> all(1);
   return all;
@@ -136,7 +136,7 @@ Runtime& Runtime::getInstance() {
   return runtime;
 }
 
-// The types of the class loaders are there from the start, so that no source of them is loaded.
+// start() registers the types of the class loaders, so their sources are not loaded.
 std::string Runtime::getStandardLibraryPath() const { return {}; }
 
 const std::vector<std::string>& Runtime::getKlassPaths() const {
@@ -160,7 +160,7 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
   std::string relative = className;
   std::replace(relative.begin(), relative.end(), '.', '/');
   for (const std::string& root : Runtime::getInstance().getKlassPaths()) {
-    // Joined as texts: a path that begins with a slash would take the place of the root.
+    // Joined as texts, because a path that begins with a slash would replace the root.
     const fs::path file = root + "/" + relative + ".ov";
     std::error_code error;
     if (fs::is_regular_file(file, error)) return file.string();
@@ -171,7 +171,7 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
 // Nothing is cached.
 void ClassLoader::invalidateKlassPathCaches() {}
 
-/// Names of letters, digits and underscores, with one dot between two of them.
+/// Accepts names of letters, digits and underscores, separated by single dots.
 bool PackageLayout::isValidPackageName(std::string_view packageName) {
   bool isNameBegun = false;
   for (const char byte : packageName) {

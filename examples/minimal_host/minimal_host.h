@@ -1,4 +1,4 @@
-// What the programs of the smallest host use beside the neighbours.
+// What the programs of the smallest host use besides the neighbours.
 #pragma once
 
 #include <optional>
@@ -12,12 +12,12 @@ struct Exception {
   std::string message;
 };
 
-/// A language `ArrayList` of `String`; nothing stands for a null element.
+/// A language `ArrayList` of `String`; a null element is one without a value.
 struct StringList {
   std::vector<std::optional<std::string>> elements;
 };
 
-/// Registers the types that every program finds; once, before natives are called.
+/// Registers the types that every program finds. Call it once, before any native.
 void start();
 
 /// Makes a type known. Throws `std::runtime_error` when it is known already.

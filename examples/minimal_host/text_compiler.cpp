@@ -1,5 +1,5 @@
-// The compiler of the smallest host, for a language of one statement: a file holds `class NAME` or `generic NAME`, with
-// the full name. Delete this file when your own compiler takes its place.
+// The compiler of the smallest host, for a language of one statement: a file contains `class NAME` or `generic NAME`,
+// with the full name. Delete this file when your own compiler takes its place.
 #include <algorithm>
 #include <fstream>
 #include <mutex>
@@ -16,14 +16,14 @@ static std::string readLine(const std::string& path) {
   return line;
 }
 
-/// The class that a statement declares; empty for a generic class, of which only instances are types.
+/// The class that a statement declares; empty for a generic class, because only its instances are types.
 static std::string parse(const std::string& statement) {
   if (statement.rfind("class ", 0) == 0) return statement.substr(6);
   if (statement.rfind("generic ", 0) == 0) return {};
   throw std::runtime_error("Expected 'class NAME' or 'generic NAME', not '" + statement + "'");
 }
 
-/// Loads each statement once, whatever file or object it comes from, and one at a time.
+/// Loads each statement once, whichever file or object contains it, and one at a time.
 static void load(const std::string& statement) {
   static std::mutex mutex;
   static std::set<std::string> loaded;
@@ -36,7 +36,7 @@ namespace orva::compiler {
 
 class Context {};
 
-/// Nobody listens yet.
+/// A listener learns only that one more file is done.
 struct Compiler::CompilationProgress {};
 
 int32_t Compiler::objectAbiVersion() { return 1; }
@@ -46,7 +46,7 @@ std::shared_ptr<Context> Compiler::activeRuntimeContext() {
   return context;
 }
 
-// A generic instance has no source file: the path holds the text itself.
+// A generic instance has no source file: its path is this word and the text of the source.
 static const std::string generated = "generated: ";
 
 void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> /*context*/) {
@@ -54,7 +54,7 @@ void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std:
   load(isGenerated ? sourcePath.substr(generated.size()) : readLine(sourcePath));
 }
 
-// An object is its statement behind this word, and the identity of its source is the statement itself.
+// An object file contains this word and the statement of its source, which is also the identity of that source.
 static const std::string objectWord = "object of ";
 
 void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string>& objectPaths,
