@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares the ABI of the shared library with what this folder keeps; with --record, the folder keeps what it is now.
+# Compares the ABI of the shared library with the one recorded in this folder; with --record, records it anew.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source-path=SCRIPTDIR source=library.sh
@@ -15,7 +15,7 @@ fail() {
   exit 1
 }
 
-# Without what changes while the ABI does not: places in the sources, names of parameters, and the like.
+# Leaves out what may change while the ABI does not: places in the sources, names of parameters, and the like.
 dump() {  # SHARED_LIBRARY FILE
   abidw --exported-interfaces-only --type-id-style hash --no-corpus-path --no-comp-dir-path --no-show-locs \
     --no-elf-needed --no-parameter-names --out-file "$2" "$1" || fail "abidw cannot read $1"
@@ -31,8 +31,8 @@ measure_library() {
   dump "$library" "$work/liborva-classloader.abi"
 }
 
-# The library's debug information leaves out what it only calls: the plain host's definitions, by our headers, stand for
-# it. Their equal bodies must not become one.
+# The library's debug information leaves out what it only calls, so this measures the plain host, which defines that by
+# our headers. The compiler must not merge functions whose bodies are equal.
 measure_host() {
   { echo '{ global:'; awk '{ print $4 ";" }' "$work/required_symbols.txt"; echo 'local: *; };'; } >"$work/host.map"
   g++ -std=c++17 "${flags[@]}" -fno-ipa-icf -fPIC -shared -I. -Itests/symbols tests/packaging/consumer/host.cpp \
@@ -48,7 +48,7 @@ same() {  # COMMAND FILE…
 
 [[ $# -eq 0 || "$*" = --record ]] || fail "expected --record or nothing, not '$*'"
 [[ $(g++ -dumpmachine)-$(g++ -dumpversion) = x86_64-linux-gnu-12 ]] ||
-  fail "the ABI is that of g++ 12 for x86_64-linux-gnu; here is g++ $(g++ -dumpversion) for $(g++ -dumpmachine)"
+  fail "the ABI is recorded for g++ 12 on x86_64-linux-gnu; this is g++ $(g++ -dumpversion) on $(g++ -dumpmachine)"
 
 measure_library
 measure_host || { same 'diff -u' required_symbols.txt || true; fail "tests/symbols/plain_host.h does not define what the library requires"; }
@@ -59,5 +59,5 @@ fi
 status=0
 same 'diff -u' required_symbols.txt || status=1
 same 'abidiff --harmless --no-show-locs' "${dumps[@]}" || status=1
-[ "$status" -eq 0 ] || fail "the ABI has changed. If that is meant: ./dev abi --record"
-echo "the ABI is the one that abi/ keeps"
+[ "$status" -eq 0 ] || fail "the ABI has changed. If that is intended: ./dev abi --record"
+echo "the ABI is the one recorded in abi/"

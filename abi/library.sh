@@ -1,4 +1,4 @@
-# Builds the library as the checks of its ABI and of its symbols need it, and reads what it exports and requires.
+# For the checks of the ABI and of the symbols: builds the library, and reads what it exports and requires.
 # shellcheck shell=bash
 export LC_ALL=C
 
@@ -14,7 +14,7 @@ find_library() { find "$1" -name "liborva-classloader.$2"; }  # FOLDER a|so
 
 exported_symbols() { nm -D --defined-only "$1" | awk '{ print $NF }' | sort; }  # SHARED_LIBRARY
 
-# What a shared library leaves to its host: the symbols of the standard libraries have versions, the host's have none.
+# What a shared library requires of its host: symbols of the standard libraries have versions, the host's have none.
 # Each line names the header that declares the symbol, what it is declared as, the plain name, and the symbol itself.
 required_symbols() {  # ROOT SHARED_LIBRARY
   local symbol name header

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the Debian packages of what this checkout holds, committed or not, in a folder that is emptied first.
+# Builds the Debian packages from this checkout, committed or not, in a folder that is emptied first.
 # Usage: debian/make_packages.sh FOLDER [OPTION of dpkg-buildpackage…]
 set -euo pipefail
 umask 022  # or others could not open the folders of the packages
@@ -8,7 +8,7 @@ mkdir -p "$1/source"
 made=$(realpath "$1")
 cd "$(dirname "$0")/.."
 
-# What git knows, or would add; without git, all that lies here.
+# The files that git knows, or would add; without git, all files here.
 sources() {
   { [ -e .git ] && git ls-files -zco --exclude-standard; } ||
     find . \( -path ./.git -o -path ./build \) -prune -o -type f -print0

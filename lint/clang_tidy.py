@@ -1,8 +1,8 @@
 #!/usr/bin/python3 -B
-"""Lints the C and C++ sources of a project, but for those that are as the last run found them clean.
+"""Lints the C and C++ sources of a project, except those that have not changed since they were found clean.
 
 Usage, from the root of a git repository: clang_tidy.py FOLDER PLUGIN
-FOLDER holds compile_commands.json, and gets the records of clean sources. PLUGIN is loaded into clang-tidy.
+FOLDER contains compile_commands.json; the records of clean sources are written there. PLUGIN is loaded into clang-tidy.
 
 A source is linted again when something changed that could change the verdict: the source, a header that it includes,
 its compile command, a .clang-tidy above it, the plugin, or clang-tidy. It is an error when a source has no command.
@@ -76,7 +76,7 @@ class Source:
 
 
 def find_sources(folder, plugin):
-    """Ends the program when git knows a source, or would add one, that has no compile command."""
+    """Finds the sources that git knows, or would add. Ends the program when one has no compile command."""
     entries = {}
     for entry in json.loads(Path(folder, "compile_commands.json").read_text()):
         entries.setdefault(Path(entry["directory"], entry["file"]).resolve(), entry)

@@ -61,11 +61,11 @@ expect errors "./dev test: unknown suite or preset 'nosuch'"
 expect errors 'suites of dev: browser contract docs'
 expect errors 'presets: dev asan'
 dev 2 test contract asan
-expect errors "./dev test: name one preset, ahead of the suites, not 'asan'"
+expect errors "./dev test: name one preset, before the suites, not 'asan'"
 dev 2 test --all contract
-expect errors "./dev test: takes nothing more, not '--all contract'"
+expect errors "./dev test: expected nothing more, not '--all contract'"
 dev 2 lint docs
-expect errors "./dev lint: takes nothing more, not 'docs'"
+expect errors "./dev lint: expected nothing more, not 'docs'"
 dev 2 nosuch
 expect errors "./dev: unknown word 'nosuch'"
 
