@@ -4,8 +4,8 @@
 # A host that binds natives by name refers to none of them. So the archive is linked whole and its symbols are exported,
 # and --as-needed does not drop the shared library; what is linked after ours is linked as the host asked for.
 #
-# CMake looks features up where the program is defined, which may be outside of the folder that found the package:
-# only cache variables are seen there. They name no language, so they hold for each that a host is linked in.
+# CMake looks features up where the program is defined, which may be outside the folder that found the package: only
+# cache variables are visible there. Their names contain no language, so they apply to every language of a host.
 if(APPLE)
   set(whole LINKER:-force_load,<LIB_ITEM>)
   set(kept <LIB_ITEM>)

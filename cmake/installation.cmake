@@ -1,5 +1,5 @@
-# What `cmake --install` writes. Its components are what the Debian packages hold: `runtime` (the shared library),
-# `development` (what a host is built with), `tracing` (orva-trace) and `host` (the reference host).
+# What `cmake --install` writes. Each component is a Debian package: `runtime` (the shared library), `development` (what
+# a host is built with), `tracing` (orva-trace) and `host` (the reference host).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -20,7 +20,7 @@ foreach(kind IN LISTS installed_kinds)
     DESTINATION ${config} COMPONENT development)
 endforeach()
 
-# The kit, and the host from which teams start.
+# The kit, and the example host that teams start from.
 if(TARGET orva_host_contract)
   install(TARGETS orva_host_contract EXPORT host_contract
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
@@ -31,14 +31,14 @@ if(TARGET orva_host_contract)
     COMPONENT development)
 endif()
 
-# The pages, whole: they lead to each other. An embedding project installs its own.
+# All pages, because they link to each other. An embedding project installs its own.
 if(PROJECT_IS_TOP_LEVEL)
   set(documents ${CMAKE_INSTALL_DATADIR}/doc/orva-classloader)
   install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documents} COMPONENT development)
   install(DIRECTORY docs DESTINATION ${documents} COMPONENT development PATTERN Doxyfile EXCLUDE)
 endif()
 
-# The headers that the libraries were built with; the host's may include others that lie beside them.
+# The headers that the libraries were built with; the host's may include others beside them.
 install(FILES
   classloader/native_list.inc classloader/native_table.h classloader/natives.h classloader/record_layout.h
   classloader/version.h ${PROJECT_BINARY_DIR}/record/classloader/record.h
@@ -59,7 +59,7 @@ install(FILES
   DESTINATION ${config} COMPONENT development)
 
 file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig} /prefix)
-# The record is known when the library is built.
+# The record is known only when the library is built.
 set(ORVA_TYPE_RECORD "@ORVA_TYPE_RECORD@")
 set(package_of_static orva-classloader-static)
 set(package_of_traced orva-classloader-traced)
@@ -91,7 +91,7 @@ if(ORVA_TRACING)
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orva-trace COMPONENT tracing)
 endif()
 
-# The program looks for its standard library in ../share/orva, seen from its own folder.
+# The program looks for its standard library in ../share/orva, relative to its own folder.
 if(ORVA_REFERENCE_HOST)
   if(ORVA_SHARED)
     set_target_properties(orva-host PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")

@@ -1,4 +1,4 @@
-# Reads the natives out of natives.h, the one list of them, and writes it for whoever needs a line for each:
+# Reads the natives from natives.h, which is the only list of them, and writes a line for each:
 #   ORVA_NATIVE(symbol, class, method, static or instance, result, (parameters))
 # Usage: cmake -P native_list.cmake NATIVES_H FILE
 cmake_policy(VERSION 3.25)

@@ -1,7 +1,7 @@
-# What our own builds ask of every target of ours, and what those who embed the library never inherit.
+# Settings for all of our own targets, which projects that embed the library do not inherit.
 include_guard()
 
-# As errors only where this is the top-level project: a compiler that warns of more must not break a host's build.
+# Warnings are errors, so they are on only in the top-level project: a newer compiler must not break a host's build.
 function(orva_own_target target)
   target_compile_features(${target} PUBLIC cxx_std_17)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)

@@ -1,5 +1,5 @@
-// Leaves the layout of the record that the library is built with in an object file, as a text that cmake/record.cmake
-// reads there: nothing is run, so that it works for every processor.
+// Stores the layout of the record that the library is built with in an object file, as a text that cmake/record.cmake
+// reads there: no program runs, so this works in cross-compiled builds too.
 #include "classloader/record_layout.h"
 
 namespace {

@@ -1,4 +1,4 @@
-# What the library needs. Each requirement that is not met is refused here in one line.
+# Checks what the library needs. Each requirement that is not met is an error of one line.
 include_guard()
 
 # Cygwin calls itself a Unix, but its shared libraries cannot leave symbols to the host.
@@ -7,7 +7,7 @@ if(NOT UNIX OR CYGWIN)
     "${CMAKE_SYSTEM_NAME}: choose another CMAKE_SYSTEM_NAME, or machine")
 endif()
 
-# The first releases whose own standard libraries hold std::filesystem.
+# The first releases whose own standard libraries contain std::filesystem.
 set(oldest_GNU 9)
 set(oldest_Clang 9)
 set(oldest_AppleClang 11)
@@ -23,7 +23,7 @@ endif()
 
 set(ORVA_RUNTIME_API_DIR "" CACHE PATH
   "Folder that contains a runtime_api/ of the host's own, whose headers take the place of ours")
-# Those of our headers that the host has none of its own for.
+# Our headers for which the host has none of its own.
 set(orva_own_headers compiler.h reflection.h runtime.h)
 if(ORVA_RUNTIME_API_DIR)
   cmake_path(ABSOLUTE_PATH ORVA_RUNTIME_API_DIR BASE_DIRECTORY ${CMAKE_SOURCE_DIR})
@@ -43,7 +43,7 @@ if(ORVA_RUNTIME_API_DIR)
   endif()
 endif()
 
-# Compiles with the options that the library will be compiled with, because any of a number of places may set them, and
+# Compiles with the options that the library will be compiled with, because they may be set in several places, and
 # generator expressions may choose among them.
 function(orva_require_exceptions)
   get_directory_property(options COMPILE_OPTIONS)
@@ -77,7 +77,8 @@ orva_require_exceptions()
 function(orva_require_own_runtime_api)
   foreach(option IN LISTS ARGN)
     if(ORVA_RUNTIME_API_DIR AND ${option})
-      message(FATAL_ERROR "${option} needs the runtime_api/ of this project: turn it off, or ORVA_RUNTIME_API_DIR")
+      message(FATAL_ERROR
+        "${option} needs the runtime_api/ of this project: turn it off, or unset ORVA_RUNTIME_API_DIR")
     endif()
   endforeach()
 endfunction()

@@ -47,7 +47,7 @@ refuses "ORVA_RUNTIME_API_DIR contains no folder runtime_api: $work/none" -DORVA
 refuses "ORVA_RUNTIME_API_DIR has none of compiler.h, reflection.h and runtime.h in its runtime_api: $work/empty" \
   -DORVA_RUNTIME_API_DIR="$work/empty"
 for option in ORVA_TESTS ORVA_REFERENCE_HOST ORVA_BENCHMARKS; do
-  refuses "$option needs the runtime_api/ of this project: turn it off, or ORVA_RUNTIME_API_DIR" \
+  refuses "$option needs the runtime_api/ of this project: turn it off, or unset ORVA_RUNTIME_API_DIR" \
     -DORVA_RUNTIME_API_DIR="$work/own" -D$option=ON
 done
 
