@@ -53,7 +53,7 @@ void onAmpleStack(const std::string& subject, const std::function<void()>& work)
   if (error != 0) {
     throw std::system_error(error, std::generic_category(),
                             "Cannot compile " + inQuotes(subject) +
-                                ": the stack is too short, and no thread with a longer one can be started");
+                                ": the stack is too small, and no thread with a larger one can be started");
   }
   pthread_join(thread, nullptr);
   if (job.failure) std::rethrow_exception(job.failure);

@@ -87,7 +87,7 @@ std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const
 
 std::string ClassCatalog::problemWith(const TypeName& type, const Scope& scope) const {
   if (type.arguments.empty() || !resolveClass(type.name, scope)) return language::unknownType(type.text(), type.name);
-  return "'" + type.text() + "' cannot be the type of a variable, parameter or result: " +
+  return "'" + type.text() + "' cannot be the type of a variable, a parameter or a result: " +
          "use an instance of a generic class through its Type, as in 'type.call(\"method\")'";
 }
 
@@ -120,7 +120,7 @@ std::optional<ClassSummary> ClassCatalog::summarise(const std::string& fullName)
   if (const auto* type = runtime::findTypeByFullName(fullName)) return compiler::summarise(*type);
   const std::string& path = sourceOf(fullName);
   if (path.empty()) return std::nullopt;
-  const Work work(language::inQuotes(path) + " was read");
+  const Work work("reading " + language::inQuotes(path));
   try {
     const SourceFile file = language::parseSource(readSource(path));
     if (const auto* declared = file.find(fullName)) return summarise(*declared, file);

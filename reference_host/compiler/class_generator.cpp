@@ -65,9 +65,9 @@ class ClassGenerator {
       if (!runtime::isBuiltInName(name)) return;
       scope_.diagnostics.push_back({position, "'" + name + "' is a built-in type: " + what});
     };
-    refuse(declared_.name, declared_.position, "a class needs another name");
+    refuse(declared_.name, declared_.position, "choose another name for the class");
     for (const language::TypeParameter& parameter : declared_.typeParameters) {
-      refuse(parameter.name, parameter.position, "a parameter needs another name");
+      refuse(parameter.name, parameter.position, "choose another name for the type parameter");
     }
     return scope_.diagnostics.size() == before;
   }

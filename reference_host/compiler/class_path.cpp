@@ -113,7 +113,7 @@ std::string ClassPath::find(const std::string& className) const {
   if (std::any_of(roots.begin(), roots.end(), isBelow)) return file;
   if (!standardLibrary_.empty() && isBelow(standardLibrary_)) return file;
   if (failure.empty()) return {};
-  throw std::runtime_error("Cannot look for class '" + className + "' at " + failure);
+  throw std::runtime_error("Cannot search for class '" + className + "' at " + failure);
 }
 
 /// Visits a folder and those above it, the innermost first. A path does not say what is above `..`.

@@ -39,7 +39,7 @@ void endHostAtExit() {
 std::shared_ptr<Context> shareActiveContext() { return active(); }
 
 Context& activeContext() {
-  if (active() == nullptr) throw std::logic_error("The host is not started");
+  if (active() == nullptr) throw std::logic_error("The host has not been started");
   return *active();
 }
 

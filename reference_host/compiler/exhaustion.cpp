@@ -46,8 +46,8 @@ const char* lackOfMemory() {
   const std::size_t most = readNumber("/proc/sys/vm/max_map_count");
   // A few more are needed for one allocation.
   const bool areMappings = most > 0 && countLines("/proc/self/maps") + 8 > most;
-  return areMappings ? "The memory mappings of the process, of which each class takes three, ran out (vm.max_map_count)"
-                     : "Memory ran out";
+  return areMappings ? "The process ran out of memory mappings (vm.max_map_count; each class takes three)"
+                     : "Out of memory";
 }
 
 [[noreturn]] static void endProcess() {

@@ -16,7 +16,7 @@ void watchMemory();
 /// its own steps in the same list, which a report of a defect shows.
 class Work : public llvm::PrettyStackTraceEntry {
  public:
-  /// @param name as in "Memory ran out while NAME".
+  /// @param name as in "Out of memory while NAME".
   explicit Work(std::string name);
   ~Work() override;
   Work(const Work&) = delete;
@@ -30,7 +30,7 @@ class Work : public llvm::PrettyStackTraceEntry {
   const Work* outer_;
 };
 
-/// What has run out when an allocation fails: "Memory ran out", or the same of the process's memory mappings.
+/// What has run out when an allocation fails: "Out of memory", or the same of the process's memory mappings.
 const char* lackOfMemory();
 
 }  // namespace orva::compiler

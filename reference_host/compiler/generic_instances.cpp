@@ -101,10 +101,10 @@ static std::optional<TypeName> parseInstanceName(const std::string& text) {
 void GenericInstances::checkDeclaration(const GenericClass& generic, const TypeName& instance) {
   if (generic.source.empty()) {
     const runtime::Type* loaded = runtime::findTypeByFullName(generic.fullName);
-    throw std::runtime_error("Class '" + generic.fullName + "' is loaded from " + language::printable(loaded->source) +
-                             ": its instances need its source, a file of its name, on the class path");
+    throw std::runtime_error("Class '" + generic.fullName + "' was loaded from " + language::printable(loaded->source) +
+                             ": its instances need its source file on the class path");
   }
-  const Work work(inQuotes(generic.source) + " was read");
+  const Work work("reading " + inQuotes(generic.source));
   declarationOf(instance, parsedSource(generic.source)->file, generic.source);
 }
 

@@ -57,8 +57,8 @@ static void* orvart_linkMethod(const char* className, const char* method, const 
   const rt::Method* found = type->find(method);
   if (found == nullptr || !(found->signature == expected)) {
     rt::throwException("Exception",
-                       "Type '" + type->fullName + "' of " + orva::language::printable(type->source) +
-                           " has no method '" + describe(expected) + "' that its caller was compiled for",
+                       "Type '" + type->fullName + "' in " + orva::language::printable(type->source) +
+                           " has no method '" + describe(expected) + "', which its caller was compiled against",
                        callSite);
   }
   slot->store(found->code, std::memory_order_release);

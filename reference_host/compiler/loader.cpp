@@ -83,7 +83,7 @@ void Loader::checkPlacement(const language::SourceText& source, const language::
   const std::string expected = fs::path(source.path).stem().string();
   if (file.find(file.qualify(expected)) == nullptr) {
     throw language::SourceError(source, file.classes.front().position,
-                                "expected a class '" + expected + "', as the file is named");
+                                "expected a class '" + expected + "', named after the file");
   }
 }
 
@@ -118,7 +118,7 @@ Loader::Compiled Loader::compile(const language::SourceText& source, const langu
   const ClassCatalog catalog(classPath_, file);
   std::vector<language::Diagnostic> diagnostics;
   for (const language::ClassDeclaration& declared : file.classes) {
-    const Work work("class '" + file.qualify(declared.name) + "' was compiled");
+    const Work work("compiling class '" + file.qualify(declared.name) + "'");
     compiled.classes.push_back(
         generateClass({source, file, declared, {}}, catalog, *compiled.context.getContext(), diagnostics));
   }
@@ -129,7 +129,7 @@ Loader::Compiled Loader::compile(const language::SourceText& source, const langu
 /// Links code and runs an initialiser in it.
 /// @param what names the code in messages.
 static void run(CodeUnit& unit, const std::string& initialiser, const std::string& what) {
-  const Work work(what + " was linked");
+  const Work work("linking " + what);
   try {
     unit.run(initialiser);
   } catch (const std::runtime_error& failure) {
@@ -168,7 +168,7 @@ void Loader::loadHere(const std::string& path, Origin origin) {
 static void checkLoaded(const std::string& path, const std::string& declared) {
   if (runtime::findTypeByFullName(declared) != nullptr) return;
   throw std::runtime_error(inQuotes(path) + " was loaded earlier and has changed since: its class " +
-                           inQuotes(declared) + " is not loaded, because a file is loaded once");
+                           inQuotes(declared) + " is not loaded, because a file is loaded only once");
 }
 
 static void checkLoaded(const std::string& path, const language::SourceFile& file) {
@@ -183,7 +183,7 @@ static std::pair<dev_t, ino_t> inodeOf(const std::string& path) {
 }
 
 void Loader::loadSource(const std::string& path, Origin origin) {
-  const Work work(inQuotes(path) + " was loaded");
+  const Work work("loading " + inQuotes(path));
   const std::string real = realPath(path);
   const language::SourceText source = readSource(path);
   const std::string identity = sourceIdentity(source.text);
@@ -220,7 +220,7 @@ void Loader::loadGenericClass(const GenericInstance& instance) {
 void Loader::loadInstance(const GenericInstance& instance) {
   if (runtime::findTypeByFullName(instance.name) != nullptr) return;
   loadGenericClass(instance);
-  const Work work("class '" + instance.name + "' was compiled");
+  const Work work("compiling class '" + instance.name + "'");
   const auto parsed = generics_.parsedSource(instance.genericSource);
   const auto& [source, file] = *parsed;
   const auto earlier = loaded_.find(realPath(source.path));
@@ -253,7 +253,7 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
                                                        const std::vector<std::string>& identities) {
   std::vector<CheckedObject> objects;
   for (std::size_t i = 0; i < paths.size(); ++i) {
-    const Work work(inQuotes(paths[i]) + " was loaded");
+    const Work work("loading " + inQuotes(paths[i]));
     ObjectFile object = readObject(paths[i]);
     checkObject(object, identities[i], engine_.target());
     for (const auto& [symbol, signature] : object.natives) {
@@ -274,7 +274,7 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
 
 /// Links an object on its own, and notes its types in the registration that is open.
 std::unique_ptr<CodeUnit> Loader::link(CheckedObject& object) {
-  const Work work(inQuotes(object.file.path) + " was loaded");
+  const Work work("loading " + inQuotes(object.file.path));
   NativeAddresses natives;
   for (const auto& native : object.file.natives) natives[native.first] = findNative(native.first);
   auto unit = engine_.newUnit(natives);
@@ -310,9 +310,9 @@ void Loader::checkSourceOfObject(const std::string& path, const runtime::Type& t
   const std::string identity = sourceIdentity(generics_.parsedSource(path)->source.text);
   // No other loaded object can have been built from a source that declares the type.
   if (objectIdentities_.count(identity) != 0) return;
-  throw std::runtime_error("Class '" + type.fullName + "' is loaded from " + language::printable(type.source) +
-                           ": its instances need the source that this object was built from, and " + inQuotes(path) +
-                           " is another, or has changed since");
+  throw std::runtime_error("Class '" + type.fullName + "' was loaded from " + language::printable(type.source) +
+                           ": its instances need the source that the object was built from, and " + inQuotes(path) +
+                           " is a different one or has changed since");
 }
 
 /// Joins the modules of classes in the first. Each is joined with a neighbour that has as many classes, since joining
@@ -334,7 +334,7 @@ Loader::BuiltObject Loader::build(const std::string& path) const {
 }
 
 Loader::BuiltObject Loader::buildHere(const std::string& path) const {
-  const Work work(inQuotes(path) + " was compiled");
+  const Work work("compiling " + inQuotes(path));
   ObjectFile object;
   object.path = objectPathOf(path);
   const language::SourceText source = readSource(path);

@@ -65,7 +65,8 @@ void MethodGenerator::generateBody() {
   // A statement that is wrong may have been the one that returns.
   if (problems == scope_.diagnostics.size() && isReachable()) {
     scope_.diagnostics.push_back(
-        {method_.position, "method '" + method_.name + "' can end without returning: expected " + signature_.result});
+        {method_.position,
+         "method '" + method_.name + "' can end without returning a value: expected " + signature_.result});
   }
   ir_.CreateUnreachable();
 }
@@ -294,7 +295,7 @@ std::string MethodGenerator::exceptionClass(const std::string& name, Position po
   meaning.resize(std::min(meaning.size(), meaning.find('<')));
   const std::string shortName = meaning.substr(meaning.rfind('.') + 1);
   if (shortName != "Exception" && runtime::isBuiltInName(shortName)) {
-    fail(position, "'" + shortName + "' is a built-in type: expected the name of an exception class");
+    fail(position, "'" + shortName + "' is a built-in type: expected an exception class name");
   }
   return shortName;
 }

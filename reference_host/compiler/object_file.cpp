@@ -66,7 +66,7 @@ static std::string replaceDigest(llvm::StringRef bytes, llvm::StringRef header, 
                                  const std::string& from, const std::string& to) {
   const std::string entry = digestEntry(key, from);
   const std::size_t inHeader = header.find(entry);
-  if (inHeader == llvm::StringRef::npos) throw std::runtime_error("the digest is not there");
+  if (inHeader == llvm::StringRef::npos) throw std::runtime_error("the digest is missing");
   std::string replaced = bytes.str();
   const auto headerBegin = static_cast<std::size_t>(header.data() - bytes.data());
   return replaced.replace(headerBegin + inHeader, entry.size(), digestEntry(key, to));
@@ -104,7 +104,7 @@ static std::unique_ptr<llvm::object::ObjectFile> parseElf(llvm::MemoryBufferRef 
 /// The digest of the ELF header and the section table.
 static std::string layoutOf(const llvm::object::ObjectFile& object) {
   const auto* elf = llvm::dyn_cast<llvm::object::ELF64LEObjectFile>(&object);
-  if (elf == nullptr) throw std::runtime_error("it is no ELF object of 64 bits in little-endian order");
+  if (elf == nullptr) throw std::runtime_error("it is not a 64-bit little-endian ELF object");
   const auto& file = elf->getELFFile();
   auto sections = file.sections();
   if (!sections) throw std::runtime_error(llvm::toString(sections.takeError()));
@@ -164,10 +164,10 @@ static int64_t numberOf(const json::Object& header, const char* key) {
 static void checkDigests(const llvm::object::ObjectFile& object, llvm::StringRef text, const json::Object& header) {
   const std::string digest = textOf(header, wholeDigest);
   if (objectDigest(replaceDigest(object.getData(), text, wholeDigest, digest, noDigest())) != digest) {
-    throw std::runtime_error("its bytes are not those that were written");
+    throw std::runtime_error("its bytes have changed since it was written");
   }
   if (layoutOf(object) != textOf(header, layoutDigest)) {
-    throw std::runtime_error("its ELF header or section table is not the one that was written");
+    throw std::runtime_error("its ELF header or section table has changed since it was written");
   }
 }
 
@@ -181,7 +181,7 @@ static std::optional<ObjectFile> parseObject(const std::string& path, const llvm
   llvm::Expected<json::Value> value = json::parse(*text);
   if (!value) throw std::runtime_error(llvm::toString(value.takeError()));
   const json::Object* header = value->getAsObject();
-  if (header == nullptr) throw std::runtime_error("its header is no JSON object");
+  if (header == nullptr) throw std::runtime_error("its header is not a JSON object");
   ObjectFile object;
   object.path = path;
   object.abi = numberOf(*header, "abi");
@@ -216,15 +216,15 @@ ObjectFile readObject(const std::string& path) {
 static void requireEqual(const ObjectFile& object, const char* what, const std::string& found,
                          const std::string& expected) {
   if (found == expected) return;
-  throw std::runtime_error(inQuotes(object.path) + " has another " + what + ": expected " + inQuotes(expected) +
+  throw std::runtime_error(inQuotes(object.path) + " was built " + what + ": expected " + inQuotes(expected) +
                            ", found " + inQuotes(found));
 }
 
 void checkObject(const ObjectFile& object, const std::string& identity, const std::string& target) {
-  requireEqual(object, "ABI version", std::to_string(object.abi), std::to_string(currentObjectAbi));
-  requireEqual(object, "dialect version", object.dialect, currentDialect);
-  requireEqual(object, "target", object.target, target);
-  requireEqual(object, "source identity", object.identity, identity);
+  requireEqual(object, "for a different ABI version", std::to_string(object.abi), std::to_string(currentObjectAbi));
+  requireEqual(object, "for a different dialect version", object.dialect, currentDialect);
+  requireEqual(object, "for a different target", object.target, target);
+  requireEqual(object, "from a different source", object.identity, identity);
 }
 
 /// Throws if a file is there that is not an ELF object with our section, or cannot be read. Accepts one that is
@@ -240,11 +240,11 @@ static void checkIsOurs(const std::string& path) {
       isOurs = parsed != nullptr && findHeader(*parsed).has_value();
     } catch (const std::runtime_error& failure) {
       throw std::runtime_error(inQuotes(path) + " is damaged: " + failure.what() +
-                               "; it is not overwritten: delete it to have it written again");
+                               "; it was not overwritten: delete it to have it rebuilt");
     }
   }
   if (isOurs) return;
-  throw std::runtime_error(inQuotes(path) + " is not an object of this compiler, and is not overwritten");
+  throw std::runtime_error(inQuotes(path) + " is not an object of this compiler, and was not overwritten");
 }
 
 /// Fills in a digest. Throws when the bytes have no place for it.
@@ -258,7 +258,7 @@ static std::string withDigest(const std::string& bytes, const char* key,
 static std::string digestOfAll(const llvm::object::ObjectFile& object) { return objectDigest(object.getData()); }
 
 void writeObject(const ObjectFile& object, const std::string& bytes) {
-  const Work work(inQuotes(object.path) + " was written");
+  const Work work("writing " + inQuotes(object.path));
   std::error_code error;
   if (fs::exists(fs::symlink_status(object.path, error))) checkIsOurs(object.path);
   writeFile(object.path, withDigest(withDigest(bytes, layoutDigest, layoutOf), wholeDigest, digestOfAll));

@@ -53,7 +53,7 @@ void addHeader(llvm::Module& module, const ObjectFile& object);
 void writeObject(const ObjectFile& object, const std::string& bytes);
 
 /// Reads an object file with its header. Throws `std::runtime_error` when there is none, when it is not an object of
-/// this compiler, and when its bytes are not those that were written. Of an object of another ABI version, only that
+/// this compiler, and when its bytes have changed since it was written. Of an object of another ABI version, only that
 /// version is read.
 ObjectFile readObject(const std::string& path);
 

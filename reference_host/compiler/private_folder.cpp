@@ -56,8 +56,8 @@ static std::string namedFolder() {
 static std::string folderForFolders() { return namedFolder().empty() ? "/tmp" : namedFolder(); }
 
 [[noreturn]] static void fail(int reason) {
-  throw std::runtime_error("Cannot make a folder in " + inQuotes(folderForFolders()) +
-                           (namedFolder().empty() ? "" : ", which TMPDIR names") + ": " +
+  throw std::runtime_error("Cannot create a folder in " + inQuotes(folderForFolders()) +
+                           (namedFolder().empty() ? "" : ", the value of TMPDIR") + ": " +
                            std::generic_category().message(reason));
 }
 

@@ -145,8 +145,9 @@ class Lexer {
     token.kind = TokenKind::string;
     advance();
     while (peek() != '"') {
-      if (atEnd() || peek() == '\n') fail(token.position, "unterminated string: expected '\"' on its line");
-      if (peek() == '\0') fail(position_, "a string cannot hold a zero byte");
+      if (atEnd() || peek() == '\n')
+        fail(token.position, "unterminated string: expected '\"' before the end of the line");
+      if (peek() == '\0') fail(position_, "a string cannot contain a zero byte");
       token.text += peek() == '\\' ? readEscape() : peek();
       advance();
     }
@@ -161,7 +162,7 @@ class Lexer {
       case 't': return '\t';
       case '"': return '"';
       case '\\': return '\\';
-      default: fail(start, "unknown escape: expected \\n, \\t, \\\" or \\\\");
+      default: fail(start, "unknown escape sequence: expected \\n, \\t, \\\" or \\\\");
     }
   }
 

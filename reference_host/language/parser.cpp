@@ -132,7 +132,7 @@ class Parser {
     if (found.kind == TokenKind::symbol || found.kind == TokenKind::fault) refuseForeignSymbol(found);
     if (found.kind == TokenKind::fault) refuse(found, found.text);
     const std::string spelling = found.kind == TokenKind::end
-                                     ? "the end of the text"
+                                     ? "the end of the input"
                                      : "'" + source_.text.substr(found.begin, found.end - found.begin) + "'";
     refuse(found, "expected " + what + ", found " + spelling);
   }
@@ -161,7 +161,7 @@ class Parser {
     const bool isOfArray = found.is("[") && isWord(before) && place_ == Place::member;
     if (before.is(".") || (place_ != Place::statement && !isOfArray)) return;
     if (found.is("<") && startsInstanceCall()) {
-      refuse(found, "a method of a generic class is called through its type, as in 'type.call(\"method\")'");
+      refuse(found, "call a method of a generic class through its type, as in 'type.call(\"method\")'");
     }
     const std::string_view joined = foreignSymbol(std::string_view(source_.text).substr(before.begin));
     if (before.kind == TokenKind::symbol && before.begin + joined.size() > found.begin) {
@@ -180,8 +180,8 @@ class Parser {
   [[noreturn]] void failBareCall() const {
     const Token& called = peek();
     const std::string advice = adviceOn(Place::call, called.text);
-    refuse(called, advice.empty() ? "methods are called as 'Class." + called.text + "(…)': expected a class before '" +
-                                        called.text + "'"
+    refuse(called, advice.empty() ? "expected a class before '" + called.text + "': methods are called as 'Class." +
+                                        called.text + "(…)'"
                                   : advice);
   }
 
@@ -224,7 +224,7 @@ class Parser {
     while (peek().is("public") || peek().is("static") || peek().is("native")) {
       const Token token = take();
       bool& flag = token.text == "public" ? isPublic : token.text == "static" ? found.isStatic : found.isNative;
-      if (std::exchange(flag, true)) fail(token.position, "'" + token.text + "' is written twice");
+      if (std::exchange(flag, true)) fail(token.position, "duplicate '" + token.text + "'");
     }
     return found;
   }
@@ -237,7 +237,7 @@ class Parser {
     if (found.isStatic || found.isNative) fail(start, "a class can only be public");
     expect("class");
     declared.position = peek().position;
-    declared.name = name("the name of a class");
+    declared.name = name("a class name");
     if (accept("<")) addTypeParameters(declared);
     expect("{");
     std::set<std::string> names;
@@ -253,12 +253,12 @@ class Parser {
     std::set<std::string> names;
     do {
       TypeParameter parameter{{}, peek().position};
-      parameter.name = name("the name of a type parameter");
+      parameter.name = name("a type parameter name");
       if (!names.insert(parameter.name).second) {
         fail(parameter.position, "type parameter '" + parameter.name + "' is declared twice");
       }
       if (parameter.name == declared.name) {
-        fail(parameter.position, "type parameter '" + parameter.name + "' has the name of its class");
+        fail(parameter.position, "type parameter '" + parameter.name + "' has the same name as its class");
       }
       declared.typeParameters.push_back(std::move(parameter));
     } while (accept(","));
@@ -274,12 +274,12 @@ class Parser {
     const Token& start = peek();
     declared.result = type();
     if (peek().is("(")) {
-      refuse(start, "expected the type of the result, such as 'void', before '" + declared.result.text() + "'");
+      refuse(start, "expected a return type, such as 'void', before '" + declared.result.text() + "'");
     }
     const Token& named = peek();
     declared.position = named.position;
-    declared.name = name("the name of a method");
-    if (peek().is(";") || peek().is("=")) refuse(named, "there are no fields: a class holds methods only");
+    declared.name = name("a method name");
+    if (peek().is(";") || peek().is("=")) refuse(named, "there are no fields: a class contains only methods");
     expect("(");
     list(")", [&] { declared.parameters.push_back(parameter(declared.parameters)); });
     if (declared.isNative) {
@@ -294,7 +294,7 @@ class Parser {
     Parameter declared;
     declared.type = type();
     declared.position = peek().position;
-    declared.name = name("the name of a parameter");
+    declared.name = name("a parameter name");
     for (const Parameter& other : before) {
       if (other.name == declared.name) fail(declared.position, "parameter '" + declared.name + "' is declared twice");
     }
@@ -368,9 +368,9 @@ class Parser {
 
   Declaration declaration() {
     TypeName declaredType = type();
-    std::string variable = name("the name of a variable");
+    std::string variable = name("a variable name");
     if (peek().is(";") || peek().is(",")) {
-      refuse(peek(), "expected '=' and the value of variable '" + variable + "', found '" + peek().text + "'");
+      refuse(peek(), "expected '=' and a value for variable '" + variable + "', found '" + peek().text + "'");
     }
     expect("=");
     return {std::move(declaredType), std::move(variable), valueBefore(";")};
@@ -396,9 +396,9 @@ class Parser {
     parsed.body = block();
     expect("catch");
     expect("(");
-    parsed.exceptionClass = name("the name of an exception class");
+    parsed.exceptionClass = name("an exception class name");
     parsed.variablePosition = peek().position;
-    parsed.variable = name("the name of a variable");
+    parsed.variable = name("a variable name");
     expect(")");
     parsed.handler = block();
     return parsed;
@@ -406,7 +406,7 @@ class Parser {
 
   Throw throwStatement() {
     if (!accept("new")) failExpected("'new' and an exception, as in 'throw new Name(\"message\");'");
-    std::string exceptionClass = name("the name of an exception class");
+    std::string exceptionClass = name("an exception class name");
     expect("(");
     if (peek().is(")")) failExpected("the message of the exception");
     Expression message = valueBefore(")");

@@ -40,7 +40,7 @@ void reportEngineFailure(const char* reason) {
   std::string text;
   llvm::raw_string_ostream out(text);
   out << "orva-host: the engine failed: " << printable(reason) << "\n"
-      << "This is a defect of orva-host. Please report it with the sources of the program and these lines:\n";
+      << "This is a bug in orva-host. Please report it with the program's sources and these lines:\n";
   const auto* entry = static_cast<const llvm::PrettyStackTraceEntry*>(llvm::SavePrettyStackState());
   for (; entry != nullptr; entry = entry->getNextEntry()) {
     std::string line;

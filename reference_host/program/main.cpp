@@ -78,14 +78,14 @@ static bool hasStack() {
   constexpr std::size_t least = std::size_t{24} * 1024;
   if (orva::runtime::remainingStack() >= least) return true;
   // Formatting would take 8 KiB.
-  std::fputs("orva-host: the stack is too short: fewer than 24 KiB of it are left (ulimit -s)\n", stderr);
+  std::fputs("orva-host: the stack is too small: less than 24 KiB of it is left (ulimit -s)\n", stderr);
   return false;
 }
 
 /// Runs the program and tells its exit status. The object of a forced unwinding is bound, and has no address.
 __attribute__((no_sanitize("null"))) static int run(int argc, char** argv) {
   try {
-    std::optional<orva::compiler::Work> starting(std::in_place, "the host was started");
+    std::optional<orva::compiler::Work> starting(std::in_place, "starting the host");
     const RunOptions options = parseOptions(argc, argv);
     if (options.trace.has_value()) orva::program::runTraced(options, argv[0]);
     orva::compiler::startHost(options.standardLibrary);
@@ -102,12 +102,12 @@ __attribute__((no_sanitize("null"))) static int run(int argc, char** argv) {
     reportUncaught(*thrown.exception);
   } catch (const std::bad_alloc&) {
     std::fflush(stdout);
-    reportFailure("Memory ran out");
+    reportFailure("Out of memory");
   } catch (const std::exception& failure) {
     std::fflush(stdout);
     const char* const text = failure.what();
     const bool isEmpty = text == nullptr || *text == '\0';
-    reportFailure(isEmpty ? "A native threw a std::exception without a text" : text);
+    reportFailure(isEmpty ? "A native threw a std::exception without a message" : text);
   } catch (const abi::__forced_unwind&) {
     // A native ended this thread; the process goes on until its last one ends.
     throw;

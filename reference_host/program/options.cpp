@@ -62,9 +62,9 @@ std::string help() {
       "\n"
       "Options:\n";
   return text + orva::language::helpOf(options, 20) +
-         "  -- ARG...         Pass all that follows to 'main'\n"
+         "  -- ARG...         Pass everything that follows to 'main'\n"
          "\n"
-         "Objects that a program loads are trusted code: their digests find damage, not malice.\n"
+         "Objects that a program loads are trusted code: their digests detect damage, not tampering.\n"
          "\n"
          "Exit status: 0 when the program ends, 1 after an uncaught exception or when it cannot\n"
          "be read or does not compile, 2 when the command line or the installation is wrong.\n";
@@ -84,7 +84,7 @@ class CommandLine {
       }
     }
     if (!hasCommand_) failUsage("expected the command 'run'");
-    if (!hasProgram_) failUsage("expected the FILE of a program");
+    if (!hasProgram_) failUsage("expected a FILE to run");
     // What follows `--` is the program's own.
     while (++at_ < words_.size()) parsed_.arguments.emplace_back(words_[at_]);
     return std::move(parsed_);

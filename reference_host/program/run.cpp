@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 /// Parses a source, uses it and frees it, on a stack that has room for all of this.
 static void parse(const std::string& file, const std::function<void(const language::SourceFile&)>& use) {
-  const compiler::Work work(language::inQuotes(file) + " was read");
+  const compiler::Work work("reading " + language::inQuotes(file));
   compiler::onAmpleStack(file, [&] { use(language::parseSource(compiler::readSource(file))); });
 }
 
@@ -81,7 +81,7 @@ static const runtime::Method& findMain(const Program& program) {
   const runtime::Type* type = runtime::findTypeByFullName(fullName);
   if (type == nullptr) {
     throw std::runtime_error(language::inQuotes(program.file) + " has no class " + language::inQuotes(fullName) +
-                             ": expected one named as the file");
+                             ": expected one named after the file");
   }
   const runtime::Method* method = type->find("main");
   const std::vector<std::string> withArguments = {"ArrayList<String>"};

@@ -15,7 +15,8 @@ static const char* orvart_listGet(const rt::ArrayList* list, int64_t index, cons
   const int64_t size = orvart_listSize(list);
   if (index < 0 || index >= size) {
     rt::throwException("Exception",
-                       "Index " + std::to_string(index) + " is outside of a list of " + std::to_string(size), callSite);
+                       "Index " + std::to_string(index) + " is out of range for a list of size " + std::to_string(size),
+                       callSite);
   }
   return list->elements[static_cast<std::size_t>(index)];
 }
@@ -76,7 +77,7 @@ int64_t callListAdd(const int64_t* words, const SourceLocation* callSite) {
 /// `Type.call`, whose arguments are a type, the name of one of its methods, and what that method takes.
 DynamicValue callMethodOfType(const DynamicArguments& arguments, const SourceLocation* callSite) {
   if (arguments.count < 2 || !isAssignable("String", arguments.types[1])) {
-    throwException("Exception", "Method 'Type.call' takes the name of a method, then its arguments", callSite);
+    throwException("Exception", "Method 'Type.call' takes the name of a method, followed by its arguments", callSite);
   }
   const char* const text = orvart_typeCall(at<const Type>(arguments.values[0]), at<const char>(arguments.values[1]),
                                            arguments.count - 2, arguments.values + 2, arguments.types + 2, callSite);

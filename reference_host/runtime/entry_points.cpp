@@ -20,7 +20,7 @@ void Orva_raise(const char* exceptionClass, const char* message) {
     rt::setPendingException({textOr(exceptionClass, "Exception"), textOr(message, "")});
   } catch (const std::bad_alloc&) {
     // So short that they need no memory of their own.
-    rt::setPendingException({"Exception", "Memory ran out"});
+    rt::setPendingException({"Exception", "Out of memory"});
   }
 }
 

@@ -106,7 +106,7 @@ static void orvart_leaveNative(const rt::SourceLocation* callSite) {
 
 void orvart_requireReceiver(const void* receiver, const char* method, const rt::SourceLocation* callSite) {
   if (receiver == nullptr) {
-    rt::throwException("Exception", std::string("'") + method + "' is called on null", callSite);
+    rt::throwException("Exception", std::string("Cannot call '") + method + "' on null", callSite);
   }
 }
 
@@ -117,10 +117,10 @@ void orvart_requireReceiver(const void* receiver, const char* method, const rt::
 static void orvart_requireStack(int64_t size, const char* method, const rt::SourceLocation* callSite) {
   if (rt::hasStack(static_cast<std::size_t>(size))) return;
   if (rt::isRunning(method)) throwTooDeep(method, callSite);
-  rt::throwException("Exception",
-                     std::string("The stack has no room for '") + method + "', which takes about " +
-                         std::to_string(size) + " bytes of it",
-                     callSite);
+  rt::throwException(
+      "Exception",
+      std::string("The stack has no room for '") + method + "', which needs about " + std::to_string(size) + " bytes",
+      callSite);
 }
 
 static void orvart_enter(rt::CallFrame* frame, const char* method, const rt::SourceLocation* callSite) {

@@ -79,7 +79,7 @@ std::optional<std::string> textProblem(const std::string& type) {
 std::optional<std::string> sumProblem(const std::string& left, const std::string& right) {
   if (left == "int" && right == "int") return std::nullopt;
   if (left != "String" && right != "String") {
-    return "'+' adds ints or joins a String: found " + left + " + " + right;
+    return "'+' needs two ints or a String: found " + left + " + " + right;
   }
   return textProblem(left == "String" ? right : left);
 }

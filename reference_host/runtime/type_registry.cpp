@@ -128,7 +128,7 @@ static void checkNew(const std::vector<Registration::Noted>& noted) {
     if (const Type* known = lookUp(registry().fullNames, fullName)) sources.emplace(fullName, known->source);
     const auto [other, isNew] = sources.emplace(fullName, source);
     if (!isNew) {
-      throw std::runtime_error("Type '" + fullName + "' of " + language::printable(source) +
+      throw std::runtime_error("Type '" + fullName + "' in " + language::printable(source) +
                                " is already loaded from " + language::printable(otherSource(other->second, source)));
     }
   }
@@ -192,7 +192,7 @@ const Type* findTypeByShortName(const std::string& name) {
 
 std::string otherSource(const std::string& loaded, const std::string& path) {
   const auto spelling = [](const std::string& file) { return std::filesystem::path(file).lexically_normal(); };
-  return spelling(loaded) == spelling(path) ? "another file that had this name before" : loaded;
+  return spelling(loaded) == spelling(path) ? "an earlier file of the same name" : loaded;
 }
 
 const Type& typeAt(int32_t index) { return registry().numbers.at(index); }

@@ -84,7 +84,7 @@ static Memory& memory() {
 }
 
 OutOfMemory::OutOfMemory(const char* kind, std::size_t count, const char* units) noexcept : text_{} {
-  std::snprintf(text_.data(), text_.size(), "Memory ran out: no room for a %s of %zu %s", kind, count, units);
+  std::snprintf(text_.data(), text_.size(), "Out of memory: no room for a %s of %zu %s", kind, count, units);
 }
 
 void* newBytes(std::size_t size, std::size_t alignment, const char* kind) {
@@ -155,7 +155,7 @@ Exception* newMemoryException(const std::bad_alloc& failure, const SourceLocatio
   static thread_local LastException last;
   release(Reserve::handlers);
   const auto* detailed = dynamic_cast<const OutOfMemory*>(&failure);
-  const char* const message = detailed != nullptr ? detailed->what() : "Memory ran out";
+  const char* const message = detailed != nullptr ? detailed->what() : "Out of memory";
   try {
     return newException("Exception", message, location);
   } catch (const std::bad_alloc&) {

@@ -35,8 +35,8 @@ TEST(SourceText, FindsLinesByNumber) {
 }
 
 TEST(SourceError, ShowsThePlaceOfTheFirstErrorBelowItsLine) {
-  const std::string noName = "error: expected the name of a class, found ";
-  const std::string noBrace = "error: expected '{', found the end of the text\n";
+  const std::string noName = "error: expected a class name, found ";
+  const std::string noBrace = "error: expected '{', found the end of the input\n";
   const std::string letters = "  class A { void m() { x = \"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\" /* \xC3\xA9 */ } }";
   const std::vector<std::pair<std::string, std::string>> errors = {
       {"class { }", "1:7: " + noName + "'{'\n  class { }\n        ^"},
@@ -146,7 +146,7 @@ TEST(SourceError, HoldsItsOwnText) {
     text = error.what();
   }
   EXPECT_EQ(
-      "gone.ov:1:26: error: expected a method or '}', found the end of the text\n"
+      "gone.ov:1:26: error: expected a method or '}', found the end of the input\n"
       "  class A { void m() { x; }\n                           ^",
       text);
 }

@@ -37,25 +37,24 @@ TEST(ForeignStatement, Repeats) {
                    {"^W (i == 1) { }", "^W (int i = 0; i < 3; i++) { }", "^W (a && b) { }", "^W (String s : list) { }",
                     "^W i == 1 { }", "^W { i = i + 1; }", "^W i in list { }", "^W (;;) { }", "int i = 0; ^W (i - 1);",
                     "if (a) { ^W (b) { } }", "try { ^W (b) { } } catch (E e) { }"},
-                   "there is no 'W' loop: a method repeats by calling itself");
+                   "there is no 'W' loop: use recursion");
 }
 
 TEST(ForeignStatement, Chooses) {
   expectStatements({"switch", "match", "unless", "elif", "elsif", "when"},
-                   {"^W (x) { }", "^W x { }", "^W (x - 1) { }", "^W x: y"},
-                   "there is no 'W': choose with 'if' and 'else'");
-  expectStatements({"case", "default"}, {"^W 1: x;", "^W \"a\" -> x;"}, "there is no 'W': choose with 'if' and 'else'");
+                   {"^W (x) { }", "^W x { }", "^W (x - 1) { }", "^W x: y"}, "there is no 'W': use 'if' and 'else'");
+  expectStatements({"case", "default"}, {"^W 1: x;", "^W \"a\" -> x;"}, "there is no 'W': use 'if' and 'else'");
   EXPECT_TRUE(refusesBody("if (a) { } else ^if (b) { }", "there is no 'else if': expected 'else { if (…) { … } }'"));
-  EXPECT_TRUE(refusesBody("^else { }", "'else' stands behind the block of 'if'"));
+  EXPECT_TRUE(refusesBody("^else { }", "'else' can appear only after the block of 'if'"));
 }
 
 TEST(ForeignStatement, DeclaresOtherwise) {
   expectStatements({"var", "let", "val", "const", "auto", "final", "mut"},
                    {"^W int x = 1;", "^W x;", "^W String s = \"\";", "^W x: int = 1;", "^W x = 1 - 2;"},
-                   "there is no 'W': a variable is declared with its type and a value, as in 'int count = 0;'");
+                   "there is no 'W': declare a variable with its type and a value, as in 'int count = 0;'");
   expectStatements({"int", "String", "a.B", "ArrayList<String>"}, {"W x^;"},
-                   "expected '=' and the value of variable 'x', found ';'");
-  expectStatements({"int", "String"}, {"W x^, y;"}, "expected '=' and the value of variable 'x', found ','");
+                   "expected '=' and a value for variable 'x', found ';'");
+  expectStatements({"int", "String"}, {"W x^, y;"}, "expected '=' and a value for variable 'x', found ','");
 }
 
 TEST(ForeignStatement, IsOfAnotherKind) {
@@ -68,9 +67,9 @@ TEST(ForeignStatement, IsOfAnotherKind) {
   expectStatements({"print", "println", "printf", "echo", "puts"}, {"^W(\"x\");", "^W \"x\";", "^W(a, b);"},
                    "there is no 'W': expected 'Console.print(…);'");
   expectStatements({"def", "fun", "function", "fn"}, {"^W f() { }"},
-                   "there is no 'W' within a method: methods stand in classes");
+                   "there is no 'W' within a method: methods belong in classes");
   EXPECT_TRUE(refusesBody("try { } ^finally { }", "there is no 'finally': expected 'catch' after the block of 'try'"));
-  EXPECT_TRUE(refusesBody("try { } catch (E e) { } ^finally { }", "there is no 'finally': 'try' has one 'catch'"));
+  EXPECT_TRUE(refusesBody("try { } catch (E e) { } ^finally { }", "there is no 'finally': a 'try' has only a 'catch'"));
 }
 
 TEST(ForeignStatement, IsANameOfTheProgramWhereItIsUsedAsOne) {
@@ -82,7 +81,7 @@ TEST(ForeignStatement, IsANameOfTheProgramWhereItIsUsedAsOne) {
 TEST(ForeignExpression, CallsWithoutAClass) {
   for (const std::string form : {"^f();", "^f(x, 1);", "int x = ^f(1) + 2;", "return ^f();", "a.m(^f());",
                                  "x = [^f()];", "if (^f()) { }", "x = a + ^f();", "(^f()).m();"}) {
-    EXPECT_TRUE(refusesBody(form, "methods are called as 'Class.f(…)': expected a class before 'f'"));
+    EXPECT_TRUE(refusesBody(form, "expected a class before 'f': methods are called as 'Class.f(…)'"));
   }
   EXPECT_TRUE(refusesBody("x = ^print(1);", "there is no 'print': expected 'Console.print(…)'"));
   EXPECT_TRUE(refusesBody("^super(1);", "there is no 'super(…)': classes have no constructors"));
@@ -103,15 +102,15 @@ TEST(ForeignExpression, Computes) {
 TEST(ForeignExpression, Compares) {
   expectStatements({"<", ">", "<=", ">=", "<>", "===", "!==", "<=>"},
                    {"x = a ^W b;", "if (a ^W 1) { }", "a.m(1, b ^W \"c\");", "return (a.n() ^W b);"},
-                   "there is no 'W': values are compared with '==' and '!='");
+                   "there is no 'W': compare values with '==' and '!='");
   expectStatements({"&&", "||"}, {"x = a ^W b;", "if (a == 1 ^W b == 2) { }", "return a ^W b;"},
-                   "there is no 'W': put one 'if' into another");
+                   "there is no 'W': use nested 'if' statements");
   expectStatements({"and", "or"}, {"x = a ^W b;", "if (a == 1 ^W b == 2) { }"},
-                   "there is no 'W': put one 'if' into another");
+                   "there is no 'W': use nested 'if' statements");
   expectStatements({"instanceof", "is"}, {"x = a ^W b;", "if (a.m() ^W b) { }"},
-                   "there is no 'W': a value has the type that it is declared with");
+                   "there is no 'W': a value always has its declared type");
   expectStatements({"="}, {"if (a ^W b) { }", "a.b ^W 1;", "x = y ^W 1;", "a.m(x ^W 1);"},
-                   "unexpected '=': only a variable is assigned, as in 'count = 1;', and '==' compares");
+                   "unexpected '=': assign only to a variable, as in 'count = 1;', or compare with '=='");
   EXPECT_TRUE(refusesBody("x = ^!a;", "there is no '!': compare with 'false', as in 'done == false'"));
 }
 
@@ -119,21 +118,21 @@ TEST(ForeignExpression, IsOfAnotherKind) {
   expectStatements({"if", "try", "return", "throw", "class"}, {"x = ^W;", "a.m(^W);", "return 1 + ^W;"},
                    "expected an expression, found 'W'");
   expectStatements({"?", "?.", "??", "?:"}, {"x = a ^W b : c;", "return a ^W b;"},
-                   "there is no 'W': choose with 'if' and 'else'");
+                   "there is no 'W': use 'if' and 'else'");
   expectStatements({"->"}, {"x = a ^W b;", "a.m(b ^W c);"},
-                   "there is no 'W': methods have names, and stand in classes");
-  expectStatements({"=>"}, {"x ^W b;"}, "there is no 'W': methods have names, and stand in classes");
+                   "there is no 'W': every method has a name and belongs to a class");
+  expectStatements({"=>"}, {"x ^W b;"}, "there is no 'W': every method has a name and belongs to a class");
   expectStatements({"::"}, {"x = a^Wb;", "a^Wb();"}, "there is no 'W' in this language");
   expectStatements({"a", "String", "int", "list"}, {"x = W^[0];", "W^[] x = null;", "W^[1] = 2;"},
-                   "there are no arrays: expected an 'ArrayList<String>', whose elements 'get' reads");
+                   "there are no arrays: use an 'ArrayList<String>' and its method 'get'");
   expectStatements({"'", "`", "“", "«", "‘"}, {"x = ^Wa';", "a.m(^Wb');"},
                    "unexpected character 'W': expected '\"' around text");
   expectStatements({"1.5", "0.1", "3.14159"}, {"x = ^W;", "a.m(^W);", "return 1 + ^W;"},
                    "there are no fractions: expected an integer");
   expectStatements({"A", "ArrayList<String>", "a.B"}, {"x = ^new W(1);", "^new W();", "a.m(^new W());"},
-                   "'new' stands only in 'throw new Name(\"message\");': all other objects come from native methods");
+                   "'new' can appear only in 'throw new Name(\"message\");': native methods create all other objects");
   expectStatements({"Box", "a.Box", "a.b.Box"}, {"W^<c.D>.m();", "x = W^<c.D>.m(1);", "return 1 + W^<D>.m();"},
-                   "a method of a generic class is called through its type, as in 'type.call(\"method\")'");
+                   "call a method of a generic class through its type, as in 'type.call(\"method\")'");
   EXPECT_TRUE(
       refusesBody("throw ^e;", "expected 'new' and an exception, as in 'throw new Name(\"message\");', found 'e'"));
   EXPECT_TRUE(refusesBody("throw new E(^);", "expected the message of the exception, found ')'"));
@@ -150,18 +149,18 @@ TEST(ForeignMember, IsNoMethod) {
   expectSources(
       {"int", "String", "ArrayList<String>", "a.B"},
       {"class A { W ^x; }", "class A { static W ^x = 1; }", "class A { void m() { } public static W ^x = 1; }"},
-      "there are no fields: a class holds methods only");
+      "there are no fields: a class contains only methods");
   expectSources({"class", "interface", "enum", "struct", "record", "import"},
                 {"class A { ^W B { } }", "class A { static ^W B; }"},
-                "there is no 'W' within a class: a class holds methods only");
+                "there is no 'W' within a class: a class contains only methods");
   expectSources({"def", "fun", "function", "fn"}, {"class A { ^W m(x) { } }", "class A { static ^W m() -> int { } }"},
-                "there is no 'W': a method begins with the type of its result, such as 'void'");
+                "there is no 'W': a method begins with its return type, such as 'void'");
   expectSources({"A", "main", "m"}, {"class A { ^W() { } }", "class A { public static ^W(int i) { } }"},
-                "expected the type of the result, such as 'void', before 'W'");
+                "expected a return type, such as 'void', before 'W'");
   EXPECT_TRUE(
       refuses("class A { ^@Override void m() { } }", "there is no '@': methods and classes have no annotations"));
   EXPECT_TRUE(refuses("class A { static void main(String^[] args) { } }",
-                      "there are no arrays: expected an 'ArrayList<String>', whose elements 'get' reads"));
+                      "there are no arrays: use an 'ArrayList<String>' and its method 'get'"));
   EXPECT_TRUE(
       refuses("class A { void m() ^throws E { } }", "there is no 'throws': a method does not declare what it throws"));
 }
@@ -169,13 +168,13 @@ TEST(ForeignMember, IsNoMethod) {
 TEST(ForeignFile, HoldsOtherThings) {
   expectSources({"import", "using", "include", "require", "from"},
                 {"^W a.b.C;", "package p; ^W a.*; class A { }", "class A { } ^W \"a\";", "^W <a>"},
-                "there is no 'W': a class of another package is named in full, such as 'shop.Cart'");
+                "there is no 'W': use the full name of a class in another package, such as 'shop.Cart'");
   expectSources({"interface", "enum", "struct", "record", "trait"}, {"^W A { }", "public ^W A { }", "class A { } ^W B"},
-                "there is no 'W': a file holds classes only");
+                "there is no 'W': a file contains only classes");
   expectSources({"private", "abstract", "final"}, {"^W class A { }", "public ^W class A { }"},
                 "there is no 'W': a class can only be public");
   expectSources({"void", "int", "def", "function"}, {"^W main() { }", "class A { } ^W x;"},
-                "expected 'class', found 'W': methods stand in classes");
+                "expected 'class', found 'W': methods belong in classes");
   expectSources({"extends", "implements"}, {"class A ^W B { }", "class A<T> ^W B { }", "class A<T ^W B> { }"},
                 "there is no 'W': a class has no base class");
   expectSources({"-", "*", "?", "&"}, {"class A ^W B { }", "class A { void m ^W }"}, "unexpected character 'W'");
@@ -183,8 +182,7 @@ TEST(ForeignFile, HoldsOtherThings) {
 }
 
 TEST(ForeignFile, IsRefusedInTheOrderOfTheText) {
-  EXPECT_TRUE(
-      refusesBody("^while (a) { x = 1 - 1; } '", "there is no 'while' loop: a method repeats by calling itself"));
+  EXPECT_TRUE(refusesBody("^while (a) { x = 1 - 1; } '", "there is no 'while' loop: use recursion"));
   EXPECT_TRUE(refusesBody("x = 1 ^- 1; while (a) { }", "there is no '-': integers can only be added"));
 }
 
@@ -192,12 +190,11 @@ TEST(UnknownNames, SayWhatWasMeant) {
   EXPECT_EQ("unknown type 'Cart'", unknownType("Cart", "Cart"));
   EXPECT_EQ("unknown type 'bool': expected 'boolean'", unknownType("bool", "bool"));
   EXPECT_EQ("unknown type 'List<int>': expected 'ArrayList<String>'", unknownType("List<int>", "List"));
-  EXPECT_EQ("unknown type 'var': a variable is declared with its type and a value, as in 'int count = 0;'",
+  EXPECT_EQ("unknown type 'var': declare a variable with its type and a value, as in 'int count = 0;'",
             unknownType("var", "var"));
-  EXPECT_EQ("unknown type 'def': a method begins with the type of its result, such as 'void'",
-            unknownType("def", "def"));
+  EXPECT_EQ("unknown type 'def': a method begins with its return type, such as 'void'", unknownType("def", "def"));
   EXPECT_EQ("unknown variable 'x'", unknownVariable("x"));
-  EXPECT_EQ("unknown variable 'this': methods have no object of their own", unknownVariable("this"));
+  EXPECT_EQ("unknown variable 'this': a method cannot refer to its own object", unknownVariable("this"));
   EXPECT_EQ("unknown variable 'nil': expected 'null'", unknownVariable("nil"));
 }
 

@@ -82,8 +82,8 @@ TEST(Lexer, MakesTokens) {
 
 TEST(Lexer, RefusesWhatIsNoToken) {
   const std::string endless(100, '9');
-  const std::string escape = "unknown escape: expected \\n, \\t, \\\" or \\\\";
-  const std::string string = "unterminated string: expected '\"' on its line";
+  const std::string escape = "unknown escape sequence: expected \\n, \\t, \\\" or \\\\";
+  const std::string string = "unterminated string: expected '\"' before the end of the line";
   const std::string comment = "unterminated comment: expected '*/'";
   const Table refusals = {
       {"  ^9223372036854775808;", "the number 9223372036854775808 is too large: expected at most 2^63-1"},
@@ -92,7 +92,7 @@ TEST(Lexer, RefusesWhatIsNoToken) {
       {"\"^\\", escape},
       {"\"^\\\nx\"", escape},
       {"\"^\\\0\""s, escape},
-      {"\"a^\0b\""s, "a string cannot hold a zero byte"},
+      {"\"a^\0b\""s, "a string cannot contain a zero byte"},
       {" ^\"abc", string},
       {"\n^\"abc\n\"", string},
       {"^\"abc\r\n\"", string},

@@ -10,8 +10,8 @@
 
 namespace orva::language {
 static const char* const notAssigned =
-    "unexpected '=': only a variable is assigned, as in 'count = 1;', and '==' compares";
-static const char* const notCompared = "there is no '<': values are compared with '==' and '!='";
+    "unexpected '=': assign only to a variable, as in 'count = 1;', or compare with '=='";
+static const char* const notCompared = "there is no '<': compare values with '==' and '!='";
 
 TEST(Statement, HasItsTree) {
   const Table trees = {
@@ -51,14 +51,14 @@ TEST(Statement, IsRefusedWhereItGoesWrong) {
       {"int x = 1^, y = 2;", "expected ';', found ','"},
       {"int x ^== 1;", "expected '=', found '=='"},
       {"a b ^c = 1;", "expected '=', found 'c'"},
-      {"A^<> x = 1;", "there is no '<>': values are compared with '==' and '!='"},
+      {"A^<> x = 1;", "there is no '<>': compare values with '==' and '!='"},
       {"A^<B x = 1;", notCompared},
       {"A^<B x y = 1;", notCompared},
       {"A^<B,> x = 1;", notCompared},
       {"A^<1> x = 1;", notCompared},
       {"a. ^= 1;", "expected a name after '.', found '='"},
-      {"A^<B>.C x = 1;", "a method of a generic class is called through its type, as in 'type.call(\"method\")'"},
-      {"^static int x = 1;", "'static' stands only before a class or a method"},
+      {"A^<B>.C x = 1;", "call a method of a generic class through its type, as in 'type.call(\"method\")'"},
+      {"^static int x = 1;", "'static' can appear only before a class or a method"},
       {"^;", "expected a statement, found ';'"},
       {"^{ }", "expected a statement, found '{'"},
       {"return 1 ^2;", "expected ';', found '2'"},
@@ -68,13 +68,13 @@ TEST(Statement, IsRefusedWhereItGoesWrong) {
       {"try ^x;", "expected '{', found 'x'"},
       {"try {} ^return;", "expected 'catch', found 'return'"},
       {"try {} catch ^{}", "expected '(', found '{'"},
-      {"try {} catch (^) {}", "expected the name of an exception class, found ')'"},
-      {"try {} catch (a^.B e) {}", "expected the name of a variable, found '.'"},
-      {"try {} catch (Exception^) {}", "expected the name of a variable, found ')'"},
+      {"try {} catch (^) {}", "expected an exception class name, found ')'"},
+      {"try {} catch (a^.B e) {}", "expected a variable name, found '.'"},
+      {"try {} catch (Exception^) {}", "expected a variable name, found ')'"},
       {"try {} catch (Exception e ^f) {}", "expected ')', found 'f'"},
       {"try {} catch (Exception e)^;", "expected '{', found ';'"},
-      {"try {} catch (A a) {} ^catch (B b) {}", "'catch' stands once, behind the block of 'try'"},
-      {"throw new ^\"A\"(1);", "expected the name of an exception class, found '\"A\"'"},
+      {"try {} catch (A a) {} ^catch (B b) {}", "'catch' can appear only once, after the block of 'try'"},
+      {"throw new ^\"A\"(1);", "expected an exception class name, found '\"A\"'"},
       {"throw new a^.B(1);", "expected '(', found '.'"},
       {"throw new A(1^, 2);", "expected ')', found ','"},
       {"throw new A(1)^.m();", "expected ';', found '.'"},
@@ -84,7 +84,7 @@ TEST(Statement, IsRefusedWhereItGoesWrong) {
 
 TEST(Statement, IsRefusedWhereItEndsTooEarly) {
   const Table refusals = {
-      {"class A { void m() { a.^", "expected a name after '.', found the end of the text"},
+      {"class A { void m() { a.^", "expected a name after '.', found the end of the input"},
       {"class A { void m() { A^<B,", notCompared},
       {"class A { void m() { x ^} }", "expected ';', found '}'"},
       {"class A { void m() { x = 1 ^} }", "expected ';', found '}'"},
@@ -112,17 +112,16 @@ TEST(Statement, AsksForANameInThePlaceOfAWord) {
                                  "catch", "throw", "new", "true", "false", "null"}) {
     const std::string found = ", found '" + word + "'";
     for (const std::string type : {"int", "String", "a.b.C", "ArrayList<String>"}) {
-      EXPECT_TRUE(refusesBody(type + " ^" + word + " = \"a\";", "expected the name of a variable" + found));
+      EXPECT_TRUE(refusesBody(type + " ^" + word + " = \"a\";", "expected a variable name" + found));
     }
-    EXPECT_TRUE(refusesBody("try { } catch (E ^" + word + ") { }", "expected the name of a variable" + found));
-    EXPECT_TRUE(refusesBody("throw new ^" + word + "(\"\");", "expected the name of an exception class" + found));
+    EXPECT_TRUE(refusesBody("try { } catch (E ^" + word + ") { }", "expected a variable name" + found));
+    EXPECT_TRUE(refusesBody("throw new ^" + word + "(\"\");", "expected an exception class name" + found));
     EXPECT_TRUE(refusesBody("A.^" + word + "();", "expected a name after '.'" + found));
-    EXPECT_TRUE(refuses("class A { void m(int ^" + word + ") { } }", "expected the name of a parameter" + found));
-    EXPECT_TRUE(
-        refuses("class A { void m(int ^" + word + ", int b) { } }", "expected the name of a parameter" + found));
-    EXPECT_TRUE(refuses("class A { void ^" + word + "() { } }", "expected the name of a method" + found));
-    EXPECT_TRUE(refuses("class ^" + word + " { }", "expected the name of a class" + found));
-    EXPECT_TRUE(refuses("class A<^" + word + "> { }", "expected the name of a type parameter" + found));
+    EXPECT_TRUE(refuses("class A { void m(int ^" + word + ") { } }", "expected a parameter name" + found));
+    EXPECT_TRUE(refuses("class A { void m(int ^" + word + ", int b) { } }", "expected a parameter name" + found));
+    EXPECT_TRUE(refuses("class A { void ^" + word + "() { } }", "expected a method name" + found));
+    EXPECT_TRUE(refuses("class ^" + word + " { }", "expected a class name" + found));
+    EXPECT_TRUE(refuses("class A<^" + word + "> { }", "expected a type parameter name" + found));
   }
 }
 }  // namespace orva::language

@@ -35,7 +35,7 @@ TEST(TypeName, TellsWhereItStands) {
 }
 
 TEST(TypeName, IsRefusedWhereItGoesWrong) {
-  const std::string end = "the end of the text";
+  const std::string end = "the end of the input";
   const Table refusals = {
       {"^", "expected a type, found " + end},
       {"  ^", "expected a type, found " + end},

@@ -50,7 +50,7 @@ printf '%s\n' 'package store;' 'class Sealed { static void main() { ClassLoader.
 # Usage: one line on standard error, and status 2.
 try="; try 'orva-host --help'"
 check nothing 2 '' "orva-host: expected the command 'run'$try"
-check no_file 2 '' "orva-host: expected the FILE of a program$try" run
+check no_file 2 '' "orva-host: expected a FILE to run$try" run
 check only_arguments 2 '' "orva-host: expected the command 'run'$try" -- run app/Main.ov
 check no_command 2 '' "orva-host: unknown command 'app/Main.ov'; did you mean 'run app/Main.ov'?" app/Main.ov
 check near_command 2 '' "orva-host: unknown command 'rnu'; did you mean 'run'?" rnu app/Main.ov
@@ -156,7 +156,7 @@ expect 'version to a full disk' '1 Cannot print: No space left on device' "$? $(
 # LLVM would read a name that begins with '@' as a response file.
 cp app/Main.ov @Main.ov
 sed -i 's/class Main/class Response/; s/Main\./Response./g' @Main.ov
-check response_file 1 '' "'@Main.ov' has no class '@Main': expected one named as the file" run @Main.ov
+check response_file 1 '' "'@Main.ov' has no class '@Main': expected one named after the file" run @Main.ov
 mkdir -p @app
 cp app/Main.ov @app/Main.ov
 check response_folder 0 '<@x>' '' run @app/Main.ov -- @x
@@ -183,7 +183,7 @@ check linked_program 0 'item of the program extra of two' '' run Shop.ov --class
 rm folder Shop.ov
 
 # Programs that cannot start.
-shows="expected one named as the file"
+shows="expected one named after the file"
 check absent 1 '' "Cannot read 'Absent.ov': No such file or directory" run Absent.ov
 check folder 1 '' "Cannot read 'app': expected a regular file" run app
 check wrong_name 1 '' "'Named.ov' has no class 'Named': $shows" run Named.ov
@@ -247,9 +247,9 @@ echo 'class Breaker { static native void fail(); static void main() { Console.pr
 echo 'class Raiser { static native void main(); }' >Raiser.ov
 preload=$work/natives.so
 check foreign_object 1 first 'A native threw an object not derived from std::exception' run Thrower.ov
-check failure_without_text 1 '' 'A native threw a std::exception without a text' run Silent.ov
+check failure_without_text 1 '' 'A native threw a std::exception without a message' run Silent.ov
 check engine_failure 1 first "orva-host: the engine failed: broken\\x1B on purpose
-This is a defect of orva-host. Please report it with the sources of the program and these lines:
+This is a bug in orva-host. Please report it with the program's sources and these lines:
   version: $("$host" --version)
   command: $host run Breaker.ov -- 'a b'" run Breaker.ov -- 'a b'
 echo 'class Box<T> { }' >Box.ov
@@ -267,8 +267,8 @@ CPP
 "$compiler" -shared -fPIC emitter.cpp -o emitter.so || failures=1
 preload=$work/emitter.so
 TMPDIR=$work/temporary check compiler_failure 1 '' "orva-host: the engine failed: no instruction for this
-This is a defect of orva-host. Please report it with the sources of the program and these lines:
-  while: 'Empty.ov' was compiled
+This is a bug in orva-host. Please report it with the program's sources and these lines:
+  while: compiling 'Empty.ov'
   version: $("$host" --version)
   command: $host run Precompiler.ov" run Precompiler.ov
 expect 'what a failure of the engine leaves' Empty.ov "$(find temporary -mindepth 1; ls Empty.*)"

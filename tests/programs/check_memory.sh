@@ -52,7 +52,7 @@ for ((limit = 60000; limit < 1000000; limit += 10000)); do
     break
   fi
   # Below that, whoever fails says so in a line: the dynamic linker, or the host.
-  [ $status -eq 127 ] || { [ $status -eq 1 ] && [ "$(wc -l <.errors)" -eq 1 ] && grep -q "^Memory ran out while " .errors; } ||
+  [ $status -eq 127 ] || { [ $status -eq 1 ] && [ "$(wc -l <.errors)" -eq 1 ] && grep -q "^Out of memory while " .errors; } ||
     fail "start with $limit KiB: found status $status, <$(head -3 .errors)>"
 done
 [ $least -gt 0 ] || fail 'the host does not start with 1 GB'
@@ -76,7 +76,7 @@ for ((more = 0; more < 60000; more += 4000)); do
   alone=$(ulimit -v $limit && taskset -c 0 "$host" run Ahead.ov 2>&1)
   together=$(ulimit -v $limit && "$host" run Ahead.ov 2>&1)
   [ "$alone" != compiled ] || expect "several threads with $limit KiB" compiled "$together"
-  expect "lines of several threads with $limit KiB" 1 "$(grep -c '^compiled$\|Memory ran out' <<<"$together")"
+  expect "lines of several threads with $limit KiB" 1 "$(grep -c '^compiled$\|Out of memory' <<<"$together")"
 done
 
 # A source that takes the parser more memory than there is: it is named, whoever asks for it.
@@ -90,18 +90,18 @@ huge() {  # NAME BODY EXPECTED
   (ulimit -v $((least + 40000)) && "$host" run "${4-$1.ov}" >.output 2>.errors)
   expect "a huge source, $1" "1 $3" "$? $(head -1 .errors)"
 }
-huge Program '' "Memory ran out while 'huge/Huge.ov' was read" huge/Huge.ov
-huge Caller 'huge.Huge.main();' "Memory ran out while './huge/Huge.ov' was read"
-huge Loader 'ClassLoader.getTypeByName("huge.Huge");' "Memory ran out while './huge/Huge.ov' was loaded"
-huge Instance 'ClassLoader.getTypeByName("huge.Huge<int>");' "Memory ran out while './huge/Huge.ov' was read"
-huge Ahead 'ClassLoader.precompileSources(["huge/Huge.ov"]);' "Memory ran out while 'huge/Huge.ov' was compiled"
+huge Program '' "Out of memory while reading 'huge/Huge.ov'" huge/Huge.ov
+huge Caller 'huge.Huge.main();' "Out of memory while reading './huge/Huge.ov'"
+huge Loader 'ClassLoader.getTypeByName("huge.Huge");' "Out of memory while loading './huge/Huge.ov'"
+huge Instance 'ClassLoader.getTypeByName("huge.Huge<int>");' "Out of memory while reading './huge/Huge.ov'"
+huge Ahead 'ClassLoader.precompileSources(["huge/Huge.ov"]);' "Out of memory while compiling 'huge/Huge.ov'"
 echo 'class Identity { static void main() { Compiler.sourceIdentity("huge/Huge.ov"); } }' >Identity.ov
 for ((size = 3000000; size < 30000000; size += 3000000)); do
   truncate -s $size huge/Huge.ov
   (ulimit -v $((least + 40000)) && "$host" run Identity.ov >.output 2>.errors)
   found="$? $(head -1 .errors)"
   case $found in
-    '0 ' | '1 Exception: Memory ran out' | "1 IOException: Cannot read 'huge/Huge.ov': Cannot allocate memory") ;;
+    '0 ' | '1 Exception: Out of memory' | "1 IOException: Cannot read 'huge/Huge.ov': Cannot allocate memory") ;;
     *) fail "the identity of a source of $size bytes: found <$found>" ;;
   esac
 done
@@ -111,10 +111,10 @@ for stack in 256 8192; do
   for ((more = 0; more < 60000; more += 4000)); do
     limit=$((least + more))
     (ulimit -s $stack && ulimit -v $limit && timeout 100 "$host" run UseWide.ov >.output 2>.errors)
-    found="$? $(cat .output) $(sed -E "s/class '(UseWide|Wide|orva.Console)'|'([^']*\/)?(UseWide|Wide|Console)\.ov'/CLASS/; s/(loaded|compiled|linked|read)$/MADE/" .errors | head -1)"
+    found="$? $(cat .output) $(sed -E "s/class '(UseWide|Wide|orva.Console)'|'([^']*\/)?(UseWide|Wide|Console)\.ov'/CLASS/; s/while [a-z]+ /while MAKING /" .errors | head -1)"
     case $found in
-      '0 all ' | '1  Memory ran out while CLASS was MADE' | '1  Exception: Memory ran out while CLASS was MADE' | '1  Exception: Memory ran out: no room for a stack of '*) ;;
-      '1  Cannot compile CLASS: the stack is too short, and no thread with a longer one can be started: '*) ;;
+      '0 all ' | '1  Out of memory while MAKING CLASS' | '1  Exception: Out of memory while MAKING CLASS' | '1  Exception: Out of memory: no room for a stack of '*) ;;
+      '1  Cannot compile CLASS: the stack is too small, and no thread with a larger one can be started: '*) ;;
       *) fail "UseWide with $limit KiB and a stack of $stack KiB: found <$found>" ;;
     esac
   done
@@ -127,17 +127,17 @@ for name in "${names[@]}"; do
     status=$?
     first=$(head -1 .errors)
     case $first in
-      "Exception: Memory ran out: no room for a stack of "*) ;;
-      "Exception: Memory ran out"* | "Exception: Recursion too deep in '$name."*) grep -q "^  at $name.ov:[0-9]* in $name\.[a-z]*$" .errors ||
+      "Exception: Out of memory: no room for a stack of "*) ;;
+      "Exception: Out of memory"* | "Exception: Recursion too deep in '$name."*) grep -q "^  at $name.ov:[0-9]* in $name\.[a-z]*$" .errors ||
         fail "$name with $limit KiB: no place in <$(cat .errors)>" ;;
-      "Memory ran out while class '"*"' was "* | "Memory ran out while '"*".ov' was loaded") [ "$(wc -l <.errors)" -eq 1 ] || fail "$name with $limit KiB: found <$(cat .errors)>" ;;
+      "Out of memory while "*"ing class '"*"'" | "Out of memory while loading '"*".ov'") [ "$(wc -l <.errors)" -eq 1 ] || fail "$name with $limit KiB: found <$(cat .errors)>" ;;
       *) fail "$name with $limit KiB: found <$(head -5 .errors)>" ;;
     esac
     [ $status -eq 1 ] || fail "$name with $limit KiB: found status $status, <$first>"
   done
   # With the most, the program itself has caught one.
   case $(cat .output) in
-    "caught Exception: Memory ran out: no room for a "*$'\ngoes on') ;;
+    "caught Exception: Out of memory: no room for a "*$'\ngoes on') ;;
     "caught Exception: Recursion too deep in "*$'\ngoes on') ;;
     *) fail "$name: found <$(cat .output)>" ;;
   esac

@@ -130,8 +130,8 @@ for name in function weak alias chosen; do
 done
 
 # What has no text.
-silence='A native threw a std::exception without a text'
-expected=("$silence" "$silence" "$silence" 'Memory ran out' 'Told: ' 'Exception: message' 'Exception: '
+silence='A native threw a std::exception without a message'
+expected=("$silence" "$silence" "$silence" 'Out of memory' 'Told: ' 'Exception: message' 'Exception: '
   "Cannot allocate an object: no single class is named ''")
 for how in "${!expected[@]}"; do
   echo "class Fails { static native void fail(int how); static void main() { Fails.fail($how); } }" >Fails.ov

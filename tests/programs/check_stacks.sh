@@ -126,7 +126,7 @@ for class in Variables Flags Sums Branches Handlers Late; do
     found=$(ulimit -s $stack && exec "$host" run $class.ov 2>&1)
     case "$? $found" in
       '0 done') ;;
-      "0 The stack has no room for '$class.long', which takes about "[0-9]*" bytes of it") told=1 ;;
+      "0 The stack has no room for '$class.long', which needs about "[0-9]*" bytes") told=1 ;;
       *) fail "$class on $stack KiB: found <$found>" ;;
     esac
   done
@@ -164,7 +164,7 @@ for stack in 16 18 20 22 24 28 32 36 40; do
   (ulimit -s $stack && exec "$host" run Hello.ov >.output 2>.errors)
   found="$? $(cat .output .errors)"
   case $found in
-    '0 Hello' | '1 orva-host: the stack is too short: fewer than 24 KiB of it are left (ulimit -s)') ;;
+    '0 Hello' | '1 orva-host: the stack is too small: less than 24 KiB of it is left (ulimit -s)') ;;
     *) fail "Hello on $stack KiB: found <$found>" ;;
   esac
 done

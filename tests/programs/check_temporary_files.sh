@@ -175,7 +175,7 @@ for reason in 'nowhere:No such file or directory' 'Box.ov:Not a directory'; do
   TMPDIR=$folder "$host" run Short.ov >output 2>errors
   expect "TMPDIR=$folder: status" 1 $?
   expect "TMPDIR=$folder: message" \
-    "ClassNotFoundException: Cannot make a folder in '$folder', which TMPDIR names: ${reason#*:}" "$(head -1 errors)"
+    "ClassNotFoundException: Cannot create a folder in '$folder', the value of TMPDIR: ${reason#*:}" "$(head -1 errors)"
   expect "TMPDIR=$folder, which is not needed" plain "$(TMPDIR=$folder "$host" run Plain.ov 2>&1)"
 done
 

@@ -39,7 +39,7 @@ class Shop { static void sell() { Till.add(null); } }
 class Till { static void add(ArrayList<String> items) { items.add("x"); } }
 OV
 echo 'class Buyer { static void main() { a.Shop.sell(); } }' >Buyer.ov
-check classes $'Exception: \'add\' is called on null\n  at ./a/Shop.ov:3 in a.Till.add
+check classes $'Exception: Cannot call \'add\' on null\n  at ./a/Shop.ov:3 in a.Till.add
   class Till { static void add(ArrayList<String> items) { items.add("x"); } }
   at ./a/Shop.ov:2 in a.Shop.sell\n  at Buyer.ov:1 in Buyer.main' Buyer.ov
 

@@ -39,7 +39,7 @@ TEST(BuiltInNames, AreNoNamesOfClasses) {
   const Workspace workspace;
   const std::string body = " { static int d() { ArrayList<String> x = []; String s = \"\"; return 1; } }\n";
   for (const std::string& name : names()) {
-    const std::string problem = "'" + name + "' is a built-in type: a class needs another name";
+    const std::string problem = "'" + name + "' is a built-in type: choose another name for the class";
     for (const std::string parameters : {"", "<T>", "<T, U>"}) {
       writeFile(name + ".ov", "class " + name + parameters + body);
       expectRefused(name + ".ov", 1, 7, problem);
@@ -58,7 +58,8 @@ TEST(BuiltInNames, AreNoNamesOfTypeParameters) {
       const std::string head = "class Holder<";
       writeFile("Holder.ov", head + parameters + "> { static String text() { return \"\"; } }\n");
       const std::size_t column = head.size() + parameters.find(name) + 1;
-      expectRefused("Holder.ov", 1, column, "'" + name + "' is a built-in type: a parameter needs another name");
+      expectRefused("Holder.ov", 1, column,
+                    "'" + name + "' is a built-in type: choose another name for the type parameter");
     }
   }
 }

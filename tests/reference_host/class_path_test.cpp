@@ -120,7 +120,7 @@ TEST(ClassPath, TellsWhichFolderMayNotBeSearched) {
     EXPECT_EQ(path.find("a.b.F"), "library/a/b/F.ov");
     for (const std::string name : {"C", "Missing"}) {
       EXPECT_EQ(failureOf([&] { path.find("a.b." + name); }),
-                "Cannot look for class 'a.b." + name + "' at 'one/a/b/" + name + ".ov': Permission denied")
+                "Cannot search for class 'a.b." + name + "' at 'one/a/b/" + name + ".ov': Permission denied")
           << closed;
     }
   }
@@ -143,10 +143,10 @@ TEST(ClassPath, AClassThatIsNoFileIsNoMissingOne) {
   path.add("two");
   EXPECT_EQ(path.find("a.Dangling"), "");
   EXPECT_EQ(failureOf([&] { path.find("orva.Console"); }),
-            "Cannot look for class 'orva.Console' at 'library/orva/Console.ov': expected a regular file");
+            "Cannot search for class 'orva.Console' at 'library/orva/Console.ov': expected a regular file");
   for (const std::string name : {"Folder", "Fifo", "Device"}) {
     EXPECT_EQ(failureOf([&] { path.find("a." + name); }),
-              "Cannot look for class 'a." + name + "' at 'one/a/" + name + ".ov': expected a regular file");
+              "Cannot search for class 'a." + name + "' at 'one/a/" + name + ".ov': expected a regular file");
     writeFile("two/a/" + name + ".ov", "");
     EXPECT_EQ(path.find("a." + name), "two/a/" + name + ".ov");
   }

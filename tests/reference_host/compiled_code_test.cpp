@@ -135,7 +135,7 @@ TEST(CompiledCode, RecursionIsStoppedOnEveryThread) {
 }
 
 TEST(Context, IsNotThereBeforeTheHostIsStarted) {
-  EXPECT_EQ(failureOf([] { orva::compiler::activeContext(); }), "The host is not started");
+  EXPECT_EQ(failureOf([] { orva::compiler::activeContext(); }), "The host has not been started");
 }
 
 TEST(EntryPoints, AllocateObjectsOfLoadedClassesOnly) {

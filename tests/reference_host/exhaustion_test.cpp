@@ -27,7 +27,7 @@ TEST(Exhaustion, OfSeveralThreadsAtOnceIsToldInOneLine) {
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
       threads.emplace_back([&waiting] {
-        const orva::compiler::Work work("several threads were at work");
+        const orva::compiler::Work work("running several threads");
         --waiting;
         while (waiting != 0) std::this_thread::yield();
         // As `operator new` does.
@@ -37,5 +37,5 @@ TEST(Exhaustion, OfSeveralThreadsAtOnceIsToldInOneLine) {
     for (std::thread& each : threads) each.join();
     _exit(0);
   };
-  EXPECT_EXIT(failTogether(), testing::ExitedWithCode(1), "^Memory ran out while several threads were at work\n$");
+  EXPECT_EXIT(failTogether(), testing::ExitedWithCode(1), "^Out of memory while running several threads\n$");
 }

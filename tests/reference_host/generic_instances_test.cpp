@@ -354,7 +354,7 @@ TEST(GenericInstances, OfAFileThatChangedBringNoFurtherClass) {
   EXPECT_EQ(
       failureOf([] { activeFindOrLoad("p.G<String>"); }),
       "'./p/G.ov' was loaded earlier and has changed since: its class 'p.N' is not loaded, because a file is loaded "
-      "once");
+      "only once");
   writeFile("p/G.ov", "package p; class G<T> { static int more() { return 2; } }");
   activeFindOrLoad("p.G<String>");
   EXPECT_EQ(callMethod("p.G<String>", "more", {}), 2);

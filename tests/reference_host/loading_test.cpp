@@ -123,7 +123,7 @@ TEST(Loading, APlaceIsCheckedWhateverIsLoadedAlready) {
     fs::create_directory_symlink(folder, link);
     before[i](folder);
     EXPECT_EQ(place(folder + "/N.ov"), folder +
-                                           "/N.ov:1:19: error: expected a class 'N', as the file is named\n"
+                                           "/N.ov:1:19: error: expected a class 'N', named after the file\n"
                                            "  package " +
                                            folder + "; class M { }\n                    ^");
     EXPECT_NE(place(link + "/M.ov").find("this file is in the directory of package '" + link), std::string::npos);
@@ -135,7 +135,7 @@ TEST(Loading, APlaceIsCheckedWhateverIsLoadedAlready) {
 /// The error for loading a file that declares a class which it did not declare when it was loaded.
 static std::string changed(const std::string& path, const std::string& className) {
   return "'" + path + "' was loaded earlier and has changed since: its class '" + className +
-         "' is not loaded, because a file is loaded once";
+         "' is not loaded, because a file is loaded only once";
 }
 
 TEST(Loading, ASourceThatChangedBringsNoFurtherClass) {
@@ -162,7 +162,7 @@ TEST(Loading, ASourceThatChangedBringsNoFurtherClass) {
   }
   writeFile("p/A.ov", "package p;\nclass { }");
   EXPECT_EQ(failureOf([] { load("p/A.ov"); }),
-            "p/A.ov:2:7: error: expected the name of a class, found '{'\n"
+            "p/A.ov:2:7: error: expected a class name, found '{'\n"
             "  class { }\n"
             "        ^");
   writeFile("p/A.ov", "package p; class A { } class B { }");
@@ -197,11 +197,11 @@ TEST(Loading, AFileThatTookThePlaceOfAnotherIsToldFromIt) {
   fs::create_directory_symlink("b", "cur");
   for (const std::string path : {"cur/p/X.ov", "./cur/p/X.ov", "cur/p/../p/X.ov"}) {
     EXPECT_EQ(failureOf([&] { load(path); }),
-              path + ":1:18: error: type 'p.X' is already loaded from another file that had this name before\n" +
+              path + ":1:18: error: type 'p.X' is already loaded from an earlier file of the same name\n" +
                   "  package p; class X { }\n                   ^");
   }
   EXPECT_EQ(failureOf([] { loadBundle({"cur/p/Y.ov"}); }),
-            "Type 'p.Y' of cur/p/Y.o is already loaded from another file that had this name before");
+            "Type 'p.Y' in cur/p/Y.o is already loaded from an earlier file of the same name");
   // Another name makes clear which file is meant.
   EXPECT_EQ(failureOf([] { load("b/p/X.ov"); }).find("b/p/X.ov:1:18: error: type 'p.X' is already loaded from cur/p/"),
             0U);
@@ -281,8 +281,8 @@ TEST(Loading, CallersOfAClassThatChangedAreTold) {
             "  static int both(int a, String b) { return 1; }\n"
             "  static int more(String a) { return 1; }\n"
             "}");
-  const std::string begin = "Type 'Thrower' of ./Thrower.ov has no method '";
-  const std::string end = "' that its caller was compiled for";
+  const std::string begin = "Type 'Thrower' in ./Thrower.ov has no method '";
+  const std::string end = "', which its caller was compiled against";
   EXPECT_EQ(messageOf("Caller", "number"), begin + "static int number()" + end);
   EXPECT_EQ(messageOf("Caller", "nothing"), begin + "static void nothing()" + end);
   EXPECT_EQ(messageOf("Caller", "gone"), begin + "static void gone()" + end);
@@ -542,7 +542,7 @@ TEST(Bundles, AreLoadedAllOrNothing) {
   EXPECT_EQ(failureOf([] { loadBundle({"One.ov", "Two.ov"}); }),
             "Two.o: a native method needs the symbol 'orva_Two_missing', which the process does not define");
   EXPECT_EQ(failureOf([] { loadBundle({"One.ov", "Three.ov"}); }),
-            "Type 'One' of Three.o is already loaded from One.o");
+            "Type 'One' in Three.o is already loaded from One.o");
   EXPECT_EQ(typeCounts(), (Counts{0, 0}));
   loadBundle({"One.ov"});
   loadBundle({"One.ov", "One.ov"});
@@ -567,8 +567,8 @@ TEST(Bundles, AGenericClassOfAnObjectTakesNoOtherSource) {
     for (const char* request : {"a.G<String>", "G<int>"}) {
       EXPECT_EQ(
           refused(request),
-          "Class 'a.G' is loaded from plug/a/G.o: its instances need the source that this object was built from, and "
-          "'./a/G.ov' is another, or has changed since");
+          "Class 'a.G' was loaded from plug/a/G.o: its instances need the source that the object was built from, and "
+          "'./a/G.ov' is a different one or has changed since");
     }
   }
   const auto expectRight = [](const std::string& instance) {
@@ -604,9 +604,8 @@ TEST(Bundles, AGenericClassOfAnObjectNeedsItsSourceForInstances) {
   loadBundle({"c/Box.ov"});
   fs::rename("c/Box.ov", "c/Hidden.ov");
   EXPECT_EQ(orva_ClassLoader_getTypeByName("Box<Circle>"), nullptr);
-  EXPECT_EQ(
-      orva::runtime::takePendingException().value_or(orva::runtime::PendingException{}).message,
-      "Class 'c.Box' is loaded from c/Box.o: its instances need its source, a file of its name, on the class path");
+  EXPECT_EQ(orva::runtime::takePendingException().value_or(orva::runtime::PendingException{}).message,
+            "Class 'c.Box' was loaded from c/Box.o: its instances need its source file on the class path");
   fs::rename("c/Hidden.ov", "c/Box.ov");
   orva::compiler::ClassLoader::invalidateKlassPathCaches();
   ASSERT_NE(orva_ClassLoader_getTypeByName("Box<Circle>"), nullptr);

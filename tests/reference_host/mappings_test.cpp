@@ -49,6 +49,6 @@ TEST(Mappings, AClassForWhichNoneAreLeftIsNamed) {
     _exit(1);
   };
   EXPECT_EXIT(loadWithoutMappings(), testing::ExitedWithCode(1),
-              "^The memory mappings of the process, of which each class takes three, ran out \\(vm.max_map_count\\) "
-              "while class 'One' was linked\n$");
+              "^The process ran out of memory mappings \\(vm.max_map_count; each class takes three\\) "
+              "while linking class 'One'\n$");
 }

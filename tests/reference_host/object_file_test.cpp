@@ -93,15 +93,15 @@ TEST(ObjectFile, EachDifferenceIsToldWithBothValues) {
   const std::string target = object.target;
   checkObject(object, object.identity, target);
   EXPECT_EQ(failureOf([&] { checkObject(object, "x", target); }),
-            "'A.o' has another source identity: expected 'x', found '" + sourceIdentity(source) + "'");
+            "'A.o' was built from a different source: expected 'x', found '" + sourceIdentity(source) + "'");
   EXPECT_EQ(failureOf([&] { checkObject(object, object.identity, "moon"); }),
-            "'A.o' has another target: expected 'moon', found '" + target + "'");
+            "'A.o' was built for a different target: expected 'moon', found '" + target + "'");
   object.dialect = "2";
   EXPECT_EQ(failureOf([&] { checkObject(object, "x", "moon"); }),
-            "'A.o' has another dialect version: expected '1', found '2'");
+            "'A.o' was built for a different dialect version: expected '1', found '2'");
   object.abi = 7;
   EXPECT_EQ(failureOf([&] { checkObject(object, "x", "moon"); }),
-            "'A.o' has another ABI version: expected '3', found '7'");
+            "'A.o' was built for a different ABI version: expected '3', found '7'");
 }
 
 TEST(ObjectFile, WithAnotherHeaderIsNotLinked) {
@@ -110,10 +110,11 @@ TEST(ObjectFile, WithAnotherHeaderIsNotLinked) {
   const std::string target = activeContext().engine.target();
   const std::string noText = "'A.o' is damaged: its header has no text ";
   const std::vector<std::array<std::string, 3>> changes = {
-      {"\"abi\":3", "\"abi\":1", "'A.o' has another ABI version: expected '3', found '1'"},
-      {"\"dialect\":\"1\"", "\"dialect\":\"0\"", "'A.o' has another dialect version: expected '1', found '0'"},
+      {"\"abi\":3", "\"abi\":1", "'A.o' was built for a different ABI version: expected '3', found '1'"},
+      {"\"dialect\":\"1\"", "\"dialect\":\"0\"",
+       "'A.o' was built for a different dialect version: expected '1', found '0'"},
       {"\"target\":\"" + target, "\"target\":\"z" + target.substr(1),
-       "'A.o' has another target: expected '" + target + "', found 'z" + target.substr(1) + "'"},
+       "'A.o' was built for a different target: expected '" + target + "', found 'z" + target.substr(1) + "'"},
       {"\"identity\":", "\"xdentity\":", noText + "'identity'"},
       {"\"target\":", "\"xarget\":", noText + "'target'"},
       {"\"dialect\":", "\"xialect\":", noText + "'dialect'"},
@@ -143,7 +144,7 @@ TEST(ObjectFile, AHeaderThatIsNoJsonObjectIsDamaged) {
   const std::size_t header = bytes.find("{\"abi\":");
   const std::size_t size = bytes.find('}', bytes.find("\"target\":")) + 1 - header;
   writeFile("A.o", bytes.replace(header, size, "7" + std::string(size - 1, ' ')));
-  EXPECT_EQ(loadingFails(source), "'A.o' is damaged: its header is no JSON object");
+  EXPECT_EQ(loadingFails(source), "'A.o' is damaged: its header is not a JSON object");
 }
 
 TEST(ObjectFile, ADigestThatIsNotSpelledAsItWasWrittenIsDamaged) {
@@ -153,14 +154,14 @@ TEST(ObjectFile, ADigestThatIsNotSpelledAsItWasWrittenIsDamaged) {
   replaceOnce(bytes, "\"digest\":\"", "\"digest\": \"");
   bytes.erase(bytes.find('"', bytes.find("\"digest\": \"") + 11) - 1, 1);
   writeFile("A.o", bytes);
-  EXPECT_EQ(loadingFails(source), "'A.o' is damaged: the digest is not there");
+  EXPECT_EQ(loadingFails(source), "'A.o' is damaged: the digest is missing");
 }
 
 TEST(ObjectFile, IsNotWrittenFromWhatIsNone) {
   const Workspace workspace;
   ObjectFile object;
   object.path = "A.o";
-  EXPECT_EQ(failureOf([&] { writeObject(object, "text"); }), "the digest is not there");
+  EXPECT_EQ(failureOf([&] { writeObject(object, "text"); }), "the digest is missing");
   EXPECT_FALSE(fs::exists("A.o"));
 }
 
@@ -269,7 +270,7 @@ TEST(ObjectFile, IsDamagedWhenItIsCutShortWhileItIsRead) {
 TEST(ObjectFile, IsNotWrittenOverWhatIsNotOurs) {
   const Workspace workspace;
   const std::string bytes = compiled();
-  const std::string refused = "'A.o' is not an object of this compiler, and is not overwritten";
+  const std::string refused = "'A.o' is not an object of this compiler, and was not overwritten";
   const auto compile = [] { activeContext().loader.precompile("A.ov"); };
   std::string foreign = bytes;
   replaceOnce(foreign, ".orva.object", ".orva.things");
@@ -320,7 +321,7 @@ TEST(ObjectFile, IsWrittenOverADamagedOneOfOurs) {
   std::string damaged = whole;
   damaged[damaged.find("\"digest\":\"") + 10] = 'x';
   writeFile("A.o", damaged);
-  EXPECT_EQ(failureOf([] { readObject("A.o"); }), "'A.o' is damaged: its bytes are not those that were written");
+  EXPECT_EQ(failureOf([] { readObject("A.o"); }), "'A.o' is damaged: its bytes have changed since it was written");
   EXPECT_EQ(compiled(), whole);
 }
 
@@ -328,7 +329,7 @@ TEST(ObjectFile, EveryTruncationIsFoundAndIsNotWrittenOver) {
   const Workspace workspace;
   const std::string whole = compiled();
   const std::string foreign = "'A.o' is not an object of this compiler";
-  const std::string advice = "; it is not overwritten: delete it to have it written again";
+  const std::string advice = "; it was not overwritten: delete it to have it rebuilt";
   for (std::size_t size = 0; size < whole.size(); ++size) {
     writeFile("A.o", whole.substr(0, size));
     const std::string read = failureOf([] { readObject("A.o"); });
@@ -337,7 +338,7 @@ TEST(ObjectFile, EveryTruncationIsFoundAndIsNotWrittenOver) {
     const bool isForeign = read.substr(0, foreign.size()) == foreign;
     ASSERT_EQ(isForeign, size < 4) << size;
     ASSERT_EQ(failureOf([] { activeContext().loader.precompile("A.ov"); }),
-              isForeign ? foreign + ", and is not overwritten" : read + advice)
+              isForeign ? foreign + ", and was not overwritten" : read + advice)
         << size;
     ASSERT_EQ(readFile("A.o"), whole.substr(0, size));
   }

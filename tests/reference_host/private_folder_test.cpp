@@ -21,7 +21,7 @@ using orva::compiler::privateFolder;
 using orva::compiler::removeAbandonedFolders;
 using orva::compiler::removePrivateFolder;
 
-/// A fresh folder, which TMPDIR names.
+/// A fresh folder, the value of TMPDIR.
 static fs::path temporaryFolder(const Workspace& workspace) {
   const fs::path temporary = workspace.path() / "temporary";
   fs::create_directory(temporary);
@@ -116,7 +116,7 @@ TEST(PrivateFolder, SaysWhyTmpdirCannotBeUsed) {
   for (const auto& [folder, reason] : reasons) {
     setenv("TMPDIR", folder.c_str(), 1);
     EXPECT_EQ(failureOf([] { privateFolder(); }),
-              "Cannot make a folder in '" + folder + "', which TMPDIR names: " + reason);
+              "Cannot create a folder in '" + folder + "', the value of TMPDIR: " + reason);
     removeAbandonedFolders();
   }
   setenv("TMPDIR", "", 1);

@@ -82,7 +82,7 @@ TEST(Methods, AreRefusedExactlyIfTheyCanEndWithoutReturning) {
     const std::size_t end = std::min(first + mostErrors, ending.size());
     const std::string failure = failureOfCompiling(classOf(ending, first, end));
     for (std::size_t i = first; i < end; ++i) {
-      const std::string message = "method 'm" + std::to_string(i) + "' can end without returning: expected int";
+      const std::string message = "method 'm" + std::to_string(i) + "' can end without returning a value: expected int";
       EXPECT_NE(failure.find(message), std::string::npos) << ending[i].text << "\n" << failure;
     }
   }

@@ -75,7 +75,7 @@ BY_HOST = {
     "reference": [
         BAD_PACKAGE,
         failing("app.Wrong", "Wrong",
-                f"{REFUSED} 'sources/app/Wrong.ov:2:14: error: expected a class 'Wrong', as the file is named…'"),
+                f"{REFUSED} 'sources/app/Wrong.ov:2:14: error: expected a class 'Wrong', named after the file…'"),
         failing("app.Broken", "Broken", f"{REFUSED} 'sources/app/Broken.ov:5:29: error: unknown variable 'missing'…'"),
         plugin("Cannot read 'sources/app/Broken.txt': No such file or directory"),
     ],
