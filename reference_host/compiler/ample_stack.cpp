@@ -1,4 +1,4 @@
-// A thread with a stack of the usual size, started only where the stack at hand is short.
+// A thread with a stack of the usual size, started only if the current stack is small.
 #include "reference_host/compiler/ample_stack.h"
 
 #include <pthread.h>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
 
-/// What the compiler needs at most: sources are nested 200 levels deep, and LLVM goes down a few calls for each.
+/// The most that the compiler needs: sources are nested up to 200 levels deep, and LLVM nests a few calls for each.
 constexpr std::size_t needed = 2 * mebibyte;
 constexpr std::size_t stackSize = 4 * needed;
 

@@ -6,9 +6,9 @@
 
 namespace orva::compiler {
 
-/// Does work of the compiler's: on this thread where its stack has room, and otherwise on one of its own, for which
-/// this one waits. Passes on what the work throws. Throws `std::system_error` when no thread can be started.
-/// @param subject what the work is done for, in messages.
+/// Runs work of the compiler: on this thread if its stack has room, otherwise on a new thread, for which this one
+/// waits. Rethrows what the work throws. Throws `std::system_error` when no thread can be started.
+/// @param subject what messages say the work is for.
 void onAmpleStack(const std::string& subject, const std::function<void()>& work);
 
 }  // namespace orva::compiler

@@ -50,7 +50,7 @@ const std::string& ClassCatalog::sourceOf(const std::string& fullName) const {
   try {
     source = classPath_.find(fullName);
   } catch (const std::runtime_error&) {
-    // Whoever loads the class learns what keeps it from being found.
+    // Loading the class reports why it cannot be found.
   }
   return source;
 }
@@ -80,7 +80,7 @@ std::optional<std::string> ClassCatalog::resolveType(const TypeName& type, const
   if (!type.arguments.empty()) return std::nullopt;
   auto found = resolveClass(type.name, scope);
   if (found) return found;
-  // Throws what keeps the class from being found: then it is not unknown.
+  // If something keeps the class from being found, it is not unknown: `find` throws the reason.
   for (const std::string& candidate : candidates(type.name, scope)) static_cast<void>(classPath_.find(candidate));
   return std::nullopt;
 }
@@ -125,7 +125,7 @@ std::optional<ClassSummary> ClassCatalog::summarise(const std::string& fullName)
     const SourceFile file = language::parseSource(readSource(path));
     if (const auto* declared = file.find(fullName)) return summarise(*declared, file);
   } catch (const std::runtime_error&) {
-    // Whoever loads the class learns what is wrong with its source.
+    // Loading the class reports what is wrong with its source.
   }
   return std::nullopt;
 }

@@ -1,4 +1,4 @@
-// What the compiler knows of classes without loading them: their full names and the signatures of their methods.
+// What the compiler knows about classes without loading them: their full names and the signatures of their methods.
 #pragma once
 
 #include <map>
@@ -16,8 +16,8 @@ namespace orva::compiler {
 /// Where the names of a class are looked up.
 struct Scope {
   const language::SourceFile& file;
-  /// Names that mean one type here, whatever else is called so. In an instance of a generic class: its type parameters,
-  /// and the bare name of the class, which means the instance.
+  /// Names that mean one type here, whatever other types share them. In an instance of a generic class: its type
+  /// parameters, and the bare name of the class, which means the instance.
   std::map<std::string, std::string> bound;
 
   /// The scope of a class of a file; `arguments` are those of a generic instance, with full names.
@@ -37,9 +37,9 @@ struct ClassSummary {
   const runtime::MethodSignature* find(const std::string& method) const;
 };
 
-/// Answers from the source that is compiled, then from the registry of loaded types, then from the sources on the class
-/// path. One catalogue serves one source, in which a name is looked for once: while that source is compiled, it means
-/// the same everywhere.
+/// Looks classes up in the source that is being compiled, then in the registry of loaded types, then in the sources on
+/// the class path. A catalogue serves one source and looks up each name once, so that a name means the same throughout
+/// that source.
 class ClassCatalog {
  public:
   ClassCatalog(const ClassPath& classPath, const language::SourceFile& file) : classPath_(classPath), file_(file) {}
@@ -58,7 +58,7 @@ class ClassCatalog {
   /// Says why a type cannot be resolved.
   std::string problemWith(const language::TypeName& type, const Scope& scope) const;
 
-  /// The signature of a declared method; types that do not exist keep the name that they are written with.
+  /// The signature of a declared method; types that do not exist keep their spelling.
   runtime::MethodSignature signatureOf(const language::MethodDeclaration& method, const Scope& scope) const;
 
   /// A class by its full name; null when there is none, or when its source cannot be parsed. A generic class has no
@@ -74,7 +74,7 @@ class ClassCatalog {
 
   const ClassPath& classPath_;
   const language::SourceFile& file_;
-  // What was asked for before; an empty path stands for no source.
+  // The results so far; an empty path stands for no source.
   mutable std::unordered_map<std::string, std::string> sources_;
   mutable std::map<std::string, std::optional<ClassSummary>> summaries_;
 };

@@ -1,4 +1,4 @@
-// Methods, natives, invokers, and the descriptor that the initialiser hands to the registry.
+// Methods, natives, invokers, and the descriptor that the initialiser passes to the registry.
 #include "reference_host/compiler/class_generator.h"
 
 #include "reference_host/compiler/method_generator.h"
@@ -57,7 +57,7 @@ class ClassGenerator {
  private:
   bool isInstance() const { return !name_.arguments.empty(); }
 
-  /// Refuses a class that has, or gives its parameters, a name of which nobody could tell whether the built-in type is
+  /// Refuses a class if it or one of its parameters has the name of a built-in type: nobody could tell which of them is
   /// meant.
   bool hasOwnNames() {
     const std::size_t before = scope_.diagnostics.size();
@@ -145,8 +145,7 @@ class ClassGenerator {
     }
   }
 
-  /// A function that takes receiver, arguments and result as words, for calls whose method is found while the program
-  /// runs.
+  /// A function that passes receiver, arguments and result as words, for calls whose method is found at run time.
   llvm::Constant* invoker(const MethodSignature& signature) {
     auto* type = llvm::FunctionType::get(builder_.word(), {builder_.pointer(), builder_.pointer()}, false);
     llvm::Function* function = builder_.addFunction(type, "invoke:" + signature.name);

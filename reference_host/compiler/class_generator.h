@@ -39,7 +39,7 @@ struct ClassInput {
   std::vector<language::TypeName> arguments;  ///< of an instance, with full names
 };
 
-/// Generates a class. What is wrong with it is added to `diagnostics`; then the result must not be used.
+/// Generates a class. Adds its errors to `diagnostics`; if there are any, the result must not be used.
 /// A generic class gets a type without methods: only its instances can be called.
 GeneratedClass generateClass(const ClassInput& input, const ClassCatalog& catalog, llvm::LLVMContext& context,
                              std::vector<language::Diagnostic>& diagnostics);

@@ -52,12 +52,12 @@ const std::vector<std::string>& ClassPath::roots() const {
   return lists_.back();
 }
 
-/// Asks the system what a path leads to; what is not there has no mode.
-/// @return what keeps the system from telling.
+/// Asks the system what a path leads to; if nothing is there, the mode is 0.
+/// @return why the system cannot tell, if it cannot.
 static std::error_code examine(const std::string& path, struct stat& status) {
   status = {};
   if (stat(path.c_str(), &status) == 0) return {};
-  // Nothing can have a name that is too long.
+  // No file can have a name that is too long.
   if (errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG) return {};
   return {errno, std::generic_category()};
 }
@@ -66,7 +66,7 @@ bool ClassPath::isRoot(const std::string& directory, const Identity& identity) c
   if (spellings_.count(directory) != 0) return true;
   const auto known = identities_.find(identity);
   if (known == identities_.end()) return false;
-  // That root may be gone, and its number another directory's now.
+  // That root may be gone, and another directory may have its inode now.
   struct stat status{};
   return !examine(known->second, status) && Identity(status.st_dev, status.st_ino) == identity;
 }
@@ -130,7 +130,7 @@ std::vector<fs::path> ClassPath::realFoldersOf(const std::string& file) const {
   std::vector<fs::path> folders;
   walkUp(folder, [&](const std::string& above, const fs::path& rest) {
     const auto root = directories_.find(above);
-    // A link below the root keeps its name: the class is found by it.
+    // A link below the root keeps its name, because the class is found by that name.
     if (root != directories_.end()) folders.emplace_back(normalised((fs::path(root->second) / rest).string()));
   });
   if (folders.empty()) folders.emplace_back(realName(folder.string()));

@@ -1,4 +1,4 @@
-// The class path: where the source of a class is looked for.
+// The class path: where the compiler looks for the source of a class.
 #pragma once
 
 #include <sys/types.h>
@@ -15,9 +15,9 @@
 
 namespace orva::compiler {
 
-/// The roots in search order, and the standard library, which is searched last and is not one of them. No search is
-/// remembered: files come and go while programs run.
-/// Threads may use one object at once.
+/// The roots in search order, and the standard library, which is searched last and is not one of them. Searches are not
+/// cached, because files come and go while programs run.
+/// Several threads may use one object at once.
 class ClassPath {
  public:
   /// @param standardLibrary root directory of the standard library; empty when there is none.
@@ -25,18 +25,18 @@ class ClassPath {
 
   const std::string& standardLibrary() const { return standardLibrary_; }
 
-  /// The roots. Lists handed out stay valid and unchanged when a root is added.
+  /// The roots. A returned list stays valid and unchanged when a root is added.
   const std::vector<std::string>& roots() const;
 
-  /// Adds a root behind the others.
+  /// Adds a root after the others.
   /// @return false when it is not a directory, or is a root already under this or another spelling.
-  /// Throws `std::runtime_error` when the system does not tell what it is.
+  /// Throws `std::runtime_error` when the root cannot be examined or may not be searched.
   bool add(const std::string& root);
 
   /// Finds the source file of class `a.b.C`, which is ROOT/a/b/C.ov.
-  /// @return its path; empty when there is none or the name is no qualified name.
-  /// Throws `std::runtime_error` when the class is below no root, and a folder on the way may not be searched or
-  /// something else lies at its place.
+  /// @return its path; empty when there is none or the name is not a qualified name.
+  /// Throws `std::runtime_error` when no root has the class, and a folder on the way may not be searched or something
+  /// other than a regular file is in its place.
   std::string find(const std::string& className) const;
 
   /// The packages that a file may declare: one for each root above it, the innermost root's first, however the file and

@@ -1,4 +1,4 @@
-// The compiler's interface as natives know it, each operation in a few words of the rooms that do it.
+// The compiler's interface as natives see it; other rooms do the work of each operation.
 #include <stdexcept>
 
 #include "reference_host/compiler/context.h"
@@ -10,14 +10,14 @@
 
 namespace orva::compiler {
 
-/// Told after each precompiled source.
+/// Passed to the listener after each precompiled source.
 struct Compiler::CompilationProgress {
   std::string sourceFile;
   std::size_t done;
   std::size_t total;
 };
 
-/// What a file is that the library asks for: it passes no context for a source that is named directly.
+/// What kind of file the library asks for. It passes no context for a source that is named directly.
 static Origin originOf(const std::string& path, const std::shared_ptr<Context>& context) {
   if (activeContext().generics.instanceOf(path)) return Origin::instance;
   return context == nullptr ? Origin::named : Origin::classPath;
@@ -46,7 +46,7 @@ void Compiler::precompileSources(const std::vector<std::string>& sourceFiles, st
 }
 
 Runtime& Runtime::getInstance() {
-  // Without state of its own: what the runtime knows of classes is in the active context.
+  // It has no state of its own: what the runtime knows about classes is in the active context.
   static Runtime runtime;
   return runtime;
 }
@@ -60,7 +60,7 @@ bool Runtime::addKlassPath(const std::string& root) {
     return activeContext().classPath.add(root);
   } catch (const std::runtime_error& failure) {
     Orva_raise("IOException", failure.what());
-    // Told otherwise, the native would raise that the root does not exist.
+    // If this returned false, the native would raise that the root does not exist.
     return true;
   }
 }
@@ -80,7 +80,7 @@ bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std
   return true;
 }
 
-// Each search asks the file system anew.
+// There is nothing to invalidate: each search asks the file system anew.
 void ClassLoader::invalidateKlassPathCaches() {}
 
 bool PackageLayout::isValidPackageName(std::string_view packageName) { return language::isQualifiedName(packageName); }

@@ -9,8 +9,8 @@
 #include "reference_host/runtime/values.h"
 #include "runtime_api/runtime.h"
 
-/// Runs a function from file name to text; raises "ValueException" for a null file, "Exception" when memory runs out,
-/// and "IOException" when it throws.
+/// Returns the text that a function computes for a file name; raises "ValueException" for a null file, "Exception" when
+/// memory runs out, and "IOException" when it throws.
 template <typename Function>
 static const char* textOfFile(const char* file, Function function) {
   if (file == nullptr) {

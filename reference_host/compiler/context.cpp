@@ -19,8 +19,8 @@ static std::shared_ptr<Context>& active() {
 
 static pid_t hostProcess = 0;
 
-/// Tells whether this process has the threads of the host. A child that a native forked has none, and perhaps what one
-/// of them held.
+/// Tells whether this process has the threads of the host. A child that a native forked does not, but locks that they
+/// held may still be locked there.
 static bool isHostProcess() { return getpid() == hostProcess; }
 
 void startHost(const std::string& standardLibrary) {

@@ -1,4 +1,4 @@
-// The compilation context: everything that compiling and loading needs, put together.
+// The compilation context: everything that compiling and loading need.
 #pragma once
 
 #include <memory>
@@ -30,13 +30,13 @@ class Context {
   const runtime::Type* findOrLoad(const std::string& fullName);
 };
 
-/// Makes a context with a standard library the active one, and removes what killed processes left in the temporary
-/// folder; once in a process, before anything else is asked of the host.
+/// Creates the active context with a standard library, and removes what killed processes left in the temporary folder.
+/// Call it once in a process, before using anything else of the host.
 void startHost(const std::string& standardLibrary);
 
-/// Has `exit` make the loads of other threads wait for the end of the process, before it destroys what LLVM has
-/// constructed up to now; loading a class constructs some of that. What else threads may use at that moment is never
-/// destroyed; a test looks for objects that are.
+/// Makes `exit` block the loads of other threads until the process ends, before it destroys what LLVM has constructed
+/// so far. Call it after the first load, which constructs some of that. Everything else that threads may use by then is
+/// never destroyed; a test looks for objects that are.
 void endHostAtExit();
 
 /// A share of the active context; empty before the host was started.

@@ -1,5 +1,5 @@
-// LLVM's ORC with JITLink. Every unit is a library of its own, so that units cannot meet each other's symbols; and none
-// sees those of the process, so that whatever is in there, the names of a program mean what the program says.
+// LLVM's ORC with JITLink. Every unit is a library of its own, so that units do not see each other's symbols. None sees
+// those of the process either, so that names mean what the program says, whatever the process defines.
 #include "reference_host/compiler/engine.h"
 
 #include <llvm/ADT/SmallVector.h>
@@ -34,19 +34,18 @@ static orc::JITTargetMachineBuilder baselineMachine() {
   orc::JITTargetMachineBuilder machine{llvm::Triple(llvm::sys::getProcessTriple())};
   machine.setRelocationModel(llvm::Reloc::PIC_);
   machine.setCodeModel(llvm::CodeModel::Small);
-  // Most time goes into the runtime's operations, which compiled code calls; whoever loads a class waits for its code.
+  // Compiled code spends most of its time in the runtime's operations, and the program waits while a class is compiled.
   machine.setCodeGenOptLevel(llvm::CodeGenOptLevel::None);
   return machine;
 }
 
-/// Keeps the unwind table of an object whole. JITLink takes it apart, a record at a time, so that the records of
-/// functions that nobody calls can be left out; that takes the square of the number of functions, and all of ours are
-/// called.
+/// Keeps the unwind table of an object whole. JITLink would split it into records, to leave out those of unused
+/// functions. That takes time quadratic in the number of functions, and ours are all used.
 class WholeUnwindTable final : public orc::ObjectLinkingLayer::Plugin {
  public:
   void modifyPassConfig(orc::MaterializationResponsibility& /*unit*/, llvm::jitlink::LinkGraph& /*graph*/,
                         llvm::jitlink::PassConfiguration& passes) override {
-    // The passes that take it apart know it by its section's name.
+    // The passes that split the table find it by the name of its section.
     passes.PrePrunePasses.insert(passes.PrePrunePasses.begin(), hide);
     passes.PostPrunePasses.emplace_back(show);
   }
@@ -79,7 +78,7 @@ class WholeUnwindTable final : public orc::ObjectLinkingLayer::Plugin {
   }
 };
 
-/// JITLink, with unwind tables made known to the process, so that C++ exceptions can cross compiled frames.
+/// JITLink, with unwind tables registered in the process, so that C++ exceptions can cross compiled frames.
 static llvm::Expected<std::unique_ptr<orc::ObjectLayer>> makeLinkingLayer(orc::ExecutionSession& session,
                                                                           const llvm::Triple& /*triple*/) {
   auto layer = std::make_unique<orc::ObjectLinkingLayer>(session);
@@ -90,7 +89,7 @@ static llvm::Expected<std::unique_ptr<orc::ObjectLayer>> makeLinkingLayer(orc::E
   return std::unique_ptr<orc::ObjectLayer>(std::move(layer));
 }
 
-/// What an error of the linker says.
+/// The text of a linker error.
 static std::string describe(llvm::Error error) {
   std::string text;
   const auto add = [&text](const std::string& message) { text += (text.empty() ? "" : "; ") + message; };
@@ -112,14 +111,14 @@ static orc::ExecutorSymbolDef exported(const void* address) {
   return {orc::ExecutorAddr::fromPtr(address), llvm::JITSymbolFlags::Exported};
 }
 
-/// The value itself, which may be a reference.
+/// Returns the value, which may be a reference, or throws the error.
 template <typename Value>
 static Value valueOrThrow(llvm::Expected<Value> expected) {
   if (!expected) throw std::runtime_error(llvm::toString(expected.takeError()));
   return static_cast<Value&&>(*expected);
 }
 
-/// What LLVM holds for the engine.
+/// The LLVM objects of the engine.
 struct Engine::Session {
   Session();
 
@@ -141,7 +140,7 @@ Engine::Session::Session() {
                          .setPlatformSetUp(orc::setUpInactivePlatform)
                          .setLinkProcessSymbolsByDefault(false)
                          .create());
-  // The session reports the cause apart from the failed look-up; they are put together again in `require`.
+  // The session reports the cause separately from the failed lookup; `require` combines them.
   jit->getExecutionSession().setErrorReporter([this](llvm::Error error) {
     if (!reported.empty()) reported += "; ";
     reported += describe(std::move(error));
@@ -195,7 +194,7 @@ std::string Engine::emitObject(llvm::Module& module) {
 }
 
 CodeUnit::~CodeUnit() {
-  // Removing what was added to a session that is alive does not fail; there is nobody to tell either.
+  // Removing a library from a live session does not fail, and nobody could handle the error.
   if (!isKept_) llvm::consumeError(engine_.session_->jit->getExecutionSession().removeJITDylib(library_));
 }
 

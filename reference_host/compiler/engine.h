@@ -1,5 +1,6 @@
 // The just-in-time engine: turns modules into object files, and links modules and object files into the process.
-// LLVM's classes are only named here: its engine's headers take seconds to compile, and most of the host needs none.
+// LLVM's classes are only declared here: its engine's headers take seconds to compile, and most of the host needs none
+// of them.
 #pragma once
 
 #include <memory>
@@ -20,7 +21,7 @@ namespace orva::compiler {
 
 class Engine;
 
-/// Code that is linked together and taken away together, unless it is kept.
+/// Code that is linked together and removed together, unless it is kept.
 class CodeUnit {
  public:
   CodeUnit(Engine& engine, llvm::orc::JITDylib& library) : engine_(engine), library_(library) {}
@@ -43,10 +44,10 @@ class CodeUnit {
   bool isKept_ = false;
 };
 
-/// One engine serves the whole process. Linking is for one thread at a time; `emitObject` is for any.
+/// One engine serves the whole process. Only one thread may link at a time; any thread may call `emitObject`.
 class Engine {
  public:
-  /// Throws `std::runtime_error` when LLVM cannot make code for this machine.
+  /// Throws `std::runtime_error` when LLVM cannot generate code for this machine.
   Engine();
   ~Engine();
   Engine(const Engine&) = delete;
@@ -55,7 +56,7 @@ class Engine {
   /// A new, empty unit, which sees the runtime's operations and only these functions of the process.
   std::unique_ptr<CodeUnit> newUnit(const NativeAddresses& natives);
 
-  /// The target triple that all code is made for. The code uses no more than the baseline of its processor family.
+  /// The target triple of all generated code, which uses only the baseline instructions of its processor family.
   std::string target() const;
 
   /// Compiles a module to the bytes of an ELF object file.

@@ -1,4 +1,4 @@
-// Handlers for C++'s allocations and for LLVM's own.
+// Handlers for failed allocations of C++ and of LLVM.
 #include "reference_host/compiler/exhaustion.h"
 
 #include <fcntl.h>
@@ -22,7 +22,7 @@ namespace orva::compiler {
 
 static thread_local const Work* current = nullptr;
 
-/// Without taking memory.
+/// Counts the lines of a file without allocating memory.
 static std::size_t countLines(const char* file) {
   const int descriptor = open(file, O_RDONLY | O_CLOEXEC);
   std::array<char, 4096> bytes{};
@@ -44,7 +44,7 @@ static std::size_t readNumber(const char* file) {
 
 const char* lackOfMemory() {
   const std::size_t most = readNumber("/proc/sys/vm/max_map_count");
-  // A few more are needed for one allocation.
+  // One allocation may need several.
   const bool areMappings = most > 0 && countLines("/proc/self/maps") + 8 > most;
   return areMappings ? "The process ran out of memory mappings (vm.max_map_count; each class takes three)"
                      : "Out of memory";
@@ -52,7 +52,7 @@ const char* lackOfMemory() {
 
 [[noreturn]] static void endProcess() {
   static std::atomic_flag isEnding = ATOMIC_FLAG_INIT;
-  // Another thread's line is enough.
+  // One thread's line is enough.
   while (isEnding.test_and_set()) pause();
   const char* const name = std::exchange(current, nullptr)->name();
   const char* const lack = lackOfMemory();

@@ -1,5 +1,5 @@
-// What becomes of the process when memory runs out inside the compiler. LLVM cannot give up what it has begun, so the
-// process ends, with one line that says what it was at.
+// What happens when memory runs out inside the compiler. LLVM cannot cancel what it has begun, so the process ends,
+// with one line that says what it was doing.
 #pragma once
 
 #include <llvm/Support/PrettyStackTrace.h>
@@ -8,12 +8,12 @@
 
 namespace orva::compiler {
 
-/// Has the process end with status 1 when memory runs out while a `Work` lasts. At any other time an allocation that
-/// fails throws, as ever.
+/// Makes the process end with status 1 when memory runs out during a `Work`. At any other time a failed allocation
+/// throws as usual.
 void watchMemory();
 
-/// What this thread asks of the compiler for as long as the object lives; works may lie inside each other. LLVM notes
-/// its own steps in the same list, which a report of a defect shows.
+/// What the compiler is doing for this thread while the object exists; may be nested. LLVM notes its own steps in the
+/// same list, which a bug report shows.
 class Work : public llvm::PrettyStackTraceEntry {
  public:
   /// @param name as in "Out of memory while NAME".
@@ -30,7 +30,7 @@ class Work : public llvm::PrettyStackTraceEntry {
   const Work* outer_;
 };
 
-/// What has run out when an allocation fails: "Out of memory", or the same of the process's memory mappings.
+/// What ran out when an allocation failed: "Out of memory", or that the process ran out of memory mappings.
 const char* lackOfMemory();
 
 }  // namespace orva::compiler

@@ -136,7 +136,7 @@ llvm::Value* MethodGenerator::dynamicComparison(const Value& left, const Value& 
   return ir_.CreateICmpNE(equal, builder_.number(0));
 }
 
-/// The position of the first call among the members; what stands before it can only be a class.
+/// The position of the first call among the members; what comes before it can only be a class.
 static std::size_t firstCall(const std::vector<Member>& members) {
   const auto isCall = [](const Member& member) { return member.isCall; };
   return static_cast<std::size_t>(std::find_if(members.begin(), members.end(), isCall) - members.begin());

@@ -1,4 +1,4 @@
-// Whole files, read by LLVM and written by the system's own calls.
+// Reads whole files with LLVM, and writes them with system calls.
 #include "reference_host/compiler/files.h"
 
 #include <fcntl.h>
@@ -34,11 +34,11 @@ std::unique_ptr<llvm::MemoryBuffer> readFile(const std::string& path) {
   if (!error && type != fs::file_type::regular) {
     throw std::runtime_error("Cannot read " + inQuotes(path) + ": expected a regular file");
   }
-  // LLVM maps no volatile file that needs a zero at its end: a mapped one that is cut short would end the process.
+  // LLVM does not map volatile files that need a zero at the end: truncating a mapped file would end the process.
   constexpr bool needsZero = true;
   constexpr bool isVolatile = true;
   auto buffer = llvm::MemoryBuffer::getFile(path, false, needsZero, isVolatile);
-  // The files of some file systems have a text, and a size of zero.
+  // Some file systems report a size of zero for files that are not empty.
   if (buffer && (*buffer)->getBufferSize() == 0) buffer = llvm::MemoryBuffer::getFileAsStream(path);
   if (!buffer) throw std::runtime_error("Cannot read " + inQuotes(path) + ": " + buffer.getError().message());
   return std::move(*buffer);
@@ -59,7 +59,7 @@ bool isUnguessableName(std::string_view name, std::string_view prefix) {
          std::all_of(name.begin() + prefix.size(), name.end(), isDigit);
 }
 
-/// The names of the files that are being written. A file that finds no place is not removed by a signal.
+/// The names of the files that are being written. A signal does not remove files that find no place here.
 static std::array<std::atomic<const char*>, 64> unfinishedNames;
 
 void removeUnfinishedFiles() noexcept {
@@ -85,7 +85,7 @@ class UnfinishedName {
   ~UnfinishedName() {
     const char* name = name_;
     if (place_ == unfinishedNames.end() || place_->compare_exchange_strong(name, nullptr)) return;
-    // Another thread is ending the process, and reads the name until then.
+    // Another thread is ending the process and may still read the name.
     for (;;) pause();
   }
   UnfinishedName(const UnfinishedName&) = delete;
@@ -98,17 +98,17 @@ class UnfinishedName {
 
 constexpr const char* prefix = ".orva-";
 
-/// Makes a file, and locks it for as long as it is open: who can lock it knows that its process is dead. Throws
+/// Creates a file, and locks it while it is open: whoever can lock it knows that its process is dead. Throws
 /// `std::system_error`.
 int createLocked(const std::string& name) {
   for (;;) {
     const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (file < 0) failWithErrno();
-    // Where files cannot be locked, nobody can take this one for abandoned either.
+    // If files cannot be locked, nobody can mistake this one for an abandoned one either.
     flock(file, LOCK_EX);
     struct stat status{};
     if (fstat(file, &status) != 0 || status.st_nlink > 0) return file;
-    // It was taken for an abandoned one before it was locked.
+    // Another process removed it as abandoned before it was locked.
     close(file);
   }
 }
@@ -123,7 +123,7 @@ void removeIfAbandoned(const fs::path& path) {
   close(file);
 }
 
-/// Removes what killed processes were writing in a folder. Once, since that takes as long as the folder is large.
+/// Removes what killed processes were writing in a folder. Does so only once, because it reads the whole folder.
 void removeAbandonedFilesIn(const fs::path& folder) {
   static std::mutex mutex;
   static auto* const known = new std::set<fs::path>();
@@ -139,7 +139,7 @@ void removeAbandonedFilesIn(const fs::path& folder) {
 /// A new file beside another one, which takes its place or is removed. Every function throws `std::system_error`.
 class UnfinishedFile {
  public:
-  /// The name is short: it fits into any folder that the target's own name fits into.
+  /// The name is short, so that it is valid in any folder where the target's own name is.
   explicit UnfinishedFile(std::string target)
       : target_(std::move(target)),
         name_((fs::path(target_).parent_path() / (prefix + unguessableDigits())).string()),
@@ -164,7 +164,7 @@ class UnfinishedFile {
   void finish(std::optional<mode_t> mode) {
     struct stat old{};
     if (!mode && lstat(target_.c_str(), &old) == 0 && S_ISREG(old.st_mode)) mode = old.st_mode & 0777;
-    // Where modes cannot be changed, all files have the same.
+    // If modes cannot be changed, all files have the same mode.
     if (mode) fchmod(file_, *mode);
     // Some file systems report a failed write when a file is closed. Its lock is kept until it has its name.
     const int lock = fcntl(file_, F_DUPFD_CLOEXEC, 0);
@@ -176,7 +176,7 @@ class UnfinishedFile {
  private:
   const std::string target_;
   const std::string name_;
-  const UnfinishedName unfinished_;  // before the file is there, so that a signal never finds an unknown one
+  const UnfinishedName unfinished_;  // registered before the file exists, so that a signal always finds it
   int file_;
   bool isFinished_ = false;
 };

@@ -19,21 +19,21 @@ std::unique_ptr<llvm::MemoryBuffer> readFile(const std::string& path);
 /// Reads a source file. Throws as `readFile` does.
 language::SourceText readSource(const std::string& path);
 
-/// Writes a file under a name of its own first and renames it, so that nobody ever sees half of it. It has the mode of
-/// the file that it replaces. A link is replaced too; what it leads to stays as it is. Throws `std::runtime_error`
-/// when that fails; then what was there before still is. The first time in a folder, it removes the files that killed
-/// processes of this user were writing there.
+/// Writes a file under a temporary name and renames it, so that nobody ever sees a partial file. The file gets the mode
+/// of the one that it replaces. A link is replaced too; its target stays unchanged. Throws `std::runtime_error` on
+/// failure; then the old file is still there. The first call for a folder removes the files that killed processes of
+/// this user were writing there.
 /// @param mode the mode of the file, whatever it replaces and whatever the umask is.
 void writeFile(const std::string& path, const std::string& bytes, std::optional<mode_t> mode = std::nullopt);
 
-/// Removes what `writeFile` is writing, and keeps it from returning. For whoever ends the process, such as the handler
-/// of a signal: async-signal-safe.
+/// Removes the files that `writeFile` is writing, and keeps those calls from returning. For code that ends the process,
+/// such as a signal handler; async-signal-safe.
 void removeUnfinishedFiles() noexcept;
 
 /// Sixteen hexadecimal digits that nobody can guess, for the names of files.
 std::string unguessableDigits();
 
-/// Tells whether a name is a prefix and such digits.
+/// Tells whether a name consists of a prefix and such digits.
 bool isUnguessableName(std::string_view name, std::string_view prefix);
 
 }  // namespace orva::compiler

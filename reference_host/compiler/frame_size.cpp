@@ -1,4 +1,4 @@
-// The baseline code generator gives each value that outlives a call its own place, and never reuses it.
+// The baseline code generator gives each value that outlives a call a stack slot of its own, and never reuses it.
 #include "reference_host/compiler/frame_size.h"
 
 #include <llvm/IR/DataLayout.h>

@@ -1,4 +1,4 @@
-// Resolving the names of an instance, and the files that stand for instances.
+// Resolves the names of an instance, and keeps the files that stand for instances.
 #include "reference_host/compiler/generic_instances.h"
 
 #include <sys/stat.h>
@@ -85,15 +85,15 @@ const ClassDeclaration& declarationOf(const TypeName& instance, const language::
                            "' takes " + std::to_string(expected));
 }
 
-/// Parses a generic type name, with blanks anywhere, as types that are ready are found; nothing when the text is none,
-/// or holds more than the name, as a comment.
+/// Parses a generic type name. Allows blanks anywhere, as the lookup of loaded types does. Returns nothing when the
+/// text is not a generic type name, or contains more than that, such as a comment.
 static std::optional<TypeName> parseInstanceName(const std::string& text) {
   const std::string compact = runtime::withoutBlanks(text);
   try {
     TypeName type = language::parseTypeName(compact);
     if (!type.arguments.empty() && type.text() == compact) return type;
   } catch (const language::SourceError&) {
-    // Not a type name: nothing that could be materialised.
+    // Not a type name, so there is nothing to materialise.
   }
   return std::nullopt;
 }
@@ -131,12 +131,12 @@ std::optional<GenericInstance> GenericInstances::materializeHere(const std::stri
   if (!areKnown) return std::nullopt;
   GenericInstance instance{requested->text(), {}, generic->source};
   instance.sourceFile = (privateFolder() / (sourceIdentity(instance.name) + ".ov")).string();
-  // Asked for again, the instance has its file; nobody else writes to the folder.
+  // A repeated request finds the file in place, because nobody else writes to the folder.
   std::error_code error;
   if (!fs::exists(instance.sourceFile, error)) {
     writeFile(instance.sourceFile, instance.name + "\n", S_IRUSR | S_IWUSR);
   }
-  // Its class may have another source since.
+  // The class may have a different source by now.
   const std::lock_guard<std::mutex> lock(mutex_);
   instances_.insert_or_assign(instance.sourceFile, instance);
   return instance;

@@ -13,7 +13,7 @@
 
 namespace orva::compiler {
 
-/// A generic instance, and the file whose path the library passes on to have it loaded.
+/// A generic instance, and the file whose path the library passes back to have it loaded.
 struct GenericInstance {
   std::string name;  ///< full name, with the full names of the arguments
   std::string sourceFile;
@@ -27,7 +27,8 @@ struct ParsedSource {
 
 /// The declaration that an instance is compiled from.
 /// @param instance the full name of the class, with the arguments.
-/// Throws `std::runtime_error` when the file declares no such class, or one that takes other arguments.
+/// Throws `std::runtime_error` when the file declares no such class, or the class takes a different number of
+/// arguments.
 const language::ClassDeclaration& declarationOf(const language::TypeName& instance, const language::SourceFile& file,
                                                 const std::string& path);
 
@@ -36,9 +37,10 @@ class GenericInstances {
  public:
   explicit GenericInstances(ClassPath& classPath) : classPath_(classPath) {}
 
-  /// Writes the file of an instance. A full name on the class path comes before the short name of a loaded type.
+  /// Writes the file of an instance. A full name on the class path takes precedence over the short name of a loaded
+  /// type.
   /// @param typeName the instance, with any blanks, as in `collections.Box< Circle >`.
-  /// @return nothing when the text is no generic type, or its class or an argument is unknown.
+  /// @return nothing when the text is not a generic type, or its class or an argument is unknown.
   /// Throws `std::runtime_error` when a short name is ambiguous, the class does not take these arguments, or a file
   /// cannot be read or written.
   std::optional<GenericInstance> materialize(const std::string& typeName);
@@ -46,15 +48,15 @@ class GenericInstances {
   /// The instance that a file stands for; nothing for any other file.
   std::optional<GenericInstance> instanceOf(const std::string& file) const;
 
-  /// The source that generic classes are declared in. It is parsed again only when its text has changed, so that many
-  /// instances do not each cost the time of a long file. Throws `std::runtime_error` when it cannot be read, and
+  /// The source that generic classes are declared in. It is parsed again only when its text has changed, so that the
+  /// instances of a long file cost only one parse. Throws `std::runtime_error` when it cannot be read, and
   /// `SourceError` when it cannot be parsed.
   std::shared_ptr<const ParsedSource> parsedSource(const std::string& path);
 
  private:
   struct GenericClass {
     std::string fullName;
-    std::string source;  ///< empty when the class is loaded from an object and its source is nowhere
+    std::string source;  ///< empty when the class is loaded from an object and its source is not on the class path
   };
 
   // On a stack that is known to have room.

@@ -16,8 +16,7 @@
 namespace rt = orva::runtime;
 using orva::compiler::activeContext;
 
-/// Finds a loaded class, or loads it. Null when it is nowhere. What is wrong with its source becomes a language
-/// exception.
+/// Finds a loaded class, or loads it. Null when there is none. Errors in its source become a language exception.
 static const rt::Type* findOrLoad(const std::string& fullName, const rt::SourceLocation* callSite) {
   try {
     return activeContext().findOrLoad(fullName);
@@ -32,7 +31,7 @@ static void requireClass(const rt::Type* found, const std::string& name, const r
   if (found == nullptr) rt::throwException("ClassNotFoundException", "Class not found: " + name, callSite);
 }
 
-/// The result of a method as its caller wants it.
+/// Returns the result of a method, after checking that it has the type that the caller wants.
 static int64_t fitted(const rt::DynamicValue& result, const std::string& method, const char* wanted,
                       const char** resultType, const rt::SourceLocation* callSite) {
   const std::string_view need = wanted;

@@ -13,9 +13,9 @@ inline constexpr Operation<void*(const char* className, const char* method, cons
                                  int64_t isStatic, std::atomic<void*>* slot, const SourceLocation* callSite)>
     linkMethod{"orvart_linkMethod"};
 
-/// Calls a static method that was unknown when the caller was compiled. `name` is the class as it is written;
-/// `candidates` are the full names that it may stand for. The result is of the type `wanted`: of any but void for an
-/// empty name, and dropped for `void`. `resultType` receives the spelled type.
+/// Calls a static method that was unknown when the caller was compiled. `name` is the class as written; `candidates`
+/// are the full names that it may stand for. The result must be of type `wanted`: any type except void if that is
+/// empty; if it is `void`, the result is dropped. `resultType` receives the spelled type.
 inline constexpr Operation<int64_t(const char* name, int64_t candidateCount, const char* const* candidates,
                                    const char* method, int64_t count, const int64_t* values, const char* const* types,
                                    const char* wanted, const char** resultType, const SourceLocation* callSite)>
@@ -31,7 +31,7 @@ inline constexpr Operation<int64_t(const char* method, int64_t count, const int6
 
 namespace orva::compiler {
 
-/// All operations that compiled code calls: the runtime's, and those that find classes and methods while it runs.
+/// All operations that compiled code calls: the runtime's, and those that find classes and methods at run time.
 std::vector<runtime::NamedOperation> compiledCodeOperations();
 
 }  // namespace orva::compiler

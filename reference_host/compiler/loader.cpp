@@ -47,8 +47,8 @@ struct Loader::BuiltObject {
   std::string bytes;
 };
 
-/// The one name of a file that can be read, however it was named. Where the working directory lies so deep that it has
-/// no name itself, it is that by which the file was named.
+/// The canonical path of an existing file. If the working directory is too deep to have an absolute path, returns the
+/// path as given.
 static std::string realPath(const std::string& path) {
   std::error_code error;
   const fs::path real = fs::canonical(path, error);
@@ -58,7 +58,7 @@ static std::string realPath(const std::string& path) {
   throw std::runtime_error("Cannot read " + inQuotes(path) + ": " + std::generic_category().message(errno));
 }
 
-/// The package that is spelled most like another one; the innermost root's when several are.
+/// The package that is spelled most like another one; the innermost root's when there are several.
 static const std::string& nearest(const std::vector<std::string>& packages, llvm::StringRef declared) {
   const auto isNearer = [&](const std::string& left, const std::string& right) {
     return declared.edit_distance(left) < declared.edit_distance(right);
@@ -66,7 +66,8 @@ static const std::string& nearest(const std::vector<std::string>& packages, llvm
   return *std::min_element(packages.begin(), packages.end(), isNearer);
 }
 
-/// The error for a package that no root gives the file. At most one of both is empty, which means no package.
+/// The message for a file that is not in the place of its package. At most one of the two packages is empty, which
+/// means none.
 static std::string misplaced(const std::string& expected, const std::string& declared) {
   const std::string place =
       expected.empty() ? "a root of the class path" : "the directory of package '" + expected + "'";
@@ -164,7 +165,7 @@ void Loader::loadHere(const std::string& path, Origin origin) {
   }
 }
 
-/// Refuses a class of a file that has changed since it was loaded, unless the class is loaded all the same.
+/// Refuses a class of a file that has changed since it was loaded, unless the class itself is loaded.
 static void checkLoaded(const std::string& path, const std::string& declared) {
   if (runtime::findTypeByFullName(declared) != nullptr) return;
   throw std::runtime_error(inQuotes(path) + " was loaded earlier and has changed since: its class " +
@@ -231,7 +232,7 @@ void Loader::loadInstance(const GenericInstance& instance) {
   std::vector<language::Diagnostic> diagnostics;
   compiled.classes.push_back(generateClass({source, file, declared, name.arguments}, ClassCatalog(classPath_, file),
                                            *compiled.context.getContext(), diagnostics));
-  // The text is the same for all instances; which one has the fault must be said.
+  // All instances share the source, so the message must say which one has the error.
   for (language::Diagnostic& each : diagnostics) each.message += ", in " + instance.name;
   if (!diagnostics.empty()) throw language::SourceError(source, diagnostics);
   link(std::move(compiled), source, Origin::instance);
@@ -272,7 +273,7 @@ std::vector<Loader::CheckedObject> Loader::checkBundle(const std::vector<std::st
   return objects;
 }
 
-/// Links an object on its own, and notes its types in the registration that is open.
+/// Links an object on its own, and notes its types in the open registration.
 std::unique_ptr<CodeUnit> Loader::link(CheckedObject& object) {
   const Work work("loading " + inQuotes(object.file.path));
   NativeAddresses natives;
@@ -315,8 +316,8 @@ void Loader::checkSourceOfObject(const std::string& path, const runtime::Type& t
                            " is a different one or has changed since");
 }
 
-/// Joins the modules of classes in the first. Each is joined with a neighbour that has as many classes, since joining
-/// two takes the time of both.
+/// Joins the modules of all classes into the first. Joins modules of equal size, because joining two takes time in
+/// proportion to both.
 static void join(std::vector<GeneratedClass>& classes) {
   for (std::size_t distance = 1; distance < classes.size(); distance *= 2) {
     for (std::size_t i = 0; i + distance < classes.size(); i += 2 * distance) {

@@ -37,8 +37,8 @@ class Loader {
   /// was built from its text was, only checks its place. Throws `std::runtime_error` (`SourceError` for errors in the
   /// text). Also throws for a file that was loaded before if it does not fit its place, or if it has changed and
   /// declares a class that is not loaded.
-  /// @param origin that of a source. For an instance, `path` is the file that stands for it: unless the instance is
-  /// loaded, its generic class is loaded first, if necessary.
+  /// @param origin anything except an object. For an instance, `path` is the file that stands for it; if necessary, its
+  /// generic class is loaded first.
   void load(const std::string& path, Origin origin);
 
   /// Links object files and registers their types. Skips objects that were loaded before, unless they have changed and
@@ -47,17 +47,17 @@ class Loader {
   /// Throws `std::runtime_error` before any code is linked when one of them does not fit.
   void loadBundle(const std::vector<std::string>& paths, const std::vector<std::string>& identities);
 
-  /// Waits for a load of another thread, and lets no other begin, because the engine ends with the process: whoever
-  /// loads afterwards waits for that end; this thread gets a `std::runtime_error`.
+  /// Waits for a load on another thread, and lets no other begin, because the engine ends with the process. Later loads
+  /// on other threads wait for that end; on this thread they throw `std::runtime_error`.
   void end() noexcept;
 
-  /// Compiles a source file, which may lie anywhere, to an object file beside it, and registers nothing. Throws as
+  /// Compiles a source file, which may be anywhere, to an object file beside it, and registers nothing. Throws as
   /// `load` does.
   void precompile(const std::string& path);
 
   /// Compiles source files on all cores, and writes their objects in the order of the files. Throws what is wrong with
   /// the first file that fails; then the objects of the files before it are written, and no others.
-  /// @param done told each file whose object is written.
+  /// @param done is called with each file whose object has been written.
   void precompile(const std::vector<std::string>& paths, const std::function<void(const std::string&)>& done);
 
  private:

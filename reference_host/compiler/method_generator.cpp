@@ -16,7 +16,7 @@ using language::Position;
 
 namespace {
 
-/// What is wrong with one statement; without a message when that was said before.
+/// An error in one statement; without a message if it was reported before.
 struct Fault {
   language::Diagnostic diagnostic;
 };
@@ -38,7 +38,8 @@ void MethodGenerator::generate() {
   const std::size_t problems = scope_.diagnostics.size();
   generateBody();
   goToHandlers();
-  // `enter` checks the stack from within the frame; the reserve of the shortest stack has room for such a frame.
+  // `enter` checks the stack from within the frame; the reserve of even the smallest stack has room for a frame of this
+  // size.
   constexpr std::size_t mostUnchecked = 4096;
   const std::size_t size = problems == scope_.diagnostics.size() ? frameSize(*function_) : 0;
   if (size > mostUnchecked) callWithRoom(size);
@@ -62,7 +63,7 @@ void MethodGenerator::generateBody() {
     leave(nullptr);
     return;
   }
-  // A statement that is wrong may have been the one that returns.
+  // A wrong statement may have been the one that returns.
   if (problems == scope_.diagnostics.size() && isReachable()) {
     scope_.diagnostics.push_back(
         {method_.position,
@@ -111,7 +112,7 @@ void MethodGenerator::block(const language::Block& statements) {
   variables_.emplace_back();
   const std::size_t level = variables_.size();
   for (const language::Statement& each : statements) {
-    // What follows a return or a throw cannot be reached, but must be right all the same.
+    // Code after a return or a throw is unreachable, but must still be correct.
     if (hasEnded()) ir_.SetInsertPoint(newBlock("unreachable"));
     try {
       statement(each);
@@ -131,7 +132,7 @@ void MethodGenerator::generate(const language::Declaration& declaration, Positio
   const std::string type = typeOfVariable(declaration, position);
   if (findVariable(declaration.name) != nullptr) failDeclaredTwice(declaration.name, position);
   try {
-    // Its own value cannot use the variable.
+    // A variable cannot be used in its own value.
     llvm::Value* value = valueOf(declaration.value, type);
     ir_.CreateStore(value, declareVariable(declaration.name, type, position).place);
   } catch (const Fault&) {
@@ -178,7 +179,7 @@ void MethodGenerator::generate(const language::Return& statement, Position posit
 }
 
 void MethodGenerator::leave(llvm::Value* result) {
-  // It never throws: even within a `try`, it is called plainly.
+  // It never throws, so it needs no landing even within a `try`.
   builder_.call(ir_, op::leave, frame_);
   // Null makes a return without a value.
   ir_.Insert(llvm::ReturnInst::Create(ir_.getContext(), result));
@@ -235,7 +236,7 @@ llvm::BasicBlock* MethodGenerator::landing() {
       llvm::cast<llvm::Constant>(builder_.module().getOrInsertFunction(runtime::personality, personality).getCallee()));
   auto* landed = llvm::StructType::get(builder_.pointer(), llvm::Type::getInt32Ty(ir_.getContext()));
   llvm::LandingPadInst* pad = ir_.CreateLandingPad(landed, 1);
-  // Only language exceptions are caught; every other C++ exception goes on to whoever called the program.
+  // Only language exceptions are caught; every other C++ exception passes on to the caller of the program.
   pad->addClause(llvm::cast<llvm::Constant>(
       builder_.module().getOrInsertGlobal(runtime::thrownType, llvm::Type::getInt8Ty(ir_.getContext()))));
   exception_ = builder_.call(ir_, op::beginCatch, ir_.CreateExtractValue(pad, 0), frame_);
@@ -342,7 +343,7 @@ void MethodGenerator::jump(llvm::BasicBlock* target) {
 }
 
 llvm::Value* MethodGenerator::call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments) {
-  // The time that LLVM takes for a block grows with the square of its calls.
+  // LLVM's time for a block is quadratic in the number of its calls.
   constexpr unsigned mostInBlock = 64;
   const bool endsBlock = ++calls_ % mostInBlock == 0;
   if (landing_ == nullptr && !endsBlock) return ir_.CreateCall(callee, arguments);

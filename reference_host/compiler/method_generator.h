@@ -14,7 +14,7 @@
 
 namespace orva::compiler {
 
-/// What the methods of one class are generated in.
+/// What the generators of one class's methods share.
 struct ClassScope {
   const Scope names;
   const std::string fullName;
@@ -27,7 +27,7 @@ struct ClassScope {
   ClassSummary own;
 };
 
-/// Generates one method. What is wrong with it is added to the class's diagnostics, a statement at a time.
+/// Generates one method. Adds its errors to the class's diagnostics, at most one for each statement.
 class MethodGenerator {
  public:
   MethodGenerator(ClassScope& scope, const language::MethodDeclaration& method,
@@ -37,9 +37,9 @@ class MethodGenerator {
 
  private:
   struct Value {
-    llvm::Value* value;  ///< a word where the type is not known
+    llvm::Value* value;  ///< a word if the type is not known
     std::string type;    ///< `null` for the literal, `void` for a call without a result, empty when it is not known
-    llvm::Value* typeAtRun = nullptr;  ///< the spelled type, where it is known only while the program runs
+    llvm::Value* typeAtRun = nullptr;  ///< the spelled type, if it is known only at run time
 
     bool isDynamic() const { return typeAtRun != nullptr; }
   };
@@ -68,22 +68,22 @@ class MethodGenerator {
   void generate(const language::Try& statement, language::Position position);
   void generate(const language::Throw& statement, language::Position position);
   void handler(const language::Try& statement, llvm::BasicBlock* next);
-  /// The one block where all exceptions arrive that a `try` of this method may catch. It goes on to the handler of the
-  /// active `try`. LLVM's time for a method grows with the square of the number of such blocks.
+  /// The one block that receives all exceptions that a `try` of this method may catch. It jumps to the handler of the
+  /// active `try`. There is only one because LLVM's time for a method is quadratic in the number of such blocks.
   llvm::BasicBlock* landing();
-  /// Says which handler the landing goes to from now on.
+  /// Stores which handler the landing jumps to from here on.
   void noteActiveTry();
   /// Ends the landing, once all handlers are known.
   void goToHandlers();
-  /// Finds the handler with a number by binary search.
+  /// Generates a binary search for the handler with a number.
   void goToHandler(llvm::Value* number, std::size_t first, std::size_t end);
   /// The name by which a handler catches a class: without its package and its arguments, as natives raise it.
   std::string exceptionClass(const std::string& name, language::Position position) const;
-  /// Returns from the method; `result` is null where it returns nothing.
+  /// Returns from the method; `result` is null if it returns nothing.
   void leave(llvm::Value* result);
 
-  // Expressions. `wanted` is the type that the place asks for; empty when it asks for none, `void` when it drops the
-  // value. A call whose method is found while the program runs has that type; where it is empty, that of its result.
+  // Expressions. `wanted` is the type that the context requires; empty if it accepts any, `void` if it drops the value.
+  // A call whose method is found at run time has that type, or the type of its result if `wanted` is empty.
   Value expression(const language::Expression& expression, const std::string& wanted);
   Value generate(const language::StringLiteral& literal, language::Position position, const std::string& wanted);
   Value generate(const language::IntegerLiteral& literal, language::Position position, const std::string& wanted);
@@ -101,7 +101,7 @@ class MethodGenerator {
   /// A value as a word, and its spelled type.
   llvm::Value* wordOf(const Value& value);
   llvm::Value* spelledType(const Value& value);
-  /// Where an operation puts the spelled type of what it returns.
+  /// Where an operation stores the spelled type of its result.
   llvm::Value* placeOfType();
   /// What an operation returned as a word, and its type.
   Value dynamicValue(llvm::Value* word);
@@ -116,16 +116,15 @@ class MethodGenerator {
   Value memberCall(const Value& receiver, const language::Member& member, const std::string& wanted);
   Value builtInCall(const Value& receiver, const language::Member& member, const std::string& wanted);
   Value typeCall(const Value& receiver, const language::Member& member);
-  // Calls whose methods are found and checked while the program runs: what is wrong with a call is said when it is
-  // made, of the classes that there are then.
+  // Calls whose methods are found and checked at run time, against the classes that exist when the call is made.
   Value callByName(const std::string& className, const std::vector<std::string>& candidates,
                    const language::Member& member, const std::vector<Value>& arguments, const std::string& wanted);
   Value callMember(const Value& receiver, const language::Member& member, const std::vector<Value>& arguments,
                    const std::string& wanted);
   Value lateResult(llvm::Value* word, const std::string& wanted);
-  /// Evaluates arguments; `method` is null when it is found while the program runs.
+  /// Evaluates arguments; `method` is null if it is found at run time.
   std::vector<Value> arguments(const language::Member& member, const runtime::MethodSignature* method);
-  /// Tells whether a method takes arguments; of those whose types are not known it is believed.
+  /// Tells whether a method accepts arguments. Those of unknown type are assumed to fit.
   static bool fits(const std::string& typeName, const language::Member& member, const runtime::MethodSignature* method,
                    bool isStaticCall, const std::vector<Value>& arguments);
   static bool isAnyDynamic(const std::vector<Value>& values);
@@ -142,7 +141,7 @@ class MethodGenerator {
 
   const ClassSummary* summaryOf(const std::string& fullName) const;
   Variable* findVariable(const std::string& name);
-  /// A variable that must be there; fails, without another message when its declaration is wrong.
+  /// A variable that must be declared; fails if it is not, without another message if its declaration is wrong.
   Variable* knownVariable(const std::string& name, language::Position position);
   std::string typeOfVariable(const language::Declaration& declaration, language::Position position);
   Variable& declareVariable(const std::string& name, const std::string& type, language::Position position);
@@ -151,7 +150,7 @@ class MethodGenerator {
   llvm::BasicBlock* newBlock(const std::string& name);
   /// Ends the current block with a jump, unless it has ended.
   void jump(llvm::BasicBlock* target);
-  /// Tells whether control can come to the end of what is generated so far.
+  /// Tells whether control can reach the end of the code generated so far.
   bool isReachable() const;
   bool hasEnded() const { return ir_.GetInsertBlock()->getTerminator() != nullptr; }
   llvm::Value* call(llvm::FunctionCallee callee, const std::vector<llvm::Value*>& arguments);

@@ -1,4 +1,4 @@
-// Writing constants and links into a module.
+// Writes constants and links into a module.
 #include "reference_host/compiler/module_builder.h"
 
 #include <llvm/IR/Constants.h>
@@ -66,7 +66,7 @@ Constant* ModuleBuilder::structure(const std::vector<Constant*>& fields) {
 Constant* ModuleBuilder::location(language::Position position) {
   Constant*& known = locations_[position.line];
   if (known == nullptr) {
-    // Each class of a file has its own copy; the trace of an exception shows no more than the head of a line.
+    // Each class of a file has its own copy, and the trace of an exception shows only the beginning of a line.
     constexpr std::size_t longestHead = 1024;
     const std::string_view line = source_.lineFrom(file_.lineStarts[position.line - 1]);
     known = constant(structure({text(source_.path), number(static_cast<int64_t>(position.line)),

@@ -20,8 +20,7 @@ namespace orva::compiler {
 
 namespace op = runtime::op;
 
-/// What generated code passes for a parameter of a C++ function: so that it passes as many values as there are
-/// parameters.
+/// What generated code passes for each parameter of a C++ function, so that the number of values is checked.
 template <typename Parameter>
 struct Passed {
   using Value = llvm::Value*;
@@ -40,14 +39,15 @@ class ModuleBuilder {
   llvm::PointerType* pointer() { return llvm::PointerType::getUnqual(module_->getContext()); }
   llvm::Type* typeOf(const std::string& type);
 
-  /// Room for a `CallFrame` of the runtime.
+  /// A type with the size of the runtime's `CallFrame`.
   llvm::Type* callFrame() { return llvm::ArrayType::get(word(), sizeof(runtime::CallFrame) / sizeof(int64_t)); }
 
   /// The machine signature of a method: receiver, arguments, call site.
   llvm::FunctionType* functionType(const runtime::MethodSignature& signature);
 
   /// A new function that other code can unwind through.
-  /// @param name holds a colon, which no symbol of C, of LLVM or of the runtime does, whatever a program is made of.
+  /// @param name contains a colon, so that it never clashes with a symbol of C, of LLVM or of the runtime, whatever
+  /// names the program uses.
   llvm::Function* addFunction(llvm::FunctionType* type, const std::string& name,
                               llvm::GlobalValue::LinkageTypes linkage = llvm::GlobalValue::InternalLinkage);
 
@@ -69,14 +69,14 @@ class ModuleBuilder {
     return module_->getOrInsertFunction(operation.name, type);
   }
 
-  /// Calls an operation that throws nothing to be caught here.
+  /// Calls an operation whose exceptions, if any, the calling function does not catch.
   template <typename Result, typename... Parameters>
   llvm::CallInst* call(llvm::IRBuilder<>& ir, const runtime::Operation<Result(Parameters...)>& operation,
                        typename Passed<Parameters>::Value... arguments) {
     return ir.CreateCall(this->operation(operation), {arguments...});
   }
 
-  /// A function that calls a method of another class, and finds it when it is called for the first time.
+  /// A function that calls a method of another class, and finds it on the first call.
   llvm::Function* linkedMethod(const std::string& className, const runtime::MethodSignature& signature);
 
   /// A value as a 64-bit word, and a word as a value of a type.

@@ -21,13 +21,13 @@ std::string nativeSymbol(const std::string& className, const std::string& method
   return "orva_" + className + "_" + method;
 }
 
-/// The standard library's classes as they were when the host was built: a program may be given other ones, but the
-/// functions stay.
+/// The standard library's classes as they were when the host was built: a program may run with different ones, but the
+/// functions are the same.
 static constexpr std::array standardClasses = {
 #include "reference_host/standard_classes.inc"
 };
 
-/// Tells whether the symbol of an entry point of the runtime's looks like a native's.
+/// Tells whether a symbol that looks like a native's is an entry point of the runtime.
 static bool isEntryPoint(std::string_view symbol) {
   static constexpr std::array<std::string_view, 2> entryPoints = {"orva_collections_ArrayList_size",
                                                                   "orva_collections_ArrayList_operator_index"};
@@ -60,7 +60,7 @@ static std::map<std::string, std::string> readStandardNatives() {
   return natives;
 }
 
-/// Tells whether an address lies in code that the dynamic linker loaded.
+/// Tells whether an address is in code that the dynamic linker loaded.
 static bool isExecutable(const void* address) {
   const auto holds = [](dl_phdr_info* object, std::size_t, void* wanted) {
     const auto place = reinterpret_cast<std::uintptr_t>(wanted);
@@ -75,7 +75,7 @@ static bool isExecutable(const void* address) {
   return dl_iterate_phdr(holds, const_cast<void*>(address)) != 0;
 }
 
-/// Tells whether a symbol's address is a function's. Some linkers put constants beside code.
+/// Tells whether a symbol's address is a function's. Some linkers put constants next to code.
 static bool isFunction(const void* address) {
   Dl_info found{};
   void* entry = nullptr;

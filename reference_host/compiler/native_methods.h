@@ -12,8 +12,8 @@ namespace orva::compiler {
 std::string nativeSymbol(const std::string& className, const std::string& method);
 
 /// Says what is wrong with a native method, if anything, as the end of a sentence about it: the process does not define
-/// its symbol, defines data of that name, or defines a native of the library or of the host that is declared otherwise.
-/// A function that somebody else brings is believed.
+/// its symbol, defines data of that name, or defines a native of the library or of the host that is declared
+/// differently. Declarations of other functions are not checked.
 /// @param signature the method's own, as `describe` spells it.
 std::optional<std::string> nativeProblem(const std::string& symbol, const std::string& signature);
 

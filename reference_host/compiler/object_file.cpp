@@ -1,4 +1,4 @@
-// The header of object files, and writing them so that no half object is ever seen.
+// The header of object files, and writing them so that nobody ever sees a partial object.
 #include "reference_host/compiler/object_file.h"
 
 #include <llvm/ADT/StringExtras.h>
@@ -36,7 +36,7 @@ std::string sourceIdentity(const std::string& text) {
   return llvm::toHex(hash.final(), true);
 }
 
-// Each load checks it, and SHA-256 would take as long as a third of the linking.
+// Each load checks it, and SHA-256 would take a third as long as the linking.
 std::string objectDigest(llvm::StringRef bytes) {
   return llvm::toHex(llvm::BLAKE3::hash(llvm::arrayRefFromStringRef(bytes)), true);
 }
@@ -51,8 +51,8 @@ std::string objectPathOf(const std::string& sourcePath) {
 
 // The digest of the whole file, with zeros in its own place.
 constexpr const char* wholeDigest = "digest";
-// The digest of what tells a linker where everything lies. It is apart from the other so that no tool which puts that
-// one right has code linked from another place, of another size or for another use.
+// The digest of the parts that tell a linker where everything is. It is separate, so that a tool which only recomputes
+// the other digest cannot make the linker use another place, size or purpose for the code.
 constexpr const char* layoutDigest = "layout";
 
 static std::string digestEntry(const char* key, const std::string& digest) {
@@ -61,7 +61,7 @@ static std::string digestEntry(const char* key, const std::string& digest) {
 
 static std::string noDigest() { return std::string(64, '0'); }
 
-/// Puts one digest in the place of another. Throws when the header, a part of the bytes, does not hold the other.
+/// Replaces one digest with another. Throws when the header, a part of the bytes, does not contain the first.
 static std::string replaceDigest(llvm::StringRef bytes, llvm::StringRef header, const char* key,
                                  const std::string& from, const std::string& to) {
   const std::string entry = digestEntry(key, from);
@@ -92,7 +92,7 @@ void addHeader(llvm::Module& module, const ObjectFile& object) {
   llvm::appendToCompilerUsed(module, {global});
 }
 
-/// Null for a file that is no ELF object at all; throws when it is a damaged one.
+/// Null for a file that is not an ELF object at all; throws for a damaged one.
 static std::unique_ptr<llvm::object::ObjectFile> parseElf(llvm::MemoryBufferRef bytes) {
   constexpr std::string_view magic("\x7F\x45\x4C\x46", 4);
   if (!bytes.getBuffer().starts_with(magic)) return nullptr;
@@ -127,7 +127,7 @@ static std::optional<llvm::StringRef> findHeader(const llvm::object::ObjectFile&
   return std::nullopt;
 }
 
-/// The JSON parser goes down a level for each bracket, and would exhaust the stack. A header of ours holds three.
+/// The JSON parser recurses at each bracket, and would exhaust the stack. Our headers contain three.
 static void checkNesting(llvm::StringRef header) {
   constexpr std::size_t most = 64;
   if (header.count('[') + header.count('{') > most) throw std::runtime_error("its header is nested too deeply");
@@ -185,7 +185,7 @@ static std::optional<ObjectFile> parseObject(const std::string& path, const llvm
   ObjectFile object;
   object.path = path;
   object.abi = numberOf(*header, "abi");
-  // What else a header of another version holds is not known.
+  // The rest of a header of another version is unknown.
   if (object.abi != currentObjectAbi) return object;
   checkDigests(*parsed, *text, *header);
   object.identity = textOf(*header, "identity");

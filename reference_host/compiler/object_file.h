@@ -1,4 +1,4 @@
-// Object files of this compiler: ELF objects with a section `.orva.object`, which holds a JSON text that says what the
+// Object files of this compiler: ELF objects with a section `.orva.object`, which contains JSON that says what the
 // object was built from and for.
 #pragma once
 
@@ -41,11 +41,11 @@ std::string sourceIdentity(const std::string& text);
 /// The BLAKE3 digest of an object's bytes, spelled as an identity is.
 std::string objectDigest(llvm::StringRef bytes);
 
-/// Where the object of a source file lies: beside it, with `.o` in the place of `.ov`. Throws `std::runtime_error` for
-/// a name that does not end in `.ov`.
+/// The path of a source file's object: beside it, with `.o` in place of `.ov`. Throws `std::runtime_error` for a name
+/// that does not end in `.ov`.
 std::string objectPathOf(const std::string& sourcePath);
 
-/// Adds the section to a module that is complete otherwise.
+/// Adds the section to an otherwise complete module.
 void addHeader(llvm::Module& module, const ObjectFile& object);
 
 /// Writes an object under a temporary name and renames it. Throws `std::runtime_error`, and leaves what is there, when
@@ -53,12 +53,12 @@ void addHeader(llvm::Module& module, const ObjectFile& object);
 void writeObject(const ObjectFile& object, const std::string& bytes);
 
 /// Reads an object file with its header. Throws `std::runtime_error` when there is none, when it is not an object of
-/// this compiler, and when its bytes have changed since it was written. Of an object of another ABI version, only that
-/// version is read.
+/// this compiler, and when its bytes have changed since it was written. Of an object with a different ABI version, only
+/// that version is read.
 ObjectFile readObject(const std::string& path);
 
-/// Throws `std::runtime_error`, with the path and both values, when an object is of another ABI version, dialect,
-/// target or source.
+/// Throws `std::runtime_error`, with the path and both values, when an object was built for a different ABI version,
+/// dialect or target, or from a different source.
 void checkObject(const ObjectFile& object, const std::string& identity, const std::string& target);
 
 }  // namespace orva::compiler

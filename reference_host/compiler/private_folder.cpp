@@ -1,5 +1,5 @@
-// The folder is locked for as long as its process lives: who can lock it knows that the process is dead. Process ids
-// would not do, since containers have their own and may share the folder around it.
+// The folder is locked while its process lives: whoever can lock it knows that the process is dead. Process ids would
+// not work, because containers have their own and may share the parent folder.
 #include "reference_host/compiler/private_folder.h"
 
 #include <dirent.h>
@@ -66,7 +66,7 @@ static int openFolder(const std::string& path) {
 }
 
 /// Opens and locks a new folder.
-/// @return its descriptor, which holds the lock; -1 when it was taken for an abandoned one and is removed.
+/// @return its descriptor, which holds the lock; -1 when another process removed it as abandoned.
 static int lockNewFolder(const std::string& path) {
   const int folder = openFolder(path);
   if (folder < 0 && errno == ENOENT) return -1;
@@ -75,7 +75,7 @@ static int lockNewFolder(const std::string& path) {
     rmdir(path.c_str());
     fail(reason);
   }
-  // Where folders cannot be locked, nobody can take this one for abandoned either.
+  // If folders cannot be locked, nobody can mistake this one for an abandoned one either.
   flock(folder, LOCK_EX);
   struct stat status{};
   if (stat(path.c_str(), &status) == 0) return folder;
@@ -85,7 +85,7 @@ static int lockNewFolder(const std::string& path) {
 
 namespace {
 
-/// Lets no signal through, so that a handler finds a folder known or not there.
+/// Blocks all signals, so that a handler never finds a folder that exists but is not yet known.
 class BlockedSignals {
  public:
   BlockedSignals() {
@@ -121,20 +121,20 @@ class Changing {
 
 }  // namespace
 
-/// Makes a folder that nobody else may read. Throws `std::runtime_error` when it cannot be made.
+/// Creates a folder that nobody else may read. Throws `std::runtime_error` when it cannot.
 static void makeFolder() {
   if (isExiting && pthread_equal(exitingThread, pthread_self()) != 0) fail(ECANCELED);
   std::error_code error;
-  // Without links, which may lead elsewhere when the folder is removed.
+  // Resolves links, which may lead elsewhere by the time the folder is removed.
   fs::path parent = fs::canonical(folderForFolders(), error);
-  // Where the working directory lies too deep, only the name relative to it is left.
+  // If the working directory is too deep, only the relative name is left.
   if (error || parent.native().size() >= folderPath.size()) parent = folderForFolders();
   for (;;) {
     std::string path = (parent / prefix).string() + unguessableDigits();
     if (path.size() >= folderPath.size()) fail(ENAMETOOLONG);
     const Changing changing;
     if (mkdir(path.c_str(), S_IRWXU) != 0) fail(errno);
-    // The umask may have taken what its owner needs.
+    // The umask may have removed permissions that the owner needs.
     chmod(path.c_str(), S_IRWXU);
     const int folder = lockNewFolder(path);
     if (folder < 0) continue;
@@ -147,15 +147,15 @@ static void makeFolder() {
 
 fs::path privateFolder() {
   const std::lock_guard<std::mutex> lock(mutex);
-  // A process that was forked from the one that made the folder makes its own.
+  // A process that was forked from the one that created the folder creates its own.
   if (owner != getpid()) makeFolder();
   return folderPath.data();
 }
 
-/// Removes the files in an open folder. Async-signal-safe, which reading it with `readdir` would not be.
+/// Removes the files in an open folder. Async-signal-safe, unlike `readdir`.
 static void removeFilesIn(int folder) noexcept {
   alignas(dirent64) std::array<char, 2048> entries;
-  // Entries that go while others are read may hide some of those: the folder is read until nothing goes.
+  // Removing entries while reading may hide others, so the folder is read until nothing more is removed.
   for (bool isChanged = true; isChanged;) {
     isChanged = false;
     lseek(folder, 0, SEEK_SET);
@@ -173,7 +173,7 @@ static void removeOwnFolder() noexcept {
   pid_t self = getpid();
   if (!owner.compare_exchange_strong(self, 0)) return;
   removeFilesIn(lockedFolder);
-  // Another thread may be writing a file, which changes its name.
+  // Another thread may be writing a file and renaming it.
   constexpr int mostTries = 1000;
   for (int i = 0; i < mostTries && rmdir(folderPath.data()) != 0 && errno == ENOTEMPTY; ++i) {
     removeFilesIn(lockedFolder);

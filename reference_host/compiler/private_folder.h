@@ -1,4 +1,4 @@
-// This process's own folder for files, which is removed when the process ends.
+// This process's own folder for temporary files, which is removed when the process ends.
 #pragma once
 
 #include <filesystem>
@@ -6,11 +6,11 @@
 
 namespace orva::compiler {
 
-/// The folder, made when it is asked for first: below the folder that TMPDIR names, or /tmp when it names none. Nobody
-/// else may read it, and no folder is made in it. Throws `std::runtime_error` when it cannot be made.
+/// The folder, created by the first call in the folder that TMPDIR names, or in /tmp if it names none. Nobody else may
+/// read it, and it contains no folders. Throws `std::runtime_error` when it cannot be created.
 std::filesystem::path privateFolder();
 
-/// Removes the folder and its files, if this process made one. A signal that comes meanwhile takes effect afterwards.
+/// Removes the folder and its files, if this process made one. A signal that arrives meanwhile takes effect afterwards.
 /// Async-signal-safe.
 void removePrivateFolder() noexcept;
 
@@ -22,8 +22,8 @@ void removePrivateFolderAtExit() noexcept;
 /// a thread that is creating or removing the folder, and prevents a new one.
 void endPrivateFolders() noexcept;
 
-/// Removes the folders that processes of this user left when they were killed, below where this process would make its
-/// own. Those of processes that live stay, wherever those run.
+/// Removes the folders that killed processes of this user left where this process would create its own. Those of living
+/// processes stay, even of processes in other containers.
 void removeAbandonedFolders();
 
 }  // namespace orva::compiler

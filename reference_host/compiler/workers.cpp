@@ -15,11 +15,11 @@ namespace orva::compiler {
 /// For the thread's stack, for what the C library sets aside for its allocations, and for LLVM.
 constexpr std::size_t addressesOfEach = 256 * runtime::mebibyte;
 
-/// A thread reads one file at a time; the caller's writes one, whose lock takes another while it is closed.
+/// A thread reads one file at a time; the caller's writes one, whose lock needs a second descriptor while it is closed.
 constexpr std::size_t descriptorsOfEach = 2;
 
 Workers::Workers(std::size_t count, std::function<void(std::size_t)> job) : count_(count), job_(std::move(job)) {
-  // The caller's thread works too. One job each needs no more threads.
+  // The caller's thread works too. More threads than jobs would be idle.
   std::size_t wanted = std::min<std::size_t>(llvm::hardware_concurrency().compute_thread_count(), count_);
   wanted = std::min({wanted, runtime::remainingAddresses(wanted * addressesOfEach) / addressesOfEach,
                      runtime::remainingDescriptors(wanted * descriptorsOfEach) / descriptorsOfEach});

@@ -1,4 +1,4 @@
-// Jobs that are done on all cores.
+// Runs jobs on all cores.
 #pragma once
 
 #include <atomic>
@@ -9,19 +9,19 @@
 
 namespace orva::compiler {
 
-/// Runs each of several jobs once, beginning with the first. Where no thread can be made, the caller's is enough.
+/// Runs each of several jobs once, starting them in order. If no thread can be started, the caller's is enough.
 class Workers {
  public:
-  /// @param job does the job of a number below `count`, on any thread; throws nothing.
+  /// @param job does the job with a number below `count`, on any thread; must not throw.
   Workers(std::size_t count, std::function<void(std::size_t)> job);
 
-  /// Begins no further job, and waits for those that run.
+  /// Starts no further job, and waits for those that are running.
   ~Workers();
   Workers(const Workers&) = delete;
   Workers& operator=(const Workers&) = delete;
 
   /// Does the next job on this thread.
-  /// @return false when all have begun.
+  /// @return false when all have been started.
   bool doNext();
 
  private:

@@ -1,4 +1,4 @@
-// One table of words and symbols, by the place where they stand.
+// One table of words and symbols, by place.
 #include "reference_host/language/foreign_constructs.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace {
 /// Words that get the same message, in which `{}` stands for the word.
 struct Advice {
   Place place;
-  std::string_view words;  ///< with a blank between them
+  std::string_view words;  ///< separated by blanks
   std::string_view message;
 };
 

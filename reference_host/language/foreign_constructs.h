@@ -1,4 +1,4 @@
-// Constructs of other languages, and what the dialect has in their place.
+// Constructs of other languages, and what the dialect offers instead.
 #pragma once
 
 #include <string>
@@ -6,28 +6,29 @@
 
 namespace orva::language {
 
-/// Where a word or a symbol stands that the dialect does not know.
+/// Where the parser finds a word or a symbol that the dialect does not have.
 enum class Place {
-  file,           ///< at the head of what stands where a class is expected
-  member,         ///< at the head of what stands where a method is expected
-  statement,      ///< at the head of a statement
-  inDeclaration,  ///< within the head of a class or a method
-  inStatement,    ///< within a statement
-  call,           ///< before `(`, without a class
-  symbol,         ///< within a statement: an operator or another symbol
-  character,      ///< one that no token holds
+  file,           ///< first, where a class is expected
+  member,         ///< first, where a method is expected
+  statement,      ///< first in a statement
+  inDeclaration,  ///< later, in the head of a class or a method
+  inStatement,    ///< later in a statement
+  call,           ///< called without a class, as in `print(…)`
+  symbol,         ///< an operator or another symbol in a statement
+  character,      ///< a character that begins no token
   typeName,       ///< an unknown type
   variableName,   ///< an unknown variable
 };
 
-/// What to tell someone who writes a construct of another language: a message; for unknown names, what follows the
-/// message that says so. Empty when the spelling is not known from elsewhere.
+/// The message for a construct of another language; for an unknown type or variable, the advice that follows the
+/// message. Empty for a spelling that no other language is known for.
 std::string adviceOn(Place place, std::string_view spelling);
 
 /// The longest foreign symbol that a text begins with; empty when there is none.
 std::string_view foreignSymbol(std::string_view text);
 
-/// The message for a type that does not exist. `spelling` is how it is written, `name` is that without arguments.
+/// The message for a type that does not exist. `spelling` is the type as written, `name` is the same without type
+/// arguments.
 std::string unknownType(const std::string& spelling, const std::string& name);
 
 /// The message for a variable that does not exist.

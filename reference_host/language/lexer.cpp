@@ -41,11 +41,11 @@ bool isQualifiedName(std::string_view text) {
 
 namespace {
 
-/// Text that cannot be a token.
+/// Text that is not a token.
 struct Fault {
   Position position;
   std::string message;
-  std::size_t begin;  ///< where the character stands that begins no token; otherwise the end of the text
+  std::size_t begin;  ///< the position of a character that begins no token; otherwise the end of the text
 };
 
 class Lexer {

@@ -11,17 +11,17 @@
 
 namespace orva::language {
 
-/// What a token is. A `fault` is text that cannot be a token; nothing behind it is read.
+/// The kinds of tokens. A `fault` is text that is not a token; the lexer stops there.
 enum class TokenKind { name, keyword, string, integer, symbol, end, fault };
 
 struct Token {
   TokenKind kind = TokenKind::end;
-  /// The token as it is spelled; for a string, its characters with the escapes resolved; for a fault, what is wrong.
+  /// The token's spelling; for a string, its characters with the escapes resolved; for a fault, what is wrong.
   std::string text;
   int64_t value = 0;  ///< of an integer
   Position position;
-  /// Where the token's spelling stands in the source: from `begin` up to `end`. A fault that is a character which
-  /// begins no token has no end of its own; any other fault stands at the end of the text.
+  /// The token's range in the source, from `begin` up to `end`. That of a fault is empty: it is at the character that
+  /// begins no token, or at the end of the text for any other fault.
   std::size_t begin = 0;
   std::size_t end = 0;
 
@@ -31,13 +31,13 @@ struct Token {
 };
 
 /// Splits a source into tokens; the last one is of kind `end` or `fault`. A byte order mark, comments and white space
-/// are dropped.
+/// are skipped.
 std::vector<Token> tokenize(const SourceText& source);
 
-/// Tells whether a text is one name: a letter or `_`, then letters, digits and `_`, and no keyword.
+/// Tells whether a text is a name: a letter or `_`, then letters, digits and `_`, but not a keyword.
 bool isName(std::string_view text);
 
-/// Tells whether a text is names joined by dots.
+/// Tells whether a text consists of names joined by dots.
 bool isQualifiedName(std::string_view text);
 
 }  // namespace orva::language

@@ -1,4 +1,4 @@
-// The options of a command line: a table, from which a program writes its help and reads its words.
+// A table of command-line options, from which a program prints its help and parses its arguments.
 #pragma once
 
 #include <algorithm>
@@ -25,7 +25,7 @@ struct Option {
   }
 };
 
-/// The lines of a help: each option, and from a column on what it is for.
+/// The help text for a table of options; the descriptions begin at a column.
 template <typename Options>
 std::string helpOf(const Options& options, std::size_t column) {
   std::string text;
@@ -37,7 +37,7 @@ std::string helpOf(const Options& options, std::size_t column) {
   return text;
 }
 
-/// Tells whether a word is to name an option: `-` is a name of something else, and `--` ends the options.
+/// Tells whether a word names an option: `-` does not, and `--` ends the options.
 inline bool isOption(std::string_view word) { return word.size() > 1 && word.front() == '-' && word != "--"; }
 
 /// An option of the table, and the value that it was given; empty when it has none.
@@ -46,8 +46,8 @@ struct GivenOption {
   std::string_view value;
 };
 
-/// Takes the option at `words[at]`, and its value from the same word or the next one.
-/// @param fail ends the process; is given what is wrong, and the option that was probably meant, or nothing.
+/// Reads the option at `words[at]`, and its value from the same word or the next one.
+/// @param fail ends the process; it receives what is wrong, and the option that was probably meant, if any.
 template <typename Options, typename Fail>
 GivenOption takeOption(const Options& options, const std::vector<std::string_view>& words, std::size_t& at,
                        const Fail& fail) {
@@ -63,7 +63,7 @@ GivenOption takeOption(const Options& options, const std::vector<std::string_vie
     fail("option " + inQuotes(name) + " " + problem + ": expected '" + option->shown() + "'", "");
   };
   if (isInWord && option->value.empty()) fail("option " + inQuotes(name) + " takes no value", "");
-  // A value that begins with dashes is given after `=`.
+  // A value that begins with dashes must follow `=`.
   if (isNextWord && (at == words.size() || words[at].substr(0, 2) == "--")) failValue("has no value");
   const std::string_view value = isInWord ? word.substr(equals + 1) : isNextWord ? words[at++] : std::string_view();
   if (value.empty() && (isInWord || isNextWord)) failValue("has an empty value");

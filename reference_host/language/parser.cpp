@@ -27,7 +27,7 @@ namespace {
 
 constexpr int deepest = 200;
 
-/// As many as a call may pass.
+/// A call cannot pass more arguments.
 constexpr std::size_t mostParameters = 255;
 
 class Parser {
@@ -78,7 +78,7 @@ class Parser {
 
   const Token& peek() const { return tokens_[at_]; }
 
-  /// Takes the next token; never asked for at the end.
+  /// Consumes the next token; never called at the end.
   Token take() { return tokens_[at_++]; }
 
   bool accept(std::string_view spelling) {
@@ -97,7 +97,7 @@ class Parser {
     return take().text;
   }
 
-  /// Tells whether a word of the language stands next, and what follows it would follow a name.
+  /// Tells whether the next token is a keyword in place of a name, going by the token after it.
   bool isKeywordForName() const {
     if (peek().kind != TokenKind::keyword) return false;
     const Token& next = tokens_[at_ + 1];
@@ -114,13 +114,14 @@ class Parser {
     throw SourceError(source_, position, message);
   }
 
-  /// Notes where a construct begins, so that an error in it can tell what it is in another language.
+  /// Notes where a construct begins, so that an error in it can say that it belongs to another language.
   void begin(Place place) {
     place_ = place;
     start_ = at_;
   }
 
-  /// Fails at a token, unless the construct that is open begins as one of another language does: then with that.
+  /// Fails at a token. If the current construct begins like one of another language, fails there instead, with the
+  /// advice on that construct.
   [[noreturn]] void refuse(const Token& token, const std::string& message) const {
     const std::string advice = adviceOnStart();
     fail(advice.empty() ? token.position : tokens_[start_].position, advice.empty() ? message : advice);
@@ -142,7 +143,7 @@ class Parser {
   std::string adviceOnStart() const {
     if (!isWord(tokens_[start_])) return {};
     const Token& next = tokens_[start_ + 1];
-    // A name of the program's own.
+    // The program uses the word as a name.
     if (next.is("=") || next.is(".")) return {};
     return adviceOn(place_, tokens_[start_].text);
   }
@@ -154,7 +155,7 @@ class Parser {
     if (!advice.empty()) refuse(found, advice);
   }
 
-  /// Symbols of other languages are several of this one, of which the first was taken for an operator.
+  /// A symbol of another language may be several symbols here, the first of which was parsed as an operator.
   void refuseForeignSymbol(const Token& found) const {
     if (at_ == 0) return;
     const Token& before = tokens_[at_ - 1];
@@ -185,7 +186,7 @@ class Parser {
                                   : advice);
   }
 
-  /// Reads `item { "," item }` up to `close`, which is taken; nothing at all is fine too.
+  /// Reads `[ item { "," item } ] close`.
   template <typename Item>
   void list(std::string_view close, const Item& item) {
     if (accept(close)) return;
@@ -341,8 +342,8 @@ class Parser {
     return value;
   }
 
-  /// A statement is a declaration when a name, or a word of the language in its place, follows a complete type; looks
-  /// ahead without taking anything.
+  /// A statement is a declaration if a name, or a keyword in its place, follows a complete type. Looks ahead without
+  /// consuming anything.
   bool startsDeclaration() const {
     std::size_t ahead = at_;
     if (!skipType(ahead, depth_ + 1)) return false;
@@ -484,7 +485,7 @@ class Parser {
   std::vector<Token> tokens_;
   std::size_t at_ = 0;
   Place place_ = Place::file;
-  std::size_t start_ = 0;  ///< where the class, method or statement begins that is parsed, behind its modifiers
+  std::size_t start_ = 0;  ///< where the current class, method or statement begins, after its modifiers
   int depth_ = 0;
 };
 

@@ -8,11 +8,11 @@
 
 namespace orva::language {
 
-/// Parses a whole source file. Throws `SourceError` at the first thing that is not of the language, at names declared
-/// twice, and where it is nested deeper than 200 levels.
+/// Parses a whole source file. Throws `SourceError` at the first syntax error, the first name that is declared twice,
+/// or nesting deeper than 200 levels.
 SourceFile parseSource(const SourceText& source);
 
-/// Parses a type name, such as `collections.Box< geometry.Circle >`. Throws `SourceError` when it is none.
+/// Parses a type name, such as `collections.Box< geometry.Circle >`. Throws `SourceError` for any other text.
 TypeName parseTypeName(const std::string& text);
 
 }  // namespace orva::language

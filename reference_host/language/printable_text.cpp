@@ -1,4 +1,4 @@
-// Decoding UTF-8, escaping what no terminal should get, and cutting long texts between characters.
+// Decodes UTF-8, escapes what a terminal must not receive, and cuts long texts between characters.
 #include "reference_host/language/printable_text.h"
 
 #include <algorithm>
@@ -33,7 +33,7 @@ Character firstCharacter(std::string_view text) {
   return {code, size, true};
 }
 
-/// Control characters, marks without width, and what changes the direction of a line.
+/// Returns false for control characters, zero-width marks, and characters that change the direction of a line.
 static bool isVisible(const Character& character) {
   static constexpr std::array<std::pair<char32_t, char32_t>, 8> invisible = {{{0x00, 0x1F},
                                                                               {0x7F, 0x9F},
@@ -75,7 +75,7 @@ std::string printable(std::string_view text, std::string_view kept) {
 
 std::string inQuotes(std::string_view text) { return "'" + printable(text) + "'"; }
 
-/// Where the character begins that a byte belongs to.
+/// Where the character that contains a byte begins.
 static std::size_t startOfCharacter(std::string_view text, std::size_t at) {
   for (std::size_t steps = 0; steps < 3 && at > 0 && at < text.size() && continuesCharacter(text[at]); ++steps) --at;
   return at;
@@ -92,7 +92,7 @@ namespace {
 
 /// A character of a line as it is shown.
 struct Cell {
-  std::size_t end;  ///< its last byte in the line, plus one
+  std::size_t end;  ///< one past its last byte in the line
   std::string text;
   std::size_t width;  ///< at most
 };
@@ -112,8 +112,8 @@ static std::vector<Cell> cellsOf(std::string_view line, std::size_t begin) {
   return cells;
 }
 
-/// The cells from the first to the last that fit beside the caret: as many before as behind it, or more on the side
-/// where the line goes on.
+/// The range of cells that fits around the caret: as many before it as after it, or more on one side if the line ends
+/// on the other.
 static std::pair<std::size_t, std::size_t> widestRange(const std::vector<Cell>& cells, std::size_t caret) {
   std::size_t first = caret;
   std::size_t last = caret;
@@ -134,7 +134,7 @@ static std::pair<std::size_t, std::size_t> widestRange(const std::vector<Cell>& 
 }
 
 Excerpt excerpt(std::string_view line, std::size_t column) {
-  // What is farther away is never shown, since a character has at most four bytes.
+  // A character has at most four bytes, so nothing beyond this is ever shown.
   constexpr std::size_t reach = 4 * (widestLine + 1);
   const std::size_t place = std::min(column - 1, line.size());
   const std::size_t begin = place > reach ? startOfCharacter(line, place - reach) : 0;

@@ -1,4 +1,4 @@
-// Making text visible, whatever bytes it holds: what reaches a terminal never steers it.
+// Makes any bytes safe to print: no text can control a terminal.
 #pragma once
 
 #include <cstddef>
@@ -19,22 +19,22 @@ Character firstCharacter(std::string_view text);
 
 /// The text with each control character, invisible character and invalid byte as an escape, such as `\n`, `\x1B` or
 /// `\u202E`.
-/// @param kept the characters that stay as they are.
+/// @param kept characters to leave as they are.
 std::string printable(std::string_view text, std::string_view kept = {});
 
-/// A name or a path as messages hold it: printable, in quotes.
+/// A name or a path for a message: printable, in quotes.
 std::string inQuotes(std::string_view text);
 
-/// A text that a message can hold: a very long one is cut in its middle.
+/// A text that is short enough for a message: a very long one is cut in the middle.
 std::string shortened(const std::string& text);
 
 /// The part of a source line that a message shows.
 struct Excerpt {
-  std::string text;         ///< printable; `…` stands where the line goes on
+  std::string text;         ///< printable; `…` marks where the line was cut
   std::string indentation;  ///< white space as wide as the text before the column
 };
 
-/// Cuts a line around a column, which starts at 1 and counts bytes. Costs the same for any length of the line.
+/// Cuts a line around a column, which starts at 1 and counts bytes. Takes the same time for any length of the line.
 Excerpt excerpt(std::string_view line, std::size_t column);
 
 }  // namespace orva::language

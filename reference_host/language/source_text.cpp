@@ -1,4 +1,4 @@
-// Finding lines, and writing diagnostics under the line that they speak of.
+// Finds lines, and formats diagnostics with the line that they are about.
 #include "reference_host/language/source_text.h"
 
 #include <algorithm>

@@ -20,7 +20,7 @@ struct SourceText {
   std::string path;
   std::string text;
 
-  /// Where the first line begins: behind a byte order mark.
+  /// Where the first line begins: after the byte order mark, if there is one.
   std::size_t start() const;
 
   /// Where each line begins in the text.
@@ -39,9 +39,9 @@ struct Diagnostic {
   std::string message;
 };
 
-/// A source that does not compile. Its text holds a block for each of the first 20 diagnostics: `file:line:column:
-/// error: …`, the line, and a caret below the column. A last line tells how many more there are. The text is printable:
-/// it holds line ends and tabs, and no other control characters.
+/// A source that does not compile. Its text has a block for each of the first 20 diagnostics: `file:line:column: error:
+/// …`, the line, and a caret below the column. A last line says how many more there are. The text is printable: its
+/// only control characters are line ends and tabs.
 class SourceError : public std::runtime_error {
  public:
   SourceError(const SourceText& source, const std::vector<Diagnostic>& diagnostics);

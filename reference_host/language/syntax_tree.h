@@ -13,7 +13,7 @@
 
 namespace orva::language {
 
-/// A type as it is written: a qualified name and, for a generic type, its arguments.
+/// A type as written: a qualified name and, for a generic type, its arguments.
 struct TypeName {
   std::string name;
   std::vector<TypeName> arguments;
@@ -47,7 +47,7 @@ struct ListLiteral {
 /// Operands joined from left to right by `==` and `!=`, or by `+`.
 struct Operation {
   std::vector<Expression> operands;
-  std::vector<std::string> operators;  ///< operator i stands before operand i + 1
+  std::vector<std::string> operators;  ///< operator i comes before operand i + 1
 };
 /// What follows a dot: a name or a call.
 struct Member {
@@ -137,13 +137,13 @@ struct SourceFile {
   std::string package;  ///< empty when none is declared
   Position packagePosition;
   std::vector<ClassDeclaration> classes;
-  std::map<std::string, std::size_t> places;  ///< of the classes in the list, by their names
+  std::map<std::string, std::size_t> places;  ///< the index of each class in the list, by name
   std::vector<std::size_t> lineStarts;        ///< of the text that was parsed
 
-  /// The class of a full name; null when the file declares none.
+  /// The class with a full name; null if the file does not declare it.
   const ClassDeclaration* find(const std::string& fullName) const;
 
-  /// The name of a class or a package member with the package in front.
+  /// A name, qualified with the file's package.
   std::string qualify(const std::string& name) const { return package.empty() ? name : package + "." + name; }
 };
 

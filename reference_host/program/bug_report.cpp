@@ -1,4 +1,4 @@
-// LLVM keeps a list of what each thread is at, which it would print when the process crashes; the report reads it.
+// LLVM keeps a list of what each thread is doing, to print it if the process crashes; the report prints that list.
 #include "reference_host/program/bug_report.h"
 
 #include <llvm/Config/llvm-config.h>
@@ -57,7 +57,7 @@ static void onFatalError(void* /*data*/, const char* reason, bool /*generateCras
   reportEngineFailure(reason);
   compiler::removeUnfinishedFiles();
   compiler::removePrivateFolder();
-  // Without the handlers of `exit`: other threads may be at work, and LLVM's state is broken.
+  // Skips the handlers of `exit`, because other threads may be running and LLVM's state is broken.
   _exit(1);
 }
 

@@ -22,8 +22,8 @@
 #include "reference_host/runtime/call_stack.h"
 #include "reference_host/runtime/values.h"
 
-/// Opens what the process was started without, so that no file of the host's takes the place of its output. Each is
-/// opened the wrong way round, so that using it fails as before.
+/// Opens the standard streams that the process was started without, so that no file of the host takes their place. Each
+/// is opened in the wrong direction, so that using it still fails.
 static void reserveStandardStreams() {
   for (int stream = 0; stream <= 2; ++stream) {
     if (fcntl(stream, F_GETFD) == -1) open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
@@ -44,7 +44,7 @@ static void awaitRoomIn(int stream) {
   close(own);
 }
 
-/// Writes to standard error, and waits for room where the descriptor does not.
+/// Writes to standard error, and waits for room even if the descriptor is non-blocking.
 /// @return how much was written; less than the size after an error.
 static ssize_t writeWaiting(void* /*cookie*/, const char* text, std::size_t size) {
   std::size_t done = 0;
@@ -62,8 +62,8 @@ static ssize_t writeWaiting(void* /*cookie*/, const char* text, std::size_t size
   return static_cast<ssize_t>(done);
 }
 
-/// Replaces the stream for messages where standard error is still non-blocking: a socket cannot be reopened, nor can
-/// every terminal, and other programs may rely on the mode that they share. The C library drops what does not fit.
+/// Replaces `stderr` if the descriptor is still non-blocking, because the C library drops what does not fit. A socket
+/// cannot be reopened, nor can every terminal, and other programs may rely on the mode that they share.
 static void awaitRoomForMessages() {
   const int mode = fcntl(STDERR_FILENO, F_GETFL);
   if (mode < 0 || (mode & O_NONBLOCK) == 0) return;
@@ -73,16 +73,17 @@ static void awaitRoomForMessages() {
   stderr = waiting;
 }
 
-/// Tells whether the stack has room for the start of the host, and says so where it has not.
+/// Tells whether the stack has room to start the host; if not, prints an error.
 static bool hasStack() {
   constexpr std::size_t least = std::size_t{24} * 1024;
   if (orva::runtime::remainingStack() >= least) return true;
-  // Formatting would take 8 KiB.
+  // Formatting would need 8 KiB of the stack.
   std::fputs("orva-host: the stack is too small: less than 24 KiB of it is left (ulimit -s)\n", stderr);
   return false;
 }
 
-/// Runs the program and tells its exit status. The object of a forced unwinding is bound, and has no address.
+/// Runs the program and returns its exit status. The sanitizer would report the reference to a forced unwinding, which
+/// has no object.
 __attribute__((no_sanitize("null"))) static int run(int argc, char** argv) {
   try {
     std::optional<orva::compiler::Work> starting(std::in_place, "starting the host");
@@ -109,7 +110,7 @@ __attribute__((no_sanitize("null"))) static int run(int argc, char** argv) {
     const bool isEmpty = text == nullptr || *text == '\0';
     reportFailure(isEmpty ? "A native threw a std::exception without a message" : text);
   } catch (const abi::__forced_unwind&) {
-    // A native ended this thread; the process goes on until its last one ends.
+    // A native ended this thread; the process continues until its last thread ends.
     throw;
   } catch (...) {
     std::fflush(stdout);

@@ -1,4 +1,4 @@
-// Options, parsed by hand: LLVM's library would add all of its own.
+// Parses the options by hand, because LLVM's library would add all of its own.
 #include "reference_host/program/options.h"
 
 #include <llvm/ADT/StringRef.h>
@@ -70,7 +70,7 @@ std::string help() {
          "be read or does not compile, 2 when the command line or the installation is wrong.\n";
 }
 
-/// The words of the command line, taken one by one.
+/// Reads the words of the command line one by one.
 class CommandLine {
  public:
   CommandLine(int argc, char** argv) : words_(argv + std::min(argc, 1), argv + argc) {}
@@ -85,7 +85,7 @@ class CommandLine {
     }
     if (!hasCommand_) failUsage("expected the command 'run'");
     if (!hasProgram_) failUsage("expected a FILE to run");
-    // What follows `--` is the program's own.
+    // What follows `--` is for the program.
     while (++at_ < words_.size()) parsed_.arguments.emplace_back(words_[at_]);
     return std::move(parsed_);
   }
@@ -147,7 +147,7 @@ std::string defaultStandardLibrary(const char* program) {
   return (prefix + "/share/orva/stdlib").str();
 }
 
-/// What keeps a folder from being searched, if anything.
+/// Why a folder cannot be searched, if it cannot.
 std::error_code problemOfFolder(const std::string& path) {
   llvm::sys::fs::file_status status;
   if (const std::error_code error = llvm::sys::fs::status(path, status)) return error;

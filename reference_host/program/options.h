@@ -14,6 +14,6 @@ struct RunOptions {
   std::optional<std::string> trace;    ///< the file for the trace, if one is wanted; empty for standard error
 };
 
-/// Parses the command line. Prints help or the version and ends the process with 0 when they are asked for; prints what
-/// is wrong and ends it with 2 when something is.
+/// Parses the command line. For `--help` and `--version`, prints the text and ends the process with 0. If the command
+/// line is wrong, prints why and ends the process with 2.
 RunOptions parseOptions(int argc, char** argv);

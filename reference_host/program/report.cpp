@@ -1,5 +1,5 @@
-// Traces with recursion folded, and texts that are safe to show. Memory may have run out, so all goes straight to
-// standard error.
+// Folds recursion in traces, and makes texts safe to print. Memory may have run out, so everything is written straight
+// to standard error.
 #include "reference_host/program/report.h"
 
 #include <array>
@@ -14,7 +14,8 @@
 namespace language = orva::language;
 namespace rt = orva::runtime;
 
-/// Writes a text as it may be sent to a terminal. Takes no memory: that of one character fits into a string itself.
+/// Writes a text so that it is safe on a terminal. Allocates nothing, because one character fits into the string
+/// object.
 /// @param kept the control characters that stay as they are.
 static void write(std::string_view text, std::string_view kept) {
   while (!text.empty()) {
@@ -25,7 +26,7 @@ static void write(std::string_view text, std::string_view kept) {
   }
 }
 
-/// Writes a message. Its further lines are indented, so that none looks like a call.
+/// Writes a message. Indents all lines after the first, so that none looks like a call.
 static void writeMessage(std::string_view text) {
   for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
     write(text.substr(0, end), "\t");
@@ -36,7 +37,7 @@ static void writeMessage(std::string_view text) {
   std::fputc('\n', stderr);
 }
 
-/// Writes the head of a source line, or all of it when there is no memory for cutting it.
+/// Writes the beginning of a source line, or all of it if there is no memory to cut it.
 static void writeSourceLine(std::string_view line) {
   std::fputs("  ", stderr);
   try {
@@ -50,7 +51,7 @@ static void writeSourceLine(std::string_view line) {
 
 namespace {
 
-/// Collects what is written to standard error, and sends it at once.
+/// Collects what is written to standard error, and sends it in one piece.
 class Message {
  public:
   Message() {
@@ -63,19 +64,19 @@ class Message {
   Message& operator=(const Message&) = delete;
 };
 
-/// Places of a trace, side by side.
+/// Consecutive places of a trace.
 struct Places {
   const rt::Place* begin;
   const rt::Place* end;
 };
 
-/// Places that follow each other several times.
+/// A sequence of places that repeats.
 struct Repetition {
   std::ptrdiff_t period = 1;
   std::ptrdiff_t times = 1;
 };
 
-/// The repetition at the beginning that holds the most; three times are worth a line of their own.
+/// The repetition at the beginning that covers the most places. Fewer than three times are not worth a line.
 Repetition repetitionIn(const Places& places) {
   constexpr std::ptrdiff_t longestPeriod = 32;
   Repetition best;

@@ -1,4 +1,4 @@
-// What `orva-host` says of a program that failed.
+// What `orva-host` prints about a program that failed.
 #pragma once
 
 #include <string_view>
@@ -9,6 +9,6 @@
 /// there.
 void reportUncaught(const orva::runtime::Exception& exception);
 
-/// Prints a message. Control characters but line ends and tabs, and bytes that are no UTF-8, are escaped, as in `\x1B`:
-/// what sources and messages hold cannot command a terminal.
+/// Prints a message. Escapes control characters, except for line ends and tabs, and bytes that are not UTF-8, as in
+/// `\x1B`, so that no source and no message can control a terminal.
 void reportFailure(std::string_view text);

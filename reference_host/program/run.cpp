@@ -32,7 +32,7 @@ Program readProgram(const std::string& file) {
   try {
     parse(file, [&](const language::SourceFile& parsed) { program.package = parsed.package; });
   } catch (const std::runtime_error&) {
-    // Loading the program says what is wrong with it.
+    // Loading the program reports what is wrong with it.
   }
   return program;
 }
@@ -61,7 +61,7 @@ std::string rootOf(const Program& program) {
     return (real.empty() ? folder : real).string();
   }
   if (fs::is_directory(root, error)) return root.string();
-  // The working directory may lie too deep for a name of its own.
+  // The working directory may be too deep to have an absolute path.
   for (auto dots = std::count(program.package.begin(), program.package.end(), '.'); dots >= 0; --dots) folder /= "..";
   return folder.string();
 }

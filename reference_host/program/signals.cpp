@@ -1,4 +1,4 @@
-// Only async-signal-safe calls: a signal may come while anything holds any lock.
+// Only async-signal-safe calls: a signal may arrive while any lock is held.
 #include "reference_host/program/signals.h"
 
 #include <unistd.h>
@@ -13,25 +13,26 @@ namespace orva::program {
 static void cleanUp(int signal) {
   compiler::removeUnfinishedFiles();
   compiler::endPrivateFolders();
-  // It takes its default action as soon as it is let through.
+  // The signal takes its default action as soon as it is unblocked.
   std::signal(signal, SIG_DFL);
   raise(signal);
   sigset_t raised;
   sigemptyset(&raised);
   sigaddset(&raised, signal);
   pthread_sigmask(SIG_UNBLOCK, &raised, nullptr);
-  // There is none for the first process of a container.
+  // The first process of a container survives the default action.
   _exit(128 + signal);
 }
 
-/// What the system does to a write that may not make a file longer, it does in the name of the process that writes.
-/// That write fails then. A handler, where programs that natives start would inherit an ignored signal.
+/// If a write exceeds the file size limit, the system sends this signal in the name of the writing process, and the
+/// write fails. The signal is handled instead of ignored, because programs that natives start would inherit an ignored
+/// one.
 static void cleanUpUnlessOwn(int signal, siginfo_t* info, void* /*context*/) {
   if (info->si_code == SI_USER && info->si_pid == getpid()) return;
   cleanUp(signal);
 }
 
-/// Takes an action for a signal, unless it is ignored or handled already.
+/// Sets the action for a signal, unless it is ignored or handled already.
 static void handle(int signal, const struct sigaction& action) {
   struct sigaction before{};
   if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) sigaction(signal, &action, nullptr);
@@ -41,7 +42,7 @@ void cleanUpOnSignals() {
   struct sigaction ending{};
   ending.sa_handler = cleanUp;
   ending.sa_flags = SA_ONSTACK;
-  // Further signals, of the same kind too, wait until all is removed.
+  // Further signals, even of the same kind, wait until everything is removed.
   sigfillset(&ending.sa_mask);
   for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM,
                            SIGPROF, SIGPOLL, SIGPWR, SIGSTKFLT}) {

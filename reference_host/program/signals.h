@@ -3,10 +3,10 @@
 
 namespace orva::program {
 
-/// From now on, a signal that ends the program first removes its temporary files; the process then ends by that signal
-/// all the same. The first process of a container, which no signal ends, exits with the status that a shell would give
-/// it. A signal that is ignored stays so. A file that grows beyond its limit is an error of whoever writes it: that
-/// signal ends the program only when another process sends it.
+/// Makes signals that end the program remove its temporary files first; the process still ends by the signal. The first
+/// process of a container, which no signal ends, exits with the status that a shell would report. An ignored signal
+/// stays ignored. Exceeding the file size limit is an error for whoever writes the file: SIGXFSZ ends the program only
+/// if another process sends it.
 void cleanUpOnSignals();
 
 }  // namespace orva::program

@@ -1,4 +1,4 @@
-// The system tells by mapping, with or without /proc.
+// Finds out by mapping memory, which works without /proc too.
 #include "reference_host/runtime/address_space.h"
 
 #include <sys/mman.h>

@@ -1,4 +1,4 @@
-// How much more a process whose address space is limited may map.
+// How much more the process can map if its address space is limited.
 #pragma once
 
 #include <cstddef>
@@ -7,16 +7,16 @@ namespace orva::runtime {
 
 constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
 
-/// Whether the process may map only so many bytes.
+/// Tells whether the address space of the process is limited.
 bool isAddressSpaceLimited();
 
-/// How many bytes can still be mapped, up to a number of interest. That number where the address space has no limit.
-/// Whoever reserves a share of them leaves no less to others where there are more, so that what has run under one limit
-/// runs under every higher one.
+/// How many bytes can still be mapped, up to `most`; exactly `most` if the address space is unlimited. Callers that
+/// reserve a share of the result leave no less to others under a higher limit, so that what runs under one limit runs
+/// under every higher one.
 std::size_t remainingAddresses(std::size_t most);
 
-/// Reserves addresses that nothing uses for now, and so no memory either.
-/// @return null when there are not so many, or none are asked for.
+/// Reserves addresses without using any memory.
+/// @return null if there are not enough addresses, or if `size` is 0.
 void* reserveAddresses(std::size_t size);
 
 }  // namespace orva::runtime

@@ -1,4 +1,4 @@
-// Each method is an operation of compiled code, and can be found by its name while the program runs.
+// Each method is an operation of compiled code, and can also be found by name at run time.
 #include "reference_host/runtime/built_in_methods.h"
 
 #include <algorithm>
@@ -55,7 +55,7 @@ Value* at(int64_t word) {
 int64_t wordOf(const char* text) { return reinterpret_cast<int64_t>(text); }
 int64_t wordOf(int64_t number) { return number; }
 
-/// An operation with one value, called with words.
+/// Calls an operation on one value with words.
 template <auto operation>
 struct OfValue;
 template <typename Result, typename Value, Result (*operation)(Value*)>
@@ -74,7 +74,7 @@ int64_t callListAdd(const int64_t* words, const SourceLocation* callSite) {
   return 0;
 }
 
-/// `Type.call`, whose arguments are a type, the name of one of its methods, and what that method takes.
+/// `Type.call`, whose arguments are a type, the name of one of its methods, and the arguments of that method.
 DynamicValue callMethodOfType(const DynamicArguments& arguments, const SourceLocation* callSite) {
   if (arguments.count < 2 || !isAssignable("String", arguments.types[1])) {
     throwException("Exception", "Method 'Type.call' takes the name of a method, followed by its arguments", callSite);

@@ -1,4 +1,4 @@
-// The methods of the types that the runtime itself brings.
+// The methods of the built-in types.
 #pragma once
 
 #include <string_view>
@@ -9,8 +9,9 @@
 
 namespace orva::runtime {
 
-/// A method of a built-in type, and the operation that compiled code calls for it, whose function takes the receiver,
-/// the arguments, and perhaps the call site. `Type.call` is none of these: it takes any arguments.
+/// A method of a built-in type, and the operation that compiled code calls for it. The operation's function takes the
+/// receiver, the arguments, and possibly the call site. `Type.call` is not among these methods, because it takes any
+/// arguments.
 struct BuiltInMethod {
   std::string_view type;
   MethodSignature signature;
@@ -22,8 +23,8 @@ struct BuiltInMethod {
 /// Null when the type has no such method.
 const BuiltInMethod* findBuiltInMethod(std::string_view type, std::string_view name);
 
-/// Calls a method of a built-in type, whose value is the first of the arguments, after checking that the method exists
-/// and takes the others. Throws a language exception when it does not.
+/// Calls a method of a built-in type; the first argument is the receiver. Throws a language exception if the type has
+/// no such method or the method does not take the other arguments.
 DynamicValue callBuiltIn(const char* method, const DynamicArguments& arguments, const SourceLocation* callSite);
 
 std::vector<NamedOperation> builtInOperations();

@@ -26,13 +26,13 @@ struct CallStack {
   const CallFrame* top = nullptr;
   /// The lowest address that compiled code may use; null until the first call.
   const char* limit = nullptr;
-  /// The outermost calls, by their depth; of those at the same depth, the last.
+  /// The outermost calls, by depth; at each depth, the last one.
   std::array<const CallFrame*, keptAtEachEnd + 1> outermost{};
 };
 
 thread_local CallStack calls;
 
-/// Where the address space is limited, a thread begins with no shorter stack.
+/// If the address space is limited, no thread starts with a smaller stack.
 constexpr std::size_t leastStack = 128 * kibibyte;
 
 struct Bounds {
@@ -40,7 +40,7 @@ struct Bounds {
   std::size_t size;
 };
 
-/// The stack of the first thread, which the system lets grow down to its limit. It ends behind the name of the program.
+/// The stack of the first thread, which the system lets grow down to its limit. It ends after the name of the program.
 Bounds firstStack() {
   const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
   const std::uintptr_t name = getauxval(AT_EXECFN);
@@ -54,7 +54,7 @@ Bounds firstStack() {
 Bounds wholeStack() {
   pthread_attr_t attributes;
   if (pthread_getattr_np(pthread_self(), &attributes) != 0) {
-    // The C library needs /proc to tell the bounds of the first thread's stack, and memory to tell those of any.
+    // The C library needs /proc to find the bounds of the first thread's stack, and memory for those of any thread.
     if (gettid() == getpid()) return firstStack();
     throw OutOfMemory("stack", leastStack, "bytes");
   }
@@ -65,15 +65,15 @@ Bounds wholeStack() {
   return {static_cast<const char*>(lowest), size};
 }
 
-/// What is used of the stack: one without limit has one here, so that recursion without end ends.
+/// The part of the stack that is used. An unlimited stack gets a limit here, so that endless recursion ends.
 Bounds stackBounds() {
   const Bounds whole = wholeStack();
   const std::size_t used = std::min(whole.size, 64 * mebibyte);
   return {whole.lowest + (whole.size - used), used};
 }
 
-/// Where the address space is limited, a stack that cannot grow ends the process: it gets what it may use at once, and
-/// may use no more than half of what there is. Throws `OutOfMemory` when that is next to nothing.
+/// If the address space is limited, a stack that cannot grow ends the process. It therefore grows at once to what it
+/// may use, which is at most half of what is left. Throws `OutOfMemory` if that is too little.
 __attribute__((no_sanitize("address"))) Bounds withRoom(Bounds stack) {
   if (!isAddressSpaceLimited()) return stack;
   const std::size_t affordable = remainingAddresses(2 * stack.size) / 2;
@@ -83,7 +83,7 @@ __attribute__((no_sanitize("address"))) Bounds withRoom(Bounds stack) {
   return stack;
 }
 
-/// Below the limit stays room for the runtime and for natives.
+/// Leaves room below the limit for the runtime and for natives.
 const char* stackLimit() {
   if (calls.limit == nullptr) {
     const Bounds stack = withRoom(stackBounds());
@@ -158,7 +158,7 @@ CallTrace traceOf(const SourceLocation* location, Place* places) {
   return trace;
 }
 
-/// Tells whether the omitted places are the last of the innermost ones, over and over.
+/// Tells whether the omitted places repeat the last of the innermost ones.
 static bool isRepetition(const CallTrace& trace, const Place* pattern, std::size_t period) {
   std::size_t digest = trace.digestOutside;
   for (std::size_t i = trace.omitted; i > 0; --i) digest = mixed(digest, pattern[(i - 1) % period]);

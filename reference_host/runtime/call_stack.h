@@ -1,4 +1,4 @@
-// The calls that compiled code is in, thread by thread: how deep they may go, and how they led to an exception.
+// The active calls of compiled code on each thread: how deep they may go, and how they led to an exception.
 #pragma once
 
 #include <cstddef>
@@ -8,17 +8,17 @@
 
 namespace orva::runtime {
 
-/// A call of a compiled method. It lies in the method's own stack frame: compiled code makes room for it, and hands it
-/// to `enterCall` and `leaveCall`.
+/// A call of a compiled method. It is part of the method's own stack frame: compiled code reserves the space and passes
+/// it to `enterCall` and `leaveCall`.
 struct CallFrame {
   const CallFrame* caller;         ///< null for the first call of a thread
   const char* method;              ///< as `package.Class.method`
   const SourceLocation* callSite;  ///< null when C++ made the call
-  std::size_t depth;               ///< how many calls it is in
+  std::size_t depth;               ///< how many calls enclose it
   std::size_t digest;              ///< of all places that led to it
 };
 
-/// Where a method had come to when an exception was thrown in it, or in what it called.
+/// Where a method was when an exception was thrown in it or in what it called.
 struct Place {
   const SourceLocation* location;  ///< null when C++ made the call
   const char* method;
@@ -26,8 +26,8 @@ struct Place {
   bool operator==(const Place& other) const { return location == other.location && method == other.method; }
 };
 
-/// The places that led to an exception, innermost first. Of deep calls only those at both ends are kept, so that an
-/// exception costs no more there; digests tell what the others may have been.
+/// The places that led to an exception, innermost first. Of deep calls only those at both ends are kept, so that
+/// exceptions cost no more there; the digests help to reconstruct the others.
 struct CallTrace {
   const Place* innermost;
   std::size_t innermostCount;
@@ -47,13 +47,13 @@ bool isRunning(const char* method);
 /// Tells whether the stack has room for `size` more bytes of a compiled method.
 bool hasStack(std::size_t size);
 
-/// Notes that it returns.
+/// Notes that a compiled method returns.
 void leaveCall(const CallFrame& frame);
 
-/// Notes that a compiled method goes on after an exception that passed through all that it had called.
+/// Notes that a compiled method continues after it caught an exception from a method that it called.
 void returnToCall(const CallFrame& frame);
 
-/// Keeps for C++ that calls compiled code which calls it is in, whatever is thrown through it.
+/// Restores the active calls when C++ code that called compiled code continues or is unwound.
 class CallBoundary {
  public:
   CallBoundary();
@@ -65,16 +65,16 @@ class CallBoundary {
   const CallFrame* top_;
 };
 
-/// How many places the trace of an exception that this thread throws now keeps; none outside of methods.
+/// How many places the trace of an exception has if this thread throws it now; none outside of methods.
 std::size_t placesInTrace();
 
-/// That trace.
-/// @param location where the method that runs is.
+/// Makes that trace.
+/// @param location where the running method is.
 /// @param places room for `placesInTrace()` of them.
 CallTrace traceOf(const SourceLocation* location, Place* places);
 constexpr std::size_t mostPlacesInTrace = 64;
 
-/// A trace with the places that were left out, where recursion explains them all; then `outermost` is empty.
+/// A trace with the omitted places filled in, if recursion explains them all; then `outermost` is empty.
 struct FullTrace {
   std::vector<Place> innermost;
   std::size_t omitted;

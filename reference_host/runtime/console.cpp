@@ -12,7 +12,7 @@
 
 #include "reference_host/runtime/operations.h"
 
-/// Waits until more can be written to where nobody waits by itself.
+/// Waits until non-blocking output has room.
 static void awaitRoom() {
   pollfd output{STDOUT_FILENO, POLLOUT, 0};
   poll(&output, 1, -1);
@@ -25,7 +25,7 @@ static void writeLine(char* text) {
   std::array<iovec, 2> rest{{{text, std::strlen(text)}, {end.data(), end.size()}}};
   while (rest[1].iov_len > 0) {
     const ssize_t written = writev(STDOUT_FILENO, rest.data(), rest.size());
-    // Whoever takes nothing now takes nothing later.
+    // What accepts nothing now accepts nothing later.
     if (written == 0) errno = EIO;
     if (written < 0 && errno == EAGAIN) awaitRoom();
     if (written <= 0 && errno != EAGAIN && errno != EINTR) {

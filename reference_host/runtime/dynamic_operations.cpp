@@ -1,4 +1,4 @@
-// Each takes words, and beside each word the spelled type.
+// Each operation takes values as words, each with its spelled type.
 #include "reference_host/runtime/dynamic_operations.h"
 
 #include <optional>
@@ -10,7 +10,7 @@ static void require(const std::optional<std::string>& problem, const rt::SourceL
   if (problem) rt::throwException("Exception", *problem, callSite);
 }
 
-/// What `+` joins.
+/// A value as `+` joins it.
 static const char* joinable(int64_t word, const char* type) { return orvart_printableText(rt::textOf({word, type})); }
 
 extern "C" {

@@ -1,6 +1,6 @@
-// Operations on values whose type is known only while the program runs: results of methods of classes that were unknown
-// when their callers were compiled. They do what compiled code does with values of those types, or throw a language
-// exception with the text that the compiler has for the mistake.
+// Operations on values whose type is known only at run time: results of methods of classes that were unknown when their
+// callers were compiled. They do what compiled code does with values of those types, or throw a language exception with
+// the message that the compiler would have given.
 #pragma once
 
 #include <vector>

@@ -1,4 +1,4 @@
-// The runtime's entry points: what natives call to raise, to look up, to allocate and to read lists.
+// The runtime's entry points: what natives call to raise exceptions, look up types, allocate objects and read lists.
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -11,7 +11,7 @@
 
 namespace rt = orva::runtime;
 
-/// A text that a native passes; null gives another one.
+/// A text that a native passes, or another one if it is null.
 static std::string textOr(const char* text, const char* otherwise) { return text == nullptr ? otherwise : text; }
 
 void Orva_raise(const char* exceptionClass, const char* message) {
@@ -19,7 +19,7 @@ void Orva_raise(const char* exceptionClass, const char* message) {
     // A message is often what `what()` returned, which may be null.
     rt::setPendingException({textOr(exceptionClass, "Exception"), textOr(message, "")});
   } catch (const std::bad_alloc&) {
-    // So short that they need no memory of their own.
+    // Both are so short that they need no allocation.
     rt::setPendingException({"Exception", "Out of memory"});
   }
 }
@@ -31,7 +31,7 @@ void* Orva_typeByName(const char* typeName) {
 
 void* Orva_allocObject(const char* className) {
   const std::string name = textOr(className, "");
-  // The standard library's class, whatever else a program may have under its short name.
+  // The standard library's class comes first, whatever class of the program has its short name.
   const rt::Type* type = rt::findTypeByFullName("orva." + name);
   if (type == nullptr) type = rt::findType(name);
   if (type != nullptr) return rt::newObject(*type);

@@ -46,7 +46,7 @@ const char* textOf(const DynamicValue& dynamic) {
   if (type == "Type") return reinterpret_cast<const Type*>(value)->fullName.c_str();
   if (type == "ArrayList<String>") return listText(reinterpret_cast<const ArrayList*>(value));
   if (type == "Exception") return reinterpret_cast<const Exception*>(value)->message;
-  // An object may be anything that a native made, and is never looked into.
+  // An object may be anything that a native made, so it is never read.
   return dynamic.type;
 }
 
@@ -99,7 +99,7 @@ int __gxx_personality_v0(...);
 static void orvart_enterNative() { rt::forgetPendingException(); }
 
 static void orvart_leaveNative(const rt::SourceLocation* callSite) {
-  // Taking moves two texts, and there is almost never one to take.
+  // Taking an exception moves two strings, and almost always there is none.
   const auto pending = rt::isExceptionPending() ? rt::takePendingException() : std::nullopt;
   if (pending) rt::throwException(pending->className, pending->message, callSite);
 }

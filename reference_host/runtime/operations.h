@@ -1,5 +1,5 @@
 // The operations that compiled code calls. They have C names, so that object files can be linked against them.
-// Those that take a call site throw a language exception (`Thrown`) that carries it, also when memory runs out.
+// Those that take a call site throw language exceptions (`Thrown`) that carry it, even when memory runs out.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ namespace orva::runtime {
 struct CallFrame;
 struct TypeDescriptor;
 
-/// An operation as compiled code knows it. The code generator declares and calls it by the type of its function, and
+/// An operation as compiled code sees it. `Function` is the type by which the code generator declares and calls it, and
 /// only a function of that type can be linked to it.
 template <typename Function>
 struct Operation {
@@ -40,7 +40,7 @@ std::vector<NamedOperation> operations();
 
 [[noreturn]] void throwException(std::string_view className, std::string_view message, const SourceLocation* callSite);
 
-/// An operation whose last argument is a call site, and which throws a language exception there when memory runs out.
+/// Wraps an operation whose last argument is a call site: if memory runs out, throws a language exception there.
 template <auto operation>
 struct Guarded;
 template <typename Result, typename... Arguments, Result (*operation)(Arguments...)>
@@ -58,13 +58,13 @@ struct Guarded<operation> {
 template <auto operation>
 constexpr auto guarded = Guarded<operation>::call;
 
-/// A value whose type is known only while the program runs. The spelled type stays valid.
+/// A value whose type is known only at run time. The spelled type stays valid.
 struct DynamicValue {
   int64_t word;
   const char* type;
 };
 
-/// The arguments of a call whose method is found while the program runs. The receiver, if there is one, is the first.
+/// The arguments of a call whose method is found at run time. The receiver, if there is one, is the first.
 struct DynamicArguments {
   int64_t count;
   const int64_t* values;
@@ -73,14 +73,14 @@ struct DynamicArguments {
 
 /// Calls a method of a class after checking that it exists and takes the arguments. Throws a language exception when it
 /// does not.
-/// @param isStatic whether the caller has no receiver.
+/// @param isStatic whether the call has no receiver.
 DynamicValue callDynamically(const Type& type, const char* method, bool isStatic, const DynamicArguments& arguments,
                              const SourceLocation* callSite);
 
-/// A value as a text: what `+` and `print` make of it. Null for the result of a void method.
+/// Converts a value to a text, as `+` and `print` do. Null for the result of a void method.
 const char* textOf(const DynamicValue& value);
 
-/// The type by which compiled code catches a language exception, and what unwinds frames with handlers.
+/// The type by which compiled code catches a language exception, and the personality function of frames with handlers.
 inline constexpr const char* thrownType = "orvart_thrownType";
 inline constexpr const char* personality = "__gxx_personality_v0";
 
@@ -98,8 +98,8 @@ inline constexpr Operation<int64_t(const Exception* exception, const char* class
 inline constexpr Operation<void(const char* className, const char* message, const SourceLocation* callSite)> raise{
     "orvart_raise"};
 inline constexpr Operation<void(Exception* exception)> rethrow{"orvart_rethrow"};
-/// Ends the C++ exception that reached a handler and hands the language's one over; the frame is that of the method
-/// with the handler.
+/// Ends the C++ exception that reached a handler and returns the language exception in it; the frame is that of the
+/// method with the handler.
 inline constexpr Operation<Exception*(void* caught, const CallFrame* frame)> beginCatch{"orvart_beginCatch"};
 inline constexpr Operation<void()> enterNative{"orvart_enterNative"};
 inline constexpr Operation<void(const SourceLocation* callSite)> leaveNative{"orvart_leaveNative"};
@@ -118,7 +118,7 @@ inline constexpr Operation<void(const CallFrame* frame)> leave{"orvart_leave"};
 
 extern "C" {
 
-/// The text that `+` makes of a String: null becomes "null".
+/// Converts a String as `+` does: null becomes "null".
 const char* orvart_printableText(const char* text);
 
 int64_t orvart_textsEqual(const char* left, const char* right);

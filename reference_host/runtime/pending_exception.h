@@ -11,13 +11,13 @@ struct PendingException {
   std::string message;
 };
 
-/// Makes an exception pending on this thread; one that was pending gives way.
+/// Makes an exception pending on this thread, in place of any earlier one.
 void setPendingException(PendingException exception);
 
-/// Hands the pending exception of this thread over; none is pending afterwards.
+/// Returns the pending exception of this thread and clears it.
 std::optional<PendingException> takePendingException();
 
-/// Tells whether one is pending on this thread.
+/// Tells whether an exception is pending on this thread.
 bool isExceptionPending();
 
 void forgetPendingException();

@@ -11,7 +11,7 @@
 
 namespace orva::runtime {
 
-/// What a caller must know of a method. Types are spelled as in sources, without blanks.
+/// What a caller must know about a method. Types are spelled as in sources, without blanks.
 struct MethodSignature {
   std::string name;
   bool isStatic = false;
@@ -32,14 +32,14 @@ struct Method {
   void* code = nullptr;  ///< takes the receiver if there is one, the arguments, then the call site
   Invoker invoke = nullptr;
 
-  /// Calls the method from C++, where what it throws may be caught.
+  /// Calls the method from C++, which may catch what the method throws.
   int64_t call(const int64_t* arguments, const SourceLocation* callSite) const;
 };
 
 /// What a type is loaded from.
 enum class Origin {
   classPath,  ///< a source file on the class path: its package and its class must match its place there
-  named,      ///< a source file that is named directly, and may lie anywhere
+  named,      ///< a source file that is named directly and may be anywhere
   instance,   ///< the source of a generic class, for one of its instances
   object,     ///< an object file
 };
@@ -49,24 +49,24 @@ struct Type {
   std::string fullName;
   Origin origin;
   std::string source;           ///< the file that it was loaded from, as it was named
-  std::vector<Method> methods;  ///< in the order of their names
+  std::vector<Method> methods;  ///< sorted by name
 
   const Method* find(std::string_view method) const;
 };
 
-/// A type as it is spelled, without blanks.
+/// The spelling of a type without blanks.
 std::string withoutBlanks(std::string_view text);
 
 /// Splits a list of spelled types at its outer commas.
 std::vector<std::string> splitTypes(std::string_view list);
 
-/// Tells whether a spelled type is one that the runtime itself brings.
+/// Tells whether a spelled type is built in.
 bool isBuiltInType(std::string_view type);
 
-/// Tells whether a class would have the name of a type that the runtime itself brings.
+/// Tells whether a name is that of a built-in type, which no class may have.
 bool isBuiltInName(std::string_view name);
 
-/// Tells whether the values of a type are pointers: all are but ints, booleans and nothing.
+/// Tells whether the values of a type are pointers: those of all types except int, boolean and void.
 bool isPointerType(std::string_view type);
 
 /// Tells whether a value of one type may be used where another is wanted: they are equal, or it is null for a type
@@ -78,7 +78,7 @@ std::optional<std::string> sumProblem(const std::string& left, const std::string
 std::optional<std::string> comparisonProblem(const std::string& left, const std::string& right);
 std::optional<std::string> textProblem(const std::string& type);
 
-/// Says what is wrong with a value in the place of another type, if anything.
+/// Says what is wrong with using a value of one type where another is wanted, if anything.
 std::optional<std::string> assignmentProblem(const std::string& wanted, const std::string& given);
 
 /// Says what is wrong with the type of a value whose method is called, if anything.

@@ -1,4 +1,4 @@
-// The one registry of the process. `gReflectionMutex` guards all of it but the numbers of the types.
+// The one registry of the process. `gReflectionMutex` guards everything except the numbers of the types.
 #include "reference_host/runtime/type_registry.h"
 
 #include <algorithm>
@@ -17,7 +17,8 @@
 
 std::mutex gReflectionMutex;
 
-// `gTypes` is made in room of its own and never destroyed: threads that outlive `main` walk it as the process ends.
+// `gTypes` is constructed in separate storage and never destroyed: threads that outlive `main` may walk it while the
+// process ends.
 using TypeTable = std::vector<TypeRecord>;
 using Room = std::aligned_storage_t<sizeof(TypeTable), alignof(TypeTable)>;
 extern __attribute__((visibility("default"))) Room roomOfTypes __asm__("gTypes");
@@ -28,7 +29,8 @@ namespace orva::runtime {
 
 namespace {
 
-/// The types by number. Threads may read what is counted while one adds: a list that has become too short is kept.
+/// The types by number. Threads may read them while one thread adds a type, so lists that have become too short are
+/// kept.
 class TypeNumbers {
  public:
   int32_t count() const { return count_.load(std::memory_order_acquire); }
@@ -56,7 +58,7 @@ struct Registry {
   std::deque<Type> types;  // never moves its elements
   TypeNumbers numbers;
   std::unordered_map<std::string, const Type*> fullNames;
-  /// Short names of types in packages, but for generic instances; null for a name that several types share.
+  /// Short names of types in packages, except for generic instances; null for a name that several types share.
   std::unordered_map<std::string, const Type*> shortNames;
 };
 
@@ -88,10 +90,10 @@ Type makeType(Registration::Noted noted) {
 void add(Registration::Noted noted) {
   Registry& all = registry();
   Type& type = all.types.emplace_back(makeType(std::move(noted)));
-  // What any other spelling of a generic instance means depends on the classes that there are when it is asked for.
+  // What any other spelling of a generic instance means depends on the classes that exist when it is looked up.
   const bool isInstance = type.fullName.find('<') != std::string::npos;
   TypeRecord record{isInstance ? "" : type.name, type.fullName, {}, {}, &type, {}};
-  // The type itself stands first, so that a type without methods is ready too.
+  // The type itself comes first, so that a type without methods is ready too.
   record.members.push_back(&type);
   for (Method& method : type.methods) record.members.push_back(&method);
   all.fullNames.emplace(type.fullName, &type);
@@ -147,7 +149,7 @@ static const Type* findByEither(const std::string& name) {
   return type != nullptr ? type : lookUp(registry().shortNames, name);
 }
 
-/// A generic spelling with the full name of each class that is loaded; the lock is held.
+/// A generic spelling with the full names of all loaded classes in it; the lock is held.
 static std::string withFullNames(const std::string& name) {
   std::string spelling;
   for (std::size_t begin = 0; begin < name.size();) {
@@ -186,7 +188,7 @@ const Type* findTypeByShortName(const std::string& name) {
   const auto found = registry().shortNames.find(name);
   if (found == registry().shortNames.end()) return nullptr;
   if (found->second != nullptr) return found->second;
-  // As the library says it of a name that is asked for by itself.
+  // The library's message for an ambiguous name that is not an argument.
   throw std::runtime_error("Ambiguous plugin entry type '" + name + "'; use its fully qualified name");
 }
 

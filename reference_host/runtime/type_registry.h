@@ -1,4 +1,4 @@
-// The registry of loaded types: fills `gTypes` and answers by name. Types are never taken away, and pointers to them
+// The registry of loaded types: fills `gTypes` and finds types by name. Types are never removed, and pointers to them
 // and to their names stay valid for the life of the process.
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace orva::runtime {
 
-// What the initialiser of a compiled class hands over. Compiled code holds constants of these layouts.
+// What the initialiser of a compiled class passes to the registry. Compiled code contains constants of these layouts.
 struct MethodDescriptor {
   const char* name;
   const char* parameters;  ///< spelled types, joined by commas
@@ -33,7 +33,7 @@ struct TypeDescriptor {
 /// none.
 class Registration {
  public:
-  /// A type and where it comes from.
+  /// A type and what it is loaded from.
   struct Noted {
     const TypeDescriptor* descriptor;
     Origin origin;
@@ -45,16 +45,16 @@ class Registration {
   Registration(const Registration&) = delete;
   Registration& operator=(const Registration&) = delete;
 
-  /// Tells where the types to come are loaded from.
+  /// Sets what the following types are loaded from.
   void setSource(Origin origin, std::string source) {
     origin_ = origin;
     source_ = std::move(source);
   }
 
-  /// Notes a type; its descriptor stays where it is until the commit.
+  /// Notes a type; its descriptor must stay valid until the commit.
   void add(const TypeDescriptor& descriptor) { noted_.push_back({&descriptor, origin_, source_}); }
 
-  /// Makes the noted types known. Throws `std::runtime_error` when one is known already; then none is added.
+  /// Registers the noted types. Throws `std::runtime_error` if one is registered already; then none is added.
   void commit();
 
   /// The registration that is open on this thread; null when there is none.
@@ -70,7 +70,7 @@ class Registration {
 const Type* findType(std::string_view name);
 
 /// Notes which generic instance a spelling was resolved to: the next `findType` of the spelling on this thread finds
-/// that instance. Judged only by the loaded types, the spelling may mean another one, or be ambiguous.
+/// that instance. Going by the loaded types alone, the spelling might mean another instance or be ambiguous.
 void noteSpelling(std::string_view spelling, const std::string& fullName);
 
 /// Finds a type by its full name alone.

@@ -34,7 +34,7 @@ class Arena {
   }
 
  private:
-  /// What begins each chunk: the chunks are a list, so that all that is held can be reached.
+  /// The beginning of each chunk. The chunks form a list, so that all of them stay reachable.
   struct alignas(std::max_align_t) Chunk {
     Chunk* previous;
   };
@@ -52,7 +52,7 @@ class Arena {
   std::size_t left_ = 0;
 };
 
-/// A share of the address space that nothing uses for now.
+/// A share of the address space that is kept in reserve.
 class Kept {
  public:
   void release() {
@@ -76,7 +76,7 @@ struct Memory {
 
 }  // namespace
 
-/// Never destroyed: threads may still run while the process ends. It needs no memory itself.
+/// Never destroyed: threads may still run while the process ends. It needs no allocation.
 static Memory& memory() {
   alignas(Memory) static std::array<std::byte, sizeof(Memory)> room;
   static auto* const only = new (room.data()) Memory();
@@ -134,7 +134,7 @@ Exception* newException(std::string_view className, std::string_view message, co
 
 namespace {
 
-/// An exception that brings its own memory.
+/// An exception with its own storage.
 struct LastException {
   Exception* fill(const char* message, const SourceLocation* location) noexcept {
     std::snprintf(text.data(), text.size(), "%s", message);

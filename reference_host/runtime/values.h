@@ -1,4 +1,4 @@
-// The values of the language as the runtime holds them. An int and a boolean are 64-bit integers, a String is a
+// The values of the language as the runtime represents them. An int and a boolean are 64-bit integers, a String is a
 // NUL-terminated text, everything else is a pointer to one of these.
 #pragma once
 
@@ -16,7 +16,7 @@ namespace orva::runtime {
 struct CallTrace;
 struct Type;
 
-/// Where a call stands in a source. Compiled code holds constants of this layout.
+/// The place of a call in a source. Compiled code contains constants of this layout.
 struct SourceLocation {
   const char* file;
   int64_t line;
@@ -41,12 +41,12 @@ struct Exception {
   const CallTrace* trace;          ///< null where no compiled method was running
 };
 
-/// What travels through C++ and compiled frames while a language exception is thrown.
+/// The C++ exception that carries a language exception through C++ and compiled frames.
 struct Thrown {
   Exception* exception;
 };
 
-/// Thrown where the memory for a value runs out.
+/// Thrown when there is no memory for a value.
 class OutOfMemory : public std::bad_alloc {
  public:
   /// "no room for a KIND of COUNT UNITS".
@@ -57,8 +57,8 @@ class OutOfMemory : public std::bad_alloc {
   std::array<char, 96> text_;
 };
 
-// All values live until the process ends: programs of this dialect are short, and natives may keep what they got.
-// What makes one throws `OutOfMemory`.
+// All values live until the process ends: programs of this dialect are short, and natives may keep what they received.
+// Functions that make values throw `OutOfMemory`.
 
 /// Copies a text up to its first zero byte.
 const char* newText(std::string_view text);
@@ -70,17 +70,17 @@ Object* newObject(const Type& type);
 /// An exception that this thread throws now, with the calls that led to it.
 Exception* newException(std::string_view className, std::string_view message, const SourceLocation* location);
 
-/// An exception for when memory ran out. It needs none, and releases the reserve for its handlers; where that has been
-/// used too, the next such exception of this thread takes its place.
+/// An exception for when memory has run out. It needs no memory itself, and releases the reserve for its handlers. Once
+/// the reserve is used up too, the next such exception of this thread replaces it.
 Exception* newMemoryException(const std::bad_alloc& failure, const SourceLocation* location) noexcept;
 
-/// What memory is kept for until it has run out: handlers of exceptions, and the report of how the program ended.
+/// What some memory is reserved for: handlers of exceptions, and the report of how the program ended.
 enum class Reserve { handlers, report };
 
-/// Frees what is kept, if it still is.
+/// Frees a reserve, unless it has been freed.
 void release(Reserve reserve) noexcept;
 
-/// Memory that lives as long as values do.
+/// Allocates memory that lives as long as values do.
 void* newBytes(std::size_t size, std::size_t alignment, const char* kind);
 
 template <typename Value>
