@@ -1,4 +1,4 @@
-// Files, classes, methods and parameters: what they hold, and which are refused.
+// Files, classes, methods and parameters: what they contain, and which are refused.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,4 +1,4 @@
-// How errors show the place that they speak of: file, line, column, the line itself, and a caret under it.
+// How errors show their place: file, line, column, the line itself, and a caret under it.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -92,7 +92,7 @@ TEST(SourceError, CountsColumnsBehindAByteOrderMark) {
             refusal(mark + mark + "class A {}"));
 }
 
-/// The text of so many errors, one in each line.
+/// The text of `count` errors, one per line.
 static std::string errors(std::size_t count) {
   SourceText source{"Main.ov", ""};
   std::vector<Diagnostic> diagnostics;

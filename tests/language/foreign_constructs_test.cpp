@@ -1,4 +1,4 @@
-// Programs in the manner of other languages: each construct is refused by what the dialect has in its place.
+// Programs in the style of other languages: the message for each construct says what the dialect offers instead.
 #include "reference_host/language/foreign_constructs.h"
 
 #include <gtest/gtest.h>

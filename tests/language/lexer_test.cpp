@@ -1,4 +1,4 @@
-// Which bytes make which tokens, where the tokens stand, and which bytes make none.
+// Which bytes form which tokens, where the tokens are, and which bytes form none.
 #include "reference_host/language/lexer.h"
 
 #include <gtest/gtest.h>

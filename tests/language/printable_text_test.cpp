@@ -13,7 +13,7 @@
 namespace orva::language {
 using namespace std::string_literals;
 
-/// The UTF-8 form of a code point, also of one that UTF-8 forbids.
+/// The UTF-8 form of a code point, even of one that UTF-8 forbids.
 static std::string utf8(char32_t code) {
   if (code < 0x80) return {static_cast<char>(code)};
   std::string bytes;
@@ -153,7 +153,7 @@ TEST(Excerpt, CutsOnEitherSide) {
   EXPECT_EQ("…" + std::string(15, '\t') + "…", excerpt(std::string(100, '\t'), 50).text);
 }
 
-/// A line of so many characters, taken from a list one after another.
+/// A line of `count` characters from a list.
 static std::string lineOf(const std::vector<std::string>& characters, std::size_t count) {
   std::string line;
   for (std::size_t i = 0; i < count; ++i) line += characters[i * 7 % characters.size()];

@@ -1,4 +1,4 @@
-// Works out the text of the one diagnostic that is expected, and compares the whole of it.
+// Builds the text of the one diagnostic that is expected, and compares all of it.
 #include "refusals.h"
 
 #include <algorithm>

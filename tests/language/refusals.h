@@ -1,4 +1,4 @@
-// Asserting that a source is refused: where, and with which whole message.
+// Asserts that a source is refused, at which place, and with which whole message.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ using Table = std::vector<std::pair<std::string, std::string>>;
 /// `^` in it. The mark itself is not parsed.
 testing::AssertionResult refuses(std::string marked, const std::string& message);
 
-/// The same for whatever else reads a source.
+/// The same for any other function that reads a source.
 testing::AssertionResult refuses(SourceText marked, const std::string& message,
                                  const std::function<void(const SourceText&)>& read);
 

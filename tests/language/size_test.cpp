@@ -21,7 +21,7 @@ static std::string repeated(std::size_t count, const std::string& text) {
 
 namespace {
 
-/// A source that is nested as often as one likes; `core` holds the mark of the place that is too deep.
+/// A source with any number of nested levels; `core` contains the mark of the place that is too deep.
 struct Nest {
   std::string before, open, core, close, after;
 
@@ -37,7 +37,7 @@ static Nest inMethod(const Nest& nest) {
   return {"class A { void m() { " + nest.before, nest.open, nest.core, nest.close, nest.after + " } }"};
 }
 
-/// Succeeds when so many levels are the most that parse.
+/// Succeeds when `levels` levels parse and one more is refused.
 static testing::AssertionResult isDeepest(std::size_t levels, const Nest& nest) {
   std::string text = nest.marked(levels);
   text.erase(text.find('^'), 1);

@@ -1,4 +1,4 @@
-// Statements: what each holds, and which are refused.
+// Statements: what each contains, and which are refused.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -105,8 +105,7 @@ TEST(Statement, TellsWhereItStands) {
   EXPECT_EQ("3:19", placeText(std::get<Try>(body[2].form).variablePosition));
 }
 
-// A word of the language where a name is expected: the message asks for the name, whatever other languages do with the
-// word.
+// A keyword where a name is expected: the message asks for the name, whatever the word means in other languages.
 TEST(Statement, AsksForANameInThePlaceOfAWord) {
   for (const std::string word : {"package", "class", "public", "static", "native", "return", "if", "else", "try",
                                  "catch", "throw", "new", "true", "false", "null"}) {

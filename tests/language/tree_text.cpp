@@ -22,7 +22,7 @@ struct ExpressionText {
   std::string operator()(const NameUse& use) const { return use.name; }
   std::string operator()(const ListLiteral& literal) const { return "[list" + spaced(literal.elements) + "]"; }
 
-  /// Operators stand between the operands that they join, as the tree is flat.
+  /// Writes operators between their operands, since the tree is flat.
   std::string operator()(const Operation& operation) const {
     std::string text = "(" + treeText(operation.operands.at(0));
     for (std::size_t i = 1; i < operation.operands.size(); ++i) {

@@ -7,8 +7,8 @@
 
 namespace orva::language {
 
-/// Every node has brackets: `(a + b)`, `[list a b]`, `<a .b .call(x, y)>`, `{class a.B<C>}`; strings are quoted as they
-/// are.
+/// Every node has brackets: `(a + b)`, `[list a b]`, `<a .b .call(x, y)>`, `{class a.B<C>}`; strings are quoted without
+/// escapes.
 std::string treeText(const Expression& expression);
 
 /// Such as `(let int x 1)`, `(set x 1)`, `(do x)`, `(return)`, `(if c {…} {…})`, `(try {…} Class name {…})`.

@@ -1,4 +1,4 @@
-// Type names given as text: any blanks are fine, anything that is not a type is refused.
+// Type names given as text: blanks are allowed anywhere, and anything that is not a type is refused.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -93,7 +93,7 @@ near --help -help --hepl --halp --hel
 near --version -version --versoin --vers
 check escaped 2 '' "orva-host: unknown option '-\\x1B[31m\\n\\xFF'$try" run app/Main.ov $'-\e[31m\n\xff'
 
-# Folders that cannot be searched are told from those that do not exist.
+# Folders that cannot be searched are distinguished from those that do not exist.
 check no_root 2 '' "orva-host: the class path root 'nowhere' does not exist$try" run app/Main.ov --class-path nowhere
 check file_root 2 '' "orva-host: the class path root 'NoMain.ov' is not a directory$try" run app/Main.ov --class-path NoMain.ov
 check no_library 2 '' "orva-host: no standard library in 'no_library': expected a folder 'orva' there$try" \
@@ -144,7 +144,7 @@ for words in --help 'run --help' 'run app/Main.ov --help' '--help fly'; do
   "$host" $words >.output 2>.errors || fail "$words: status $?"
   [ -s .errors ] && fail "$words: printed errors"
   for text in 'run FILE' '--class-path DIR' '--stdlib DIR' '--trace[=FILE]' '-- ARG...' --help --version 'trusted code' 'Exit status'; do
-    grep -qF -- "$text" .output || fail "'$words' does not tell of '$text'"
+    grep -qF -- "$text" .output || fail "'$words' does not mention '$text'"
   done
   awk 'length > 120 { exit 1 }' .output || fail "'$words' prints lines that are too long"
 done
@@ -196,15 +196,15 @@ check Generic 1 '' "Class 'Generic' is generic: expected 'main' in a class witho
 check incomplete_library 1 '' "$(printf '%s\n' "ClassNotFoundException: Class not found: ClassLoader" '  at Sealed.ov:2 in store.Sealed.main' "  $(tail -1 Sealed.ov)")" \
   run Sealed.ov --stdlib broken
 
-# What cannot be shown is escaped.
+# Unprintable characters are escaped.
 check escaped_file 1 '' "Cannot read 'a\\x1B[31m\\xFF\\rb': No such file or directory" run $'a\e[31m\xff\rb'
 
-# A package directory that may not be read counts as empty; what may not be searched is told from what is not there.
+# A package directory that may not be read counts as empty; one that may not be searched does not count as missing.
 echo 'no source' >sealed/store/Broken.ov
 chmod 000 sealed/store
 reader=("$host")
 if [ "$(id -u)" -eq 0 ]; then
-  # Another user may not reach the folder that the host was built in.
+  # Another user may have no access to the build folder of the host.
   mkdir -p reachable/bin reachable/share
   cp "$host" reachable/bin/
   cp -r "$(dirname "$host")/../share/orva" reachable/share/
@@ -230,7 +230,7 @@ denied "2 orva-host: cannot search the standard library 'closed/inside/orva': Pe
 denied "1 Cannot read 'Closed.ov': Permission denied" Closed.ov
 denied "1 Cannot read 'closed/Sealed.ov': Permission denied" closed/Sealed.ov
 
-# Natives that another library brings: one throws what nobody catches, one is the program itself and raises.
+# Natives of another library: one throws what nobody catches, one is the `main` of a program and raises.
 cat >natives.cpp <<'CPP'
 #include <stdexcept>
 extern "C" void Orva_raise(const char* exceptionClass, const char* message);
@@ -259,7 +259,7 @@ echo 'class Precompiler { static void main() {
 mkdir temporary
 cat >emitter.cpp <<'CPP'
 namespace llvm { [[noreturn]] void report_fatal_error(const char* reason, bool generateCrashDump); }
-// Stands in the place of llvm::legacy::PassManager::run.
+// Replaces llvm::legacy::PassManager::run.
 extern "C" bool _ZN4llvm6legacy11PassManager3runERNS_6ModuleE(void*, void*) {
   llvm::report_fatal_error("no instruction for this", true);
 }
@@ -276,7 +276,7 @@ preload=$work/natives.so
 check raised_by_main 1 '' 'Raised: before any line was reached' run Raiser.ov
 preload=
 
-# A working directory so deep that it has no name: files are found as they are named.
+# A working directory too deep to have an absolute path: files are found by the given names.
 folder=$(printf 'd%.0s' {1..200})
 for ((i = 0; i < 25; i++)); do
   mkdir "$folder"

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks what becomes of programs for which memory runs out: they get exceptions, which they can catch, and whatever else
-# fails is said in one line. Where it runs out first depends on the limit, so each program runs under many.
-# Usage: check_memory.sh ORVA_HOST
+# Checks what happens to programs that run out of memory: they get exceptions, which they can catch, and any other
+# failure is reported in one line. What fails first depends on the limit, so each program runs under many limits. Usage:
+# check_memory.sh ORVA_HOST
 # shellcheck source-path=SCRIPTDIR source=checks.sh
 source "$(dirname "$0")/checks.sh"
 
 # Texts that double, texts that grow a little in each call, texts that are joined and dropped, lists, numbers, and
-# exceptions; each program ends by an exception, which it catches, and goes on.
+# exceptions; each program runs into an exception, which it catches, and continues.
 program() {  # NAME PARAMETERS FIRST BODY
   cat >"$1.ov" <<OV
 class $1 {
@@ -32,7 +32,7 @@ program Thrown 'int n' '0' 'Thrown.fill(0); Thrown.more(n + 1); }
   static void fill(int n) { if (n == 5000) { return; } try { throw new Sour("a message that takes some memory, and is kept for good, as all are, " + n); } catch (Sour e) { } Thrown.fill(n + 1);'
 names=(Doubled Grown Joined Listed Thrown)
 
-# A class that takes the compiler more memory than there may be.
+# A class whose compilation may need more memory than there is.
 {
   echo 'class Wide {'
   for ((i = 0; i < 1500; i++)); do echo "  static String m$i(String a) { Console.print(\"a\" + $i + a); return \"text $i\" + a; }"; done
@@ -41,7 +41,7 @@ names=(Doubled Grown Joined Listed Thrown)
 } >Wide.ov
 echo 'class UseWide { static void main() { Console.print(Wide.all()); } }' >UseWide.ov
 
-# From where the host starts at all.
+# The least limit under which the host starts.
 least=0
 for ((limit = 60000; limit < 1000000; limit += 10000)); do
   echo 'class Hello { static void main() { Console.print("Hello"); } }' >Hello.ov
@@ -51,7 +51,7 @@ for ((limit = 60000; limit < 1000000; limit += 10000)); do
     least=$limit
     break
   fi
-  # Below that, whoever fails says so in a line: the dynamic linker, or the host.
+  # Below that, the dynamic linker or the host reports the failure in one line.
   [ $status -eq 127 ] || { [ $status -eq 1 ] && [ "$(wc -l <.errors)" -eq 1 ] && grep -q "^Out of memory while " .errors; } ||
     fail "start with $limit KiB: found status $status, <$(head -3 .errors)>"
 done
@@ -79,7 +79,7 @@ for ((more = 0; more < 60000; more += 4000)); do
   expect "lines of several threads with $limit KiB" 1 "$(grep -c '^compiled$\|Out of memory' <<<"$together")"
 done
 
-# A source that takes the parser more memory than there is: it is named, whoever asks for it.
+# A source whose parsing needs more memory than there is: the message names it, whatever the program asked for.
 mkdir -p huge
 {
   echo 'package huge; class Huge { static void main() { } }'
@@ -135,7 +135,7 @@ for name in "${names[@]}"; do
     esac
     [ $status -eq 1 ] || fail "$name with $limit KiB: found status $status, <$first>"
   done
-  # With the most, the program itself has caught one.
+  # Under the highest limit, the program itself has caught an exception.
   case $(cat .output) in
     "caught Exception: Out of memory: no room for a "*$'\ngoes on') ;;
     "caught Exception: Recursion too deep in "*$'\ngoes on') ;;

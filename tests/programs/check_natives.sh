@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Checks natives of other libraries: what a process defines under a native's symbol, what natives throw and raise, and
-# the objects that they make. Nothing of it crashes the host.
+# the objects that they make. None of this crashes the host.
 # Usage: check_natives.sh ORVA_HOST CXX_COMPILER
 # shellcheck source-path=SCRIPTDIR source=checks.sh
 source "$(dirname "$0")/checks.sh"
@@ -68,7 +68,7 @@ void* orva_Objects_make(int64_t how) {
   return nullptr;
 }
 
-// Each thread asks for instances, and soon for ones that are new, until the process ends.
+// Each thread asks for instances, and soon for new ones, until the process ends.
 void orva_Asker_start() {
   for (const char* first : {"int", "String"}) {
     std::thread([first] {
@@ -81,7 +81,7 @@ void orva_Asker_start() {
 }
 void orva_Asker_exit(int64_t status) { exit(static_cast<int>(status)); }
 
-// What a handler of `exit` may do: look types up, and wait for a thread that does.
+// What a handler of `exit` may do: look up types, and wait for a thread that does.
 void orva_Handler_start() {
   std::atexit([] {
     std::thread([] { std::puts(orva_ClassLoader_getTypeByName("Box<String>") ? "found" : "not found"); }).join();
@@ -106,14 +106,14 @@ void orva_Ender_cancel() {
 int64_t orva_Objects_isSame(void* receiver, void* other) { return receiver == other ? 1 : 0; }
 }
 CPP
-# Where constants are not apart from code, they lie in memory that can be executed.
+# If constants are not separated from code, they are in executable memory.
 for code in separate-code noseparate-code; do
   "$compiler" -shared -fPIC natives.cpp -Wl,-z,$code -o "$code.so" || exit 1
 done
 natives=separate-code
 with_natives() { with_library "$work/$natives.so" "$host" "$@"; }
 
-# What is under the symbol of a native.
+# What the process defines under the symbol of a native.
 for natives in noseparate-code separate-code; do
   for name in number constant zero text local pointer table absolute untyped; do
     echo "class Data { static native void $name(); static void main() { Data.$name(); } }" >Data.ov
@@ -129,7 +129,7 @@ for name in function weak alias chosen; do
   expect "function '$name'" called "$(with_natives run Code.ov 2>&1)"
 done
 
-# What has no text.
+# Exceptions without a message.
 silence='A native threw a std::exception without a message'
 expected=("$silence" "$silence" "$silence" 'Out of memory' 'Told: ' 'Exception: message' 'Exception: '
   "Cannot allocate an object: no single class is named ''")
@@ -139,7 +139,7 @@ for how in "${!expected[@]}"; do
   expect "failure $how" "1 ${expected[how]}" "$? $(head -1 <<<"$found")"
 done
 
-# Objects of a native are what it says, and are not looked into.
+# Objects are whatever a native returns, and are never read.
 cat >Objects.ov <<'OV'
 class Objects {
   static native Objects make(int how);
@@ -199,7 +199,7 @@ for _ in {1..25}; do
 done
 expect 'folders of threads that outlive the program' '' "$(ls folder)"
 
-# What natives have registered for the end works there, however the program ends.
+# Exit handlers that natives have registered work, however the program ends.
 echo 'class Handler {
   static native void start();
   static native void exit();
@@ -223,7 +223,7 @@ echo 'class Ender {
     try { if (how.get(0) == "end") { Ender.end(); } Ender.cancel(); } catch (Exception e) { Console.print("caught"); }
   }
 }' >Ender.ov
-# The last thread ends the process then, when LeakSanitizer has forgotten where its stack was.
+# The last thread ends the process then, and LeakSanitizer no longer knows where its stack was.
 for how in end cancel; do
   expect "a native that ends its thread by $how" 'unwound
 0' "$(ASAN_OPTIONS=detect_leaks=0 with_natives run Ender.ov -- $how 2>&1; echo "$?")"

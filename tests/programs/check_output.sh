@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Checks that nothing which a program prints is lost in silence: every write that fails is reported, whatever the sizes
-# of the texts, and all that was printed before a crash is there.
+# Checks that output is never lost silently: every write that fails is reported, whatever the sizes of the texts, and
+# everything that was printed before a crash is there.
 # Usage: check_output.sh ORVA_HOST CXX_COMPILER
 # shellcheck source-path=SCRIPTDIR source=checks.sh
 source "$(dirname "$0")/checks.sh"
 compiler=$2
-# A build for coverage would write its profile below the limits that are tried.
+# A coverage build would write its profile under the limits that are tried.
 export LLVM_PROFILE_FILE=/dev/null
 
 text() { printf "%$1s" | tr ' ' "$2"; }  # SIZE BYTE
@@ -21,7 +21,7 @@ class Print {
 }
 OV
 
-# Sizes around those of buffers, alone and in all pairs; the disk is full from the first byte on.
+# Sizes around those of buffers, alone and in all pairs; the disk is full from the first byte.
 sizes=(0 1 1023 4094 4095 4096 4097 8191 8192 70000)
 mixes=()
 for one in "${sizes[@]}"; do
@@ -35,11 +35,11 @@ for mix in "${mixes[@]}"; do
   expect "full disk, $mix" '1 Cannot print: No space left on device' "$? $(cat .errors)"
 done
 
-# The shell's memory is gone when the host writes to it: what takes no byte takes none later.
+# The shell's memory is gone when the host writes to it: what accepts no byte now accepts none later.
 timeout 10 "$host" run Print.ov -- text >/proc/self/mem 2>.errors
 expect 'a file that takes nothing' '1 Cannot print: Input/output error' "$? $(cat .errors)"
 
-# A file may become so long and no longer: what fits is there, the rest is reported.
+# A file with a size limit: what fits is written, the rest is reported.
 for sizes in '2047 1' '2048' '1000 1000 1000' '4096 4095' '70000'; do
   words=()
   for size in $sizes; do words+=("$(text "$size" x)"); done
@@ -61,7 +61,7 @@ exec 3<>pipe 4>pipe 3>&-
 expect 'pipe without a reader' '1 Cannot print: Broken pipe' "$? $(cat .errors)"
 exec 4>&-
 
-# Natives that end the process in the midst of it, and print by themselves.
+# Natives that end the running process, and natives that print by themselves.
 cat >natives.cpp <<'CPP'
 #include <csignal>
 #include <cstdio>
@@ -92,7 +92,7 @@ for how in 0 1 9 11 15; do
   expect "what was printed before end $how, in a pipe" 'first last' "$(with_natives run End.ov 2>.errors | tr '\n' ' ' | sed 's/ $//')"
 done
 
-# One order for all that prints, and for errors.
+# Output and errors keep their order, whoever prints.
 cat >Order.ov <<'OV'
 class Order {
   static void main() {
@@ -107,7 +107,7 @@ OV
 with_natives run Order.ov >.output 2>&1
 expect order '1 2 3 4 Exception: 5' "$(head -5 .output | tr '\n' ' ' | sed 's/ $//')"
 
-# Output that does not wait for its reader.
+# Non-blocking output with a slow reader.
 cat >Hurry.ov <<'OV'
 class Hurry {
   static void lines(String text, int n) {
@@ -128,7 +128,7 @@ expect 'all of it' 400000 "$(tr -d ' ' <.size)"
 # A full pipe that another program made non-blocking: every message still waits for room.
 echo 'class Late { static void main() { throw new Late("the reason"); } }' >Late.ov
 echo 'class Bad { static void main() { missing = 1; } }' >Bad.ov
-into_full_pipe() {  # COMMAND…; what comes behind the 64 KiB that fill the pipe
+into_full_pipe() {  # COMMAND…; sets `received` to the status and the first line after the 64 KiB that fill the pipe
   { sleep 0.2; tail -c +65537; } <slow >.received &
   python3 - "$@" <<'PY'
 import fcntl, os, subprocess, sys
@@ -151,8 +151,8 @@ expect 'a missing file in a full pipe' "1 Cannot read 'Absent.ov': No such file 
 into_full_pipe "$host" --version
 expect 'the version in a full pipe' "0 $("$host" --version | head -1)" "$received"
 
-# Sockets and terminals, which cannot be made to wait for one program only: no message is lost.
-message_in_full() {  # KIND COMMAND…; the status and the first line behind what fills a full socket or terminal
+# Sockets and terminals, which cannot be made blocking for one program only: no message is lost.
+message_in_full() {  # KIND COMMAND…; prints the status and the first line after what fills a socket or terminal
   python3 - "$@" <<'PY'
 import os, pty, socket, subprocess, sys, time, tty
 if sys.argv[1] == "socket":

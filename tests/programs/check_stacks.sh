@@ -2,7 +2,7 @@
 # Checks that recursion which is too deep is caught on stacks of all sizes, and that classes are loaded, compiled ahead
 # and instantiated at the end of the stack.
 # Usage: check_stacks.sh ORVA_HOST [all]
-# With `all`, on more stacks, on such as sanitizers find too short, and where there is no /proc.
+# With `all`, also on stacks of more sizes, including those too small for sanitizers, and without /proc.
 # shellcheck source-path=SCRIPTDIR source=checks.sh
 source "$(dirname "$0")/checks.sh"
 
@@ -26,7 +26,7 @@ class Main {
     if (kind == 2) { ClassLoader.precompileSources(["deep/Ahead.ov"]); }
     if (kind == 2) {
       ArrayList<String> identities = [Compiler.sourceIdentity("deep/Ahead.ov")];
-      // It is there already when the stack was too short for what follows.
+      // It is loaded already when the stack was too small for what follows.
       try { ClassLoader.loadObjectBundle(["deep/Ahead.o"], identities, "deep.Ahead"); } catch (IllegalStateException e) { }
       return ClassLoader.getTypeByName("deep.Ahead").call("text");
     }
@@ -68,7 +68,7 @@ check() {  # STACK COMMAND…
   (ulimit -s "$1" && timeout 100 "${@:2}" "$host" run Main.ov >.output 2>.errors)
   expect "stack of $1 KiB ${*:2}" "1 $expected" "$? $(cat .output && head -1 .errors)"
 }
-# The longest stack takes a second for each time that a program reaches its end.
+# Reaching the end of the largest stack takes a second each time.
 check_unlimited() {  # COMMAND…
   local once=${expected/item*missing.Class/item}
   sed '/Main.check([1-4])/d; s/Main/Brief/g' Main.ov >Brief.ov
@@ -77,7 +77,7 @@ check_unlimited() {  # COMMAND…
 }
 for stack in 192 1024 8192; do check $stack; done
 
-# The frame of a method stays small, however many calls it makes and arguments they take.
+# The frame of a method stays small, however many calls it makes and however many arguments they take.
 arguments=$(printf 'n%.0s,' {1..254})n
 {
   echo 'class Wide { static void main() { Wide.down(0); } static void down(int n) { Wide.down(n + 1);'
@@ -91,11 +91,11 @@ expect 'wide calls' "1 Exception: Recursion too deep in 'Wide.down'" "$? $(head 
 for stack in 48 100 256 300 512 3000; do check $stack; done
 check_unlimited
 
-# A long method has a large frame, whatever statements it has. If the stack is too short for it, the call raises.
+# A long method has a large frame, whatever statements it has. If the stack is too small for it, the call raises.
 lines() {  # COUNT LINE, in which `#` is the line's number
   for ((i = 0; i < $1; i++)); do echo "${2//#/$i}"; done
 }
-# Where such a method calls itself, the recursion is too deep, however large the first frame is.
+# If such a method calls itself, the error is that the recursion is too deep, however large the first frame is.
 {
   echo 'class Long { static int down(int n) {'
   lines 3000 'int v# = n;'
@@ -130,11 +130,11 @@ for class in Variables Flags Sums Branches Handlers Late; do
       *) fail "$class on $stack KiB: found <$found>" ;;
     esac
   done
-  expect "a stack that is too short for $class" 1 $told
+  expect "a stack that is too small for $class" 1 $told
   expect "$class on 8 MiB" 'done' "$(ulimit -s 8192 && exec "$host" run $class.ov 2>&1)"
 done
 
-# The program is read and compiled however deep it is nested, also if it has an error.
+# The program is read and compiled however deeply it is nested, even if it has an error.
 nested() {  # CLASS COUNT OPEN INNER CLOSE
   echo "class $1 { static boolean no() { return false; } static void main() { Console.print(\"start\");"
   for ((i = 0; i < $2; i++)); do printf '%s' "$3"; done
@@ -158,7 +158,7 @@ for stack in 48 56 64 96 128 160 192 256; do
   done
 done
 
-# A stack that has no room for the start is told in one line.
+# A stack that is too small to start the host is reported in one line.
 echo 'class Hello { static void main() { Console.print("Hello"); } }' >Hello.ov
 for stack in 16 18 20 22 24 28 32 36 40; do
   (ulimit -s $stack && exec "$host" run Hello.ov >.output 2>.errors)
@@ -169,7 +169,7 @@ for stack in 16 18 20 22 24 28 32 36 40; do
   esac
 done
 
-# Nothing of it depends on /proc.
+# None of this depends on /proc.
 # shellcheck disable=SC2016
 without_proc=(unshare --user --map-root-user --mount sh -c 'mount -t tmpfs none /proc && exec "$@"' sh)
 if "${without_proc[@]}" true 2>/dev/null; then

@@ -4,7 +4,7 @@
 # shellcheck source-path=SCRIPTDIR source=checks.sh
 source "$(dirname "$0")/checks.sh"
 compiler=$2
-# A build for coverage would write its profile below the limits that are tried.
+# A coverage build would write its profile under the limits that are tried.
 export LLVM_PROFILE_FILE=/dev/null
 mkdir temporary
 export TMPDIR=$work/temporary
@@ -15,7 +15,7 @@ expect_no_files() {  # NAME
 }
 
 echo 'class Box<T> { static String of() { return "box"; } }' >Box.ov
-# Makes a generic instance, which is a file in TMPDIR, tells so, and goes on without end.
+# Makes a generic instance, which is a file in TMPDIR, then writes Box.o to say so, and runs without end.
 cat >Endless.ov <<'OV'
 class Endless {
   static int down(int n) { if (n == 60) { return 0; } return Endless.down(n + 1) + Endless.down(n + 1); }
@@ -60,14 +60,14 @@ end() {  # SIGNAL
 
 # Signals, each with the status that the process has when nobody handles it.
 for signal in HUP INT QUIT PIPE ALRM TERM USR1 USR2 XCPU XFSZ VTALRM PROF IO PWR STKFLT RTMIN RTMIN+7 RTMAX; do
-  # A shell has its background commands ignore some.
+  # A shell makes its background commands ignore some signals.
   start env --default-signal
   end "$signal"
   expect "SIG$signal: status" $((128 + $(kill -l "$signal"))) "$found"
   expect_no_files "SIG$signal"
 done
 
-# One that comes while the folder is made.
+# A signal that arrives while the folder is created.
 cat >early.cpp <<'CPP'
 #include <csignal>
 #include <fcntl.h>
@@ -79,16 +79,16 @@ extern "C" int mkdir(const char* path, mode_t mode) {
   return result;
 }
 CPP
-"$compiler" -shared -fPIC early.cpp -o early.so || fail 'early.so is not compiled'
+"$compiler" -shared -fPIC early.cpp -o early.so || fail 'cannot compile early.so'
 with_library "$work/early.so" env --default-signal "$host" run Short.ov >output 2>errors
 expect 'while the folder is made: status' 143 $?
 expect_no_files 'while the folder is made'
-# By another thread, because the stack is too short for the compiler.
+# The same in another thread, because the stack is too small for the compiler.
 (ulimit -s 256 && with_library "$work/early.so" env --default-signal "$host" run Short.ov) >output 2>errors
 expect 'while another thread makes the folder: status' 143 $?
 expect_no_files 'while another thread makes the folder'
 
-# One that comes while the folder is removed, at the end of the program or because of another signal.
+# A signal that arrives while the folder is removed, at the end of the program or because of another signal.
 cat >late.cpp <<'CPP'
 #include <csignal>
 #include <sys/syscall.h>
@@ -98,7 +98,7 @@ extern "C" int unlinkat(int folder, const char* path, int flags) {
   return static_cast<int>(syscall(SYS_unlinkat, folder, path, flags));
 }
 CPP
-"$compiler" -shared -fPIC late.cpp -o late.so || fail 'late.so is not compiled'
+"$compiler" -shared -fPIC late.cpp -o late.so || fail 'cannot compile late.so'
 late=(env --default-signal LD_PRELOAD="$work/late.so" ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS-}")
 "${late[@]}" "$host" run Short.ov >output 2>errors
 expect 'while the folder is removed: status' 143 $?
@@ -111,7 +111,7 @@ for signal in INT TERM XFSZ; do
   expect_no_files "while SIG$signal removes the folder"
 done
 
-# One that is ignored stays ignored, as under nohup.
+# An ignored signal stays ignored, as under nohup.
 for signal in HUP XFSZ; do
   start env --default-signal --ignore-signal=$signal
   kill -s $signal "$running"
@@ -120,12 +120,12 @@ for signal in HUP XFSZ; do
   expect_no_files "ignored SIG$signal"
 done
 
-# Whoever reads the output goes away.
+# The reader of the output goes away.
 "$host" run Printer.ov 2>errors | head -1 >/dev/null
 expect 'closed pipe: status' 141 "${PIPESTATUS[0]}"
 expect_no_files 'closed pipe'
 
-# After SIGKILL the next start removes what is left, but for what belongs to a process that lives.
+# After SIGKILL the next start removes what is left, except what belongs to a living process.
 start env --default-signal
 end KILL
 [ "$(ls -A temporary)" ] || fail 'SIGKILL left nothing to remove'
@@ -135,7 +135,7 @@ start env --default-signal
 living=$(ls -A temporary)
 expect 'beside a living process: output' short "$("$host" run Short.ov)"
 expect 'beside a living process: its folder' "$living" "$(ls -A temporary)"
-# In a namespace of its own, where process ids begin anew and no process of ours is seen.
+# In a namespace of its own, where process ids start over and our processes are invisible.
 if unshare --user --map-root-user --pid --fork true 2>/dev/null; then
   expect 'from another namespace: output' short "$(unshare --user --map-root-user --pid --fork "$host" run Short.ov)"
   expect 'from another namespace: its folder' "$living" "$(ls -A temporary)"
@@ -154,7 +154,7 @@ if unshare --user --map-root-user --pid --fork true 2>/dev/null; then
   expect_no_files 'first process'
 fi
 
-# Files that may not grow are errors, not signals; what was there stays.
+# Exceeding the file size limit is an error, not a signal; the old file stays.
 "$host" run Maker.ov || fail 'Maker.ov failed'
 before=$(sha256sum Box.o)
 (ulimit -f 1; exec "$host" run Maker.ov) >output 2>errors
@@ -167,7 +167,7 @@ expect 'exhausted output: status' 1 "$(cat status)"
 expect 'exhausted output: message' 'Cannot print: File too large' "$(cat errors)"
 expect_no_files 'exhausted output'
 
-# TMPDIR: none is the usual one, an unusable one is named with the reason.
+# TMPDIR: without one, the default is used; an unusable one is reported with the reason.
 expect 'empty TMPDIR' short "$(TMPDIR='' "$host" run Short.ov 2>&1)"
 expect 'no TMPDIR' short "$(env -u TMPDIR "$host" run Short.ov 2>&1)"
 for reason in 'nowhere:No such file or directory' 'Box.ov:Not a directory'; do
@@ -179,7 +179,7 @@ for reason in 'nowhere:No such file or directory' 'Box.ov:Not a directory'; do
   expect "TMPDIR=$folder, which is not needed" plain "$(TMPDIR=$folder "$host" run Plain.ov 2>&1)"
 done
 
-# TMPDIR is a link, which leads elsewhere when the folder is removed.
+# TMPDIR is a link, which leads elsewhere by the time the folder is removed.
 mkdir elsewhere
 ln -s temporary link
 TMPDIR=$work/link start env --default-signal
@@ -196,7 +196,7 @@ expect 'planted link: status' 0 $?
 expect 'planted link: its target' "$expected" "$(cat victim)"
 [ -s Box.o ] || fail 'planted link: no object'
 
-# A class of the longest name that a folder holds.
+# A class with the longest name that a file can have.
 name=$(printf 'N%.0s' $(seq 252))
 echo "class $name<T> { static String of() { return \"long\"; } static void main() { Console.print(
   ClassLoader.getTypeByName(\"$name<int>\").call(\"of\")); ClassLoader.precompileSources([\"$name.ov\"]); } }" >"$name.ov"

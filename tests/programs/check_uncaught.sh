@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Checks what is shown of an exception that nothing catches: the calls that led to it, recursion folded, and nothing that
-# could command a terminal.
+# Checks what is printed for an uncaught exception: the calls that led to it, with recursion folded, and nothing that
+# could control a terminal.
 # Usage: check_uncaught.sh ORVA_HOST
 # shellcheck source-path=SCRIPTDIR source=checks.sh
 source "$(dirname "$0")/checks.sh"
 
-# check NAME EXPECTED WORD…: runs the host and compares its errors; numbers of repetitions above 999 are those of deep recursion.
+# check NAME EXPECTED WORD…: runs the host and compares its errors; repetition counts above 999 mean deep recursion.
 check() {
   local name=$1 expected=$2 found status
   shift 2
@@ -43,7 +43,7 @@ check classes $'Exception: Cannot call \'add\' on null\n  at ./a/Shop.ov:3 in a.
   class Till { static void add(ArrayList<String> items) { items.add("x"); } }
   at ./a/Shop.ov:2 in a.Shop.sell\n  at Buyer.ov:1 in Buyer.main' Buyer.ov
 
-# Recursion of each short period, as deep as the stack, and through a number of calls that the period does not divide.
+# Recursion with short periods, as deep as the stack, and with a number of calls that is not a multiple of the period.
 cat >R1.ov <<'OV'
 class R1 {
   static int down(int n) { return R1.down(n + 1); }
@@ -109,5 +109,5 @@ check 'path and source line' 'Exception:
   class Red { static void main() { /* \x1B[2J */ throw new Exception(""); } }' "$name/Red.ov"
 printf 'class Red { static void main() { /* \e[2J */ missing(); } }\n' >"$name/Red.ov"
 timeout 60 "$host" run "$name/Red.ov" 2>.errors
-grep -q $'\e' .errors && fail "an error of the compiler holds an escape: $(cat -v .errors)"
+grep -q $'\e' .errors && fail "an error of the compiler contains an escape: $(cat -v .errors)"
 exit $failures

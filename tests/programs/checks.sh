@@ -1,4 +1,4 @@
-# What checks of the program share: the host, a temporary folder in which they run, and how a check fails.
+# What the checks of the program share: the host, a temporary folder to run in, and how a check fails.
 # shellcheck shell=bash disable=SC2034
 set -uo pipefail
 host=$(realpath "$1")
@@ -16,7 +16,7 @@ expect() {  # NAME EXPECTED FOUND
   [ "$2" = "$3" ] || fail "$1: expected <$2>, found <$3>"
 }
 
-# Runs a command with a library that only the host is started with; a sanitizer would have itself come first.
+# Runs a command with a library preloaded; AddressSanitizer would otherwise insist on being loaded first.
 with_library() {  # LIBRARY COMMAND…
   env "LD_PRELOAD=$1" "ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}" "${@:2}"
 }

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Runs the language program of one folder and compares all that it prints, and its exit status, with its comments.
+# Runs the language program in a folder and compares everything it prints, and its exit status, with its comments.
 # Usage: run_program.sh ORVA_HOST FOLDER [SECONDS]
 #
 # The program is the file of the folder with `// expect` comments:
 #   // expect: LINE          the next line of standard output
 #   // expect-error: LINE    the next line of standard error
 #   // expect-status: N      the exit status, 0 when it is not given
-#   // arguments: WORDS      what follows `run FILE` on the command line, split as a shell would; may be given again for
-#                            a further run of the same program, whose output follows that of the run before
+#   // arguments: WORDS      what follows `run FILE` on the command line, split as a shell would; may be repeated for
+#                            further runs of the same program, whose output follows that of the first
 # A script `setup.sh` of the folder runs first, in the copy, with the path of the host in ORVA_HOST.
 set -uo pipefail
 host=$(realpath "$1") folder=$(realpath "$2") limit=${3:-60}

@@ -1,4 +1,4 @@
-// The names of built-in types mean these types alone: no class has one, and none is looked for.
+// The names of built-in types mean only those types: no class can have one, and no class is looked up by one.
 #include <gtest/gtest.h>
 
 #include "classloader/natives.h"
@@ -26,7 +26,7 @@ static void expectRefused(const std::string& path, int line, std::size_t column,
   EXPECT_EQ(typeCounts(), (std::vector<std::size_t>{0, 0}));
 }
 
-/// The message of the exception that a call ends with.
+/// The message of the exception that a call throws.
 static std::string messageOf(const std::string& className, const std::string& method) {
   try {
     return callText(className, method);

@@ -1,4 +1,4 @@
-// The calls that an exception shows: each with its place, however deep, and after whatever was thrown before.
+// The calls in the trace of an exception: each with its place, however deep they are and whatever was thrown before.
 #include <gtest/gtest.h>
 
 #include "reference_host/compiler/context.h"
@@ -35,7 +35,7 @@ static Lines traceOf(const std::string& name, const std::string& method, const s
   return lines;
 }
 
-/// Methods `m0` to `m<last>`, one in a line, each of which calls the next; the last one throws.
+/// Methods `m0` to `m<last>`, one per line, each of which calls the next; the last one throws.
 static std::string chainOf(const std::string& name, int last) {
   std::string text = "class " + name + " {\n";
   for (int i = 0; i < last; ++i) {
@@ -88,7 +88,7 @@ TEST(CallTrace, FindsOutWhatRecursionOfEachPeriodHasLeftOut) {
 
 TEST(CallTrace, DoesNotTakeOtherCallsForRecursion) {
   const Workspace workspace;
-  // Both ends are calls of `a`, and one call of `b` is among those that are left out.
+  // Both ends are calls of `a`, and one call of `b` is among those that are omitted.
   load("Odd",
        "class Odd {\n"
        "  static void a(int n) {\n"

@@ -1,4 +1,4 @@
-// Rewriting objects as the compiler writes them.
+// Rewrites objects the way the compiler writes them.
 #include "changed_object.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the project into an empty folder, moves it, and runs a program with what lies there alone.
+# Installs the project into an empty folder, moves it, and runs a program with nothing but what is there.
 # Usage: check_installed.sh CMAKE BUILD_FOLDER
 set -euo pipefail
 work=$(mktemp -d)

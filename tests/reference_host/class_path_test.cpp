@@ -77,7 +77,7 @@ TEST(ClassPath, FindsWhatIsThereNow) {
   ClassPath path("library");
   path.add("one");
   EXPECT_EQ(path.find("a.B"), "");
-  // Each comes before those that were found so far; then they go, in the same order.
+  // Each takes precedence over those that were found so far; then they are removed, the latest first.
   writeFile("library/a/B.ov", "");
   EXPECT_EQ(path.find("a.B"), "library/a/B.ov");
   fs::create_directories("two");
@@ -97,7 +97,7 @@ TEST(ClassPath, FindsWhatIsThereNow) {
   EXPECT_EQ(path.find("a.B"), "");
 }
 
-/// Gives every file below the working directory to everybody, but for what is closed then.
+/// Makes every file below the working directory readable for everybody; the tests then close some.
 static void openToAll() {
   constexpr auto readable = fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
                             fs::perms::others_read | fs::perms::others_exec;
@@ -115,7 +115,7 @@ TEST(ClassPath, TellsWhichFolderMayNotBeSearched) {
     openToAll();
     fs::permissions(closed, fs::perms::none);
     const WithoutRights nobody;
-    // What another root has is found; the closed folder is blamed for what is nowhere else.
+    // Classes of other roots are found; for all others, the closed folder is reported.
     EXPECT_EQ(path.find("a.b.E"), "two/a/b/E.ov");
     EXPECT_EQ(path.find("a.b.F"), "library/a/b/F.ov");
     for (const std::string name : {"C", "Missing"}) {
@@ -197,7 +197,7 @@ TEST(ClassPath, AListThatNobodyHasIsNotCopied) {
     ASSERT_TRUE(path.add(root));
     path.find("A");
   }
-  // A list for each root would hold 4,500,000 texts.
+  // A copy of the list for each root would contain 4,500,000 strings.
   EXPECT_LT(mallinfo2().uordblks - before, 10000000U);
   EXPECT_EQ(path.roots().size(), count);
 }
@@ -205,7 +205,7 @@ TEST(ClassPath, AListThatNobodyHasIsNotCopied) {
 TEST(ClassPath, ADirectoryThatTookThePlaceOfAnotherIsARootOfItsOwn) {
   const Workspace workspace;
   ClassPath path("");
-  // A file system may give each new directory the number of the one that was removed before.
+  // A file system may give each new directory the inode of the one that was removed before.
   for (int i = 0; i < 20; ++i) {
     const std::string root = "root" + std::to_string(i);
     fs::create_directory(root);

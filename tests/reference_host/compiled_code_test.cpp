@@ -34,7 +34,7 @@ static void loadThrower() {
   orva::compiler::activeContext().loader.load("Thrower.ov", orva::runtime::Origin::classPath);
 }
 
-/// The class, message and line of the language exception that a call ends with.
+/// The class, message and line of the language exception that a call throws.
 static std::string thrownBy(const std::string& method, const std::vector<int64_t>& arguments = {}) {
   try {
     callMethod("Thrower", method, arguments);

@@ -13,7 +13,7 @@
 #include "reference_host/compiler/private_folder.h"
 #include "workspace.h"
 
-/// Has the process take a while between what it says and its end: it removes these files.
+/// Makes the process take a while between its message and its end, because it removes these files.
 static void makeManyFiles() {
   for (int i = 0; i < 1000; ++i) writeFile(orva::compiler::privateFolder() / std::to_string(i), "");
 }

@@ -1,4 +1,4 @@
-// Writing files: under which name, in whose place, and with which mode.
+// Writing files: under which names, in place of what, and with which mode.
 #include "reference_host/compiler/files.h"
 
 #include <gtest/gtest.h>
@@ -83,7 +83,7 @@ TEST(Files, ThatGrowTooLargeLeaveWhatWasThere) {
   EXPECT_EQ(names(), std::set<std::string>{"file"});
 }
 
-/// A process that writes a file in the working directory and comes to the limit of its size.
+/// A process that writes a file in the working directory and reaches the file size limit.
 static pid_t startWriter(void (*onLimit)(int)) {
   const pid_t child = fork();
   if (child != 0) return child;
@@ -135,7 +135,7 @@ TEST(Files, NothingElseIsTakenForAnAbandonedOne) {
     writeFile(name, "");
     all.insert(name);
   }
-  // Right in their names.
+  // Only their names are right.
   const auto named = [&](char last) { return ".orva-" + digits.substr(1) + last; };
   fs::create_directory(named('0'));
   fs::create_symlink("elsewhere", named('1'));
@@ -151,7 +151,7 @@ TEST(Files, NothingElseIsTakenForAnAbandonedOne) {
 
 TEST(Files, AreReadIntoMemory) {
   const Workspace workspace;
-  // Large enough to be worth a mapping, and no whole pages, which would leave no room for a zero at the end.
+  // Large enough for LLVM to map it, and not a multiple of the page size, which leaves no room for a final zero.
   const std::string text((1 << 20) + 1, 'x');
   writeFile("file", text);
   const auto bytes = orva::compiler::readFile("file");
@@ -170,7 +170,7 @@ TEST(Files, DigitsAreOtherEachTime) {
   EXPECT_EQ(seen.size(), 1000U);
 }
 
-/// The system makes the text of such a file when it is read, and tells no size before.
+/// The system generates the contents of such a file when it is read, and reports no size before.
 TEST(Files, WithoutASizeAreReadToTheirEnd) {
   EXPECT_EQ(orva::compiler::readSource("/proc/version").text.rfind("Linux version", 0), 0U);
 }

@@ -14,7 +14,7 @@
 
 using namespace orva;
 
-/// A class `A` with a method that has these statements.
+/// A class `A` with a method that contains these statements.
 static std::string classWith(const std::string &statements) {
   return "class A {\n"
          "  static String f() { return \"f\"; }\n"
@@ -35,8 +35,8 @@ static std::string times(int count, const std::string &text) {
   return all;
 }
 
-/// The most calls that a basic block of the class holds. LLVM must find its code well-formed: above all, each call of
-/// an operation passes values of the machine types that its function takes.
+/// The most calls in one basic block of the class. Also checks that LLVM finds the code well-formed: above all, each
+/// call of an operation passes values of the machine types that its function takes.
 static std::size_t mostCallsInBlock(const std::string &text) {
   const language::SourceText source{"A.ov", text};
   const language::SourceFile file = language::parseSource(source);
@@ -58,7 +58,7 @@ static std::size_t mostCallsInBlock(const std::string &text) {
   return most;
 }
 
-// LLVM's time for a block is the square of its calls.
+// LLVM's time for a block is quadratic in the number of its calls.
 TEST(GeneratedCode, HasNoBlockOfManyCallsWhateverAMethodIsMadeOf) {
   constexpr int many = 2000;
   for (const std::string each :

@@ -19,7 +19,7 @@
 
 namespace fs = std::filesystem;
 
-/// An instance that must be one; without a name when it is none.
+/// Materialises an instance; the result has no name if there is none.
 static orva::compiler::GenericInstance materialize(const std::string& typeName) {
   return orva::compiler::activeContext().generics.materialize(typeName).value_or(orva::compiler::GenericInstance{});
 }
@@ -140,7 +140,7 @@ struct Naming {
 
 }  // namespace
 
-/// The parts of a class's full name that another may use: a package and a short name.
+/// All combinations of arguments, parameters and variables that share parts of their names.
 static std::vector<Naming> namings() {
   std::vector<Naming> all;
   for (const char* argument : {"Helper", "shop.Helper", "shop.Cap", "Cap", "shop.Item", "Console"}) {
@@ -157,7 +157,7 @@ static std::vector<Naming> namings() {
 
 static void writeNaming(const Naming& naming) {
   const std::string package = "package " + naming.package + "; ";
-  // A variable hides the class of its name, so the neighbour is called where there is none.
+  // A variable hides a class of the same name, so the neighbour is called in a method without variables.
   writeFile(naming.package + "/Cap.ov",
             package + "class Cap<" + naming.parameter + "> {\n" +
                 "  static String neighbours() { return Helper.h() + \" \" + Other.h(); }\n" +
@@ -256,7 +256,7 @@ TEST(GenericInstances, OfAnAmbiguousNameAreFailures) {
   }
   const std::string item = "Ambiguous plugin entry type 'Item'; use its fully qualified name";
   const std::string box = "Ambiguous plugin entry type 'Box'; use its fully qualified name";
-  // Whatever instances there are.
+  // The names are ambiguous whatever instances exist.
   for (const char* instance : {"c.Pair<p.Item,int>", "c.Pair<q.Item,int>", "p.Box<int>", "q.Box<int>"}) {
     ASSERT_NE(orva_ClassLoader_getTypeByName(instance), nullptr);
   }
@@ -269,7 +269,7 @@ TEST(GenericInstances, OfAnAmbiguousNameAreFailures) {
     const auto pending = orva::runtime::takePendingException().value_or(orva::runtime::PendingException{});
     EXPECT_EQ(pending.className + ": " + pending.message, "ClassNotFoundException: " + message) << name;
   }
-  // What is asked for by itself is refused in the same words.
+  // A name that is looked up by itself is refused with the same message.
   EXPECT_EQ(orva_ClassLoader_getTypeByName("Item"), nullptr);
   EXPECT_EQ(orva::runtime::takePendingException().value_or(orva::runtime::PendingException{}).message, item);
 }
@@ -360,7 +360,7 @@ TEST(GenericInstances, OfAFileThatChangedBringNoFurtherClass) {
   EXPECT_EQ(callMethod("p.G<String>", "more", {}), 2);
 }
 
-/// Otherwise the instances of the classes in a file would take the square of their number.
+/// Otherwise the time for the instances of a file's classes would be quadratic in their number.
 TEST(GenericInstances, OfOneFileParseItOnce) {
   const Workspace workspace;
   writeClasses();

@@ -1,5 +1,5 @@
-// Calls of classes and methods that were not there when their callers were compiled: they do what they would have done,
-// or raise what the compiler would have said.
+// Calls of classes and methods that did not exist when their callers were compiled: they do the same as other calls, or
+// raise the error that the compiler would have reported.
 #include <gtest/gtest.h>
 
 #include "reference_host/compiler/context.h"
@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 using orva::compiler::activeContext;
 using orva::runtime::Origin;
 
-/// The class that comes late. Its methods give values of all types.
+/// The class that is written late. Its methods return values of all types.
 static const char* const lateClass =
     "package late;\n"
     "class Thrower {\n"
@@ -100,7 +100,7 @@ static std::vector<std::string> bodiesWith(const std::string& method) {
   return bodies;
 }
 
-/// What a method returns, or the message of the exception that it ends with.
+/// What a method returns, or the message of the exception that it throws.
 static std::string outcomeOf(const std::string& className, const std::string& method) {
   try {
     const auto* text = reinterpret_cast<const char*>(callMethod(className, method));
@@ -110,7 +110,7 @@ static std::string outcomeOf(const std::string& className, const std::string& me
   }
 }
 
-/// The first thing that the compiler says of a source, without its place; nothing when it is loaded.
+/// The first error that the compiler reports for a source, without its place; empty when the source is loaded.
 static std::string complaintOf(const std::string& file) {
   const std::string text = failureOf([&] { activeContext().loader.load(file, Origin::named); });
   if (text == "nothing") return {};
@@ -119,14 +119,14 @@ static std::string complaintOf(const std::string& file) {
   return text.substr(at, text.find('\n') - at);
 }
 
-/// What a method does that is compiled when the late class is there.
+/// The outcome of a method that is compiled when the late class exists.
 static std::string outcomeWhenKnown(const std::string& className, const std::string& body) {
   writeFile(className + ".ov", "class " + className + " { static String run() { " + body + " } }");
   const std::string complaint = complaintOf(className + ".ov");
   return complaint.empty() ? outcomeOf(className, "run") : complaint;
 }
 
-/// Expects two outcomes to be one. A late call may name the method whose result does not fit.
+/// Expects two outcomes to be the same. A late call may name the method whose result does not fit.
 static void expectSame(const std::string& late, const std::string& known, const std::string& method,
                        const std::string& type, const std::string& body) {
   const std::string nothing = "' returns nothing";
@@ -163,8 +163,8 @@ TEST(LateCalls, DoWhatCallsOfKnownClassesDo) {
   }
 }
 
-/// Compiles a caller of `E.h()` when `E` has one text, has it run when `E` has another or is gone (for no text), and
-/// expects it to do what a caller does that is compiled then.
+/// Compiles a caller of `E.h()` when `E` has the methods `before`, runs it when `E` has the methods `now` or is gone
+/// (if empty), and expects the outcome of a caller that is compiled then.
 static void expectFreshVerdict(const std::string& name, const std::string& before, const std::string& now) {
   const std::string file = name + "/E.ov";
   const auto textOf = [&](const std::string& methods) { return "package " + name + "; class E { " + methods + " }"; };

@@ -1,4 +1,4 @@
-// Loading sources and bundles: each once, and all of it or nothing.
+// Loading sources and bundles: each is loaded once, and either completely or not at all.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -243,7 +243,7 @@ TEST(Loading, PointersHandedOutStayValid) {
   EXPECT_EQ(Orva_typeByName("First"), type);
 }
 
-/// The message of the language exception that a call ends with.
+/// The message of the language exception that a call throws.
 static std::string messageOf(const std::string& fullName, const std::string& method) {
   try {
     callMethod(fullName, method);
@@ -307,7 +307,7 @@ TEST(Loading, CallersOfAClassThatIsGoneAreTold) {
 
 TEST(Loading, ASourceBelowSeveralRootsMayDeclareThePackageOfAny) {
   const Workspace workspace;
-  // Packages by root: of the folder a/b/c below roots that lie in each other.
+  // The package of the folder a/b/c below each of several nested roots.
   const std::vector<std::pair<std::string, std::string>> all = {
       {"./", "a.b.c"}, {"a", "b.c"}, {"./a/b", "c"}, {"a/b/c/", ""}};
   fs::create_directories("a/b/c");
@@ -372,7 +372,7 @@ TEST(Loading, ASourceOutsideOfEveryRootMayDeclareAnyPackage) {
   EXPECT_NE(findType("far.away.Stranger"), nullptr);
 }
 
-/// Writes files of classes that call each other; tells their paths.
+/// Writes files of classes that call each other; returns their paths.
 static std::vector<std::string> writeSources(int count) {
   std::vector<std::string> paths;
   for (int i = 0; i < count; ++i) {
@@ -422,7 +422,7 @@ TEST(Precompiling, AnObjectHasTheSizeOfItsSourceHoweverLongTheLinesAre) {
 TEST(Precompiling, StopsAtTheFirstFileThatFails) {
   const Workspace workspace;
   const std::vector<std::string> sources = writeSources(20);
-  // The later one fails sooner: it is not even read.
+  // The later one fails sooner, because it does not exist.
   std::string much;
   for (int i = 0; i < 300; ++i) much += "static int m" + std::to_string(i) + "(int a) { return a + 1; }\n";
   writeFile("C10.ov", "class C10 { " + much + " static int last() { return missing; } }");
@@ -464,7 +464,7 @@ static std::size_t threadCount() {
   return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
 }
 
-/// The number of threads that work when a number of descriptors is free.
+/// The number of threads that work with a number of free descriptors.
 static std::size_t workersWith(std::size_t freeDescriptors) {
   rlimit before{};
   EXPECT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
@@ -550,7 +550,8 @@ TEST(Bundles, AreLoadedAllOrNothing) {
   EXPECT_EQ(callText("One", "text"), "one");
 }
 
-/// Another file of the class's name is not its source, nor is one that has changed since the object was built.
+/// A different file of that name is not the source of the class, nor is one that has changed since the object was
+/// built.
 TEST(Bundles, AGenericClassOfAnObjectTakesNoOtherSource) {
   const Workspace workspace;
   const std::string source = "package a; class G<T> { static String id() { return \"right\"; } }  class E { }";
@@ -577,7 +578,7 @@ TEST(Bundles, AGenericClassOfAnObjectTakesNoOtherSource) {
   };
   writeFile("a/G.ov", source);
   expectRight("a.G<String>");
-  // Looked for again, since what was refused lay elsewhere.
+  // The refused sources were elsewhere, so the class is looked up again.
   fs::remove("a/G.ov");
   writeFile("other/a/G.ov", source);
   orva_ClassLoader_addSourceRoot("other");

@@ -1,4 +1,4 @@
-// A process whose memory mappings run out. Sanitizers need some themselves, and memcheck knows no more than 30,000.
+// A process that runs out of memory mappings. Sanitizers need some themselves, and memcheck supports only 30,000.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Takes nearly all memory mappings that the process may have: neighbouring pages of two kinds cannot share one.
+/// Uses up nearly all memory mappings of the process: adjacent pages with different protection cannot share one.
 class AllMappings {
  public:
   AllMappings() : page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))), begin_(map(PROT_NONE, most * page_)) {

@@ -1,4 +1,4 @@
-// What messages show of paths: whatever bytes they hold, a message stays one line and steers no terminal.
+// How messages show paths: whatever bytes a path contains, the message stays on one line and cannot control a terminal.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

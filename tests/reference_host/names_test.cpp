@@ -23,7 +23,7 @@ enum class From { source, object };
 
 }  // namespace
 
-/// Notes a class and a method whose names, with a dot between them, are the given one; unless no class can have it.
+/// Adds the class and the method that a dotted name stands for, if a class can have such a name.
 static void addMethod(Classes& classes, const std::string& name) {
   const std::size_t dot = name.rfind('.');
   if (dot != std::string::npos && orva::language::isQualifiedName(name)) {
@@ -31,7 +31,7 @@ static void addMethod(Classes& classes, const std::string& name) {
   }
 }
 
-/// A class whose methods each return their own name, out of a handler.
+/// A class whose methods each return their own name, from a handler.
 static std::string textOf(const std::string& fullName, const std::set<std::string>& methods) {
   const std::size_t dot = fullName.rfind('.');
   const std::string package = dot == std::string::npos ? "" : "package " + fullName.substr(0, dot) + "; ";
@@ -58,7 +58,7 @@ static void expectThatEachIsItself(const Classes& classes, From from) {
   }
 }
 
-/// The names that LLVM gives its intrinsics: those of two parts and of three, and each of two with a type added.
+/// The names of LLVM's intrinsics that have two or three parts; those of two parts also with a type added.
 static Classes intrinsics() {
   Classes classes;
   for (unsigned id = 1; id < llvm::Intrinsic::num_intrinsics; ++id) {
@@ -84,7 +84,7 @@ static Classes namesOfC() {
   return classes;
 }
 
-/// Names of the runtime's and of what the code generator writes, and words of assemblers.
+/// Names that the runtime and the code generator use, and assembler keywords.
 static Classes namesOfGeneratedCode() {
   Classes classes;
   for (const char* name : {"DW.ref.__gxx_personality_v0", "orva.initialise.A", "orvart_raise.orvart_raise",

@@ -1,4 +1,4 @@
-// Natives are bound by the names of declared native methods, as they are defined; nothing else of the process is seen.
+// Native methods are bound by name and must be declared as they are defined; objects see nothing else of the process.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -25,7 +25,7 @@ struct NativeMethod {
 
 }  // namespace
 
-/// The native methods that the standard library declares. Their types are spelled as there.
+/// The native methods that the standard library declares. Their types are spelled as in the declarations.
 static std::vector<NativeMethod> standardNatives() {
   std::vector<NativeMethod> natives;
   for (const auto& entry : std::filesystem::directory_iterator(std::string(STANDARD_LIBRARY) + "/orva")) {
@@ -67,7 +67,7 @@ static std::vector<MethodSignature> variantsOf(const MethodSignature& signature)
   return variants;
 }
 
-/// How messages spell a signature that stands in a class of a package: there classes have their full names.
+/// How messages spell the signature of a method in a package's class: with the full names of all classes.
 static std::string spelled(MethodSignature signature, const std::string& className, const std::string& package) {
   const auto qualify = [&](std::string& type) {
     const bool isNear = type == "Another" || type == className;
@@ -84,7 +84,7 @@ static std::string columnOf(const std::string& package, const std::string& metho
   return std::to_string(text.find(" " + method + "(") - text.find('\n') + 1);
 }
 
-/// Writes a class with one native method, in a package of its own, to a file of the package's name; tells the package.
+/// Writes a class with one native method to a file and a package of its own, which have one name; returns that name.
 static std::string writeClass(const NativeMethod& native) {
   const MethodSignature& signature = native.signature;
   static int count = 0;
@@ -99,7 +99,7 @@ static std::string writeClass(const NativeMethod& native) {
   return package;
 }
 
-/// The first line of what loading the source of a package fails with.
+/// The first line of the error from loading the source of a package.
 static std::string sourceFailure(const std::string& package) {
   const std::string failure =
       failureOf([&] { activeContext().loader.load(package + ".ov", orva::runtime::Origin::named); });
@@ -130,7 +130,7 @@ static std::vector<std::pair<std::string, std::string>> readings(const std::stri
   return all;
 }
 
-/// A native's line of the list of the library's natives, without the names of its parameters.
+/// A line from the list of the library's natives, without the names of the parameters.
 static std::string withoutNames(const std::string& line) {
   std::string text;
   for (const char byte : line) {
@@ -141,14 +141,14 @@ static std::string withoutNames(const std::string& line) {
   return text;
 }
 
-/// The type of C that values of a type of the language cross as.
+/// The C type for values of a language type.
 static std::string typeInC(const std::string& type) {
   if (type == "void") return "void";
   if (type == "int" || type == "boolean") return "int64_t";
   return type == "String" ? "const char*" : "void*";
 }
 
-/// The same line, as the declaration of a native makes it.
+/// The same line, derived from a native's declaration.
 static std::string listed(const NativeMethod& native) {
   std::string parameters = native.signature.isStatic ? "" : "void*";
   for (const std::string& type : native.signature.parameters) {
@@ -222,7 +222,7 @@ TEST(NativeMethods, AreNoEntryPointsOfTheRuntime) {
   }
 }
 
-/// Puts a name, not longer than the old one, in the place of another that stands once in an object.
+/// Replaces a name that occurs once in an object by one that is not longer.
 static void rename(const std::string& path, const std::string& from, const std::string& to) {
   changeObject(path, from, to + std::string(from.size() - to.size(), from.back() == '"' ? ' ' : '\0'));
 }

@@ -1,4 +1,4 @@
-// Object files: what their header says, that every check is made, and that no half object is ever seen.
+// Object files: what their header says, that every check is made, and that nobody ever sees a partial object.
 #include "reference_host/compiler/object_file.h"
 
 #include <elf.h>
@@ -35,14 +35,14 @@ static const std::string identityOfNothing = "e3b0c44298fc1c149afbf4c8996fb92427
 static const std::string source =
     "class A { static native void fail(); static String text() { return \"text\"; } }\nclass B { }\n";
 
-/// Writes and compiles A.ov; gives the bytes of A.o.
+/// Writes and compiles A.ov; returns the bytes of A.o.
 static std::string compiled(const std::string& text = source) {
   writeFile("A.ov", text);
   activeContext().loader.precompile("A.ov");
   return readFile("A.o");
 }
 
-/// Those that fuzzing begins with; damaged ones are made of them.
+/// Fuzzing starts with these objects and damages them.
 TEST(ObjectFile, OfTheCorpusIsOfThisFormat) {
   const Workspace workspace;
   std::size_t count = 0;
@@ -51,7 +51,7 @@ TEST(ObjectFile, OfTheCorpusIsOfThisFormat) {
     ++count;
     const ObjectFile object = readObject(entry.path());
     checkObject(object, object.identity, object.target);
-    // The natives of the others are nowhere.
+    // The process does not define the natives of the others.
     const bool isLinked = object.natives.empty() && object.target == activeContext().engine.target();
     if (isLinked) activeContext().loader.loadBundle({object.path}, {object.identity});
   }
@@ -174,12 +174,12 @@ TEST(ObjectFile, EveryByteThatChangedIsFound) {
     std::string bytes = whole;
     bytes[at] = static_cast<char>(bytes[at] ^ (1 << at % 8));
     writeFile("A.o", bytes);
-    // Only the ABI version is believed before the digest, and that it differs is found too.
+    // Only the ABI version is used before the digest is checked, and a different version is found too.
     ASSERT_NE(failureOf([&] { checkObject(readObject("A.o"), identity, target); }), "nothing") << "byte " << at;
   }
 }
 
-/// The bytes that say where everything lies, but for those that name the format: the ELF header and the section table.
+/// The bytes that say where everything is, which are the ELF header without the magic number and the section table.
 static std::vector<std::size_t> layoutBytes(const std::string& bytes) {
   uint64_t table = 0;
   std::memcpy(&table, &bytes[offsetof(Elf64_Ehdr, e_shoff)], sizeof table);
@@ -189,7 +189,7 @@ static std::vector<std::size_t> layoutBytes(const std::string& bytes) {
   return places;
 }
 
-/// Writes A.o with a digest of the whole file that fits, and tells why it is not loaded.
+/// Writes A.o with a matching digest of the whole file, and returns the error from loading it.
 static std::string refusalOf(const std::string& bytes) {
   const std::string blank = withDigits(bytes, "digest", noDigits());
   writeFile("A.o", withDigits(bytes, "digest", orva::compiler::objectDigest(blank)));
@@ -200,7 +200,7 @@ TEST(ObjectFile, EveryChangeOfTheLayoutIsRefusedThoughTheDigestFits) {
   const Workspace workspace;
   const std::string whole = compiled();
   for (const std::size_t at : layoutBytes(whole)) {
-    // One bit of the byte, another one in each, and all of them.
+    // One bit, a different one from byte to byte, and all bits.
     for (const int bits : {1 << at % 8, 0xFF}) {
       std::string bytes = whole;
       bytes[at] = static_cast<char>(bytes[at] ^ bits);
@@ -222,7 +222,7 @@ TEST(ObjectFile, RandomChangesOfTheLayoutAreRefusedThoughTheDigestFits) {
   };
   for (int round = 0; round < 3000; ++round) {
     std::string bytes = whole;
-    // Runs of up to eight bytes, which are whole fields, with few and with many bits.
+    // Runs of up to eight bytes, the size of a field, with one value and with random values.
     for (std::size_t changes = 1 + below(4); changes > 0; --changes) {
       const std::size_t first = below(places.size());
       const std::size_t end = std::min(first + 1 + below(8), places.size());
@@ -239,7 +239,7 @@ TEST(ObjectFile, RandomChangesOfTheLayoutAreRefusedThoughTheDigestFits) {
 
 TEST(ObjectFile, IsDamagedWhenItIsCutShortWhileItIsRead) {
   const Workspace workspace;
-  // Large enough that mapping it would be worth it.
+  // Large enough for LLVM to map it.
   std::string methods;
   for (int i = 0; i < 300; ++i) methods += "static int m" + std::to_string(i) + "(int a) { return a + 1; }\n";
   const std::string whole = compiled("class A { " + methods + " }");
@@ -257,10 +257,10 @@ TEST(ObjectFile, IsDamagedWhenItIsCutShortWhileItIsRead) {
   }
   isOver = true;
   cutter.join();
-  // Damaged, or no object at all: an empty file, say.
+  // Damaged, or no object at all, such as an empty file.
   seen.erase("nothing");
   EXPECT_EQ(seen, std::set<std::string>{"'A.o' is "});
-  // What was read stays readable, whatever becomes of the file.
+  // What was read stays readable, whatever happens to the file.
   writeFile("A.o", whole);
   const ObjectFile object = readObject("A.o");
   fs::resize_file("A.o", 0);
@@ -376,6 +376,6 @@ TEST(ObjectFile, AKilledWriterLeavesNoHalfObject) {
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
     ASSERT_EQ(readFile("A.o"), whole);
   }
-  // What a killed writer may have left beside it disturbs nobody.
+  // What a killed writer may have left beside the object does no harm.
   EXPECT_EQ(compiled(), whole);
 }

@@ -1,4 +1,4 @@
-// The private folder: who makes it, who removes it, and whose stays.
+// The private folder: who creates it, who removes it, and whose stays.
 #include "reference_host/compiler/private_folder.h"
 
 #include <fcntl.h>
@@ -71,7 +71,7 @@ TEST(PrivateFolder, IsOneAndIsRemovedWithItsFiles) {
   EXPECT_EQ(privateFolder(), folder);
   EXPECT_EQ(folder.parent_path(), temporary);
   EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
-  // More than one reading of the folder gives.
+  // More than a single read of the folder returns.
   makeFiles(500);
   removePrivateFolder();
   EXPECT_TRUE(fs::is_empty(temporary));
@@ -181,7 +181,7 @@ TEST(PrivateFolder, NothingElseIsTakenForAnAbandonedOne) {
                                   "x-orva-host-" + digits,
                                   "other-host-" + digits};
   for (const std::string& name : others) writeFile((temporary / name / "file").string(), "");
-  // Right in their names, and files, links or another user's.
+  // Their names are right, but they are files, links or another user's.
   const auto named = [&](char last) { return temporary / ("orva-host-" + digits.substr(1) + last); };
   writeFile(named('0').string(), "");
   writeFile("elsewhere/file", "");

@@ -1,4 +1,4 @@
-// Natives that compiled test classes call: they throw what no native of the language throws.
+// Natives that compiled test classes call; they throw, raise and return what the library's natives never do.
 #include <cstdint>
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-// Starting the host, and calling what it has loaded.
+// Starts the host, and calls what it has loaded.
 #include "workspace.h"
 
 #include <gtest/gtest.h>

@@ -12,7 +12,7 @@
 /// The working directory is the folder for as long as the workspace lives; then the folder is removed.
 class Workspace {
  public:
-  /// Starts the host of this process; there can be one only.
+  /// Starts the host of this process; there can be only one.
   /// @param standardLibrary root of the standard library; empty for none.
   explicit Workspace(const std::string& standardLibrary = "");
   ~Workspace();
@@ -48,5 +48,5 @@ int64_t callMethod(const std::string& fullName, const std::string& method, const
 std::string callText(const std::string& fullName, const std::string& method,
                      const std::vector<int64_t>& arguments = {});
 
-/// How many types are registered: by the registry, and by the type table.
+/// How many types are registered according to the registry, and to the type table.
 std::vector<std::size_t> typeCounts();

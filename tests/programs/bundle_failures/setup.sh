@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Objects of all kinds: ours, damaged, foreign, and what is no object.
+# Files of all kinds: our objects, damaged ones, foreign ones, and files that are not objects.
 "$ORVA_HOST" run Main.ov -- precompile
 head -c 3 Second.o >Head.o
 head -c 40 Second.o >Half.o
