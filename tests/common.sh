@@ -1,5 +1,5 @@
-# What checks share that build for themselves: the project's root and version, a temporary folder, how a check fails;
-# and the libraries that symbols.libraries has built, for the checks that read them.
+# Shared by the checks that run compilers themselves: the project's root and version, a temporary folder, how a check
+# fails, and where to find the libraries that symbols.libraries has built.
 # shellcheck shell=bash disable=SC2034
 set -euo pipefail
 
@@ -13,7 +13,7 @@ source "$root/abi/library.sh"
 
 version=$(sed -nE 's/^#define ORVA_CLASSLOADER_VERSION_[A-Z]+ ([0-9]+)$/\1/p' "$root"/classloader/version.h |
   paste -sd.)
-# Which versions may take each other's place: below 1.0.0, those of one minor version.
+# Versions with the same interface are interchangeable. Below 1.0.0, each minor version has its own.
 interface=${version%%.*}
 [[ $interface != 0 ]] || interface=${version%.*}
 
@@ -28,7 +28,7 @@ fail() {
   exit 1
 }
 
-# Each check needs all of its compilers: one that is missing is a failure, never a check left out.
+# A missing tool fails the check; it never skips it.
 require() {
   local tool
   for tool in "$@"; do
@@ -36,15 +36,15 @@ require() {
   done
 }
 
-# Every function of the host that a shared library calls, and the lock of the table, must be bound only through its PLT,
-# where a tracer sees the call.
+# A shared library must call the host's functions, and lock the type table, only through its PLT, where a tracer sees
+# the call.
 must_call_by_plt() {  # WHAT SHARED_LIBRARY
   { required_symbols "$root" "$2" | awk '$2 != "data" { print $4 }'; printf '%s\n' pthread_mutex_{lock,unlock}; } |
     sort >"$work/called"
   readelf -rW "$2" | awk 'NF > 4 && $3 ~ /^R_/ { sub(/@.*/, "", $5); print $5, $3 }' | sort |
     join "$work/called" - >"$work/bound"
   sed -E 's/ R_[A-Z0-9_]+_JUMP_SLO[TS]?$//' "$work/bound" | diff "$work/called" - >&2 ||
-    fail "$1 calls past its PLT"
+    fail "$1 makes calls that bypass its PLT"
 }
 
 same() {

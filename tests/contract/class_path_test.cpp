@@ -1,4 +1,4 @@
-// Class path roots: what is asked of the runtime and of the file system; and compiling sources ahead of use.
+// Class path roots: the calls to the runtime and to the file system. Also compiling sources ahead of their use.
 #include <gtest/gtest.h>
 
 #include <cerrno>

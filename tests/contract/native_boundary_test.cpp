@@ -1,4 +1,4 @@
-// The natives' boundary: their types, the two that only hand a call on, and how failures cross the bridge.
+// The boundary of the natives: their types, the two that only forward a call, and how failures cross the bridge.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -24,13 +24,13 @@ class FailureBridge : public HostTest {};
 
 }  // namespace
 
-// The list says what the compiler reads in natives.h.
+// The list must give each native the type that natives.h declares.
 #define ORVA_NATIVE(symbol, class_name, method, kind, result, parameters) \
   static_assert(std::is_same_v<decltype(symbol), result parameters>);
 #include "classloader/native_list.inc"
 #undef ORVA_NATIVE
 
-TEST(NativeTable, TellsOfEachNativeWhatItIs) {
+TEST(NativeTable, DescribesEachNative) {
   const auto& [symbol, className, methodName, isStatic, function] = std::get<3>(orva::natives);
   EXPECT_EQ("orva_ClassLoader_addSourceRoot", symbol);
   EXPECT_EQ("ClassLoader", className);
@@ -40,7 +40,7 @@ TEST(NativeTable, TellsOfEachNativeWhatItIs) {
   EXPECT_FALSE(std::get<7>(orva::natives).isStatic);
 }
 
-TEST(NativeTable, FindsWhatHasThatSymbolAndNothingElse) {
+TEST(NativeTable, FindsNativesByTheirExactSymbolsOnly) {
   std::size_t found = 0;
   const auto find = [&found](const auto& native) {
     EXPECT_EQ(reinterpret_cast<void*>(native.function), orva::findNative(native.symbol));

@@ -1,4 +1,4 @@
-// Loading a package: which folder is its home, which files are its sources, and in which order they are loaded.
+// Loading a package: which folder is used, which files are its sources, and in which order they are loaded.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -124,13 +124,13 @@ TEST_F(PackageLoading, NoOtherByteIsSpecial) {
   expectNotFound("a:b");
 }
 
-TEST_F(PackageLoading, ASegmentThatBeginsWithASeparatorStartsAnew) {
+TEST_F(PackageLoading, ASegmentThatBeginsWithASeparatorReplacesTheRoot) {
   const TemporaryFolder elsewhere;
   const std::string source = elsewhere.file("A.ov");
   expectLoaded("a." + elsewhere.path(), {source});
 }
 
-// The home.
+// The folder.
 
 TEST_F(PackageLoading, WithoutAnyRootThePackageIsNotFound) {
   host().roots = {};
@@ -154,14 +154,14 @@ TEST_F(PackageLoading, TheFirstRootThatHasTheFolderIsTheOnlyOne) {
   EXPECT_EQ((Lines{files.path("zero/a/b"), files.path("one/a/b")}), system_calls::takeStatusQueries());
 }
 
-TEST_F(PackageLoading, AFirstFolderWithoutSourcesIsTheHomeAllTheSame) {
+TEST_F(PackageLoading, AFirstFolderWithoutSourcesIsStillTheOnlyOne) {
   host().roots = {files.path("one"), files.path("two")};
   files.file("one/a/b/readme.txt");
   files.file("two/a/b/Two.ov");
   expectLoaded("a.b", {});
 }
 
-TEST_F(PackageLoading, WhatIsNoFolderIsPassedOver) {
+TEST_F(PackageLoading, WhateverIsNotAFolderIsSkipped) {
   host().roots = {files.path("one"), files.path("two"), files.path("three"), files.path("four")};
   files.file("one/a/b");
   files.link("two/a/b", "nowhere");
@@ -170,13 +170,13 @@ TEST_F(PackageLoading, WhatIsNoFolderIsPassedOver) {
   expectLoaded("a.b", {source});
 }
 
-TEST_F(PackageLoading, ALinkToAFolderIsAHomeUnderItsOwnName) {
+TEST_F(PackageLoading, ALinkToAFolderIsUsedUnderItsOwnName) {
   files.file("real/A.ov");
   files.link("a", "real");
   expectLoaded("a", {files.path("a/A.ov")});
 }
 
-TEST_F(PackageLoading, ARootWhoseStatusFailsIsPassedOver) {
+TEST_F(PackageLoading, ARootWhoseStatusFailsIsSkipped) {
   host().roots = {files.path("one"), files.path("two")};
   files.file("one/a/One.ov");
   files.file("two/a/Two.ov");
@@ -266,7 +266,7 @@ TEST_F(PackageLoading, ALinkToARegularFileIsLoadedUnderItsOwnName) {
   expectLoaded("p", {link});
 }
 
-TEST_F(PackageLoading, LinksThatLeadToNoFileAreSkippedAndForgotten) {
+TEST_F(PackageLoading, LinksThatLeadToNoFileAreSkippedWithoutAnError) {
   files.link("p/dangling.ov", "nowhere");
   files.link("p/loop.ov", "loop.ov");
   files.link("p/folder.ov", ".");
@@ -308,7 +308,7 @@ TEST_F(PackageLoading, EntriesWithATypeAreNotAskedForIt) {
   EXPECT_EQ((Lines{files.path("p"), link}), system_calls::takeStatusQueries());
 }
 
-TEST_F(PackageLoading, AnEntryWhoseStatusFailsIsSkippedAndForgotten) {
+TEST_F(PackageLoading, AnEntryWhoseStatusFailsIsSkippedWithoutAnError) {
   const std::string first = files.file("p/A.ov");
   files.file("p/B.ov");
   const std::string last = files.file("p/C.ov");
@@ -335,7 +335,7 @@ TEST_F(PackageLoading, AFolderThatMayNotBeReadCountsAsEmpty) {
   expectLoaded("p", {});
 }
 
-TEST_F(PackageLoading, AFolderThatMayNotBeReadIsTheHomeAllTheSame) {
+TEST_F(PackageLoading, AFolderThatMayNotBeReadIsStillTheOnlyOne) {
   host().roots = {files.path("one"), files.path("two")};
   files.file("one/p/One.ov");
   files.file("two/p/Two.ov");
@@ -352,9 +352,9 @@ TEST_F(PackageLoading, AFolderThatCannotBeOpenedIsAnError) {
   }
 }
 
-TEST_F(PackageLoading, AFailingReadingIsAnErrorAndNothingIsLoaded) {
+TEST_F(PackageLoading, AFailingReadIsAnErrorAndNothingIsLoaded) {
   for (const char* name : {"p/A.ov", "p/B.ov", "p/C.ov"}) files.file(name);
-  // Five entries, "." and ".." among them, and the sixth reading that finds the end.
+  // There are five entries, including "." and "..", and the sixth read finds the end.
   for (int number = 1; number <= 6; ++number) {
     system_calls::failReadingDirectory(number, EIO);
     expectUnreadable("p", EIO);
@@ -388,7 +388,7 @@ TEST_F(PackageLoading, EachLoadGetsACopyOfTheOneContext) {
   load("p");
   EXPECT_CALLS(validated("p"), searchCalls, contextCall, loaded(files.path("p/A.ov"), "other"),
                loaded(files.path("p/B.ov"), "other"));
-  // A script keeps the context that it answers with no longer than its answer: the native's own, and the copy.
+  // The native holds the context, and each load gets a copy; the script that supplied it holds it no longer.
   EXPECT_EQ((std::vector<long>{2, 2}), host().contextHolders);
 }
 
@@ -399,7 +399,7 @@ TEST_F(PackageLoading, AnEmptyContextIsPassedOn) {
   EXPECT_CALLS(validated("p"), searchCalls, contextCall, loaded(files.path("p/A.ov"), "empty"));
 }
 
-TEST_F(PackageLoading, AFailingLoadEndsTheLoading) {
+TEST_F(PackageLoading, AFailingLoadIsTheLastOne) {
   Lines sources;
   for (const char* name : {"p/A.ov", "p/B.ov", "p/C.ov", "p/D.ov", "p/E.ov"}) sources.push_back(files.file(name));
   sources.resize(3);
@@ -413,7 +413,7 @@ TEST_F(PackageLoading, AFailingLoadEndsTheLoading) {
                raised("Exception", "Unknown native failure while loading package"));
 }
 
-TEST_F(PackageLoading, WhateverIsThrownOnTheWayIsRaised) {
+TEST_F(PackageLoading, WhateverTheHostThrowsBeforeTheLoadsIsRaised) {
   const std::string unknown = raised("Exception", "Unknown native failure while loading package");
   files.folder("p");
   host().isValidPackageName.next(throws(std::runtime_error("no rules"))).next(throws(5));

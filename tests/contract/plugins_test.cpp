@@ -1,4 +1,5 @@
-// Loading a plugin's entry type: unknown before, known after, from a source file or from a bundle of objects.
+// Loading a plugin from a source file or from a bundle of objects: its entry type must be unknown before the load, and
+// known after it.
 #include <gtest/gtest.h>
 
 #include <cstdint>

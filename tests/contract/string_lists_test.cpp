@@ -1,4 +1,4 @@
-// List arguments: how a language list becomes owned strings.
+// List arguments: how a language list is copied into strings of our own.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -21,7 +21,7 @@ class StringLists : public HostTest {};
 
 }  // namespace
 
-TEST_F(StringLists, ANullListIsMissing) {
+TEST_F(StringLists, ANullListIsReportedAsMissing) {
   EXPECT_THROWS_TEXT(requireStringList(nullptr, "Source filename list"), std::runtime_error,
                      "Source filename list is required");
   EXPECT_THROWS_TEXT(requireStringList(nullptr, ""), std::runtime_error, " is required");
@@ -53,12 +53,12 @@ TEST_F(StringLists, ElementsKeepTheirOrderTextAndDuplicates) {
   EXPECT_CALLS(listRead("list", 6));
 }
 
-TEST_F(StringLists, RoomForAllElementsIsReservedAtOnce) {
+TEST_F(StringLists, MemoryForAllElementsIsReservedAtOnce) {
   EXPECT_EQ(5U, requireStringList(host().list("list", {"a", "b", "c", "d", "e"}), "Label").capacity());
   EXPECT_CALLS(listRead("list", 5));
 }
 
-TEST_F(StringLists, OnlyTheSizeSaidFirstCounts) {
+TEST_F(StringLists, OnlyAsManyElementsAreReadAsTheSizeSays) {
   EXPECT_EQ((Strings{"a", "b"}), requireStringList(host().list("list", {"a", "b", "c"}, 2), "Label"));
   EXPECT_CALLS(listRead("list", 2));
 }
@@ -73,7 +73,7 @@ TEST_F(StringLists, ElementsAreCopiedBeforeTheNextIsFetched) {
   EXPECT_CALLS(listRead("list", 2));
 }
 
-TEST_F(StringLists, ANullElementEndsTheReading) {
+TEST_F(StringLists, NothingIsReadAfterANullElement) {
   EXPECT_THROWS_TEXT(requireStringList(host().list("list", {"a", std::nullopt, "c"}), "Plugin object path list"),
                      std::runtime_error, "Plugin object path list cannot contain null");
   EXPECT_CALLS(listRead("list", 2));

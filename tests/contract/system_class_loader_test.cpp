@@ -1,5 +1,5 @@
-// The system class loader: what its first calls do, and what stays. Each history runs in a process of its own, since
-// the state lasts as long as the process.
+// The system class loader: what the first calls do, and what the library keeps. Each history runs in its own process,
+// because the state lasts as long as the process.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -28,7 +28,7 @@ class SystemClassLoader : public HostTest {
     host().standardLibraryPath.always(returns(std::string("/lib/std")));
   }
 
-  /// Lets every load and allocation succeed that is not scripted otherwise.
+  /// Makes every load and allocation succeed unless it is scripted otherwise.
   static void letAllSucceed() {
     host().load.always(nothing());
     host().allocObject.always(returns(token(5)));
@@ -80,7 +80,7 @@ TEST_F(SystemClassLoader, TheRootIsJoinedWithoutADoubledSeparator) {
   }
 }
 
-TEST_F(SystemClassLoader, WithoutAStandardLibraryOnlyTheObjectIsMade) {
+TEST_F(SystemClassLoader, WithoutAStandardLibraryOnlyTheObjectIsAllocated) {
   inOwnProcess([] {
     host().standardLibraryPath.always(returns(std::string()));
     host().allocObject.always(returns(token(5)));
@@ -101,7 +101,7 @@ TEST_F(SystemClassLoader, AnEmptyLibraryPathIsAskedForAgainWhileThereIsNoObject)
   });
 }
 
-TEST_F(SystemClassLoader, ANullObjectIsHandedOutSilentlyAndTriedAgain) {
+TEST_F(SystemClassLoader, ANullObjectIsReturnedSilentlyAndTheNextCallTriesAgain) {
   inOwnProcess([] {
     letAllSucceed();
     host().allocObject.next(returns(static_cast<void*>(nullptr))).next(returns(static_cast<void*>(nullptr)));
@@ -112,7 +112,7 @@ TEST_F(SystemClassLoader, ANullObjectIsHandedOutSilentlyAndTriedAgain) {
   });
 }
 
-TEST_F(SystemClassLoader, AFailingFirstLoadIsRaisedAndTriedAgain) {
+TEST_F(SystemClassLoader, AFailingFirstLoadIsRaisedAndRepeatedByTheNextCall) {
   inOwnProcess([] {
     letAllSucceed();
     host().load.next(throws(std::runtime_error("oops")));
@@ -122,7 +122,7 @@ TEST_F(SystemClassLoader, AFailingFirstLoadIsRaisedAndTriedAgain) {
   });
 }
 
-TEST_F(SystemClassLoader, AFailingSecondLoadIsRaisedAndBothAreTriedAgain) {
+TEST_F(SystemClassLoader, AFailingSecondLoadIsRaisedAndTheNextCallRepeatsBoth) {
   inOwnProcess([] {
     letAllSucceed();
     host().load.next(nothing()).next(throws(CustomFailure("")));
@@ -178,7 +178,7 @@ TEST_F(SystemClassLoader, WhatARaiseThrowsPassesAndTheNextCallTriesAgain) {
   });
 }
 
-TEST_F(SystemClassLoader, EachOfSeveralFirstCallersGetsItsOwnObjectAndTheLastStays) {
+TEST_F(SystemClassLoader, EachOfSeveralFirstCallersGetsItsOwnObjectAndTheLastIsKept) {
   inOwnProcess([] {
     letAllSucceed();
     host().allocObject.next([] {
@@ -214,7 +214,7 @@ TEST_F(SystemClassLoader, ACallDuringTheSecondLoadLoadsBothAgain) {
   });
 }
 
-TEST_F(SystemClassLoader, AFailureKeepsAnObjectThatAnotherCallMade) {
+TEST_F(SystemClassLoader, AFailureKeepsTheObjectThatAnotherCallAllocated) {
   inOwnProcess([] {
     letAllSucceed();
     host().load.next([] {

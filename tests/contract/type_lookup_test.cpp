@@ -1,4 +1,5 @@
-// Looking a type up by name: which of table, registry and compiler are asked, in which order, under which lock.
+// Looking up a type by name: whether the table, the registry and the compiler are asked, in which order, and under
+// which lock.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -61,7 +62,7 @@ TEST_F(TypeLookup, NullAndEmptyGoStraightToTheRuntime) {
   }
 }
 
-TEST_F(TypeLookup, TheRuntimesAnswerIsTheResultNullIncluded) {
+TEST_F(TypeLookup, ReturnsWhatTheRuntimeReturnsEvenNull) {
   host().registry = {{"B", "a.B"}};
   host().typeByName.next(returns(static_cast<void*>(nullptr)));
   EXPECT_EQ(nullptr, lookUp("a.B"));
@@ -98,7 +99,7 @@ TEST_F(TypeLookup, AnUnknownClassIsLoadedFromItsSource) {
   EXPECT_CALLS(scan(0), contextCall, searched("app.Foo"), loaded("/root/app/Foo.ov", "active"), typeByName("app.Foo"));
 }
 
-TEST_F(TypeLookup, ALoadThatRegistersTheTypeMakesTheNextLookupShort) {
+TEST_F(TypeLookup, OnceALoadHasRegisteredTheTypeItIsNotLoadedAgain) {
   host().sourceFileForClass.next(returns(std::string("/Foo.ov")));
   host().load.next([] { host().registry.push_back({"Foo", "app.Foo"}); });
   EXPECT_EQ(token(7), lookUp("Foo"));
@@ -172,7 +173,7 @@ TEST_F(TypeLookup, TheContextIsReleasedBeforeTheRuntimeIsAsked) {
                typeByName("Box<A>"));
 }
 
-/// Looks up one of so many registered types, whose names have one length, and counts what the library allocates.
+/// Looks up one of `types` registered types, whose names are equally long, and counts the library's allocations.
 static int allocationsOfALookup(int types) {
   constexpr int firstNumber = 100'000;
   host().registry.clear();
@@ -190,7 +191,7 @@ static int allocationsOfALookup(int types) {
   return allocated;
 }
 
-// The name that was asked for, and the one that matches.
+// It copies the requested name and the matching one.
 TEST_F(TypeLookup, ALookupAllocatesTwiceHoweverManyTypesThereAre) {
   const int allocated = allocationsOfALookup(10);
   EXPECT_EQ(2, allocated);
@@ -213,7 +214,7 @@ TEST_F(TypeLookup, NamesAreComparedInTheirOrderUntilOneIsEqual) {
   const int namesBefore[] = {0, 2, 3, 0, 1};
   const system_calls::Scope scope;
   for (int number = 1; number <= 4; ++number) {
-    // Each name before ends at its last byte, about which the locale is asked once.
+    // The last byte rules out each name before it, and the locale is asked once about each such byte.
     const auto nameOf = [number, &name](int place) {
       return place == number ? name : unrelatedName + std::to_string(place);
     };
@@ -238,7 +239,7 @@ TEST_F(TypeLookup, TheLocaleIsAskedOnceAboutTheLastByteOfManyNames) {
   EXPECT_CALLS(walkCalls, contextCall, materialized("Box<a.B>"), typeByName("Box<a.B>"));
 }
 
-TEST_F(TypeLookup, AByteThatRuledANameOutMayStandInAnother) {
+TEST_F(TypeLookup, AByteThatRuledOutOneNameMayBePartOfAnother) {
   gTypes = {typeRecord("Map<C,C>", "Map<B,C>", "Map<C, C>", ""), typeRecord("", "", "Map<C,B>", "")};
   expectFound("Map<C,B>");
 }
@@ -279,7 +280,7 @@ TEST_F(TypeLookup, EveryByteOfANameCounts) {
   }
 }
 
-TEST_F(TypeLookup, ABlankStandsForNoByteOfAName) {
+TEST_F(TypeLookup, ABlankMatchesNoOtherByteOfAName) {
   const std::string name = "Map<a.B,c.D>";
   for (std::size_t place = 0; place < name.size(); ++place) {
     std::string blanked = name;
@@ -348,7 +349,7 @@ TEST_F(TypeLookup, WithoutAnInstanceNothingIsLoaded) {
   EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), typeByName("Box<A>"));
 }
 
-TEST_F(TypeLookup, TheContextThatTheCompilerExchangesIsTheOneUsed) {
+TEST_F(TypeLookup, AContextThatTheCompilerReplacesIsUsed) {
   host().materialize.next([](std::string& /*instance*/, std::string& source, ContextPointer& context) {
     source = "/Box_A.ov";
     context = nullptr;
@@ -359,7 +360,7 @@ TEST_F(TypeLookup, TheContextThatTheCompilerExchangesIsTheOneUsed) {
   EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), loaded("/Box_A.ov", "empty"), typeByName("Box<A>"));
 }
 
-// A host that writes to the name while it is called.
+// Hosts that overwrite the name during a call.
 
 namespace {
 
@@ -407,7 +408,7 @@ TEST_F(TypeLookup, ANameThatBecomesAnotherInstanceIsNotMaterializedAgain) {
   EXPECT_CALLS(walkCalls, contextCall, materialized("Box<A>"), typeByName("Map<B>"));
 }
 
-TEST_F(TypeLookup, ANameThatTurnsAmbiguousIsRaised) {
+TEST_F(TypeLookup, ANameThatBecomesAmbiguousIsRaised) {
   WritableName name("Box<A>");
   host().registry = {{"Map", "app.Map"}, {"Map", "lib.Map"}};
   host().materialize.next([&name] { return name.become("Map"), false; });
@@ -416,7 +417,7 @@ TEST_F(TypeLookup, ANameThatTurnsAmbiguousIsRaised) {
                raised("ClassNotFoundException", "Ambiguous plugin entry type 'Map'; use its fully qualified name"));
 }
 
-TEST_F(TypeLookup, WithinAPhaseTheNameIsTheOneThatThePhaseBeganWith) {
+TEST_F(TypeLookup, EachPhaseUsesTheNameThatItBeganWith) {
   WritableName instance("Box<A>");
   host().onLocked.next([&instance] { instance.become("Map<B>"); });
   host().materialize.next(returns(false));
@@ -455,7 +456,7 @@ TEST_F(TypeLookup, AFailingLockIsRaisedAndNotUnlocked) {
   }
 }
 
-TEST_F(TypeLookup, TheWalkTakesNothingFromTheHeap) {
+TEST_F(TypeLookup, TheWalkAllocatesNothing) {
   gTypes = {typeRecord(unrelatedName, unrelatedName, unrelatedName, unrelatedName),
             typeRecord("Box < A", "Box<A> >", "Box<B>", "Box < A >")};
   bool wasPending = false;
@@ -479,7 +480,7 @@ TEST_F(TypeLookup, AFailingAllocationBeforeTheLockIsRaised) {
 
 // Failures.
 
-TEST_F(TypeLookup, AnAmbiguousShortNameAsksNoFurther) {
+TEST_F(TypeLookup, AnAmbiguousShortNameIsRaisedAndNothingElseIsAsked) {
   host().registry = {{"Map", "app.Map"}, {"Map", "lib.Map"}, {"Map", "third.Map"}};
   EXPECT_EQ(nullptr, lookUp("Map"));
   EXPECT_CALLS(scan(2),

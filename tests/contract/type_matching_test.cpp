@@ -1,4 +1,4 @@
-// Type names: which bytes compacting drops, and which entry of the registry a name stands for.
+// Type names: which bytes compacting drops, and which entry of the registry a name resolves to.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -24,7 +24,7 @@ class ReflectedTypeMatch : public HostTest {};
 using Match = std::optional<std::string>;
 static const Match noMatch;
 
-TEST_F(CompactTypeName, DropsEveryBlankWhereverItStands) {
+TEST_F(CompactTypeName, DropsEveryBlankWhereverItIs) {
   EXPECT_EQ("Map<a.B,c.D>", compactTypeName(" Map < a.B ,\tc.D\n>\r\v\f "));
   EXPECT_EQ("Map<a.B,c.D>", compactTypeName("Map<a.B,c.D>"));
   EXPECT_EQ("ab", compactTypeName("a b"));
@@ -55,13 +55,13 @@ TEST_F(CompactTypeName, FollowsTheLocaleAndAsksItForBytesOnly) {
   }
 }
 
-TEST_F(CompactTypeName, LeavesTheGivenNameAsItIs) {
+TEST_F(CompactTypeName, DoesNotChangeTheGivenName) {
   const std::string name = " a b ";
   compactTypeName(name);
   EXPECT_EQ(" a b ", name);
 }
 
-TEST_F(CompactTypeName, TakesItsMemoryAtOnce) {
+TEST_F(CompactTypeName, AllocatesOnce) {
   const std::string name(1000, 'x');
   allocations::failAllocation(2);
   const std::string compact = compactTypeName(name);
@@ -173,7 +173,7 @@ TEST_F(ReflectedTypeMatch, EntriesWithoutAnyNameMatchNothing) {
   }
 }
 
-TEST_F(ReflectedTypeMatch, NamesAreReadOnlyWhenBothWereFetched) {
+TEST_F(ReflectedTypeMatch, NamesAreReadOnlyAfterBothWereFetched) {
   std::string shortName = "Old";
   host().registry = {{"unused", "unused"}};
   host().typeName.always([&shortName] { return shortName.c_str(); });
@@ -201,7 +201,7 @@ TEST_F(ReflectedTypeMatch, NamesLongerThanAnyBufferMatch) {
   EXPECT_CALLS(scan(1), scan(1));
 }
 
-TEST_F(ReflectedTypeMatch, NoEntryLeavesATraceInTheNext) {
+TEST_F(ReflectedTypeMatch, NoEntryAffectsTheNext) {
   host().registry = {{"AVeryLongShortName", "some.package.AVeryLongShortName"},
                      {"LongName", "x.LongName"},
                      {"Name", "x.Name"},
@@ -260,7 +260,7 @@ TEST_F(ReflectedTypeMatch, TheScanEndsAtTheAmbiguity) {
   EXPECT_CALLS(scan(2));
 }
 
-TEST_F(ReflectedTypeMatch, AShortNameRanksNoHigherThanATail) {
+TEST_F(ReflectedTypeMatch, AShortNameDoesNotTakePrecedenceOverATail) {
   host().registry = {{"M", "lib.Map"}, {"Map", "app.Other"}};
   EXPECT_THROWS_TEXT(reflectedTypeMatch("Map"), std::runtime_error,
                      "Ambiguous plugin entry type 'Map'; use its fully qualified name");

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the table of what the tests reach: its sums, its rounding, and that it fails where a target is missed; and the
-# list of what they do not reach.
+# Checks the coverage table (its sums, its rounding, and that it fails when a target is missed) and the list of what the
+# tests do not reach.
 # Usage: check_table.sh
 set -euo pipefail
 here=$(dirname "$0")
@@ -11,7 +11,7 @@ failures=0
 # report FILE LINES MISSED BRANCHES MISSED CONDITIONS MISSED: one line of a report.
 report() { printf '%s 4 0 100.00%% %s %s 0%% %s %s 0%% %s %s 0%%\n' "$@"; }
 
-# check NAME STATUS LINE: the verdict on the two reports, and a line that the table must hold.
+# check NAME STATUS LINE: makes the table of the two reports; expects the status, and the line in what is printed.
 check() {
   local status=0
   awk -f "$here/table.awk" part=library "$work/library" part=host "$work/host" >"$work/table" 2>&1 || status=$?

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the tests of a coverage build, prints what they reach of the library and of the reference host, writes pages that
-# show it line by line, and fails below the targets.
+# Runs the tests of a coverage build, prints how much of the library and of the host they reach, writes pages that show
+# it line by line, and fails if a target is missed.
 # Usage: report.sh BUILD_FOLDER
 set -euo pipefail
 here=$(realpath "$(dirname "$0")") build=$(realpath "$1")
@@ -10,11 +10,11 @@ profiles=$(mktemp -d)
 trap 'rm -rf "$profiles"' EXIT
 rm -rf "$pages"
 mkdir "$pages"
-# Tests that give up the rights of the superuser leave their counters too.
+# Tests that give up root's rights write their counters too.
 chmod 711 "$profiles"
 
-# measure PART TESTS SOURCES PROGRAM…: TESTS is a pattern of their names. The hosts that play by a script define
-# functions of the same names as the reference host, so each part has counters of its own.
+# measure PART TESTS SOURCES PROGRAM…: TESTS is a pattern of test names. The scripted host and the reference host define
+# functions of the same names, so each part has its own counters.
 measure() {
   local part=$1 tests=$2 sources=$3 program programs=()
   mkdir -m 777 "$profiles/$part"
@@ -23,10 +23,10 @@ measure() {
     cat "$profiles/log" >&2
     exit 1
   fi
-  # A process that a test kills may have written half of its profile.
+  # A process that a test kills may leave a profile half written.
   llvm-profdata-19 merge -sparse -failure-mode=all -o "$profiles/$part.profdata" "$profiles/$part"/*.profraw
   for program in "${@:4}"; do programs+=(-object "$build/$program"); done
-  # Words, not one: a part may have several folders.
+  # A part may have several folders, so $sources is split into words.
   # shellcheck disable=SC2206
   local common=("${programs[@]:1}" -instr-profile="$profiles/$part.profdata" $sources)
   llvm-cov-19 report -show-mcdc-summary -show-region-summary=false "${common[@]}" >"$profiles/$part.txt"

@@ -1,5 +1,5 @@
-# Puts reports of llvm-cov together in one table, a row for each file of the library and for each room of the host, and
-# fails with a line on standard error where a target is missed. Shares are rounded down, so that 100 % means everything.
+# Combines reports of llvm-cov into one table, with a row for each file of the library and each room of the host. Fails,
+# with a line on standard error, if a target is missed. Shares are rounded down, so that 100 % means everything.
 # Usage: awk -f table.awk part=library REPORT part=host REPORT
 
 function add(row, kind, total, missed) {

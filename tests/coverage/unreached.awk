@@ -1,5 +1,5 @@
-# Lists the lines and branches that no test reaches, from what `llvm-cov show -show-branches=count` prints. Where several
-# sources have a copy of a function, a branch is reached when one of them takes it.
+# Lists the lines and branches that no test reaches, from the output of `llvm-cov show -show-branches=count`. If several
+# sources have a copy of a function, a branch counts as reached when any copy takes it.
 
 /^[^ ].*:$/ { file = substr($0, 1, length($0) - 1) }
 
