@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Compares the instructions that docs/performance.md shows with those of a program that the library is linked into.
+"""Compares the instructions that docs/performance.md shows with those of a program that links the library.
 
 Usage: check_forwarding.py PROJECT PROGRAM
 """
@@ -28,7 +28,8 @@ def main():
     symbols = [line.rstrip(":") for line in shown if line.startswith("orva_")]
     found = [line for symbol in symbols for line in instructions_of(program, symbol)]
     if shown != found:
-        sys.exit(f"docs/performance.md:{block.line}: the instructions are others:\n" + "\n".join(found))
+        sys.exit(f"docs/performance.md:{block.line}: the page shows other instructions than the program has:\n" +
+                 "\n".join(found))
 
 
 if __name__ == "__main__":

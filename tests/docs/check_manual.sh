@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the manual page of a program: that mandoc accepts it, that it has the same options as --help, that its messages
-# are in the sources, and that its examples print what they show.
+# Checks the manual page of a program: mandoc must accept it, it must list the options of --help, the sources must
+# contain its messages, and its examples must print what it shows.
 # Usage: check_manual.sh FOLDER_OF_SOURCES PROGRAM
 set -euo pipefail
 here=$(realpath "$(dirname "$0")") sources=$1 program=$2
@@ -27,17 +27,17 @@ same 'commands of --help' 'commands of the page'
 sed -n 's/^\.Os orva-classloader //p' "$page" >"$work/other"
 same 'version of the program' 'version of the page'
 
-# Up to what stands for a name or a reason, after what stands for a number.
+# The fixed part of each message: after a placeholder for a number, up to one for a name or a reason.
 section DIAGNOSTICS | sed -nE "s/^\.It \"($name: )?((process )?N )?'?([^\"':]+).*/\4/p" >"$work/messages"
 [[ -s $work/messages && $(wc -l <"$work/messages") -eq $(section DIAGNOSTICS | grep -c '^\.It') ]] ||
-  { echo 'not every item of DIAGNOSTICS is a quoted message'; status=1; }
-# Both programs read their options by what is in the last folder.
+  { echo 'each item of DIAGNOSTICS must be a quoted message'; status=1; }
+# The code in reference_host/language/ reads the options of both programs.
 while read -r message; do
   grep -rqF --include='*.cpp' --include='*.h' -- "$message" "$sources" "$here/../../reference_host/language" ||
-    { echo "no source says <$message>"; status=1; }
+    { echo "no source contains the message <$message>"; status=1; }
 done <"$work/messages"
 
-# A session as a page to follow: what `cat` shows is the file, and any other command prints what stands below it.
+# Turns the session into a page to follow: `cat` shows a file to write, and the output of any other command is below it.
 section EXAMPLES | awk '
   function end() { if (open) print "```"; open = 0 }
   function begin(language) { end(); print "```" language; open = 1 }

@@ -1,9 +1,9 @@
 #!/usr/bin/python3 -B
-"""Checks every link, block and command of the project's pages, and names what is wrong as page:line.
+"""Checks every link, block and command of the project's pages, and reports each problem as page:line.
 
-A fenced block is covered when it is an excerpt (`<!-- from: FILE -->`: a contiguous run of lines of that file), when
-its page is followed by a test, when a test compares it (`<!-- tested by: SCRIPT -->`), or when it is a command of the
-project itself. Links to other hosts are listed, and not fetched.
+A fenced block is covered if it is an excerpt (`<!-- from: FILE -->`: a contiguous run of lines of that file), if a test
+follows its page, if a test compares it (`<!-- tested by: SCRIPT -->`), or if it is a command of the project itself.
+Links to other hosts are listed but not fetched.
 """
 
 import argparse
@@ -29,7 +29,7 @@ class Checker:
 
     def check(self):
         for name in self.followed - {page.name for page in self.pages.values()}:
-            self.problems.append(f"{name}: a test follows this page, but it is not there")
+            self.problems.append(f"{name}: a test follows this page, but there is no such page")
         for page in self.pages.values():
             for line, link in page.links:
                 self.check_link(page, line, link)
@@ -40,7 +40,7 @@ class Checker:
             for line, code in page.codes:
                 if self.commands.is_own(code):
                     self.check_command(page, line, code)
-        self.check_words_are_told()
+        self.check_words_are_listed()
 
     def report(self, page, line, problem):
         self.problems.append(f"{page.name}:{line}: {problem}")
@@ -74,8 +74,8 @@ class Checker:
             self.report(page, block.line, "nothing tests this block")
 
     def is_followed(self, page, block):
-        told = block.is_commands() or block.answers or {"file", "append"} & block.markers.keys()
-        return page.name in self.followed and told
+        is_used = block.is_commands() or block.answers or {"file", "append"} & block.markers.keys()
+        return page.name in self.followed and is_used
 
     def check_excerpt(self, page, block, name):
         path = self.project / name
@@ -88,7 +88,7 @@ class Checker:
             self.report(page, block.line + same, f"this line of the excerpt of {name} differs: {shown[same]}")
 
     def check_commands(self, page, block):
-        # A line may go on after a backslash.
+        # A backslash continues a line.
         text = re.sub(r"\\\n", lambda _: "\0", block.text)
         line = block.line
         for command in text.splitlines():
@@ -101,12 +101,12 @@ class Checker:
         except (Unknown, ValueError) as problem:
             self.report(page, line, f"{problem}, in: {text.strip()}")
 
-    def check_words_are_told(self):
+    def check_words_are_listed(self):
         page = self.pages.get(self.project / "CONTRIBUTING.md")
-        told = {code for _, code in page.codes} if page else set()
+        listed = {code for _, code in page.codes} if page else set()
         for synopsis in self.commands.synopses:
-            if page and synopsis not in told:
-                self.report(page, 1, f"says nothing of `{synopsis}`")
+            if page and synopsis not in listed:
+                self.report(page, 1, f"does not mention `{synopsis}`")
 
 
 def common_lines(some, others):

@@ -1,6 +1,6 @@
 #!/usr/bin/python3 -B
-"""Looks for each native and each neighbour wherever all of them are defined, tested and told of, and checks the counts
-that pages make. Each line that it prints names a place, and what is missing there.
+"""Checks that each native and each neighbour is defined, tested and documented wherever all of them are, and that the
+numbers on pages are right. Each line that it prints names a place and what is missing there.
 
 Usage: check_promises.py PROJECT
 """
@@ -12,27 +12,27 @@ import sys
 import tempfile
 from pathlib import Path
 
-# Where each native stands: files, a pattern in one of them, and what to do there.
+# Where each native must appear: files, a pattern in one of them, and what to do there.
 NATIVE_PLACES = [
     ("classloader/*.cpp", r"^\w.*\b{symbol}\(", "define it"),
     ("tests/contract/*.cpp", r"\b{symbol}\(", "assert its calls, raises and results"),
     ("tests/faults/paths.cpp", r"call {method}\b", "list its paths"),
-    ("tests/properties/play.cpp", r"\b{symbol}\(", "let it be played"),
+    ("tests/properties/play.cpp", r"\b{symbol}\(", "call it"),
     ("tests/properties/*_test.cpp", r"\b{method}\(|\bNative::{method}\b", "play it in small worlds"),
-    ("tests/interleavings/*", r"\b{symbol}\b", "step it beside those it can meet, or say why it meets none"),
+    ("tests/interleavings/*", r"\b{symbol}\b", "pair it with those that it can affect, or say why there are none"),
     ("reference_host/stdlib/orva/{class}.ov", r"\bnative\b.*\b{method}\(", "declare its method"),
-    ("tests/programs/**/*.ov examples/tour/**/*.ov", r"\.{method}\(", "show it at work"),
+    ("tests/programs/**/*.ov examples/tour/**/*.ov", r"\.{method}\(", "call it in a program"),
     ("docs/natives.md", r"^\| `{symbol}` \| `{declaration}` \|(?s:.*)^## {symbol}$",
      "give it a row with its method as the class declares it, and a section"),
-    ("runtime_api/*.h", r"`{symbol}`", "name it in the comments of what it calls"),
+    ("runtime_api/*.h", r"`{symbol}`", "name it in the comment of each neighbour that it calls"),
 ]
 
-# The same for neighbours. `name` has the class, and no namespace; `call` is how tests write a call.
+# The same for neighbours. `name` includes the class but no namespace; `call` is how tests write a call.
 NEIGHBOUR_PLACES = [
     ("classloader/*", r"\b{last}\b", "call it"),
     ("tracing/calls/calls.inc", r"\({listed}\)$", "list it, so that traces show it"),
     ("abi/required_symbols.txt", r" (orva::compiler::)?{name} ", "record it: ./dev abi --record"),
-    # Also as the name that an assembler label gives.
+    # An assembler label may name it too.
     ("reference_host/*/*.cpp", r"\b{name}[(;\"]", "define it"),
     ("examples/minimal_host/*.cpp", r"\b{name}[(;]", "define it"),
     ("tests/scripted_host/scripted_host.cpp", r"\b{name}[(;]", "define it, and record the call"),
@@ -40,14 +40,14 @@ NEIGHBOUR_PLACES = [
     ("tests/symbols/plain_host.h", r"\b{name}[(;]", "define it"),
     ("tests/contract/*.cpp", r"\b{call}\b", "assert the call"),
     ("tests/properties/world_text.cpp", r'"{name}"', "name it in worlds"),
-    ("tests/properties/*_test.cpp", r"\bOperation::{operation}\b", "let it answer and fail in small worlds"),
-    ("host_contract/checks/*.cpp", r"\b{last}\b", "check what a host could do wrong with it, or say what does"),
+    ("tests/properties/*_test.cpp", r"\bOperation::{operation}\b", "let it return and fail in small worlds"),
+    ("host_contract/checks/*.cpp", r"\b{last}\b", "check what a host could do wrong with it, or say which check does"),
     ("runtime_api/*.h", r"^ */// - Required: .*\n(?: *///.*\n)* *[^/\n].*\b{last}[(;]",
      "say in its comment what is required of it"),
     ("docs/natives.md", r"\b{last}\b", "name it among the steps of the natives that call it"),
 ]
 
-# Calls that tests write by a function of scripted_host.h.
+# Calls that tests write with a function of scripted_host.h.
 CALLS = {
     "gReflectionMutex": r"lock\(gReflectionMutex\)", "Orva_raise": "raised",
     "Compiler::ensureSourceLoadedInActiveJit": "loaded",
@@ -55,7 +55,7 @@ CALLS = {
     "orva_collections_ArrayList_size": "listRead", "orva_collections_ArrayList_operator_index": "listRead",
 }
 
-# Where calls are played and traced; data is not called.
+# Places that concern calls only, so that data need not appear there.
 CALLED_ONLY = ("tests/properties", "tests/contract", "tracing/calls")
 
 NUMBER_OF_NATIVES = re.compile(r"\b(eight|nine|ten|eleven|twelve)\s+(C\s+)?(natives|functions|exported)", re.I)
@@ -67,7 +67,7 @@ def text_of(files):
 
 
 def missing(subject, facts, places):
-    """Yields a line for each place that does not know a native or a neighbour."""
+    """Yields a line for each place that does not mention a native or a neighbour."""
     for files, pattern, advice in places:
         where = files.format_map(facts)
         if not re.search(pattern.format_map(facts), text_of(where), re.M):
@@ -86,7 +86,7 @@ def natives():
 
 
 def neighbours_of(header):
-    """Yields what a header declares without defining it; members with their class."""
+    """Yields what a header declares without defining it; members with the name of their class."""
     text = re.sub(r"//.*", "", Path(header).read_text())
     text = re.sub(r"^inline .*?\}$", "", text, flags=re.M | re.S)
     inside = ""
@@ -114,7 +114,7 @@ def constant(name, file):
 
 
 def counts():
-    """Yields the numbers that pages show, and where they come from."""
+    """Yields each page, a number that it must show, and the source of the number."""
     page = text_of("docs/failure-matrix.md")
     cases, paths = re.search(r"^These are ([\d,]+) cases on (\d+) paths", page, re.M).groups()
     tests = "\n".join(path.read_text() for path in Path("tests/interleavings").glob("*_test.cpp")
@@ -134,7 +134,7 @@ def counts():
 
 
 def counted_natives():
-    """Yields each place that says how many natives there are, which the next one would make untrue."""
+    """Yields each place that says how many natives there are, because the next native would make it wrong."""
     files = "*.md docs/*.md examples/**/*.ov */*.h classloader/* host_contract/**/*.* tests/**/*.cpp tests/**/*.h"
     for pattern in files.split():
         for path in sorted(Path().glob(pattern)):
@@ -143,19 +143,19 @@ def counted_natives():
 
 
 def unwatched_scripts():
-    """Yields the scripts of the scripted host whose answers no test would miss."""
+    """Yields the scripts of the scripted host whose unused answers no test would notice."""
     folder = "tests/scripted_host/scripted_host"
     watched = re.search(r"return pendingIn\((.*?)\);", text_of(f"{folder}.cpp"), re.S)[1]
     for script in re.findall(r"^  Script<.*> (\w+);", text_of(f"{folder}.h"), re.M):
         if not re.search(rf"\b{script}\b", watched):
-            yield f"{folder}.cpp: pendingAnswers() does not count those of {script}"
+            yield f"{folder}.cpp: pendingAnswers() does not count the answers of {script}"
 
 
 def findings():
-    """Returns what is wrong in the project that is the working directory, a line for each place."""
+    """Returns what is wrong in the project in the working directory, a line for each place."""
     lines = [line for symbol, facts in natives() for line in missing(symbol, facts, NATIVE_PLACES)]
     lines += [line for name, facts, places in neighbours() for line in missing(name, facts, places)]
-    lines += [f"{page}: '{number}' is not there, as {source} has it" for page, number, source in counts()
+    lines += [f"{page}: does not say '{number}', which is the number in {source}" for page, number, source in counts()
               if number not in " ".join(text_of(page).split())]
     return lines + list(unwatched_scripts()) + list(counted_natives())
 

@@ -1,4 +1,4 @@
-"""Checks the commands of the project that pages name without running them: words, options, presets, targets, tests."""
+"""Checks, without running them, the project's commands that pages name: words, options, presets, targets, tests."""
 
 import json
 import re
@@ -12,7 +12,7 @@ PROGRAM = re.compile(r"build/[\w-]+/(bin|tests|benchmarks)/\S+")
 
 
 class Unknown(Exception):
-    """What a command names is not there."""
+    """A command names something that does not exist."""
 
 
 def output_of(*command):
@@ -20,13 +20,14 @@ def output_of(*command):
 
 
 class Commands:
-    """What there is in the project's folder and in one of its build trees."""
+    """What commands may name, read from the project's folder and one of its build trees."""
 
     def __init__(self, project, build):
-        # From a folder that leads to the tests: ctest writes its log where it is started, and may be running there.
+        # ctest writes its log where it runs. Another ctest may be running in the build tree, so this one runs in a
+        # folder that refers to it.
         self._tests = tempfile.TemporaryDirectory()
-        leads = f'subdirs("{Path(build).resolve()}")\n'
-        Path(self._tests.name, "CTestTestfile.cmake").write_text(leads, encoding="utf-8")
+        reference = f'subdirs("{Path(build).resolve()}")\n'
+        Path(self._tests.name, "CTestTestfile.cmake").write_text(reference, encoding="utf-8")
         self.synopses = [re.split(r"  +", line)[0] for line in output_of(Path(project, "dev")).splitlines()]
         presets = json.loads(Path(project, "CMakePresets.json").read_text(encoding="utf-8"))
         self.presets = {
@@ -41,7 +42,7 @@ class Commands:
         return bool(re.match(r"(\./dev|ctest|cmake|orva-host|orva-trace)( |$)|-D\w", text) or PROGRAM.match(text))
 
     def check(self, text):
-        """Checks commands that are joined by `&&`; throws `Unknown` for what is not there."""
+        """Checks commands that are joined by `&&`; throws `Unknown` if one names something that does not exist."""
         for command in text.split("&&"):
             words = [word.strip("[]") for word in shlex.split(command, comments=True)]
             if words:
@@ -60,22 +61,22 @@ class Commands:
         elif program in self.help or PROGRAM.match(program):
             self._check_program(program, words[1:])
         else:
-            raise Unknown(f"'{program}' is no command of the project, and this page is not followed")
+            raise Unknown(f"'{program}' is not a command of the project, and no test follows this page")
 
     def _check_dev(self, words):
         forms = [[part.strip("[]") for part in synopsis.split()[1:]] for synopsis in self.synopses]
         if words and not any(form[0] == words[0] for form in forms):
             raise Unknown(f"./dev has no word '{words[0]}'")
-        if not any(self._takes(form, words) for form in forms):
-            raise Unknown(f"./dev {words[0]} does not take '{' '.join(words[1:])}'")
+        if not any(self._accepts(form, words) for form in forms):
+            raise Unknown(f"./dev {words[0]} does not accept '{' '.join(words[1:])}'")
 
-    def _takes(self, form, words):
-        """Tells whether the words fit a form, whose parts but the first may be left out, and whose last may repeat."""
+    def _accepts(self, form, words):
+        """Tells whether the words match a form. Only its first part is required, and its last may repeat."""
         if not words or not form:
             return not words
         if self._fits(words[0], form[0]):
-            return self._takes(form if form[0].endswith("…") else form[1:], words[1:])
-        return form[0][0].isupper() and self._takes(form[1:], words)
+            return self._accepts(form if form[0].endswith("…") else form[1:], words[1:])
+        return form[0][0].isupper() and self._accepts(form[1:], words)
 
     def _fits(self, word, part):
         if part == "PRESET" and word != part:
@@ -127,7 +128,7 @@ class Commands:
 
 
 def read_options(words, valued, flags):
-    """Maps options to values. Words that are no options are files; an option that is in neither set is unknown."""
+    """Maps options to values. Other words are files; an option in neither set is unknown."""
     options, rest = {}, iter(words)
     for word in rest:
         name, _, value = word.partition("=")
@@ -136,5 +137,5 @@ def read_options(words, valued, flags):
         elif word in flags:
             options[word] = ""
         elif word.startswith("-") and not word.startswith("-D"):
-            raise Unknown(f"no rule checks the option '{word}'")
+            raise Unknown(f"this check does not know the option '{word}'")
     return options

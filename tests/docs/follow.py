@@ -2,10 +2,10 @@
 """Does what a page tells its reader to do, in the page's order, and compares what the commands print.
 
 `<!-- file: NAME -->` before a block writes it to NAME, `<!-- append: NAME -->` appends it. `sh` blocks are run with
-`bash -eu`, each in the folder and with the exported variables that the one before left. A `text` block after an `sh`
-block, at once or after prose and `<!-- prints -->`, is the whole standard output of that block: a word of at least
-four capitals, such as COUNT, stands for a number, a time such as `1.2 ms` for any time, an address such as `0x7f` for
-any address, and a line `…` for any lines. Ends with 1 where the page is wrong.
+`bash -eu`; each starts with the folder and the exported variables of the one before. A `text` block directly after an
+`sh` block, or later after `<!-- prints -->`, is the whole standard output of that block: a word of at least four
+capitals, such as COUNT, matches any number, a time such as `1.2 ms` any time, an address such as `0x7f` any address,
+and a line `…` any lines. Exits with 1 if the page is wrong.
 """
 
 import argparse
@@ -19,7 +19,7 @@ from pathlib import Path
 
 from page import Page
 
-# Keeps the folder and the variables for the next block, and tells which command failed. All in one line, so that the
+# Saves the folder and the variables for the next block, and reports which command failed. It is one line, so that the
 # first line of the block is the second of the script.
 PREAMBLE = (
     "set -E; [ ! -e {state}/shell ] || . {state}/shell; "
@@ -32,11 +32,11 @@ VARIES = re.compile(rf"( *)\b([A-Z]{{4,}}|[0-9]+(?:\.[0-9]+)?{UNIT}|0x[0-9a-f]+(
 
 
 class Wrong(Exception):
-    """What the page says does not hold; the text begins with page:line."""
+    """The page is wrong; the text begins with page:line."""
 
 
 def pattern_of(line):
-    """The regular expression of an expected line. Columns of numbers may be filled with blanks."""
+    """The regular expression of an expected line. Numbers may be padded with blanks."""
     parts = VARIES.split(line)
     pattern = re.escape(parts[0])
     for blanks, shown, rest in zip(parts[1::3], parts[2::3], parts[3::3]):
@@ -87,8 +87,9 @@ def run(block, page, state):
 def compare(block, page, printed):
     if not matches(block.text, printed):
         lines = difflib.unified_diff(
-            block.text.splitlines(), printed.splitlines(), "the page", "what came", lineterm="")
-        raise Wrong(f"{page.name}:{block.line}: the output differs of: {block.answers.text}" + "\n".join(lines))
+            block.text.splitlines(), printed.splitlines(), "the page", "the output", lineterm="")
+        raise Wrong(f"{page.name}:{block.line}: the page shows other output of: {block.answers.text}" +
+                    "\n".join(lines))
 
 
 def follow(page, blocks):
@@ -105,7 +106,7 @@ def follow(page, blocks):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("page", metavar="PAGE", type=Path)
-    parser.add_argument("--only", metavar="SECTION", help="follow the section with this heading alone")
+    parser.add_argument("--only", metavar="SECTION", help="follow only the section with this heading")
     parser.add_argument("--here", action="store_true", help="work in this folder, not in an empty temporary one")
     options = parser.parse_args()
     page = Page(options.page.resolve(), options.page)

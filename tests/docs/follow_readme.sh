@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Follows the README in a copy of the project, whose build tree holds the host that was built and one test that passes:
-# `./dev` sets up and runs what it would, but builds nothing. Then runs the README's own host in each of its builds.
+# Follows the README in a copy of the project, whose build tree contains the host, already built, and one test that
+# passes: `./dev` sets up and runs as usual, but builds nothing. Then runs the host of the README in each of its builds.
 # Usage: follow_readme.sh PROJECT BUILD
 set -euo pipefail
 project=$1 build=$2 here=$(realpath "$(dirname "$0")")
@@ -17,12 +17,12 @@ find examples -name '*.o' -delete
 ln -s "$build/bin" "$build/share" build/dev/
 echo 'add_test(passes true)' >build/dev/CTestTestfile.cmake
 
-# A host in four files: the plain one, all in the first.
+# The README names four files; the plain host fits into the first, and the others stay empty.
 cp tests/symbols/plain_host.cpp my_host/main.cpp
 cp tests/symbols/plain_host.h my_host
 touch my_host/{runtime,registry,compiler}.cpp
 
-# Without the kit and the tracer, which no host here uses.
+# Leaves out the kit and the tracer, which no host here uses.
 cat >"$work/tools/cmake" <<TOOL
 #!/bin/sh
 case "\$*" in
@@ -39,5 +39,5 @@ my_host/build/my_host
 my_host/with_static
 LD_LIBRARY_PATH=build/installed/lib my_host/with_shared
 nm -D --defined-only my_host/build/my_host | grep ' T orva_ClassLoader_getSystem$' >/dev/null ||
-  { echo "README.md: dlsym does not find the natives in the README's host"; exit 1; }
-echo "The README's own host was built, and ran"
+  { echo "README.md: dlsym cannot find the natives in the host of the README"; exit 1; }
+echo "The host of the README was built and ran"

@@ -1,4 +1,4 @@
-"""A page of Markdown as its tests see it: its fenced blocks, headings, links and inline code, each with its line."""
+"""Reads a page of Markdown for tests: its fenced blocks, headings, links and inline code, each with its line."""
 
 import re
 from collections import Counter
@@ -8,10 +8,10 @@ from pathlib import Path
 from markdown_it import MarkdownIt
 
 MARKER = re.compile(r"<!--\s*(from|file|append|tested by|prints)(?::\s*(.*?))?\s*-->")
-# The parser leaves raw HTML as it stands.
+# The parser does not parse raw HTML.
 HTML_LINK = re.compile(r"""<(?:a|img)\b[^>]*?\b(?:href|src)\s*=\s*["']([^"']*)""")
 
-# A reference that is defined nowhere is left in the text.
+# The parser leaves an undefined reference in the text.
 UNDEFINED = re.compile(r"\[[^\[\]]+\]\[[^\[\]]*\]")
 
 
@@ -23,16 +23,16 @@ class Block:
     language: str
     text: str
     markers: dict
-    sections: list  # the headings that it stands under, outermost first
+    sections: list  # the headings above it, outermost first
     answers: "Block | None" = None
 
     def is_commands(self):
-        """Tells whether the reader is to type it; a script that is written to a file is not typed."""
+        """Tells whether the reader types it; a script that is written to a file is not typed."""
         return self.language == "sh" and not {"file", "append"} & self.markers.keys()
 
 
 class Page:
-    """Reads `path`; `name` is how failures call it."""
+    """Reads `path`; `name` is its name in messages."""
 
     def __init__(self, path, name=None):
         self.path = Path(path)
@@ -87,7 +87,7 @@ class Page:
             kind, shown = self._kind_and_text(child)
             if kind is None:
                 continue
-            # The parser joins lines, so the place is looked for; a reference's target stands elsewhere.
+            # The parser joins lines, so the line is searched for; a reference's target is in another place.
             found = re.compile(r"\s+".join(map(re.escape, shown.split()))).search(text, at)
             at = found.start() if found else at
             kind.append((first + 1 + text.count("\n", 0, at), shown))
@@ -105,7 +105,7 @@ class Page:
         return (self.links, link[1]) if link else (None, None)
 
     def anchors(self):
-        """What `#…` may name: the headings in lower case, without punctuation, with hyphens for spaces, each once."""
+        """What `#…` may name: the headings in lower case, without punctuation, with hyphens for spaces, made unique."""
         found, seen = [], Counter()
         for heading in self.headings:
             slug = re.sub(r"[^\w\- ]", "", heading.strip().lower()).replace(" ", "-")

@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Shows that the checker and the follower report what is wrong: each row is a page with one defect, and the report.
+"""Shows that the checker and the follower report what is wrong: each row is a page with one defect, and its report.
 
 Usage: planted_defects.py PROJECT BUILD
 """
@@ -13,7 +13,7 @@ from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
 
-# Nothing is wrong here, in each of the ways that there are.
+# One of each thing that is checked, all correct.
 SOUND = """# A page: `x`, x & x
 
 [above](#a-page-x-x--x), [its heading](docs/other.md#twice-1), [by reference][other], ![picture](docs/other.md)
@@ -37,7 +37,7 @@ ctest --preset dev \\
 ```
 """
 
-# A page with one defect, and what the checker reports: the line, and how it goes on.
+# A page with one defect, and how the checker's report begins, after the page's name.
 UNSOUND = [
     ("[a](docs/absent.md)", "1: the link 'docs/absent.md' leads to no file of the project"),
     ("text\n[a](../page.md)", "2: the link '../page.md' leads to no file of the project"),
@@ -52,16 +52,16 @@ UNSOUND = [
     ("```cobol\n```", "2: the block's language is 'cobol'"),
     ("```cpp\nint x;\n```", "2: nothing tests this block"),
     ("```sh\n./dev run\n```\n```text\nsome\n```", "5: nothing tests this block"),
-    ("```sh\n./dev \\\n  run\nls\n```", "4: 'ls' is no command of the project"),
+    ("```sh\n./dev \\\n  run\nls\n```", "4: 'ls' is not a command of the project"),
     ("`./dev fly`", "1: ./dev has no word 'fly'"),
-    ("`./dev test --some`", "1: ./dev test does not take '--some'"),
-    ("`./dev test fast`", "1: ./dev test does not take 'fast'"),
-    ("`./dev test docs fast`", "1: ./dev test does not take 'docs fast'"),
-    ("`./dev test docs asan`", "1: ./dev test does not take 'docs asan'"),
-    ("`./dev lint docs`", "1: ./dev lint does not take 'docs'"),
+    ("`./dev test --some`", "1: ./dev test does not accept '--some'"),
+    ("`./dev test fast`", "1: ./dev test does not accept 'fast'"),
+    ("`./dev test docs fast`", "1: ./dev test does not accept 'docs fast'"),
+    ("`./dev test docs asan`", "1: ./dev test does not accept 'docs asan'"),
+    ("`./dev lint docs`", "1: ./dev lint does not accept 'docs'"),
     ("text `x\ny`\n`ctest --preset\nfast`", "3: there is no test preset 'fast'"),
     ("`ctest --preset dev -R '^absent'`", "1: no test matches '^absent'"),
-    ("`ctest --preset dev --fly`", "1: no rule checks the option '--fly'"),
+    ("`ctest --preset dev --fly`", "1: this check does not know the option '--fly'"),
     ("`cmake --preset fast`", "1: there is no configure preset 'fast'"),
     ("`cmake --build --preset dev --target absent`", "1: there is no target 'absent'"),
     ("`-DORVA_FLY=ON`", "1: there is no CMake variable 'ORVA_FLY'"),
@@ -70,23 +70,23 @@ UNSOUND = [
     ("`orva-trace --fly -- orva-host`", "1: orva-trace has no option '--fly'"),
 ]
 
-# A page to follow, which the checker accepts; what the follower reports, which is nothing where the page is right; and
-# options of the follower.
+# A page to follow, which the checker accepts; what the follower reports, or nothing if the page is right; and options
+# of the follower.
 FOLLOWED = [
     ("<!-- file: a/b -->\n```text\none\n```\n<!-- append: a/b -->\n```text\ntwo\n```\n```sh\ncd a\nexport name=b\n```\n"
      "```sh\ncat $name; echo '=   1.5 s, ABI'\n```\nprints\n\n"
      "<!-- prints -->\n```text\n…\ntwo\n= SECONDS s, ABI\n```", ""),
     ("```sh\ntrue\nfalse && true; ls absent\n```", "3: status 2 of: ls absent"),
     ("```sh\ntrue\necho $absent\n```", "2: status 1 of: true"),
-    ("```sh\necho one\n```\n```text\ntwo\n```", "5: the output differs of: echo one"),
+    ("```sh\necho one\n```\n```text\ntwo\n```", "5: the page shows other output of: echo one"),
     ("```sh\necho 'in   12.5 µs at 0x5f'\n```\n```text\nin 3 ms at 0x7f00\n```", ""),
-    ("```sh\necho 'in 12'\n```\n```text\nin 12 ms\n```", "5: the output differs of: "),
-    ("```sh\necho 'at 7'\n```\n```text\nat 0x7\n```", "5: the output differs of: "),
-    ("```sh\necho one; echo two\n```\n```text\none\n```", "5: the output differs of: "),
+    ("```sh\necho 'in 12'\n```\n```text\nin 12 ms\n```", "5: the page shows other output of: "),
+    ("```sh\necho 'at 7'\n```\n```text\nat 0x7\n```", "5: the page shows other output of: "),
+    ("```sh\necho one; echo two\n```\n```text\none\n```", "5: the page shows other output of: "),
     ("```sh\necho one\n```\n<!-- file: a -->\n```text\ntwo\n```\n<!-- file: b -->\n```sh\nfalse\n```\n"
      "<!-- prints -->\n```text\none\n```", ""),
     ("# One\n```sh\nfalse\n```\n# Two\n## Three\n```sh\nfalse\n```", "8: status 1 of: false", "--only", "Two"),
-    ("```sh\necho some\n```\n```text\nCOUNT\n```", "5: the output differs of: "),
+    ("```sh\necho some\n```\n```text\nCOUNT\n```", "5: the page shows other output of: "),
 ]
 
 
@@ -129,21 +129,21 @@ def check_all(build):
     rows = [(name, "") for name in sound + followed]
     rows += [(name, report.replace("PAGE", name)) for name, (_, report) in zip(unsound, UNSOUND)]
     results = [is_reported(name, report, printed) for name, report in rows]
-    is_told = "says nothing of `./dev lint`\n" in printed and "says nothing of `./dev run`\n" not in printed
-    if status == 1 and is_told:
+    found = "does not mention `./dev lint`\n" in printed and "does not mention `./dev run`\n" not in printed
+    if status == 1 and found:
         return all(results)
-    print(f"expected status 1, and that CONTRIBUTING.md says nothing of ./dev lint; status {status}:\n{printed}")
+    print(f"expected status 1, and that CONTRIBUTING.md does not mention ./dev lint; status {status}:\n{printed}")
     return False
 
 
 def follow_all():
-    """Follows one page after the other."""
+    """Has the follower follow each page."""
     results = []
     for number, (_, report, *options) in enumerate(FOLLOWED):
         name = f"followed{number}.md"
         status, printed = run(HERE / "follow.py", name, *options)
-        told = "\n".join(line for line in printed.splitlines() if " $ " not in line and " wrote " not in line)
-        results.append(is_reported(name, report, told) and status == (1 if report else 0))
+        reported = "\n".join(line for line in printed.splitlines() if " $ " not in line and " wrote " not in line)
+        results.append(is_reported(name, report, reported) and status == (1 if report else 0))
     return all(results)
 
 

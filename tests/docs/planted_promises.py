@@ -1,6 +1,6 @@
 #!/usr/bin/python3 -B
-"""Shows that a native or a neighbour that is declared and forgotten elsewhere is missed in each place, by name: each
-row changes a copy of the project, and says what the check must report.
+"""Shows that check_promises.py names each place where a new native or neighbour was forgotten: each row changes a copy
+of the project, and lists what the check must report.
 
 Usage: planted_promises.py PROJECT
 """
@@ -15,13 +15,13 @@ from pathlib import Path
 from check_promises import findings
 
 NATIVE = """
-/** `static ClassLoader.isPlanted(name)`: stands here for the test. */
+/** `static ClassLoader.isPlanted(name)`: planted by a test. */
 ORVA_EXPORT int64_t orva_ClassLoader_isPlanted(const char* typeName);
 
 #ifdef __cplusplus
 }"""
 
-# What the checks read of the project; the rest is not copied.
+# The files that the checks read; the others are not copied.
 PARTS = ("*.md", "abi/*", "cmake/*", "classloader/*", "docs/*", "examples/**/*", "host_contract/**/*",
          "reference_host/**/*", "runtime_api/*", "tests/**/*", "tracing/calls/*")
 SUFFIXES = (".cmake", ".cpp", ".h", ".inc", ".md", ".ov", ".txt")
@@ -38,7 +38,7 @@ NEIGHBOUR_FORGOTTEN = DATA_FORGOTTEN | {
     "tracing/calls/calls.inc",
     "tests/contract/*.cpp", "tests/properties/world_text.cpp", "tests/properties/*_test.cpp"}
 
-# What is planted: a file, a text in it and its replacement; whom the report must name; and the places.
+# What is planted: files, each with a text and its replacement; the name that must be reported; and the places.
 PLANTED = [
     ([("classloader/natives.h", "\n#ifdef __cplusplus\n}", NATIVE)],
      "orva_ClassLoader_isPlanted", NATIVE_FORGOTTEN | {"classloader/*.cpp"}),
@@ -61,7 +61,7 @@ PLANTED = [
      "gPlanted", DATA_FORGOTTEN),
 ]
 
-# A change, and all lines that must be reported, where N stands for a number.
+# A change, and all lines that must be reported, with N for each number.
 WRONG = [
     ("docs/natives.md", "`static boolean addSourceRoot(String root)`", "`static boolean addSourceRoot(String file)`",
      ["docs/natives.md: does not mention orva_ClassLoader_addSourceRoot; "
@@ -72,19 +72,19 @@ WRONG = [
     ("runtime_api/runtime.h", "/// - Required: it copies", "/// - It copies",
      ["runtime_api/*.h: does not mention Orva_raise; say in its comment what is required of it"]),
     ("tests/scripted_host/scripted_host.h", "> typeName;", "> typeName;\n  Script<void()> planted;",
-     ["tests/scripted_host/scripted_host.cpp: pendingAnswers() does not count those of planted"]),
+     ["tests/scripted_host/scripted_host.cpp: pendingAnswers() does not count the answers of planted"]),
     ("docs/natives.md", "# The natives\n", "# The nine natives\n",
      ["docs/natives.md: says 'nine natives'; say it without a number"]),
     ("tests/interleavings/plugins_test.cpp", "{world, source(), source()}, ", "{world, source(), source()}, 1",
-     ["docs/testing.md: ': N schedules' is not there, as tests/interleavings has it"]),
+     ["docs/testing.md: does not say ': N schedules', which is the number in tests/interleavings"]),
     ("docs/failure-matrix.md", " cases on ", "0 cases on ",
-     ["README.md: 'of N cases' is not there, as docs/failure-matrix.md has it"]),
+     ["README.md: does not say 'of N cases', which is the number in docs/failure-matrix.md"]),
     ("docs/failure-matrix.md", " cases on ", " cases on 1",
-     ["docs/testing.md: 'On each of N paths' is not there, as docs/failure-matrix.md has it"]),
+     ["docs/testing.md: does not say 'On each of N paths', which is the number in docs/failure-matrix.md"]),
     ("tests/properties/random_worlds_test.cpp", "worldCount = ", "worldCount = 1",
-     ["docs/testing.md: 'and N large random ones' is not there, as tests/properties has it"]),
+     ["docs/testing.md: does not say 'and N large random ones', which is the number in tests/properties"]),
     ("host_contract/checks/objects.cpp", "room.required(", "room.asked(",
-     ["README.md: 'a kit of N named checks' is not there, as host_contract/checks has it"]),
+     ["README.md: does not say 'a kit of N named checks', which is the number in host_contract/checks"]),
 ]
 
 
@@ -98,7 +98,7 @@ def copy_project(source):
 
 
 def reported(changes):
-    """Returns what the check finds once texts of the project are changed; then they are changed back."""
+    """Changes texts of the project, returns what the check finds, and changes them back."""
     originals = {file: Path(file).read_text() for file, *_ in changes}
     for file, text, replacement in changes:
         if text not in originals[file]:
@@ -124,7 +124,7 @@ def main():
         copy_project(source)
         results = [is_reported("no change", [], reported([]))]
         for changes, name, places in PLANTED:
-            # What is to be done there is for people to read.
+            # The advice after the semicolon is not compared.
             found = [line.split(";")[0] for line in reported(changes)]
             results.append(is_reported(name, [f"{place}: does not mention {name}" for place in places], found))
         for file, text, replacement, lines in WRONG:
