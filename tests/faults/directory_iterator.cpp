@@ -1,4 +1,4 @@
-// Lists folders with the standard library alone, and lets its allocations fail.
+// Lists folders with the standard library alone, and makes its allocations fail.
 #include "directory_iterator.h"
 
 #include <fcntl.h>
@@ -30,7 +30,7 @@ namespace faults {
 static constexpr int endedStatus = 42;
 static constexpr int lostDirectory = 43;
 
-/// By the number of readings before an allocation, what comes of each.
+/// What each failing allocation leads to, by the number of reads before it.
 using Failures = std::map<std::size_t, std::vector<IteratorFailure>>;
 
 int openDescriptors() {
@@ -46,7 +46,7 @@ static void list(const std::string& folder) {
   while (!error && entry != fs::directory_iterator()) entry.increment(error);
 }
 
-/// Lists a folder with one allocation failing, and logs for each allocation how many readings were made before it.
+/// Lists a folder with one allocation failing, and logs for each allocation how many reads came before it.
 static void listUntil(const std::string& folder, bool typesHidden, std::size_t failing) {
   std::size_t readings = 0;
   std::size_t number = 0;
@@ -64,7 +64,7 @@ static void listUntil(const std::string& folder, bool typesHidden, std::size_t f
   try {
     list(folder);
   } catch (const std::bad_alloc&) {
-    // It may as well be thrown.
+    // Either way is allowed.
   }
 }
 
@@ -97,7 +97,7 @@ static Failures failuresOf(const Path& path, const std::string& folder) {
   return failures;
 }
 
-/// The folder that a path lists.
+/// Returns the folder that a path lists.
 static std::string folderOf(const Course& course) {
   const auto opens = [](const std::string& call) {
     return call.rfind("openat(\"", 0) == 0 || call.rfind("opendir(\"", 0) == 0;

@@ -1,4 +1,4 @@
-// What becomes of a failing allocation of the standard library's own directory iterator, without any native.
+// How the standard library's directory iterator behaves, without any native, when one of its allocations fails.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@ namespace faults {
 /// How many descriptors the process has open.
 int openDescriptors();
 
-/// Tells what comes of the `nth` allocation after so many readings of the directory that a path lists. One that is not
-/// the iterator's own is thrown.
+/// Tells what happens when the `nth` allocation after so many reads of the directory fails. Allocations other than the
+/// iterator's throw.
 IteratorFailure iteratorFailure(const Path& path, const Course& course, std::size_t readings, std::size_t nth);
 
 }  // namespace faults

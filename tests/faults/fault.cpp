@@ -1,4 +1,4 @@
-// Enumerating the faults of a path, and stating each as a world that the rules know.
+// Lists the faults of a path, and expresses each as a world for the rules.
 #include "fault.h"
 
 #include <algorithm>
@@ -25,8 +25,8 @@ bool isRaise(const std::string& call) { return isCallOf(call, "Orva_raise"); }
 
 bool isLock(const std::string& call) { return isCallOf(call, "lock"); }
 
-/// The errors that each call is tried with: a choice of those that POSIX and Linux list for it, and EIO where a file
-/// system may report it. EPERM and EBUSY are not among those of the lock: they are of unlocking and of trying.
+/// The errors that each call is tried with: some of those that POSIX and Linux document for it, and EIO if a file
+/// system may report it. A lock never fails with EPERM or EBUSY; those are errors of unlocking and of trying to lock.
 static const std::vector<std::pair<std::string, std::vector<int>>> errorsOfCalls{
     {"lock", {EAGAIN, EDEADLK, EINVAL, ENOTRECOVERABLE, EOWNERDEAD}},
     {"stat", {EACCES, EIO, ELOOP, ENAMETOOLONG, ENOENT, ENOMEM, ENOTDIR}},
@@ -47,7 +47,7 @@ bool isSystemCall(const std::string& call) { return !isLock(call) && !errorsOf(c
 
 static constexpr std::size_t longText = 100'000;
 
-/// The objects that a failing call throws: one of each kind that a native may tell apart.
+/// The objects that a failing call throws: one of each kind that a native could distinguish.
 static std::vector<Answer> objectsOf(const std::string& thrower) {
   return {{Ending::throwsException, 1, thrower + " failed", {}, {}},
           {Ending::throwsException, 1, "", {}, {}},
@@ -103,8 +103,7 @@ static void addCalls(const Course& course, std::vector<Fault>& faults) {
   }
 }
 
-/// The faults that raises which throw are tried with: of the allocations at one place one is enough, and of the objects
-/// one of each kind.
+/// The faults to combine with raises that throw. One allocation at each place is enough, and one object of each kind.
 static std::vector<Fault> faultsBeforeRaises(const std::vector<Fault>& faults) {
   std::vector<Fault> chosen;
   std::optional<std::size_t> place;  // of the last allocation
@@ -135,11 +134,11 @@ std::vector<Fault> faultsOf(const Path& path, const Course& course) {
   addAllocations(path, course, faults);
   addCalls(course, faults);
   const std::vector<Fault> besides = faultsBeforeRaises(faults);
-  const Outcome usual = foretell(path, course, Fault()).outcome;
+  const Outcome usual = predict(path, course, Fault()).outcome;
   if (raises(usual)) addRaises(Fault(), faults);
   for (const Fault& fault : besides) {
-    const Outcome outcome = foretell(path, course, fault).outcome;
-    // A fault that the path gets over leaves its own raise where it was.
+    const Outcome outcome = predict(path, course, fault).outcome;
+    // If the fault changes nothing, its raises are those of the path, which are tried already.
     if (raises(outcome) && !(outcome == usual)) addRaises(fault, faults);
   }
   return faults;
@@ -150,7 +149,7 @@ bool isCounted(const Course& course, const Fault& fault) {
   return fault.kind != Fault::Kind::error || !isCallOf(course.calls[fault.position], "fdopendir");
 }
 
-// What comes of them.
+// What they lead to.
 
 World worldBefore(const Path& path) {
   World world = path.story.world;
@@ -160,7 +159,7 @@ World worldBefore(const Path& path) {
   return world;
 }
 
-/// Puts an answer in the place of the one that a call would get.
+/// Replaces the answer that a call would get.
 static void replaceAnswer(std::vector<Answer>& answers, std::size_t place, const Answer& answer) {
   if (answers.empty()) answers.emplace_back();
   while (answers.size() < place + 2) answers.push_back(Answer(answers.back()));
@@ -190,7 +189,7 @@ World worldWith(const Path& path, const Course& course, const Fault& fault) {
   return world;
 }
 
-/// Takes away what lies at a path and below it.
+/// Removes what is at a path and below it.
 static void remove(World& world, const std::string& path) {
   const auto isThere = [&path](const model::File& file) {
     return file.path == path || file.path.compare(0, path.size() + 1, path + '/') == 0;
@@ -198,7 +197,7 @@ static void remove(World& world, const std::string& path) {
   world.files.erase(std::remove_if(world.files.begin(), world.files.end(), isThere), world.files.end());
 }
 
-/// States an error of the system as a world: what has no status is not there.
+/// Expresses an error of the system as a world: a file without a status does not exist.
 static void fail(World& world, const Course& course, const Fault& fault) {
   const std::string& call = course.calls[fault.position];
   const std::size_t quote = call.find('"') + 1;
@@ -211,7 +210,7 @@ static void fail(World& world, const Course& course, const Fault& fault) {
   }
 }
 
-Foretold foretell(const Path& path, const Course& course, const Fault& fault) {
+Prediction predict(const Path& path, const Course& course, const Fault& fault) {
   World world = worldWith(path, course, fault);
   std::optional<std::size_t> callsWithMemory;
   if (fault.kind == Fault::Kind::error && isSystemCall(course.calls[fault.position])) fail(world, course, fault);
@@ -227,7 +226,7 @@ Foretold foretell(const Path& path, const Course& course, const Fault& fault) {
 // Words.
 
 static std::string quoted(const Answer& thrown) {
-  if (thrown.ending == Ending::throwsOther) return "an object that is no exception";
+  if (thrown.ending == Ending::throwsOther) return "an object that is not an exception";
   if (thrown.text.empty()) return "an exception without a text";
   return thrown.text.size() > 1000 ? "an exception with a long text" : "an exception";
 }

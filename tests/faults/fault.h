@@ -1,4 +1,4 @@
-// The faults of a path: which there are, and what the rules say comes of each.
+// The faults of a path, and what the rules say each of them leads to.
 #pragma once
 
 #include <cstddef>
@@ -10,24 +10,23 @@
 
 namespace faults {
 
-/// What a path does when nothing fails. Its calls go into the host and, for files, into the system.
+/// What a path does when nothing fails. Its calls go to the host and, for files, to the system.
 struct Course {
   std::vector<std::string> calls;
   std::vector<std::size_t> allocations;  // for each, how many calls were made before it
 };
 
-/// What a standard library makes of an allocation that fails within its own directory iterator. There are libraries
-/// that allocate where nothing may be thrown, and libraries that forget the directory which they opened; no native
-/// can help either.
+/// What a standard library does when an allocation within its directory iterator fails. Some libraries allocate where
+/// nothing may be thrown, and some leak the directory that they opened; no native can prevent either.
 enum class IteratorFailure { throws, losesDirectory, endsProcess };
 
-/// Lets a raise throw: the first one alone, or every one.
+/// Makes raises throw: only the first, or all of them.
 struct RaiseFault {
   model::Answer thrown;
   bool forGood = false;
 };
 
-/// What fails on a path: one thing at one place, and perhaps the raises besides.
+/// What fails on a path: one thing at one place, and perhaps the raises too.
 struct Fault {
   enum class Kind { none, allocation, thrown, error };
 
@@ -43,7 +42,7 @@ struct Fault {
 
 bool isRaise(const std::string& call);
 bool isLock(const std::string& call);
-/// Tells whether a call goes into the system.
+/// Tells whether a call goes to the system.
 bool isSystemCall(const std::string& call);
 /// Tells whether a call goes into the host and may throw; raises and locks are told apart.
 bool goesIntoHost(const std::string& call);
@@ -51,25 +50,25 @@ bool goesIntoHost(const std::string& call);
 /// Lists every fault of a path.
 std::vector<Fault> faultsOf(const Path& path, const Course& course);
 
-/// Tells whether a fault is one of those that every compiler and standard library has. How often memory is allocated
-/// differs, and so does whether a directory is opened by one call or by two.
+/// Tells whether a fault exists with every compiler and standard library. They differ in how often they allocate, and
+/// in whether they open a directory with one call or with two.
 bool isCounted(const Course& course, const Fault& fault);
 
-/// The world as the history of a path leaves it.
+/// The world after the history of a path.
 model::World worldBefore(const Path& path);
 
-/// The same with everything in it that fails for the host.
+/// The same world, in which the calls to the host fail as the fault says.
 model::World worldWith(const Path& path, const Course& course, const Fault& fault);
 
-struct Foretold {
+struct Prediction {
   model::Outcome outcome;
   model::World after;
 };
 
-/// What the rules say of the call that is tried.
-Foretold foretell(const Path& path, const Course& course, const Fault& fault);
+/// What the rules say about the call that is tried.
+Prediction predict(const Path& path, const Course& course, const Fault& fault);
 
-/// Names a fault for whoever reads a failure.
+/// Describes a fault in a failure message.
 std::string named(const Path& path, const Course& course, const Fault& fault);
 
 }  // namespace faults

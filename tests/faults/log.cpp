@@ -1,4 +1,4 @@
-// The log lies in memory that a process shares with its children.
+// Keeps the log in memory that a process shares with its children.
 #include "log.h"
 
 #include <sys/mman.h>

@@ -1,4 +1,4 @@
-// What a run does, written where the parent of its process reads it.
+// A log of a run that the parent of its process can read.
 #pragma once
 
 #include <string>
@@ -6,10 +6,7 @@
 
 namespace faults::log {
 
-/// Forgets what was written.
 void clear();
-
-/// Writes a line.
 void write(const std::string& line);
 
 /// The lines since `clear`.

@@ -37,7 +37,7 @@ class PathTest : public testing::Test {
   Path path_;
 };
 
-/// Compares the table of the page with what comes of every case.
+/// Compares the table on the page with the outcome of every case.
 class TableTest : public testing::Test {
   void TestBody() override {
     std::ifstream file(PAGE);
@@ -45,7 +45,7 @@ class TableTest : public testing::Test {
     const std::size_t start = page.find("| native |");
     ASSERT_NE(std::string::npos, start) << PAGE << " has no table";
     const std::string table = failureTable();
-    EXPECT_TRUE(table == page.substr(start, table.size())) << PAGE << " shows another table than this run:\n" << table;
+    EXPECT_TRUE(table == page.substr(start, table.size())) << PAGE << " must show the table of this run:\n" << table;
   }
 };
 

@@ -1,4 +1,4 @@
-// A path: one way through a native, as a world and a call in it. The rules of `properties/` tell what must happen.
+// A path: one way through a native, as a world and a call in it. The rules in `properties/` say what must happen.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace faults {
 
-/// Of the calls, the last one is tried; those before it are its history.
+/// The last call is tried; the calls before it are its history.
 struct Path {
   std::string name;
   model::Story story;

@@ -1,4 +1,4 @@
-// The paths. Texts are longer than what a `std::string` holds without an allocation.
+// The paths. Their texts are long enough that each `std::string` allocates.
 #include <cerrno>
 #include <utility>
 
@@ -109,7 +109,7 @@ static void addPrecompileSources(Paths& paths) {
   add(paths, "a list whose size no vector holds", call + "[ ] 9223372036854775807");
 }
 
-/// The paths that both natives which load a plugin have.
+/// The paths that the two natives that load plugins share.
 static void addLoadings(Paths& paths, const std::string& load, const std::string& call) {
   const std::string other = "entry \"Circle\" \"geometry.shapes.Circle\"\n";
   const std::string entry = R"(entry "TracingPluginWithALongName" "plugins.of.ours.TracingPluginWithALongName" )";

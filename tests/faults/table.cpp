@@ -1,4 +1,4 @@
-// Makes the table: a row for each native, in the words below, with the number of its cases.
+// Builds the table: a row for each native, in plain words, with the number of its cases.
 #include "table.h"
 
 #include <algorithm>
@@ -47,7 +47,7 @@ static std::vector<std::string> raisesIn(const Outcome& outcome) {
   return raises;
 }
 
-/// The class that a raise names.
+/// The class of a raise, as the page shows it.
 static std::string classOf(const std::string& raise) {
   const std::size_t start = raise.find('"') + 1;
   return '`' + raise.substr(start, raise.find('"', start) - start) + '`';
@@ -58,7 +58,7 @@ static std::string messageOf(const std::string& raise) {
   return raise.substr(start, raise.size() - start - 1);
 }
 
-/// What came of a call that threw.
+/// What happened after a call threw.
 static std::string afterThrowing(const Outcome& outcome, bool isException) {
   if (beginsWith(outcome.result, "throws")) return "passes";
   const std::vector<std::string> raises = raisesIn(outcome);
@@ -67,7 +67,7 @@ static std::string afterThrowing(const Outcome& outcome, bool isException) {
   return "raises " + classOf(raise) + (isException ? "" : ": " + messageOf(raise));
 }
 
-/// What came of an error; nothing where it makes no difference.
+/// What happened after an error; nothing if it makes no difference.
 static Words afterError(const Outcome& outcome, const Outcome& usual) {
   const std::vector<std::string> raises = raisesIn(outcome);
   if (!raises.empty() && raises != raisesIn(usual)) return {"raises " + classOf(raises.back())};
@@ -87,11 +87,11 @@ static void addThrown(Row& row, const std::string& call, const Fault& fault, con
 
 static void addPath(Row& row, const Path& path) {
   const Course course = courseOf(path);
-  const Outcome usual = foretell(path, course, Fault()).outcome;
+  const Outcome usual = predict(path, course, Fault()).outcome;
   ++row.paths;
   for (const Fault& fault : faultsOf(path, course)) {
     row.cases += isCounted(course, fault) ? 1 : 0;
-    const Outcome outcome = foretell(path, course, fault).outcome;
+    const Outcome outcome = predict(path, course, fault).outcome;
     if (!raisesIn(outcome).empty() && !beginsWith(outcome.result, "throws")) row.results.insert(outcome.result);
     if (fault.raise) continue;
     if (fault.kind == Fault::Kind::thrown) addThrown(row, course.calls[fault.position], fault, outcome);
@@ -105,7 +105,7 @@ static std::string joined(const Words& words, const std::string& between) {
   return text;
 }
 
-/// What comes of exceptions; where some are raised and others pass, with the calls that these come from.
+/// What happens after exceptions. If only some pass through, names the calls that throw those.
 static std::string exceptionsOf(const Row& row) {
   if (row.exceptions.size() == 1) return *row.exceptions.begin();
   Words raised = row.exceptions;

@@ -5,7 +5,7 @@
 
 namespace faults {
 
-/// The table and the line below it, made of what comes of every case.
+/// Returns the table of the outcomes of all cases, and the line below it.
 std::string failureTable();
 
 }  // namespace faults

@@ -1,4 +1,5 @@
-// The trials. A native whose state lasts as long as the process is tried in a child, and so is a fault that ends it.
+// Runs the trials. A native whose state lasts as long as the process is tried in a child process, and so is a fault
+// that ends the process.
 #include "trial.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +27,7 @@ using model::Outcome;
 using model::World;
 using scripted::HostsTurn;
 
-static constexpr int endedAsForetold = 42;
+static constexpr int endedAsExpected = 42;
 static const std::string allocationWord = "allocation";
 
 namespace {
@@ -36,10 +37,10 @@ class Trial {
  public:
   explicit Trial(const Fault& fault) : fault_(fault) {}
 
-  /// Makes the call. Everything that was thrown is gone when this returns.
+  /// Makes the call. Whatever it threw is destroyed when this returns.
   Outcome run(World world, const model::Call& call);
 
-  /// Tells whether the calls begin with those that a course makes before the fault.
+  /// Tells whether the calls begin as those of a course up to the fault.
   bool beganAs(const Course& course) const;
 
   /// Tells whether an allocation was refused.
@@ -81,13 +82,13 @@ void Trial::expectFilesClosed(const std::string& call) const {
   EXPECT_EQ(lostDescriptors(), openDescriptors() - openAtFirst_) << call << " finds descriptors open";
 }
 
-/// What the native built is gone once something was thrown; its own raise may still hold the message.
+/// Once something was thrown, the native must have freed what it built. Without that, it may still hold its message.
 void Trial::expectNothingHeldAtRaise() {
   expectFilesClosed("a raise");
   const bool hasThrown =
       failed_ || raises_ > 0 || (fault_.kind == Fault::Kind::thrown && calls_.size() > fault_.position + 1);
   ++raises_;
-  EXPECT_EQ(0U, hasThrown ? watch_->held() : 0) << "a raise finds blocks of memory held";
+  EXPECT_EQ(0U, hasThrown ? watch_->held() : 0) << "blocks of memory are held at a raise";
 }
 
 bool Trial::failsAllocation() {
@@ -106,7 +107,7 @@ Outcome Trial::run(World world, const model::Call& call) {
   watch_ = &watch;
   Outcome outcome = model::observed(world, call, [this](const std::string& made) { return onCall(made); });
   EXPECT_EQ(0U, watch.held()) << "blocks of memory are still held";
-  EXPECT_EQ(lostDescriptors(), openDescriptors() - before) << "descriptors are still open, or more were closed";
+  EXPECT_EQ(lostDescriptors(), openDescriptors() - before) << "descriptors are still open, or too many were closed";
   return outcome;
 }
 
@@ -134,13 +135,12 @@ static void expectSame(const Outcome& expectation, const Outcome& observation) {
                                           << shortened(textOf(observation));
 }
 
-/// Runs something in a process of its own when the library remembers what it did.
-static void whereItIsForgotten(const Path& path, const std::function<void()>& run) {
+/// Runs something in its own process if the library would remember it.
+static void isolated(const Path& path, const std::function<void()>& run) {
   if (callOf(path).native == model::Native::getSystem) return scripted::inOwnProcess(run);
   run();
 }
 
-/// Makes the calls before the one that is tried.
 static void playHistory(const Path& path) {
   World world = path.story.world;
   for (const model::Call& call : path.story.calls) {
@@ -156,17 +156,17 @@ static void expectCourse(const World& world, const model::Call& call) {
   expectSame(model::expected(ofRules, call), observation);
 }
 
-// What the handler below looks at, in a child whose end is foretold.
+// For the handler below, in a child process that must end.
 static const Trial* endingTrial = nullptr;
 static const Course* endingCourse = nullptr;
 static std::size_t callsBeforeTheEnd = 0;
 
-[[noreturn]] static void endAsForetold() {
+[[noreturn]] static void endAsExpected() {
   const HostsTurn turn;
-  const bool asForetold =
+  const bool asExpected =
       endingTrial->hasFailed() && endingTrial->beganAs(*endingCourse) && endingTrial->calls() == callsBeforeTheEnd;
-  if (!asForetold) std::fputs("the process was given up at another place\n", stderr);
-  _exit(asForetold ? endedAsForetold : EXIT_FAILURE);
+  if (!asExpected) std::fputs("the process was terminated at another place\n", stderr);
+  _exit(asExpected ? endedAsExpected : EXIT_FAILURE);
 }
 
 static void tryEnding(const Path& path, const Course& course, const Fault& fault) {
@@ -175,15 +175,15 @@ static void tryEnding(const Path& path, const Course& course, const Fault& fault
     endingTrial = &trial;
     endingCourse = &course;
     callsBeforeTheEnd = fault.position;
-    std::set_terminate(endAsForetold);
+    std::set_terminate(endAsExpected);
     trial.run(worldBefore(path), callOf(path));
-    std::fputs("expected that the process ends; but the call returned\n", stderr);
+    std::fputs("the call returned, but should have ended the process\n", stderr);
   });
-  EXPECT_EQ(endedAsForetold, WIFEXITED(status) ? WEXITSTATUS(status) : -1) << "the process did not end as foretold";
+  EXPECT_EQ(endedAsExpected, WIFEXITED(status) ? WEXITSTATUS(status) : -1) << "the process did not end as expected";
 }
 
 Course courseOf(const Path& path) {
-  whereItIsForgotten(path, [&path] {
+  isolated(path, [&path] {
     playHistory(path);
     expectCourse(worldBefore(path), callOf(path));
   });
@@ -200,17 +200,17 @@ Course courseOf(const Path& path) {
 
 void tryFault(const Path& path, const Course& course, const Fault& fault) {
   if (fault.iterator == IteratorFailure::endsProcess) return tryEnding(path, course, fault);
-  whereItIsForgotten(path, [&] {
+  isolated(path, [&] {
     playHistory(path);
     Trial trial(fault);
     const Outcome observation = trial.run(worldWith(path, course, fault), callOf(path));
-    const Foretold foretold = foretell(path, course, fault);
-    EXPECT_TRUE(trial.beganAs(course)) << "the calls before the fault are others than without it";
-    expectSame(foretold.outcome, observation);
-    // The next host is a fresh one; what stays is what the library itself remembers.
+    const Prediction prediction = predict(path, course, fault);
+    EXPECT_TRUE(trial.beganAs(course)) << "the calls before the fault differ from those without it";
+    expectSame(prediction.outcome, observation);
+    // The next host starts afresh; only the library remembers anything.
     World next = worldBefore(path);
-    next.systemClassLoader = foretold.after.systemClassLoader;
-    next.metadataLoaded = foretold.after.metadataLoaded;
+    next.systemClassLoader = prediction.after.systemClassLoader;
+    next.metadataLoaded = prediction.after.metadataLoaded;
     expectCourse(next, callOf(path));
   });
 }

@@ -1,4 +1,4 @@
-// Any text is parsed and compiled to a module that LLVM accepts, or refused with diagnostics that point into it.
+// Any text must compile to a module that LLVM accepts, or be refused with diagnostics that point into it.
 #include <llvm/IR/LLVMContext.h>
 #include <llvm/IR/Module.h>
 #include <llvm/IR/Verifier.h>
@@ -31,14 +31,14 @@ static std::vector<std::string_view> splitLines(std::string_view text) {
   return lines;
 }
 
-/// Takes `prefix` off the head of a text; false when it does not stand there.
+/// Removes `prefix` from the start of a text; returns false if the text does not begin with it.
 static bool take(std::string_view& text, std::string_view prefix) {
   if (text.substr(0, prefix.size()) != prefix) return false;
   text.remove_prefix(prefix.size());
   return true;
 }
 
-/// Takes a number from 1 on off the head of a text; 0 when none stands there.
+/// Removes a number from the start of a text and returns it; 0 if the text does not begin with one.
 static std::size_t takeNumber(std::string_view& text) {
   std::size_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -46,41 +46,41 @@ static std::size_t takeNumber(std::string_view& text) {
   return error == std::errc() ? number : 0;
 }
 
-/// A line without the first half of a line end.
+/// Returns a line without the carriage return at its end.
 static std::string_view trimmed(std::string_view line) {
   if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
   return line;
 }
 
-/// Tells whether a diagnostic shows a line as it is: neither cut nor with escapes.
+/// Tells whether a diagnostic shows a line as it is, neither cut nor escaped.
 static bool isPlain(std::string_view line) {
   const auto isPrintable = [](char byte) { return byte == '\t' || (byte >= ' ' && byte <= '~'); };
   const auto tabs = static_cast<std::size_t>(std::count(line.begin(), line.end(), '\t'));
   return line.size() + 7 * tabs <= 120 && std::all_of(line.begin(), line.end(), isPrintable);
 }
 
-/// White space up to a caret that stands under the column.
+/// Returns whitespace and a caret below the column.
 static std::string caret(std::string_view line, std::size_t column) {
   std::string text(line.substr(0, column - 1));
   std::replace_if(text.begin(), text.end(), [](char byte) { return byte != '\t'; }, ' ');
   return text + '^';
 }
 
-/// The line and the caret below it, of a diagnostic for a place in a line.
+/// Checks the line that a diagnostic shows, and the caret below it.
 static void checkExcerpt(std::string_view line, std::size_t column, std::string_view shown, std::string_view mark) {
   require(take(shown, "  ") && take(mark, "  ") && !mark.empty() && mark.back() == '^',
-          "no line, or no caret below it");
+          "a diagnostic lacks its line, or the caret below it");
   if (isPlain(line)) {
     require(shown == line, "a diagnostic shows another line: " + std::string(shown));
-    require(mark == caret(line, column), "a caret stands elsewhere: " + std::string(mark));
+    require(mark == caret(line, column), "a caret is at another column: " + std::string(mark));
   }
   // 120 characters of four bytes, with a mark on either side.
   constexpr std::size_t mostBytes = 488;
   require(shown.size() <= mostBytes && mark.size() <= 123, "a diagnostic shows too much of a line");
 }
 
-/// A refusal is a block for each of 20 things that are wrong: the place and the message, the line, a caret; and a last
-/// line for all others. It is printable.
+/// Checks that a refusal is printable, and that it has a block of three lines for each of the first 20 errors (place
+/// and message, line, caret) and one line that counts the others.
 static void checkRefusal(const SourceText& source, const std::string& refusal) {
   require(refusal == printable(refusal, "\n\t"), "a diagnostic is not printable:\n" + refusal);
   std::vector<std::string_view> blocks = splitLines(refusal);
@@ -95,7 +95,7 @@ static void checkRefusal(const SourceText& source, const std::string& refusal) {
     require(take(head, ": error: ") && !head.empty(), "a diagnostic has no message:\n" + refusal);
     require(line >= 1 && line <= lines.size(), "a diagnostic points to no line:\n" + refusal);
     const std::string_view text = lines[line - 1];
-    require(column >= 1 && column <= text.size() + 1, "a diagnostic points behind its line:\n" + refusal);
+    require(column >= 1 && column <= text.size() + 1, "a diagnostic points past the end of its line:\n" + refusal);
     checkExcerpt(trimmed(text), column, blocks[i + 1], blocks[i + 2]);
   }
 }
@@ -108,7 +108,7 @@ static void verify(const llvm::Module& module) {
   finding("LLVM refuses the module: " + out.str());
 }
 
-/// Instances of the generic classes of a file, whose arguments are built in, classes, or instances themselves.
+/// Returns instances of the file's generic classes. Their arguments are built-in types, classes and other instances.
 static std::vector<ClassInput> instances(const SourceText& source, const SourceFile& file) {
   static const std::vector<TypeName> arguments = {
       {"int", {}, {}}, {"orva.Console", {}, {}}, {"Box", {{"String", {}, {}}}, {}}};
@@ -124,7 +124,7 @@ static std::vector<ClassInput> instances(const SourceText& source, const SourceF
   return all;
 }
 
-/// Generates all classes of a file and instances of the generic ones, and joins them as an object file does. Throws
+/// Generates all classes of a file and instances of the generic ones, and links them as for an object file. Throws
 /// `SourceError`.
 static void compile(const SourceText& source, const SourceFile& file, const ClassCatalog& catalog) {
   llvm::LLVMContext context;
@@ -138,7 +138,7 @@ static void compile(const SourceText& source, const SourceFile& file, const Clas
   for (GeneratedClass& generated : classes) {
     verify(*generated.module);
     require(generated.module->getFunction(generated.initialiser) != nullptr, "no function " + generated.initialiser);
-    require(!llvm::Linker::linkModules(whole, std::move(generated.module)), "the classes cannot be joined");
+    require(!llvm::Linker::linkModules(whole, std::move(generated.module)), "the classes cannot be linked");
   }
   verify(whole);
 }

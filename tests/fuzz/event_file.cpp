@@ -1,4 +1,4 @@
-// Any file is read as a trace or refused, and what is shown of it never steers a terminal.
+// Any file must be read as a trace or refused, and nothing that is shown of it may control the terminal.
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -18,7 +18,7 @@
 using namespace orva::tracing;
 
 static void requirePrintable(const std::string& text) {
-  require(orva::language::printable(text, "\n") == text, "what is shown could steer a terminal: " + text);
+  require(orva::language::printable(text, "\n") == text, "the output could control the terminal: " + text);
 }
 
 static void show(Trace trace) {

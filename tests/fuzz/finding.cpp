@@ -1,4 +1,4 @@
-// Telling of a mistake on standard error.
+// Reports findings on standard error.
 #include "finding.h"
 
 #include <cstdio>

@@ -1,12 +1,12 @@
-// How a fuzz target tells that an input showed a mistake.
+// How a fuzz target reports that an input revealed a mistake.
 #pragma once
 
 #include <string>
 
-/// Prints what is wrong and aborts, so that whoever feeds the inputs keeps this one.
+/// Prints what is wrong and aborts, so that libFuzzer saves the input.
 [[noreturn]] void finding(const std::string& what);
 
-/// Does so unless `holds`.
+/// Calls `finding` unless `holds`.
 inline void require(bool holds, const std::string& what) {
   if (!holds) finding(what);
 }

@@ -1,5 +1,5 @@
-// Any file is read as an object of this compiler, or refused with an error that names it; nothing of it is linked.
-// Each input is read twice: as it is, and with a digest that fits, so that what lies behind the digest is reached too.
+// Any file must be read as an object of this compiler, or be refused with an error that names it; none is linked.
+// Each input is read twice: as it is, and with a correct digest, to reach the code after the check of the digest.
 #include <algorithm>
 #include <filesystem>
 #include <random>
@@ -17,14 +17,14 @@ namespace fs = std::filesystem;
 using namespace orva::compiler;
 
 extern "C" {
-// libFuzzer's own mutation; the replay has none and never asks for it.
+// libFuzzer's own mutation. It is weak because the replay does not define it, and never calls it.
 __attribute__((weak)) std::size_t LLVMFuzzerMutate(uint8_t* data, std::size_t size, std::size_t maxSize);
 std::size_t LLVMFuzzerCustomMutator(uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed);
 }
 
 static constexpr std::size_t digestSize = 64;
 
-/// Where the digits of a digest begin; npos when there are none.
+/// Returns where the digits of a digest begin, or npos if there are none.
 static std::size_t findDigest(const std::string& bytes, const std::string& name = "digest") {
   const std::string key = "\"" + name + "\":\"";
   const std::size_t at = bytes.find(key);
@@ -41,7 +41,7 @@ static const std::string& noDigest() {
   return zeros;
 }
 
-/// The bytes with a digest that fits them; unchanged when they have no place for one.
+/// Returns the bytes with their correct digest, or unchanged if they have no place for one.
 static std::string repaired(const std::string& bytes) {
   const std::size_t at = findDigest(bytes);
   if (at == std::string::npos) return bytes;
@@ -50,7 +50,7 @@ static std::string repaired(const std::string& bytes) {
 
 namespace {
 
-/// A started host in a folder of its own, and whole objects that it made there.
+/// A host that was started in its own folder, and complete objects that it built there.
 class Objects {
  public:
   /// The one of this process.
@@ -59,7 +59,7 @@ class Objects {
     return objects;
   }
 
-  /// The file that inputs are put into.
+  /// The file that inputs are written to.
   const std::string& path() const { return path_; }
 
   const std::vector<std::string>& whole() const { return whole_; }
@@ -74,7 +74,7 @@ class Objects {
       activeContext().loader.precompile(file);
       whole_.push_back(readFile(workspace_.path() / "Whole.o"));
     }
-    // Whoever feeds inputs names them below its own working directory.
+    // libFuzzer and the replay name inputs relative to the working directory in which they were started.
     fs::current_path(before_);
   }
 
@@ -86,7 +86,7 @@ class Objects {
 
 }  // namespace
 
-/// What a function throws; nothing when it throws nothing. A text that does not name the file is a finding.
+/// Tells whether a function throws a `std::runtime_error`. A text that does not name the file is a finding.
 template <typename Function>
 static bool isRefused(const Function& function) {
   try {
@@ -99,24 +99,25 @@ static bool isRefused(const Function& function) {
   return false;
 }
 
-/// Reads the file. Of this version of the format, only what was written is believed.
+/// Reads the file. An object of the current ABI version may only be accepted if its digest is correct.
 static bool isRead(const std::string& bytes, ObjectFile& object) {
   const bool refused = isRefused([&] { object = readObject(Objects::get().path()); });
   if (refused || object.abi != currentObjectAbi) return !refused;
-  require(bytes == repaired(bytes), "an object is believed whose digest does not fit");
+  require(bytes == repaired(bytes), "an object with a wrong digest is accepted");
   require(object.bytes != nullptr && object.bytes->getBuffer() == bytes, "an object has other bytes than its file");
   return true;
 }
 
-/// An object is believed to be of one source, target, dialect and version only.
+/// Checks that an object is accepted for one source, target, dialect and version only.
 static void checkValues(const ObjectFile& object) {
   const std::string target = activeContext().engine.target();
   const bool fits = object.abi == currentObjectAbi && object.dialect == currentDialect && object.target == target;
-  require(isRefused([&] { checkObject(object, object.identity, target); }) != fits, "a check decides otherwise");
-  require(isRefused([&] { checkObject(object, object.identity + "x", target); }), "another source is believed");
+  require(isRefused([&] { checkObject(object, object.identity, target); }) != fits,
+          fits ? "an object that fits is refused" : "an object that does not fit is accepted");
+  require(isRefused([&] { checkObject(object, object.identity + "x", target); }), "another source is accepted");
 }
 
-/// A bundle whose second object is missing is refused before anything of the first is linked.
+/// Checks that a bundle whose second object is missing is refused before the first is linked.
 static void checkBundle(const ObjectFile& object) {
   const std::string& path = Objects::get().path();
   const auto load = [&] { activeContext().loader.loadBundle({path, path + ".missing"}, {object.identity, ""}); };
@@ -124,7 +125,7 @@ static void checkBundle(const ObjectFile& object) {
   require(typeCounts() == std::vector<std::size_t>{0, 0}, "a refused bundle registers a type");
 }
 
-/// A file is written over by an object of this compiler only when it is one too.
+/// Checks that writing an object overwrites only objects of this compiler.
 static void checkWriting(const std::string& bytes, bool isObject) {
   const std::string& whole = Objects::get().whole().front();
   std::string blank = whole;
@@ -133,8 +134,8 @@ static void checkWriting(const std::string& bytes, bool isObject) {
   object.path = Objects::get().path();
   const bool refused = isRefused([&] { writeObject(object, blank); });
   require(readFile(object.path) == (refused ? bytes : whole), "a refused file is changed, or another one is not");
-  require(!refused || !isObject, "an object is not written over");
-  require(refused || bytes.find(".orva.object") != std::string::npos, "a file that is no object is written over");
+  require(!refused || !isObject, "an object is not overwritten");
+  require(refused || bytes.find(".orva.object") != std::string::npos, "a file that is not an object is overwritten");
 }
 
 static void play(const std::string& bytes) {
@@ -146,7 +147,7 @@ static void play(const std::string& bytes) {
   checkWriting(bytes, isObject);
 }
 
-/// Mutates a part of the bytes in its place, so that everything around it still fits; blanks fill what is left over.
+/// Mutates a part of the bytes in place and pads it with blanks, so that everything around it stays where it is.
 static void mutatePart(uint8_t* part, std::size_t size) {
   const std::size_t left = LLVMFuzzerMutate(part, size, size);
   std::fill(part + left, part + size, ' ');
@@ -159,7 +160,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   return 0;
 }
 
-/// Begins again with a whole object, or mutates the header or anything else of the one at hand.
+/// Starts over with a complete object, or mutates the header or any other part of this one.
 std::size_t LLVMFuzzerCustomMutator(uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed) {
   std::minstd_rand random(seed);
   const std::string bytes(reinterpret_cast<const char*>(data), size);

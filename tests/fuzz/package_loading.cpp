@@ -1,4 +1,4 @@
-// Names of packages, against roots and directories of every content.
+// Tries package names on roots and directories with any contents.
 #include "target.h"
 #include "worlds.h"
 

@@ -1,5 +1,5 @@
-// Plays kept inputs once each: those named, and all below the folders named. Stands in for libFuzzer where a build is
-// not made for searching.
+// Plays each input that is named, or that is below a folder that is named, once. Replaces libFuzzer in builds that do
+// not search.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
   int played = 0;
   for (std::size_t i = 1; i < words.size(); ++i) {
     for (const fs::path& input : inputsBelow(words[i])) {
-      // The line of an input that fails is the last one, and runs it alone.
+      // The last line that is printed is a command that runs the failing input alone.
       std::cout << words.front() << ' ' << input.string() << '\n' << std::flush;
       if (!play(input)) {
         std::cerr << "cannot read " << input.string() << '\n';
@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
     }
   }
   if (played == 0) {
-    std::cerr << "no inputs: expected files, or folders that hold some\n";
+    std::cerr << "no inputs: name files, or folders that contain some\n";
     return 2;
   }
   std::cout << played << " inputs\n";

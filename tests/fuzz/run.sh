@@ -1,27 +1,27 @@
 #!/usr/bin/env bash
-# Lets every fuzz target search for a while, two at a time, and tells what each did and found.
+# Runs every fuzz target for SECONDS, two at a time, and reports what each did and found.
 # Usage: run.sh BUILD_DIRECTORY SECONDS
-# Below BUILD_DIRECTORY/runs, each target has a log, the corpus that grows from run to run, and what it found. What was
-# found is played first in the next run, so that it is found again until it is mended.
+# In BUILD_DIRECTORY/runs, each target has a log, a corpus that grows from run to run, and its findings. The next run
+# plays the findings first, so that each is reported again until it is fixed.
 set -euo pipefail
 build=$1 seconds=$2
 sources=$(cd "$(dirname "$0")" && pwd)
 root=$sources/../..
 
-# Inputs become files that live for an instant: they belong in memory.
+# Inputs become files that exist only for a moment, so they are kept in memory.
 scratch=$(mktemp -d -p "$([ -w /dev/shm ] && echo /dev/shm || echo "${TMPDIR:-/tmp}")" orva-fuzz-XXXXXX)
 trap 'rm -rf "$scratch"' EXIT
 export TEST_TMPDIR=$scratch/
-# Debian's package has it under this name alone.
+# Debian's package installs it under this name only.
 export ASAN_SYMBOLIZER_PATH=/usr/bin/llvm-symbolizer-19 UBSAN_SYMBOLIZER_PATH=/usr/bin/llvm-symbolizer-19
 
-# What a target begins with: its corpus; the compiler has the programs of other tests too.
+# The inputs that a target starts with: its corpus and, for the compiler, the programs of other tests.
 seeds() {  # TARGET
   echo "$sources/corpus/$1"
   [ "$1" != dialect ] || printf '%s\n' "$root/tests/programs" "$root/examples"
 }
 
-# Beside their own words, worlds name natives and neighbours.
+# Worlds also contain the names of natives and neighbours.
 write_words_of_worlds() {  # FILE
   cmake -P "$root/cmake/native_list.cmake" "$root/classloader/natives.h" "$scratch/natives"
   {
@@ -41,11 +41,11 @@ search() {  # TARGET
     || echo "fuzz_$1 ended with status $?" >>"$run/log"
 }
 
-# The last text in a log that a pattern puts in brackets.
+# Prints what the first group of a pattern matches in the last matching line of a log.
 last() { sed -n "s/$1/\1/p" "$2" | tail -1; }
 
-# Its status is 1 when there is a finding.
-tell() {  # TARGET
+# Returns 1 if there is a finding.
+report() {  # TARGET
   local program=$build/tests/fuzz/fuzz_$1 log=$build/runs/$1/log executions rate edges features found
   executions=$(last 'stat::number_of_executed_units: *\(.*\)' "$log")
   rate=$(last 'stat::average_exec_per_sec: *\(.*\)' "$log")
@@ -74,5 +74,5 @@ done
 wait
 
 status=0
-for target in "${targets[@]}"; do tell "$target" || status=1; done
+for target in "${targets[@]}"; do report "$target" || status=1; done
 exit "$status"

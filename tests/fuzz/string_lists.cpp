@@ -1,4 +1,4 @@
-// Lists of strings: with nulls, with sizes that are not theirs, with long strings.
+// Tries lists of strings: with nulls, with wrong sizes, with long strings.
 #include "target.h"
 #include "worlds.h"
 

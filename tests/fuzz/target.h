@@ -1,4 +1,4 @@
-// What a fuzz target and those who feed it inputs know of each other.
+// The interface between a fuzz target and libFuzzer or the replay.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 extern "C" {
 
-/// Each target defines this: it plays one input, and aborts or trips a sanitizer when something is wrong.
+/// Each target defines this. It plays one input, and aborts or trips a sanitizer if something is wrong.
 /// @return always 0.
 int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size);
 }

@@ -1,4 +1,4 @@
-// Names of types, against registries and type tables of every content.
+// Tries type names on registries and type tables with any contents.
 #include <algorithm>
 
 #include "target.h"
@@ -6,7 +6,7 @@
 
 using model::Native;
 
-/// All but those for which there is a target of their own, and getSystem, whose object stays for the whole process.
+/// All natives except those that have their own target, and getSystem, whose object is kept as long as the process.
 static std::vector<Native> natives() {
   const std::vector<Native> others{Native::getSystem, Native::precompileSources, Native::loadObjectBundle,
                                    Native::loadPackageTypes, Native::addSourceRoot};

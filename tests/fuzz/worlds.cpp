@@ -1,4 +1,4 @@
-// Makes worlds that can be played out of any bytes.
+// Turns any bytes into worlds that can be played.
 #include "worlds.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ static constexpr int32_t mostEntries = 100;
 
 namespace {
 
-/// A failed assertion of what makes the world is a finding too.
+/// Reports failed assertions of the code that sets up the world as findings too.
 class AbortOnFailure : public testing::EmptyTestEventListener {
   void OnTestPartResult(const testing::TestPartResult& result) override {
     if (result.failed()) finding(result.message());
@@ -35,12 +35,12 @@ class AbortOnFailure : public testing::EmptyTestEventListener {
 
 }  // namespace
 
-/// The story of those lines that can be read.
+/// Reads a story, and skips lines that cannot be read.
 static Story storyOf(const std::string& text) {
   std::string readable;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
-    // No string of the host holds a zero byte.
+    // Strings of the host cannot contain a zero byte.
     if (line.find('\0') != std::string::npos) continue;
     try {
       storyFrom(line);
@@ -52,7 +52,7 @@ static Story storyOf(const std::string& text) {
   return storyFrom(readable);
 }
 
-/// Tells whether a path stays below the folder of the world whatever it is joined to.
+/// Tells whether a path stays below the folder of the world, whatever it is appended to.
 static bool staysInside(const std::string& path) {
   const std::string framed = '/' + path + '/';
   return path.substr(0, 1) != "/" && framed.find("/../") == std::string::npos;
@@ -82,7 +82,7 @@ static void leaveOut(Things& things, const IsBad& isBad) {
   things.erase(std::remove_if(things.begin(), things.end(), isBad), things.end());
 }
 
-/// Sizes between these would have the machine find the memory.
+/// Limits sizes for which a vector would really allocate that much memory.
 static void limitSize(std::optional<List>& list) {
   constexpr int64_t plenty = 1000;
   constexpr int64_t beyondEveryVector = INT64_MAX / 16;
@@ -92,7 +92,7 @@ static void limitSize(std::optional<List>& list) {
 static bool isPlayable(const Call& call, const std::vector<Native>& natives) {
   if (std::find(natives.begin(), natives.end(), call.native) == natives.end()) return false;
   const std::string name = call.name.value_or("");
-  // A segment of a package becomes a path of its own.
+  // A segment that begins with a slash would be an absolute path.
   if (call.native == Native::loadPackageTypes) return ('.' + name).find("./") == std::string::npos;
   return call.native != Native::addSourceRoot || staysInside(name);
 }
@@ -101,7 +101,7 @@ static void limitWorld(World& world) {
   if (world.count) world.count = std::min(*world.count, mostEntries);
   world.files = filesThatFit(world.files);
   leaveOut(world.roots, [](const std::string& root) { return !staysInside(root); });
-  // Only what is an error can be reported as one.
+  // Not every number is an error.
   if (world.readingError <= 0) world.readingError = EIO;
 }
 

@@ -1,4 +1,4 @@
-// Inputs that are worlds: the library must do in them what the rules of its natives say.
+// Inputs that are worlds, in which the library must do what the rules of its natives say.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +7,6 @@
 
 #include "tests/properties/world.h"
 
-/// Reads an input as a world and calls, in the form that `properties_tests --world` plays, and plays them. Lines that
-/// are none, calls of other natives than these, and what could not be played are left out. A difference is a finding.
+/// Plays an input: a world and calls, as text for `properties_tests --world`. Skips lines that cannot be read, calls of
+/// other natives than these, and whatever cannot be played. A difference is a finding.
 void playWorld(const uint8_t* data, std::size_t size, const std::vector<model::Native>& natives);

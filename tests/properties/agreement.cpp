@@ -1,4 +1,4 @@
-// Compares what the library does with what the rules say, and tells of a difference.
+// Compares what the library does with what the rules say, and reports differences.
 #include "agreement.h"
 
 #include "model.h"
@@ -22,7 +22,7 @@ class InPlay {
 
 const Story* storyInPlay() { return inPlay; }
 
-/// A line of the record, with the bytes that a terminal would not show in the form of `quoted`.
+/// Returns a line of the record, with bytes that are not printable escaped as in `quoted`.
 static std::string printable(const std::string& line) {
   std::string shown;
   for (const char byte : line) {

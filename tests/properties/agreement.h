@@ -7,15 +7,15 @@
 
 namespace model {
 
-/// Plays a story by the rules and by the library.
-/// @return empty when both agree at every call; otherwise the whole story, the first call at which they differ, what
-///         each did, and the command that plays the story again.
+/// Plays a story by the rules and with the library.
+/// @return empty if both agree on every call; otherwise the first call on which they differ, what each did, and the
+///         command that plays the story again.
 std::string disagreement(const Story& story);
 
-/// What a call did, a line for each thing.
+/// Describes what a call did, with a line for each call and for the result.
 std::string textOf(const Outcome& outcome);
 
-/// The story that `disagreement` plays right now; null when it plays none.
+/// The story that `disagreement` is playing; null if none.
 const Story* storyInPlay();
 
 /// The command that plays a story again.

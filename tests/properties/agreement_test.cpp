@@ -1,4 +1,4 @@
-// The comparison itself: it is silent where both do the same, and tells of a difference so that it can be played again.
+// The comparison itself: it is silent if both do the same, and reports a difference so that it can be played again.
 #include "agreement.h"
 
 #include <gtest/gtest.h>
@@ -9,23 +9,23 @@
 
 using namespace model;
 
-TEST(Agreement, IsSilentWhereBothDoTheSame) {
+TEST(Agreement, IsSilentIfBothDoTheSame) {
   EXPECT_EQ("", disagreement(storyFrom("call loadClass \"A\"\ncall getTypeByName \"A\"\n")));
 }
 
-/// The world claims an object that the library has not made.
-TEST(Agreement, TellsBothSidesAndHowToPlayThemAgain) {
+/// The world has an object that the library has not allocated.
+TEST(Agreement, ReportsBothSidesAndHowToPlayThemAgain) {
   scripted::inOwnProcess([] {
     const Story story = storyFrom("system-class-loader 3\ncall loadClass \"A\"\ncall getSystem\n");
-    const std::string told = disagreement(story);
-    EXPECT_NE(std::string::npos, told.find("The call:\n  getSystem\n")) << told;
-    EXPECT_NE(std::string::npos, told.find("expected:\n  result: object 3\n")) << told;
-    EXPECT_NE(std::string::npos, told.find("observed:\n  Runtime::getInstance()\n")) << told;
-    EXPECT_NE(std::string::npos, told.find(" --world '\n" + textOf(story) + "'\n")) << told;
+    const std::string report = disagreement(story);
+    EXPECT_NE(std::string::npos, report.find("The call:\n  getSystem\n")) << report;
+    EXPECT_NE(std::string::npos, report.find("expected:\n  result: object 3\n")) << report;
+    EXPECT_NE(std::string::npos, report.find("observed:\n  Runtime::getInstance()\n")) << report;
+    EXPECT_NE(std::string::npos, report.find(" --world '\n" + textOf(story) + "'\n")) << report;
   });
 }
 
-TEST(Agreement, NeedsTheSameResultToo) {
+TEST(Agreement, ComparesResultsToo) {
   scripted::inOwnProcess([] {
     disagreement(storyFrom("call getSystem\n"));
     EXPECT_EQ("", disagreement(storyFrom("system-class-loader 1\ncall getSystem\n")));

@@ -1,4 +1,4 @@
-// Every answer of the host, in every combination: values, exceptions with a text or without, and other thrown objects.
+// Every answer of the host, in every combination: values, exceptions with and without a text, and other thrown objects.
 #include <cerrno>
 #include <cstdint>
 
@@ -47,14 +47,14 @@ static const Choice fullNameAnswers{Operation::typeFullName, endingsOfTwo()};
 static const Choice sizeAnswers{Operation::listSize, endingsOfTwo()};
 static const Choice elementAnswers{Operation::listIndex, endingsOfTwo()};
 
-/// Loads that register the entry type, another one, or nothing, and end in each way.
+/// Loads that register the entry type, another type, or nothing, and end in each way.
 static Series loads() {
   Answer failing = registering("A", "p.A");
   failing.ending = Ending::throwsException;
   return {{}, {throwing("")}, {throwingOther()}, {registering("A", "p.A")}, {registering("A", "q.A")}, {failing}};
 }
 
-/// Registries that do not know the type A, know it, and know two.
+/// Registries with no type A, with one, and with two.
 static std::vector<World> registries() {
   std::vector<World> worlds(3);
   worlds[0].registry = {{"B", "p.B"}};
@@ -99,7 +99,7 @@ TEST_F(Answers, EveryAnswerToANameWithoutALookUp) {
   }
 }
 
-TEST_F(Answers, EveryVersionIsHandedOn) {
+TEST_F(Answers, EveryVersionIsReturned) {
   const std::vector<Answer> versions{returning(0), returning(1), returning(-1), returning(INT32_MIN),
                                      returning(INT32_MAX)};
   playAll({raiseAnswers, {Operation::objectAbiVersion, valuesAndEndings(versions)}}, {}, objectAbiVersion());
@@ -146,7 +146,7 @@ TEST_F(Answers, EveryAnswerToARoot) {
   }
 }
 
-/// Raises that succeed, or fail at the first time only: a raise within the work is itself bridged.
+/// Raises that succeed, always fail, or fail only at first, because a raise within the bridge is itself bridged.
 static Series raisesInWork() {
   Series series = endings();
   series.push_back({throwing("first"), returning(1)});

@@ -22,7 +22,7 @@ static bool isBelow(const std::string& path, const std::string& folder) {
   return path.compare(0, folder.size() + 1, folder + '/') == 0;
 }
 
-/// What stands at a place; a folder too where something lies below it.
+/// The file at a place, or the folder that a file below it implies.
 static std::optional<File> fileAt(const World& world, const std::string& place) {
   if (place.empty() || place == "/") return File{FileKind::folder, place, ""};
   std::optional<File> implied;
@@ -35,7 +35,7 @@ static std::optional<File> fileAt(const World& world, const std::string& place) 
 
 static std::optional<File> followed(const World& world, const std::string& start, const std::string& path, int links);
 
-/// What a name leads to in the folder at a place.
+/// What a name in a folder leads to.
 static std::optional<File> lookedUp(const World& world, const File& folder, const std::string& name, int links) {
   if (folder.kind != FileKind::folder) return std::nullopt;
   if (name == ".") return folder;
@@ -46,7 +46,7 @@ static std::optional<File> lookedUp(const World& world, const File& folder, cons
   return followed(world, folder.path, file->target, links - 1);
 }
 
-/// What a path leads to from a place, links followed; nothing where it leads nowhere.
+/// What a path leads to from a place, following links; nothing if it leads nowhere.
 static std::optional<File> followed(const World& world, const std::string& start, const std::string& path, int links) {
   if (path.empty()) return std::nullopt;
   std::optional<File> file = fileAt(world, path.front() == '/' ? "/" : start);
@@ -64,14 +64,14 @@ static std::optional<FileKind> kindOf(const World& world, const std::string& pat
   return file ? std::optional(file->kind) : std::nullopt;
 }
 
-/// Tells whether a file leaves room for another.
-static bool leavesRoom(const File& file, const File& other) {
+/// Tells whether a file allows another: only folders have files below them.
+static bool allows(const File& file, const File& other) {
   if (file.kind == FileKind::folder || file.kind == FileKind::closedFolder) return true;
   return !isBelow(other.path, file.path);
 }
 
 bool fitTogether(const File& one, const File& other) {
-  return one.path != other.path && leavesRoom(one, other) && leavesRoom(other, one);
+  return one.path != other.path && allows(one, other) && allows(other, one);
 }
 
 std::string joinedPaths(const std::string& first, const std::string& second) {

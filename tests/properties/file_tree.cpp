@@ -1,4 +1,4 @@
-// Makes the files of worlds, and keeps them for the next world that has the same.
+// Creates the files of worlds, and keeps them for the next world with the same files.
 #include "file_tree.h"
 
 #include <fcntl.h>
@@ -56,7 +56,7 @@ class Tree {
 
 }  // namespace
 
-// Enough for every small world; random worlds rarely come back to an old tree.
+// Enough for all small worlds; random worlds rarely use a tree again.
 static constexpr std::size_t mostTrees = 8192;
 
 static std::string keyOf(const std::vector<File>& files) {

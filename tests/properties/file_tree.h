@@ -1,4 +1,4 @@
-// The files of worlds, made for real: each distinct set of files once.
+// Creates the files of worlds on disk, each distinct set of files once.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,8 @@
 
 namespace model {
 
-/// Stands in the folder that holds a world's files, with no more rights than they give; steps back at the end.
+/// Makes the folder with a world's files the working directory, and gives up rights that they do not grant. Undoes both
+/// at the end.
 class InFilesOf {
  public:
   explicit InFilesOf(const World& world);

@@ -1,4 +1,4 @@
-// Histories: calls that come after others, and meet what those left behind.
+// Histories: calls that find what earlier calls left behind.
 #include <algorithm>
 
 #include "small_worlds.h"
@@ -26,8 +26,8 @@ static std::vector<std::vector<Answer>> everySeries(const std::vector<Answer>& a
   return series;
 }
 
-/// Each history begins in a fresh process. Its last answers stand, so the call after the last failure succeeds or is
-/// the last of all.
+/// Each history runs in a fresh process. The last answers repeat, so the call after the last failure succeeds, or all
+/// further calls fail.
 TEST_F(Histories, EveryStartOfTheSystemClassLoader) {
   const std::vector<Answer> loads{returning(1), throwing("broken"), throwingOther()};
   const std::vector<Answer> objects{returning(0), returning(5), throwing("full"), throwingOther()};
@@ -52,7 +52,7 @@ TEST_F(Histories, EveryStandardLibrary) {
                      [&](const World& each) { playAfresh(each, {getSystem(), getSystem(), getSystem()}); });
 }
 
-/// Worlds in which a load leaves something behind that later calls meet.
+/// Worlds in which a load leaves something behind that later calls find.
 static std::vector<World> worldsThatGrow() {
   World grows;
   grows.files = {{FileKind::file, "r/a/A.ov", ""}, {FileKind::file, "s/a/B.ov", ""}};

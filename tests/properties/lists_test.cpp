@@ -1,4 +1,4 @@
-// String lists: every small one, with every length that a list may claim.
+// String lists: every small one, with every size that a list may claim.
 #include <cstdint>
 
 #include "small_worlds.h"
@@ -48,7 +48,7 @@ TEST_F(Lists, EveryPairOfListsIsABundle) {
   }
 }
 
-TEST_F(Lists, EveryPairOfLengthsIsCompared) {
+TEST_F(Lists, EveryPairOfSizesIsCompared) {
   const std::vector<std::optional<List>> allIdentities = everySizedList({std::nullopt, "y"}, 2);
   for (const auto& objects : everySizedList({std::nullopt, "x"}, 2)) {
     for (const auto& identities : allIdentities) play({}, {loadObjectBundle(objects, identities, "A")});

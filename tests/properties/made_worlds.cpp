@@ -27,7 +27,7 @@ class Maker {
   }
 
  private:
-  // Choices. Where the bytes have run out, the first thing is chosen.
+  // Choices. When the bytes run out, the first thing is chosen.
 
   std::size_t below(std::size_t bound) { return next_ < bytes_.size() ? bytes_[next_++] % bound : 0; }
 
@@ -45,7 +45,7 @@ class Maker {
     return things;
   }
 
-  // Names. Few words, so that they meet.
+  // Names. There are few words, so that they often match.
 
   std::string word() {
     static const std::vector<std::string> words{
@@ -163,7 +163,7 @@ class Maker {
     return list;
   }
 
-  /// Any native; getSystem only where the process is fresh.
+  /// Any native; getSystem only if the process is fresh.
   Native native(bool withGetSystem) {
     if (withGetSystem && oneIn(2)) return Native::getSystem;
     const auto any = static_cast<Native>(below(nativeCount));

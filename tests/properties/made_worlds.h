@@ -1,5 +1,5 @@
-// Worlds made from bytes: each choice takes one, so that any bytes make a world, and fewer or smaller ones a simpler
-// one.
+// Worlds made from bytes. Each choice uses one byte, so any bytes make a world, and fewer or smaller bytes make a
+// simpler one.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +9,10 @@
 
 namespace model {
 
-/// Makes a world and up to six calls. The calls leave `getSystem` out, so that any process can play them.
+/// Makes a world and up to six calls. `getSystem` is not among them, so any process can play them.
 Story storyOf(const std::vector<uint8_t>& bytes);
 
-/// Makes a world and up to six calls, `getSystem` among them; only a fresh process can play these.
+/// Makes a world and up to six calls, which may include `getSystem`; only a fresh process can play them.
 Story freshStoryOf(const std::vector<uint8_t>& bytes);
 
 }  // namespace model

@@ -1,4 +1,4 @@
-// The program of the suite: runs the tests, or plays one world that it is given as text.
+// The program of the suite: runs the tests, or plays one world given as text.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -16,24 +16,24 @@
 static constexpr std::array<int, 5> crashes{SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
 static std::array<struct sigaction, crashes.size()> handlersBefore;
 
-/// Tells which story crashed, and leaves the crash itself to the handlers that were there before.
-static void tellStory(int /*signal*/) {
+/// Prints the story that crashed, and leaves the crash to the previous handlers.
+static void reportStory(int /*signal*/) {
   for (std::size_t index = 0; index < crashes.size(); ++index) {
     sigaction(crashes.at(index), &handlersBefore.at(index), nullptr);
   }
   const model::Story* story = model::storyInPlay();
   if (story == nullptr) return;
-  // Writing the story needs the heap, which the crash may have left locked for ever.
+  // Writing the story needs the heap, which the crash may have left locked forever.
   alarm(10);
   std::fputs(("The world crashed. Play it again:\n" + model::commandFor(*story)).c_str(), stderr);
   alarm(0);
 }
 
-static void tellOfCrashes() {
-  struct sigaction telling = {};
-  telling.sa_handler = tellStory;
+static void reportCrashes() {
+  struct sigaction reporting = {};
+  reporting.sa_handler = reportStory;
   for (std::size_t index = 0; index < crashes.size(); ++index) {
-    sigaction(crashes.at(index), &telling, &handlersBefore.at(index));
+    sigaction(crashes.at(index), &reporting, &handlersBefore.at(index));
   }
 }
 
@@ -56,7 +56,7 @@ static int test() {
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  tellOfCrashes();
+  reportCrashes();
   if (argc == 1) return test();
   if (argc == 3 && std::string(argv[1]) == "--world") return play(argv[2]);
   std::cerr << "Usage: " << argv[0] << " [--world TEXT]\n";

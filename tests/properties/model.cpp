@@ -1,4 +1,4 @@
-// The rules of the natives, in the order of the table of natives; what they share comes first.
+// The rules of the natives, in the order of `natives.h`, after what they share.
 #include "model.h"
 
 #include <cerrno>
@@ -14,7 +14,7 @@ static const Text noText;
 
 namespace {
 
-/// What a call into the host, or a rule, throws: a `std::exception` with a text, or another object.
+/// What a call to the host, or a rule, throws: a `std::exception` with a text, or another object.
 struct Thrown {
   bool isException;
   std::string text;
@@ -24,7 +24,7 @@ struct Thrown {
 
 [[noreturn]] static void fail(const std::string& text) { throw Thrown{true, text}; }
 
-/// No vector of strings can hold more: its strings would fill half of the memory that 64 bits can name.
+/// The most strings that a vector can hold: they fill half of a 64-bit address space.
 static constexpr int64_t mostStrings = INT64_MAX / static_cast<int64_t>(sizeof(std::string));
 
 static std::string compacted(const std::string& name) {
@@ -97,7 +97,7 @@ class Rules {
     return answer;
   }
 
-  /// Whatever is allocated between the last call and the next one.
+  /// Fails if the memory runs out between the last call and the next one.
   void allocate() const {
     if (callsWithMemory_ == outcome_.calls.size()) fail(standard_library::outOfMemory());
   }
@@ -122,8 +122,7 @@ class Rules {
 
   void load(const std::string& path, Context context) { ask(Operation::load, inQuotes(path) + ", " + nameOf(context)); }
 
-  // Failing: an exception inside is raised; any other object is raised where the native has a text for it, and passes
-  // through where it has none.
+  // The bridge raises exceptions. Any other object is raised if the native has a text for it, and else passes through.
 
   template <typename Work>
   bool succeeds(const std::string& exceptionClass, const Text& otherText, const Work& work) {
@@ -160,14 +159,14 @@ class Rules {
 
   // The registry.
 
-  /// Whether an entry goes by a name: a name with a dot is compared with the full name alone, any other with the short
-  /// name and with the tail of the full name.
-  static bool goesBy(const std::string& shortName, const std::string& fullName, const std::string& name) {
+  /// Tells whether an entry matches a name: a name with a dot is compared with the full name only, any other with the
+  /// short name and with the tail of the full name.
+  static bool matches(const std::string& shortName, const std::string& fullName, const std::string& name) {
     if (has(name, '.')) return name == fullName;
     return name == shortName || name == tailOf(fullName);
   }
 
-  /// The one type that a name stands for.
+  /// The type that a name resolves to.
   Text registered(const std::string& name) {
     if (name.empty()) return noText;
     ask(Operation::typeCount);
@@ -178,7 +177,7 @@ class Rules {
       const std::string shortName = entryAt(world_, index).shortName.value_or("");
       ask(Operation::typeFullName, std::to_string(index));
       const std::string fullName = entryAt(world_, index).fullName.value_or("");
-      if (!goesBy(shortName, fullName, name)) continue;
+      if (!matches(shortName, fullName, name)) continue;
       const std::string resolved = fullName.empty() ? shortName : fullName;
       if (found && *found != resolved) {
         fail("Ambiguous plugin entry type '" + name + "'; use its fully qualified name");
@@ -372,12 +371,12 @@ class Rules {
     return noText;
   }
 
-  /// A folder that may not be read is empty; what else keeps it from being listed is an error.
+  /// A folder that may not be read counts as empty; any other failure to list it is an error.
   int listingError(const std::string& folder) const {
     if (world_.openingError == EACCES) return 0;
     if (world_.openingError != 0) return world_.openingError;
     if (!isListable(world_, folder)) return 0;
-    // Each name is read, the folder's own and its parent's too, and then the end.
+    // The reads return each name, "." and "..", and then the end.
     const std::size_t readings = namesIn(world_, folder).size() + 3;
     const auto until = static_cast<std::size_t>(world_.readingsUntilError);
     return until != 0 && until <= readings ? world_.readingError : 0;

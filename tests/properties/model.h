@@ -1,4 +1,4 @@
-// The natives as rules: what each is expected to do, stated without a line of the library.
+// The natives as rules: what each is expected to do, without any code of the library.
 #pragma once
 
 #include "world.h"
@@ -6,7 +6,7 @@
 namespace model {
 
 /// What a call is expected to do in a world; changes the world as the call does.
-/// @param callsWithMemory once it has made so many calls into the host, its next allocation fails.
+/// @param callsWithMemory after this many calls to the host, the next allocation fails.
 Outcome expected(World& world, const Call& call, std::optional<std::size_t> callsWithMemory = std::nullopt);
 
 }  // namespace model

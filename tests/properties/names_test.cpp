@@ -15,7 +15,7 @@ class Names : public SmallWorlds {};
 
 }  // namespace
 
-/// Surroundings in which names of the letters below meet every kind of match.
+/// Worlds in which names made of the letters below find every kind of match.
 static std::vector<World> surroundings() {
   World bare;
   World nested;
@@ -53,7 +53,7 @@ TEST_F(Names, EveryNameIsAnEntryType) {
   }
 }
 
-TEST_F(Names, EveryNameIsHandedOn) {
+TEST_F(Names, EveryNameReachesTheRuntime) {
   World world;
   for (const int64_t type : {0, 1}) {
     answersOf(world, Operation::typeByName) = {returning(type)};
@@ -62,8 +62,8 @@ TEST_F(Names, EveryNameIsHandedOn) {
   }
 }
 
-/// Every byte, in each part of a name, and within and around the name that the table holds.
-TEST_F(Names, EveryByteIsABlankOrNone) {
+/// Tries every byte in each part of the requested name, and in and around the name in the table.
+TEST_F(Names, EveryByteIsABlankOrNot) {
   World world;
   world.table = {{{"A<B>", "C", "", ""}, true, true}};
   world.registry = {{"A", "p.A"}};

@@ -12,7 +12,7 @@ class Packages : public SmallWorlds {};
 
 }  // namespace
 
-/// What may stand where a package is looked for under a root.
+/// What may be at the place where a package is searched for under a root.
 static std::vector<std::vector<File>> everyPlace(const std::string& place) {
   const auto at = [&](FileKind kind, const std::string& target = "") { return File{kind, place, target}; };
   const File source{FileKind::file, place + "/S.ov", ""};
@@ -31,7 +31,7 @@ static std::vector<std::vector<File>> everyPlace(const std::string& place) {
           {source, at(FileKind::closedFolder)}};
 }
 
-/// Appends everything that may stand at a root: the places of the package, and a root that is no open folder.
+/// Adds a root of this kind: one for each of the places above, one that is a file, and one with a closed folder.
 static void addRoot(World& world, std::size_t kind) {
   const std::string root = "r" + std::to_string(world.roots.size());
   world.roots.push_back(root);
@@ -73,7 +73,7 @@ TEST_F(Packages, EveryPackageNameIsAPath) {
   }
 }
 
-/// Every name of an entry with every kind that it may have.
+/// Every name of an entry, with every kind that it may have.
 static std::vector<File> everyEntry() {
   std::vector<File> entries;
   for (const char* name : {"A.ov", "a.ov", "A_B.ov", "x.OV", ".ov", "..ov", "x.y.ov", "x.ov.bak", "ov", "x.ov "}) {
@@ -100,7 +100,7 @@ TEST_F(Packages, EveryFolderIsListed) {
   });
 }
 
-/// Every set of sources, so that the order of names is seen however the file system lists them.
+/// Tries every set of sources, so that the order is checked however the file system lists them.
 TEST_F(Packages, EverySetOfSourcesIsSorted) {
   const std::vector<std::string> names{"A", "A_B", "a", "b", "A.b", "\xC3\xA9", "A ", "0"};
   for (std::size_t set = 0; set < std::size_t{1} << names.size(); ++set) {
@@ -114,7 +114,7 @@ TEST_F(Packages, EverySetOfSourcesIsSorted) {
   }
 }
 
-TEST_F(Packages, EveryErrorOfAListingIsTold) {
+TEST_F(Packages, EveryErrorOfAListingIsReported) {
   for (std::size_t sources = 0; sources <= 3; ++sources) {
     World world;
     world.roots = {"r", "s"};
@@ -146,7 +146,7 @@ TEST_F(Packages, EveryRootIsAddedOrRefused) {
                  {FileKind::link, "g", "f"},        {FileKind::folder, "c/in", ""}, {FileKind::closedFolder, "c", ""}};
   std::vector<std::string> roots;
   for (const std::string& root : everyText("dfl/. ", 4)) {
-    // What lies above the files belongs to nobody.
+    // Whatever is above the files is not part of the world.
     if (root.compare(0, 2, "..") != 0 && root.find("/..") == std::string::npos) roots.push_back(root);
   }
   for (const char* root : {"dangling", "p", "s", "g", "c", "c/", "c/in", "c/.", "d/../d", "missing/../d"}) {

@@ -18,12 +18,12 @@ static_assert(objectCount <= scripted::tokenCount);
 
 namespace {
 
-/// What an operation throws that is no `std::exception`.
+/// What an operation throws that is not a `std::exception`.
 struct OtherObject {
   std::string text;
 };
 
-/// One play: the world's answers behind the scripted host's operations.
+/// One play: it scripts the scripted host with the world's answers.
 class Play {
  public:
   explicit Play(World& world) : world_(world) {
@@ -49,7 +49,7 @@ class Play {
   }
 
  private:
-  /// Ends a call as the world says.
+  /// Returns or throws as the world says.
   Answer answer(Operation operation) {
     Answer given = take(world_, operation);
     if (!given.records.empty()) fillTable();
@@ -226,7 +226,7 @@ static bool looksUp(const std::vector<std::string>& calls) {
 
 static bool readsFiles(Native native) { return native == Native::addSourceRoot || native == Native::loadPackageTypes; }
 
-/// Lets the system report errors as the world says.
+/// Makes the system report errors as the world says.
 static void scriptSystem(const World& world, const std::function<int(const std::string&)>& onCall) {
   if (world.openingError != 0) system_calls::failOpeningDirectory(world.openingError);
   if (world.readingsUntilError != 0) system_calls::failReadingDirectory(world.readingsUntilError, world.readingError);

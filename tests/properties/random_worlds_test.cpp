@@ -1,4 +1,4 @@
-// Random worlds, large ones among them: RapidCheck makes them and shrinks one in which the library breaks the rules.
+// Random worlds, including large ones. RapidCheck makes them, and shrinks one in which the library breaks the rules.
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
@@ -19,18 +19,18 @@ using namespace model;
 using Bytes = std::vector<uint8_t>;
 
 static constexpr int worldCount = 200'000;
-// A fresh world costs a process of its own.
+// A fresh world needs its own process.
 static constexpr int worldsForEachFreshOne = 200;
 // A large world takes a few hundred choices.
 static constexpr double choicesForEachSize = 4;
 
-/// Checks a property of as many bytes as a large world takes, with worldCount worlds or as many as max_success in the
-/// environment's RC_PARAMS says, divided by `divisor`.
+/// Checks a property with worldCount worlds, or as many as max_success in the environment variable RC_PARAMS says,
+/// divided by `divisor`.
 static void check(int divisor, const std::function<void(const Bytes&)>& property) {
   rc::detail::TestParams params = rc::detail::configuration().testParams;
   if (params.maxSuccess == rc::detail::TestParams().maxSuccess) params.maxSuccess = worldCount;
   params.maxSuccess = std::max(1, params.maxSuccess / divisor);
-  // A crash leaves no time to say it later.
+  // Printed first, because a world may crash.
   std::cout << "To make the same worlds again: RC_PARAMS=\"seed=" << params.seed << "\"\n" << std::flush;
   const auto bytes = rc::gen::scale(choicesForEachSize, rc::gen::arbitrary<Bytes>());
   const auto result = rc::detail::checkTestable([&] { property(*bytes); }, rc::detail::TestMetadata(), params);

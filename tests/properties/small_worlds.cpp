@@ -69,7 +69,7 @@ Call loadPackageTypes(const std::optional<std::string>& package) { return callOf
 void SmallWorlds::TearDown() {
   played += worlds_;
   std::cout << worlds_ << " worlds";
-  if (disagreements_ > 0) std::cout << ", and " << disagreements_ << " that the library does not play by the rules";
+  if (disagreements_ > 0) std::cout << "; in " << disagreements_ << " of them the library breaks the rules";
   std::cout << '\n';
 }
 

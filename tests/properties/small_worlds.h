@@ -1,4 +1,4 @@
-// Families of small worlds: everything that can be made of a few things, each world played and counted.
+// Families of small worlds: every combination of a few things, played and counted.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ void forEachSequence(const std::vector<Thing>& things, std::size_t longest, cons
   }
 }
 
-/// Every text of up to `longest` of these letters.
+/// Every text of up to `longest` letters from `letters`.
 std::vector<std::string> everyText(const std::string& letters, std::size_t longest);
 
 // Answers.
@@ -64,15 +64,15 @@ Call loadObjectBundle(const std::optional<List>& objects, const std::optional<Li
 Call loadClass(const std::optional<std::string>& name);
 Call loadPackageTypes(const std::optional<std::string>& package);
 
-/// One family. At its end it prints how many worlds it played.
+/// One family. At the end, it prints how many worlds it played.
 class SmallWorlds : public testing::Test {
  protected:
   void TearDown() override;
 
-  /// Plays a world, and fails the test at the first that the library does not play by the rules.
+  /// Plays a world. Fails the test for the first one in which the library breaks the rules.
   void play(const World& world, const std::vector<Call>& calls);
 
-  /// Does the same in a process that has the library's first state.
+  /// Does the same in a process in which the library is in its first state.
   void playAfresh(const World& world, const std::vector<Call>& calls);
 
  private:

@@ -1,4 +1,4 @@
-// How a world answers and what changes in it.
+// How a world answers, and how it changes.
 #include "world.h"
 
 namespace model {

@@ -1,4 +1,4 @@
-// A world: everything that decides what a native does, as plain data that the rules and the library's host both read.
+// A world: everything that determines what a native does, as plain data for the rules and for the library's host.
 #pragma once
 
 #include <array>
@@ -25,14 +25,14 @@ struct Record {
 
 enum class FileKind {
   folder,
-  closedFolder,  // nobody may list it or look anything up in it
+  closedFolder,  // nobody may list it or open anything in it
   file,
   link,
   fifo,
   socket,
 };
 
-/// One file. The folders above it need no line of their own.
+/// One file. The folders above it are implied.
 struct File {
   FileKind kind = FileKind::file;
   std::string path;    // relative, without ".", ".." and doubled separators
@@ -44,11 +44,11 @@ enum class Operation {
   raise,
   typeByName,            // number: of the type object, 0 for null
   allocObject,           // number: of the object, 0 for null
-  listSize,              // the list tells
-  listIndex,             // the list tells
-  typeCount,             // the registry tells
-  typeName,              // the registry tells
-  typeFullName,          // the registry tells
+  listSize,              // answered from the list
+  listIndex,             // answered from the list
+  typeCount,             // answered from the registry
+  typeName,              // answered from the registry
+  typeFullName,          // answered from the registry
   objectAbiVersion,      // number: the version
   activeRuntimeContext,  // number: 1 for the active one, 0 for none
   load,
@@ -56,7 +56,7 @@ enum class Operation {
   precompile,
   getInstance,
   standardLibraryPath,  // text: the path
-  getKlassPaths,        // the roots tell
+  getKlassPaths,        // answered from the roots
   addKlassPath,         // number: 1 when it adds the root, 0 when it refuses
   sourceFileForClass,   // text: the path
   materialize,          // number: 1 for yes, 2 for yes and with another context, 0 for no; text: the source
@@ -65,12 +65,12 @@ enum class Operation {
 };
 constexpr std::size_t operationCount = static_cast<std::size_t>(Operation::isValidPackageName) + 1;
 
-/// How many objects the host has, null at number 0 among them.
+/// How many objects the host has, including null, which is number 0.
 constexpr int64_t objectCount = 64;
 
 enum class Ending { returns, throwsException, throwsOther };
 
-/// What one call of an operation does: first it adds to the registry and the type table, then it ends.
+/// What one call of an operation does: it adds to the registry and the type table, then returns or throws.
 struct Answer {
   Ending ending = Ending::returns;
   int64_t number = 1;
@@ -81,23 +81,23 @@ struct Answer {
 
 struct World {
   std::vector<Entry> registry;
-  std::optional<int32_t> count;  // what the registry says of its length, when that is not its length
+  std::optional<int32_t> count;  // the size that the registry claims, if not its real one
   std::vector<Record> table;
   std::vector<std::string> roots;
   std::vector<File> files;
 
-  // The answers to the next calls of each operation; the last one stands for all later calls.
+  // The answers to the next calls of each operation; the last one repeats.
   std::array<std::vector<Answer>, operationCount> answers;
 
   // Errors of the system, by number; 0 for none.
   int lockError = 0;
   int openingError = 0;
   int readingError = 0;
-  int readingsUntilError = 0;  // 1 for the next reading of a directory entry
+  int readingsUntilError = 0;  // 1 for the next read of a directory entry
   bool typesHidden = false;    // whether directories list their entries without types
 
-  // What the library itself remembers. It does so for the life of the process: only a process that has come to this
-  // state can play a call that reads it.
+  // What the library itself remembers for the life of the process. Only a process in which the library has this state
+  // can play a call that reads it.
   int64_t systemClassLoader = 0;
   bool metadataLoaded = false;
 };
@@ -105,7 +105,7 @@ struct World {
 /// A language list.
 struct List {
   std::vector<std::optional<std::string>> elements;
-  std::optional<int64_t> size;  // what it says of its length, when that is not its length; elements beyond are null
+  std::optional<int64_t> size;  // the size that it claims, if not its real one; elements beyond are null
 };
 
 enum class Native {
@@ -121,7 +121,7 @@ enum class Native {
 };
 constexpr std::size_t nativeCount = static_cast<std::size_t>(Native::loadPackageTypes) + 1;
 
-/// A call of a native; what its native does not take is ignored.
+/// A call of a native; members that the native does not use are ignored.
 struct Call {
   Native native = Native::objectAbiVersion;
   std::optional<std::string> name;        // type, class or package name, entry type, or root
@@ -133,7 +133,7 @@ struct Call {
 /// What a call did.
 struct Outcome {
   std::vector<std::string> calls;  // into the host, in order, raises included
-  std::string result;              // what it returned or let through
+  std::string result;              // what it returned or threw
   bool ownPointer = false;         // whether the last type lookup got the caller's own pointer
 };
 
@@ -148,19 +148,19 @@ inline const std::vector<Answer>& answersOf(const World& world, Operation operat
   return world.answers[static_cast<std::size_t>(operation)];
 }
 
-/// Takes the answer to the next call of an operation, and lets it add to the registry and the type table.
+/// Takes the answer to the next call of an operation, and adds its entries to the registry and the type table.
 Answer take(World& world, Operation operation);
 
-/// The entry at an index; without names where there is none.
+/// The entry at an index; without names if there is none.
 Entry entryAt(const World& world, int32_t index);
 
-/// What the registry says of its length.
+/// The size that the registry claims.
 int32_t countOf(const World& world);
 
-/// What a list says of its length.
+/// The size that a list claims.
 int64_t sizeOf(const List& list);
 
-/// The element at an index; null where there is none.
+/// The element at an index; null if there is none.
 std::optional<std::string> elementAt(const List& list, int64_t index);
 
 }  // namespace model

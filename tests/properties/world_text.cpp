@@ -49,7 +49,7 @@ static constexpr Words<Native, nativeCount> nativeNames{{
     {Native::loadClass, "loadClass"},
     {Native::loadPackageTypes, "loadPackageTypes"},
 }};
-static_assert(operationNames.back().second != nullptr && nativeNames.back().second != nullptr, "one has no name");
+static_assert(operationNames.back().second != nullptr && nativeNames.back().second != nullptr, "each needs a name");
 
 static constexpr Words<FileKind, 6> fileWords{{
     {FileKind::folder, "folder"},
@@ -188,7 +188,7 @@ class Line {
       if (used == digits.size()) return value;
     } catch (const std::logic_error&) {
     }
-    throw std::runtime_error("'" + digits + "' is no number");
+    throw std::runtime_error("'" + digits + "' is not a number");
   }
 
   template <typename Number>
@@ -228,7 +228,7 @@ class Line {
 
   std::string text() {
     if (const auto text = textOrNull()) return *text;
-    throw std::runtime_error("null cannot stand here");
+    throw std::runtime_error("null is not allowed here");
   }
 
  private:
@@ -237,7 +237,7 @@ class Line {
     const std::string digits = text_.substr(place_, 4);
     const bool isHex = digits.size() == 4 && digits[1] == 'x' &&
                        digits.find_first_not_of("0123456789ABCDEFabcdef", 2) == std::string::npos;
-    if (!isHex || digits == "\\x00") throw std::runtime_error("a backslash must begin \\xHH, and not \\x00");
+    if (!isHex || digits == "\\x00") throw std::runtime_error("a backslash must begin \\xHH, but not \\x00");
     place_ += 3;
     return static_cast<char>(std::stoi(digits.substr(2), nullptr, 16));
   }
@@ -309,7 +309,7 @@ static std::optional<List> readList(Line& line) {
   return list;
 }
 
-/// Arguments that are left out at the end are null.
+/// Missing arguments at the end are null.
 static Call readCall(Line& line) {
   Call call;
   call.native = line.oneOf(nativeNames);

@@ -1,4 +1,4 @@
-// Worlds and calls as text: one line for each thing, to be read by people and read back by the program.
+// Worlds and calls as text, one line for each thing, which both people and the program can read.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace model {
 
-/// A world and the calls that are made in it, one after the other.
+/// A world and the calls that are made in it, in order.
 struct Story {
   World world;
   std::vector<Call> calls;

@@ -1,4 +1,4 @@
-// The text form of worlds: whatever it writes it reads back, and it names the line that it cannot read.
+// The text form of worlds: whatever is written can be read back, and an error names the line at fault.
 #include "world_text.h"
 
 #include <gtest/gtest.h>
@@ -46,7 +46,7 @@ static std::string problemOf(const std::string& text) {
 
 TEST(WorldText, ReadsBackWhatItWrites) { EXPECT_EQ(everything, textOf(storyFrom(everything))); }
 
-TEST(WorldText, ReadsNullForWhatACallLeavesOut) {
+TEST(WorldText, ReadsMissingArgumentsAsNull) {
   EXPECT_EQ(textOf(storyFrom("call loadClass\n")), textOf(storyFrom("call loadClass null null null null\n")));
 }
 
@@ -54,14 +54,14 @@ TEST(WorldText, NamesTheLineAtFault) {
   EXPECT_EQ("line 1: a line cannot begin with 'entri'", problemOf("entri \"A\" null"));
   EXPECT_EQ("line 3: something is missing at the end", problemOf("\n\nentry \"A\""));
   EXPECT_EQ("line 1: a closing quote is missing", problemOf("root \"A"));
-  EXPECT_EQ("line 1: null cannot stand here", problemOf("root null"));
+  EXPECT_EQ("line 1: null is not allowed here", problemOf("root null"));
   EXPECT_EQ("line 1: a text in quotes, or null, is missing", problemOf("root A"));
   EXPECT_EQ("line 1: there is too much at the end", problemOf("root \"A\" \"B\""));
-  EXPECT_EQ("line 1: '3x' is no number", problemOf("count 3x"));
+  EXPECT_EQ("line 1: '3x' is not a number", problemOf("count 3x"));
   EXPECT_EQ("line 1: 4294967296 is out of range", problemOf("count 4294967296"));
   EXPECT_EQ("line 1: there is no object 64, only 0 to 63", problemOf("answer Orva_typeByName returns 64 \"\""));
   EXPECT_EQ("line 1: there is no object -1, only 0 to 63", problemOf("answer Orva_allocObject returns -1 \"\""));
   EXPECT_EQ("line 1: 'nobody' is not known here", problemOf("answer nobody returns 1 \"\""));
-  EXPECT_EQ("line 1: a backslash must begin \\xHH, and not \\x00", problemOf("root \"\\x00\""));
+  EXPECT_EQ("line 1: a backslash must begin \\xHH, but not \\x00", problemOf("root \"\\x00\""));
   EXPECT_EQ("line 1: a list begins with [", problemOf("call precompileSources null null \"x\" null"));
 }
