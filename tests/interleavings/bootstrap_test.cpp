@@ -1,5 +1,5 @@
-// Several first callers of the system class loader at once: each may load the sources and make an object; the object
-// that is stored last stays.
+// Two simultaneous first callers of the system class loader. Each may load the sources and allocate an object; the
+// object that is stored last is kept.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -13,7 +13,7 @@ static const std::vector<std::string> loadCalls{loaded("/lib/orva/ClassLoader.ov
                                                 loaded("/lib/orva/SystemClassLoader.ov", "empty")};
 static const std::string allocation = "Orva_allocObject(\"SystemClassLoader\")";
 
-/// A first caller of either name, with these calls ahead of the allocation.
+/// A first caller called A or B, which makes the calls `before` its allocation.
 static Side caller(const std::string& name, const std::string& other, const std::vector<std::string>& before) {
   return {[](const SteppedHost& host) { return host.endingWithObject(orva_ClassLoader_getSystem()); },
           {{"does all", sequence(before, allocation), name + "'s object"},
@@ -21,7 +21,7 @@ static Side caller(const std::string& name, const std::string& other, const std:
            {"is handed " + other + "'s", {}, other + "'s object"}}};
 }
 
-/// What a later caller is handed, which must be what was stored last, and that it costs no call.
+/// Describes what a later caller gets. It must be the object that was stored last, without any call.
 static std::string staying(const SteppedHost& host) {
   scripted::host().takeCalls();
   void* object = orva_ClassLoader_getSystem();

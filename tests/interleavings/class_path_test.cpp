@@ -1,5 +1,5 @@
-// A lookup at once with what else changes or reads the class path. A root that is added while a package is searched
-// for is left out: the search relies on the host to keep that from happening.
+// A lookup during other calls that change or read the class path. No root is added during the search for a package,
+// because the search relies on the host to prevent that.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -30,7 +30,7 @@ TEST(ClassPath, ARootIsAddedAndAClassBelowItLookedUp) {
 
 namespace {
 
-/// A package of two classes on the disk, in the working directory.
+/// A package of two classes in the working directory.
 class Packages : public testing::Test {
  protected:
   void SetUp() override {

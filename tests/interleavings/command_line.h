@@ -1,9 +1,9 @@
-// What the command line asked for, and how to ask for one schedule again.
+// Options of the suite's command line.
 #pragma once
 
 #include <string>
 
-/// The schedule to run alone; empty for all.
+/// The only schedule to run; empty for all.
 const std::string& scheduleOnCommandLine();
 
 /// The command that runs one schedule of the running test again.

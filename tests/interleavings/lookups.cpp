@@ -1,4 +1,4 @@
-// What a lookup calls, one way after the other.
+// The calls of a lookup, for each way that it can go.
 #include "lookups.h"
 
 #include <utility>

@@ -1,5 +1,5 @@
-// Lookups at once with lookups. The test whether a type is there and what makes it are no single step, so both threads
-// may ask for the same source; the compiler keeps that from doing harm.
+// Two simultaneous lookups. Checking for a type and loading it is not one step, so both threads may ask for the same
+// source; the compiler makes this harmless.
 #include "lookups.h"
 
 #include <gtest/gtest.h>

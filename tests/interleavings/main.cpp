@@ -19,7 +19,7 @@ std::string commandFor(const std::string& schedule) {
 
 static int refuse(const std::string& argument) {
   std::fprintf(stderr,
-               "%s: not understood: '%s'; besides GoogleTest's own options there is --schedule=LETTERS, A or B\n",
+               "%s: unknown argument '%s': expected an option of GoogleTest, or --schedule= and letters A or B\n",
                program.c_str(), argument.c_str());
   return 2;
 }

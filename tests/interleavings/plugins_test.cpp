@@ -1,5 +1,5 @@
-// Plugins at once with plugins of the same entry type. The check before the load and the load are no single step: both
-// threads may pass the check, and what then becomes of the second load is the compiler's to say.
+// Two simultaneous loads of plugins with the same entry type. The check and the load are not one step: both threads may
+// pass the check, and then the compiler decides what the second load does.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -15,7 +15,7 @@ static const Path refused{
     sequence(scan(1), raised("IllegalStateException", "Plugin entry type is already registered: plugins.Plugin")),
     "null, IllegalStateException"};
 
-/// The ways of a plugin whose entry type another plugin may define meanwhile; `load` is what its load calls.
+/// The paths of a plugin whose entry type another plugin may define meanwhile; `load` lists the calls of its load.
 static std::vector<Path> pathsOf(const std::vector<std::string>& load) {
   return {{"is handed the type", sequence(scan(0), load, scan(1), typeByName(pluginType)), pluginType},
           {"is told that the type is there",
@@ -34,7 +34,7 @@ static Side source() { return source("Plugin.ov", pathsOf({loaded("Plugin.ov", "
 
 namespace {
 
-/// The lists of one bundle, which belong to one thread alone.
+/// The lists of one bundle, which only one thread uses.
 class Bundle {
  public:
   explicit Bundle(const std::string& name) : name_(name) {}
@@ -99,7 +99,7 @@ TEST(Plugins, TheSameBundleTwice) {
                   "A is handed the type. B is handed the type. plugin.o compiled for B."});
 }
 
-/// The ways of a plugin whose entry type gets the same short name as that of another plugin.
+/// The paths of a plugin whose entry type has the same short name as that of another plugin.
 static Side sameShortName(const std::string& file, const std::string& own, const std::string& other) {
   const std::vector<std::string> load{loaded(file, "empty")};
   const std::string refusal = "Plugin entry type is already registered: " + other;

@@ -1,4 +1,4 @@
-// The search through all schedules: run one, turn its last free choice of A into B, and run that.
+// Runs all schedules: after each, the next one changes the last free choice of A into B.
 #include "schedules.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// What one schedule came to. `fault` is empty when all is well.
+/// The result of one schedule. `fault` is empty if nothing went wrong.
 struct Execution {
   std::string schedule;
   std::string next;  // the first letters of the next schedule; empty when this was the last
@@ -22,7 +22,7 @@ struct Execution {
   std::string calls;
 };
 
-/// Sums the schedules of a run up at its end.
+/// Prints the number of all schedules at the end of a run.
 class Total : public testing::Environment {
  public:
   void add(std::size_t schedules) { schedules_ += schedules; }
@@ -44,14 +44,14 @@ static std::string nextAfter(const Stepper& stepper) {
   return "";
 }
 
-/// The words of the path that a thread took; its calls as a fault when it took none.
+/// Returns the words of the path that a thread took. If it took none, adds its calls to the fault.
 static std::string wordsOf(const Side& side, const std::vector<std::string>& calls, const std::string& ending,
                            std::string& fault) {
   for (const Path& path : side.paths) {
     if (path.calls == calls && path.ending == ending) return path.words;
   }
-  fault += "no right way through its native:\n" + scripted::joined(calls) + "and then: " + ending + "\n";
-  return "goes astray";
+  fault += "not one of the allowed paths:\n" + scripted::joined(calls) + "and then: " + ending + "\n";
+  return "takes an unknown path";
 }
 
 static std::string listing(const Stepper& stepper, const std::array<std::string, 2>& endings) {
@@ -87,7 +87,7 @@ static Execution execute(const Pair& pair, const std::string& prefix) {
   return done;
 }
 
-/// Fields cross from the child in one text, each with its length ahead.
+/// Packs the fields into one text, each after its length, so that the child can send them.
 static std::string packed(const Execution& done) {
   std::ostringstream text;
   for (const std::string& field : {done.schedule, done.next, done.outcome, done.fault, done.calls}) {
@@ -118,10 +118,10 @@ static std::string readAll(int descriptor) {
   return text;
 }
 
-/// Executes in a child; what it reports fits into a pipe, so that it never waits for its reader.
+/// Executes in a child process. Its report fits into a pipe, so the child never waits for its reader.
 static Execution executeInOwnProcess(const Pair& pair, const std::string& prefix) {
   std::array<int, 2> ends = {};
-  if (pipe(ends.data()) != 0) return {prefix, "", "", "no pipe could be made", ""};
+  if (pipe(ends.data()) != 0) return {prefix, "", "", "cannot create a pipe", ""};
   const int status = scripted::statusOfOwnProcess([&] {
     const std::string report = packed(execute(pair, prefix));
     EXPECT_EQ(static_cast<ssize_t>(report.size()), write(ends[1], report.data(), report.size()));
@@ -130,18 +130,18 @@ static Execution executeInOwnProcess(const Pair& pair, const std::string& prefix
   Execution done = unpacked(readAll(ends[0]));
   close(ends[0]);
   if (status != 0) done.fault += "the schedule's process ended with status " + std::to_string(status) + '\n';
-  // The first letters are enough to run a schedule again whose process could not report.
+  // If the process could not report, the first letters are enough to run its schedule again.
   if (done.schedule.empty()) done.schedule = prefix.empty() ? "A" : prefix;
   return done;
 }
 
 static Execution run(const Pair& pair, const std::string& prefix) {
   Execution done = pair.inOwnProcess ? executeInOwnProcess(pair, prefix) : execute(pair, prefix);
-  if (testing::Test::HasFailure()) done.fault += "a call that the host refuses, see above\n";
+  if (testing::Test::HasFailure()) done.fault += "the host refused a call, see above\n";
   return done;
 }
 
-/// Everything that is needed to see and to repeat one schedule.
+/// Describes one schedule, and how to run it again.
 static std::string report(const Execution& done) {
   return "schedule " + done.schedule + ": " + done.outcome + '\n' + done.calls + "again: " + commandFor(done.schedule);
 }
@@ -150,12 +150,12 @@ static std::string joined(const std::set<std::string>& lines) {
   return scripted::joined(std::vector<std::string>(lines.begin(), lines.end()));
 }
 
-/// Fails for a schedule that went wrong.
-/// @return whether it went well.
+/// Fails the test for a schedule that went wrong.
+/// @return whether it went right.
 static bool isRight(const Execution& done, const std::set<std::string>& outcomes) {
   const bool isExpected = outcomes.count(done.outcome) > 0;
   if (isExpected && done.fault.empty()) return true;
-  ADD_FAILURE() << done.fault << (isExpected ? "" : "an outcome that may not be\n") << report(done);
+  ADD_FAILURE() << done.fault << (isExpected ? "" : "an outcome that is not allowed\n") << report(done);
   return false;
 }
 

@@ -1,4 +1,4 @@
-// The search by itself: it counts schedules rightly, and says all that is needed of one that goes wrong.
+// The search itself: it counts schedules correctly, and reports everything about one that goes wrong.
 #include "schedules.h"
 
 #include <gtest/gtest-spi.h>
@@ -8,7 +8,7 @@
 
 using namespace scripted;
 
-/// Two threads that each ask the runtime for a type that there is: two steps each.
+/// Two threads that each ask the runtime for a known type: two steps each.
 static Pair asking() {
   const auto call = [](const SteppedHost& host) {
     return host.endingWithType(orva_SystemClassLoader_loadClass(nullptr, "Map"));
@@ -23,15 +23,15 @@ static const std::string bothFind = "A finds it. B finds it. nothing compiled.";
 
 TEST(Search, CountsEverySchedule) { expectOutcomes(asking(), 6, {bothFind}); }
 
-TEST(Search, RunsASteppedNativeInAProcessOfItsOwn) {
+TEST(Search, RunsASteppedNativeInItsOwnProcess) {
   Pair pair = asking();
   pair.inOwnProcess = true;
   expectOutcomes(pair, 6, {bothFind});
 }
 
-TEST(Search, MissesNoSchedule) { EXPECT_NONFATAL_FAILURE(expectOutcomes(asking(), 7, {bothFind}), "Which is: 6"); }
+TEST(Search, ReportsAWrongNumber) { EXPECT_NONFATAL_FAILURE(expectOutcomes(asking(), 7, {bothFind}), "Which is: 6"); }
 
-TEST(Search, MissesAnOutcomeThatIsLost) {
+TEST(Search, ReportsAnOutcomeThatDoesNotOccur) {
   EXPECT_NONFATAL_FAILURE(expectOutcomes(asking(), 6, {bothFind, "A never ends."}), "an outcome that no schedule has");
 }
 
@@ -41,16 +41,16 @@ TEST(Search, NamesTheScheduleOfANewOutcome) {
                           "--schedule=AABB");
 }
 
-TEST(Search, ShowsTheCallsOfAThreadThatGoesAstray) {
+TEST(Search, ShowsTheCallsOfAThreadOnAnUnknownPath) {
   Pair pair = asking();
   pair.b.paths.front().ending = "null";
   EXPECT_NONFATAL_FAILURE(expectOutcomes(pair, 6, {bothFind}),
                           "thread B:\n  Orva_typeByName(\"Map\")\n  and then: Map\n");
 }
 
-TEST(Search, ShowsWhatGoesAstrayInAProcessOfItsOwn) {
+TEST(Search, ReportsAnUnknownPathFromItsOwnProcess) {
   Pair pair = asking();
   pair.inOwnProcess = true;
   pair.b.paths.front().calls.clear();
-  EXPECT_NONFATAL_FAILURE(expectOutcomes(pair, 6, {bothFind}), "no right way through its native");
+  EXPECT_NONFATAL_FAILURE(expectOutcomes(pair, 6, {bothFind}), "not one of the allowed paths");
 }

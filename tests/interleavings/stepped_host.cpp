@@ -1,4 +1,4 @@
-// The answers of the stepped host. Since one thread goes on at a time, none of it is guarded.
+// The answers of the stepped host. Nothing is guarded, because only one thread runs at a time.
 #include "stepped_host.h"
 
 #include <algorithm>
@@ -9,14 +9,14 @@
 using scripted::host;
 using scripted::returns;
 
-/// The exception class that is pending on a thread; empty when none is.
+/// The class of the exception that is pending on a thread; empty if none is.
 static thread_local std::string pendingException;
 
 static std::string tailOf(const std::string& fullName) { return fullName.substr(fullName.rfind('.') + 1); }
 
 static bool isInstance(const std::string& name) { return name.find('<') != std::string::npos; }
 
-/// Type objects and objects are told apart by their places in one row of tokens.
+/// Type objects and objects use different ranges of tokens.
 static void* typeObject(std::size_t index) { return scripted::token(8 + index); }
 static void* objectOf(int thread) { return scripted::token(static_cast<std::size_t>(thread) + 1); }
 
@@ -41,7 +41,7 @@ void SteppedHost::enter(const std::string& line) {
   stepper_.passAt(line);
 }
 
-/// The table is there for those alone who hold the mutex: whoever walks it without finds nothing.
+/// The table is filled only while the mutex is held, so a walk without the mutex finds nothing.
 void SteppedHost::answerReflection() {
   host().lockMutex.always([this] { return stepper_.isDeadlocked() ? EDEADLK : 0; });
   host().onLocked.always([this] { gTypes = table_; });
@@ -49,7 +49,7 @@ void SteppedHost::answerReflection() {
   host().typeByName.always([this](const char* name) { return typeByName(name); });
   host().allocObject.always([this] {
     void* object = objectOf(Stepper::self());
-    // Another thread may come between the allocation and what the caller does with it.
+    // Another thread may run between the allocation and the caller's use of the object.
     stepper_.pass();
     latestObject_ = object;
     return object;
@@ -102,14 +102,14 @@ void SteppedHost::hasType(const std::string& fullName) {
   }
 }
 
-/// Gives an instance its record, which is ready only when the instance is loaded.
+/// Adds the record of an instance. It becomes ready when the instance is loaded.
 void SteppedHost::declare(const std::string& instance) {
   const auto isIts = [&instance](const TypeRecord& record) { return record.name3 == instance; };
   if (std::any_of(table_.begin(), table_.end(), isIts)) return;
   table_.push_back({"", "", instance, "", scripted::token(0), {}});
 }
 
-/// Generates the one instance that the world has.
+/// Generates the one instance that the world defines.
 bool SteppedHost::materialize(std::string& sourceFile) {
   for (const auto& [file, fullName] : definitions_) {
     if (!isInstance(fullName)) continue;
@@ -130,7 +130,7 @@ std::string SteppedHost::sourceOf(const std::string& className) const {
   return "";
 }
 
-/// Finds a full name, or a short name that one type alone has.
+/// Finds a full name, or a short name that only one type has.
 void* SteppedHost::typeByName(const std::string& name) const {
   const std::vector<scripted::Entry>& registry = host().registry;
   std::vector<void*> sameTail;

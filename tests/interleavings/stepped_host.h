@@ -1,4 +1,4 @@
-// A host that remembers: sources define types, a load registers them, and lookups find what is registered by then.
+// A host with state: sources define types, loads register them, and lookups find what is registered.
 #pragma once
 
 #include <map>
@@ -9,10 +9,10 @@
 #include "stepper.h"
 #include "tests/scripted_host/scripted_host.h"
 
-/// The scripted host with one script for all: that of a runtime whose threads are stepped.
+/// The scripted host with the script of a runtime whose threads are stepped.
 class SteppedHost {
  public:
-  /// Takes the scripted host over. Every call of a stepped thread is a step of its own.
+  /// Takes over the scripted host. Every call of a stepped thread is a separate step.
   explicit SteppedHost(Stepper& stepper);
   ~SteppedHost();
   SteppedHost(const SteppedHost&) = delete;
@@ -21,20 +21,19 @@ class SteppedHost {
   /// Adds a source or object file that defines a type.
   void defines(const std::string& file, const std::string& fullName) { definitions_[file] = fullName; }
 
-  /// Registers a type, which no other may have the name of.
+  /// Registers a type. Throws if there is already one of this name.
   void hasType(const std::string& fullName);
 
-  /// Adds a root that lies on the class path from the start.
+  /// Adds a root that is on the class path from the start.
   void hasRoot(const std::string& root);
 
   /// Sets the root of the standard library.
   void hasLibrary(const std::string& path) { library_ = path; }
 
-  /// Makes the reading of a whole list one step, where two threads that each read lists of their own would have more
-  /// schedules than there is time for.
+  /// Makes reading a whole list one step, for pairs that would otherwise have too many schedules.
   void readsListsAtOnce() { elementsAreSteps_ = false; }
 
-  /// Says what a native returned to the calling thread, and what is pending there now.
+  /// Describes what a native returned, and the exception that is pending on the calling thread.
   std::string ending(const std::string& result) const;
   std::string endingWithType(void* type) const { return ending(nameOfType(type)); }
   std::string endingWithObject(void* object) const { return ending(nameOfObject(object)); }
@@ -42,10 +41,10 @@ class SteppedHost {
   /// Names the thread for which an object was allocated.
   std::string nameOfObject(void* object) const;
 
-  /// Tells whether an object is the one that its allocation returned last.
+  /// Tells whether an object is the one that was allocated last.
   bool isLatestObject(void* object) const { return object == latestObject_; }
 
-  /// Says for which thread each loaded file was compiled.
+  /// Describes for which thread each loaded file was compiled.
   std::string compiled() const;
 
  private:
@@ -63,7 +62,7 @@ class SteppedHost {
   Stepper& stepper_;
   std::map<std::string, std::string> definitions_;
   std::map<std::string, char> compiledFor_;
-  std::vector<std::string> searchedRoots_;  // the class path as it was when the caches were dropped last
+  std::vector<std::string> searchedRoots_;  // the class path when the caches were last dropped
   std::vector<TypeRecord> table_;
   std::string library_;
   void* latestObject_ = nullptr;

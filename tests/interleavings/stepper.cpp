@@ -1,4 +1,4 @@
-// Handing the turn from thread to thread.
+// Passes the turn from thread to thread.
 #include "stepper.h"
 
 #include <cerrno>
@@ -83,17 +83,17 @@ void Stepper::end() {
   }
 }
 
-bool Stepper::canGoOn(int thread) const {
+bool Stepper::canRun(int thread) const {
   const Thread& asked = threads_.at(static_cast<std::size_t>(thread));
   return !asked.ended && (asked.next != lockCall || mutexHolder_ < 0 || deadlocked_);
 }
 
-/// The thread that the schedule names for the next step; one that can go on where it names none that can.
+/// Returns the thread that the schedule names for the next step, or, if that one cannot run, one that can.
 int Stepper::scheduled() {
-  const int first = canGoOn(0) ? 0 : 1;
+  const int first = canRun(0) ? 0 : 1;
   if (taken_.size() >= wanted_.size()) return first;
   const int named = wanted_[taken_.size()] == 'A' ? 0 : 1;
-  if (canGoOn(named)) return named;
+  if (canRun(named)) return named;
   const bool ended = threads_.at(static_cast<std::size_t>(named)).ended;
   fault_ = "the schedule does not fit: its step " + std::to_string(taken_.size() + 1) + " is for " + letterOf(named) +
            ", which " + (ended ? "has ended" : "waits for the mutex") + '\n';
@@ -101,24 +101,24 @@ int Stepper::scheduled() {
 }
 
 int Stepper::choose() {
-  if (!canGoOn(0) && !canGoOn(1)) {
-    fault_ = "a deadlock: no thread can go on\n";
+  if (!canRun(0) && !canRun(1)) {
+    fault_ = "a deadlock: no thread can continue\n";
     deadlocked_ = true;
   }
   const int thread = scheduled();
-  branches_.push_back(canGoOn(0) && canGoOn(1));
+  branches_.push_back(canRun(0) && canRun(1));
   taken_ += letterOf(thread);
   return thread;
 }
 
-/// A thread that waits for something else than its turn would wait for ever, and the other with it.
+/// Ends the process after a while, because a thread that waits for anything but its turn would block both forever.
 void Stepper::awaitEnd() {
   timespec deadline = {};
   clock_gettime(CLOCK_MONOTONIC, &deadline);
   deadline.tv_sec += patienceInSeconds;
   while (sem_clockwait(&bothEnded_, CLOCK_MONOTONIC, &deadline) != 0) {
     if (errno != ETIMEDOUT) continue;
-    std::fprintf(stderr, "a thread neither ends nor calls into the host\nagain: %s\n", commandFor(taken_).c_str());
+    std::fprintf(stderr, "a thread neither ends nor calls the host\nagain: %s\n", commandFor(taken_).c_str());
     std::_Exit(EXIT_FAILURE);
   }
 }

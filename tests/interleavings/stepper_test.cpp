@@ -1,4 +1,4 @@
-// The stepper by itself: that it follows a schedule, tells which steps have an alternative, and sees who waits.
+// The stepper itself: it follows a schedule, knows which steps have an alternative, and sees who waits.
 #include "stepper.h"
 
 #include <gtest/gtest.h>
@@ -30,7 +30,7 @@ TEST(Steppers, FollowASchedule) {
   }
 }
 
-TEST(Steppers, LetAGoOnWhereTheScheduleEnds) {
+TEST(Steppers, LetAContinueAfterTheSchedule) {
   Stepper stepper("B");
   const auto work = [&] { stepper.passAt("call"); };
   stepper.run(work, work);
@@ -50,7 +50,7 @@ TEST(Steppers, KeepAThreadWaitingForTheMutex) {
   EXPECT_EQ((std::vector<bool>{true, true, true, false, false, false}), stepper.branches());
 }
 
-TEST(Steppers, SayWhereAScheduleDoesNotFit) {
+TEST(Steppers, ReportTheStepAtWhichAScheduleDoesNotFit) {
   Stepper waiting("ABAB");
   const auto locking = [&] {
     waiting.passAt(lockCall);
@@ -73,6 +73,6 @@ TEST(Steppers, SeeADeadlock) {
     failed = stepper.isDeadlocked();
   };
   stepper.run(lockTwice, [] {});
-  EXPECT_EQ("a deadlock: no thread can go on\n", stepper.fault());
+  EXPECT_EQ("a deadlock: no thread can continue\n", stepper.fault());
   EXPECT_TRUE(failed);
 }

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The suppressions name the two unguarded values of the system class loader: each is needed, and both suffice.
+# Checks that the suppressions name the two unguarded values of the system class loader, that each is needed, and that
+# both together suffice.
 # Usage: check_suppressions.sh PROGRAM SUPPRESSIONS
 set -euo pipefail
 
@@ -15,7 +16,7 @@ fail() {
   exit 1
 }
 
-# Names the values that are reported with the lines of standard input as suppressions, in one line.
+# Runs the program with the suppressions on standard input, and prints in one line the values that are still reported.
 reported() {
   cat >"$work/suppressions"
   TSAN_OPTIONS=$options:suppressions=$work/suppressions "$program" >"$work/report" 2>&1 || true
@@ -23,7 +24,7 @@ reported() {
 }
 
 expect() {  # WHAT EXPECTED ACTUAL
-  [ "$2" = "$3" ] || fail "$1: expected reports of '$2', but got '$3'"
+  [ "$2" = "$3" ] || fail "$1: expected '$2', but found '$3'"
 }
 
 sys=orva_ClassLoader_getSystem::sys

@@ -1,4 +1,4 @@
-// The replaced allocation functions; the array and nothrow forms of the standard library end up here as well.
+// The replaced allocation functions. The array and nothrow forms of the standard library call these.
 #include "tests/scripted_host/allocations.h"
 
 #include <algorithm>
@@ -31,7 +31,7 @@ bool Watch::fails() const {
 
 void Watch::add(void* block) {
   if (held_ == mostBlocks) {
-    std::fputs("The watch has no room for more blocks at once.\n", stderr);
+    std::fputs("The watch cannot follow more blocks; increase mostBlocks.\n", stderr);
     std::abort();
   }
   blocks_[held_++] = block;

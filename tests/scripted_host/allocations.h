@@ -7,23 +7,22 @@
 
 namespace allocations {
 
-/// Makes the `number`-th allocation from now on (1 is the next) throw `std::bad_alloc`; 0 takes the command back.
+/// Makes the `number`-th allocation from now on (1 is the next) throw `std::bad_alloc`; 0 cancels this.
 void failAllocation(int number);
 
 /// Tells whether a commanded failure has not happened yet.
 bool isFailurePending();
 
-/// Follows the allocations that the library makes on this thread while it lives; those made in the host's turn are
-/// the host's own.
+/// While it lives, follows the library's allocations on this thread. Those in the host's turn are not the library's.
 class Watch {
  public:
-  /// @param fails asked at each allocation whether it is to fail.
+  /// @param fails says for each allocation whether it fails.
   explicit Watch(std::function<bool()> fails);
   ~Watch();
   Watch(const Watch&) = delete;
   Watch& operator=(const Watch&) = delete;
 
-  /// Counts the blocks that were allocated and not freed since.
+  /// Counts the blocks that were allocated and not freed.
   std::size_t held() const { return held_; }
 
   // For the allocation functions.

@@ -1,7 +1,7 @@
-// Replaces the linker's --wrap where the library is shared: it then asks what the test program exports about a byte.
+// Replaces the linker's --wrap for a shared library, which classifies bytes with functions of the test program.
 #include <dlfcn.h>
 
-// The names that the linker would make, and those of the C library, whose header may define one as an inline function.
+// The names that the linker would define, and those of the C library, whose header may define one inline.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 int isspace(int value) noexcept;

@@ -1,10 +1,10 @@
-// Replaces the linker's --wrap where the library is shared: it then calls the locks that the test program exports.
+// Replaces the linker's --wrap for a shared library, which locks with functions of the test program.
 #include <dlfcn.h>
 #include <pthread.h>
 
 #include <atomic>
 
-// The names that the linker would make.
+// The names that the linker would define.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex);
@@ -16,7 +16,7 @@ int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
 using Operation = int(pthread_mutex_t*);
 
-/// Calls the next definition of a function. No static local keeps it, because the guard of one may take a lock itself.
+/// Calls the next definition of a function. It is not kept in a static local, whose guard might lock a mutex itself.
 static int callNext(std::atomic<Operation*>& known, const char* name, pthread_mutex_t* mutex) {
   Operation* operation = known;
   if (operation == nullptr) known = operation = reinterpret_cast<Operation*>(dlsym(RTLD_NEXT, name));

@@ -1,9 +1,9 @@
-// Whose turn it is on a thread: what the host does for itself is not the library's doing.
+// Whose turn it is on a thread, to tell what the host does from what the library does.
 #pragma once
 
 namespace scripted {
 
-/// While one lives, the thread runs the host or the test, and not the library.
+/// While one lives, the thread runs the host or the test, not the library.
 class HostsTurn {
  public:
   HostsTurn() { ++nested_; }

@@ -1,4 +1,4 @@
-// The redirected system calls, the failing allocations and the temporary folder: that each does what it is told.
+// The redirected system calls, the failing allocations and the temporary folder do what tests tell them to.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -46,7 +46,7 @@ TEST_F(SystemCalls, WithoutACommandNothingFails) {
   EXPECT_EQ(1, system_calls::directoriesOpened());
 }
 
-TEST_F(SystemCalls, AReadingFailsOnceOnCommand) {
+TEST_F(SystemCalls, AReadFailsOnceOnCommand) {
   files.file("a");
   system_calls::failReadingDirectory(1, EIO);
   EXPECT_EQ(0, listed());
@@ -113,7 +113,7 @@ TEST_F(SystemCalls, EachCallIsShownBeforeItIsMade) {
   EXPECT_EQ("closedir()", calls.back());
 }
 
-TEST_F(SystemCalls, AnyCallFailsWithTheErrorThatItsShowingAnswers) {
+TEST_F(SystemCalls, AnyCallFailsWithTheErrorThatTheTestReturns) {
   for (const char* failing : {"opendir", "openat", "fdopendir", "readdir", "closedir"}) {
     bool called = false;
     system_calls::onEachCall([&called, failing](const std::string& call) {
@@ -127,7 +127,7 @@ TEST_F(SystemCalls, AnyCallFailsWithTheErrorThatItsShowingAnswers) {
   }
 }
 
-/// Asks anew each time; the compiler may take the locale's table for one that never changes.
+/// Asks anew each time. Inlined, the compiler might assume that the locale's table never changes.
 [[gnu::noinline]] static bool isWhitespace(int byte) { return std::isspace(byte) != 0; }
 
 TEST_F(SystemCalls, TheLocalesWhitespaceIsWhatATestSays) {
@@ -151,14 +151,14 @@ TEST_F(SystemCalls, QuestionsToTheLocaleAreCounted) {
   EXPECT_EQ(0, system_calls::classifications());
 }
 
-/// Allocates in a way that no optimisation takes out.
+/// Allocates in a way that the compiler cannot optimise away.
 static void allocate() {
   static void* volatile memory;
   memory = ::operator new(1);
   ::operator delete(memory);
 }
 
-TEST(Allocations, TheNumberedOneFailsAndNoOther) {
+TEST(Allocations, OnlyTheNumberedOneFails) {
   allocations::failAllocation(2);
   allocate();
   EXPECT_TRUE(allocations::isFailurePending());
@@ -167,7 +167,7 @@ TEST(Allocations, TheNumberedOneFailsAndNoOther) {
   EXPECT_NO_THROW(allocate());
 }
 
-TEST(Allocations, TheCommandIsTakenBack) {
+TEST(Allocations, TheCommandCanBeCancelled) {
   allocations::failAllocation(1);
   allocations::failAllocation(0);
   EXPECT_FALSE(allocations::isFailurePending());
@@ -186,7 +186,7 @@ TEST(Watches, CountWhatIsAllocatedAndNotFreed) {
   ::operator delete(first);
 }
 
-TEST(Watches, LetAnAllocationFailAsTheyAreTold) {
+TEST(Watches, MakeAllocationsFailOnCommand) {
   int number = 0;
   const allocations::Watch watch([&number] { return ++number == 2; });
   EXPECT_NO_THROW(allocate());
@@ -195,7 +195,7 @@ TEST(Watches, LetAnAllocationFailAsTheyAreTold) {
   EXPECT_EQ(0U, watch.held());
 }
 
-TEST(Watches, LookAwayInTheHostsTurn) {
+TEST(Watches, IgnoreTheHostsTurn) {
   const allocations::Watch watch([] { return true; });
   const scripted::HostsTurn turn;
   std::string kept;

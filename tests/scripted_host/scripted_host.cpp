@@ -1,5 +1,4 @@
-// What the scripted host answers: every operation records its line, checks that the mutex is free, and then plays
-// its script.
+// The operations of the scripted host: each records its line, checks that the mutex is free, and follows its script.
 #include "tests/scripted_host/scripted_host.h"
 
 #include <pthread.h>
@@ -34,7 +33,7 @@ namespace scripted {
 
 using orva::compiler::Runtime;
 
-/// The thread that locked gReflectionMutex; no thread while it is free.
+/// The thread that locked gReflectionMutex; none while it is free.
 static std::thread::id mutexHolder;
 
 static bool isMutexLocked() {
@@ -43,7 +42,7 @@ static bool isMutexLocked() {
   return false;
 }
 
-/// Tells whether the calling thread holds the mutex, or any thread whose locking was not seen.
+/// Tells whether the calling thread holds the mutex, or some thread does whose lock was not intercepted.
 static bool isMutexHeldHere() {
   return isMutexLocked() && (mutexHolder == std::thread::id() || mutexHolder == std::this_thread::get_id());
 }
@@ -63,14 +62,14 @@ static std::string named(const ContextPointer& context) {
   return context == host().activeContext ? "active" : "other";
 }
 
-/// Records a call, and fails the test when the library holds the mutex across it.
+/// Records a call, and fails the test if the library holds the mutex during it.
 static void enter(const std::string& operation, const std::string& arguments) {
   const std::string line = operation + '(' + arguments + ')';
   host().record(line);
   EXPECT_FALSE(isMutexHeldHere()) << line << " was called with gReflectionMutex held";
 }
 
-/// Plays an operation that the test must have scripted.
+/// Plays an operation that the test must script.
 template <typename Result, typename... Arguments, typename... Given>
 static Result answer(const char* operation, Script<Result(Arguments...)>& script, Given&&... given) {
   const auto step = script.take();
@@ -79,7 +78,7 @@ static Result answer(const char* operation, Script<Result(Arguments...)>& script
   return Result();
 }
 
-/// Plays the script of an operation where the test gave it one.
+/// Plays an operation's script if the test has set one, or else `otherwise`.
 template <typename Result, typename... Arguments, typename Otherwise, typename... Given>
 static Result answerOr(Script<Result(Arguments...)>& script, const Otherwise& otherwise, Given&&... given) {
   const auto step = script.take();
@@ -100,7 +99,7 @@ const List* Host::findList(void* handle) const {
   for (const List& known : lists_) {
     if (&known == handle) return &known;
   }
-  ADD_FAILURE() << "a list was read that is none";
+  ADD_FAILURE() << "an unknown handle was read as a list";
   return nullptr;
 }
 
@@ -142,7 +141,7 @@ std::size_t Host::pendingAnswers() const {
 std::vector<std::string> Host::leftovers() const {
   std::vector<std::string> wrong;
   if (!calls_.empty()) wrong.push_back("calls that no assertion looked at:\n" + joined(calls_));
-  if (pendingAnswers() > 0) wrong.push_back("answers that no call took: " + std::to_string(pendingAnswers()));
+  if (pendingAnswers() > 0) wrong.push_back("answers that no call used: " + std::to_string(pendingAnswers()));
   if (isMutexLocked()) wrong.push_back("gReflectionMutex is still held");
   if (activeContext.use_count() > 1) wrong.push_back("the active context is still shared");
   return wrong;
@@ -227,7 +226,7 @@ int statusOfOwnProcess(const std::function<void()>& body) {
 }
 
 void inOwnProcess(const std::function<void()>& body) {
-  EXPECT_EQ(0, statusOfOwnProcess(body)) << "the child did not end well";
+  EXPECT_EQ(0, statusOfOwnProcess(body)) << "the child process failed";
 }
 
 void HostTest::SetUp() { reset(); }
@@ -260,7 +259,7 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
   if (mutex != gReflectionMutex.native_handle()) return __real_pthread_mutex_unlock(mutex);
   const HostsTurn turn;
   scripted::answerOr(host().onUnlocking, [] {});
-  EXPECT_TRUE(scripted::isMutexHeldHere()) << "gReflectionMutex was unlocked and not held";
+  EXPECT_TRUE(scripted::isMutexHeldHere()) << "gReflectionMutex was unlocked without being held";
   host().record("unlock(gReflectionMutex)");
   scripted::mutexHolder = {};
   return __real_pthread_mutex_unlock(mutex);

@@ -1,5 +1,5 @@
-// A host that plays by a test's script: it stands in for everything that `runtime_api/` declares, records each
-// call in order, and fails the test on a call that the script does not answer.
+// A host that follows a test's script. It defines everything that `runtime_api/` declares, records each call in order,
+// and fails the test for a call that the script does not answer.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -36,7 +36,7 @@ Throwing<Thrown> throws(Thrown object) {
   return {std::move(object)};
 }
 
-/// The answers of one operation: those queued for its next calls, then the standing one.
+/// The answers of one operation: those queued for its next calls, then the one for all others.
 template <typename Signature>
 class Script;
 
@@ -45,7 +45,7 @@ class Script<Result(Arguments...)> {
  public:
   using Step = std::function<Result(Arguments...)>;
 
-  /// Answers the next call that has no answer yet. A step takes the operation's arguments or none; it may throw.
+  /// Answers the next call that has no answer yet. A step accepts the operation's arguments or none; it may throw.
   template <typename F>
   Script& next(const F& step) {
     next_.push_back(adapted(step));
@@ -97,13 +97,13 @@ auto returns(const Value& value) {
   return [value] { return value; };
 }
 
-/// One entry of the reflection registry; an absent name is handed out as null.
+/// One entry of the reflection registry; an absent name is returned as null.
 struct Entry {
   std::optional<std::string> shortName;
   std::optional<std::string> fullName;
 };
 
-/// One language list. `size` overrides what the host says of its length.
+/// One language list. `size` overrides the size that the host returns.
 struct List {
   std::string label;
   std::vector<std::optional<std::string>> elements;
@@ -125,7 +125,7 @@ class Host {
  public:
   Host();
 
-  // Scripts. Those marked so have an answer without a script; any other call without one fails the test.
+  // Scripts. Operations marked "answered" have an answer without a script; any other call without one fails the test.
   Script<void(const std::string&, const std::string&)> raise;  // answered: returns
   Script<void*(const char*)> typeByName;
   Script<void*()> allocObject;
@@ -151,8 +151,8 @@ class Host {
   Script<void()> onLocked;     // answered: nothing; runs while the mutex is held
   Script<void()> onUnlocking;  // answered: nothing; runs while the mutex is still held
 
-  /// Runs at the head of every call, of the lock and of the unlock, with its line. A suite that steps threads waits
-  /// in it for their turns; one that lets calls fail throws from it.
+  /// Runs at the start of every call, including lock and unlock, with its line. A suite that steps threads waits here
+  /// for their turns; one that makes calls fail throws from it.
   std::function<void(const std::string&)> onCall;
 
   // State that the answers above read.
@@ -160,7 +160,7 @@ class Host {
   std::vector<std::string> roots;
   ContextPointer activeContext;
 
-  // What the calls were given, where the text of a line does not tell.
+  // What the calls received and their lines do not show.
   const char* lastTypeNamePointer = nullptr;
   std::vector<long> contextHolders;  // how many owned the context at each load and each precompilation
 
@@ -171,21 +171,21 @@ class Host {
   /// Makes a context that is neither the active one nor empty.
   static ContextPointer otherContext();
 
-  /// Finds a list by its handle; null and a failure of the test when there is none.
+  /// Finds a list by its handle. Returns null and fails the test if there is none.
   const List* findList(void* handle) const;
 
-  // Copies of the names handed out last to the calling thread; those handed out before are gone.
+  // Return copies of names, which are valid until the next call on the same thread.
   static const char* keepShortName(const std::optional<std::string>& name);
   static const char* keepFullName(const std::optional<std::string>& name);
 
-  /// Hands out the calls recorded since the last time, and forgets them.
+  /// Returns the calls recorded since the last time, and forgets them.
   std::vector<std::string> takeCalls();
 
   /// Adds a line to the record.
   void record(std::string line);
 
-  /// What is wrong now that the test is over: calls nobody asserted, answers nobody took, a mutex still held, a
-  /// context still shared. Empty when all is well.
+  /// What is wrong at the end of the test: calls that were not asserted, answers that were not used, a mutex that is
+  /// still held, a context that is still shared.
   std::vector<std::string> leftovers() const;
 
  private:
@@ -198,14 +198,14 @@ class Host {
 /// The host of the running test.
 Host& host();
 
-/// Starts a test with a fresh host, an empty type table and the mutex free.
+/// Sets up a fresh host, an empty type table and a free mutex.
 void reset();
 
 /// Makes a record of the type table with the four names in order.
 TypeRecord typeRecord(const std::string& name1, const std::string& name2, const std::string& name3,
                       const std::string& name4, bool ready = true);
 
-/// Address of a global, distinct for each number, to serve as a type object or an object handle.
+/// The address of a global, distinct for each number, for use as a type object or an object handle.
 void* token(std::size_t number);
 constexpr std::size_t tokenCount = 64;
 
@@ -237,15 +237,14 @@ std::string joined(const std::vector<std::string>& lines);
 /// Compares the whole record with what was expected.
 testing::AssertionResult sameCalls(const std::vector<std::string>& expected, const std::vector<std::string>& actual);
 
-/// Runs `body` in a child process that has the state of the library as it is now, and ends the child as a program
-/// ends.
-/// @return its wait status: 0 when every assertion in it held and it left nothing behind.
+/// Runs `body` in a child process, which starts with the library's current state and ends as programs do.
+/// @return its wait status: 0 if every assertion in it held and it left nothing behind.
 int statusOfOwnProcess(const std::function<void()>& body);
 
 /// Does the same, and fails the test unless the status is 0.
 void inOwnProcess(const std::function<void()>& body);
 
-/// Starts every test with a fresh host and fails it for what it left unasserted.
+/// Starts every test with a fresh host, and fails it for its leftovers.
 class HostTest : public testing::Test {
  protected:
   void SetUp() override;

@@ -1,4 +1,4 @@
-// The scripted host itself: that it records, answers, and fails a test when it should.
+// The scripted host itself records, answers, and fails a test when it should.
 #include "tests/scripted_host/scripted_host.h"
 
 #include <gtest/gtest-spi.h>
@@ -43,7 +43,7 @@ TEST_F(ScriptedHost, RecordsCallsInOrderWithTheirArguments) {
   EXPECT_EQ(Lines{}, host().takeCalls());
 }
 
-TEST_F(ScriptedHost, ShowsACallAtItsHeadAndTheCallMayFailThere) {
+TEST_F(ScriptedHost, ShowsACallAtItsStartWhereItMayFail) {
   host().onCall = [](const std::string& line) {
     EXPECT_TRUE(HostsTurn::isNow());
     if (line == typeByName("a.B")) throw 5;
@@ -78,7 +78,7 @@ TEST_F(ScriptedHost, ComparesWholeSequences) {
   EXPECT_NONFATAL_FAILURE(EXPECT_CALLS("b"), "but got:\na");
 }
 
-TEST_F(ScriptedHost, PlaysQueuedAnswersBeforeTheStandingOne) {
+TEST_F(ScriptedHost, PlaysQueuedAnswersBeforeTheOneForAllOthers) {
   host().objectAbiVersion.always(returns(9));
   host().objectAbiVersion.next(returns(1)).next(throws(5)).next(throws(CustomFailure("own")));
   EXPECT_EQ(1, Compiler::objectAbiVersion());
@@ -89,7 +89,7 @@ TEST_F(ScriptedHost, PlaysQueuedAnswersBeforeTheStandingOne) {
   EXPECT_EQ(5U, host().takeCalls().size());
 }
 
-TEST_F(ScriptedHost, GivesAStepTheArgumentsThatItTakes) {
+TEST_F(ScriptedHost, PassesAStepTheArgumentsThatItAccepts) {
   host().addKlassPath.next([](const std::string& root) { return root == "yes"; });
   host().addKlassPath.next([](const std::string& root) { return root == "yes"; });
   EXPECT_TRUE(Runtime::getInstance().addKlassPath("yes"));
@@ -151,7 +151,7 @@ TEST_F(ScriptedHost, AnswersListsAndTheRegistryFromItsData) {
   EXPECT_CALLS(listRead("other", 0));
 }
 
-TEST_F(ScriptedHost, RecordsWhatOutputsAndListenersLookLike) {
+TEST_F(ScriptedHost, RecordsOutputsAndListeners) {
   host().materialize.always(returns(true));
   host().precompile.always(nothing());
   std::string first = "1";
@@ -190,7 +190,7 @@ TEST_F(ScriptedHost, AMutexThatAnotherThreadHoldsIsLeftOver) {
 }
 
 TEST_F(ScriptedHost, UnlockingAFreeMutexFails) {
-  EXPECT_NONFATAL_FAILURE(pthread_mutex_unlock(gReflectionMutex.native_handle()), "unlocked and not held");
+  EXPECT_NONFATAL_FAILURE(pthread_mutex_unlock(gReflectionMutex.native_handle()), "unlocked without being held");
   EXPECT_CALLS("unlock(gReflectionMutex)");
 }
 
@@ -224,14 +224,14 @@ TEST_F(ScriptedHost, ReportsWhatATestLeaves) {
   EXPECT_EQ(Lines{"calls that no assertion looked at:\nOrva_raise(\"C\", \"m\")\n"}, host().leftovers());
   host().takeCalls();
   host().load.next(nothing()).next(nothing());
-  EXPECT_EQ(Lines{"answers that no call took: 2"}, host().leftovers());
+  EXPECT_EQ(Lines{"answers that no call used: 2"}, host().leftovers());
   host().load.take();
   host().load.take();
   const ContextPointer kept = host().activeContext;
   EXPECT_EQ(Lines{"the active context is still shared"}, host().leftovers());
 }
 
-TEST_F(ScriptedHost, ResettingStartsAnew) {
+TEST_F(ScriptedHost, ResettingStartsAfresh) {
   Orva_raise("C", "m");
   host().registry = {{"a", "b"}};
   gTypes = {typeRecord("", "", "", "")};
@@ -249,23 +249,23 @@ TEST_F(ScriptedHost, MakesReadyAndUnreadyRecords) {
   EXPECT_NE(token(1), token(2));
 }
 
-TEST_F(ScriptedHost, ThrowAssertionsFailWithoutTheThrow) {
+TEST_F(ScriptedHost, ThrowAssertionsFailWithoutTheRightThrow) {
   EXPECT_NONFATAL_FAILURE(EXPECT_THROWS_VALUE(static_cast<void>(0), int, 5), "nothing was thrown");
   EXPECT_NONFATAL_FAILURE(EXPECT_THROWS_VALUE(throw 6, int, 5), "thrown");
   EXPECT_NONFATAL_FAILURE(EXPECT_THROWS_TEXT(static_cast<void>(0), std::exception, "x"), "nothing was thrown");
   EXPECT_NONFATAL_FAILURE(EXPECT_THROWS_TEXT(throw CustomFailure("y"), CustomFailure, "x"), "what");
 }
 
-TEST_F(ScriptedHost, AProcessOfItsOwnReportsItsFailures) {
+TEST_F(ScriptedHost, ASeparateProcessReportsItsFailures) {
   EXPECT_EQ(0, statusOfOwnProcess([] {}));
   EXPECT_NE(0, statusOfOwnProcess([] { host().record("a call left on purpose"); }));
   EXPECT_NE(0, statusOfOwnProcess([] { ADD_FAILURE() << "a failure on purpose"; }));
   EXPECT_NE(0, statusOfOwnProcess([] { std::_Exit(3); }));
   EXPECT_NE(0, statusOfOwnProcess([] { std::abort(); }));
-  EXPECT_NONFATAL_FAILURE(inOwnProcess([] { std::_Exit(3); }), "the child did not end well");
+  EXPECT_NONFATAL_FAILURE(inOwnProcess([] { std::_Exit(3); }), "the child process failed");
 }
 
-TEST_F(ScriptedHost, AProcessOfItsOwnLeavesThisOneAlone) {
+TEST_F(ScriptedHost, ASeparateProcessDoesNotAffectThisOne) {
   static int value = 1;
   inOwnProcess([] { value = 2; });
   EXPECT_EQ(1, value);

@@ -1,4 +1,4 @@
-// Texts of the standard library's own exceptions, which differ from one library to another.
+// Texts of the standard library's exceptions, which differ between implementations.
 #pragma once
 
 #include <new>
@@ -7,7 +7,7 @@
 
 namespace standard_library {
 
-/// What a `std::mutex` says whose lock failed with `error`.
+/// The text of the exception when locking a `std::mutex` fails with `error`.
 inline std::string lockFailure(int error) {
   const std::error_code code(error, std::generic_category());
 #ifdef _LIBCPP_VERSION
@@ -17,7 +17,7 @@ inline std::string lockFailure(int error) {
 #endif
 }
 
-/// What a `std::vector` says that is to reserve more than it can hold.
+/// The text of the exception when a `std::vector` cannot reserve as much as it should.
 inline std::string impossibleReservation() {
 #ifdef _LIBCPP_VERSION
   return "vector";
@@ -26,7 +26,7 @@ inline std::string impossibleReservation() {
 #endif
 }
 
-/// What a `std::bad_alloc` says.
+/// The text of a `std::bad_alloc`.
 inline std::string outOfMemory() { return std::bad_alloc().what(); }
 
 }  // namespace standard_library

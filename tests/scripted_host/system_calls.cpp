@@ -1,5 +1,5 @@
-// The redirected calls. The standard library binds to these definitions because the test program exports them; each
-// forwards to the C library unless a test commands otherwise.
+// The redirected calls. The standard library binds to these definitions because the test program exports them. Each
+// forwards to the C library unless a test says otherwise.
 #include "tests/scripted_host/system_calls.h"
 
 #include <dirent.h>
@@ -38,7 +38,7 @@ struct Commands {
   std::function<int(const std::string&)> onCall;
 };
 
-/// What is left to hand out of the directory that is read in order.
+/// The remaining entries of a directory that is read in order.
 struct Listing {
   DIR* directory = nullptr;
   std::vector<dirent> entries;  // the last one is the next
@@ -47,7 +47,7 @@ struct Listing {
 static Commands commands;
 static Listing listing;
 
-// What the locale's classification table looks like: 128 entries for negative values, then one for each byte.
+// A table like the locale's: 128 entries for negative values, then one for each byte.
 static std::array<unsigned short, mostBytes / 2 + mostBytes> classes;
 static const unsigned short* classesFromZero = nullptr;
 
@@ -105,14 +105,14 @@ static bool endsIn(const std::string& path, const std::string& ending) {
   return path.size() >= ending.size() && path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
 }
 
-/// Counts down, and tells whether this call brought the count to its end.
+/// Counts down, and tells whether this call reached zero.
 static bool endsCount(int& left) {
   if (left == 0) return false;
   --left;
   return left == 0;
 }
 
-/// Shows a call to the test, and tells whether it is to fail.
+/// Shows a call to the test, and tells whether it must fail.
 static bool failsOnSight(const char* function, const char* path = nullptr) {
   if (!commands.onCall) return false;
   const std::string argument = path == nullptr ? "" : '"' + std::string(path) + '"';
@@ -144,7 +144,7 @@ static dirent* nextInOrder(DIR* directory, const Read& read) {
   return &entry;
 }
 
-/// Counts an opening of a directory, which standard libraries do by one call or the other.
+/// Counts the opening of a directory, for which standard libraries use different calls, and tells whether it must fail.
 static bool failsOpening() {
   ++commands.opened;
   if (commands.openingError == 0) return false;
@@ -152,7 +152,7 @@ static bool failsOpening() {
   return true;
 }
 
-/// Returns the error that a status query is to report, or 0.
+/// Returns the error that a status query must report, or 0.
 static int statusErrorFor(const std::string& path) {
   commands.queries.push_back(path);
   if (endsCount(commands.queriesUntilFailure)) return commands.queryError;
@@ -166,7 +166,7 @@ using system_calls::commands;
 
 extern "C" {
 
-// The linker makes these names.
+// The linker defines these names.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 const unsigned short** __real___ctype_b_loc();
 const unsigned short** __wrap___ctype_b_loc();
@@ -174,7 +174,7 @@ int __real_isspace(int value);
 int __wrap_isspace(int value);
 // NOLINTEND(bugprone-reserved-identifier)
 
-// Some standard libraries look the byte up in the table themselves.
+// Some standard libraries look up bytes in the table themselves.
 const unsigned short** __wrap___ctype_b_loc() {
   ++commands.classifications;
   return commands.whitespaceSet ? &system_calls::classesFromZero : __real___ctype_b_loc();

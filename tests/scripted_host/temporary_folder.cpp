@@ -1,4 +1,4 @@
-// Making the files of a test.
+// Creates the files of a test.
 #include "tests/scripted_host/temporary_folder.h"
 
 #include <sys/prctl.h>
@@ -16,9 +16,9 @@
 
 namespace fs = std::filesystem;
 
-/// Throws unless a call of the system has made what it should.
+/// Throws if a system call has failed to create a file.
 static void require(bool isMade, const std::string& path) {
-  if (!isMade) throw std::system_error(errno, std::generic_category(), "Cannot make " + path);
+  if (!isMade) throw std::system_error(errno, std::generic_category(), "Cannot create " + path);
 }
 
 TemporaryFolder::TemporaryFolder() : owner_(getpid()) {
@@ -82,6 +82,6 @@ WithoutRights::WithoutRights() : user_(geteuid()) {
 WithoutRights::~WithoutRights() {
   if (user_ != 0) return;
   if (seteuid(user_) != 0) std::abort();
-  // A change of user takes this from a process, and the search for leaks needs it.
+  // Changing the user clears this flag, which the leak checker needs.
   prctl(PR_SET_DUMPABLE, 1);
 }

@@ -1,11 +1,11 @@
-// A fresh folder for the files of a test or a benchmark, and the rights under which they are read.
+// A fresh folder for the files of a test or a benchmark, and a way to read them without root's rights.
 #pragma once
 
 #include <sys/types.h>
 
 #include <string>
 
-/// Makes files of every kind below a folder that is removed at the end, by the process that made it.
+/// Creates files of every kind in a folder that the process that created it removes at the end.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -13,13 +13,13 @@ class TemporaryFolder {
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-  /// Without symbolic links.
+  /// The folder's path, without symbolic links.
   const std::string& path() const { return path_; }
 
-  /// Names something below the folder, with a plain "/" between the two.
+  /// The path of something in the folder.
   std::string path(const std::string& relative) const { return path_ + '/' + relative; }
 
-  // Each makes one thing, and the folders above it, and returns its path. Throws when it cannot.
+  // Each creates one file, and the folders above it, and returns its path. Throws if it cannot.
   std::string folder(const std::string& relative) const;
   std::string file(const std::string& relative) const;
   std::string link(const std::string& relative, const std::string& target) const;
@@ -27,14 +27,14 @@ class TemporaryFolder {
   std::string socket(const std::string& relative) const;
 
  private:
-  /// Makes the folders above what is to be made.
+  /// Creates the folders above a new file.
   std::string newPath(const std::string& relative) const;
 
   std::string path_;
   pid_t owner_;
 };
 
-/// Gives up the rights of the superuser until the end of the scope; changes nothing for any other user.
+/// Gives up root's rights until the end of the scope; changes nothing for other users.
 class WithoutRights {
  public:
   WithoutRights();

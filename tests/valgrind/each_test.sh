@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs each test of a GoogleTest program in a process of its own, as ctest does, under a checking tool: as many at once
-# as there are processors.
-# usage: each_test.sh PROGRAM FILTER TOOL [ARGUMENT]...
+# Runs each test of a GoogleTest program in a separate process under a checking tool, as many at once as there are
+# processors.
+# Usage: each_test.sh PROGRAM FILTER TOOL [ARGUMENT]...
 set -euo pipefail
 
 program=$1 filter=$2
