@@ -1,4 +1,4 @@
-// Runs the kit on the smallest host, for a team that has written only the hooks that every check needs.
+// Runs the kit on the smallest host with only the hooks that every check needs, as a team that has just begun would.
 #include "host_contract/hooks.h"
 
 using orva::host_contract::hostHooks;

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# What the kit's program says to good and bad command lines.
+# Checks how the kit's program responds to good and bad command lines.
 # Usage: check_command_line.sh CHECK_PROGRAM
 set -euo pipefail
 check=$1
 
-# STATUS ARGUMENT…: runs the program; what it printed is in $printed, errors in $errors.
+# STATUS ARGUMENT…: runs the program, and leaves its output in $printed and its errors in $errors.
 run() {
   local status=0 expected=$1
   shift
@@ -25,34 +25,35 @@ run 0 --help
 
 run 0 --list lists
 [ "$(grep -c '^lists\.' <<<"$printed")" -eq 6 ] || fail "--list lists does not print six checks"
-grep -q '^    .*\.$' <<<"$printed" || fail "--list does not say what breaks"
+grep -q '^    .*\.$' <<<"$printed" || fail "--list does not say why the checks matter"
 
 run 0 lists.ElementsComeInOrder
-grep -qx '1 held, 0 broken (0 of them required), 0 not run' <<<"$printed" || fail "one check was not run"
+grep -qx '1 held, 0 broken (0 of them required), 0 not run' <<<"$printed" || fail "a check given by name was not run"
 
 run 0 '*.AnUnknown*'
-grep -qx '3 held, 0 broken (0 of them required), 0 not run' <<<"$printed" || fail "a pattern was not followed"
+grep -qx '3 held, 0 broken (0 of them required), 0 not run' <<<"$printed" || fail "a pattern does not select three checks"
 
 run 0 --here types.ANullNameIsTaken
 grep -q '^1 held' <<<"$printed" || fail "--here did not run the check"
 
 run 0 --seconds 5 objects
-grep -qx 'not run: this host compiles nothing: its hooks write no source' <<<"$printed" || fail "no reason is given"
+grep -qx 'not run: this host compiles nothing: its hooks write no source' <<<"$printed" ||
+  fail "no reason is given for what is not run"
 
 run 2 absent
-[ "$errors" = "No check matches 'absent'; --list prints them all" ] || fail "a wrong pattern"
+[ "$errors" = "No check matches 'absent'; --list prints them all" ] || fail "wrong message for an unknown pattern"
 run 2 --here lists
-[ "$errors" = "--here runs one check, but 6 are selected" ] || fail "--here with a room"
+[ "$errors" = "--here runs one check, but 6 are selected" ] || fail "wrong message for --here with a room"
 for seconds in 0 3601 x 5x ''; do
   run 2 --seconds "$seconds"
-  [ "$errors" = "--seconds takes a number from 1 to 3600, not '$seconds'" ] || fail "--seconds $seconds"
+  [ "$errors" = "--seconds takes a number from 1 to 3600, not '$seconds'" ] || fail "wrong message for '$seconds'"
 done
 for words in --list --help lists; do
-  ! "$check" "$words" >/dev/full 2>"$errors_file" || fail "$words succeeds where nothing can be printed"
-  grep -q '^The report could not be printed: ' "$errors_file" || fail "$words does not say that it could not print"
+  ! "$check" "$words" >/dev/full 2>"$errors_file" || fail "$words succeeds although it cannot print"
+  grep -q '^The report could not be printed: ' "$errors_file" || fail "$words does not report that it cannot print"
 done
 TMPDIR=/no/such/folder run 2 lists
 [[ $errors == "The checks could not be run: Cannot make a folder for a check in TMPDIR, '/no/such/folder': "* ]] ||
-  fail "a wrong TMPDIR is not named"
+  fail "the message does not name the wrong TMPDIR"
 run 2 --absent
-[[ $errors == *"unrecognized option '--absent'"* ]] || fail "a wrong option"
+[[ $errors == *"unrecognized option '--absent'"* ]] || fail "wrong message for an unknown option"

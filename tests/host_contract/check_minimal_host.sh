@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The smallest host answers lookups and passes the kit, and a kit with too few hooks says what it could not check.
+# Checks that the smallest host answers lookups and passes the kit, and that the kit, when it lacks hooks, reports how
+# many checks it could not run.
 # Usage: check_minimal_host.sh LOOKUP CHECK_PROGRAM CHECK_PROGRAM_WITH_FEW_HOOKS
 set -euo pipefail
 lookup=$1 check=$2 check_bare=$3

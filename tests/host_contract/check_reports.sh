@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# What the kit reports of a host that does not start, that hangs, and that meets only what is required.
+# Checks what the kit reports about hosts that do not start, that hang, or that meet only what is required.
 # Usage: check_reports.sh CHECK_FAULTY_HOST
 set -euo pipefail
 check=$1
 
-# STATUS FAULT ARGUMENT…: runs the kit on the host with a fault; what it printed is in $report.
+# STATUS FAULT ARGUMENT…: runs the kit on the host with a fault, and leaves its output in $report.
 run() {
   local status=0
   report=$("$check" "${@:2}" 2>&1) || status=$?
@@ -36,7 +36,7 @@ run 1 "look-ups and lists wait" --seconds 4
 must_say '    seen: not done after 4 s; orva_ClassLoader_getSystem has not returned'
 must_say '    seen: not done after 1 s; Orva_typeByName has not returned'
 must_say '    seen: not done after 1 s; orva_collections_ArrayList_size has not returned'
-[ "$(grep -c 'not done after' <<<"$report")" -eq 4 ] || fail "not four checks hang"
+[ "$(grep -c 'not done after' <<<"$report")" -eq 4 ] || fail "the report must name four checks that hang"
 must_say 'not run: two checks of types hung'
 must_say 'not run: four checks hung'
 

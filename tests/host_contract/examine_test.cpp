@@ -1,4 +1,4 @@
-// How the kit runs a check: whatever the host does in its process, the kit says it, and goes on.
+// How the kit runs a check: whatever the host does in the check's process, the kit reports it and continues.
 #include "host_contract/examine.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ using orva::host_contract::Outcome;
 using orva::host_contract::Trial;
 using orva::host_contract::Weight;
 
-/// Runs a check of this test's own, for so long at most.
+/// Runs a check of this test for `seconds` at most.
 static Outcome examine(void (*run)(Trial&), int seconds = 60) {
   faulty_host::fault.clear();
   return orva::host_contract::examine({"room", "Check", Weight::required, Needs::nothing, "Because.", run},
@@ -39,7 +39,7 @@ static void expectBroken(void (*run)(Trial&), const std::string& seen, int secon
   EXPECT_EQ(outcome.seen, seen);
 }
 
-TEST(Examine, TellsHowACheckHasEnded) {
+TEST(Examine, ReportsHowACheckEnded) {
   EXPECT_EQ(examine([](Trial&) {}).kind, Outcome::held);
   expectBroken([](Trial&) { orva::host_contract::expect(false, "what was seen"); }, "what was seen");
   const Outcome notRun = examine([](Trial&) { throw NotRun{"a reason"}; });
@@ -47,17 +47,17 @@ TEST(Examine, TellsHowACheckHasEnded) {
   EXPECT_EQ(notRun.seen, "a reason");
 }
 
-TEST(Examine, TellsWhatCameOutOfTheHost) {
+TEST(Examine, ReportsWhatTheHostThrew) {
   expectBroken([](Trial&) { throw std::runtime_error("a text"); }, "the host threw a std::exception: a text");
   expectBroken([](Trial&) { throw 1; }, "the host threw something not derived from std::exception");
 }
 
-TEST(Examine, TellsHowTheHostEndedTheProcess) {
+TEST(Examine, ReportsHowTheHostEndedTheProcess) {
   expectBroken([](Trial&) { std::abort(); }, "the host was ended by signal 6 (Aborted)");
   expectBroken([](Trial&) { _exit(3); }, "the host ended the process with status 3, or closed the kit's pipe");
 }
 
-TEST(Examine, EndsWhatIsNotDoneInTimeAndTellsOfTheMutex) {
+TEST(Examine, EndsACheckAfterItsTimeAndReportsAHeldMutex) {
   expectBroken([](Trial&) { pause(); }, "not done after 1 s", 1, Outcome::hung);
   expectBroken(
       [](Trial&) {
@@ -88,8 +88,8 @@ TEST(Examine, NamesTheCallsIntoTheHostThatDidNotReturn) {
       "the host was ended by signal 6 (Aborted) in a call");
 }
 
-TEST(Examine, EndsWithTheOutcomeAndTakesTheHostsProcessesWithIt) {
-  // Every process of the check holds the second end, and so the first says when all of them are gone.
+TEST(Examine, EndsTheHostsProcessesWithTheCheck) {
+  // Every process of the check inherits the second end, so the first one closes only when all of them have ended.
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   const Outcome outcome = examine([](Trial&) {
@@ -104,7 +104,7 @@ TEST(Examine, EndsWithTheOutcomeAndTakesTheHostsProcessesWithIt) {
   close(ends[0]);
 }
 
-/// Where a check leaves a word for its test; set before the check's process is made.
+/// The file in which a check leaves a message for its test; set before the check's process starts.
 static std::string wordFile;
 
 TEST(Examine, LeavesNoFolderBehind) {

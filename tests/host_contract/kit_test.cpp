@@ -1,5 +1,4 @@
-// The kit against a host that breaks one check after the other: the check of that name must say so, and no other but
-// those that cannot hold then.
+// The kit on a host that breaks one check at a time. Exactly this check must fail, and those that depend on it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,13 +21,13 @@ using orva::host_contract::examine;
 using orva::host_contract::Outcome;
 using Names = std::set<std::string>;
 
-/// A check that hangs ends after so long.
+/// The limit for a check that hangs.
 constexpr int seconds = 4;
 
-/// Most of the time a check waits, for another thread or for its limit; so many wait side by side.
+/// Checks mostly wait, for another thread or for their limit, so many run at once.
 constexpr int checksAtOnce = 8;
 
-/// What cannot hold either when a check is broken.
+/// The other checks that a fault breaks.
 static const std::map<std::string, Names> brokenWith = {
     {"exceptions.RaiseReturns",
      {"exceptions.RaiseCopiesTheClassName", "exceptions.RaiseCopiesTheMessage", "exceptions.MessagesArriveWhole",
@@ -40,7 +39,7 @@ static const std::map<std::string, Names> brokenWith = {
     {"registry.TheShortNameOutlivesTheFullNamesCall", {"registry.NamesStayWhileOtherThreadsAsk"}},
     {"packages.DottedNamesAreAccepted", {"packages.EverySourceOfAPackageIsLoaded"}},
     {"types.OneNameGivesOneObject", {"generics.AnInstanceIsFoundInAnySpacing"}},
-    // Every look-up goes through all entries.
+    // Every lookup reads all entries.
     {"registry.EveryIndexBelowTheCountIsValid",
      {"registry.EveryEntryHasAName", "registry.TheShortNameOutlivesTheFullNamesCall",
       "registry.ShortNamesAreTheTailsOfFullNames", "registry.NamesStayWhileOtherThreadsAsk",
@@ -52,7 +51,7 @@ static const std::map<std::string, Names> brokenWith = {
     {"record.TheLibraryReadsTheHostsRecord",
      {"natives.OddNamesAreTaken", "natives.AnUnknownTypeIsNoFailure", "sources.LookUpsAndLoadsRunAtOnce",
       "generics.AnInstanceIsFound", "generics.AnInstanceIsFoundInAnySpacing", "generics.AnInstanceHasAReadyRecord"}},
-    // It stays held once the system class loader was allocated, and every question to the registry takes it.
+    // It stays locked after the system class loader is allocated, and every call to the registry locks it.
     {"registry.TheMutexIsFreeBetweenCalls",
      {"registry.EveryIndexBelowTheCountIsValid", "registry.EveryEntryHasAName",
       "registry.TheShortNameOutlivesTheFullNamesCall", "registry.ShortNamesAreTheTailsOfFullNames",
@@ -70,7 +69,7 @@ static const std::map<std::string, Names> brokenWith = {
     {"sources.ASourceLoadsWithoutAContext", {"sources.APluginIsHandedBack"}},
     {"sources.AFailingLoadRegistersNothing", {"sources.AMendedSourceLoads"}},
     {"sources.AFailingLoadLeavesTheMutexFree", {"sources.AFailingLoadRegistersNothing", "sources.AMendedSourceLoads"}},
-    // Objects are built by precompiling.
+    // Precompiling builds the objects.
     {"precompiling.NoListenerIsNeeded",
      {"precompiling.NothingIsRegistered", "objects.ABundleRegistersItsTypes", "objects.AnUnequalIdentityIsRefused",
       "objects.IdentitiesOfEqualLengthAreToldApart", "objects.ARefusedBundleRegistersNothing",
@@ -78,7 +77,7 @@ static const std::map<std::string, Names> brokenWith = {
     {"precompiling.NothingIsRegistered", {"objects.ARefusedBundleRegistersNothing"}},
     {"objects.AnUnequalIdentityIsRefused",
      {"objects.ARefusedBundleRegistersNothing", "objects.IdentitiesOfEqualLengthAreToldApart"}},
-    // Cut to fewer bits, an index is cut to 32 bits as well.
+    // An index that is cut to fewer bits also loses those above 32.
     {"lists.ElementsOfLongListsAreReached", {"lists.TheIndexHas64Bits"}},
     // Other ways to break a check.
     {"lists.SizesCountTheElements in 8 bits", {"lists.SizesCountTheElements"}},
@@ -106,7 +105,7 @@ static std::vector<Outcome> outcomes(const std::vector<Check>& checks) {
   return outcomes;
 }
 
-/// The checks that the host breaks now.
+/// The checks that fail with the current fault.
 static Names brokenChecks() {
   Names broken;
   const std::vector<Check>& checks = allChecks();
@@ -124,7 +123,7 @@ static std::vector<std::string> checkNames() {
   return names;
 }
 
-/// What the host may do wrong: it breaks each check, some in several ways.
+/// All faults: one for each check, and more for those that can break in several ways.
 static Names faults() {
   const std::vector<std::string> names = checkNames();
   Names all(names.begin(), names.end());

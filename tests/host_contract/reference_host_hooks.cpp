@@ -1,4 +1,4 @@
-// How the kit reaches the reference host.
+// The kit's hooks for the reference host.
 #include <filesystem>
 #include <stdexcept>
 
@@ -16,7 +16,7 @@ using orva::host_contract::Raised;
 namespace compiler = orva::compiler;
 namespace runtime = orva::runtime;
 
-/// What the program's native is to do; a check has a process of its own.
+/// What the program's native does. A global is enough, because each check has its own process.
 static void (*nativeToCall)();
 
 extern "C" void orva_KitsProgram_probe() { nativeToCall(); }

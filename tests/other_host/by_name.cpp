@@ -1,4 +1,4 @@
-// Binds natives as an engine does that has only their names.
+// Binds natives by name with `dlsym`, as an engine would.
 #include <dlfcn.h>
 
 #include "other_host.h"

@@ -1,4 +1,4 @@
-// Binds natives in a program that no `dlsym` can search.
+// Binds natives with the table, for programs that `dlsym` cannot search.
 #include <classloader/native_table.h>
 
 #include "other_host.h"

@@ -1,4 +1,4 @@
-// The compiler, of a language whose sources are their names: loading `a/b/C.ov` registers the type a.b.C.
+// The compiler. It reads no files, but takes the type's name from the path: loading `a/b/C.ov` registers a.b.C.
 #include "runtime_api/compiler.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ namespace orva::compiler {
 
 static const std::string ending = ".ov";
 
-/// Throws unless the path is that of a source.
+/// Returns the type that a source defines. Throws unless the path is that of a source.
 static std::string typeOf(const std::string& path) {
   const bool isSource = path.size() > ending.size() && path.rfind(ending) == path.size() - ending.size();
   if (!isSource) throw std::runtime_error(path + " is not a source");

@@ -1,4 +1,5 @@
-// Binds every native, and calls each once in a registry of 5,000 types. Prints what is wrong; refers to no native.
+// Binds every native and calls each once, with a registry of 5,000 types. Prints what is wrong. Refers to no native by
+// symbol.
 #include <classloader/natives.h>
 
 #include <cstdio>
@@ -12,14 +13,14 @@ static int problems = 0;
 static void expect(bool holds, const char* what) {
   if (holds) return;
   ++problems;
-  std::fprintf(stderr, "not as it should be: %s\n", what);
+  std::fprintf(stderr, "wrong result: %s\n", what);
 }
 
 static void expectRaised(const std::string& expected) {
   const std::string raised = other_host::takePending().value_or("nothing");
   if (raised == expected) return;
   ++problems;
-  std::fprintf(stderr, "expected '%s', but raised is '%s'\n", expected.c_str(), raised.c_str());
+  std::fprintf(stderr, "expected the exception '%s', but found '%s'\n", expected.c_str(), raised.c_str());
 }
 
 static bool bindsAllNatives() {
@@ -31,7 +32,7 @@ static bool bindsAllNatives() {
   return isBound;
 }
 
-// Only the type: naming the function would make the linker keep it.
+// `decltype` does not refer to the function, which would make the linker keep it.
 #define BOUND(symbol) (reinterpret_cast<decltype(&(symbol))>(other_host::bindNative(#symbol)))
 
 static void lookUp() {
@@ -56,7 +57,7 @@ static void load() {
   expectRaised("nothing");
 }
 
-/// What the host throws crosses the library, whose handlers must know it.
+/// The host throws through the library, whose handlers must recognise the exception.
 static void fail() {
   List files{{"one.ov", "two.txt"}};
   BOUND(orva_ClassLoader_precompileSources)(&files);

@@ -13,10 +13,10 @@ struct Type {
   std::string_view shortName;
 };
 
-/// Registers a type and its record, unless one of that name is there; safe on any thread.
+/// Registers a type and its record, unless there is one of this name; safe on any thread.
 const Type* registerType(const std::string& fullName);
 
-/// The type of that full name; null when there is none.
+/// The type of this full name; null if there is none.
 const Type* findType(const std::string& fullName);
 
 /// A language `ArrayList` of `String`.
@@ -24,11 +24,11 @@ struct List {
   std::vector<std::string> elements;
 };
 
-/// The exception that is pending, as "Class: message", which is taken.
+/// Takes the pending exception, as "Class: message".
 std::optional<std::string> takePending();
 
-/// The address of a native; null when the program does not hold it. Of the two files that define this, by_name.cpp asks
-/// `dlsym`, and by_table.cpp the table that the library installs.
+/// The address of a native; null if the program does not contain it. Two files define this: by_name.cpp asks `dlsym`,
+/// and by_table.cpp the table that the library installs.
 void* bindNative(const char* symbol);
 
 }  // namespace other_host

@@ -1,4 +1,4 @@
-// The registry: thousands of types behind a lock that readers share.
+// The registry: thousands of types, guarded by a shared mutex.
 #include <deque>
 #include <shared_mutex>
 #include <unordered_map>
@@ -13,7 +13,7 @@ namespace other_host {
 
 static std::shared_mutex mutex;
 
-// A deque never moves what it holds, so that names and addresses stay valid.
+// A deque never moves its elements, so names and addresses stay valid.
 static std::deque<Type>& types() {
   static std::deque<Type> all;
   return all;
@@ -59,7 +59,7 @@ int32_t Reflection_getTypeCount() {
   return static_cast<int32_t>(other_host::types().size());
 }
 
-// The short name is the end of the full one, and ends with it.
+// The short name is the tail of the full one, so it ends with the same NUL.
 const char* Reflection_getTypeName(int32_t index) { return other_host::typeAt(index).shortName.data(); }
 
 const char* Reflection_getTypeFullName(int32_t index) { return other_host::typeAt(index).fullName.c_str(); }

@@ -1,4 +1,4 @@
-// What the faulty host does wrong in its compiler and its class path.
+// The faults of the compiler and of the class path.
 #include "runtime_api/compiler.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@
 namespace fs = std::filesystem;
 
 using faulty_host::breaks;
-using faulty_host::takeBoth;
+using faulty_host::lockBoth;
 using minimal_host::registerType;
 
 static constexpr const char* withBundles = "sources.LookUpsAndLoadsRunAtOnce with bundles";
@@ -36,28 +36,29 @@ static std::set<std::string> failedFiles;
 
 static bool isSource(const std::string& path) { return fs::path(path).extension() == ".ov"; }
 
-/// What follows the first words of a file's first line: of a source the name of its class, of an object its identity.
-static std::string textBehind(const std::string& words, const std::string& path) {
+/// Returns what follows `words` in a file's first line: the class name of a source, or the identity of an object. Empty
+/// if the line begins otherwise.
+static std::string textAfter(const std::string& words, const std::string& path) {
   std::ifstream in(path);
   std::string line;
   std::getline(in, line);
   return line.rfind(words, 0) == 0 ? line.substr(words.size()) : "";
 }
 
-/// Faults of one load, before the file is read.
-/// @return whether the load ends here, without a failure.
+/// Applies the faults of a load that occur before the file is read.
+/// @return whether to skip the load without a failure.
 static bool isLoadSkipped(const std::string& path, bool isPlugin) {
   if (breaks("sources.ASourceLoadsWithoutAContext") && isPlugin) throw std::logic_error("no context");
   if (breaks("sources.AMendedSourceLoads") && failedFiles.count(path) != 0) throw std::runtime_error("failed before");
   if (breaks("sources.AMissingSourceThrowsAStandardException") && isSource(path) && !fs::exists(path)) return true;
   if (breaks("packages.EverySourceOfAPackageIsLoaded") && fs::path(path).filename() == "Pear.ov") return true;
-  return breaks("sources.ALoadedSourceRegistersItsType") && !isPlugin && !textBehind("class ", path).empty();
+  return breaks("sources.ALoadedSourceRegistersItsType") && !isPlugin && !textAfter("class ", path).empty();
 }
 
-/// Faults of a load that has failed, which is done with.
+/// Applies the faults that follow a failed load.
 static void breakFailure(const std::string& path) {
   failedFiles.insert(path);
-  if (breaks("sources.AFailingLoadRegistersNothing")) registerType(textBehind("clas ", path));
+  if (breaks("sources.AFailingLoadRegistersNothing")) registerType(textAfter("clas ", path));
   if (breaks("sources.AFailingLoadThrowsAStandardException") && fs::exists(path)) throw 1;
   if (breaks("sources.AFailingLoadLeavesTheMutexFree")) gReflectionMutex.lock();
 }
@@ -77,7 +78,7 @@ static void load(const std::string& path, const std::shared_ptr<orva::compiler::
   registerType("loaded.Again" + std::to_string(++count));
 }
 
-/// Refuses a file that another thread is about to load.
+/// Refuses a file that another thread is loading.
 static void loadAlone(const std::string& path, const std::shared_ptr<orva::compiler::Context>& context) {
   static std::mutex mutex;
   static std::set<std::string> inLoading;
@@ -93,7 +94,7 @@ static void loadAlone(const std::string& path, const std::shared_ptr<orva::compi
   load(path, context);
 }
 
-/// The identity that an object is loaded with, where it was built from a source with one, and another was given.
+/// Returns the identity to load an object with, from the one that it was built with and the one that was given.
 static std::string takenFor(const std::string& built, const std::string& given) {
   const bool isTaken =
       breaks("objects.AnUnequalIdentityIsRefused") ||
@@ -102,11 +103,11 @@ static std::string takenFor(const std::string& built, const std::string& given) 
   return isTaken ? built : given;
 }
 
-/// Faults of a bundle of one object.
-/// @return whether the load ends here, without a failure.
+/// Applies the faults of a bundle of one object.
+/// @return whether to skip the load without a failure.
 static bool isBundleSkipped(const std::string& path, std::string& identity) {
   if (!fs::exists(path)) return breaks("objects.AMissingObjectThrowsAStandardException");
-  const std::string built = textBehind("object of ", path);
+  const std::string built = textAfter("object of ", path);
   if (built.empty() && breaks("objects.ADamagedObjectThrowsAStandardException")) std::abort();
   const bool isRefused = built != identity;
   if (isRefused && breaks("objects.ARefusedBundleRegistersNothing")) registerType(built.substr(built.find(' ') + 1));
@@ -116,7 +117,7 @@ static bool isBundleSkipped(const std::string& path, std::string& identity) {
 
 namespace orva::compiler {
 
-/// As text_compiler.cpp has it.
+/// Defined as in text_compiler.cpp.
 struct Compiler::CompilationProgress {};
 
 int32_t Compiler::objectAbiVersion() {
@@ -125,14 +126,14 @@ int32_t Compiler::objectAbiVersion() {
 }
 
 void Compiler::ensureSourceLoadedInActiveJit(const std::string& sourcePath, std::shared_ptr<Context> context) {
-  takeBoth(withInstances, gReflectionMutex, classPathMutex);
+  lockBoth(withInstances, gReflectionMutex, classPathMutex);
   const bool isAlone = breaks("sources.ParallelLoadsOfOneSourceEndWell");
   (isAlone ? loadAlone : load)(sourcePath, context);
 }
 
 void Compiler::ensureObjectBundleLoadedInActiveJit(const std::vector<std::string>& objectPaths,
                                                    const std::vector<std::string>& sourceIdentities) {
-  takeBoth(withBundles, gReflectionMutex, classPathMutex);
+  lockBoth(withBundles, gReflectionMutex, classPathMutex);
   if (breaks("objects.AnEmptyBundleIsHarmless") && objectPaths.empty()) throw std::runtime_error("no objects");
   std::vector<std::string> identities = sourceIdentities;
   if (objectPaths.size() == 1 && isBundleSkipped(objectPaths[0], identities[0])) return;
@@ -170,7 +171,7 @@ const std::vector<std::string>& Runtime::getKlassPaths() const {
   return classPaths.back();
 }
 
-/// Adds a root to the newest class path.
+/// Adds a root to the latest class path.
 static void publish(const std::string& root) {
   if (breaks("class_path.AnAddedRootIsInTheList")) return;
   if (!breaks("class_path.AListStaysAsItIsWhileRootsAreAdded")) classPaths.push_back(classPaths.back());
@@ -188,7 +189,7 @@ bool Runtime::addKlassPath(const std::string& root) {
 std::string ClassLoader::sourceFileForClass(const std::string& className, const std::shared_ptr<Context>& context,
                                             const std::shared_ptr<Token>& token) {
   static std::set<std::string> missing;
-  takeBoth(withBundles, classPathMutex, gReflectionMutex);
+  lockBoth(withBundles, classPathMutex, gReflectionMutex);
   const std::lock_guard<std::mutex> lock(classPathMutex);
   if (breaks("class_path.AClassUnderAnAddedRootIsFound") || missing.count(className) != 0) return {};
   std::string file = hosts_sourceFileForClass(className, context, token);
@@ -201,7 +202,7 @@ std::string ClassLoader::sourceFileForClass(const std::string& className, const 
 
 bool ClassLoader::materializeRuntimeGenericType(const std::string& typeName, std::string& instanceName,
                                                 std::string& sourceFile, std::shared_ptr<Context>& context) {
-  takeBoth(withInstances, classPathMutex, gReflectionMutex);
+  lockBoth(withInstances, classPathMutex, gReflectionMutex);
   return !breaks("generics.AnInstanceIsFound") &&
          hosts_materializeRuntimeGenericType(typeName, instanceName, sourceFile, context);
 }

@@ -1,4 +1,4 @@
-// The one thing that the faulty host does wrong. All else is done by the minimal host that it wraps.
+// The one fault of the faulty host. The minimal host that it wraps does everything else.
 #pragma once
 
 #include <mutex>
@@ -6,17 +6,16 @@
 
 namespace faulty_host {
 
-/// The full name of the check that the host breaks, or one of the ways to break it; empty for a host that keeps all of
-/// them.
+/// The full name of the check that the host breaks, or one of several ways to break it; empty to break none.
 inline std::string fault;
 
 inline bool breaks(const char* check) { return fault == check; }
 
-/// Takes two mutexes in one order, where another function takes them in the other.
-inline void takeBoth(const char* check, std::mutex& first, std::mutex& second) {
+/// Locks two mutexes in this order. Another function locks them in the opposite order.
+inline void lockBoth(const char* check, std::mutex& first, std::mutex& second) {
   if (!breaks(check)) return;
-  const std::lock_guard<std::mutex> lock(first);
-  const std::lock_guard<std::mutex> behind(second);
+  const std::lock_guard<std::mutex> outer(first);
+  const std::lock_guard<std::mutex> inner(second);
 }
 
 }  // namespace faulty_host

@@ -1,4 +1,4 @@
-// The hooks of the minimal host, and what the host does wrong around calls of natives.
+// The hooks of the minimal host, with the faults around calls of natives.
 #include "hooks.h"
 
 #include <signal.h>

@@ -9,7 +9,7 @@ namespace faulty_host {
 
 orva::host_contract::Hooks& hooks();
 
-/// Takes the pending exception from wherever the host keeps it.
+/// Takes the pending exception from the place where this host keeps it.
 std::optional<orva::host_contract::Raised> takePending();
 
 }  // namespace faulty_host

@@ -1,4 +1,4 @@
-// The kit as a program, on a host that does one thing wrong.
+// The kit as a program on a host with one fault.
 // Usage: check_faulty_host FAULT [ARGUMENT of the kit…]
 #include "fault.h"
 #include "hooks.h"

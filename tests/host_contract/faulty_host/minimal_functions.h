@@ -1,5 +1,5 @@
-// The minimal host's own functions, under the names that rename_functions.sh gives them: the faulty host defines what
-// they were called, and calls them.
+// The minimal host's functions under the names that rename_functions.sh gives them. The faulty host defines functions
+// with the original names, and calls these.
 #pragma once
 
 #include <cstdint>
@@ -39,7 +39,7 @@ bool hosts_isValidPackageName(std::string_view packageName);
 
 }  // extern "C"
 
-// By a label, because it returns a class, which no function of C does.
+// Named by an assembler label, because a C function cannot return a class.
 std::string hosts_sourceFileForClass(
     const std::string& className, const std::shared_ptr<orva::compiler::Context>& context,
     const std::shared_ptr<orva::compiler::Token>& token) __asm__("hosts_sourceFileForClass");

@@ -1,4 +1,4 @@
-// What the faulty host does wrong in its runtime and its registry.
+// The faults of the runtime and of the registry.
 #include "runtime_api/runtime.h"
 
 #include <unistd.h>
@@ -21,7 +21,7 @@
 #include "runtime_api/reflection.h"
 
 using faulty_host::breaks;
-using faulty_host::takeBoth;
+using faulty_host::lockBoth;
 using minimal_host::Exception;
 using orva::host_contract::Raised;
 
@@ -65,15 +65,15 @@ std::optional<Raised> faulty_host::takePending() {
   return Raised{taken->className, taken->message};
 }
 
-/// Readers of the registry take its mutex and that of the type table in one order, and writers in the other.
+/// Readers of the registry lock its mutex and that of the type table in one order, writers in the opposite order.
 static void readTogether() {
-  takeBoth("sources.LookUpsAndLoadsRunAtOnce", registryMutex, gReflectionMutex);
-  takeBoth("sources.LookUpsAndLoadsRunAtOnce by the table first", gReflectionMutex, registryMutex);
+  lockBoth("sources.LookUpsAndLoadsRunAtOnce", registryMutex, gReflectionMutex);
+  lockBoth("sources.LookUpsAndLoadsRunAtOnce by the table first", gReflectionMutex, registryMutex);
 }
 
 static void writeTogether() {
-  takeBoth("sources.LookUpsAndLoadsRunAtOnce", gReflectionMutex, registryMutex);
-  takeBoth("sources.LookUpsAndLoadsRunAtOnce by the table first", registryMutex, gReflectionMutex);
+  lockBoth("sources.LookUpsAndLoadsRunAtOnce", gReflectionMutex, registryMutex);
+  lockBoth("sources.LookUpsAndLoadsRunAtOnce by the table first", registryMutex, gReflectionMutex);
 }
 
 void minimal_host::registerType(const std::string& fullName) {
@@ -137,8 +137,7 @@ int32_t Reflection_getTypeCount() {
   return hosts_Reflection_getTypeCount() + (breaks("registry.EveryIndexBelowTheCountIsValid") ? 1 : 0);
 }
 
-/// Names through buffers, as a host may that makes them up when it is asked: one after the other, and all threads share
-/// them.
+/// Copies a name to the next of `count` buffers that all threads share, as a host could that builds names on demand.
 template <std::size_t count>
 static const char* inBuffer(const char* name) {
   static std::array<std::string, count> buffers;
@@ -149,7 +148,7 @@ static const char* inBuffer(const char* name) {
   return buffer.c_str();
 }
 
-/// A name of an entry, where this host keeps it.
+/// Returns a name of an entry as this host returns names.
 static const char* shown(int32_t index, const char* name) {
   readTogether();
   if (index == 0 && breaks("registry.EveryEntryHasAName")) return nullptr;

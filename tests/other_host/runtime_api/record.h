@@ -1,4 +1,4 @@
-// The record of this team, in a header of its own that reflection.h includes: its names are parts of one text.
+// This team's own record, in a separate header that reflection.h includes. Its names are views.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// This team's own reflection.h: another record, whose names are no `std::string`, read through the two accessors.
+// This team's own reflection.h: the names of its record are not `std::string`s, and the accessors read them.
 #pragma once
 
 #include <cstdint>
