@@ -27,12 +27,12 @@ def problems(page, tests):
     rows = [line.strip("| ").split(" | ") for line in table[1].splitlines()] if table else []
     for row in rows:
         if len(row) != 4 or row[-1].strip("`") not in tests:
-            yield f"this row names no test of tests/linking/: {' | '.join(row)}"
+            yield f"this row must name a test of tests/linking/: {' | '.join(row)}"
     for name in {row[-1] for row in rows if [other[-1] for other in rows].count(row[-1]) > 1}:
         yield f"several rows name the test {name}"
     for situation in SITUATIONS:
         if not any(situation in row[0] for row in rows):
-            yield f"no row has the situation '{situation}'"
+            yield f"no row covers the situation '{situation}'"
 
 
 def main():

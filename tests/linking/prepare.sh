@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the library with the headers of tests/other_host/, installs it, and compiles that host, for the tests of this
-# folder, which link.
+# Builds the library with the headers of tests/other_host/, installs it, and compiles that host. The tests of this
+# folder link it.
 # Usage: prepare.sh PROJECT FOLDER
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
@@ -11,13 +11,13 @@ host=$root/tests/other_host
 rm -rf "$folder"
 mkdir -p "$folder/expected"
 
-# A unity build takes a third of the time, and shows as well that everything compiles with this record, the kit too.
+# Everything must compile with this record, including the kit. A unity build takes a third of the time.
 build_library "$root" "$folder/library" --preset release -DCMAKE_UNITY_BUILD=ON -DORVA_HOST_CONTRACT=ON -DORVA_TRACING=ON \
   -DORVA_RUNTIME_API_DIR="$host"
 cmake --install "$folder/library" --prefix "$folder/installed" >"$folder/install.log"
 cp "$host"/runtime_api/*.h "$folder/expected"
 diff -r "$folder/expected" "$folder/installed/include/orva-classloader/runtime_api" >&2 ||
-  fail "other headers are installed than the library was built with"
+  fail "the installed headers are not those that the library was built with"
 
 flags=(-std=c++17 -O1 -fPIE -fvisibility=hidden -fvisibility-inlines-hidden -ffunction-sections -fdata-sections)
 flags+=("${warnings[@]}" "-I$folder/installed/include/orva-classloader")

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Links what cannot work: each linker that can tell must refuse it with the name of what is missing.
+# Links hosts that cannot work. Each linker that can detect the mistake must refuse, and name what is missing.
 # Usage: refusals.sh PROJECT PREPARED
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
@@ -15,7 +15,7 @@ refused() { # message, command…
   grep -qE "$1" "$work/log" || fail "${*:2}: expected '$1', but the linker said: $(cat "$work/log")"
 }
 
-# A host without its runtime. Mold leaves what the shared library lacks to the first call.
+# A host without its runtime. Mold does not check the shared library, so there the first call would fail.
 echo 'int main() {}' >"$work/main.cpp"
 rest=("$work/main.cpp" "$prepared"/clang++/{by_name,compiler,registry}.o)
 for linker in bfd gold lld; do
@@ -25,7 +25,7 @@ for linker in bfd gold lld mold; do
   refused "undefined.*Orva_raise" clang++ -fuse-ld=$linker "${rest[@]}" "${static[@]}"
 done
 
-# A host in an archive before ours, which these two have gone past when ours needs it.
+# A host in an archive before ours. These two linkers do not go back to it when ours needs it.
 ar rc "$work/libcore.a" "$prepared"/clang++/{compiler,registry,runtime}.o
 for linker in bfd gold; do
   for library in shared static; do
@@ -35,7 +35,7 @@ for linker in bfd gold; do
   done
 done
 
-# The compiler in a shared library of its own, to which the program does not refer.
+# The compiler in a separate shared library, which the program does not refer to.
 cp -r "$root/tests/other_host" "$work/core"
 flags=(-std=c++17 "-I$prepared/installed/include/orva-classloader" "-L$work")
 g++ "${flags[@]}" -fPIC -shared "$work/core/compiler.cpp" -o "$work/libcore.so"

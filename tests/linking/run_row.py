@@ -1,7 +1,7 @@
 #!/usr/bin/python3 -B
-"""Runs the recipe of one row of docs/linking.md, as it stands there, and the host that it links.
+"""Runs the recipe of one row of docs/linking.md as the page shows it, and the host that it links.
 
-Usage: run_row.py PROJECT PREPARED TEST; the test names the row, and prepare.sh has filled PREPARED.
+Usage: run_row.py PROJECT PREPARED TEST; TEST is named in the row, and prepare.sh has filled PREPARED.
 """
 
 import os
@@ -23,12 +23,12 @@ def row_of(page, test):
     rows = [match for match in map(ROW.match, page.read_text(encoding="utf-8").splitlines())
             if match and match["test"] == test]
     if len(rows) != 1:
-        sys.exit(f"{page.name}: {len(rows)} rows have the test {test}")
+        sys.exit(f"{page.name}: {len(rows)} rows have the test {test}, expected 1")
     return rows[0]
 
 
 def fill(folder, project, prepared, row):
-    """Puts the host into a folder: its sources, its objects by the row's compiler, and the files that the page shows."""
+    """Copies to a folder the host's sources, its objects from the row's compiler, and the files that the page shows."""
     compiler = "clang++" if row["recipe"].startswith("clang++") else "g++"
     other = "by_name" if "by the table" in row["situation"] else "by_table"
     unused = shutil.ignore_patterns(f"{other}.*")
@@ -42,20 +42,20 @@ def fill(folder, project, prepared, row):
 
 def environment(project, prepared):
     libraries = prepared / "installed" / "lib"
-    # As distributions set it.
+    # LDFLAGS as distributions set it.
     return {**os.environ, "ORVA": str(project), "LDFLAGS": "-Wl,--as-needed",
             "CMAKE_PREFIX_PATH": str(prepared / "installed"), "PKG_CONFIG_PATH": str(libraries / "pkgconfig"),
             "LD_LIBRARY_PATH": str(libraries)}
 
 
 def check_trace(row, program, project, prepared, variables):
-    """A trace shows each native, whichever way the host binds it. If the program links the library without a recorder,
-    orva-trace says so."""
+    """Checks that a trace shows each native, however the host binds it, or that orva-trace says that the program links
+    the library without a recorder."""
     shown = subprocess.run([prepared / "installed" / "bin" / "orva-trace", "--", program], check=True, env=variables,
                            capture_output=True, text=True).stderr
     if row["library"] != "shared" and "with a trace" not in row["situation"]:
         if "link orva::classloader_traced" not in shown:
-            sys.exit(f"orva-trace does not say why it shows nothing, but:\n{shown}")
+            sys.exit(f"orva-trace does not say why it shows nothing; it prints:\n{shown}")
         return
     listed = (project / "classloader" / "native_list.inc").read_text(encoding="utf-8")
     natives = re.findall(r"^ORVA_NATIVE\(\w+, (\w+), (\w+),", listed, re.M)
@@ -74,7 +74,7 @@ def check(row, project, prepared, variables):
     if len(ours) != (row["library"] == "shared"):
         sys.exit(f"the {row['library']} library is linked, but the program needs {needed}")
     if any(name.startswith("libresolv") for name in needed):
-        sys.exit("--as-needed is switched off for the library after ours")
+        sys.exit("the program needs libresolv: --as-needed has no effect on the libraries after ours")
 
 
 def main():

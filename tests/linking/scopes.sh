@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Links programs by CMake, in C, C++ and Objective-C++, that reach the library through another target of another folder,
-# with --as-needed: ours is kept, and the library after ours is dropped.
+# Links programs with CMake, in C, C++ and Objective-C++, that reach the library through a target of another folder.
+# With --as-needed, ours must be kept, and the unused library after ours dropped.
 # Usage: scopes.sh PROJECT PREPARED
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"

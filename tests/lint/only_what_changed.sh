@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Lints a small project again and again: after each change, exactly the sources that it concerns are linted, a mistake
-# is found through every source that includes it until it is mended, and a source that no target compiles is named.
+# Lints a small project repeatedly. After each change, exactly the sources that it affects must be linted; a mistake
+# must be reported for every source that includes it until it is fixed; a source that no target compiles must be named.
 # Usage: only_what_changed.sh ROOT PLUGIN
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
@@ -12,7 +12,7 @@ mkdir -p "$work/a project/build" "$work/a project/room" "$work/system"
 cd "$work/a project"
 git init -q
 
-# commands OPTION: the compile database, with one more option for one.cpp.
+# commands OPTION: writes the compilation database, with an additional option for one.cpp.
 commands() {
   local source
   for source in one.cpp two.cpp room/three.c; do
@@ -21,7 +21,7 @@ commands() {
   done | sed '1s/^/[/; $!s/$/,/; $s/$/]/' >build/compile_commands.json
 }
 
-# lints STATUS [SOURCE…]: that the run ends with this status, having linted these sources and no other.
+# lints STATUS [SOURCE…]: the run must end with this status, and lint exactly these sources.
 lints() {
   local status=0 expected=$1
   shift
@@ -31,10 +31,10 @@ lints() {
   [ -d build/clean ] || fail "nothing was linted: $(cat "$work/printed")"
   (cd build/clean && find . -name '*.d' -newer "$work/before" -printf '%P\n' | sed 's/\.d$//' | sort) >"$work/linted"
   [ "$status" -eq "$expected" ] || fail "line ${BASH_LINENO[0]}: status $status and: $(cat "$work/printed")"
-  same "line ${BASH_LINENO[0]}: other sources were linted" "$work/expected" "$work/linted"
+  same "line ${BASH_LINENO[0]}: the wrong sources were linted" "$work/expected" "$work/linted"
 }
 
-# prints TEXT COUNT: that the last run printed so many lines with this text.
+# prints TEXT COUNT: the last run must have printed COUNT lines with this text.
 prints() {
   [ "$(grep -cF -- "$1" "$work/printed")" -eq "$2" ] ||
     fail "line ${BASH_LINENO[0]}: not $2 lines with <$1> in: $(cat "$work/printed")"
@@ -92,7 +92,7 @@ lints 0 one.cpp room/three.c two.cpp
 touch both.h two.cpp
 lints 0
 
-# As if saved while clang-tidy reads it: nobody knows what was linted.
+# A time in the future looks like a file that was saved while clang-tidy read it, so it is linted again.
 echo '// changed' >>one.cpp
 touch -d tomorrow one.cpp
 lints 0 one.cpp

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Looks at all Debian packages, that of the reference host included; installs and uses them; and makes those that need no
-# LLVM a second time, elsewhere, to see that they come out the same.
-# Usage: all_packages.sh PROJECT FOLDER; the folder holds the packages.
+# Checks all Debian packages, including that of the reference host, and installs and uses them. Builds those that need
+# no LLVM a second time in another folder; the result must be the same.
+# Usage: all_packages.sh PROJECT FOLDER; FOLDER contains the packages.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
@@ -10,7 +10,7 @@ here=$root/tests/packaging
 
 TZ=Asia/Tokyo "$here/make_packages.sh" "$root" "$work/elsewhere"
 for package in "$work/elsewhere"/*.deb; do
-  cmp "$2/$(basename "$package")" "$package" || fail "made twice, a package differs: $(basename "$package")"
+  cmp "$2/$(basename "$package")" "$package" || fail "a second build of the package differs: $(basename "$package")"
 done
 
 status=0

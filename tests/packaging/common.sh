@@ -1,4 +1,4 @@
-# What the checks of this folder share: how a consumer is built and judged.
+# Shared by the checks of this folder: how to build and check a consumer.
 # shellcheck shell=bash source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
 
@@ -8,7 +8,7 @@ here=$root/tests/packaging
 cp -r "$here/consumer" "$work/consumer"
 cp "$root/tests/symbols/plain_host.h" "$work/consumer"
 
-# Makes a folder with a reflection.h whose record has views in place of strings.
+# Makes a folder with a reflection.h whose record has views instead of strings.
 make_view_record() { # folder
   mkdir -p "$1/runtime_api"
   sed '/^#include <string>/s/string/string_view/; s/std::string name/std::string_view name/
@@ -31,8 +31,8 @@ must_run() { # static or shared, program
   [[ $1:$needed == static:0 || $1:$needed == shared:1 ]] || fail "$2 is not linked to the $1 library"
 }
 
-# Builds the consumer as a CMake project and runs it. Each compiler has one build folder, so that it compiles the consumer
-# once, and links it anew each time.
+# Builds the consumer as a CMake project and runs it. Each compiler has one build folder, so that it compiles the
+# consumer once and only links it again.
 check_consumer() { # compiler, static or shared, options of CMake…
   local folder=$work/$1 shared=OFF
   [[ $2 == static ]] || shared=ON
@@ -41,7 +41,7 @@ check_consumer() { # compiler, static or shared, options of CMake…
   must_run "$2" "$folder/consumer"
 }
 
-# Builds it without CMake, by what pkg-config says.
+# Builds and runs it without CMake, with the flags of pkg-config.
 check_consumer_by_pkg_config() { # compiler, static or shared
   local object=$work/$1-by-pkg-config.o program=$work/$1-$2-by-pkg-config package=orva-classloader link
   [[ $2 == shared ]] || package=orva-classloader-static

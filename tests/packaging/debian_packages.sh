@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages, builds hosts with them, runs a program where the reference host is among them, and
-# removes them again.
-# Usage: debian_packages.sh PROJECT FOLDER; the folder holds the packages.
+# Installs the Debian packages, builds hosts with them, runs a program if the reference host is among them, and removes
+# them again.
+# Usage: debian_packages.sh PROJECT FOLDER; FOLDER contains the packages.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
@@ -26,7 +26,7 @@ use_hosts() {
   done
 }
 
-# The template, with either library.
+# Builds and runs the template with each library.
 use_template() {
   local shared
   for shared in OFF ON; do
@@ -64,8 +64,8 @@ use_program() {
 
 # Runs where the packages are installed.
 use_packages() {
-  [[ ! -e $root/README.md ]] || fail "the checkout is still there"
-  # Not `grep -q`, which ends ldconfig by a signal once it has found the line.
+  [[ ! -e $root/README.md ]] || fail "the checkout is still visible"
+  # `grep -q` would close the pipe early, and a signal would end ldconfig.
   ldconfig -p | grep -F "liborva-classloader.so.$interface " >/dev/null ||
     fail "the shared library is not in the linker's cache"
   use_hosts
@@ -73,10 +73,10 @@ use_packages() {
   use_tracer
   use_program
   dpkg --purge "${packages[@]}" >purged 2>&1 || fail "the packages cannot be removed: $(cat purged)"
-  ! grep -iE 'warning|error' purged >&2 || fail "removing the packages is not clean"
+  ! grep -iE 'warning|error' purged >&2 || fail "removing the packages prints warnings or errors"
   ! ldconfig -p | grep liborva >&2 || fail "the linker's cache still names the library"
   every_file >after
-  ! comm -13 before after | grep . >&2 || fail "files that removing the packages left behind"
+  ! comm -13 before after | grep . >&2 || fail "removing the packages leaves the files above"
 }
 
 depends_on() {  # PACKAGE DEPENDENCY
@@ -94,7 +94,7 @@ for package in "${packages[@]}"; do
 done
 for package in "${packages[@]}"; do
   dpkg-deb --contents "$made/${package}"_*.deb
-done | grep '^d' | grep -v '^drwxr-xr-x root/root' >&2 && fail "folders of a package that not everyone may open"
+done | grep '^d' | grep -v '^drwxr-xr-x root/root' >&2 && fail "not everyone may open the folders above"
 
 cd "$work"
 every_file >before
@@ -102,4 +102,4 @@ installed_here >here_before
 "$here/with_packages.sh" "$made" \
   bash -euo pipefail -c "$(declare -p root work here packages interface template); $(declare -f); use_packages" \
   "$(basename "$0")"
-installed_here | diff here_before - >&2 || fail "the machine itself was changed"
+installed_here | diff here_before - >&2 || fail "the packages were installed on the machine itself"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds a host that has this project in a folder of its own, static and shared.
+# Builds a host that embeds this project, static and shared.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
@@ -11,6 +11,6 @@ for compiler in g++ clang++; do
     [[ $kind == static ]] || expected=liborva-classloader.so.$version
     [[ $built == "$expected" ]] || fail "$kind: built '$built', expected '$expected'"
     cmake --install "$work/$compiler" --prefix "$work/installed" >"$work/install.log"
-    [[ ! -e $work/installed ]] || fail "an embedded project installs files that its host did not ask for"
+    [[ ! -e $work/installed ]] || fail "the embedded project installs files that its host did not ask for"
   done
 done

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Does what docs/host-guide.md tells its reader to do, where the Debian packages are installed and nothing else of ours.
-# Usage: follow_host_guide.sh PROJECT FOLDER; the folder holds the packages.
+# Follows docs/host-guide.md where the Debian packages are installed and nothing else of ours is visible.
+# Usage: follow_host_guide.sh PROJECT FOLDER; FOLDER contains the packages.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Adds the kit to the library that symbols.libraries has built with g++, and installs both, for other checks of this
+# Adds the kit to the library that symbols.libraries has built with g++, and installs both for other checks of this
 # folder.
 # Usage: installation.sh PROJECT LIBRARIES
 # shellcheck source-path=SCRIPTDIR source=common.sh

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds hosts with the library where it was installed and then moved to, static and shared, by CMake and by pkg-config.
+# Installs the library, moves it, and builds hosts with it there: static and shared, with CMake and with pkg-config.
 # Usage: installed.sh PROJECT LIBRARIES, where installation.sh has installed the library.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
@@ -7,7 +7,7 @@ source "$(dirname "$0")/common.sh"
 prefix=$work/moved
 headers=$prefix/include/orva-classloader
 cp -r "$libraries/installed" "$prefix"
-! grep -rIFl -e "$root" -e "$libraries" "$prefix" >&2 || fail "files name the folders that they were built in"
+! grep -rIFl -e "$root" -e "$libraries" "$prefix" >&2 || fail "the files above contain the paths of the build"
 libraries=$prefix/lib
 export CMAKE_PREFIX_PATH=$prefix PKG_CONFIG_PATH=$libraries/pkgconfig
 
@@ -31,8 +31,8 @@ lib/liborva-host-contract.a
 lib/pkgconfig/orva-classloader-static.pc
 lib/pkgconfig/orva-classloader.pc
 END
-same "what is installed" "$work/expected" "$work/found"
-PYTHONPATH=$root/tests/docs /usr/bin/python3 -B - "$prefix"/share/doc/orva-classloader <<'END' || fail "see the links above"
+same "the installed files differ" "$work/expected" "$work/found"
+PYTHONPATH=$root/tests/docs /usr/bin/python3 -B - "$prefix"/share/doc/orva-classloader <<'END' || fail "dead links"
 import sys
 from pathlib import Path
 from page import Page
@@ -42,7 +42,7 @@ dead = [f"{path}:{line}: {link}" for path in Path(sys.argv[1]).rglob("*.md") for
 sys.exit("\n".join(dead) or 0)
 END
 readelf -d "$libraries/liborva-classloader.so" >"$work/dynamic"
-grep -qF "soname: [liborva-classloader.so.$interface]" "$work/dynamic" || fail "another soname"
+grep -qF "soname: [liborva-classloader.so.$interface]" "$work/dynamic" || fail "the soname is wrong"
 
 for compiler in g++ clang++; do
   for kind in static shared; do
@@ -62,24 +62,24 @@ for compiler in gcc clang; do
     -xc /dev/null || fail "natives.h does not compile as C11 with $compiler"
 done
 
-# Hosts that ask for the whole archive themselves link as well.
+# Hosts may also ask for the whole archive themselves.
 must_build "$work/consumer" "$work/whole" -DLINKED='$<LINK_LIBRARY:WHOLE_ARCHIVE,orva::classloader>'
 must_run static "$work/whole/consumer"
 
-# As an older CMake would call itself.
+# Pretends to be an older CMake.
 echo 'set(CMAKE_VERSION 3.23.5)' >"$work/older.cmake"
 ! build "$work/consumer" "$work/older" -DCMAKE_PROJECT_INCLUDE="$work/older.cmake" ||
   fail "a CMake without link features is accepted"
 grep -q 'OrvaClassLoader needs CMake 3.24 or newer; this is 3.23.5' "$work/older.log" ||
-  fail "the older CMake is not named: $(cat "$work/older.log")"
+  fail "the message does not name the older CMake: $(cat "$work/older.log")"
 
-! build "$work/consumer" "$work/other-version" -DORVA_VERSION=0.0 || fail "another minor version is taken for this one"
+! build "$work/consumer" "$work/other-version" -DORVA_VERSION=0.0 || fail "another minor version is accepted"
 
 sed -i '/^void\* Orva_allocObject(/d' "$work/consumer/plain_host.h"
 for kind in OFF ON; do
   ! build "$work/consumer" "$work/lacking" -DBUILD_SHARED_LIBS="$kind" || fail "a host links without a neighbour"
   grep -q "undefined reference to \`Orva_allocObject'" "$work/lacking.log" ||
-    fail "the missing neighbour is not named: $(cat "$work/lacking.log")"
+    fail "the message does not name the missing neighbour: $(cat "$work/lacking.log")"
 done
 cp "$root/tests/symbols/plain_host.h" "$work/consumer"
 

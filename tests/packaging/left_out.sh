@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Leaves out either library, embedded and installed: hosts get the other one, whichever they ask for. Shows
-# as well that the library needs no RTTI.
+# Leaves out each library in turn, embedded and installed. Hosts must get the other one, whichever they ask for.
+# The library must also build without RTTI.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
-# One folder of each serves both libraries, so that the sources are compiled once.
+# Both libraries use one build folder, so that the sources are compiled once.
 for kind in static shared; do
   options=(-DORVA_STATIC=ON -DORVA_SHARED=OFF)
   files=$(printf '%s\n' liborva-classloader.a orva-classloader-static.pc)

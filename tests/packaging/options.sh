@@ -1,17 +1,17 @@
 #!/usr/bin/env bash
-# Compares the table of options in docs/building.md with what CMake has in its cache, alone and embedded: every option
-# with its default, and no other.
+# Compares the table of options in docs/building.md with CMake's cache, for the project alone and embedded: it must list
+# every option with its default, and no others.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 
-# BUILD_SHARED_LIBS is CMake's own, and stands in the cache where a project declares it.
+# BUILD_SHARED_LIBS is CMake's own option. It is in the cache if the project declares it.
 compare() { # column of the table, folder of a build
   grep -E '^\| `(ORVA_|BUILD_)' "$root/docs/building.md" | tr -d '`' | awk -F ' *[|] *' "{ print \$2, \$$1 }" |
     sed 's/ empty$/ /; / none$/d' | sort >"$work/table"
   sed -n 's/^\(ORVA_[A-Z_]*\|BUILD_[A-Z_]*\):\(BOOL\|PATH\|STRING\)=\(.*\)/\1 \3/p' "$2/CMakeCache.txt" |
     sed '/^ORVA_SOURCE /d' | sort >"$work/cache"
   [[ -s $work/table ]] || fail "docs/building.md has no table of options"
-  same "docs/building.md tells other options or defaults than CMake has" "$work/table" "$work/cache"
+  same "docs/building.md lists other options or defaults than CMake has" "$work/table" "$work/cache"
 }
 
 configure() { # source folder, build folder, options of CMake…
@@ -23,7 +23,7 @@ compare 3 "$work/alone"
 configure "$work/consumer" "$work/embedded" -DORVA_SOURCE="$root"
 compare 4 "$work/embedded"
 
-# The defaults that follow others, as the table says.
+# Defaults that depend on other options.
 configure "$root" "$work/alone" --fresh -DCMAKE_DISABLE_FIND_PACKAGE_LLVM=ON
 grep -qx ORVA_REFERENCE_HOST:BOOL=OFF "$work/alone/CMakeCache.txt" || fail "the reference host is built without LLVM"
 mkdir -p "$work/own/runtime_api"

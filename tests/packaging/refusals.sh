@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Configures with what the project cannot be built with; each time CMake must stop with one line that says why.
+# Configures the project in ways in which it cannot be built. Each time, CMake must stop with one line that says why.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
@@ -28,7 +28,7 @@ for standard in 98 11 14; do
   refuses "The library needs C++17 or newer, not CMAKE_CXX_STANDARD=$standard" -DCMAKE_CXX_STANDARD=$standard
 done
 
-# A compiler that says that it is another one.
+# Pretends to be another compiler.
 refuses_compiler() { # what CMake takes it for, the compiler and macros…
   printf '#!/bin/sh\nexec %s "$@"\n' "${*:2}" >"$work/compiler"
   chmod +x "$work/compiler"
@@ -79,7 +79,7 @@ cannot_trace 'it renames symbols in objects, which CMAKE_INTERPROCEDURAL_OPTIMIZ
   -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON
 cannot_trace 'it needs glibc' -DORVA_C_LIBRARY_IS_GLIBC=
 
-# Where options come from, and whether the library is compiled with them.
+# Compiler options from each source, and whether the library would be compiled with them.
 needs_exceptions() { # configuration, options of CMake…
   refuses "The library needs C++ exceptions: take -fno-exceptions out of CMAKE_CXX_FLAGS, CMAKE_CXX_FLAGS_$1 and\
  add_compile_options, or put -fexceptions after it" "${@:2}"

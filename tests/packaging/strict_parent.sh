@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the library, the kit and the hooks of a host in a project that takes every warning for an error, with our
-# record and with one whose names are views; and runs the kit.
+# Builds the library, the kit and the hooks of a host in a project that treats every warning as an error, with our
+# record and with one whose names are views, and runs the kit.
 # shellcheck source-path=SCRIPTDIR source=common.sh
 source "$(dirname "$0")/common.sh"
 

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Runs a command on this machine as it would be with some Debian packages installed, and leaves the machine as it is:
-# the command sees a copy of the root file system that keeps no change. It is run in the current folder, which alone is
-# the real one, and does not see this checkout, so that it uses what the packages hold and nothing else.
-# Usage: with_packages.sh FOLDER COMMAND [ARGUMENT…], as root; FOLDER holds the packages. 77 says that this is not root, or a root that may not mount.
+# Runs a command as if some Debian packages were installed, without changing the machine: the command sees a copy of the
+# root file system that is discarded afterwards. Only the current folder, in which the command runs, is the real one.
+# The checkout is hidden, so that the command uses nothing of ours but the packages.
+# Usage: with_packages.sh FOLDER COMMAND [ARGUMENT…]; FOLDER contains the packages. Exits with 77 unless it runs as root
+# with the right to mount.
 set -euo pipefail
 
 checkout=$(realpath "$(dirname "$0")/../..")
@@ -12,15 +13,15 @@ if [ "$(id -u)" -ne 0 ]; then
   exit 77
 fi
 if ! unshare --mount true 2>/dev/null; then
-  echo "$(basename "$0"): this root may not mount, which installing packages for one command takes" >&2
+  echo "$(basename "$0"): this root may not mount, which is needed to install packages for one command" >&2
   exit 77
 fi
 case "$checkout/" in "${PWD%/}"/*)
-  echo "$(basename "$0"): the current folder holds the checkout that is to be hidden: $PWD" >&2
+  echo "$(basename "$0"): the current folder contains the checkout, which must be hidden: $PWD" >&2
   exit 2
 esac
 
-# The mounts below are seen by the second process and its children alone, and end with them.
+# Only the second process and its children see the mounts below, which end with them.
 if [ -z "${ORVA_MACHINE:-}" ]; then
   ORVA_MACHINE=$(mktemp -d)
   trap 'rmdir "$ORVA_MACHINE"' EXIT

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compiles the sources together, as unity builds do, with each compiler as C++20 and C++23, and each header by itself. As
-# C++17, and with the same warnings, symbols.libraries compiles each source.
+# Compiles all sources together, as unity builds do, as C++20 and C++23 with each compiler, and each header alone.
+# symbols.libraries compiles each source as C++17 with the same warnings.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
@@ -24,4 +24,4 @@ commands() {
 
 commands >"$work/commands"
 [[ $(wc -l <"$work/commands") -ge 25 ]] || fail "headers are missing"
-xargs -P 2 -I{} sh -c '{} || { echo "failed: {}" >&2; exit 1; }' <"$work/commands" || fail "something does not compile"
+xargs -P 2 -I{} sh -c '{} || { echo "failed: {}" >&2; exit 1; }' <"$work/commands" || fail "the commands above fail"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares what the libraries define for others with what natives.h declares.
+# Compares the symbols that the libraries define for others with what natives.h declares.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
@@ -12,8 +12,8 @@ strong_globals_are_the_natives() { # compiler, archive
   same "$1: strong globals of the static library" "$natives" "$work/strong"
 }
 
-# Instantiations of the standard library are weak. With g++ none names the project, not even in its arguments; clang
-# keeps out of line some that do, and there nothing outside of the standard library's namespaces is weak.
+# Instantiations of the standard library are weak, and nothing else may be. With g++, none names the project, not even
+# in its arguments; clang emits some that do.
 no_weak_symbol_is_the_projects() { # compiler, archive
   local standard='^_ZZ?(N[VKRO]*|T[VIS])?(St|S[absiod]|9__gnu_cxx)|^_Z(nw|dl|na|da)|^DW\.ref\.|^__clang_call_terminate$'
   nm "$2" | awk 'NF >= 2 && $(NF - 1) ~ /^[WwVvu]$/ { print $NF }' | sort -u >"$work/weak"

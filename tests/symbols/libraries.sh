@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds both libraries with a compiler as they ship, for the checks that read their symbols.
+# Builds both libraries with a compiler, as they ship, for the checks that read their symbols.
 # Usage: libraries.sh PROJECT FOLDER COMPILER
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
@@ -10,8 +10,8 @@ require cmake ninja "$compiler"
 rm -rf "${libraries:?}/$compiler"
 mkdir -p "$libraries"
 options=(--preset release -DCMAKE_CXX_COMPILER="$compiler")
-# Some packagers ask for calls without a PLT, and most for early binding; the library still has a PLT. The second
-# compiler does not ask its linker for a build ID by default.
+# Some packagers ask for calls without a PLT, and most for early binding; the library must have a PLT nevertheless. Some
+# compilers do not ask their linker for a build ID.
 case $compiler in
   g++) options+=(-DCMAKE_CXX_FLAGS=-fno-plt '-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-z,now') ;;
   clang++) options+=(-DCMAKE_CXX_FLAGS=-fno-plt '-DCMAKE_SHARED_LINKER_FLAGS=-Wl,--build-id=none') ;;

@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
-# Links the shared library with each linker, as CMake finds it to be, also where the project around it allows no
-# undefined symbols: the library exports the natives and nothing else, and calls the host through its PLT.
+# Links the shared library with each linker, also in projects that allow no undefined symbols. The library must export
+# exactly the natives, and call the host through its PLT.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
 require c++filt cmake ninja g++ nm readelf ld.bfd ld.gold ld.lld mold
 natives >"$work/natives"
 
-# What projects tell linkers that allow no undefined symbols. Gold has no option that overrides it for one library.
+# Flags of projects that allow no undefined symbols. Gold has no option to override them for one library.
 strict=('-z,defs' --no-undefined)
 
-linker_of() { # shared library; only GNU ld leaves no trace of itself
+linker_of() { # shared library; every linker but GNU ld leaves its name
   case $(readelf -p .comment -p .note.gnu.gold-version "$1" 2>&1) in
     *'mold '*) echo mold ;; *'LLD '*) echo lld ;; *'gold '*) echo gold ;; *) echo bfd ;;
   esac
@@ -18,7 +18,7 @@ linker_of() { # shared library; only GNU ld leaves no trace of itself
 
 link() { # linker, flag of it
   local chosen=-fuse-ld=$1 library
-  # The linker is asked anew, but nothing is compiled again.
+  # Only the checks of the linker and the linking run again; nothing is compiled again.
   build_library "$root" "$work/library" -DORVA_STATIC=OFF -DCMAKE_UNITY_BUILD=ON -U 'ORVA_LINKER_*' \
     -DCMAKE_EXE_LINKER_FLAGS="$chosen" -DCMAKE_SHARED_LINKER_FLAGS="$chosen ${2:+-Wl,$2}" ||
     fail "$1 $2 does not link the library"

@@ -1,5 +1,5 @@
-// A host of plain functions: it declares the neighbours by itself, so that linking and running it shows that the
-// library calls them by the names and with the types that hosts were promised.
+// A host of plain functions. It declares the neighbours itself, so linking and running it shows that the library calls
+// them with the names and types that hosts were promised.
 #include <cstdint>
 #include <functional>
 #include <memory>

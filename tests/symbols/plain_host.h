@@ -1,5 +1,5 @@
-// The plain host's neighbours, and its main, which has natives call them. The source that includes this has declared
-// the natives, the neighbours and a record: its own way, so that several ways are shown to be the same.
+// The plain host's neighbours, and a main that makes the natives call them. The source that includes this declares the
+// natives, the neighbours and a record, from our headers or itself.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-// One source of a program includes this. If it were inline, the compiler would leave out what only the library calls.
+// Only one source of a program includes this. Inline functions that only the library calls would not be emitted.
 // NOLINTBEGIN(misc-definitions-in-headers)
 
 std::mutex gReflectionMutex;

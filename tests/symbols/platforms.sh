@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compiles and links for platforms that nothing here can run: with musl's headers, with those of them alone that other
-# Unix systems have too, and for macOS.
+# Compiles and links for platforms whose programs cannot run here: with musl's headers, with only those that other Unix
+# systems also have, and for macOS.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
@@ -11,7 +11,7 @@ musl=$(dirname "$(echo '#include <stdio.h>' | musl-gcc -M -xc - | grep -o '/[^ ]
 libcxx=/usr/lib/llvm-19/include/c++/v1
 [[ -f $libcxx/vector ]] || fail "libc++-19-dev is not installed"
 
-# The folders of musl that POSIX has, and files beside them, but for those of Linux.
+# The headers of musl that POSIX defines, and others except those that are specific to Linux.
 mkdir -p "$work/posix/sys" "$work/record/classloader"
 ln -s "$musl"/* "$work/posix" 2>/dev/null || true
 rm "$work"/posix/{byteswap,elf,endian,link,malloc}.h
@@ -26,17 +26,17 @@ included() { # pattern
     grep -oE "^#include <$1>" | sort -u
 }
 
-# What the headers of POSIX declare in a C library with more than POSIX, and in one without.
+# The functions that the POSIX headers of musl declare with a feature macro.
 declared() { # macro
   included '[a-z/]*\.h' | grep -vF sys/prctl.h | musl-gcc -E "-D$1" -xc - | grep -oE '[a-z_0-9]+ *\(' |
     tr -d ' (' | sort -u
 }
 extensions=$(comm -23 <(declared _GNU_SOURCE) <(declared _XOPEN_SOURCE=700) | paste -sd ' ')
-[[ " $extensions " == *' prlimit '* ]] || fail "the extensions of musl are not known: $extensions"
-# POSIX of 2024 has these, macOS has not.
+[[ " $extensions " == *' prlimit '* ]] || fail "the extensions of musl must include prlimit: $extensions"
+# POSIX 2024 has these, but macOS does not.
 extensions+=' accept4 dup3 pipe2'
 
-# The standard library may use all of musl, the sources with the headers of POSIX only what POSIX has.
+# The standard library may use all of musl. With the POSIX headers, our sources may use only what POSIX has.
 check_with_headers() { # folder of the C library, sources…
   local source options=(--target=x86_64-linux-musl -std=c++17 -Wall -Wextra -Werror -nostdinc -nostdinc++
     -isystem "$libcxx" -isystem "$(clang++-19 -print-resource-dir)/include" -isystem "$1"
@@ -55,15 +55,15 @@ check_with_headers() { # folder of the C library, sources…
       -I"$work/record" -fsyntax-only "$source" || fail "${source#"$root/"} does not compile with the headers of $1"
   done
 }
-# What asks for Linux is another source there.
+# Sources that check for Linux differ there.
 mapfile -t asks_for_linux < <(grep -l __linux__ "${sources[@]}")
 check_with_headers "$musl" "$root"/classloader/*.cpp "${asks_for_linux[@]}"
 check_with_headers "$work/posix" "${sources[@]}"
 musl-gcc -std=c11 -Wall -Wextra -Wpedantic -Werror -I"$root" -fsyntax-only -include classloader/natives.h \
   -xc /dev/null || fail "natives.h does not compile with musl-gcc"
 
-# Without Apple's headers, and without a standard library of C++ for musl, the sources cannot be linked, so C functions
-# stand for them. CMake decides how.
+# The sources cannot be linked without Apple's headers or a C++ standard library for musl, so C functions replace them.
+# The commands are those of CMake.
 cat >"$work/natives.c" <<'END'
 #include "classloader/natives.h"
 void Orva_raise(const char*, const char*);
@@ -88,7 +88,7 @@ link_stand_ins() { # platform, compiler of C and its options, options of CMake�
   "${compiler[@]}" -fPIC -ffreestanding -Wno-return-type -I"$root" -I"$work" -c "$work/natives.c" -o "$build/$object"
   (cd "$build" && eval "$(cat "$work/command")") >"$work/log" 2>&1 ||
     fail "the library does not link for $1: $(cat "$work/log")"
-  # The names of macOS begin with an underscore.
+  # On macOS, names begin with an underscore.
   llvm-nm-19 -g --defined-only "$build"/classloader/liborva-classloader.* |
     awk 'NF == 3 { sub(/^_/, "", $3); print $3 }' | sort -u >"$work/exported"
   same "$1: symbols of the shared library" "$work/natives" "$work/exported"
@@ -97,7 +97,7 @@ link_stand_ins musl musl-gcc -DCMAKE_C_COMPILER=musl-gcc -DCMAKE_CXX_COMPILER=mu
 for processor in x86_64 arm64; do
   target=$processor-apple-macos11
   flags="-nostdlib -fuse-ld=lld --ld-path=$(command -v ld64.lld-19)"
-  # What CMake tries are whole programs, for which the system's library is missing.
+  # CMake's checks link whole programs, for which the system library is missing.
   link_stand_ins "macOS-$processor" "clang-19 --target=$target" \
     -DCMAKE_SYSTEM_NAME=Darwin -DCMAKE_HAVE_LIBC_PTHREAD=ON -DCMAKE_INSTALL_NAME_TOOL=true \
     -DCMAKE_C_COMPILER=clang-19 -DCMAKE_C_COMPILER_TARGET="$target" \

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compares what the libraries leave to their host with the list of what a host must define. The shared library calls it
-# through its PLT, also if a packager's flags ask for another way.
+# Compares the symbols that the libraries leave to their host with the list of what a host must define. The shared
+# library must call them through its PLT, even if a packager's flags ask for something else.
 # shellcheck source-path=SCRIPTDIR source=../common.sh
 source "$(dirname "$0")/../common.sh"
 
@@ -14,7 +14,7 @@ compare() {  # what it is, shared library
 for compiler in "${compilers[@]}"; do
   compare "the shared library of $compiler" "$(shared_library "$compiler")"
   must_call_by_plt "the shared library of $compiler" "$(shared_library "$compiler")"
-  # Linked as a whole, so that what its objects define for each other is no longer open.
+  # Linked whole, so that symbols that its objects define for each other are resolved.
   "$compiler" -shared -Wl,--whole-archive "$(archive "$compiler")" -Wl,--no-whole-archive -o "$work/whole.so"
   compare "the static library of $compiler" "$work/whole.so"
 done

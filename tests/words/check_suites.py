@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Names each test that no suite builds, and each built file that a test is given and its suite's target does not build.
+"""Names each test without a suite, and each file that tests run and their suite's target does not build.
 
 Usage: check_suites.py BUILD
 """
@@ -23,7 +23,7 @@ def main(build):
     for test in tests:
         suite = test["name"].partition(".")[0]
         if suite == "valgrind" or test["name"].endswith("_NOT_BUILT"):
-            # Its row builds everything; and what is not built yet is not known yet.
+            # The preset of valgrind builds everything, and tests of a program are only known once it is built.
             continue
         if "suite-" + suite not in outputs:
             problems.add(f"{test['name']}: there is no target suite-{suite}: call orva_suite({suite} …)")
