@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the records of a trace's file, one per line, so that tests of the recorder need no reader.
+"""Prints the records of a trace's files, one per line, so that tests of the recorder do not need the reader.
 Usage: dump_events.py FILE…"""
 import re
 import signal
@@ -40,7 +40,7 @@ def values(payload):
             texts.append(f'{number} of which {elements}')
         else:
             texts.append({1: str(number), 2: ['false', 'true'][number & 1], 3: 'pointer'}[kind])
-        # Records are padded at the end.
+        # Padding at the end of a record.
         if len(payload) < VALUE.size:
             break
     return texts
@@ -72,7 +72,7 @@ def dump(path, names):
     print(f'header process={process} parent={parent} limit={limit} stopped={stopped} error={error} '
           f'attached={attached} unseen={unseen} threads={threads}' + (f' missed={missed}' if missed else ''))
 
-    # By thread, the ends of calls that are in their first records. Printed as records when the calls are left.
+    # By thread, the ends of calls that are in the calls' first records. They are printed when the calls end.
     returns = {}
 
     def leave(thread, depth):

@@ -1,4 +1,4 @@
-// Files of events, as a process would have recorded them.
+// Writes files of events like those that a process records.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +25,7 @@ class Payload {
   Payload& text(std::string_view content, bool isCut = false) { return value(StoredKind::text, content, isCut); }
   Payload& typeName(std::string_view mangled) { return value(StoredKind::typeName, mangled); }
 
-  /// A list, of which the first texts are kept.
+  /// A list, of which only the first texts are recorded.
   Payload& list(std::int64_t count, const std::vector<std::string>& texts) {
     numeric(StoredKind::count, count, static_cast<std::uint16_t>(texts.size()));
     for (const std::string& each : texts) text(each);
@@ -59,7 +59,7 @@ class Payload {
   }
 };
 
-/// Writes records, each at the time that was set last.
+/// Writes records, each with the time that was set last.
 class EventWriter {
  public:
   static constexpr std::uint64_t startTime = 5'000'000'000;
@@ -152,7 +152,7 @@ class EventWriter {
     return *this;
   }
 
-  /// Room that was claimed, and in which nothing was written.
+  /// Space that was claimed but not written.
   EventWriter& unwritten(std::size_t size) {
     bytes.resize(bytes.size() + size);
     header(offsetof(FileHeader, end), std::uint64_t{bytes.size()});

@@ -1,4 +1,4 @@
-// Values and events as the reader makes them of a file, for tests that need no file.
+// Builds values and events as the reader reads them from a file, for tests that need no file.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ inline Value text(std::string bytes) {
   return value;
 }
 
-/// A list, of which the recorder keeps the first texts.
+/// A list, of which only the first texts are recorded.
 inline Value list(const std::vector<std::string>& texts) {
   Value value = number(static_cast<std::int64_t>(texts.size()), StoredKind::count);
   for (const std::string& each : texts) {

@@ -1,5 +1,5 @@
-// Wraps the loads of a host, whose own operation is renamed in the program. One load first looks another type up, as a
-// compiler does for an import; one takes long.
+// Wraps the host's loads; the program is linked with the host's own operation renamed. One load first looks up another
+// type, as a compiler does for an import; one takes long.
 #include <classloader/natives.h>
 #include <dlfcn.h>
 
@@ -19,7 +19,7 @@ static bool endsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-/// Waits for at least 20 times what all loads before took, so that no other machine's speed changes which is slow.
+/// Waits at least 20 times as long as all earlier loads took, so that the same load is the slow one on any machine.
 static void wait(std::chrono::steady_clock::duration loadsBefore) {
   std::this_thread::sleep_for(std::max<std::chrono::steady_clock::duration>(200ms, 20 * loadsBefore));
 }

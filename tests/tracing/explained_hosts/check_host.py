@@ -71,7 +71,7 @@ BY_HOST = {
         failing("app.Broken", "Broken", "std::runtime_error 'Expected 'class NAME' or 'generic NAME', not 'clas Broken''"),
         plugin("Cannot read sources/app/Broken.txt"),
     ],
-    # Its compiler refuses a class that is not named as its file.
+    # Its compiler refuses a class that does not have the name of its file.
     "reference": [
         BAD_PACKAGE,
         failing("app.Wrong", "Wrong",
@@ -79,7 +79,7 @@ BY_HOST = {
         failing("app.Broken", "Broken", f"{REFUSED} 'sources/app/Broken.ov:5:29: error: unknown variable 'missing'…'"),
         plugin("Cannot read 'sources/app/Broken.txt': No such file or directory"),
     ],
-    # Its sources are their names, and every name below app has one.
+    # Its compiler reads no files, and every name in the package app has a source.
     "other": [
         unknown("app./Cart", "app//Cart.ov"),
         plugin("sources/app/Broken.txt is not a source"),
@@ -92,7 +92,7 @@ def words_of(rows):
 
 
 def traced(orva_trace, options, program, words):
-    """Returns the tree, or what the options ask for instead."""
+    """Returns the tree, or the output that the options ask for."""
     subprocess.run([orva_trace, *options, "--output", "shown", "--", program, *words], check=True,
                    stdout=subprocess.DEVNULL)
     return Path("shown").read_text(encoding="utf-8")
@@ -139,7 +139,7 @@ def problems_with_summary(orva_trace, program):
 
 def main():
     host, orva_trace, program = sys.argv[1], *(str(Path(path).resolve()) for path in sys.argv[2:])
-    # The program's folder is the working folder.
+    # The program works in the current folder.
     with tempfile.TemporaryDirectory() as work:
         os.chdir(work)
         problems = [*problems_with_natives(COMMON + BY_HOST[host], orva_trace, program),

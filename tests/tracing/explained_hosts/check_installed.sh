@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Links the program of this folder with a host and the installed library, once shared and once traced, and checks what
-# orva-trace shows for both. pkg-config finds the library, and PATH finds orva-trace.
-# Usage: check_installed.sh HOST COMPILER SOURCE…; the HOST as check_host.py has it, and the host's sources, of which the
-# first one loads
+# orva-trace shows for each. pkg-config must find the library, and PATH orva-trace.
+# Usage: check_installed.sh HOST COMPILER SOURCE…; HOST is a name from check_host.py, and the rest are the host's
+# sources, of which COMPILER loads
 set -euo pipefail
 here=$(dirname "$0") host=$1
 work=$(mktemp -d)

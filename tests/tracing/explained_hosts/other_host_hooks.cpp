@@ -1,4 +1,4 @@
-// How the program reaches the host of another shape, whose sources are their names.
+// The kit's hooks for tests/other_host/, whose compiler reads no files.
 #include <host_contract/hooks.h>
 
 #include "other_host.h"

@@ -1,5 +1,5 @@
-// A program for any host that has the kit's hooks. It writes sources in the host's language below the working folder,
-// then follows its arguments one by one. It calls natives as its host binds them, and refers to none by symbol.
+// A program for any host that has the kit's hooks. It writes sources in the host's language to the working folder, then
+// follows its arguments in order. It calls natives as its host binds them, and refers to none by symbol.
 #include <classloader/natives.h>
 #include <host_contract/hooks.h>
 
@@ -19,8 +19,8 @@ static void writeFile(const fs::path& path, const std::string& text) {
   std::ofstream(path) << text;
 }
 
-/// Writes the classes: one is incomplete, one is in the file of another, one looks another up while it is loaded, and
-/// one of three in a package takes long. around_loads.cpp implements the last two.
+/// Writes the classes: one is incomplete, one is in the file of another, one looks up another while it is loaded, and
+/// one of three in a package takes long to load. around_loads.cpp implements the last two.
 static void writeSources() {
   auto& hooks = hostHooks();
   for (const char* name : {"Cart", "Outer", "Inner"}) {
@@ -34,7 +34,7 @@ static void writeSources() {
   }
 }
 
-/// Tells how many of the words it used.
+/// Returns how many of the words it used.
 static int act(const std::string& word, const char* value) {
   if (word == "--nothing") return BOUND(orva_ClassLoader_getTypeByName)(nullptr), 1;
   if (word == "--root") return BOUND(orva_ClassLoader_addSourceRoot)(value), 2;

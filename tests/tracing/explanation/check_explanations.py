@@ -32,7 +32,7 @@ MAKE = "ClassLoader::materializeRuntimeGenericType"
 SIZE = "orva_collections_ArrayList_size"
 ELEMENT = "orva_collections_ArrayList_operator_index"
 
-# The natives that return an object or a type; and what each is asked for.
+# The natives that return an object or a type; and the position of each native's name argument.
 POINTERS = {"ClassLoader.getSystem", "ClassLoader.getTypeByName", "ClassLoader.loadSourceClass",
             "ClassLoader.loadObjectBundle", "SystemClassLoader.loadClass"}
 NAMES = {"ClassLoader.getTypeByName": 0, "ClassLoader.addSourceRoot": 0, "ClassLoader.loadSourceClass": 1,
@@ -109,7 +109,7 @@ class Native:
         return self.raises[-1]["arguments"][0] in classes
 
     def asked_runtime(self, name):
-        """Whether the native finally asked the runtime for a name that the runtime did not know."""
+        """Whether the native's last question to the runtime was for a name that the runtime did not know."""
         last = self.events[-1] if self.events else {}
         return last.get("call") == "Orva_typeByName" and last["arguments"] == [name] and last["results"] == [None]
 
@@ -153,7 +153,7 @@ def is_other(thrown):
 
 
 def failed(native, said, *calls):
-    """Whether the call before the raise threw what the sentence says, and the raise passed its text on."""
+    """Whether the call before the raise threw what the sentence says, and the raise had the same text."""
     call = native.before_raise()
     return (call.get("threw") == said["type"] and not is_other(said["type"]) and (not calls or call["call"] in calls)
             and first_line(native.message()) == said["message"])
@@ -163,7 +163,7 @@ def no_call_failed(native):
     return not any("threw" in event for event in native.events)
 
 
-# What each sentence claims. A claim gets the native and what the sentence says in its braces.
+# What each sentence claims. A claim is called with the native and what replaces the sentence's braces.
 
 def missing_name(native, said):
     return len(native.events) == 1 and native.asked_runtime(native.name) and (
@@ -424,7 +424,7 @@ CLAIMS = {
 
 
 def said_by(pattern):
-    """The regular expression of a sentence; one that names a thing twice must name it alike."""
+    """The regular expression of a sentence; a placeholder that occurs twice must have the same text."""
     seen, parts = set(), []
     for part in re.split(r"(\{\w+\})", pattern):
         name = part[1:-1]
@@ -464,7 +464,7 @@ def problem_with(native, sentence, patterns, seen):
 
 
 class Check:
-    """The findings in lines of natives and their sentences."""
+    """What is found in lines that each contain a native and its sentence."""
 
     def __init__(self, sentences):
         self.patterns = {name: said_by(pattern) for name, (pattern, _) in table_of(sentences).items()}

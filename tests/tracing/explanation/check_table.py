@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""Compares the page's table of sentences with the reader's. With --write, writes it again.
+"""Compares the page's table of sentences with the reader's. With --write, updates it.
 
 Usage: check_table.py SENTENCES PAGE [--write]
 """
@@ -21,7 +21,7 @@ def main():
     page = Path(path).read_text(encoding="utf-8")
     begin = page.find(HEAD)
     if begin < 0:
-        sys.exit(f"{path}: has no table of sentences")
+        sys.exit(f"{path}: there is no table of sentences")
     begin += len(HEAD)
     end = begin
     while page.startswith("|", end):

@@ -1,4 +1,5 @@
-// Plays the small worlds as the suite of properties does, but for the rules: what the library did is recorded.
+// Plays the small worlds as tests/properties/ does, but records what the library does instead of comparing it with the
+// rules.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -13,7 +14,7 @@ namespace model {
 
 std::string commandFor(const Story& story) { return textOf(story); }
 
-/// Of the stories of one call, each nineteenth is played: there are very many, and most are alike.
+/// Plays only every nineteenth story of one call, because there are very many, and most are alike.
 static bool isLeftOut(const Story& story) {
   constexpr int each = 19;
   static int stories = 0;

@@ -1,5 +1,5 @@
-// Tests what the small worlds do not show of sentences: natives that have not ended, natives within loads, and texts
-// and names that the recorder cut or could not read.
+// Tests sentences about what does not occur in the small worlds: natives that have not ended, natives within loads, and
+// texts and names that the recorder cut or could not read.
 #include "tracing/reader/explanation.h"
 
 #include <gtest/gtest.h>
@@ -52,7 +52,7 @@ static std::string sentenceOf(const Value& name) {
       call(CallId::orva_SystemClassLoader_loadClass, {objectValue, name}, {nullValue}, {typeByName(name)}));
 }
 
-TEST(Explanation, IsEmptyForWhatHasNotEnded) {
+TEST(Explanation, IsEmptyForANativeThatHasNotEnded) {
   for (const Ending ending : {Ending::open, Ending::abandoned, Ending::unknown, Ending::jumped}) {
     Event running = lookUp("A", {scanOf("A", {}, 0)});
     running.ending = ending;
@@ -61,20 +61,20 @@ TEST(Explanation, IsEmptyForWhatHasNotEnded) {
   }
 }
 
-TEST(Explanation, SaysWhyItRaisedAlsoBeforeTheEnd) {
+TEST(Explanation, SaysWhyANativeRaisedEvenBeforeItsEnd) {
   Event running = addRoot(nullValue, {raise("ValueException", "")});
   running.ending = Ending::jumped;
   EXPECT_EQ("raised: the class path root is null, and ClassLoader.addSourceRoot needs one", explanationOf(running));
 }
 
 /// Several entries with one name count as one match.
-TEST(Explanation, TakesOneNameForNoAmbiguity) {
+TEST(Explanation, DoesNotCallOneNameAmbiguous) {
   EXPECT_EQ(
       "raised: ClassLoader.getTypeByName failed while the trace shows no failing call of the host: 'std::bad_alloc'",
       explanationOf(lookUp("A", {scanOf("A", {"p.A", "p.A"}, 2), raise("Exception", "std::bad_alloc")})));
 }
 
-TEST(Explanation, TellsOfAnAmbiguityWhoseSecondNameIsLost) {
+TEST(Explanation, ReportsAnAmbiguityWhoseSecondNameIsLost) {
   const Event scan = scanOf("A", std::vector<std::string>(mostMatches, "p.A"), 40);
   EXPECT_EQ("raised: 'A' is the short name of p.A and another type",
             explanationOf(lookUp("A", {scan, raise("ClassNotFoundException", "Ambiguous plugin entry type 'A'")})));
@@ -83,7 +83,7 @@ TEST(Explanation, TellsOfAnAmbiguityWhoseSecondNameIsLost) {
   EXPECT_EQ(other.find("another type"), std::string::npos) << other;
 }
 
-TEST(Explanation, ClaimsNothingOfEventsThatAreLost) {
+TEST(Explanation, ClaimsNothingAboutLostEvents) {
   for (const Event& lossy :
        {lookUp("A<B>", {typeByName(text("A<B>"))}), lookUp("A", {typeByName(text("A"))}),
         lookUp("p.A", {scanOf("p.A", {}, 0), typeByName(text("p.A"))}), lookUp("A<", {}), lookUp("", {})}) {
@@ -96,7 +96,7 @@ TEST(Explanation, ClaimsNothingOfEventsThatAreLost) {
   }
 }
 
-TEST(Explanation, PointsToTheEndOfTheTraceWhereAllCallsOfANativeAreMissing) {
+TEST(Explanation, PointsToTheEndOfTheTraceIfAllCallsOfANativeAreMissing) {
   for (std::size_t i = 0; i < calls.size(); ++i) {
     if (!calls[i].isNative || calls[i].result != ValueType::object) continue;
     const Event alone = call(static_cast<CallId>(i), {text("a"), text("A"), text("A")}, {nullValue});
@@ -105,8 +105,8 @@ TEST(Explanation, PointsToTheEndOfTheTraceWhereAllCallsOfANativeAreMissing) {
   }
 }
 
-/// A host may pass the text of a nested native on.
-TEST(Explanation, TakesAFixedTextForItsOwnOnly) {
+/// A host may pass on the text of a nested native.
+TEST(Explanation, DoesNotClaimTheFixedTextOfAnotherNative) {
   const std::string text = "Unknown native failure while loading package";
   EXPECT_EQ(
       "raised: 'A.ov', the source of 'A', could not be loaded: MyError '" + text + "'",
@@ -114,7 +114,7 @@ TEST(Explanation, TakesAFixedTextForItsOwnOnly) {
 }
 
 /// A load that calls natives itself.
-TEST(Explanation, LeavesNestedNativesToThemselves) {
+TEST(Explanation, IgnoresNestedNatives) {
   Event outer = load("r/A.ov");
   outer.inner = {addRoot(nullValue, {raise("ValueException", "")}), lookUp("B", {typeByName(text("B"))})};
   EXPECT_EQ("null: 'r/A.ov', the source of 'A', was loaded, and the runtime still knows no such type",
@@ -126,13 +126,13 @@ TEST(Explanation, StaysOnOneLine) {
             sentenceOf(text("A\n\x01\x7F\xC3\xA9")));
 }
 
-TEST(Explanation, ShowsWhereATextIsCut) {
+TEST(Explanation, MarksWhereATextIsCut) {
   Value name = text("Aaa");
   name.isCut = true;
   EXPECT_EQ("null: SystemClassLoader.loadClass asks only the runtime, which knows no type 'Aaa…'", sentenceOf(name));
 }
 
-TEST(Explanation, NamesNoTypeOfWhatIsNotAnException) {
+TEST(Explanation, DoesNotNameTheTypeOfAnObjectThatIsNotAnException) {
   Event thrower = thrown(call(CallId::Compiler_objectAbiVersion, {}), "");
   EXPECT_EQ(
       "threw: Compiler::objectAbiVersion() threw something that is not a C++ exception, and "

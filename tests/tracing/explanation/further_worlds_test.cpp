@@ -1,5 +1,5 @@
-// Worlds that the small worlds of the properties leave out: memory runs out, messages have several
-// lines, and compilers name no source.
+// Worlds that are not among the small worlds: memory runs out, messages have several lines, and compilers name no
+// source.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -34,7 +34,7 @@ static void script() {
   host.isValidPackageName.always([] { return true; });
 }
 
-/// Lets one allocation fail. @return whether there was one of that number.
+/// Makes one allocation fail. @return whether there was one of that number.
 static bool runsOutOfMemory(const std::function<void()>& call, int number) {
   script();
   bool hasFailed = false;
@@ -42,7 +42,7 @@ static bool runsOutOfMemory(const std::function<void()>& call, int number) {
     const allocations::Watch watch([&] { return !hasFailed && (hasFailed = --number == 0); });
     call();
   } catch (const std::bad_alloc&) {
-    // Some natives let it out.
+    // Some natives let it pass.
   }
   scripted::host().takeCalls();
   scripted::reset();

@@ -1,4 +1,4 @@
-"""Reads the table of sentences from the source that the reader is built of."""
+"""Reads the table of sentences from the source that the reader is built from."""
 
 import re
 import sys

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs a program with a trace; its own checks must pass.
-# Usage: with_trace.sh RECORDER AUDIT PROGRAM [ARGUMENT…]; both are `linked` where the program holds the recorder.
+# Usage: with_trace.sh RECORDER AUDIT PROGRAM [ARGUMENT…]; both are `linked` if the program contains the recorder.
 set -euo pipefail
 traces=$(mktemp -d)
 trap 'rm -rf "$traces"' EXIT

@@ -48,7 +48,7 @@ class Browser:
         return self
 
     def __exit__(self, *_):
-        # It ends when nobody holds the other ends of its pipes.
+        # It ends when the other ends of its pipes are closed.
         self.commands.close()
         self.answers.close()
         self.process.wait()

@@ -98,7 +98,7 @@ def check_misses(page):
 
 
 def check_search(page):
-    """In names, arguments and sentences, in whatever case, and around both ends."""
+    """In names, arguments and sentences, ignoring case, and wrapping around at both ends."""
     page.value("select(nodes[0])")
     page.press("/")
     page.type(") = 0x5500")

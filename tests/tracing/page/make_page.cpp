@@ -1,4 +1,4 @@
-// Writes a page from traces that are built by hand.
+// Writes a page from traces that are built in code.
 // Usage: make_page few|many|hostile|empty >PAGE
 #include <cstdint>
 #include <iostream>
@@ -38,7 +38,7 @@ static Event load(const std::string& file, std::vector<Event> inner) {
   return call(CallId::Compiler_ensureSourceLoadedInActiveJit, {pointer(0x10), text(file)}, {}, std::move(inner));
 }
 
-/// Sets the times of an event and its nested events: each call takes 100 ns, and the time of the calls in it.
+/// Sets the times of an event and its nested events: each call takes 100 ns plus the time of the calls in it.
 static std::uint64_t timed(Event& event, std::uint64_t begin) {
   event.begin = begin;
   std::uint64_t end = begin + 50;

@@ -1,4 +1,4 @@
-// A host that does what its arguments say, one after the other: asks for types, forks, waits, hangs, ends.
+// A host that does what its arguments say, in order: looks up types, forks, waits, hangs, ends.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -27,7 +27,7 @@ static void ready() {
   std::fflush(stdout);
 }
 
-/// Asks on another thread while this one holds the lock that the lookup needs, forever.
+/// Looks up a type on another thread while this one holds the lock that the lookup needs, forever.
 static void hang(const std::string& name) {
   const std::lock_guard<std::mutex> lock(gReflectionMutex);
   std::thread asker([&name] { ask(name); });
@@ -44,7 +44,7 @@ static void mapFile(const std::string& path) {
   close(file);
 }
 
-/// Leaves the remaining arguments to a child.
+/// Follows the remaining arguments in a child process.
 static void leaveToChild() {
   const pid_t child = fork();
   if (child == 0) return;

@@ -6,7 +6,7 @@
 host=${given[1]:?no host} static_host=${given[2]:?no static host} traced_host=${given[3]:?no traced host}
 nobody=65534
 
-# As another user if this is root, because root may execute and read nearly everything.
+# Runs as another user if this is root, because root may execute and read nearly everything.
 as_user() {
   if [[ $(id -u) == 0 ]]; then setpriv --reuid=$nobody --regid=$nobody --clear-groups "$@"; else "$@"; fi
 }
@@ -49,7 +49,7 @@ for file in aarch64 i386 short; do
   refused "$file" "$file" "$other"
 done
 echo 'int main(void) { return 0; }' >main.c
-musl-gcc -o musl main.c || fail 'musl-gcc is not there, or fails'
+musl-gcc -o musl main.c || fail 'musl-gcc is not installed, or fails'
 linker=$(readelf -l musl | sed -n 's/.*interpreter: \(.*\)]/\1/p')
 refused 'another C library' musl "it starts with the dynamic linker '$linker', and orva-trace needs that of the GNU C \
 library"
@@ -70,7 +70,7 @@ if [[ $(id -u) == 0 ]]; then
   for file in setuid setgid; do
     refused "$file" "$file" "it is setuid or setgid, $ignored"
   done
-  # A process that may get no rights is started with what it has.
+  # A process that may not gain rights is started with those that it has.
   setpriv --no-new-privs "$trace" --output /dev/null ./setuid --end 3 2>errors
   same 'setuid where no rights are given' '3 ' "$? $(cat errors)"
   cp "$host" own
@@ -96,14 +96,15 @@ as_user bash without_processes "$trace" /bin/true >output 2>errors
 same 'no more processes' "2 orva-trace: cannot make a process for '/bin/true': Resource temporarily unavailable" \
   "$? $(cat errors)"
 
-# Programs that run, but whose calls are not seen: the status is theirs.
+# Programs that run, but whose calls are not seen: orva-trace exits with their status.
 check 'no library' 3 "orva-trace: no class-loading library was seen in '/bin/sh'" /bin/sh -c 'exit 3'
 linked="this program links the library statically: link orva::classloader_traced instead"
 check 'linked statically' 3 "orva-trace: '$static_host': $linked" "$static_host" --ask shop.Till --end 3
 same 'output of the program' 'shop.Till is not a type' "$(cat output)"
 check 'linked statically, to be traced' 3 '' --output tree "$traced_host" --ask shop.Till --end 3
 same 'its lookups' 1 "$(grep -c 'getTypeByName("shop.Till")' tree)"
-# It has two recorders, of which one sees the calls. It also maps its own files, one of which is named like a trace.
+# This program has two recorders, of which one sees the calls. It also maps its own files, one of which is named like a
+# trace.
 for other in calendar.events 1-0.events; do
   echo 'no trace' >"$other"
   rm -f started
@@ -129,7 +130,7 @@ chmod 755 both
 check 'one of each kind' 0 "orva-trace: '$static_host': $linked" --output tree ./both
 grep -q 'shop.Till' tree || fail 'the tree lacks the lookup that was seen'
 
-# A trace that its reader may not open, and one whose folder it may only list.
+# A trace that the user may not open, and one whose folder the user may only list.
 chmod 755 "$work"
 mkdir unreadable
 echo >unreadable/1-0.events
@@ -145,7 +146,7 @@ if [[ $(stat -c %u /proc/1) != "$(as_user id -u)" ]]; then
   as_user "$trace" --dump 1 >/dev/null 2>errors
   same "--dump of another user's process" 'orva-trace: cannot look at process 1: Permission denied' "$(cat errors)"
 fi
-# A process that ends when its parent has become a program that does not wait for it.
+# A process that ends after its parent has become a program that does not wait for it.
 bash -c '(until [[ $(</proc/$$/comm) == sleep ]]; do :; done) & echo $! >ended; exec sleep 600' &
 parent=$!
 until [[ -s ended && $(ps -o stat= "$(cat ended)") == Z* ]]; do sleep 0.05; done

@@ -4,7 +4,7 @@
 # shellcheck source=tests/tracing/program/common.sh
 . "$(dirname "$0")/common.sh"
 
-# The message, and the words.
+# Checks the message of a wrong command line: MESSAGE WORD….
 wrong() {
   check "$*" 2 "orva-trace: $1; try 'orva-trace --help'" "${@:2}"
 }
@@ -24,7 +24,7 @@ wrong '--no-follow needs a PROGRAM to run, so it excludes --read and --dump' --n
 wrong "unknown native 'getType': expected one of objectAbiVersion, getSystem, getTypeByName, addSourceRoot, \
 precompileSources, loadSourceClass, loadObjectBundle, loadClass, loadPackageTypes" --native getType true
 
-# Each option is suggested for a letter less, a letter more and another letter.
+# Each option is suggested if a letter is missing, added or wrong, or if two are swapped.
 options=$("$trace" --help | sed -nE 's/^  (--[a-z-]+).*/\1/p')
 same 'number of options' 14 "$(wc -w <<<"$options")"
 for option in $options; do
@@ -37,7 +37,7 @@ done
 check '--summ' 2 "orva-trace: unknown option '--summ'; did you mean '--summary'?" --summ true
 check 'control characters' 2 "orva-trace: unknown option '--\\x1B[2J'; try 'orva-trace --help'" $'--\e[2J'
 
-# Each option with a value: without, with an empty one, and twice where only one can hold.
+# Each option with a value: without one, with an empty one, and twice if only one is allowed.
 while read -r option value; do
   wrong "option '$option' has no value: expected '$option $value'" "$option"
   wrong "option '$option' has no value: expected '$option $value'" "$option" --summary true
@@ -88,7 +88,7 @@ for outputs in '--output plain --json ./plain' '--output link --html plain' '--j
   same "$outputs" 2 $?
   grep -q '^orva-trace: two outputs go to one file: ' errors || fail "$outputs: found <$(cat errors)>"
 done
-# Where orva-trace fails before the program runs, files are as they were.
+# If orva-trace fails before the program runs, it leaves files as they were.
 for outputs in '--output new --json ./new' '--json new --html new' '--output new --json none/file' \
   '--output dangling --json target' '--html new --keep none/records' '--output plain --json new --keep plain'; do
   # shellcheck disable=SC2086

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks orva-trace on programs that run: their streams, status and environment are their own, and what they called is
-# shown, however they are started and whatever ends them.
+# Checks orva-trace on programs that run: it must not change their streams, status and environment, and must show their
+# calls, however they start and end.
 # Usage: check_programs.sh ORVA_TRACE HOST FOLDER_OF_LIBRARIES
 # shellcheck source=tests/tracing/program/common.sh
 . "$(dirname "$0")/common.sh"
 host=${given[1]:?no host} libraries=${given[2]:?no folder of libraries}
 
-# How many lookups of a name the text in a file shows.
+# Counts the lookups of a name that a file shows.
 shown() { grep -c "getTypeByName(\"$1\")" "$2"; }  # NAME FILE
 
 # == Streams and statuses
@@ -34,7 +34,7 @@ done
 same 'what is left' '' "$(ls -A "$TMPDIR")$(ls core* 2>/dev/null)"
 python3 - "$trace" <<'PY' || fail 'the signal that ended the program is not the one that ends orva-trace'
 import signal, subprocess, sys
-# Also where who starts it has blocked that signal.
+# Even if the process that starts it has blocked that signal.
 ending = "import os, signal; signal.pthread_sigmask(signal.SIG_UNBLOCK, [15]); os.kill(os.getpid(), 15)"
 signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGTERM])
 done = subprocess.run([sys.argv[1], "--output", "tree", sys.executable, "-c", ending], capture_output=True)
@@ -44,7 +44,7 @@ PY
 (ulimit -S -c "$(ulimit -H -c)"; "$trace" --output tree sh -c 'ulimit -c 0; kill -SEGV $$' 2>errors)
 same 'core dumps of orva-trace' '' "$(ls core* 2>/dev/null)"
 (trap '' PIPE INT; "$trace" --output tree sh -c 'kill -PIPE $$; kill -INT $$; exit 5' 2>errors)
-same 'signals that were ignored stay ignored' 5 $?
+same 'the status after ignored signals' 5 $?
 
 # == How a program is found and started
 ln -s "$host" 'a host'
@@ -122,7 +122,7 @@ check 'a kept trace, slow calls' 0 '' --read kept --slower 100s
 same 'slow lookups' '0 0' "$(shown shop.Till output) $(shown shop.Cart output)"
 check 'a summary' 0 '' --read kept --summary
 grep -q shop.Till output || fail "the summary lacks the missed name: $(cat output)"
-# A name that is too long to be kept in place.
+# The name is too long for a std::string to store without an allocation.
 bare=$work/a_program_that_loads_no_class-loading_library
 cp "$(type -P true)" "$bare"
 none="orva-trace: no class-loading library was seen in '$bare'"
@@ -178,7 +178,7 @@ unshare -rm sh -c 'mount -t tmpfs -o size=64k none full && head -c 1M /dev/zero 
   TMPDIR=$PWD/full "$@"' sh "$trace" --output tree "$host" --ask shop.Till --end 3 >output 2>errors
 same 'records on a full disk' '3 shop.Till is not a type' "$? $(cat output)"
 
-# No process can make its file in the folder of the run.
+# No process can create its file in the folder of the run.
 # shellcheck disable=SC2016
 unshare -rm sh -c 'mount -t tmpfs -o nr_inodes=2 none full && TMPDIR=$PWD/full "$@"' sh \
   "$trace" --output tree "$host" --ask shop.Till --end 3 >output 2>errors
@@ -186,17 +186,17 @@ same 'records in a folder that takes no file' '3 shop.Till is not a type' "$? $(
 [[ $(cat errors) =~ ^"orva-trace: cannot make a file in '$work/full/orva-trace-"[^/]{6}"': No space left on device"$ ]] ||
   fail "records in a folder that takes no file: found <$(cat errors)>"
 
-# With very few, the dynamic linker cannot load orva-trace (error 24).
+# With very few descriptors, the dynamic linker cannot load orva-trace (error 24).
 for descriptors in 4 5 6 7 8; do
   (ulimit -n "$descriptors"; exec "$trace" --output tree "$host" --end 3) >output 2>errors
   status=$?
-  # Its own failure; or the dynamic linker's, for orva-trace or for the program.
+  # Either it runs, or it reports its own failure, or the dynamic linker fails for orva-trace or for the program.
   [[ $status == 3 || "$status $(cat errors)" == @('2 '*': Too many open files'|'127 '*'Error 24') ]] ||
     fail "$descriptors descriptors: found $status <$(cat errors)>"
   same "what is left with $descriptors descriptors" '' "$(ls -A "$TMPDIR")"
 done
 
-# Where the memory ends, reading ends with one line that says what helps, or there was enough.
+# When memory runs out, reading must end with one line that says what helps.
 "$trace" --keep long --output /dev/null "$host" --times 20000 >output
 exhausted=0
 for kilobytes in {8..48..4}000; do
@@ -231,7 +231,7 @@ for process in "$program" "$tracer"; do
   same "errors of --dump $process" '' "$(cat errors)"
   same "lookups in --dump $process" '1 1' "$(shown shop.Till dump) $(shown shop.Cart dump)"
 done
-# The same from its records, by whatever path they are named; a call that runs lasts until now.
+# --read shows the same, whatever path names the records; a call that still runs has lasted until now.
 ln -s records linked
 for folder in records linked "$TMPDIR"; do
   until "$trace" --read "$folder"/orva-trace-* --slower 1000s >dump 2>errors &&
@@ -240,7 +240,7 @@ for folder in records linked "$TMPDIR"; do
   done
   same "lookups in --read $folder" '0 1' "$(shown shop.Till dump) $(shown shop.Cart dump)"
 done
-# All at once; the last one is forgotten once another has ended the wait.
+# Several signals at once: once SIGTERM has ended the wait, orva-trace ignores SIGVTALRM.
 for signal in STOP INT QUIT TERM VTALRM CONT; do kill "-$signal" "$tracer"; done
 wait "$tracer"
 same 'SIGTERM while the program runs' 143 $?
@@ -249,7 +249,7 @@ same 'what SIGTERM leaves' '' "$(ls -A "$TMPDIR")"
 kill -0 "$program" || fail 'the program was ended'
 kill -KILL "$program"
 
-# All processes of a run, in the order of their starts, those that have ended too.
+# All processes of a run, in the order in which they started, including those that have ended.
 cat >family <<'SCRIPT'
 #!/bin/sh
 "$@" --ask shop.First
@@ -287,8 +287,7 @@ for signal in HUP USR1 USR2 ALRM VTALRM PROF IO PWR XCPU RTMIN RTMAX; do
   kill -KILL "$program"
 done
 
-# A call that the process did not live to end.
-# As nohup starts orva-trace, which the signal does not end.
+# The process is killed during a call. orva-trace is started as by nohup, so SIGHUP does not end it.
 env --ignore-signal=HUP "$trace" --keep killed --output tree "$host" --hang shop.Cart >hanging 2>errors &
 await hanging ready
 program=$(pgrep -P $!)
@@ -299,11 +298,11 @@ wait $! 2>/dev/null
 same 'a killed program, by its status' 137 $?
 for file in tree dump; do
   same "a call that was not ended, $file" 2 "$(grep -c 'had not ended when the process ended' "$file")"
-  grep -q '^  reading the registry had not ended' "$file" || fail "$file does not tell where the call was"
+  grep -q '^  reading the registry had not ended' "$file" || fail "$file does not say where the call was"
   "$trace" --read killed >dump
 done
 
-# An output that nobody reads: the program has ended, and orva-trace waits.
+# Nobody reads the output: the program has ended, and orva-trace waits to write.
 mkfifo unread
 exec {unread}<>unread
 head -c 64K /dev/zero >&"$unread"
@@ -322,12 +321,12 @@ for signal in INT QUIT TERM HUP; do
 done
 exec {unread}>&-
 
-# Whoever may write to the folder that is kept may write to that of a run.
+# The folder of a run has the same mode as the folder that is kept.
 mkdir -m 1777 shared
 "$trace" --keep shared --output tree "$host" --ask shop.Till
 same 'the mode of a run' 1777 "$(stat -c %a shared/orva-trace-*)"
 
-# A thread at the type table's lock, which another holds forever.
+# A thread waits for the type table's lock, which another holds forever.
 "$trace" --keep locked --output tree "$host" --hang 'List<shop.Cart>' >output 2>errors &
 tracer=$!
 until "$trace" --dump "$tracer" 2>errors | grep "waiting for the type table's lock .* still running after" >dump; do

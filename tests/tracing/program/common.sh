@@ -1,8 +1,8 @@
-# What the checks of orva-trace share: a folder to work in, and how a run is compared.
+# Shared by the checks of orva-trace: a folder to work in, and how to compare a run.
 # shellcheck shell=bash disable=SC2034
 set -uo pipefail
 : "${1:?usage: $0 ORVA_TRACE [HOST…]}"
-# The files that a check is given, found before it leaves the folder that their paths may begin in.
+# The arguments are resolved before the working folder changes, because they may be relative paths.
 given=()
 for file in "$@"; do
   given+=("$(realpath -e "$file")") || exit 2
@@ -24,7 +24,7 @@ same() {  # WHAT EXPECTED FOUND
   [[ $2 == "$3" ]] || fail "$1: expected <$2>, found <$3>"
 }
 
-# Runs orva-trace and compares its status and all of its errors; its standard output stays in `output`.
+# Runs orva-trace, and compares its status and its whole standard error; its standard output is left in `output`.
 check() {  # WHAT STATUS ERRORS WORD…
   local found
   timeout 60 "$trace" "${@:4}" >output 2>errors </dev/null
@@ -34,7 +34,7 @@ check() {  # WHAT STATUS ERRORS WORD…
   same "$1, what is left in TMPDIR" '' "$(ls -A "$TMPDIR")"
 }
 
-# Waits until a file holds a line, for as long as the machine needs.
+# Waits until a file contains a line, for as long as the machine needs.
 await() {  # FILE LINE
   until grep -qxF -- "$2" "$1" 2>/dev/null; do
     sleep 0.05

@@ -18,7 +18,7 @@ static std::string jsonOf(const std::vector<Trace>& traces) {
   return out.str();
 }
 
-/// Tells whether another program reads it as JSON.
+/// Tells whether another program can parse a text as JSON.
 static bool isValid(const std::string& json) {
   const std::string path = temporaryPath() + ".json";
   std::ofstream(path) << json;
@@ -64,7 +64,7 @@ TEST(ChromeTrace, HasALineForEachEvent) {
 )");
 }
 
-TEST(ChromeTrace, SaysHowAnEventThatDidNotEndCameToItsEnd) {
+TEST(ChromeTrace, SaysWhyAnEventDidNotEnd) {
   EventWriter writer;
   writer.begin(loadSource, 0).lock(1, notYet, notYet);
   const auto endings = [&](const Writers& writers, const std::string& ending) {
@@ -106,7 +106,7 @@ TEST(ChromeTrace, PutsProcessesOnOneTimeline) {
   }
 }
 
-TEST(ChromeTrace, SaysWhatIsNotThere) {
+TEST(ChromeTrace, SaysWhatIsMissing) {
   EventWriter cut(100);
   cut.program({"/bin/first", "/"}).header(offsetof(FileHeader, stopped), Stopped::limit);
   EventWriter unseen(200);
@@ -119,7 +119,7 @@ TEST(ChromeTrace, SaysWhatIsNotThere) {
       << json;
 }
 
-TEST(JsonText, EscapesWhatJsonOrAPageWouldRead) {
+TEST(JsonText, EscapesWhatJsonOrAPageWouldInterpret) {
   EXPECT_EQ(jsonText(""), "\"\"");
   EXPECT_EQ(jsonText("a\"b\\c"), R"("a\"b\\c")");
   EXPECT_EQ(jsonText(std::string_view("\0\n\x1F\x7F", 4)), R"("\u0000\u000a\u001f\u007f")");

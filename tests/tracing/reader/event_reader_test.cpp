@@ -1,4 +1,4 @@
-// Tests the reader on complete files, on those of processes that died, and on files that no recorder wrote.
+// Tests the reader on complete files, on files of processes that were killed, and on files that no recorder wrote.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -114,7 +114,7 @@ TEST(Reader, ReadsReturnsThatAreInFirstRecords) {
   EXPECT_EQ(native.inner[2].results.size(), 2U);
 }
 
-/// A call may have ended after the last record: others of its process were open until then.
+/// A call may have ended after the last record, so other calls of its process lasted at least until then.
 TEST(Reader, CountsEndsOfCallsAsTimesOfTheProcess) {
   EventWriter writer;
   writer.in(1).at(100).begin(getTypeByName, 0);
@@ -124,8 +124,8 @@ TEST(Reader, CountsEndsOfCallsAsTimesOfTheProcess) {
   EXPECT_EQ(trace.threads.at(0).events.at(0).duration, 600U);
 }
 
-/// A lock that was refused is still open when the call around it has returned.
-TEST(Reader, LeavesWhatIsOpenInCallsThatReturned) {
+/// A lock that failed is still open when the call around it returns.
+TEST(Reader, AbandonsWhatIsOpenInCallsThatReturned) {
   EventWriter writer;
   writer.at(100).begin(getTypeByName, 0).at(110).complete(loadSource, 1, 500);
   writer.at(150).lock(2, notYet, notYet).at(160).begin(loadClass, 2);
@@ -134,8 +134,8 @@ TEST(Reader, LeavesWhatIsOpenInCallsThatReturned) {
             "[SystemClassLoader.loadClass!]]");
 }
 
-/// What a call did last may not be in the part of the file that was read.
-TEST(Reader, TakesCallsThatReturnedWhileTheFileWasReadForRunning) {
+/// The last events of a call may not be in the part of the file that was read.
+TEST(Reader, ShowsCallsThatReturnedWhileTheFileWasReadAsRunning) {
   EventWriter writer;
   writer.at(100).complete(getTypeByName, 0, 900, Payload().pointer(9)).at(150).scanBegins(1);
   const Event native = traceOf(writer, {EventWriter::startTime + 500, {4711}}).threads.at(0).events.at(0);
@@ -146,8 +146,8 @@ TEST(Reader, TakesCallsThatReturnedWhileTheFileWasReadForRunning) {
             Ending::returned);
 }
 
-/// A scan that goes on is seen; the record of its end takes its place.
-TEST(Reader, ReplacesAScanThatBeganByItsEnd) {
+/// A running scan is shown until the record of its end replaces it.
+TEST(Reader, ReplacesARunningScanByItsEnd) {
   EventWriter writer;
   writer.at(100).begin(getTypeByName, 0).at(150).scanBegins(1);
   EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?[scan?]");
@@ -155,7 +155,7 @@ TEST(Reader, ReplacesAScanThatBeganByItsEnd) {
   EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?[scan]");
 }
 
-/// The read of the registry that failed, or was left, is shown by what followed.
+/// If reading the registry failed or was abandoned, the following events show it.
 TEST(Reader, DropsAScanWithoutAnEnd) {
   EventWriter writer;
   writer.at(100).complete(getTypeByName, 0, 900).at(150).scanBegins(1);
@@ -174,14 +174,14 @@ TEST(Reader, ReadsLocksThatAreAwaitedOrHeld) {
     EXPECT_EQ(lock.duration, 100U);
     EXPECT_EQ(lock.lock.waited, waited == notYet ? 100U : 30U);
     EXPECT_EQ(lock.lock.isAwaited, waited == notYet);
-    // A refused lock is not shown, whether the native goes on or ends.
+    // A lock that failed is not shown, whether the native continues or ends.
     EXPECT_EQ(shapeOf(EventWriter(atLock).begin(loadClass, 1)),
               "ClassLoader.getTypeByName?[SystemClassLoader.loadClass?]");
     EXPECT_EQ(shapeOf(EventWriter(atLock).returned(getTypeByName, 0)), "ClassLoader.getTypeByName");
   }
 }
 
-TEST(Reader, TellsWhatWasThrown) {
+TEST(Reader, ReadsWhatWasThrown) {
   const auto thrown = [](const Payload& type) {
     EventWriter writer;
     writer.begin(loadSource, 0).at(9).threw(loadSource, 0, type);
@@ -215,7 +215,7 @@ TEST(Reader, KeepsThreadsApart) {
   EXPECT_EQ(shapeOf(trace.threads[1].events), "SystemClassLoader.loadClass");
 }
 
-TEST(Reader, TakesTheProcessOfTheHeaderForThreadsWithoutARecord) {
+TEST(Reader, UsesTheProcessOfTheHeaderForThreadsWithoutARecord) {
   EXPECT_EQ(traceOf(EventWriter(12, 11).begin(loadClass, 0)).threads.at(0).process, 12U);
 }
 
@@ -262,14 +262,14 @@ TEST(Reader, DropsEndsWithoutABeginning) {
   EventWriter writer;
   writer.returned(loadSource, 1).threw(getTypeByName, 0);
   EXPECT_EQ(shapeOf(writer), "");
-  // Neither of another call at the same depth, nor of the same call at another depth.
+  // Ends of another call at the same depth, and of the same call at another depth.
   writer.begin(getTypeByName, 0).returned(loadClass, 0).returned(getTypeByName, 1);
   EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?");
   writer.returned(getTypeByName, 0);
   EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName");
 }
 
-TEST(Reader, TakesCallsWithoutAnEndForLeft) {
+TEST(Reader, TreatsCallsWithoutAnEndAsAbandoned) {
   EventWriter writer;
   writer.begin(getTypeByName, 0).begin(loadSource, 1).begin(loadClass, 2).at(7).returned(getTypeByName, 0);
   EXPECT_EQ(shapeOf(writer),
@@ -278,7 +278,7 @@ TEST(Reader, TakesCallsWithoutAnEndForLeft) {
   EXPECT_EQ(shapeOf(writer).substr(97), " SystemClassLoader.loadClass! SystemClassLoader.loadClass!");
 }
 
-TEST(Reader, PutsACallWithoutItsCallerWhereItCan) {
+TEST(Reader, NestsACallWithoutItsCallerWhereItCan) {
   EventWriter writer;
   writer.begin(loadSource, 3)
       .begin(getTypeByName, 4)
@@ -299,7 +299,7 @@ TEST(Reader, SkipsWhatWasNotFinished) {
   EXPECT_EQ(traceOf(writer).lost, 3U);
 }
 
-TEST(Reader, DoesNotMissWhatWasClaimedBeyondTheLimit) {
+TEST(Reader, DoesNotCountWhatWasClaimedBeyondTheLimitAsLost) {
   EventWriter writer;
   writer.begin(getTypeByName, 0).unwritten(64);
   writer.header(offsetof(FileHeader, end), std::uint64_t{1} << 40);
@@ -330,7 +330,7 @@ TEST(Reader, ReadsATruncatedFileAsFarAsItGoes) {
   for (std::size_t size = first + 1; size < whole.size(); ++size) {
     writer.bytes = whole.substr(0, size);
     EXPECT_EQ(shapeOf(writer), "ClassLoader.getTypeByName?") << size;
-    // The file of a program that runs may have grown since its size was read.
+    // The file of a running program may have grown since its size was read.
     EXPECT_EQ(traceOf(writer).lost, 1U) << size;
     EXPECT_EQ(traceOf(writer).damagedFrom, 0U) << size;
     writer.header(offsetof(FileHeader, reserved), std::uint64_t{whole.size()});
@@ -339,7 +339,7 @@ TEST(Reader, ReadsATruncatedFileAsFarAsItGoes) {
   }
 }
 
-TEST(Reader, StopsWhereASizeIsNone) {
+TEST(Reader, StopsAtAnInvalidSize) {
   for (const std::uint32_t size : {8U, 23U, 28U, 0xFFFFFFF8U}) {
     EventWriter writer;
     writer.begin(getTypeByName, 0);
@@ -360,7 +360,7 @@ TEST(Reader, IgnoresCallsAndKindsThatItDoesNotKnow) {
   EXPECT_EQ(traceOf(writer).lost, 1U);
 }
 
-TEST(Reader, KeepsValuesUpToOneThatNoRecorderWrites) {
+TEST(Reader, KeepsValuesBeforeAnInvalidOne) {
   const auto valuesBefore = [](const StoredValue& bad) {
     EventWriter writer;
     writer.begin(getTypeByName, 0, Payload().text("kept").raw(bad).raw(std::uint64_t{0}).text("beyond"));
@@ -372,7 +372,7 @@ TEST(Reader, KeepsValuesUpToOneThatNoRecorderWrites) {
   EXPECT_EQ(valuesBefore({StoredKind::text, 0, 0, 0xFFFFFFFF}), 1U);
 }
 
-TEST(Reader, TakesNothingButTextsIntoAList) {
+TEST(Reader, KeepsOnlyTextsInAList) {
   EventWriter writer;
   Payload list = Payload().list(9, {"a", "b"});
   const std::uint16_t three = 3;
@@ -386,7 +386,7 @@ TEST(Reader, TakesNothingButTextsIntoAList) {
   EXPECT_EQ(values[2].text, "c");
 }
 
-TEST(Reader, RefusesWhatIsNoFileOfEvents) {
+TEST(Reader, RefusesWhatIsNotAFileOfEvents) {
   const auto refusal = [](const std::string& path) -> std::string {
     try {
       readTrace(path);
@@ -426,7 +426,7 @@ TEST(Reader, RefusesWhatIsNoFileOfEvents) {
             "'" + path + "' has version 3 of the events, not 2: use the orva-trace that recorded it");
 }
 
-/// Calls in each other, and in the innermost one a reading of the registry.
+/// Nested calls, the innermost of which reads the registry.
 static Trace nested(std::uint16_t count) {
   EventWriter writer;
   for (std::uint16_t depth = 0; depth < count; ++depth) writer.begin(loadClass, depth, Payload().null().text("Cart"));
@@ -511,7 +511,7 @@ TEST(Reader, SurvivesAnyBytes) {
     const std::size_t first = round % 4 == 0 ? 0 : sizeof(FileHeader);
     for (std::size_t changes = 1 + below(12); changes > 0; --changes) {
       const std::size_t at = first + below(writer.bytes.size() - first);
-      // Small numbers, and those at the edges, are read as sizes, kinds and depths more often than others.
+      // Small numbers and extreme ones are more interesting as sizes, kinds and depths.
       const std::size_t byte = below(3) == 0 ? below(256) : below(2) == 0 ? below(16) : 255;
       writer.bytes[at] = static_cast<char>(byte);
     }

@@ -81,7 +81,7 @@ TEST(Filters, KeepNativesByDuration) {
 
 TEST(Filters, AskAllOfTheSameNative) {
   EXPECT_EQ(keptBy({{loadClass}, "shop.Item", 0}), "1");
-  // The text is around that native, or the time is another's.
+  // The text is outside of that native, or the time is another's.
   EXPECT_EQ(keptBy({{loadClass}, "shop.Cart", 0}), "");
   EXPECT_EQ(keptBy({{loadClass}, "", 501}), "");
   EXPECT_EQ(keptBy({{loadClass}, "", 500}), "1");

@@ -1,4 +1,4 @@
-// Tests where the summary says that the time went.
+// Tests what the summary says about where the time went.
 #include "tracing/reader/summary.h"
 
 #include <gtest/gtest.h>

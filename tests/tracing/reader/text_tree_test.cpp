@@ -1,4 +1,4 @@
-// What people read of a trace.
+// Tests the text that people read.
 #include "tracing/reader/text_tree.h"
 
 #include <gtest/gtest.h>
@@ -182,7 +182,7 @@ TEST(TextTree, ExplainsNestedNativesInTheirPlace) {
 )");
 }
 
-TEST(TextTree, ShowsTheEndsOfALongRowOfCalls) {
+TEST(TextTree, ShowsBothEndsOfALongRowOfCalls) {
   const auto item = CallId::orva_collections_ArrayList_operator_index;
   const auto shown = [&](std::int64_t count) {
     EventWriter writer;
@@ -206,7 +206,7 @@ TEST(TextTree, ShowsTheEndsOfALongRowOfCalls) {
   EXPECT_EQ(linesOf(shown(8)).size(), 10U);
 }
 
-TEST(TextTree, ShowsEachCallOfARowThatTellsMore) {
+TEST(TextTree, ShowsEachCallOfARowThatDiffers) {
   EventWriter writer;
   writer.begin(loadClass, 0);
   for (int i = 0; i < 9; ++i) writer.begin(loadSource, 1).lock(2, 0, 0).returned(loadSource, 1);
@@ -228,7 +228,7 @@ TEST(TextTree, NeverLeavesAFailureOutOfARow) {
   EXPECT_NE(tree.find("threw something that is not a C++ exception"), std::string::npos);
 }
 
-TEST(TextTree, EscapesWhatWouldSteerATerminal) {
+TEST(TextTree, EscapesWhatWouldControlATerminal) {
   EventWriter writer;
   const std::string bad = "\x1B[2J\n\xFF\u202E";
   const std::string shown = R"(\x1B[2J\n\xFF\u202E)";
@@ -268,7 +268,7 @@ TEST(TextTree, FitsIntoItsColumns) {
   }
 }
 
-TEST(TextTree, ColoursNothingButWhatIsAskedFor) {
+TEST(TextTree, UsesColoursOnlyOnRequest) {
   const EventWriter writer = everyKindOfRecord();
   const std::string coloured = treeOf(writer, {80, true});
   EXPECT_NE(coloured.find("\x1B[1mClassLoader.getTypeByName\x1B[0m(\"Box<Cart>\") "), std::string::npos) << coloured;

@@ -1,4 +1,4 @@
-// Traces for the reader's tests. The sentences are placeholders, because other tests check which one a native gets.
+// Traces for the reader's tests. Their sentences are placeholders; other tests check which one each native gets.
 #include "tests/tracing/reader/traces.h"
 
 #include "tests/scripted_host/temporary_folder.h"

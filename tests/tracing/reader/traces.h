@@ -8,7 +8,7 @@
 
 namespace orva::tracing {
 
-// The calls that most traces of the tests are made of.
+// The calls in most traces of the tests.
 constexpr auto getTypeByName = CallId::orva_ClassLoader_getTypeByName;
 constexpr auto getSystem = CallId::orva_ClassLoader_getSystem;
 constexpr auto loadClass = CallId::orva_SystemClassLoader_loadClass;
@@ -17,7 +17,7 @@ constexpr auto loadSource = CallId::Compiler_ensureSourceLoadedInActiveJit;
 /// A path in a folder of this process, which is removed when it ends.
 std::string temporaryPath();
 
-/// What the reader makes of a file.
+/// Reads the file that a writer saves.
 Trace traceOf(const EventWriter& writer, const Writers& writers = {});
 
 /// A trace with each kind of record and of value in it.

@@ -10,25 +10,25 @@ audit=$2/liborva-trace-audit.so
 programs=$3
 library=$4
 events=$work/events
-# Sets the variables only for the program, in place of inherited ones.
+# Sets the variables for the program only, instead of inherited ones.
 traced=(env "LD_AUDIT=$audit" "LD_PRELOAD=$recorder" "ORVA_TRACE_FOLDER=$events")
 export LD_LIBRARY_PATH=$programs
 
-# Its output and its status, as text.
+# Prints a command's output and its status.
 outcome() {  # COMMAND…
   local status=0
-  # Without what this shell says of a signal.
+  # Hides what this shell prints about a signal.
   { "$@" 2>&1 || status=$?; } 2>/dev/null
   echo "status $status"
 }
 
-# The records without what differs from run to run, in $work/records.
+# Writes the records to $work/records, without what differs from run to run.
 dump() {
   "$root/tests/tracing/dump_events.py" "$events"/*.events |
     sed -E 's/process=[0-9]+ parent=[0-9]+/process/; s/ process=[0-9]+/ process/; /^0 0 program/d' >"$work/records"
 }
 
-# Plays scenes both ways, and leaves the records in $work/records.
+# Plays scenes with and without the tracer, and writes the records to $work/records.
 play() {  # PROGRAM SCENE…
   rm -rf "$events"
   mkdir "$events"
@@ -38,9 +38,9 @@ play() {  # PROGRAM SCENE…
   dump
 }
 
-recorded() {  # WHAT; expects the records that standard input has
+recorded() {  # WHAT; expects the records on standard input
   cat >"$work/expected"
-  same "$1: other records" "$work/expected" "$work/records"
+  same "$1: the records differ" "$work/expected" "$work/records"
 }
 
 header() { echo 'header process limit=268435456 stopped=0 error=0 attached=1 unseen=0 threads='"$1"; }
@@ -57,7 +57,8 @@ RECORDS
 
 thread() { echo "$1 0 thread process \"scenes_$2\""; }  # NUMBER PROGRAM
 
-# However a symbol is bound: by the procedure linkage table, lazily or at the start, by dlsym, by an address.
+# Calls are recorded however a symbol is bound: by the procedure linkage table, lazily or at the start, by dlsym, or by
+# an address.
 bindings() {
   local program bind
   for program in lazy now fixed no_plt; do
@@ -89,12 +90,12 @@ exceptions() {
   recorded 'exceptions' <"$root/tests/tracing/recorder/exceptions.txt"
 
   play lazy uncaught
-  grep -q 'nobody catches this' "$work/traced" || fail "the scene 'uncaught' does not end by its exception"
+  grep -q 'nobody catches this' "$work/traced" || fail "the scene 'uncaught' does not end with its exception"
   ! grep destroyed "$work/traced" || fail 'an uncaught exception unwinds the stack'
   { header 1; thread 1 lazy; load 1 thrower | head -2; } | recorded 'an uncaught exception'
 }
 
-# Calls that end other than by returning or by a C++ exception.
+# Calls that end without a return or a C++ exception.
 endings() {
   play lazy end-threads
   {
@@ -130,14 +131,14 @@ endings() {
   } | recorded 'a jump, then an exception'
 }
 
-# Counts the records that have a text.
+# Counts the records that contain a text.
 count() { grep -cF -- "$1" "$work/records" || true; }
 
 expect_count() {  # NUMBER TEXT
-  [[ $(count "$2") == "$1" ]] || fail "$(count "$2") records have '$2', not $1"
+  [[ $(count "$2") == "$1" ]] || fail "$(count "$2") records contain '$2', expected $1"
 }
 
-# What is recorded of the children of a program.
+# What is recorded of a program's child processes.
 forks() {
   # The child ends no call that its parent began.
   play lazy fork
@@ -174,12 +175,12 @@ forks() {
   } | recorded 'one process alone'
 }
 
-# What programs do to themselves.
+# Programs that exit, call exec, fork, or close all files.
 processes() {
   play lazy exit
   { header 1; thread 1 lazy; load 1 'before the end'; } | recorded '_exit'
 
-  # Each program that a process ran has its own file.
+  # Each program that a process runs has its own file.
   play lazy exec
   {
     header 1
@@ -202,18 +203,19 @@ processes() {
   grep -qx '1 1' "$work/traced" || fail 'a native changes errno'
 }
 
-# Eight threads at once: every record is whole, and every thread's are in their order.
+# Eight threads at once: every record is complete, and each thread's records are in order.
 threads() {
   play lazy threads
   local number thread
   for number in 0 1 2 3 4 5 6 7; do expect_count 6250 "\"thread $number\""; done
   expect_count 25000 'returned Orva_typeByName pointer'
   header 8 | same threads - <(head -1 "$work/records")
-  # A thread is either in no call, or in one at its depth.
+  # The depth of each begin and end must match the number of the thread's open calls.
   awk '/^[1-8] / && $3 != "thread" { if ($3 == "begin") ok = depth[$1]++ == $2; else ok = --depth[$1] == $2
-                                     if (!ok) { print; exit 1 } }' "$work/records" || fail 'out of order'
+                                     if (!ok) { print; exit 1 } }' "$work/records" ||
+    fail 'the records are out of order'
 
-  # Killed in the middle, at most the records that were being written are not there.
+  # If the process is killed, only the records that were being written may be missing.
   rm -rf "$events"
   mkdir "$events"
   outcome "${traced[@]}" "$programs/scenes_lazy" kill >"$work/traced" 2>&1
@@ -228,24 +230,24 @@ threads() {
 handlers() {
   rm -rf "$events"
   mkdir "$events"
-  "${traced[@]}" "$programs/scenes_lazy" handler 2>"$work/handled" >/dev/null || fail 'the scene fails'
+  "${traced[@]}" "$programs/scenes_lazy" handler 2>"$work/handled" >/dev/null || fail "the scene 'handler' fails"
   dump
   local missed recorded
   missed=$(sed -nE '1s/.* missed=([0-9]+)$/\1/p' "$work/records")
   recorded=$(count 'begin orva_ClassLoader_objectAbiVersion')
-  [[ ${missed:-0} -gt 0 ]] || fail 'no signal came while the recorder was at work'
+  [[ ${missed:-0} -gt 0 ]] || fail 'no signal interrupted the recorder'
   [[ $((missed + recorded)) == "$(cat "$work/handled")" ]] ||
     fail "of $(cat "$work/handled") natives, $recorded are recorded and $missed missed"
 }
 
-# When the file cannot grow, the trace ends and says why; the program goes on.
+# When the file cannot grow, the trace ends and says why; the program continues.
 room() {
   play lazy limit
   grep -q 'still there' "$work/traced" || fail 'the program ended at its limit of file sizes'
   grep -q '^header .* stopped=2 error=27 ' "$work/records" || fail "RLIMIT_FSIZE: $(head -1 "$work/records")"
   [[ $(count often) -ge 1000 ]] || fail "only $(count often) records were written below RLIMIT_FSIZE"
 
-  # A native whose calls found no room has no end either.
+  # If there is no space for a native's calls, its end is not recorded either.
   for ORVA_TRACE_LIMIT in {100000..100144..16}; do
     export ORVA_TRACE_LIMIT
     play lazy often
@@ -260,7 +262,7 @@ room() {
   [[ $(stat -c %s "$events"/*) -le 100000 ]] || fail 'the file is longer than its limit'
   [[ $(count often) -ge 1000 ]] || fail "only $(count often) records were written below the limit"
 
-  # A part of the address space that the program has left, at least 1 MiB.
+  # Only a part of the program's remaining address space is mapped, but at least 1 MiB.
   rm -rf "$events"
   mkdir "$events"
   (ulimit -v 400000; outcome "${traced[@]}" "$programs/scenes_lazy" exit) >"$work/traced" 2>&1
@@ -296,7 +298,7 @@ second_library() {
   { header 1 | sed 's/unseen=0/unseen=1/'; thread 1 lazy; load 1 'in the first'; } | recorded 'a second library'
 }
 
-# A library and a host of another standard library: its strings look different, and so do its symbols.
+# A library and a host with another standard library, whose strings have another layout, and whose symbols differ.
 other_library() {  # COMPILER…
   local compile=("$@" -std=c++17 -fPIC -fvisibility=hidden "-I$root") library=$work/liborva-classloader.so.0.1
   require "${compile[0]}"

@@ -1,4 +1,4 @@
-// An object that a program loads while it runs, and that calls a native.
+// A shared object that a program loads while it runs, and that calls a native.
 #include "classloader/natives.h"
 
 extern "C" ORVA_EXPORT void callFromPlugin();

@@ -1,4 +1,4 @@
-// A host that plays one scene after another: how natives are reached, and how calls can end. What a scene prints is the
+// A host that plays one scene after another: ways to reach natives, and ways in which calls end. A scene prints the
 // same with and without the tracer.
 #include <dlfcn.h>
 #include <pthread.h>
@@ -32,7 +32,7 @@
 #include "runtime_api/reflection.h"
 #include "runtime_api/runtime.h"
 
-// == The neighbours: what a scene wants of them. The plain host defines the others.
+// == The neighbours that scenes change. The plain host defines the others.
 
 static thread_local std::function<void()> whenAsked;  // what Orva_typeByName does before it answers
 static char object;
@@ -260,7 +260,7 @@ static void jumpThenThrow() {
 
 // == What else programs do
 
-static constexpr int someCalls = 5000;  // more than the first room of a file
+static constexpr int someCalls = 5000;  // more than fit into the first part of a file
 
 static void callOften() {
   for (int i = 0; i < someCalls; ++i) load("often");
