@@ -276,11 +276,6 @@ TEST_F(PackageLoading, LinksThatLeadToNoFileAreSkippedWithoutAnError) {
   expectLoaded("p", {first, last});
 }
 
-TEST_F(PackageLoading, AnEmptyFolderStillAsksForTheContext) {
-  files.folder("p");
-  expectLoaded("p", {});
-}
-
 TEST_F(PackageLoading, ManySourcesAreAllLoaded) {
   Lines expected;
   for (int number = 1000; number < 1200; ++number) {

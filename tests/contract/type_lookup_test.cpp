@@ -108,13 +108,6 @@ TEST_F(TypeLookup, OnceALoadHasRegisteredTheTypeItIsNotLoadedAgain) {
   EXPECT_CALLS(scan(1), typeByName("Foo"));
 }
 
-TEST_F(TypeLookup, AClassWithoutASourceLoadsNothing) {
-  host().sourceFileForClass.next(returns(std::string()));
-  host().typeByName.next(returns(static_cast<void*>(nullptr)));
-  EXPECT_EQ(nullptr, lookUp("app.Foo"));
-  EXPECT_CALLS(scan(0), contextCall, searched("app.Foo"), typeByName("app.Foo"));
-}
-
 TEST_F(TypeLookup, APlainNameIsNeitherTrimmedNorCompacted) {
   host().registry = {{"Foo", "app.Foo"}};
   host().sourceFileForClass.always(returns(std::string()));
@@ -201,15 +194,7 @@ TEST_F(TypeLookup, ALookupAllocatesTwiceHoweverManyTypesThereAre) {
 
 // Generic names.
 
-TEST_F(TypeLookup, AReadyInstanceIsFoundByEachOfItsFourNames) {
-  for (int number = 1; number <= 4; ++number) {
-    const auto nameOf = [number](int place) { return place == number ? std::string("Box<a.B>") : unrelatedName; };
-    gTypes = {typeRecord(nameOf(1), nameOf(2), nameOf(3), nameOf(4))};
-    expectFound("Box<a.B>");
-  }
-}
-
-TEST_F(TypeLookup, NamesAreComparedInTheirOrderUntilOneIsEqual) {
+TEST_F(TypeLookup, AReadyInstanceIsFoundByEachNameInTheirOrder) {
   const std::string name = "Box<a.B>";
   const int namesBefore[] = {0, 2, 3, 0, 1};
   const system_calls::Scope scope;
@@ -305,8 +290,6 @@ TEST_F(TypeLookup, ARecordThatIsNotReadyIsIgnored) {
   gTypes.push_back({"", "", "Box<A>", "", token(0), {nullptr}});
   expectFound("Box<A>");
 }
-
-TEST_F(TypeLookup, AnEmptyTableHasTheCompilerMaterialize) { expectMaterialized("Box<A>"); }
 
 TEST_F(TypeLookup, TheOrderOfTheBracketsDoesNotMatter) {
   for (const char* name : {"Box<A>", "><", "a>b<c", "<>"}) expectMaterialized(name);
@@ -439,13 +422,6 @@ TEST_F(TypeLookup, TheTableIsReadOnlyUnderItsMutex) {
   expectFound("Box<A>");
   host().onLocked.always([] { gTypes = {typeRecord("", "", "", "Box<B>")}; });
   expectMaterialized("Box<A>");
-}
-
-TEST_F(TypeLookup, APlainNameTakesNoLock) {
-  host().registry = {{"Foo", "app.Foo"}};
-  host().lockMutex.always(returns(EDEADLK));
-  EXPECT_EQ(token(7), lookUp("Foo"));
-  EXPECT_CALLS(scan(1), typeByName("Foo"));
 }
 
 TEST_F(TypeLookup, AFailingLockIsRaisedAndNotUnlocked) {

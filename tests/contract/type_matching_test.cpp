@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "classloader/type_names.h"
 #include "tests/scripted_host/allocations.h"
@@ -23,6 +24,7 @@ class ReflectedTypeMatch : public HostTest {};
 
 using Match = std::optional<std::string>;
 static const Match noMatch;
+static const char* const ambiguous = "Ambiguous plugin entry type 'Map'; use its fully qualified name";
 
 TEST_F(CompactTypeName, DropsEveryBlankWhereverItIs) {
   EXPECT_EQ("Map<a.B,c.D>", compactTypeName(" Map < a.B ,\tc.D\n>\r\v\f "));
@@ -135,12 +137,10 @@ TEST_F(ReflectedTypeMatch, AnUnqualifiedNameMatchesTheTailOfTheFullName) {
 
 TEST_F(ReflectedTypeMatch, OnlyTheTextAfterTheLastDotIsTheTail) {
   host().registry = {{"x", "app.util.Foo"}};
-  EXPECT_EQ(noMatch, reflectedTypeMatch("util"));
-  EXPECT_EQ(noMatch, reflectedTypeMatch("oo"));
-  EXPECT_EQ(noMatch, reflectedTypeMatch("Fo"));
-  EXPECT_EQ(noMatch, reflectedTypeMatch("Fooo"));
-  EXPECT_EQ(noMatch, reflectedTypeMatch("app"));
-  EXPECT_CALLS(scan(1), scan(1), scan(1), scan(1), scan(1));
+  for (const char* name : {"util", "oo", "Fo", "Fooo", "app"}) {
+    EXPECT_EQ(noMatch, reflectedTypeMatch(name)) << name;
+    EXPECT_CALLS(scan(1));
+  }
 }
 
 TEST_F(ReflectedTypeMatch, AFullNameWithoutADotIsItsOwnTail) {
@@ -238,40 +238,25 @@ TEST_F(ReflectedTypeMatch, AShortNameAndAnEqualFullNameResolveAlike) {
 }
 
 TEST_F(ReflectedTypeMatch, DifferentTypesOfOneShortNameAreAmbiguous) {
-  host().registry = {{"Map", "app.Map"}, {"Map", "lib.Map"}};
-  EXPECT_THROWS_TEXT(reflectedTypeMatch("Map"), std::runtime_error,
-                     "Ambiguous plugin entry type 'Map'; use its fully qualified name");
-  EXPECT_CALLS(scan(2));
-  EXPECT_EQ(Match("lib.Map"), reflectedTypeMatch("lib.Map"));
-  EXPECT_CALLS(scan(2));
-}
-
-TEST_F(ReflectedTypeMatch, ResolvedNamesOfOneLengthOrOneBeginningDiffer) {
-  host().registry = {{"Map", "app.Map"}, {"Map", "app.Mapp"}};
-  EXPECT_THROWS_TEXT(reflectedTypeMatch("Map"), std::runtime_error,
-                     "Ambiguous plugin entry type 'Map'; use its fully qualified name");
-  EXPECT_CALLS(scan(2));
-}
-
-TEST_F(ReflectedTypeMatch, TheScanEndsAtTheAmbiguity) {
-  host().registry = {{"Map", "app.Map"}, {"M", "lib.Map"}, {"Map", "third.Map"}};
-  EXPECT_THROWS_TEXT(reflectedTypeMatch("Map"), std::runtime_error,
-                     "Ambiguous plugin entry type 'Map'; use its fully qualified name");
-  EXPECT_CALLS(scan(2));
-}
-
-TEST_F(ReflectedTypeMatch, AShortNameDoesNotTakePrecedenceOverATail) {
-  host().registry = {{"M", "lib.Map"}, {"Map", "app.Other"}};
-  EXPECT_THROWS_TEXT(reflectedTypeMatch("Map"), std::runtime_error,
-                     "Ambiguous plugin entry type 'Map'; use its fully qualified name");
-  EXPECT_CALLS(scan(2));
+  const std::vector<std::vector<Entry>> registries{{{"Map", "app.Map"}, {"Map", "lib.Map"}},
+                                                   {{"Map", "app.Map"}, {"Map", "app.Mapp"}},
+                                                   // A short name does not take precedence over a tail.
+                                                   {{"M", "lib.Map"}, {"Map", "app.Other"}},
+                                                   // The scan ends at the ambiguity.
+                                                   {{"Map", "app.Map"}, {"M", "lib.Map"}, {"Map", "third.Map"}}};
+  for (const std::vector<Entry>& registry : registries) {
+    host().registry = registry;
+    EXPECT_THROWS_TEXT(reflectedTypeMatch("Map"), std::runtime_error, ambiguous);
+    EXPECT_CALLS(scan(2));
+  }
 }
 
 TEST_F(ReflectedTypeMatch, AnAmbiguityIsSeenAfterEqualMatches) {
   host().registry = {{"Map", "a.Map"}, {"x", "a.x"}, {"Map", "a.Map"}, {"Map", "b.Map"}, {"Map", "a.Map"}};
-  EXPECT_THROWS_TEXT(reflectedTypeMatch("Map"), std::runtime_error,
-                     "Ambiguous plugin entry type 'Map'; use its fully qualified name");
+  EXPECT_THROWS_TEXT(reflectedTypeMatch("Map"), std::runtime_error, ambiguous);
   EXPECT_CALLS(scan(4));
+  EXPECT_EQ(Match("b.Map"), reflectedTypeMatch("b.Map"));
+  EXPECT_CALLS(scan(5));
 }
 
 TEST_F(ReflectedTypeMatch, EntriesRegisteredDuringTheScanAreNotExamined) {
