@@ -58,6 +58,20 @@ CALLS = {
 # Places that concern calls only, so that data need not appear there.
 CALLED_ONLY = ("tests/properties", "tests/contract", "tracing/calls")
 
+# A page, what it says with a number, and the source that defines this number.
+CONSTANTS_ON_PAGES = [
+    ("docs/failure-matrix.md", "with {} bytes", "tests/faults/fault.cpp", r"longText = ([\d']+);"),
+    ("docs/testing.md", "more than {} small ones", "tests/properties/small_worlds.h", r"fewestSmallWorlds = ([\d']+);"),
+    ("docs/testing.md", "and {} large random ones", "tests/properties/random_worlds_test.cpp",
+     r"worldCount = ([\d']+);"),
+    ("docs/testing.md", "by more than {} %", "benchmarks/instructions/count.sh", r"^most_percent=(\d+)"),
+    ("docs/testing.md", "at least {} % of", "tests/tracing/explained_hosts/check_host.py", r'\["Slow"\]\) < (\d+)'),
+    ("docs/testing.md", "below {} % of lines", "tests/coverage/table.awk", r'check\("lines", (\d+)\)'),
+    ("docs/testing.md", "or {} % of branches", "tests/coverage/table.awk", r'check\("branches", (\d+)\)'),
+    ("docs/diagnosis.md", "of {} rows each", "tracing/reader/summary.cpp", r"mostRows = (\d+);"),
+    ("docs/trace-sentences.md", "more than {} deep", "tracing/reader/trace.h", r"deepestNesting = (\d+);"),
+]
+
 NUMBER_OF_NATIVES = re.compile(r"\b(eight|nine|ten|eleven|twelve)\s+(C\s+)?(natives|functions|exported)", re.I)
 
 
@@ -108,11 +122,6 @@ def neighbours():
                          "operation": operations.get(name, "none")}, places
 
 
-def constant(name, file):
-    """A number as a source defines it, and as a page writes it."""
-    return re.search(rf"\b{name} = ([\d']+);", text_of(file))[1].replace("'", ",")
-
-
 def counts():
     """Yields each page, a number that it must show, and the source of the number."""
     page = text_of("docs/failure-matrix.md")
@@ -123,12 +132,10 @@ def counts():
     yield "README.md", f"of {cases} cases", "docs/failure-matrix.md"
     yield "docs/testing.md", f"On each of {paths} paths", "docs/failure-matrix.md"
     yield "docs/testing.md", f": {schedules:,} schedules", "tests/interleavings"
-    long_text = constant("longText", "tests/faults/fault.cpp")
-    yield "docs/failure-matrix.md", f"with {long_text} bytes", "tests/faults/fault.cpp"
-    small = constant("fewestSmallWorlds", "tests/properties/small_worlds.h")
-    random = constant("worldCount", "tests/properties/random_worlds_test.cpp")
-    yield "docs/testing.md", f"more than {small} small ones", "tests/properties"
-    yield "docs/testing.md", f"and {random} large random ones", "tests/properties"
+    for page, sentence, file, pattern in CONSTANTS_ON_PAGES:
+        found = re.search(pattern, text_of(file), re.M)
+        number = format(int(found[1].replace("'", "")), ",") if found else f"(nothing fits {pattern})"
+        yield page, sentence.format(number), file
     checks = len(re.findall(r'\.(?:required|advised)\(\s*"', text_of("host_contract/checks/*.cpp")))
     yield "README.md", f"a kit of {checks} named checks", "host_contract/checks"
 
