@@ -16,7 +16,10 @@ expect() {  # NAME EXPECTED FOUND
   [ "$2" = "$3" ] || fail "$1: expected <$2>, found <$3>"
 }
 
-# Runs a command with a library preloaded; AddressSanitizer would otherwise insist on being loaded first.
+# AddressSanitizer insists on being loaded first, unless it is told not to.
+any_link_order="ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}"
+
+# Runs a command with a library preloaded.
 with_library() {  # LIBRARY COMMAND…
-  env "LD_PRELOAD=$1" "ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-}" "${@:2}"
+  env "LD_PRELOAD=$1" "$any_link_order" "${@:2}"
 }
