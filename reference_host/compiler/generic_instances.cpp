@@ -131,7 +131,8 @@ std::optional<GenericInstance> GenericInstances::materializeHere(const std::stri
   if (!areKnown) return std::nullopt;
   GenericInstance instance{requested->text(), {}, generic->source};
   instance.sourceFile = (privateFolder() / (sourceIdentity(instance.name) + ".ov")).string();
-  // A repeated request finds the file in place, because nobody else writes to the folder.
+  // The library loads instances by a path, like all sources; whoever looks at the file sees whose it is. A repeated
+  // request finds it in place, because nobody else writes to the folder.
   std::error_code error;
   if (!fs::exists(instance.sourceFile, error)) {
     writeFile(instance.sourceFile, instance.name + "\n", S_IRUSR | S_IWUSR);
