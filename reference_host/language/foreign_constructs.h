@@ -8,16 +8,17 @@ namespace orva::language {
 
 /// Where the parser finds a word or a symbol that the dialect does not have.
 enum class Place {
-  file,           ///< first, where a class is expected
-  member,         ///< first, where a method is expected
-  statement,      ///< first in a statement
-  inDeclaration,  ///< later, in the head of a class or a method
-  inStatement,    ///< later in a statement
-  call,           ///< called without a class, as in `print(…)`
-  symbol,         ///< an operator or another symbol in a statement
-  character,      ///< a character that begins no token
-  typeName,       ///< an unknown type
-  variableName,   ///< an unknown variable
+  file,          ///< first, where a class is expected
+  member,        ///< first, where a method is expected
+  statement,     ///< first in a statement
+  inClassHead,   ///< later, in the head of a class
+  inMethodHead,  ///< later, in the head of a method
+  inStatement,   ///< later in a statement
+  call,          ///< called without a class, as in `print(…)`
+  symbol,        ///< an operator or another symbol in a statement
+  character,     ///< a character that begins no token
+  typeName,      ///< an unknown type
+  variableName,  ///< an unknown variable
 };
 
 /// The message for a construct of another language; for an unknown type or variable, the advice that follows the

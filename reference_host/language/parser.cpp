@@ -150,7 +150,8 @@ class Parser {
 
   void refuseForeignWord(const Token& found) const {
     const bool followsElse = at_ > 0 && tokens_[at_ - 1].is("else");
-    const Place place = place_ == Place::statement ? Place::inStatement : Place::inDeclaration;
+    const Place head = place_ == Place::member ? Place::inMethodHead : Place::inClassHead;
+    const Place place = place_ == Place::statement ? Place::inStatement : head;
     const std::string advice = adviceOn(place, followsElse ? "else_" + found.text : found.text);
     if (!advice.empty()) refuse(found, advice);
   }
@@ -372,6 +373,9 @@ class Parser {
     std::string variable = name("a variable name");
     if (peek().is(";") || peek().is(",")) {
       refuse(peek(), "expected '=' and a value for variable '" + variable + "', found '" + peek().text + "'");
+    }
+    if (peek().is("(")) {
+      refuse(peek(), "expected '=' and a value for variable '" + variable + "', found '('; methods belong in classes");
     }
     expect("=");
     return {std::move(declaredType), std::move(variable), valueBefore(";")};

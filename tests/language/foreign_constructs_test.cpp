@@ -157,6 +157,8 @@ TEST(ForeignMember, IsNoMethod) {
                 "there is no 'W': a method begins with its return type, such as 'void'");
   expectSources({"A", "main", "m"}, {"class A { ^W() { } }", "class A { public static ^W(int i) { } }"},
                 "expected a return type, such as 'void', before 'W'");
+  expectSources({"public", "static", "native"}, {"class A { void ^W m() { } }", "class A { int m() ^W { } }"},
+                "'W' goes before the return type");
   EXPECT_TRUE(
       refuses("class A { ^@Override void m() { } }", "there is no '@': methods and classes have no annotations"));
   EXPECT_TRUE(refuses("class A { static void main(String^[] args) { } }",
@@ -175,6 +177,8 @@ TEST(ForeignFile, HoldsOtherThings) {
                 "there is no 'W': a class can only be public");
   expectSources({"void", "int", "def", "function"}, {"^W main() { }", "class A { } ^W x;"},
                 "expected 'class', found 'W': methods belong in classes");
+  expectSources({"public", "static", "native"}, {"class A ^W void m() { } }", "class A<T> ^W void m() { } }"},
+                "expected '{', found 'W'");
   expectSources({"extends", "implements"}, {"class A ^W B { }", "class A<T> ^W B { }", "class A<T ^W B> { }"},
                 "there is no 'W': a class has no base class");
   expectSources({"-", "*", "?", "&"}, {"class A ^W B { }", "class A { void m ^W }"}, "unexpected character 'W'");
