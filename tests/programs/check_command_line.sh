@@ -11,7 +11,7 @@ preload=
 check() {  # NAME STATUS OUTPUT ERRORS WORD…
   local name=$1 status=$2 output=$3 errors=$4 found
   shift 4
-  timeout 60 env ${preload:+"LD_PRELOAD=$preload" "$any_link_order"} "$host" "$@" >"$work/.output" 2>"$work/.errors" </dev/null
+  timeout 60 env ${preload:+"LD_PRELOAD=$preload" "$(any_link_order)"} "$host" "$@" >"$work/.output" 2>"$work/.errors" </dev/null
   found=$?
   [ "$found" -ne 2 ] || head -1 "$work/.errors" >>"$work/.usage"
   if [ "$found" -ne "$status" ] || [ "$(cat "$work/.output")" != "$output" ] || [ "$(cat "$work/.errors")" != "$errors" ]; then

@@ -99,7 +99,7 @@ extern "C" int unlinkat(int folder, const char* path, int flags) {
 }
 CPP
 "$compiler" -shared -fPIC late.cpp -o late.so || fail 'cannot compile late.so'
-late=(env --default-signal "LD_PRELOAD=$work/late.so" "$any_link_order")
+late=(env --default-signal "LD_PRELOAD=$work/late.so" "$(any_link_order)")
 "${late[@]}" "$host" run Short.ov >output 2>errors
 expect 'while the folder is removed: status' 143 $?
 expect 'while the folder is removed: output' short "$(cat output)"
