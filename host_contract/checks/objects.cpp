@@ -83,7 +83,7 @@ static void aMissingObjectThrowsAStandardException(Trial& trial) {
 
 static void aDamagedObjectThrowsAStandardException(Trial& trial) {
   const Built built = build(trial);
-  std::ofstream(built.object, std::ios::binary | std::ios::trunc) << "this is no object";
+  std::ofstream(built.object, std::ios::binary | std::ios::trunc) << "this is not an object";
   expectFailure("loading a damaged object", [&] { loadObject(built.object, built.identity); });
 }
 

@@ -1,4 +1,4 @@
-// Registers a test for each path, which tries every fault on it, and one for the table of what comes of them, and one
+// Registers a test for each path, which tries every fault on it, and one for the table of what each leads to, and one
 // for the calls that the paths make.
 #include <gtest/gtest.h>
 
