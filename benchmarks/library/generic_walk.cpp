@@ -38,7 +38,7 @@ static void madeUpFloor(benchmark::State& state, const Keys& keys) {
   floorOfWalk(state, keys);
 }
 
-// What a walk has to read if it does not compare lengths alone.
+// A walk that compares more than lengths must read at least this.
 static void madeUpNames(benchmark::State& state) {
   fillTable(state);
   measure(state, floors::touchNames);

@@ -37,7 +37,7 @@ static void writeMessage(std::string_view text) {
   std::fputc('\n', stderr);
 }
 
-/// Writes the beginning of a source line, or all of it if there is no memory to cut it.
+/// Writes the beginning of a source line, or the whole line if memory is too short to cut it.
 static void writeSourceLine(std::string_view line) {
   std::fputs("  ", stderr);
   try {
